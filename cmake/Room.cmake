@@ -1,0 +1,42 @@
+# One folder under src/ is one target. A room names its sources and the rooms it stands on;
+# everything else (warnings, sanitizers, include path, PIC) is the same for all of them.
+
+add_library(vnxtest_options INTERFACE)
+target_include_directories(vnxtest_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_features(vnxtest_options INTERFACE cxx_std_20)
+target_compile_options(vnxtest_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wcast-align -Wformat=2 -Wimplicit-fallthrough -Werror)
+if(VNXTEST_SANITIZE)
+  target_compile_options(vnxtest_options INTERFACE
+    -fsanitize=${VNXTEST_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(vnxtest_options INTERFACE -fsanitize=${VNXTEST_SANITIZE})
+endif()
+find_package(Threads REQUIRED)
+target_link_libraries(vnxtest_options INTERFACE Threads::Threads)
+if(WIN32)
+  target_compile_definitions(vnxtest_options INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
+endif()
+
+# vnxtest_room(<folder> SOURCES <file>... [LINUX <file>...] [WINDOWS <file>...] [DEPENDS <target>...])
+function(vnxtest_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;LINUX;WINDOWS;DEPENDS" ${ARGN})
+  if(WIN32)
+    list(APPEND ROOM_SOURCES ${ROOM_WINDOWS})
+  else()
+    list(APPEND ROOM_SOURCES ${ROOM_LINUX})
+  endif()
+  add_library(${name} STATIC ${ROOM_SOURCES})
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_link_libraries(${name} PUBLIC vnxtest_options ${ROOM_DEPENDS})
+endfunction()
+
+# vnxtest_tests(<room> SOURCES <file>... [DEPENDS <target>...]): the room's unit tests, one program.
+function(vnxtest_tests room)
+  cmake_parse_arguments(TEST "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(test_${room} ${TEST_SOURCES})
+  target_include_directories(test_${room} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(test_${room} PRIVATE ${room} ${TEST_DEPENDS} GTest::gtest_main GTest::gmock)
+  gtest_discover_tests(test_${room} TEST_PREFIX "${room}." PROPERTIES TIMEOUT 120)
+endfunction()

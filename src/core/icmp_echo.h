@@ -1,0 +1,71 @@
+// The ICMP echo message: an 8-byte header, then the data (RFC 792).
+//
+// IcmpEchoView reads and writes the header in place. Identifier and sequence number are handed out
+// raw, as the two bytes stand in memory, since the ping list compares them so.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+
+#include "core/wire.h"
+
+namespace vnxtest {
+
+inline constexpr std::uint8_t kIcmpEchoReply = 0;
+inline constexpr std::uint8_t kIcmpEchoRequest = 8;
+
+class IcmpEchoView {
+public:
+    static constexpr std::size_t kLength = 8;
+
+    // The view over the first 8 bytes of `message`, or nothing when it is shorter.
+    static std::optional<IcmpEchoView> Over(std::span<std::uint8_t> message) {
+        if (message.size() < kLength) {
+            return std::nullopt;
+        }
+        return IcmpEchoView(message.first<kLength>());
+    }
+
+    std::uint8_t Type() const { return m_bytes[0]; }
+    std::uint8_t Code() const { return m_bytes[1]; }
+    std::uint16_t Checksum() const { return LoadBe16<2>(m_bytes); }
+    std::uint16_t RawChecksum() const { return LoadRaw<2>(); }
+    std::uint16_t RawIdentifier() const { return LoadRaw<4>(); }
+    std::uint16_t RawSequenceNumber() const { return LoadRaw<6>(); }
+
+    void SetType(std::uint8_t type) { m_bytes[0] = type; }
+    void SetCode(std::uint8_t code) { m_bytes[1] = code; }
+    void SetChecksum(std::uint16_t checksum) { StoreBe16<2>(m_bytes, checksum); }
+    void SetRawIdentifier(std::uint16_t identifier) { StoreRaw<4>(identifier); }
+    void SetRawSequenceNumber(std::uint16_t sequence) { StoreRaw<6>(sequence); }
+
+private:
+    explicit IcmpEchoView(std::span<std::uint8_t, kLength> bytes) : m_bytes(bytes) {}
+
+    template <std::size_t Offset>
+    std::uint16_t LoadRaw() const {
+        std::uint16_t value = 0;
+        std::memcpy(&value, m_bytes.data() + Offset, sizeof value);
+        return value;
+    }
+    template <std::size_t Offset>
+    void StoreRaw(std::uint16_t value) {
+        std::memcpy(m_bytes.data() + Offset, &value, sizeof value);
+    }
+
+    std::span<std::uint8_t, kLength> m_bytes;
+};
+
+// A 16-bit number between host and network order (the same exchange both ways).
+constexpr std::uint16_t SwapNetwork16(std::uint16_t value) {
+    if constexpr (std::endian::native == std::endian::little) {
+        return static_cast<std::uint16_t>(value << 8 | value >> 8);
+    } else {
+        return value;
+    }
+}
+
+} // namespace vnxtest

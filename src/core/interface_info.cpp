@@ -1,0 +1,36 @@
+#include "core/interface_info.h"
+
+namespace vnxtest {
+
+void InterfaceCounters::Clear() {
+    for (auto& count : ignored) {
+        count = 0;
+    }
+    echoRequestsAnswered = 0;
+    arpRequestsAnswered = 0;
+    rarpRequestsAnswered = 0;
+}
+
+void INTERFACE_INFO::Reset() {
+    handle = -1;
+    name.clear();
+    tapMode = false;
+    for (std::wstring* text :
+         {&guestIpText, &broadcastText, &guestMacText, &adapterIpText, &adapterMacText}) {
+        text->clear();
+    }
+    guestIp = broadcastIp = adapterIp = netMask = Ipv4Address();
+    guestMac = adapterMac = MacAddress();
+    inAdapterSubnet = false;
+    addressesKnown = false;
+    counters.Clear();
+    statistics = {};
+    statisticsValid = false;
+}
+
+std::wstring INTERFACE_INFO::NameCopy() {
+    const std::lock_guard lock(addressLock);
+    return name;
+}
+
+} // namespace vnxtest

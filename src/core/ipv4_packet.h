@@ -1,0 +1,70 @@
+// The IPv4 header without options (RFC 791).
+//
+// Ipv4View reads and writes the 20 bytes in place. It says nothing of the header's length field:
+// whoever accepts a packet checks that first.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "core/wire.h"
+
+namespace vnxtest {
+
+inline constexpr std::uint8_t kIpProtocolIcmp = 1;
+
+class Ipv4View {
+public:
+    static constexpr std::size_t kLength = 20;
+
+    // The view over the first 20 bytes of `packet`, or nothing when it is shorter.
+    static std::optional<Ipv4View> Over(std::span<std::uint8_t> packet) {
+        if (packet.size() < kLength) {
+            return std::nullopt;
+        }
+        return Ipv4View(packet.first<kLength>());
+    }
+
+    unsigned Version() const { return m_bytes[0] >> 4; }
+    // In words of four bytes.
+    unsigned HeaderLength() const { return m_bytes[0] & 0x0F; }
+    std::uint16_t TotalLength() const { return LoadBe16<2>(m_bytes); }
+    std::uint8_t TimeToLive() const { return m_bytes[8]; }
+    std::uint8_t Protocol() const { return m_bytes[9]; }
+    std::uint16_t Checksum() const { return LoadBe16<10>(m_bytes); }
+    Ipv4Address Source() const { return LoadIpv4<12>(m_bytes); }
+    Ipv4Address Destination() const { return LoadIpv4<16>(m_bytes); }
+
+    // The flags byte and the low six bits of the byte behind it: what the guest takes for the mark
+    // of a fragment. Don't-Fragment counts among it, as does More-Fragments; the two highest bits of
+    // the second byte do not.
+    bool LooksFragmented() const { return m_bytes[6] != 0 || (m_bytes[7] & 0x3F) != 0; }
+
+    // Version 4, five words, type of service 0, identification 0, Don't-Fragment; the checksum is 0.
+    void BuildHeader(std::uint16_t totalLength, std::uint8_t timeToLive, std::uint8_t protocol,
+                     Ipv4Address source, Ipv4Address destination) {
+        m_bytes[0] = 0x45;
+        m_bytes[1] = 0;
+        StoreBe16<2>(m_bytes, totalLength);
+        StoreBe16<4>(m_bytes, 0);
+        StoreBe16<6>(m_bytes, 0x4000);
+        m_bytes[8] = timeToLive;
+        m_bytes[9] = protocol;
+        StoreBe16<10>(m_bytes, 0);
+        SetSource(source);
+        SetDestination(destination);
+    }
+
+    void SetChecksum(std::uint16_t checksum) { StoreBe16<10>(m_bytes, checksum); }
+    void SetSource(Ipv4Address address) { StoreIpv4<12>(m_bytes, address); }
+    void SetDestination(Ipv4Address address) { StoreIpv4<16>(m_bytes, address); }
+
+    std::span<std::uint8_t, kLength> Bytes() const { return m_bytes; }
+
+private:
+    explicit Ipv4View(std::span<std::uint8_t, kLength> bytes) : m_bytes(bytes) {}
+    std::span<std::uint8_t, kLength> m_bytes;
+};
+
+} // namespace vnxtest

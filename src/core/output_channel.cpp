@@ -1,0 +1,175 @@
+#include "core/output_channel.h"
+
+#include <atomic>
+#include <chrono>
+#include <ctime>
+
+#include "platform/local_time.h"
+#include "wrenlib/errors.h"
+#include "wrenlib/text.h"
+#include "wrenlib/trace.h"
+
+namespace vnxtest {
+
+namespace {
+
+std::atomic<OutputChannel*> g_outputView{nullptr};
+std::atomic<bool> g_callbackRegistered{false};
+bool g_registrationTried = false;
+
+// "hh:mm:ss.mmm " of now. Only the milliseconds change within a second, so the rest is kept per
+// thread: the conversion to local time costs more than a whole line otherwise.
+std::string_view TimeStamp() {
+    using namespace std::chrono;
+    struct Stamp {
+        std::int64_t second = -1;
+        char text[16] = {};
+    };
+    thread_local Stamp stamp;
+    const std::int64_t now = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    const std::int64_t second = now / 1000;
+    const auto put = [](char* at, int value) {
+        at[0] = static_cast<char>('0' + value / 10);
+        at[1] = static_cast<char>('0' + value % 10);
+    };
+    if (second != stamp.second) {
+        const std::tm local = LocalTime(static_cast<std::time_t>(second));
+        stamp.second = second;
+        put(stamp.text, local.tm_hour);
+        put(stamp.text + 3, local.tm_min);
+        put(stamp.text + 6, local.tm_sec);
+        stamp.text[2] = stamp.text[5] = ':';
+        stamp.text[8] = '.';
+        stamp.text[12] = ' ';
+    }
+    const int millisecond = static_cast<int>(now % 1000);
+    stamp.text[9] = static_cast<char>('0' + millisecond / 100);
+    put(stamp.text + 10, millisecond % 100);
+    return {stamp.text, 13};
+}
+
+// The common road of LogMsg and of the library's lines: stamp and split outside the lock.
+void QueueText(std::string_view text) {
+    OutputChannel* const channel = g_outputView.load(std::memory_order_acquire);
+    if (channel == nullptr) {
+        return;
+    }
+    thread_local std::string lines;
+    lines.clear();
+    StampLines(text, TimeStamp(), lines);
+    channel->Append(lines);
+}
+
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r';
+}
+
+} // namespace
+
+void StampLines(std::string_view text, std::string_view stamp, std::string& lines) {
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        lines += stamp;
+        lines += line;
+        // The line begins with the stamp, so only trailing blanks are there to be removed.
+        while (!lines.empty() && IsBlank(lines.back())) {
+            lines.pop_back();
+        }
+        lines += '\n';
+        if (end == std::string_view::npos) {
+            return;
+        }
+        text.remove_prefix(end + 1);
+    }
+}
+
+OutputChannel::~OutputChannel() {
+    Detach();
+}
+
+void OutputChannel::Attach() {
+    g_outputView.store(this, std::memory_order_release);
+}
+
+void OutputChannel::Detach() {
+    OutputChannel* self = this;
+    g_outputView.compare_exchange_strong(self, nullptr);
+}
+
+void OutputChannel::Append(std::string_view lines) {
+    if (lines.empty()) {
+        return;
+    }
+    bool wasEmpty = false;
+    {
+        const std::lock_guard lock(m_outputLock);
+        wasEmpty = m_pending.empty();
+        m_pending += lines;
+    }
+    if (wasEmpty) {
+        m_view.PostViewMessage(ViewMessage::OutputPending);
+    }
+}
+
+std::string OutputChannel::TakePending() {
+    std::string taken;
+    {
+        const std::lock_guard lock(m_outputLock);
+        taken.swap(m_pending);
+    }
+    if (IsTraceOn()) {
+        std::string_view rest = taken;
+        while (!rest.empty()) {
+            const std::size_t length = rest.find('\n') + 1;
+            WrenLibAfxTrace(L"%s", FromUtf8(rest.substr(0, length)));
+            rest.remove_prefix(length);
+        }
+    }
+    return taken;
+}
+
+void RegisterDebugOutput(VnetxLibrary& library) {
+    if (g_registrationTried) {
+        return;
+    }
+    g_registrationTried = true;
+    g_callbackRegistered = true;
+    if (library.SetDebugOutputFunc(&DebugOutputCallback) == 0) {
+        g_callbackRegistered = false;
+    }
+}
+
+void UnregisterDebugOutput() {
+    g_registrationTried = false;
+    g_callbackRegistered = false;
+}
+
+void DebugOutputCallback(const char* text, ...) {
+    if (text == nullptr) {
+        return;
+    }
+    const ErrorKeeper keeper;
+    QueueText(ToUtf8(ToWide(text)));
+}
+
+void LogMsgV(std::wstring_view format, WideFormatArgs args) {
+    const ErrorKeeper keeper;
+    const std::wstring text = FormatWide(format, args);
+    if (g_callbackRegistered.load(std::memory_order_acquire)) {
+        QueueText(ToUtf8(text));
+    } else {
+        WrenLibAfxTrace(L"%s", text);
+    }
+}
+
+bool Verify(bool condition, std::source_location where) {
+    if (!condition) {
+        std::string_view file = where.file_name();
+        file.remove_prefix(file.find_last_of("/\\") + 1);
+        LogMsg(L"%s(%d): ** Assertion Failed **\n", FromUtf8(file), where.line());
+    }
+    return condition;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,238 @@
+#include "guest/guest.h"
+
+#include "core/monitor_thread.h"
+#include "core/output_channel.h"
+#include "core/start_thread.h"
+#include "platform/socket_wait.h"
+#include "platform/thread.h"
+
+namespace vnxtest {
+
+namespace {
+
+constexpr std::wstring_view kProceedContent = L"Do you wish to proceed anyway?";
+
+// Neither gateway nor forwarding, in two steps: first in general, then for a guest that is outside
+// its adapter's subnet.
+constexpr ProceedQuestion kNoGateway = {L"Undefined Gateway", L"Your default gateway is undefined!",
+                                        kProceedContent,
+                                        L"The default gateway for your network has not been defined to "
+                                        L"VNXTest64UD yet and IP Forwarding cannot be used "
+                                        L"since it is not enabled on your Windows system.\n\nWithout IP "
+                                        L"Forwarding packets will not be routed properly "
+                                        L"and some tests may fail. You should either define a default "
+                                        L"gateway to VNXTest64UD or enable IP Forwarding."};
+constexpr ProceedQuestion kNoGatewayOtherSubnet = {
+    L"Undefined Gateway", L"Your default gateway is undefined!", kProceedContent,
+    L"The default gateway for your network has not been defined to VNXTest64UD yet and IP Forwarding cannot "
+    L"be used "
+    L"since it is not enabled on your Windows system.\n\nThe test cannot possibly work unless you are only "
+    L"interested "
+    L"in exchanging packets between virtual subnets which are known to be using the same physical adapter."};
+constexpr ProceedQuestion kForwardingOtherSubnet = {
+    L"Subnets Warning", L"Your guest IP is in a different subnet!", kProceedContent,
+    L"The IP addresses you defined for your virtual interface(s) are not within the same physical subnet as "
+    L"the "
+    L"physical adapter that the virtual interface is using.\n\nEven though IP Routing is enabled, unless "
+    L"each "
+    L"workstation on each subnet wishing to communicate with the other subnet contains a manual routing "
+    L"entry to "
+    L"route packets through this physical adapter, the test is unlikely to succeed."};
+constexpr ProceedQuestion kGatewayOtherSubnet = {
+    L"Subnets Warning", L"Your guest IP is in a different subnet!", kProceedContent,
+    L"The IP addresses you defined for your virtual interface(s) are not within the same physical subnet as "
+    L"the "
+    L"physical adapter that the virtual interface is using.\n\nUnless the default gateway defined for the "
+    L"physical "
+    L"adapter that your virtual interface(s) is/are using is a true router that knows how to route packets "
+    L"between "
+    L"the two subnets, your tests are likely to fail."};
+
+InterfaceParameters TextsOf(const INTERFACE_INFO& info) {
+    return {info.tapMode, info.guestIpText, info.guestMacText, info.adapterIpText, info.adapterMacText};
+}
+
+void SetTexts(INTERFACE_INFO& info, const InterfaceParameters& texts) {
+    // What was derived from, or resolved for, the texts of an earlier start does not outlive them.
+    const bool otherAdapter =
+        info.adapterIpText != texts.adapterIpText || info.adapterMacText != texts.adapterMacText;
+    if (otherAdapter) {
+        info.adapterIp = Ipv4Address();
+        info.adapterMac = MacAddress();
+    }
+    if (otherAdapter || info.guestIpText != texts.guestIpText) {
+        info.broadcastText.clear();
+    }
+    info.tapMode = texts.tapMode;
+    info.guestIpText = texts.guestIpText;
+    info.guestMacText = texts.guestMacText;
+    info.adapterIpText = texts.adapterIpText;
+    info.adapterMacText = texts.adapterMacText;
+}
+
+} // namespace
+
+Guest::Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd)
+    : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd),
+      m_pingTest(host, frontEnd), m_receivePath(host, m_run, m_pingTest) {
+    m_settings.ReadDebugSettings(m_run);
+}
+
+Guest::~Guest() {
+    m_pingTest.StopPingTest();
+    StopGuest();
+}
+
+void Guest::HandleViewMessage(ViewMessage message) {
+    switch (message) {
+    case ViewMessage::MonitorThreadEnded:
+        StopGuest();
+        break;
+    case ViewMessage::PingThreadEnded:
+        m_pingTest.OnPingThreadEnded();
+        break;
+    case ViewMessage::PingWaitThreadEnded:
+        m_pingTest.OnPingWaitThreadEnded();
+        break;
+    case ViewMessage::OutputPending:
+    case ViewMessage::InterfaceOpened:
+        break;
+    }
+}
+
+bool Guest::IsRunning() const {
+    return m_monitorThreads[0].joinable() || m_monitorThreads[1].joinable();
+}
+
+bool Guest::AskAndApplyParameters() {
+    Verify(!IsRunning());
+    m_settings.LoadInterfaceSettings(m_interfaces[0], m_interfaces[1], m_host);
+    GuestParameters parameters;
+    parameters.interface1 = TextsOf(m_interfaces[0]);
+    parameters.interface2 = TextsOf(m_interfaces[1]);
+    parameters.useTwoInterfaces = m_useTwoInterfaces;
+    if (!m_frontEnd.AskParameters(parameters)) {
+        return false;
+    }
+    SetTexts(m_interfaces[0], parameters.interface1);
+    SetTexts(m_interfaces[1], parameters.interface2);
+    if (parameters.store) {
+        m_settings.StoreInterfaceSettings(m_interfaces[0], m_interfaces[1]);
+    }
+    ApplyInterfaceSettings(m_interfaces[0], m_interfaces[1]);
+    m_useTwoInterfaces = parameters.useTwoInterfaces && m_interfaces[1].NamesAdapter();
+    return true;
+}
+
+bool Guest::AskProceed(const ProceedQuestion& question) {
+    return m_frontEnd.ShowProceedTaskDialog(question) == kProceedButton;
+}
+
+// The pre-start checks. With neither gateway nor forwarding and a guest outside the subnet the user
+// meets the gateway question twice, the second time with what that means.
+bool Guest::MayStart() {
+    const bool forwarding = m_host.IpForwardingEnabled();
+    const bool gatewayKnown = !m_host.DefaultGatewayMac().IsZero();
+    PrepareInterface(m_interfaces[0], m_host);
+    bool subnetsFine = m_interfaces[0].inAdapterSubnet;
+    if (m_interfaces[1].NamesAdapter()) {
+        PrepareInterface(m_interfaces[1], m_host);
+        subnetsFine = subnetsFine && m_interfaces[1].inAdapterSubnet;
+    }
+    if (!forwarding && !gatewayKnown && !AskProceed(kNoGateway)) {
+        return false;
+    }
+    if (subnetsFine) {
+        return true;
+    }
+    if (gatewayKnown) {
+        return AskProceed(kGatewayOtherSubnet);
+    }
+    return AskProceed(forwarding ? kForwardingOtherSubnet : kNoGatewayOtherSubnet);
+}
+
+bool Guest::OnStartGuest() {
+    while (!IsRunning()) {
+        if (!AskAndApplyParameters()) {
+            return false;
+        }
+        if (MayStart()) {
+            Start();
+            return true;
+        }
+    }
+    return true;
+}
+
+void Guest::StartMonitorThread(std::size_t index) {
+    const MonitorContext context{m_interfaces[index], m_library,     m_run,
+                                 m_stopEvent,         m_receivePath, m_frontEnd};
+    if (StartThread(m_monitorThreads[index], [context] { MonitorThread(context); })) {
+        Verify(RaiseThreadPriority(m_monitorThreads[index]));
+    }
+}
+
+void Guest::Start() {
+    m_stopEvent.Reset();
+    StartMonitorThread(0);
+    if (m_interfaces[1].NamesAdapter()) {
+        StartMonitorThread(1);
+    }
+}
+
+void Guest::WakeMonitorThread(INTERFACE_INFO& info) {
+    // Under the lock, since a thread that has just ended by itself may be closing its handle.
+    const std::lock_guard lock(info.addressLock);
+    if (m_run.socketNotifyMode && info.handle >= 0) {
+        WakeSocketWaiter(info.handle);
+    }
+}
+
+void Guest::StopGuest() {
+    if (!IsRunning()) {
+        return;
+    }
+    m_pingTest.StopPingTest();
+    m_stopEvent.Set();
+    for (std::size_t index = 0; index < m_monitorThreads.size(); ++index) {
+        if (!m_monitorThreads[index].joinable()) {
+            continue;
+        }
+        WakeMonitorThread(m_interfaces[index]);
+        m_monitorThreads[index].join();
+        m_monitorThreads[index] = std::thread();
+    }
+    m_stopEvent.Reset();
+}
+
+bool Guest::OnTestStartPing() {
+    Verify(IsRunning() && !IsPinging());
+    m_pingTest.ClearPings();
+    m_settings.LoadPingSettings(m_pingSettings);
+    PingWhoParameters answer;
+    answer.twoInterfaces = m_interfaces[1].NamesAdapter();
+    answer.fromInterface = m_pingFromInterface1 ? 0 : 1;
+    answer.to = m_pingSettings.whoPingName;
+    answer.dataSize = m_pingSettings.dataSize;
+    answer.count = m_pingSettings.numPings;
+    answer.timeout = m_pingSettings.timeout;
+    answer.delay = m_pingSettings.delay;
+    if (!m_frontEnd.AskPingWho(answer)) {
+        return false;
+    }
+    m_pingFromInterface1 = answer.fromInterface == 0;
+    m_pingSettings = {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay};
+    if (answer.store) {
+        m_settings.StorePingSettings(m_pingSettings);
+    }
+    m_pingTest.Start(
+        m_interfaces[m_pingFromInterface1 ? 0 : 1],
+        {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay});
+    return true;
+}
+
+void Guest::OnTestStopPing() {
+    m_pingTest.StopPingTest();
+}
+
+} // namespace vnxtest

@@ -1,0 +1,82 @@
+// The simulated guest: the object that both front ends hold.
+//
+// It owns the two interface records, the monitor threads and the ping test, and carries out the
+// commands "Start "Vantor"...", "Stop "Vantor"", "Start ping test..." and "Stop ping test".
+// All members are called on the user-interface thread unless they say otherwise; StopGuest and
+// OnTestStopPing block it until the threads have ended.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <thread>
+
+#include "core/interface_info.h"
+#include "core/run_settings.h"
+#include "guest/front_end.h"
+#include "hostnet/host_network.h"
+#include "ping/ping_test.h"
+#include "ping/receive_path.h"
+#include "settings/settings.h"
+#include "wrenlib/wait.h"
+
+namespace vnxtest {
+
+class Guest {
+public:
+    // Reads the debug settings. Everything given must outlive the guest.
+    Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd);
+    // Stops the ping test and the guest.
+    ~Guest();
+    Guest(const Guest&) = delete;
+    Guest& operator=(const Guest&) = delete;
+
+    // Carries out what a posted message asks for. OutputPending is the front end's own affair.
+    void HandleViewMessage(ViewMessage message);
+
+    // "Start "Vantor"...": parameters, pre-start checks, start. Returns whether the guest runs
+    // afterwards; false also when the user cancelled.
+    bool OnStartGuest();
+    // "Stop "Vantor"", and what a monitor thread's end leads to.
+    void StopGuest();
+    // At least one monitor thread exists.
+    bool IsRunning() const;
+
+    // "Start ping test...": asks whom to ping and starts. Returns whether a test was started.
+    bool OnTestStartPing();
+    // "Stop ping test".
+    void OnTestStopPing();
+    // At least one ping thread exists.
+    bool IsPinging() const { return m_pingTest.IsRunning(); }
+
+    RunSettings& Run() { return m_run; }
+    const INTERFACE_INFO& Interface(int index) const { return m_interfaces[static_cast<std::size_t>(index)]; }
+    // The use of the second interface, as last confirmed.
+    bool UsesTwoInterfaces() const { return m_useTwoInterfaces; }
+    PingTest& Ping() { return m_pingTest; }
+    HostNetwork& Host() { return m_host; }
+
+private:
+    bool AskAndApplyParameters();
+    bool MayStart();
+    bool AskProceed(const ProceedQuestion& question);
+    void Start();
+    void StartMonitorThread(std::size_t index);
+    void WakeMonitorThread(INTERFACE_INFO& info);
+
+    VnetxLibrary& m_library;
+    HostNetwork& m_host;
+    Settings& m_settings;
+    FrontEnd& m_frontEnd;
+    RunSettings m_run;
+    std::array<INTERFACE_INFO, 2> m_interfaces;
+    bool m_useTwoInterfaces = false;
+    PingSettings m_pingSettings;
+    bool m_pingFromInterface1 = true;
+    WaitDomain m_waitDomain;
+    ManualResetEvent m_stopEvent{m_waitDomain};
+    PingTest m_pingTest;
+    ReceivePath m_receivePath;
+    std::array<std::thread, 2> m_monitorThreads;
+};
+
+} // namespace vnxtest

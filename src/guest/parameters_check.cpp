@@ -1,0 +1,118 @@
+#include "guest/parameters_check.h"
+
+#include "core/output_channel.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+
+namespace {
+
+using Refusal = std::optional<ParameterRefusal>;
+
+constexpr const wchar_t* kIpTitle = L"IP Address";
+constexpr const wchar_t* kMacTitle = L"MAC Address";
+
+Refusal Refuse(int index, ParameterField field, const wchar_t* text) {
+    const bool ip = field == ParameterField::GuestIp || field == ParameterField::AdapterIp;
+    return ParameterRefusal{index, field, ip ? kIpTitle : kMacTitle, text};
+}
+
+// Generates the guest MAC from the guest IP when none was entered, and checks it. A guest's address
+// must be one station's own and locally administered, so that it meets no real adapter's.
+Refusal CheckGuestMac(InterfaceParameters& parameters, int index, const HostNetwork& host) {
+    if (parameters.guestMacText.empty()) {
+        const std::optional<Ipv4Address> ip = ParseIPAddress(parameters.guestIpText);
+        if (Verify(ip.has_value())) {
+            std::array<std::uint8_t, 6> mac{};
+            host.Library().BuildVantIfaceMac(mac.data(), ip->Bytes().data());
+            parameters.guestMacText = FormatMACAddr(MacAddress(mac));
+        }
+    }
+    const std::optional<MacAddress> mac = ParseMACAddress(parameters.guestMacText);
+    if (!mac || mac->IsGroup() || !mac->IsLocal()) {
+        return Refuse(index, ParameterField::GuestMac,
+                      L"The hardware address you entered is invalid. Please enter a valid hardware address");
+    }
+    return std::nullopt;
+}
+
+Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const HostNetwork& host) {
+    const bool haveMac = !parameters.adapterMacText.empty();
+    if (parameters.adapterIpText.empty()) {
+        if (!haveMac) {
+            return Refuse(index, ParameterField::AdapterIp,
+                          L"You must identify which host adapter should be used by specifying either its IP "
+                          L"address or MAC address.");
+        }
+        const std::optional<MacAddress> mac = ParseMACAddress(parameters.adapterMacText);
+        if (!mac || mac->IsGroup() || !host.IsAdapterMAC(*mac)) {
+            return Refuse(index, ParameterField::AdapterMac,
+                          L"No such host adapter exists with this MAC address.");
+        }
+        return std::nullopt;
+    }
+    if (haveMac) {
+        return Refuse(
+            index, ParameterField::AdapterMac,
+            L"You must identify the host adapter by either its IP address or its MAC address, but not "
+            L"both.");
+    }
+    const std::optional<Ipv4Address> ip = ParseIPAddress(parameters.adapterIpText);
+    if (!ip || !host.IsAdapterIP(*ip)) {
+        return Refuse(index, ParameterField::AdapterIp, L"No such host adapter exists with this IP address.");
+    }
+    return std::nullopt;
+}
+
+Refusal CheckGuestIp(const InterfaceParameters& parameters, int index) {
+    if (!ParseIPAddress(parameters.guestIpText)) {
+        return Refuse(index, ParameterField::GuestIp,
+                      L"The IP Address you entered is invalid. Please enter a valid IP address.");
+    }
+    return std::nullopt;
+}
+
+void TrimTexts(InterfaceParameters& parameters) {
+    for (std::wstring* text : {&parameters.guestIpText, &parameters.guestMacText, &parameters.adapterIpText,
+                               &parameters.adapterMacText}) {
+        *text = TrimBlanks(*text);
+    }
+}
+
+} // namespace
+
+std::optional<ParameterRefusal> CheckParameters(GuestParameters& parameters, const HostNetwork& host) {
+    TrimTexts(parameters.interface1);
+    TrimTexts(parameters.interface2);
+
+    Refusal refusal = CheckGuestIp(parameters.interface1, 0);
+    if (!refusal) {
+        refusal = CheckGuestMac(parameters.interface1, 0, host);
+    }
+    if (!refusal) {
+        refusal = CheckAdapter(parameters.interface1, 0, host);
+    }
+    if (refusal) {
+        return refusal;
+    }
+    InterfaceParameters& second = parameters.interface2;
+    if (!parameters.useTwoInterfaces) {
+        const bool tapMode = second.tapMode;
+        second = InterfaceParameters{};
+        second.tapMode = tapMode;
+        return std::nullopt;
+    }
+    // A second interface without a guest address is let pass here; a wrong one is not.
+    if (!second.guestIpText.empty()) {
+        refusal = CheckGuestIp(second, 1);
+    }
+    if (!refusal) {
+        refusal = CheckGuestMac(second, 1, host);
+    }
+    if (!refusal) {
+        refusal = CheckAdapter(second, 1, host);
+    }
+    return refusal;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,28 @@
+// The checks of the parameters dialog, apart from any toolkit: the window shows their refusals as
+// balloons, the terminal program as messages.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "guest/front_end.h"
+#include "hostnet/host_network.h"
+
+namespace vnxtest {
+
+// The control that a refusal points at.
+enum class ParameterField { GuestIp, GuestMac, AdapterIp, AdapterMac };
+
+struct ParameterRefusal {
+    int interfaceIndex = 0; // 0 or 1
+    ParameterField field = ParameterField::GuestIp;
+    std::wstring title;
+    std::wstring text;
+};
+
+// Validates in the dialog's order and completes what may be left out: an empty guest MAC is
+// generated from the guest IP; without the second interface its four texts are emptied. Returns the
+// first refusal, or nothing when all is well.
+std::optional<ParameterRefusal> CheckParameters(GuestParameters& parameters, const HostNetwork& host);
+
+} // namespace vnxtest

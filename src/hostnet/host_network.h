@@ -1,0 +1,110 @@
+// The host's own networking as the program knows it: network parameters, routes, addresses, the
+// adapters, the default adapter and the default gateway.
+//
+// Gathered once at start-up and again by "Re-detect adapters"; read by everybody else. A part that
+// cannot be gathered stays empty and is traced; nothing here stops the program.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/interface_info.h"
+#include "platform/host_tables.h"
+#include "vnetx/library.h"
+#include "wrenlib/address.h"
+#include "wrenpack/wrenpack.h"
+
+namespace vnxtest {
+
+// Where the host's data comes from. The real sources are those of the platform and of the adapter
+// library; a test injects faults here, and the simulated LAN adds its adapter here.
+struct HostSources {
+    HostTables& tables;        // network parameters, routes, addresses, ARP probe (platform/host_tables.h)
+    WrenPackLibrary& adapters; // the host adapter library (wrenpack/wrenpack.h)
+};
+
+class HostNetwork {
+public:
+    HostNetwork(HostSources sources, VnetxLibrary& library);
+
+    // Registers the output routine, then gathers tables, adapter list and default adapter, and
+    // probes the default adapter's gateway. User-interface thread; takes at most a bounded probe.
+    void InitGlobals();
+
+    // Builds the adapter list if there is none yet; true if there is one afterwards.
+    bool InitFPAdaptersList();
+
+    // Forgets the adapter list, builds it anew and finds the default adapter again. Only while the
+    // guest is stopped. Returns what InitFPAdaptersList returned.
+    bool RedetectAdapters();
+
+    // The adapters in list order; empty when there is no list.
+    const std::vector<ADAPTER_INFO_LIST_ENTRY>& Adapters() const { return m_adapters; }
+    // The default adapter, or null when it is undefined.
+    const ADAPTER_INFO_LIST_ENTRY* DefaultAdapter() const;
+    const std::wstring& DefaultAdapterIpText() const { return m_defaultAdapterIpText; }
+    const std::wstring& DefaultInterfaceMacText() const { return m_defaultInterfaceMacText; }
+
+    const std::optional<NetworkParameters>& Parameters() const { return m_parameters; }
+    const std::optional<std::vector<RouteRow>>& Routes() const { return m_routes; }
+    const std::optional<std::vector<AddressRow>>& Addresses() const { return m_addresses; }
+    // The host forwards packets between its adapters. False when it is not known.
+    bool IpForwardingEnabled() const;
+
+    // The default gateway: set from the routing table by the report (FindDefaultGateway) and by the
+    // user. The MAC is all zeroes when the gateway is not known or did not answer.
+    Ipv4Address DefaultGateway() const { return m_gateway; }
+    MacAddress DefaultGatewayMac() const { return m_gatewayMac; }
+    const std::wstring& DefaultGatewayText() const { return m_gatewayText; }
+    const std::wstring& DefaultGatewayMacText() const { return m_gatewayMacText; }
+    // Only while the guest is stopped.
+    void SetDefaultGateway(Ipv4Address gateway, MacAddress mac);
+    // Takes the next hop of the last default route of the table and probes it. Returns whether
+    // there is one.
+    bool FindDefaultGateway();
+
+    // ARP probe: true when `destination` answered within the platform's bound; the MAC goes to
+    // `mac` (zeroes otherwise). Source 0.0.0.0 lets the system choose.
+    bool IsIPAddrResponsive(Ipv4Address destination, MacAddress* mac, Ipv4Address source);
+
+    // The text of the address of the first address row of the interface; empty when there is none.
+    std::wstring GetInterfaceIPString(std::uint32_t interfaceIndex) const;
+    // The mask of the first adapter with this address; 0.0.0.0 when there is none.
+    Ipv4Address GetAdapterMaskByIP(Ipv4Address address) const;
+    bool IsAdapterIP(Ipv4Address address) const;
+    bool IsAdapterMAC(MacAddress mac) const;
+
+    const HostSources& Sources() const { return m_sources; }
+    VnetxLibrary& Library() const { return m_library; }
+
+private:
+    void FindDefaultAdapter();
+
+    HostSources m_sources;
+    VnetxLibrary& m_library;
+    std::optional<NetworkParameters> m_parameters;
+    std::optional<std::vector<RouteRow>> m_routes;
+    std::optional<std::vector<AddressRow>> m_addresses;
+    std::vector<ADAPTER_INFO_LIST_ENTRY> m_adapters;
+    bool m_haveAdapters = false;
+    ADAPTER_INFO_LIST_ENTRY m_defaultAdapter{};
+    std::wstring m_defaultAdapterIpText;
+    std::wstring m_defaultInterfaceMacText;
+    Ipv4Address m_gateway;
+    MacAddress m_gatewayMac;
+    std::wstring m_gatewayText;
+    std::wstring m_gatewayMacText;
+};
+
+// Fills the binary fields of one interface record before a start: missing adapter addresses are
+// asked of the library (SIOCGARP, SIOCGRARP; failure is silent), then net mask, subnet flag and,
+// when none is set, the broadcast address.
+void PrepareInterface(INTERFACE_INFO& info, HostNetwork& host);
+
+// The part of it that a running interface repeats before it addresses a frame: missing adapter
+// addresses and the net mask. Costs one atomic load once both addresses are known. Any thread.
+void RefreshAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host);
+
+} // namespace vnxtest

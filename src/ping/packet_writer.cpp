@@ -1,0 +1,90 @@
+#include "ping/packet_writer.h"
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+
+#include "core/ethernet.h"
+#include "core/ipv4_packet.h"
+#include "core/output_channel.h"
+#include "wrenlib/errors.h"
+
+namespace vnxtest {
+
+namespace {
+
+// The library's ARP entry of `address`, if it has or gets one.
+std::optional<MacAddress> ResolveNeighbour(const INTERFACE_INFO& info, VnetxLibrary& library,
+                                           Ipv4Address address) {
+    VnetxArpRequest request{};
+    request.protocolFamily = VNETX_AF_INET;
+    std::ranges::copy(address.Bytes(), request.protocolAddress);
+    request.flags = VNETX_ATF_PERMANENT;
+    if (library.Ioctl(info.handle.load(std::memory_order_relaxed), VNETX_SIOCGARP, &request) != 0) {
+        return std::nullopt;
+    }
+    std::array<std::uint8_t, 6> mac{};
+    std::copy_n(request.hardwareAddress, mac.size(), mac.begin());
+    return MacAddress(mac);
+}
+
+struct AdapterAddresses {
+    Ipv4Address ip;
+    MacAddress mac;
+    Ipv4Address netMask;
+};
+
+AdapterAddresses CurrentAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host) {
+    RefreshAdapterAddresses(info, host);
+    if (info.addressesKnown.load(std::memory_order_acquire)) {
+        return {info.adapterIp, info.adapterMac, info.netMask};
+    }
+    const std::lock_guard lock(info.addressLock);
+    return {info.adapterIp, info.adapterMac, info.netMask};
+}
+
+MacAddress ChooseDestination(INTERFACE_INFO& info, HostNetwork& host, Ipv4Address destination) {
+    const AdapterAddresses adapter = CurrentAdapterAddresses(info, host);
+    if ((destination & adapter.netMask) == (adapter.ip & adapter.netMask)) {
+        if (const auto mac = ResolveNeighbour(info, host.Library(), destination)) {
+            return *mac;
+        }
+    }
+    if (!host.DefaultGatewayMac().IsZero()) {
+        return host.DefaultGatewayMac();
+    }
+    Verify(!adapter.mac.IsZero());
+    return adapter.mac;
+}
+
+} // namespace
+
+bool WritePingIPPacket(INTERFACE_INFO& info, HostNetwork& host, std::span<std::uint8_t> frame) {
+    const std::int32_t handle = info.handle.load(std::memory_order_acquire);
+    std::span<std::uint8_t> written = frame.subspan(EthernetView::kLength);
+    if (info.tapMode) {
+        // A closed interface has no addresses to build a header from; the write below fails on its
+        // handle and says so.
+        if (handle >= 0) {
+            auto ethernet = EthernetView::Over(frame);
+            const auto ip = Ipv4View::Over(written);
+            ethernet->SetEtherType(kEtherTypeIpv4);
+            ethernet->SetSource(info.guestMac);
+            ethernet->SetDestination(ChooseDestination(info, host, ip->Destination()));
+        }
+        written = frame;
+    }
+    const auto size = static_cast<std::int32_t>(written.size());
+    const std::int32_t count = host.Library().Write(handle, written.data(), static_cast<std::uint32_t>(size));
+    if (count == size) {
+        return true;
+    }
+    const SavedErrors& saved = SaveErrors();
+    LogMsg(L"** CVNXTestView(%s)::WritePingIPPacket: vnetx32_write failed;\n"
+           L"                      dwPacketSize=%d, rc=%d, GetLastError=%d (0x%08.8X), errno=%d: %s\n",
+           info.NameCopy(), size, count, saved.lastError, saved.lastError, saved.errnoValue,
+           StrError(saved.errnoValue));
+    return false;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,160 @@
+#include "ping/receive_path.h"
+
+#include "core/arp_responder.h"
+#include "core/ethernet.h"
+#include "core/icmp_echo.h"
+#include "core/ipv4_packet.h"
+#include "core/output_channel.h"
+#include "ping/echo_request.h"
+#include "ping/packet_writer.h"
+
+namespace vnxtest {
+
+namespace {
+
+constexpr std::size_t kSmallestPacket = kPingHeaders + 1;
+
+// Both checksums of an echo message, by the library, of the packet with both fields zero. The
+// received values are put back afterwards.
+struct Checksums {
+    bool ipGood = false;
+    bool icmpGood = false;
+};
+
+Checksums CheckChecksums(VnetxLibrary& library, Ipv4View ip, IcmpEchoView icmp,
+                         std::span<std::uint8_t> message) {
+    const std::uint16_t ipReceived = ip.Checksum();
+    const std::uint16_t icmpReceived = icmp.Checksum();
+    ip.SetChecksum(0);
+    icmp.SetChecksum(0);
+    Checksums result;
+    result.ipGood = library.CalcInetChecksum(ip.Bytes().data(), Ipv4View::kLength) == ipReceived;
+    result.icmpGood =
+        library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())) == icmpReceived;
+    ip.SetChecksum(ipReceived);
+    icmp.SetChecksum(icmpReceived);
+    return result;
+}
+
+// The ICMP message by the IP header's own total length, but never more than what was received.
+std::span<std::uint8_t> IcmpMessage(std::span<std::uint8_t> packet, std::uint16_t totalLength) {
+    const std::size_t length = std::clamp<std::size_t>(totalLength, kPingHeaders, packet.size());
+    return packet.subspan(Ipv4View::kLength, length - Ipv4View::kLength);
+}
+
+} // namespace
+
+ReceivePath::ReceivePath(HostNetwork& host, const RunSettings& run, PingTest& pingTest)
+    : m_host(host), m_run(run), m_pingTest(pingTest) {}
+
+void ReceivePath::HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
+    if (!info.tapMode) {
+        HandleIpPacket(info, packet);
+        return;
+    }
+    const auto ethernet = EthernetView::Over(packet.Bytes());
+    if (!ethernet) {
+        IgnorePacket(info, IgnoreReason::TooTiny);
+        return;
+    }
+    switch (ethernet->EtherType()) {
+    case kEtherTypeIpv4:
+        HandleIpPacket(info, packet.Behind(EthernetView::kLength));
+        break;
+    case kEtherTypeArp:
+        HandleTapARPPacket(info, m_host.Library(), packet.Bytes());
+        break;
+    case kEtherTypeRarp:
+        HandleTapRARPPacket(info, m_host.Library(), packet.Bytes());
+        break;
+    default:
+        IgnorePacket(info, IgnoreReason::UnknownPacket);
+    }
+}
+
+void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
+    const std::span<std::uint8_t> bytes = packet.Bytes();
+    if (bytes.size() < kSmallestPacket) {
+        return IgnorePacket(info, IgnoreReason::TooTiny);
+    }
+    const Ipv4View ip = *Ipv4View::Over(bytes);
+    const IcmpEchoView icmp = *IcmpEchoView::Over(bytes.subspan(Ipv4View::kLength));
+    if (ip.LooksFragmented()) {
+        return IgnorePacket(info, IgnoreReason::Fragmented);
+    }
+    if (ip.Version() != 4) {
+        return IgnorePacket(info, IgnoreReason::BadIpVersion);
+    }
+    if (ip.HeaderLength() != Ipv4View::kLength / 4) {
+        return IgnorePacket(info, IgnoreReason::BadIpHeaderLength);
+    }
+    if (ip.Protocol() != kIpProtocolIcmp) {
+        return IgnorePacket(info, IgnoreReason::NotIcmp);
+    }
+    if (icmp.Type() != kIcmpEchoRequest && icmp.Type() != kIcmpEchoReply) {
+        return IgnorePacket(info, IgnoreReason::NotPing);
+    }
+    if (icmp.Code() != 0) {
+        return IgnorePacket(info, IgnoreReason::BadIcmpCode);
+    }
+    const std::uint16_t totalLength = ip.TotalLength();
+    Verify(totalLength == bytes.size() && totalLength >= kPingHeaders);
+    const std::span<std::uint8_t> message = IcmpMessage(bytes, totalLength);
+    const Checksums checksums = CheckChecksums(m_host.Library(), ip, icmp, message);
+    if (!checksums.ipGood) {
+        return IgnorePacket(info, IgnoreReason::BadIpChecksum);
+    }
+    if (!checksums.icmpGood) {
+        return IgnorePacket(info, IgnoreReason::BadIcmpChecksum);
+    }
+    const bool forUs = ip.Destination() == info.guestIp;
+    if (icmp.Type() == kIcmpEchoRequest) {
+        return forUs ? AnswerEchoRequest(info, packet) : IgnorePacket(info, IgnoreReason::NotPingForUs);
+    }
+    if (!forUs) {
+        return IgnorePacket(info, IgnoreReason::NotReplyForUs);
+    }
+    m_pingTest.RecordReply(icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
+                           static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength),
+                           ip.TimeToLive());
+}
+
+void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet) {
+    const std::span<std::uint8_t> bytes = packet.Bytes();
+    VnetxLibrary& library = m_host.Library();
+    Ipv4View ip = *Ipv4View::Over(bytes);
+    IcmpEchoView icmp = *IcmpEchoView::Over(bytes.subspan(Ipv4View::kLength));
+    const std::span<std::uint8_t> message = IcmpMessage(bytes, ip.TotalLength());
+    ip.SetDestination(ip.Source());
+    ip.SetSource(info.guestIp);
+    icmp.SetType(kIcmpEchoReply);
+    ip.SetChecksum(0);
+    icmp.SetChecksum(0);
+    ip.SetChecksum(library.CalcInetChecksum(bytes.data(), Ipv4View::kLength));
+    icmp.SetChecksum(library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
+    LogMsg(L"** Someone is PINGing Vant!\n** Sending PING reply to %s\n", FormatIPAddr(ip.Destination()));
+    if (WritePingIPPacket(info, m_host, packet.WithHeadroom())) {
+        info.counters.echoRequestsAnswered.fetch_add(1, std::memory_order_relaxed);
+    }
+}
+
+void ReceivePath::IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason) {
+    const auto number = static_cast<std::uint32_t>(reason);
+    if (number < kIgnoreReasons) {
+        info.counters.ignored[number].fetch_add(1, std::memory_order_relaxed);
+    }
+    if (m_run.debugMode) {
+        LogMsg(L"Packet was ignored (%s)\n", IgnoreReasonText(number));
+    }
+}
+
+const wchar_t* IgnoreReasonText(std::uint32_t reason) {
+    constexpr std::array<const wchar_t*, kIgnoreReasons> kTexts = {
+        L"Unknown packet",      L"Too tiny",          L"Fragmented",       L"Bad IP hdr version",
+        L"Bad IP hdr length",   L"Not ICMP",          L"Not ping",         L"Bad ICMP code",
+        L"Bad IP hdr checksum", L"Bad ICMP checksum", L"Not reply for us", L"Not ping for us",
+    };
+    return reason < kTexts.size() ? kTexts[reason] : L"(unknown)";
+}
+
+} // namespace vnxtest

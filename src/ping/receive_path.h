@@ -1,0 +1,36 @@
+// What becomes of every packet that a monitor thread reads.
+//
+// In TAP mode frames are sorted by Ethernet type; ARP and RARP go to their responders. IPv4 packets
+// are checked strictly, in a fixed order; an echo request for the guest is answered in place, an
+// echo reply for the guest completes a ping. Everything else is ignored with a numbered reason.
+#pragma once
+
+#include "core/interface_info.h"
+#include "core/packet_handler.h"
+#include "core/run_settings.h"
+#include "hostnet/host_network.h"
+#include "ping/ping_test.h"
+
+namespace vnxtest {
+
+class ReceivePath final : public PacketHandler {
+public:
+    ReceivePath(HostNetwork& host, const RunSettings& run, PingTest& pingTest);
+
+    // Monitor threads; with two interfaces two of them at once.
+    void HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) override;
+
+private:
+    void HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet);
+    void AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet);
+    void IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason);
+
+    HostNetwork& m_host;
+    const RunSettings& m_run;
+    PingTest& m_pingTest;
+};
+
+// The text of an ignore reason: "Unknown packet" for 0, "(unknown)" for a number without a text.
+const wchar_t* IgnoreReasonText(std::uint32_t reason);
+
+} // namespace vnxtest

@@ -1,0 +1,35 @@
+// The per-user profile: numbers and texts by name, in the section "Settings".
+//
+// On Windows it is the registry key of the program under HKEY_CURRENT_USER, elsewhere a file of the
+// same section and value names under the user's configuration folder. Reading never fails: what is
+// missing or damaged yields the default. All calls are made on the user-interface thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace vnxtest {
+
+class Profile {
+public:
+    virtual ~Profile() = default;
+
+    virtual std::uint32_t ReadNumber(std::wstring_view name, std::uint32_t defaultValue) = 0;
+    virtual std::wstring ReadText(std::wstring_view name, std::wstring_view defaultValue) = 0;
+    // False when the value could not be stored; LastProblem() then says why.
+    virtual bool WriteNumber(std::wstring_view name, std::uint32_t value) = 0;
+    virtual bool WriteText(std::wstring_view name, std::wstring_view value) = 0;
+
+    // Where the profile is, for messages: a file's path or a registry key.
+    virtual std::wstring Location() const = 0;
+    // One sentence about the last failure (a damaged file, a folder that cannot be written), empty
+    // when there was none.
+    virtual std::wstring LastProblem() const = 0;
+};
+
+// Opens the user's profile. A profile that does not exist yet is empty, and is made by the first write.
+std::unique_ptr<Profile> OpenProfile();
+
+} // namespace vnxtest

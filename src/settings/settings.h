@@ -1,0 +1,61 @@
+// The persistent settings and their derived defaults.
+//
+// Everything lives in the profile's section "Settings". Interface values are read once per run, at
+// the first start; ping values once per run, at the first ping test; debug values when the view is
+// made. Nothing here stops the program: a failed write or a text that cannot be converted is an
+// assertion line, and the value in memory stays. User-interface thread only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "core/interface_info.h"
+#include "core/run_settings.h"
+#include "hostnet/host_network.h"
+#include "platform/profile.h"
+#include "wrenlib/address.h"
+
+namespace vnxtest {
+
+// The target used until one is stored: a public host.
+inline constexpr Ipv4Address kDefaultPingTarget{1, 1, 1, 1};
+
+// The target and the numbers of the last ping test.
+struct PingSettings {
+    Ipv4Address whoPingIpAddr = kDefaultPingTarget;
+    std::wstring whoPingName;
+    std::uint32_t dataSize = 32;  // "PingDataSize", bytes
+    std::uint32_t numPings = 3;   // "NumPings"
+    std::uint32_t timeout = 500;  // "PingTimeout", milliseconds
+    std::uint32_t delay = 1000;   // "PingDelay", milliseconds
+};
+
+// Converts every non-empty text of both records into its binary field.
+void ApplyInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2);
+
+class Settings {
+public:
+    explicit Settings(Profile& profile) : m_profile(profile) {}
+
+    // Reads the ten interface values with their derived defaults; does nothing after the first call.
+    void LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2, HostNetwork& host);
+    // Writes the ten interface values.
+    void StoreInterfaceSettings(const INTERFACE_INFO& interface1, const INTERFACE_INFO& interface2);
+
+    void ReadDebugSettings(RunSettings& settings);
+    // "DebugMode", then "DebugFlags".
+    void StoreDebugSettings(const RunSettings& settings);
+    // "SocketNotifyMode".
+    void StoreSocketNotifyMode(const RunSettings& settings);
+
+    // Reads the six ping values with the given ones as defaults; does nothing after the first call.
+    void LoadPingSettings(PingSettings& settings);
+    void StorePingSettings(const PingSettings& settings);
+
+private:
+    Profile& m_profile;
+    bool m_interfacesLoaded = false;
+    bool m_pingLoaded = false;
+};
+
+} // namespace vnxtest

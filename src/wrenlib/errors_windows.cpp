@@ -1,0 +1,52 @@
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include <windows.h>
+
+#include "wrenlib/errors.h"
+#include "wrenlib/format.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+
+const std::uint32_t kErrorInvalidParameter = ERROR_INVALID_PARAMETER;
+const std::uint32_t kErrorNotEnoughMemory = ERROR_NOT_ENOUGH_MEMORY;
+
+std::uint32_t LastError() {
+    return ::GetLastError();
+}
+
+void SetLastError(std::uint32_t code) {
+    ::SetLastError(code);
+}
+
+std::wstring StrError(int code) {
+    const ErrorKeeper keeper;
+    wchar_t buffer[256] = {};
+    if (_wcserror_s(buffer, std::size(buffer), code) != 0 || buffer[0] == L'\0') {
+        return Sprintf(L"Unknown error %d", code);
+    }
+    return buffer;
+}
+
+std::wstring FormatLastError(std::uint32_t code) {
+    const ErrorKeeper keeper;
+    wchar_t buffer[1024] = {};
+    const DWORD length = FormatMessageW(
+        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
+        code, 0, buffer, static_cast<DWORD>(std::size(buffer)), nullptr);
+    std::wstring text = TrimBlanks(std::wstring_view(buffer, length));
+    return text.empty() ? Sprintf(L"Unknown error %u", code) : text;
+}
+
+bool IsDebuggerTraceOn() {
+    return true;
+}
+
+void WriteToDebugger(std::wstring_view text) {
+    OutputDebugStringW(std::wstring(text).c_str());
+}
+
+} // namespace vnxtest

@@ -1,0 +1,28 @@
+// The debug trace: lines for the developer, never for the document. On Windows they go to the
+// debugger (OutputDebugString); elsewhere to standard error when VNXTEST_TRACE is set in the
+// environment.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "wrenlib/format.h"
+
+namespace vnxtest {
+
+// Writes one formatted wide text to the debug trace. Any thread; errno and the last error stay.
+void WrenLibAfxTraceV(std::wstring_view format, WideFormatArgs args);
+
+template <typename... Args>
+void WrenLibAfxTrace(std::wstring_view format, const Args&... args) {
+    WrenLibAfxTraceV(format, fmt::make_format_args<fmt::basic_printf_context_t<wchar_t>>(args...));
+}
+
+// True when the trace goes anywhere, so that a caller with many lines need not format them.
+bool IsTraceOn();
+
+// Sends the trace to `sink` instead (null: back to the platform's place). For tests; set it while
+// no other thread traces.
+void SetTraceSink(std::function<void(std::wstring_view)> sink);
+
+} // namespace vnxtest
