@@ -2,9 +2,9 @@
 
 #include <optional>
 
-#include "core/arp_packet.h"
-#include "core/ethernet.h"
 #include "core/output_channel.h"
+#include "packets/arp_packet.h"
+#include "packets/ethernet.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {

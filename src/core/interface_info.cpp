@@ -2,7 +2,7 @@
 
 namespace vnxtest {
 
-void InterfaceCounters::Clear() {
+void PacketCounters::Clear() {
     for (auto& count : ignored) {
         count = 0;
     }

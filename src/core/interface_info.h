@@ -30,7 +30,7 @@ enum class IgnoreReason : std::uint32_t {
 inline constexpr std::size_t kIgnoreReasons = 12;
 
 // What is counted while an interface runs. The monitor thread alone writes; any thread may read.
-struct InterfaceCounters {
+struct PacketCounters {
     std::array<std::atomic<std::uint64_t>, kIgnoreReasons> ignored{};
     std::atomic<std::uint64_t> echoRequestsAnswered{0};
     std::atomic<std::uint64_t> arpRequestsAnswered{0};
@@ -65,7 +65,7 @@ struct INTERFACE_INFO {
     std::mutex addressLock;
     std::atomic<bool> addressesKnown{false}; // both adapter addresses are there: they change no more
 
-    InterfaceCounters counters;
+    PacketCounters counters;
     VnetxStatistics statistics{}; // of the last run, once its monitor thread has ended
     bool statisticsValid = false;
 

@@ -96,7 +96,6 @@ void MonitorThread(MonitorContext context) {
         }
         ReportStatisticsAndClose(info, context.library);
     }
-    context.view.PostViewMessage(ViewMessage::MonitorThreadEnded);
     RestoreSavedErrors();
 }
 

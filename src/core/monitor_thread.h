@@ -21,9 +21,9 @@ struct MonitorContext {
     ViewPort& view;
 };
 
-// The thread's procedure. Ends when the stop event is set (seen within one read time-out of 250 ms;
-// in socket-notify mode when the interface's socket is woken as well), when a read fails or when the
-// interface cannot be opened. Posts InterfaceOpened once it reads and MonitorThreadEnded at its end.
+// The thread's procedure, for a WorkerThread. Ends when the stop event is set (seen within one read
+// time-out of 250 ms; in socket-notify mode when the interface's socket is woken as well), when a read
+// fails or when the interface cannot be opened. Posts InterfaceOpened once it reads.
 void MonitorThread(MonitorContext context);
 
 } // namespace vnxtest

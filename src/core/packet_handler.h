@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
-#include "core/ethernet.h"
 #include "core/interface_info.h"
+#include "packets/ethernet.h"
 
 namespace vnxtest {
 

@@ -2,7 +2,6 @@
 
 #include "core/monitor_thread.h"
 #include "core/output_channel.h"
-#include "core/start_thread.h"
 #include "platform/socket_wait.h"
 #include "platform/thread.h"
 
@@ -86,7 +85,10 @@ Guest::~Guest() {
 void Guest::HandleViewMessage(ViewMessage message) {
     switch (message) {
     case ViewMessage::MonitorThreadEnded:
-        StopGuest();
+        // A thread of the last run that was stopped by command leaves its message in the queue.
+        if (m_monitorThreads[0].HasEnded() || m_monitorThreads[1].HasEnded()) {
+            StopGuest();
+        }
         break;
     case ViewMessage::PingThreadEnded:
         m_pingTest.OnPingThreadEnded();
@@ -101,7 +103,7 @@ void Guest::HandleViewMessage(ViewMessage message) {
 }
 
 bool Guest::IsRunning() const {
-    return m_monitorThreads[0].joinable() || m_monitorThreads[1].joinable();
+    return m_monitorThreads[0].Exists() || m_monitorThreads[1].Exists();
 }
 
 bool Guest::AskAndApplyParameters() {
@@ -167,8 +169,9 @@ bool Guest::OnStartGuest() {
 void Guest::StartMonitorThread(std::size_t index) {
     const MonitorContext context{m_interfaces[index], m_library,     m_run,
                                  m_stopEvent,         m_receivePath, m_frontEnd};
-    if (StartThread(m_monitorThreads[index], [context] { MonitorThread(context); })) {
-        Verify(RaiseThreadPriority(m_monitorThreads[index]));
+    WorkerThread& thread = m_monitorThreads[index];
+    if (thread.Start([context] { MonitorThread(context); }, m_frontEnd, ViewMessage::MonitorThreadEnded)) {
+        Verify(RaiseThreadPriority(thread.Thread()));
     }
 }
 
@@ -195,12 +198,10 @@ void Guest::StopGuest() {
     m_pingTest.StopPingTest();
     m_stopEvent.Set();
     for (std::size_t index = 0; index < m_monitorThreads.size(); ++index) {
-        if (!m_monitorThreads[index].joinable()) {
-            continue;
+        if (m_monitorThreads[index].Exists()) {
+            WakeMonitorThread(m_interfaces[index]);
+            m_monitorThreads[index].Join();
         }
-        WakeMonitorThread(m_interfaces[index]);
-        m_monitorThreads[index].join();
-        m_monitorThreads[index] = std::thread();
     }
     m_stopEvent.Reset();
 }

@@ -8,10 +8,10 @@
 
 #include <array>
 #include <memory>
-#include <thread>
 
 #include "core/interface_info.h"
 #include "core/run_settings.h"
+#include "core/worker_thread.h"
 #include "guest/front_end.h"
 #include "hostnet/host_network.h"
 #include "ping/ping_test.h"
@@ -76,7 +76,7 @@ private:
     ManualResetEvent m_stopEvent{m_waitDomain};
     PingTest m_pingTest;
     ReceivePath m_receivePath;
-    std::array<std::thread, 2> m_monitorThreads;
+    std::array<WorkerThread, 2> m_monitorThreads;
 };
 
 } // namespace vnxtest

@@ -1,6 +1,7 @@
 #include "guest/parameters_check.h"
 
 #include "core/output_channel.h"
+#include "hostnet/address_validation.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -28,8 +29,7 @@ Refusal CheckGuestMac(InterfaceParameters& parameters, int index, const HostNetw
             parameters.guestMacText = FormatMACAddr(MacAddress(mac));
         }
     }
-    const std::optional<MacAddress> mac = ParseMACAddress(parameters.guestMacText);
-    if (!mac || mac->IsGroup() || !mac->IsLocal()) {
+    if (!ValidateMACAddress(parameters.guestMacText, true)) {
         return Refuse(index, ParameterField::GuestMac,
                       L"The hardware address you entered is invalid. Please enter a valid hardware address");
     }
@@ -44,8 +44,7 @@ Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const Hos
                           L"You must identify which host adapter should be used by specifying either its IP "
                           L"address or MAC address.");
         }
-        const std::optional<MacAddress> mac = ParseMACAddress(parameters.adapterMacText);
-        if (!mac || mac->IsGroup() || !host.IsAdapterMAC(*mac)) {
+        if (!ValidateAdapterMACAddress(parameters.adapterMacText, host)) {
             return Refuse(index, ParameterField::AdapterMac,
                           L"No such host adapter exists with this MAC address.");
         }
@@ -57,15 +56,14 @@ Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const Hos
             L"You must identify the host adapter by either its IP address or its MAC address, but not "
             L"both.");
     }
-    const std::optional<Ipv4Address> ip = ParseIPAddress(parameters.adapterIpText);
-    if (!ip || !host.IsAdapterIP(*ip)) {
+    if (!ValidateAdapterIPAddress(parameters.adapterIpText, host)) {
         return Refuse(index, ParameterField::AdapterIp, L"No such host adapter exists with this IP address.");
     }
     return std::nullopt;
 }
 
 Refusal CheckGuestIp(const InterfaceParameters& parameters, int index) {
-    if (!ParseIPAddress(parameters.guestIpText)) {
+    if (!ValidateIPAddress(parameters.guestIpText)) {
         return Refuse(index, ParameterField::GuestIp,
                       L"The IP Address you entered is invalid. Please enter a valid IP address.");
     }

@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
-#include "core/icmp_echo.h"
-#include "core/ipv4_packet.h"
+#include "packets/icmp_echo.h"
+#include "packets/ipv4_packet.h"
 #include "vnetx/library.h"
 #include "wrenlib/address.h"
 

@@ -4,9 +4,9 @@
 #include <mutex>
 #include <optional>
 
-#include "core/ethernet.h"
-#include "core/ipv4_packet.h"
 #include "core/output_channel.h"
+#include "packets/ethernet.h"
+#include "packets/ipv4_packet.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {

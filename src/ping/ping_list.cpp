@@ -1,6 +1,6 @@
 #include "ping/ping_list.h"
 
-#include "core/icmp_echo.h"
+#include "packets/icmp_echo.h"
 
 namespace vnxtest {
 

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <random>
 
-#include "core/ethernet.h"
-#include "core/icmp_echo.h"
 #include "core/output_channel.h"
-#include "core/start_thread.h"
+#include "packets/ethernet.h"
+#include "packets/icmp_echo.h"
 #include "ping/echo_request.h"
 #include "ping/packet_writer.h"
 #include "wrenlib/ticks.h"
@@ -33,18 +32,26 @@ void PingTest::Start(INTERFACE_INFO& info, const PingParameters& parameters) {
     m_interface = &info;
     m_parameters = parameters;
     m_result = {};
+    ClearPings();
     m_stopPingEvent.Reset();
-    StartThread(m_pingThread, [this] { PingThread(); });
+    m_pingThread.Start([this] { PingThread(); }, m_view, ViewMessage::PingThreadEnded);
 }
 
 bool PingTest::IsRunning() const {
-    const std::lock_guard lock(m_threadLock);
-    return m_pingThread.joinable() || m_pingWaitThread.joinable();
+    return m_pingThread.Exists() || m_waitThreadExists;
 }
 
 bool PingTest::IsDraining() const {
-    const std::lock_guard lock(m_threadLock);
-    return !m_pingThread.joinable() && m_pingWaitThread.joinable();
+    return !m_pingThread.Exists() && m_waitThreadExists;
+}
+
+void PingTest::JoinSendThread() {
+    m_pingThread.Join();
+}
+
+void PingTest::JoinWaitThread() {
+    m_pingWaitThread.Join();
+    m_waitThreadExists = false;
 }
 
 void PingTest::StopPingTest() {
@@ -52,26 +59,24 @@ void PingTest::StopPingTest() {
         return;
     }
     m_stopPingEvent.Set();
-    OnPingThreadEnded();
-    OnPingWaitThreadEnded();
+    JoinSendThread();
+    JoinWaitThread();
     m_stopPingEvent.Reset();
     ClearPings();
 }
 
+// Both handlers look whether the thread has really ended: a test that was stopped by command leaves
+// its messages in the queue, and waiting for the next test's thread would block the view for as long
+// as that test takes.
 void PingTest::OnPingThreadEnded() {
-    if (m_pingThread.joinable()) {
-        m_pingThread.join();
+    if (m_pingThread.HasEnded()) {
+        JoinSendThread();
     }
 }
 
 void PingTest::OnPingWaitThreadEnded() {
-    std::thread ended;
-    {
-        const std::lock_guard lock(m_threadLock);
-        ended.swap(m_pingWaitThread);
-    }
-    if (ended.joinable()) {
-        ended.join();
+    if (m_waitThreadExists && m_pingWaitThread.HasEnded()) {
+        JoinWaitThread();
     }
 }
 
@@ -134,6 +139,8 @@ void PingTest::PingThread() {
     BuildEchoRequest(std::span(m_frame).subspan(EthernetView::kLength), m_host.Library(),
                      m_interface->guestIp, m_parameters.target, SwapNetwork16(identifier));
 
+    // The first ping that was sent starts the wait thread.
+    bool waitThreadStarted = false;
     std::uint32_t remaining = m_parameters.numPings;
     do {
         ++counter;
@@ -144,7 +151,10 @@ void PingTest::PingThread() {
             m_stopPingEvent.Set();
             break;
         }
-        StartWaitThread();
+        if (!waitThreadStarted) {
+            StartWaitThread();
+            waitThreadStarted = true;
+        }
         if (m_stopPingEvent.WaitFor(m_parameters.delay)) {
             break;
         }
@@ -153,14 +163,11 @@ void PingTest::PingThread() {
         const std::lock_guard lock(m_pingListLock);
         m_wPingNextSeq = counter;
     }
-    m_view.PostViewMessage(ViewMessage::PingThreadEnded);
 }
 
 void PingTest::StartWaitThread() {
-    const std::lock_guard lock(m_threadLock);
-    if (!m_pingWaitThread.joinable()) {
-        StartThread(m_pingWaitThread, [this] { PingWaitThread(); });
-    }
+    m_waitThreadExists =
+        m_pingWaitThread.Start([this] { PingWaitThread(); }, m_view, ViewMessage::PingWaitThreadEnded);
 }
 
 // Writing and recording are one step under the lock, so that a reply cannot be looked for before its
@@ -269,7 +276,6 @@ void PingTest::PingWaitThread() {
     m_pingTimer.Cancel();
     ReportStatistics();
     LogMsg(L"\n** END PING TEST **\n\n");
-    m_view.PostViewMessage(ViewMessage::PingWaitThreadEnded);
 }
 
 PingStatistics ComputePingStatistics(const CPingList& list) {

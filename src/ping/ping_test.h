@@ -6,15 +6,15 @@
 // monitor thread. All of them work on the ping list under its lock.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "core/interface_info.h"
 #include "core/view_port.h"
+#include "core/worker_thread.h"
 #include "hostnet/host_network.h"
 #include "ping/ping_list.h"
 #include "wrenlib/address.h"
@@ -106,6 +106,8 @@ private:
     void ChooseIdentifier();
     bool SendPing(std::uint16_t sequence);
     void StartWaitThread();
+    void JoinSendThread();
+    void JoinWaitThread();
     // The wait thread's pass over the list: the milliseconds to wait (0: until something happens),
     // or nothing when the test is over.
     std::optional<std::uint32_t> CheckDeadlines(std::uint32_t& graceEnd);
@@ -136,9 +138,10 @@ private:
     bool m_identChosen = false;
     Waiting m_waiting = Waiting::ForPings;
 
-    std::thread m_pingThread;
-    mutable std::mutex m_threadLock; // the wait thread is started by the send thread
-    std::thread m_pingWaitThread;
+    WorkerThread m_pingThread;
+    // Whether the wait thread exists; it is started by the send thread and joined by another.
+    std::atomic<bool> m_waitThreadExists{false};
+    WorkerThread m_pingWaitThread;
     std::vector<std::uint8_t> m_frame; // the send thread's: room for an Ethernet header, then the packet
 };
 

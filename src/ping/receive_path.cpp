@@ -1,10 +1,10 @@
 #include "ping/receive_path.h"
 
 #include "core/arp_responder.h"
-#include "core/ethernet.h"
-#include "core/icmp_echo.h"
-#include "core/ipv4_packet.h"
 #include "core/output_channel.h"
+#include "packets/ethernet.h"
+#include "packets/icmp_echo.h"
+#include "packets/ipv4_packet.h"
 #include "ping/echo_request.h"
 #include "ping/packet_writer.h"
 

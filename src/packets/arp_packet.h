@@ -8,23 +8,24 @@
 #include <optional>
 #include <span>
 
-#include "core/wire.h"
+#include "packets/wire.h"
 
 namespace vnxtest {
 
 enum class ArpOperation : std::uint16_t { Request = 1, Reply = 2, ReverseRequest = 3, ReverseReply = 4 };
 
-class ArpView {
+template <PacketByte Byte>
+class BasicArpView {
 public:
     static constexpr std::size_t kLength = 28;
 
     // The view over the first 28 bytes of `payload` (what follows the Ethernet header; padding may
     // follow), or nothing when it is shorter.
-    static std::optional<ArpView> Over(std::span<std::uint8_t> payload) {
+    static std::optional<BasicArpView> Over(std::span<Byte> payload) {
         if (payload.size() < kLength) {
             return std::nullopt;
         }
-        return ArpView(payload.first<kLength>());
+        return BasicArpView(payload.template first<kLength>());
     }
 
     // True for Ethernet hardware (1) and IPv4 protocol (0x0800) addresses of 6 and 4 bytes: the only
@@ -49,8 +50,11 @@ public:
     void SetTargetProtocolAddress(Ipv4Address address) { StoreIpv4<24>(m_bytes, address); }
 
 private:
-    explicit ArpView(std::span<std::uint8_t, kLength> bytes) : m_bytes(bytes) {}
-    std::span<std::uint8_t, kLength> m_bytes;
+    explicit BasicArpView(std::span<Byte, kLength> bytes) : m_bytes(bytes) {}
+    std::span<Byte, kLength> m_bytes;
 };
+
+using ArpView = BasicArpView<std::uint8_t>;
+using ConstArpView = BasicArpView<const std::uint8_t>; // reads only
 
 } // namespace vnxtest

@@ -7,7 +7,7 @@
 #include <optional>
 #include <span>
 
-#include "core/wire.h"
+#include "packets/wire.h"
 
 namespace vnxtest {
 
@@ -15,16 +15,17 @@ inline constexpr std::uint16_t kEtherTypeIpv4 = 0x0800;
 inline constexpr std::uint16_t kEtherTypeArp = 0x0806;
 inline constexpr std::uint16_t kEtherTypeRarp = 0x8035;
 
-class EthernetView {
+template <PacketByte Byte>
+class BasicEthernetView {
 public:
     static constexpr std::size_t kLength = 14;
 
     // The view over the first 14 bytes of `frame`, or nothing when it is shorter.
-    static std::optional<EthernetView> Over(std::span<std::uint8_t> frame) {
+    static std::optional<BasicEthernetView> Over(std::span<Byte> frame) {
         if (frame.size() < kLength) {
             return std::nullopt;
         }
-        return EthernetView(frame.first<kLength>());
+        return BasicEthernetView(frame.template first<kLength>());
     }
 
     MacAddress Destination() const { return LoadMac<0>(m_bytes); }
@@ -36,8 +37,11 @@ public:
     void SetEtherType(std::uint16_t type) { StoreBe16<12>(m_bytes, type); }
 
 private:
-    explicit EthernetView(std::span<std::uint8_t, kLength> bytes) : m_bytes(bytes) {}
-    std::span<std::uint8_t, kLength> m_bytes;
+    explicit BasicEthernetView(std::span<Byte, kLength> bytes) : m_bytes(bytes) {}
+    std::span<Byte, kLength> m_bytes;
 };
+
+using EthernetView = BasicEthernetView<std::uint8_t>;
+using ConstEthernetView = BasicEthernetView<const std::uint8_t>; // reads only
 
 } // namespace vnxtest

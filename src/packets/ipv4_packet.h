@@ -8,22 +8,23 @@
 #include <optional>
 #include <span>
 
-#include "core/wire.h"
+#include "packets/wire.h"
 
 namespace vnxtest {
 
 inline constexpr std::uint8_t kIpProtocolIcmp = 1;
 
-class Ipv4View {
+template <PacketByte Byte>
+class BasicIpv4View {
 public:
     static constexpr std::size_t kLength = 20;
 
     // The view over the first 20 bytes of `packet`, or nothing when it is shorter.
-    static std::optional<Ipv4View> Over(std::span<std::uint8_t> packet) {
+    static std::optional<BasicIpv4View> Over(std::span<Byte> packet) {
         if (packet.size() < kLength) {
             return std::nullopt;
         }
-        return Ipv4View(packet.first<kLength>());
+        return BasicIpv4View(packet.template first<kLength>());
     }
 
     unsigned Version() const { return m_bytes[0] >> 4; }
@@ -60,11 +61,14 @@ public:
     void SetSource(Ipv4Address address) { StoreIpv4<12>(m_bytes, address); }
     void SetDestination(Ipv4Address address) { StoreIpv4<16>(m_bytes, address); }
 
-    std::span<std::uint8_t, kLength> Bytes() const { return m_bytes; }
+    std::span<Byte, kLength> Bytes() const { return m_bytes; }
 
 private:
-    explicit Ipv4View(std::span<std::uint8_t, kLength> bytes) : m_bytes(bytes) {}
-    std::span<std::uint8_t, kLength> m_bytes;
+    explicit BasicIpv4View(std::span<Byte, kLength> bytes) : m_bytes(bytes) {}
+    std::span<Byte, kLength> m_bytes;
 };
+
+using Ipv4View = BasicIpv4View<std::uint8_t>;
+using ConstIpv4View = BasicIpv4View<const std::uint8_t>; // reads only
 
 } // namespace vnxtest

@@ -10,23 +10,24 @@
 #include <optional>
 #include <span>
 
-#include "core/wire.h"
+#include "packets/wire.h"
 
 namespace vnxtest {
 
 inline constexpr std::uint8_t kIcmpEchoReply = 0;
 inline constexpr std::uint8_t kIcmpEchoRequest = 8;
 
-class IcmpEchoView {
+template <PacketByte Byte>
+class BasicIcmpEchoView {
 public:
     static constexpr std::size_t kLength = 8;
 
     // The view over the first 8 bytes of `message`, or nothing when it is shorter.
-    static std::optional<IcmpEchoView> Over(std::span<std::uint8_t> message) {
+    static std::optional<BasicIcmpEchoView> Over(std::span<Byte> message) {
         if (message.size() < kLength) {
             return std::nullopt;
         }
-        return IcmpEchoView(message.first<kLength>());
+        return BasicIcmpEchoView(message.template first<kLength>());
     }
 
     std::uint8_t Type() const { return m_bytes[0]; }
@@ -43,7 +44,7 @@ public:
     void SetRawSequenceNumber(std::uint16_t sequence) { StoreRaw<6>(sequence); }
 
 private:
-    explicit IcmpEchoView(std::span<std::uint8_t, kLength> bytes) : m_bytes(bytes) {}
+    explicit BasicIcmpEchoView(std::span<Byte, kLength> bytes) : m_bytes(bytes) {}
 
     template <std::size_t Offset>
     std::uint16_t LoadRaw() const {
@@ -56,8 +57,11 @@ private:
         std::memcpy(m_bytes.data() + Offset, &value, sizeof value);
     }
 
-    std::span<std::uint8_t, kLength> m_bytes;
+    std::span<Byte, kLength> m_bytes;
 };
+
+using IcmpEchoView = BasicIcmpEchoView<std::uint8_t>;
+using ConstIcmpEchoView = BasicIcmpEchoView<const std::uint8_t>; // reads only
 
 // A 16-bit number between host and network order (the same exchange both ways).
 constexpr std::uint16_t SwapNetwork16(std::uint16_t value) {

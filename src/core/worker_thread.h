@@ -1,0 +1,62 @@
+// A thread that announces its end to the view.
+//
+// Its end is known before it is announced, so that whoever handles the message can tell the end of
+// this thread from a message that an earlier one left in the queue.
+#pragma once
+
+#include <atomic>
+#include <source_location>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "core/output_channel.h"
+#include "core/view_port.h"
+
+namespace vnxtest {
+
+// Not itself thread-safe: start and join it on one thread, or under a lock.
+class WorkerThread {
+public:
+    WorkerThread() = default;
+    WorkerThread(const WorkerThread&) = delete;
+    WorkerThread& operator=(const WorkerThread&) = delete;
+    ~WorkerThread() { Join(); }
+
+    // Runs `procedure` on a thread of its own and posts `ended` to `view` behind it. False, with the
+    // assertion line of the caller, when the system has no thread to give. Not while one exists.
+    template <typename Procedure>
+    bool Start(Procedure procedure, ViewPort& view, ViewMessage ended,
+               std::source_location where = std::source_location::current()) {
+        m_ended = false;
+        try {
+            m_thread = std::thread([this, &view, ended, run = std::move(procedure)]() mutable {
+                run();
+                m_ended.store(true, std::memory_order_release);
+                view.PostViewMessage(ended);
+            });
+            return true;
+        } catch (const std::system_error&) {
+            return Verify(false, where);
+        }
+    }
+
+    // From a successful Start until Join.
+    bool Exists() const { return m_thread.joinable(); }
+    // It exists and has done its work: Join will not block.
+    bool HasEnded() const { return Exists() && m_ended.load(std::memory_order_acquire); }
+    // Waits for its end, without limit. Nothing when there is none.
+    void Join() {
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+    }
+
+    std::thread& Thread() { return m_thread; }
+
+private:
+    std::thread m_thread;
+    std::atomic<bool> m_ended{false};
+};
+
+} // namespace vnxtest

@@ -1,0 +1,84 @@
+#include <cerrno>
+
+#include "core/interface_helpers.h"
+#include "support/output_fixture.h"
+#include "wrenlib/errors.h"
+
+namespace vnxtest {
+namespace {
+
+class InterfaceHelpersTest : public OutputFixture {
+protected:
+    using Setter = std::int32_t (*)(VnetxLibrary&, std::int32_t, const wchar_t*, const wchar_t*);
+
+    // Expects a refusal with exactly `message`, without a request to the library.
+    void ExpectRefused(Setter setter, const wchar_t* name, const wchar_t* value, const std::string& message) {
+        const std::size_t before = m_library.requests.size();
+        errno = 0;
+        EXPECT_EQ(setter(m_library, 3, name, value), -1);
+        EXPECT_EQ(errno, EINVAL);
+        EXPECT_EQ(SavedErrorsOfThread().lastError, kErrorInvalidParameter);
+        EXPECT_EQ(TakeText(), message);
+        EXPECT_EQ(m_library.requests.size(), before);
+    }
+};
+
+TEST_F(InterfaceHelpersTest, RefusalsCarryTheirNumbers) {
+    ExpectRefused(VNETX_SetIPAddr, nullptr, L"1.2.3.4", "KXMTU005E Invalid net device name \"NULL\"\n");
+    ExpectRefused(VNETX_SetIPAddr, L"vnx0", L"1.2.3", "KXMTU006E vnx0: Invalid IP address \"1.2.3\"\n");
+    ExpectRefused(VNETX_SetDestAddr, L"", L"1.2.3.4", "KXMTU007E Invalid net device name \"\"\n");
+    ExpectRefused(VNETX_SetDestAddr, L"vnx0", nullptr,
+                  "KXMTU008E vnx0: Invalid destination address \"NULL\"\n");
+    ExpectRefused(VNETX_SetNetMask, L"", L"1.2.3.4", "KXMTU009E Invalid net device name \"\"\n");
+    ExpectRefused(VNETX_SetNetMask, L"vnx0", L"x", "KXMTU010E vnx0: Invalid net mask \"x\"\n");
+    ExpectRefused(VNETX_SetBcastAddr, L"", L"1.2.3.4", "KXMTU009E Invalid net device name \"\"\n");
+    ExpectRefused(VNETX_SetBcastAddr, L"vnx0", L"x", "KXMTU010E vnx0: Invalid broadcast address \"x\"\n");
+    ExpectRefused(VNETX_SetMTU, L"", L"1500", "KXMTU011E Invalid net device name \"\"\n");
+    ExpectRefused(VNETX_SetMTU, L"vnx0", L"", "KXMTU012E vnx0: Invalid null or empty MTU.\n");
+    ExpectRefused(VNETX_SetMTU, L"vnx0", L"45", "KXMTU013E vnx0: Invalid MTU \"45\"\n");
+    ExpectRefused(VNETX_SetMTU, L"vnx0", L"65537", "KXMTU013E vnx0: Invalid MTU \"65537\"\n");
+    ExpectRefused(VNETX_SetMTU, L"vnx0", L"99999999999999999999",
+                  "KXMTU013E vnx0: Invalid MTU \"99999999999999999999\"\n");
+    ExpectRefused(VNETX_SetMACAddr, L"", L"02-00-5E-80-00-04", "KXMTU014E Invalid net device name \"\"\n");
+    ExpectRefused(VNETX_SetMACAddr, L"vnx0", L"02-00", "KXMTU015E vnx0: Invalid MAC address \"02-00\"\n");
+    EXPECT_EQ(VNETX_SetFlags(m_library, 3, nullptr, 1), -1);
+    EXPECT_EQ(TakeText(), "KXMTU016E Invalid net device name \"NULL\"\n");
+}
+
+TEST_F(InterfaceHelpersTest, RecordsAreEncodedToTheByte) {
+    const wchar_t* longName = L"a-name-of-twenty-chr";
+    EXPECT_EQ(VNETX_SetIPAddr(m_library, 3, longName, L"10.1.2.3"), 0);
+    const auto& address = m_library.requests.back();
+    EXPECT_EQ(address.code, 0x8916U);
+    EXPECT_STREQ(address.record.name, "a-name-of-twent");
+    const std::uint8_t inet[16] = {2, 0, 0, 0, 10, 1, 2, 3};
+    EXPECT_EQ(std::memcmp(address.record.u.bytes, inet, 16), 0);
+
+    EXPECT_EQ(VNETX_SetMACAddr(m_library, 3, L"vnx0", L"02-00-5E-80-00-04"), 0);
+    const std::uint8_t hardware[16] = {1, 0, 0x02, 0x00, 0x5E, 0x80, 0x00, 0x04};
+    EXPECT_EQ(m_library.requests.back().code, 0x8924U);
+    EXPECT_EQ(std::memcmp(m_library.requests.back().record.u.bytes, hardware, 16), 0);
+
+    for (const auto& [text, value] : {std::pair{L"46", 46U}, {L"65536", 65536U}}) {
+        EXPECT_EQ(VNETX_SetMTU(m_library, 3, L"vnx0", text), 0);
+        EXPECT_EQ(m_library.requests.back().record.u.mtu, value);
+    }
+    EXPECT_EQ(VNETX_SetFlags(m_library, 3, L"vnx0", VNETX_IFF_UP | VNETX_IFF_DEBUG), 0);
+    EXPECT_EQ(m_library.requests.back().code, 0x8914U);
+    EXPECT_EQ(m_library.requests.back().record.u.flags, 5U);
+    EXPECT_EQ(TakeText(), "");
+}
+
+TEST_F(InterfaceHelpersTest, QueriesFillTheRecordOrReport) {
+    INTERFACE_INFO info;
+    info.name = L"vnx0";
+    EXPECT_TRUE(GetInterfaceMACAddr(m_library, 3, info));
+    EXPECT_EQ(FormatMACAddr(info.guestMac), L"02-00-00-00-00-09");
+    m_library.failRequests[VNETX_SIOCGIFADDR] = ENODEV;
+    EXPECT_FALSE(GetAdapterIPAddr(m_library, 3, info));
+    EXPECT_EQ(errno, ENODEV);
+    EXPECT_EQ(TakeText(), "** GetAdapterIPAddr(vnx0) failed; errno=19: No such device\n");
+}
+
+} // namespace
+} // namespace vnxtest

@@ -1,0 +1,176 @@
+#include <cerrno>
+
+#include "core/interface_lifecycle.h"
+#include "support/output_fixture.h"
+
+namespace vnxtest {
+namespace {
+
+class InterfaceLifecycleTest : public OutputFixture {
+protected:
+    InterfaceLifecycleTest() {
+        m_info.guestIpText = L"10.1.2.111";
+        m_info.guestMacText = L"02-00-5E-81-02-6F";
+        m_info.adapterIpText = L"10.1.2.3";
+        m_info.broadcastText = L"10.1.2.255";
+        m_info.netMask = Ipv4Address(255, 255, 255, 0);
+        m_info.inAdapterSubnet = true;
+    }
+
+    std::int32_t Create() { return CreateInterface(m_info, m_library, m_settings); }
+
+    std::vector<std::uint32_t> Codes() const {
+        std::vector<std::uint32_t> codes;
+        for (const auto& request : m_library.requests) {
+            codes.push_back(request.code);
+        }
+        return codes;
+    }
+    const VnetxInterfaceRequest& Record(std::uint32_t code) const {
+        for (const auto& request : m_library.requests) {
+            if (request.code == code) {
+                return request.record;
+            }
+        }
+        static const VnetxInterfaceRequest none{};
+        ADD_FAILURE() << "no request " << std::hex << code;
+        return none;
+    }
+
+    INTERFACE_INFO m_info;
+    RunSettings m_settings;
+};
+
+TEST_F(InterfaceLifecycleTest, ConfiguresStepByStep) {
+    EXPECT_EQ(Create(), 3);
+    EXPECT_EQ(m_info.handle, 3);
+    EXPECT_EQ(m_library.openedName, "10.1.2.3");
+    EXPECT_EQ(m_library.openedFlags, 2);
+    EXPECT_EQ(Codes(), (std::vector<std::uint32_t>{0x800454C9, 0x800454CA, 0x8916, 0x8918, 0x891C, 0x891A,
+                                                   0x8924, 0x800454DE, 0x800454DC, 0x800454DD, 0x8914}));
+    EXPECT_EQ(Record(VNETX_TUNSETDEBUG).u.value, 0x80008080U);
+    EXPECT_EQ(Record(VNETX_TUNSETIFF).u.flags, 0x1001U);
+    EXPECT_EQ(Record(VNETX_SIOCSIFNETMASK).u.inet.address[3], 0);
+    EXPECT_EQ(Record(VNETX_VNXSTIMEOUT).u.value, 250U);
+    EXPECT_EQ(Record(VNETX_VNXSDEVBUFF).u.value, 1048576U);
+    EXPECT_EQ(Record(VNETX_VNXSIOBUFF).u.value, 65536U);
+    EXPECT_EQ(TakeText(), "*** Interface vnx0 enabled/up... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n\n");
+}
+
+TEST_F(InterfaceLifecycleTest, FollowsModesAndMissingTexts) {
+    m_info.tapMode = true;
+    m_info.adapterIpText.clear();
+    m_info.adapterMacText = L"02-11-22-33-44-55";
+    m_info.guestMacText.clear();
+    m_info.broadcastText.clear();
+    m_info.inAdapterSubnet = false;
+    m_settings.debugMode = true;
+    m_settings.socketNotifyMode = true;
+    EXPECT_EQ(Create(), 3);
+    EXPECT_EQ(m_library.openedName, "02-11-22-33-44-55");
+    EXPECT_EQ(m_library.openedFlags, 0x8000002);
+    EXPECT_EQ(Codes(), (std::vector<std::uint32_t>{0x800454C9, 0x800454CA, 0x8914, 0x8918, 0x891C, 0x8927,
+                                                   0x800454DC, 0x800454DD, 0x8914}));
+    EXPECT_EQ(Record(VNETX_TUNSETIFF).u.flags, 0x1002U);
+    EXPECT_EQ(Record(VNETX_SIOCSIFNETMASK).u.inet.address[3], 255);
+    EXPECT_EQ(m_library.requests.back().record.u.flags, 5U);
+    EXPECT_EQ(FormatMACAddr(m_info.guestMac), L"02-00-00-00-00-09");
+}
+
+TEST_F(InterfaceLifecycleTest, FallsBackToTheOldCodeOnInvalidArgumentOnly) {
+    m_library.failRequests[VNETX_TUNSETIFF] = EINVAL;
+    EXPECT_EQ(Create(), 3);
+    EXPECT_EQ(Record(VNETX_TUNSETIFF_OLD).u.flags, 0x1001U);
+    EXPECT_EQ(TakeText(), "*** Interface vnx0 enabled/up... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n\n");
+
+    m_library.requests.clear();
+    m_library.failRequests[VNETX_TUNSETIFF] = EPERM;
+    EXPECT_EQ(Create(), -1);
+    EXPECT_EQ(Codes(), (std::vector<std::uint32_t>{0x800454C9, 0x800454CA}));
+}
+
+TEST_F(InterfaceLifecycleTest, EveryFailureClosesAndKeepsItsErrno) {
+    struct Case {
+        std::uint32_t code;
+        const char* what;
+    };
+    const std::string device = "** CreateInterface(10.1.2.3): ";
+    const std::string interface = "** CreateInterface(vnx0): ";
+    const Case cases[] = {
+        {VNETX_TUNSETDEBUG, "vnetx32_ioctl(TUNSETDEBUG)"},
+        {VNETX_TUNSETIFF, "vnetx32_ioctl(TUNSETIFF)"},
+        {VNETX_SIOCSIFADDR, "VNETX_SetIPAddr"},
+        {VNETX_SIOCSIFDSTADDR, "VNETX_SetDestAddr"},
+        {VNETX_SIOCSIFNETMASK, "VNETX_SetNetMask"},
+        {VNETX_SIOCSIFBRDADDR, "VNETX_SetBcastAddr"},
+        {VNETX_SIOCSIFHWADDR, "VNETX_SetMACAddr(02-00-5E-81-02-6F)"},
+        {VNETX_VNXSTIMEOUT, "vnetx32_ioctl(VNXSTIMEOUT)"},
+        {VNETX_VNXSDEVBUFF, "vnetx32_ioctl(VNXSDEVBUFF)"},
+        {VNETX_VNXSIOBUFF, "vnetx32_ioctl(VNXSIOBUFF)"},
+        {VNETX_SIOCSIFFLAGS, "VNETX_SetFlags(IFF_UP)"},
+    };
+    for (const Case& one : cases) {
+        m_library.failRequests = {{one.code, ENODEV}};
+        EXPECT_EQ(Create(), -1) << one.what;
+        EXPECT_EQ(errno, ENODEV) << one.what;
+        EXPECT_EQ(m_info.handle, -1);
+        EXPECT_FALSE(m_library.IsOpen()) << one.what;
+        const std::string text = TakeText();
+        const bool named = one.code != VNETX_TUNSETDEBUG && one.code != VNETX_TUNSETIFF;
+        EXPECT_NE(text.find((named ? interface : device) + one.what + " failed; errno=19: No such device\n"),
+                  std::string::npos)
+            << text;
+        EXPECT_NE(text.find(named ? "*** Interface vnx0 closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n"
+                                  : "*** Interface  closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n"),
+                  std::string::npos)
+            << text;
+    }
+    m_library.failOpen = EACCES;
+    EXPECT_EQ(Create(), -1);
+    EXPECT_EQ(errno, EACCES);
+    EXPECT_EQ(TakeText(), device + "vnetx32_open failed; errno=13: Permission denied\n");
+}
+
+TEST_F(InterfaceLifecycleTest, EmptyNamesAreReportedAndClosed) {
+    m_library.interfaceName.clear();
+    EXPECT_EQ(Create(), -1);
+    EXPECT_EQ(TakeText(), "** CreateInterface(10.1.2.3): interface name is empty!\n"
+                          "*** Interface  closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n");
+    m_library.interfaceName = "vnx0";
+    m_info.guestIpText.clear();
+    EXPECT_EQ(Create(), -1);
+    EXPECT_NE(TakeText().find(": interface IP address is empty!\n"), std::string::npos);
+    EXPECT_FALSE(m_library.IsOpen());
+}
+
+TEST_F(InterfaceLifecycleTest, StatisticsAreReportedToTheLetter) {
+    Create();
+    TakeText();
+    ReportStatisticsAndClose(m_info, m_library);
+    EXPECT_EQ(m_info.handle, -1);
+    EXPECT_FALSE(m_library.IsOpen());
+    EXPECT_TRUE(m_info.statisticsValid);
+    EXPECT_EQ(TakeText(), "*** Statistics for Interface vnx0:\n\n"
+                          "Size of Kernel Capture Buffer:    1025K\n"
+                          "Size of DLL I/O Buffer:             64K\n"
+                          "Maximum DLL I/O Bytes Received:      0K\n\n"
+                          "        0  Total Write Calls\n"
+                          "        0  Total Write I/Os\n"
+                          "        0  Packets To All Zeroes MAC Written\n"
+                          "        0  Packets From All Zeroes MAC Written\n"
+                          "        5  Total Packets Written\n"
+                          "        0  Total Bytes Written\n\n"
+                          "        0  Total Read Calls\n"
+                          "        0  Total Read I/Os\n"
+                          "        0  Internally Handled ARP Packets\n"
+                          "        0  Packets From Ourself\n"
+                          "        0  Total Ignored Packets\n"
+                          "        0  Packets To All Zeroes MAC Read\n"
+                          "        0  Packets From All Zeroes MAC Read\n"
+                          "        0  Total Packets Read\n"
+                          "        0  Total Bytes Read\n\n"
+                          "** Interface vnx0 closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n");
+}
+
+} // namespace
+} // namespace vnxtest

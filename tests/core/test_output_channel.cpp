@@ -1,0 +1,102 @@
+#include <cerrno>
+#include <regex>
+#include <thread>
+
+#include "support/output_fixture.h"
+#include "wrenlib/trace.h"
+
+namespace vnxtest {
+namespace {
+
+using OutputChannelTest = OutputFixture;
+
+TEST_F(OutputChannelTest, StampsEveryLineAndEndsItOnce) {
+    LogMsg(L"abc\n\n");
+    LogMsg(L"  no end  ");
+    LogMsg(L"\nx\n");
+    const std::string text = m_channel.TakePending();
+    const std::string stamp = "\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d";
+    EXPECT_TRUE(std::regex_match(text, std::regex(stamp + " abc\n" + stamp + "\n" + stamp + "   no end\n" +
+                                                  stamp + "\n" + stamp + " x\n")))
+        << text;
+}
+
+TEST_F(OutputChannelTest, PostsOnceUntilTheQueueIsTaken) {
+    LogMsg(L"one\n");
+    LogMsg(L"two\n");
+    EXPECT_EQ(m_view.Count(ViewMessage::OutputPending), 1);
+    EXPECT_EQ(TakeText(), "one\ntwo\n");
+    LogMsg(L"three\n");
+    EXPECT_EQ(m_view.Count(ViewMessage::OutputPending), 2);
+    LogMsg(L"");
+    EXPECT_EQ(TakeText(), "three\n");
+}
+
+TEST_F(OutputChannelTest, TakesTheLibrarysLinesAndIgnoresNull) {
+    DebugOutputCallback(nullptr);
+    DebugOutputCallback("from %s the library\nsecond", "ignored");
+    EXPECT_EQ(TakeText(), "from %s the library\nsecond\n");
+}
+
+TEST_F(OutputChannelTest, KeepsTheErrorsOfTheCaller) {
+    errno = ENODEV;
+    LogMsg(L"a message about it\n");
+    EXPECT_EQ(errno, ENODEV);
+}
+
+TEST_F(OutputChannelTest, LosesNothingFromManyThreads) {
+    std::vector<std::thread> producers;
+    for (int producer = 0; producer < 4; ++producer) {
+        producers.emplace_back([producer] {
+            for (int line = 0; line < 500; ++line) {
+                LogMsg(L"%d %d\n", producer, line);
+            }
+        });
+    }
+    std::string text;
+    for (int round = 0; round < 100; ++round) {
+        text += TakeText();
+    }
+    for (std::thread& producer : producers) {
+        producer.join();
+    }
+    text += TakeText();
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2000);
+    for (int producer = 0; producer < 4; ++producer) {
+        // Each producer's lines are in its own order.
+        std::size_t at = 0;
+        for (int line = 0; line < 500; ++line) {
+            at = text.find(std::to_string(producer) + " " + std::to_string(line) + "\n", at);
+            ASSERT_NE(at, std::string::npos);
+        }
+    }
+}
+
+TEST_F(OutputChannelTest, DropsTextWithoutAViewAndTracesItWithoutACallback) {
+    m_channel.Detach();
+    LogMsg(L"before the view\n");
+    m_channel.Attach();
+    EXPECT_EQ(TakeText(), "");
+
+    UnregisterDebugOutput();
+    m_library.acceptCallback = false;
+    RegisterDebugOutput(m_library);
+    std::wstring traced;
+    SetTraceSink([&](std::wstring_view line) { traced += line; });
+    LogMsg(L"refused %d\n", 7);
+    SetTraceSink(nullptr);
+    EXPECT_EQ(traced, L"refused 7\n");
+    EXPECT_EQ(TakeText(), "");
+}
+
+TEST_F(OutputChannelTest, AssertionLineNamesFileAndLine) {
+    EXPECT_TRUE(Verify(true));
+    EXPECT_FALSE(Verify(false));
+    const std::string text = TakeText();
+    EXPECT_TRUE(std::regex_match(
+        text, std::regex("test_output_channel\\.cpp\\(\\d+\\): \\*\\* Assertion Failed \\*\\*\n")))
+        << text;
+}
+
+} // namespace
+} // namespace vnxtest

@@ -1,0 +1,74 @@
+#include <cerrno>
+
+#include "ping/packet_writer.h"
+#include "support/output_fixture.h"
+#include "support/packets.h"
+#include "support/quiet_host.h"
+
+namespace vnxtest {
+namespace {
+
+class PacketWriterTest : public OutputFixture {
+protected:
+    PacketWriterTest() {
+        m_info.handle = 3;
+        m_info.name = L"vnx0";
+        m_info.tapMode = true;
+        m_info.guestMac = MacAddress({2, 0, 0x5E, 0x81, 2, 0x6F});
+        m_info.adapterIp = Ipv4Address(10, 1, 2, 3);
+        m_info.adapterMac = MacAddress({2, 1, 1, 1, 1, 3});
+        m_info.netMask = Ipv4Address(255, 255, 255, 0);
+        m_info.addressesKnown = true;
+    }
+
+    // The destination MAC of a frame to `target`, as hex bytes.
+    Frame DestinationFor(Ipv4Address target) {
+        Frame frame(14);
+        const Frame packet = EchoPacket(8);
+        frame.insert(frame.end(), packet.begin(), packet.end());
+        std::copy(target.Bytes().begin(), target.Bytes().end(), frame.begin() + 30);
+        EXPECT_TRUE(WritePingIPPacket(m_info, m_host.network, frame));
+        const Frame written = m_library.Written().back();
+        return Frame(written.begin(), written.begin() + 6);
+    }
+
+    INTERFACE_INFO m_info;
+    QuietHost m_host{m_library};
+};
+
+TEST_F(PacketWriterTest, ChoosesNeighbourThenGatewayThenAdapter) {
+    const Ipv4Address neighbour(10, 1, 2, 77);
+    const Ipv4Address remote(192, 0, 2, 1);
+    EXPECT_EQ(DestinationFor(remote), Hex("020101010103"));
+    EXPECT_EQ(DestinationFor(neighbour), Hex("020101010103")); // not resolved, no gateway
+    m_host.network.SetDefaultGateway(Ipv4Address(10, 1, 2, 254), MacAddress({2, 2, 2, 2, 2, 2}));
+    EXPECT_EQ(DestinationFor(remote), Hex("020202020202"));
+    EXPECT_EQ(DestinationFor(neighbour), Hex("020202020202"));
+    m_library.neighbourMac = {2, 9, 9, 9, 9, 9};
+    EXPECT_EQ(DestinationFor(neighbour), Hex("020909090909"));
+    EXPECT_EQ(DestinationFor(remote), Hex("020202020202"));
+    EXPECT_EQ(TakeText(), "");
+}
+
+TEST_F(PacketWriterTest, SaysWhenItHasToUseAnUnknownAdapter) {
+    m_info.adapterMac = MacAddress();
+    EXPECT_EQ(DestinationFor(Ipv4Address(192, 0, 2, 1)), Frame(6));
+    EXPECT_NE(TakeText().find("** Assertion Failed **"), std::string::npos);
+}
+
+TEST_F(PacketWriterTest, ReportsAFailureToTheLetter) {
+    m_library.failWrite = EMSGSIZE;
+    Frame frame(14 + 32);
+    EXPECT_FALSE(WritePingIPPacket(m_info, m_host.network, frame));
+    EXPECT_EQ(errno, EMSGSIZE);
+    EXPECT_EQ(TakeText(), "** CVNXTestView(vnx0)::WritePingIPPacket: vnetx32_write failed;\n"
+                          "                      dwPacketSize=46, rc=-1, GetLastError=90 (0x0000005A), "
+                          "errno=90: Message too long\n");
+    m_info.handle = -1;
+    m_library.failWrite = 0;
+    EXPECT_FALSE(WritePingIPPacket(m_info, m_host.network, frame));
+    EXPECT_NE(TakeText().find("errno=9: Bad file descriptor\n"), std::string::npos);
+}
+
+} // namespace
+} // namespace vnxtest

@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include "packets/icmp_echo.h"
+#include "ping/ping_list.h"
+#include "ping/ping_test.h"
+
+namespace vnxtest {
+namespace {
+
+CPing Ping(std::uint16_t id, std::uint32_t sequence, std::uint32_t sent = 0) {
+    CPing ping;
+    ping.wIcmpId = id;
+    ping.wIcmpSeq = SwapNetwork16(static_cast<std::uint16_t>(sequence));
+    ping.dwSentTick = sent;
+    ping.dwDeadlineTick = sent + 500;
+    return ping;
+}
+
+std::optional<CPingList::Position> Find(const CPingList& list, std::uint16_t id, std::uint32_t sequence) {
+    return list.Find(id, SwapNetwork16(static_cast<std::uint16_t>(sequence)));
+}
+
+TEST(PingList, FindsByIdentifierAndSequence) {
+    CPingList list;
+    EXPECT_FALSE(Find(list, 7, 1));
+    for (std::uint32_t n = 0; n < 300; ++n) {
+        list.AddTail(Ping(7, 65500 + n)); // across the wrap of the sequence numbers
+    }
+    EXPECT_EQ(Find(list, 7, 65500), 0U);
+    EXPECT_EQ(Find(list, 7, 0), 36U);
+    EXPECT_EQ(Find(list, 7, 65500 + 299), 299U);
+    EXPECT_FALSE(Find(list, 7, 65500 + 300));
+    EXPECT_FALSE(Find(list, 7, 65499));
+    EXPECT_FALSE(Find(list, 8, 65500));
+}
+
+TEST(PingList, MeansTheOldestAfterAWholeRound) {
+    CPingList list;
+    for (std::uint32_t n = 0; n < 70000; ++n) {
+        list.AddTail(Ping(7, n));
+    }
+    EXPECT_EQ(Find(list, 7, 65535), 65535U);
+    EXPECT_EQ(Find(list, 7, 65536 + 10), 10U);
+}
+
+TEST(PingList, FindsTheFirstInAListOfAnyShape) {
+    CPingList list;
+    list.AddTail(Ping(7, 5));
+    list.AddTail(Ping(9, 6));
+    list.AddTail(Ping(7, 5));
+    list.AddTail(Ping(7, 100));
+    EXPECT_EQ(Find(list, 7, 5), 0U);
+    EXPECT_EQ(Find(list, 9, 6), 1U);
+    EXPECT_EQ(Find(list, 7, 100), 3U);
+    EXPECT_FALSE(Find(list, 7, 6));
+    list.RemoveAll();
+    EXPECT_EQ(list.GetCount(), 0U);
+    list.AddTail(Ping(7, 5));
+    EXPECT_EQ(Find(list, 7, 5), 0U);
+}
+
+TEST(PingList, FirstUndecidedPassesOverTheDecided) {
+    CPingList list;
+    EXPECT_FALSE(list.FirstUndecided());
+    for (std::uint32_t n = 0; n < 4; ++n) {
+        list.AddTail(Ping(7, n));
+    }
+    const auto decide = [&](CPingList::Position position, std::uint32_t CPing::*member) {
+        CPing ping = list.GetAt(position);
+        ping.*member = 1;
+        list.SetAt(position, ping);
+    };
+    decide(1, &CPing::nReplies);
+    EXPECT_EQ(list.FirstUndecided(), 0U);
+    decide(0, &CPing::nTimeouts);
+    EXPECT_EQ(list.FirstUndecided(), 2U);
+    decide(2, &CPing::nReplies);
+    decide(3, &CPing::nReplies);
+    EXPECT_FALSE(list.FirstUndecided());
+    list.AddTail(Ping(7, 4));
+    EXPECT_EQ(list.FirstUndecided(), 4U);
+}
+
+TEST(PingStatistics, CountEveryRecordOnceAndRoundAsStated) {
+    const auto loss = [](int lost, int sent) {
+        CPingList list;
+        for (int n = 0; n < sent; ++n) {
+            CPing ping = Ping(7, static_cast<std::uint32_t>(n));
+            ping.nReplies = n < lost ? 0 : 1;
+            list.AddTail(ping);
+        }
+        return ComputePingStatistics(list).lossPercent;
+    };
+    EXPECT_EQ(loss(0, 0), 0U);
+    EXPECT_EQ(loss(1, 3), 33U);
+    EXPECT_EQ(loss(2, 3), 67U);
+    EXPECT_EQ(loss(1, 8), 13U);
+    EXPECT_EQ(loss(3, 3), 100U);
+    EXPECT_EQ(loss(0, 3), 0U);
+
+    CPingList list;
+    CPing late = Ping(7, 0, 0xFFFFFFF0); // over the wrap of the ticks
+    late.nReplies = 3;
+    late.nTimeouts = 1;
+    late.dwReplyTick = 20;
+    list.AddTail(late);
+    CPing quick = Ping(7, 1, 10);
+    quick.nReplies = 1;
+    quick.dwReplyTick = 11;
+    list.AddTail(quick);
+    const PingStatistics statistics = ComputePingStatistics(list);
+    EXPECT_EQ(statistics.sent, 2U);
+    EXPECT_EQ(statistics.received, 2U);
+    EXPECT_EQ(statistics.timeouts, 1U);
+    EXPECT_EQ(statistics.duplicates, 2U);
+    EXPECT_EQ(statistics.lost, 0U);
+    EXPECT_EQ(statistics.minimum, 1U);
+    EXPECT_EQ(statistics.maximum, 36U);
+    EXPECT_EQ(statistics.average, 18U);
+}
+
+} // namespace
+} // namespace vnxtest

@@ -1,0 +1,102 @@
+// A guest with a front end that answers from a script, its user-interface thread being the test.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "guest/front_end.h"
+#include "guest/guest.h"
+
+namespace vnxtest {
+
+// A profile in memory.
+class MemoryProfile : public Profile {
+public:
+    std::uint32_t ReadNumber(std::wstring_view name, std::uint32_t defaultValue) override {
+        const auto found = numbers.find(std::wstring(name));
+        return found != numbers.end() ? found->second : defaultValue;
+    }
+    std::wstring ReadText(std::wstring_view name, std::wstring_view defaultValue) override {
+        const auto found = texts.find(std::wstring(name));
+        return found != texts.end() ? found->second : std::wstring(defaultValue);
+    }
+    bool WriteNumber(std::wstring_view name, std::uint32_t value) override {
+        numbers[std::wstring(name)] = value;
+        return true;
+    }
+    bool WriteText(std::wstring_view name, std::wstring_view value) override {
+        texts[std::wstring(name)] = value;
+        return true;
+    }
+    std::wstring Location() const override { return L"memory"; }
+    std::wstring LastProblem() const override { return {}; }
+
+    std::map<std::wstring, std::uint32_t> numbers;
+    std::map<std::wstring, std::wstring> texts;
+};
+
+class ScriptedFrontEnd : public FrontEnd {
+public:
+    void PostViewMessage(ViewMessage message) override {
+        {
+            const std::lock_guard lock(m_lock);
+            m_messages.push_back(message);
+        }
+        m_posted.notify_all();
+    }
+
+    bool AskParameters(GuestParameters& parameters) override {
+        ++parametersAsked;
+        offered.push_back(parameters);
+        return askParameters && askParameters(parameters);
+    }
+    int ShowProceedTaskDialog(const ProceedQuestion& question) override {
+        questions.push_back(std::wstring(question.expandedInformation));
+        const bool proceed = !answers.empty() && answers.front();
+        if (!answers.empty()) {
+            answers.pop_front();
+        }
+        return proceed ? kProceedButton : kCancelButton;
+    }
+    bool AskPingWho(PingWhoParameters& parameters) override { return askPingWho && askPingWho(parameters); }
+
+    // Carries out posted messages as a front end's main thread does, until `done` or 20 seconds.
+    bool Pump(Guest& guest, const std::function<bool()>& done) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!done()) {
+            ViewMessage message{};
+            {
+                std::unique_lock lock(m_lock);
+                if (!m_posted.wait_until(lock, end, [this] { return !m_messages.empty(); })) {
+                    return false;
+                }
+                message = m_messages.front();
+                m_messages.pop_front();
+            }
+            opened += message == ViewMessage::InterfaceOpened ? 1 : 0;
+            guest.HandleViewMessage(message);
+        }
+        return true;
+    }
+
+    std::function<bool(GuestParameters&)> askParameters;
+    std::function<bool(PingWhoParameters&)> askPingWho;
+    std::deque<bool> answers; // to the proceed questions; "no" when there is none left
+    std::vector<std::wstring> questions;
+    std::vector<GuestParameters> offered;
+    int parametersAsked = 0;
+    int opened = 0;
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_posted;
+    std::deque<ViewMessage> m_messages;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,54 @@
+// Packets for tests: from hex text, and echo messages with right checksums.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "support/scripted_library.h"
+#include "wrenlib/hex.h"
+
+namespace vnxtest {
+
+// The bytes that `text` names in hex; blanks are passed over.
+inline Frame Hex(std::string_view text) {
+    Frame bytes;
+    int high = -1;
+    for (const char c : text) {
+        const int digit = HexDigitValue(static_cast<wchar_t>(c));
+        if (digit < 0) {
+            continue;
+        }
+        if (high < 0) {
+            high = digit;
+        } else {
+            bytes.push_back(static_cast<std::uint8_t>(high * 16 + digit));
+            high = -1;
+        }
+    }
+    return bytes;
+}
+
+inline void PutBe16(Frame& bytes, std::size_t offset, std::uint16_t value) {
+    bytes[offset] = static_cast<std::uint8_t>(value >> 8);
+    bytes[offset + 1] = static_cast<std::uint8_t>(value);
+}
+
+// Renews both checksums of an IP packet that holds an ICMP message.
+inline void MendChecksums(Frame& packet) {
+    ScriptedLibrary checksum;
+    PutBe16(packet, 10, 0);
+    PutBe16(packet, 10, checksum.CalcInetChecksum(packet.data(), 20));
+    PutBe16(packet, 22, 0);
+    PutBe16(packet, 22,
+            checksum.CalcInetChecksum(packet.data() + 20, static_cast<std::uint32_t>(packet.size() - 20)));
+}
+
+// An echo message of `type` (8 request, 0 reply) from 10.1.2.1 to 10.1.2.111 with four bytes of data.
+inline Frame EchoPacket(std::uint8_t type) {
+    Frame packet = Hex("4500 0020 1234 0000 40 01 0000 0A010201 0A01026F 00 00 0000 0102 0304 61626364");
+    packet[20] = type;
+    MendChecksums(packet);
+    return packet;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,61 @@
+#include <cerrno>
+
+#include <gtest/gtest.h>
+
+#include "wrenlib/errors.h"
+#include "wrenlib/format.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+namespace {
+
+TEST(Text, ConvertsToUtf8AndBackWithoutLoss) {
+    const std::wstring text = L"Büro-Adapter \u20AC \U0001F310 ok";
+    EXPECT_EQ(FromUtf8(ToUtf8(text)), text);
+    EXPECT_EQ(ToUtf8(L"\u20AC"), "\xE2\x82\xAC");
+    EXPECT_EQ(ToWide(ToNarrow(L"plain")), L"plain");
+}
+
+TEST(Text, ReplacesWhatIsNotUtf8) {
+    // A lone continuation byte, an overlong slash, a cut sequence, a surrogate, beyond the last code.
+    for (const char* bad : {"\x80", "\xC0\xAF", "\xE2\x82", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF"}) {
+        const std::wstring wide = FromUtf8(std::string("a") + bad + "z");
+        EXPECT_EQ(wide.front(), L'a');
+        EXPECT_EQ(wide.back(), L'z');
+        EXPECT_NE(wide.find(L'\uFFFD'), std::wstring::npos) << bad;
+    }
+}
+
+TEST(Text, TrimsBlanksAtBothEndsOnly) {
+    EXPECT_EQ(TrimBlanks(L"  a b\t\r\n"), L"a b");
+    EXPECT_EQ(TrimBlanks(L" \t "), L"");
+}
+
+TEST(Format, FollowsPrintfOnWideText) {
+    EXPECT_EQ(Sprintf(L"%5u|%-5s|%08.8X|%hu|%3.1f%c", 7U, std::wstring(L"ab"), 0x1FU,
+                      static_cast<std::uint16_t>(65535), 1.0, L'G'),
+              L"    7|ab   |0000001F|65535|1.0G");
+    EXPECT_EQ(Sprintf(L"%9d", std::int64_t{5000000000}), L"5000000000");
+    EXPECT_EQ(Sprintf(L"100%%"), L"100%");
+}
+
+TEST(Format, SurvivesAFormatThatDoesNotFit) {
+    EXPECT_EQ(Sprintf(L"%d %d", 1), L"%d %d");
+}
+
+TEST(Errors, SavedPairIsPutBack) {
+    errno = ENODEV;
+    SaveErrors();
+    const std::uint32_t lastError = SavedErrorsOfThread().lastError;
+    errno = EPERM;
+    SetLastError(1);
+    RestoreSavedErrors();
+    EXPECT_EQ(errno, ENODEV);
+    EXPECT_EQ(LastError(), lastError);
+    EXPECT_FALSE(StrError(ENODEV).empty());
+    EXPECT_FALSE(StrError(99999).empty());
+    EXPECT_FALSE(FormatLastError(kErrorInvalidParameter).empty());
+}
+
+} // namespace
+} // namespace vnxtest

@@ -1,0 +1,80 @@
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "wrenlib/fair_lock.h"
+#include "wrenlib/ticks.h"
+#include "wrenlib/wait.h"
+
+namespace vnxtest {
+namespace {
+
+TEST(Wait, ReturnsTheFirstSignalledInOrder) {
+    WaitDomain domain;
+    ManualResetEvent stop(domain);
+    ManualResetEvent ping(domain);
+    WaitableTimer timer(domain);
+    ping.Set();
+    timer.Arm(0);
+    EXPECT_EQ(WaitForAny(domain, {&stop, &ping, &timer}), 1);
+    ping.Reset();
+    EXPECT_EQ(WaitForAny(domain, {&stop, &ping, &timer}), 2);
+    stop.Set();
+    EXPECT_EQ(WaitForAny(domain, {&stop, &ping, &timer}), 0);
+}
+
+TEST(Wait, IsWokenByAnEventAndByATimerArmedMeanwhile) {
+    WaitDomain domain;
+    ManualResetEvent stop(domain);
+    WaitableTimer timer(domain);
+    std::thread arms([&] { timer.Arm(10); });
+    EXPECT_EQ(WaitForAny(domain, {&stop, &timer}), 1);
+    arms.join();
+    timer.Cancel();
+    std::thread sets([&] { stop.Set(); });
+    EXPECT_EQ(WaitForAny(domain, {&stop, &timer}), 0);
+    sets.join();
+}
+
+TEST(Wait, WaitForEndsEarlyWhenSetAndOnTimeWhenNot) {
+    WaitDomain domain;
+    ManualResetEvent event(domain);
+    EXPECT_FALSE(event.WaitFor(0));
+    const std::uint32_t start = GetTicks();
+    EXPECT_FALSE(event.WaitFor(20));
+    EXPECT_GE(GetTicks() - start, 19U);
+    std::thread sets([&] { event.Set(); });
+    EXPECT_TRUE(event.WaitFor(60000));
+    sets.join();
+    EXPECT_LT(GetTicks() - start, 30000U);
+}
+
+TEST(Ticks, CompareAcrossTheWrap) {
+    EXPECT_TRUE(TickReached(5, 0xFFFFFFFB));
+    EXPECT_FALSE(TickReached(0xFFFFFFFB, 5));
+    EXPECT_TRUE(TickReached(7, 7));
+}
+
+TEST(FairLock, GivesAWaiterItsTurnAgainstAThreadThatKeepsTakingIt) {
+    FairLock lock;
+    std::atomic<bool> done{false};
+    std::uint64_t shared = 0;
+    std::thread greedy([&] {
+        while (!done) {
+            const std::lock_guard guard(lock);
+            ++shared;
+        }
+    });
+    for (int turn = 0; turn < 1000; ++turn) {
+        const std::lock_guard guard(lock);
+        ++shared;
+    }
+    done = true;
+    greedy.join();
+    EXPECT_GE(shared, 1000U);
+}
+
+} // namespace
+} // namespace vnxtest
