@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "core/interface_info.h"
@@ -69,10 +71,15 @@ public:
     // `mac` (zeroes otherwise). Source 0.0.0.0 lets the system choose.
     bool IsIPAddrResponsive(Ipv4Address destination, MacAddress* mac, Ipv4Address source);
 
+    // The three look-ups below and the two after them are answered from indexes: their cost does not
+    // grow with the tables. Any thread while the guest runs (nothing is gathered then).
+
     // The text of the address of the first address row of the interface; empty when there is none.
     std::wstring GetInterfaceIPString(std::uint32_t interfaceIndex) const;
     // The mask of the first adapter with this address; 0.0.0.0 when there is none.
     Ipv4Address GetAdapterMaskByIP(Ipv4Address address) const;
+    // The same, and when no adapter has the address, the mask of the first address row that has it.
+    Ipv4Address GetHostMaskByIP(Ipv4Address address) const;
     bool IsAdapterIP(Ipv4Address address) const;
     bool IsAdapterMAC(MacAddress mac) const;
 
@@ -81,6 +88,9 @@ public:
 
 private:
     void FindDefaultAdapter();
+    void ProbeDefaultAdapterGateway();
+    void IndexAdapters();
+    void IndexAddresses();
 
     HostSources m_sources;
     VnetxLibrary& m_library;
@@ -89,6 +99,10 @@ private:
     std::optional<std::vector<AddressRow>> m_addresses;
     std::vector<ADAPTER_INFO_LIST_ENTRY> m_adapters;
     bool m_haveAdapters = false;
+    std::unordered_map<std::uint32_t, Ipv4Address> m_addressByInterface;   // first row of each interface
+    std::unordered_map<std::uint32_t, Ipv4Address> m_maskByAddress;        // first row of each address
+    std::unordered_map<std::uint32_t, Ipv4Address> m_maskByAdapterAddress; // first adapter with it
+    std::unordered_set<std::uint64_t> m_adapterMacs;
     ADAPTER_INFO_LIST_ENTRY m_defaultAdapter{};
     std::wstring m_defaultAdapterIpText;
     std::wstring m_defaultInterfaceMacText;

@@ -39,8 +39,4 @@ std::vector<std::string> ParseNameServers(std::string_view text) {
     return servers;
 }
 
-bool IsLocalStub(std::string_view address) {
-    return address.starts_with("127.") || address == "::1";
-}
-
 } // namespace vnxtest

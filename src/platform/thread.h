@@ -1,15 +1,13 @@
 // The monitor threads' standing with the scheduler, and the system timer's resolution.
 #pragma once
 
-#include <thread>
-
 namespace vnxtest {
 
-// Raises `thread` to above-normal priority. Returns false with the last error set when the system
-// refuses for another reason than missing privilege. Linux grants it only to privileged processes;
-// without the privilege the thread stays at normal priority and true is returned, since the program
-// works all the same.
-bool RaiseThreadPriority(std::thread& thread);
+// Raises the calling thread to above-normal priority. Returns false with the last error set when the
+// system refuses it for another reason than a missing privilege. Linux grants it to privileged
+// processes only; without the privilege the thread stays at normal priority and the result is true,
+// since the program works all the same.
+bool RaiseThreadPriority();
 
 // Holds the system timer at a resolution of 1 ms for its own lifetime (timeBeginPeriod). Linux
 // timers are finer than that already: there it does nothing.

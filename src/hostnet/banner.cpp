@@ -1,0 +1,89 @@
+#include "hostnet/banner.h"
+
+#include <algorithm>
+
+#include "core/output_channel.h"
+
+namespace vnxtest {
+
+namespace {
+
+void WrapLine(std::wstring_view text, std::size_t width, std::vector<std::wstring>& lines) {
+    std::wstring line(text.substr(0, std::min(text.find_first_not_of(L' '), width / 2)));
+    bool empty = true; // no word yet
+    while (true) {
+        const std::size_t begin = text.find_first_not_of(L' ');
+        if (begin == std::wstring_view::npos) {
+            break;
+        }
+        text.remove_prefix(begin);
+        const std::wstring_view word = text.substr(0, text.find(L' '));
+        const std::size_t blank = empty ? 0 : 1;
+        if (line.size() + blank + word.size() <= width) {
+            line.append(blank, L' ').append(word);
+            text.remove_prefix(word.size());
+            empty = false;
+        } else if (!empty) {
+            lines.push_back(std::move(line));
+            line.clear();
+            empty = true;
+        } else {
+            const std::size_t room = width - line.size();
+            lines.push_back(line.append(word.substr(0, room)));
+            line.clear();
+            text.remove_prefix(room);
+        }
+    }
+    if (!empty || line.empty()) {
+        lines.push_back(std::move(line));
+    }
+}
+
+} // namespace
+
+std::vector<std::wstring> WrapText(std::wstring_view text, std::size_t width) {
+    std::vector<std::wstring> lines;
+    while (true) {
+        const std::size_t end = text.find(L'\n');
+        WrapLine(text.substr(0, end), width, lines);
+        if (end == std::wstring_view::npos) {
+            return lines;
+        }
+        text.remove_prefix(end + 1);
+    }
+}
+
+std::wstring MakeBanner(BannerKind kind, const std::vector<std::wstring>& paragraphs,
+                        std::wstring_view helpTopic) {
+    const bool error = kind == BannerKind::Error;
+    const std::wstring label = error ? L"ERROR:  " : L"WARNING:  ";
+    const std::wstring title = error ? L"***  ERROR  ***" : L"*  WARNING  *";
+    std::wstring banner;
+    const auto addFramed = [&](std::wstring_view text) {
+        banner += label + L'*';
+        banner.append(text);
+        banner.append(kBannerInnerWidth - std::min(text.size(), kBannerInnerWidth), L' ');
+        banner += L"*\n";
+    };
+    const std::wstring edge = label + std::wstring(kBannerInnerWidth + 2, L'*') + L'\n';
+    banner += edge;
+    addFramed(L"");
+    addFramed(std::wstring((kBannerInnerWidth - title.size()) / 2, L' ') + title);
+    addFramed(L"");
+    std::vector<std::wstring> all = paragraphs;
+    all.push_back(L"More about this: the topic \"" + std::wstring(helpTopic) +
+                  L"\" of the Netorra help book.");
+    for (const std::wstring& paragraph : all) {
+        for (const std::wstring& line : WrapText(paragraph, kBannerTextWidth)) {
+            addFramed(L"   " + line);
+        }
+        addFramed(L"");
+    }
+    return banner + edge + L'\n';
+}
+
+void LogBanner(BannerKind kind, const std::vector<std::wstring>& paragraphs, std::wstring_view helpTopic) {
+    LogMsg(L"%s", MakeBanner(kind, paragraphs, helpTopic));
+}
+
+} // namespace vnxtest

@@ -1,0 +1,22 @@
+#include "core/output_channel.h"
+#include "hostnet/report_sections.h"
+#include "platform/device_names.h"
+#include "wrenlib/errors.h"
+
+namespace vnxtest {
+
+void WriteDeviceNames() {
+    LogMsg(L"---------  The following relevant DosDevices are defined ---------\n\n");
+    const DeviceNames devices = GetDeviceNames();
+    if (devices.code != 0) {
+        LogMsg(L"** QueryDosDevice failed; rc=%d: %s\n", devices.code, FormatLastError(devices.code));
+    } else if (devices.names.empty()) {
+        LogMsg(L"(none)\n");
+    }
+    for (const std::wstring& name : devices.names) {
+        LogMsg(L"%s\n", name);
+    }
+    LogMsg(L"\n");
+}
+
+} // namespace vnxtest

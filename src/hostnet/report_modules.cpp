@@ -1,0 +1,95 @@
+#include "core/output_channel.h"
+#include "hostnet/banner.h"
+#include "hostnet/report_sections.h"
+#include "platform/host_advice.h"
+#include "platform/module_version.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+
+namespace {
+
+void WriteModule(const ModuleDescription& module) {
+    LogMsg(L"Using %s, version: \"%s\" (%s)%s ...\n%s\n\n", module.name, module.version, module.detail,
+           module.specialBuild.empty() ? L"" : L" " + module.specialBuild, module.copyright);
+}
+
+// Adds what the file of the module says of itself: date, special build, and what else is missing.
+void AddFileVersion(ModuleDescription& module) {
+    const auto file = GetModuleVersion(module.path.empty() ? module.name : module.path);
+    if (!file) {
+        return;
+    }
+    module.detail = file->date + (file->date.empty() ? L"" : L", ") + file->path;
+    module.specialBuild = file->specialBuild;
+    if (module.version.empty()) {
+        module.version = file->version;
+    }
+    if (module.copyright.empty()) {
+        module.copyright = file->copyright;
+    }
+}
+
+void WritePacketDriver(const PacketDriverDescription& driver) {
+    if (!driver.usable) {
+        LogBanner(BannerKind::Error,
+                  {driver.problem,
+                   L"Netorra reaches the network through the packet driver. Without it no host adapter can "
+                   L"be opened, "
+                   L"and no test that uses one can work.",
+                   GetHostAdvice().driverMissing},
+                  kHelpTopicModules);
+        return;
+    }
+    LogMsg(L"Using WinPCap %s, version \"%s\" (%s)%s ...\n\n", driver.name, driver.version, driver.detail,
+           driver.driverVersion.empty() ? L"" : L", driver version \"" + driver.driverVersion + L"\"");
+}
+
+ModuleDescription DescribeVnetx(VnetxLibrary& library) {
+    ModuleDescription module;
+    module.name = library.ModuleName();
+    module.path = library.ModulePath();
+    const char* version = library.VersionString();
+    module.version = version != nullptr ? ToWide(version) : L"";
+    if (module.version.empty()) {
+        std::int32_t numbers[4] = {};
+        library.VersionNumbers(&numbers[0], &numbers[1], &numbers[2], &numbers[3]);
+        module.version = Sprintf(L"%d.%d.%d.%d", numbers[0], numbers[1], numbers[2], numbers[3]);
+    }
+    const char* copyright = library.CopyrightString();
+    module.copyright = copyright != nullptr ? ToWide(copyright) : L"";
+    module.detail = module.path.empty() ? L"built into this program" : module.path;
+    return module;
+}
+
+ModuleDescription DescribeWrenLib(const ReportContext& context) {
+    // A WrenLib of its own is in the process only where another module of the package brought it.
+    ModuleDescription module;
+    module.name = L"WrenLib64UD-M90a.dll";
+    if (GetModuleVersion(module.name)) {
+        return module;
+    }
+    module.name = L"WrenLib";
+    module.version = context.programVersion;
+    module.detail = L"built into this program";
+    return module;
+}
+
+} // namespace
+
+void WriteModules(HostNetwork& host, const ReportContext& context) {
+    LogMsg(L"Begin %s, version: \"%s\" (%s)%s %s ...\n%s\n\n", context.programName, context.programVersion,
+           context.buildDate, L" " + context.buildTime, context.specialBuild, context.copyright);
+    const WrenPackLibrary& adapters = host.Sources().adapters;
+    WritePacketDriver(adapters.DescribePacketDriver());
+    for (ModuleDescription module :
+         {adapters.DescribeModule(), DescribeVnetx(host.Library()), DescribeWrenLib(context)}) {
+        AddFileVersion(module);
+        if (module.copyright.empty()) {
+            module.copyright = context.copyright;
+        }
+        WriteModule(module);
+    }
+}
+
+} // namespace vnxtest

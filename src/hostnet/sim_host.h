@@ -1,0 +1,51 @@
+// The host as it looks while the program runs on the simulated LAN: everything that is really there,
+// and behind it one more adapter, its address and a default route through it.
+//
+// The simulated adapter says in every line that it is simulated. The real host's data stay as they
+// are; only the last default route, and with it the default gateway, is the simulated one.
+#pragma once
+
+#include <vector>
+
+#include "platform/host_tables.h"
+#include "wrenpack/wrenpack.h"
+
+namespace vnxtest {
+
+// The tables of `real`, which must outlive this, with the simulated rows behind them. SendARP answers
+// for the addresses of the simulated LAN as that LAN would and asks `real` for all others.
+class SimHostTables final : public HostTables {
+public:
+    explicit SimHostTables(HostTables& real) : m_real(real) {}
+
+    std::uint32_t GetNetworkParams(void* buffer, std::uint32_t* size) override;
+    std::uint32_t GetIpForwardTable(void* buffer, std::uint32_t* size) override;
+    std::uint32_t GetIpAddrTable(void* buffer, std::uint32_t* size) override;
+    NetworkParameters DecodeNetworkParams(const std::vector<std::uint8_t>& buffer) const override;
+    std::uint32_t SendARP(Ipv4Address destination, Ipv4Address source, std::uint8_t* mac,
+                          std::uint32_t* length) override;
+
+private:
+    HostTables& m_real;
+};
+
+// The adapters of `real`, which must outlive this, with the simulated one behind them. It can be opened
+// without any privilege.
+class SimWrenPack final : public WrenPackLibrary {
+public:
+    explicit SimWrenPack(WrenPackLibrary& real) : m_real(real) {}
+
+    bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override;
+    AdapterHandle OpenAdapter(const char16_t* adapterName) override;
+    void CloseAdapter(AdapterHandle handle) override;
+    void CloseAdapters(const std::vector<AdapterHandle>& handles) override;
+    bool IsDhcpKnown(const ADAPTER_INFO_LIST_ENTRY& entry) const override;
+    ModuleDescription DescribeModule() const override { return m_real.DescribeModule(); }
+    PacketDriverDescription DescribePacketDriver() const override { return m_real.DescribePacketDriver(); }
+
+private:
+    WrenPackLibrary& m_real;
+    std::vector<ADAPTER_INFO_LIST_ENTRY> m_entries;
+};
+
+} // namespace vnxtest

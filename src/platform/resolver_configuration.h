@@ -1,0 +1,14 @@
+// The resolver configuration file (resolv.conf) as the C library reads it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vnxtest {
+
+// The addresses of the "nameserver" lines of `text`, in order, IPv4 and IPv6 (with a scope, if it
+// has one). Comments ("#", ";"), other keywords and what is no address are skipped.
+std::vector<std::string> ParseNameServers(std::string_view text);
+
+} // namespace vnxtest
