@@ -76,6 +76,7 @@ bool ReadWhenNotified(const MonitorContext& context, std::int32_t handle, FrameB
 } // namespace
 
 void MonitorThread(MonitorContext context) {
+    Verify(RaiseThreadPriority());
     const TimerResolution resolution;
     SavedErrorsOfThread() = {};
     SetLastError(0);

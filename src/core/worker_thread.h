@@ -52,8 +52,6 @@ public:
         }
     }
 
-    std::thread& Thread() { return m_thread; }
-
 private:
     std::thread m_thread;
     std::atomic<bool> m_ended{false};

@@ -3,7 +3,6 @@
 #include "core/monitor_thread.h"
 #include "core/output_channel.h"
 #include "platform/socket_wait.h"
-#include "platform/thread.h"
 
 namespace vnxtest {
 
@@ -169,10 +168,8 @@ bool Guest::OnStartGuest() {
 void Guest::StartMonitorThread(std::size_t index) {
     const MonitorContext context{m_interfaces[index], m_library,     m_run,
                                  m_stopEvent,         m_receivePath, m_frontEnd};
-    WorkerThread& thread = m_monitorThreads[index];
-    if (thread.Start([context] { MonitorThread(context); }, m_frontEnd, ViewMessage::MonitorThreadEnded)) {
-        Verify(RaiseThreadPriority(thread.Thread()));
-    }
+    m_monitorThreads[index].Start([context] { MonitorThread(context); }, m_frontEnd,
+                                  ViewMessage::MonitorThreadEnded);
 }
 
 void Guest::Start() {

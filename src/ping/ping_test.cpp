@@ -202,7 +202,7 @@ bool PingTest::SendPing(std::uint16_t sequence) {
 
 void PingTest::RecordReply(std::uint16_t icmpId, std::uint16_t icmpSeq, Ipv4Address source,
                            std::uint32_t dataLength, std::uint8_t timeToLive) {
-    const std::uint32_t now = GetTicks();
+    std::uint32_t now = GetTicks();
     bool wakeWaiter = false;
     {
         const std::lock_guard lock(m_pingListLock);
@@ -211,6 +211,11 @@ void PingTest::RecordReply(std::uint16_t icmpId, std::uint16_t icmpSeq, Ipv4Addr
             return;
         }
         CPing ping = m_pingList.GetAt(*position);
+        // The request is noted as sent once it is written, under the lock; the reply may have been read
+        // before that. No round trip is shorter than nothing.
+        if (!TickReached(now, ping.dwSentTick)) {
+            now = ping.dwSentTick;
+        }
         ping.dwReplyTick = now;
         ++ping.nReplies;
         const std::uint32_t roundTrip = now - ping.dwSentTick;

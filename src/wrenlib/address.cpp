@@ -51,14 +51,22 @@ std::optional<MacAddress> ParseMACAddress(std::wstring_view text) {
 }
 
 std::wstring FormatIPAddr(Ipv4Address address) {
-    std::wstring text;
+    // On the road of every answered ping: digit by digit, with one allocation at most.
+    wchar_t text[16];
+    std::size_t length = 0;
     for (const std::uint8_t byte : address.Bytes()) {
-        if (!text.empty()) {
-            text += L'.';
+        if (length > 0) {
+            text[length++] = L'.';
         }
-        text += std::to_wstring(byte);
+        if (byte >= 100) {
+            text[length++] = static_cast<wchar_t>(L'0' + byte / 100);
+        }
+        if (byte >= 10) {
+            text[length++] = static_cast<wchar_t>(L'0' + byte / 10 % 10);
+        }
+        text[length++] = static_cast<wchar_t>(L'0' + byte % 10);
     }
-    return text;
+    return std::wstring(text, length);
 }
 
 std::wstring FormatMACAddr(MacAddress address) {
