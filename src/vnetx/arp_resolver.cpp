@@ -1,0 +1,203 @@
+#include "vnetx/arp_resolver.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "vnetx/failure.h"
+#include "vnetx/wire_format.h"
+
+namespace vnxtest {
+namespace {
+
+using Clock = NeighbourTable::Clock;
+
+constexpr std::uint16_t kEtherTypeReverseArp = 0x8035;
+constexpr std::uint16_t kReverseRequest = 3;
+constexpr std::uint16_t kReverseReply = 4;
+constexpr std::uint32_t kSnapshotLength = 128;
+constexpr std::uint32_t kBufferSize = 64 * 1024;
+constexpr std::size_t kMostAsked = 256;
+
+std::unique_ptr<Capture> OpenCapture(const std::string& device, std::uint16_t etherType, const char* filter) {
+    CaptureOptions options;
+    options.device = device;
+    options.snapshotLength = kSnapshotLength;
+    options.bufferSize = kBufferSize;
+    options.filter = filter;
+    options.onlyEtherType = etherType;
+    return Capture::Open(options);
+}
+
+std::uint64_t Image(MacAddress mac) {
+    std::uint64_t image = 0;
+    std::memcpy(&image, mac.Bytes().data(), 6);
+    return image;
+}
+
+} // namespace
+
+// What is asked, and the answer once it is there.
+struct ArpResolver::Exchange {
+    Asker asker;
+    Ipv4Address address; // asked for, or the answer to a reverse question
+    MacAddress mac;      // likewise the other way round
+    bool reverse = false;
+    bool answered = false;
+
+    static void OnFrame(unsigned char* user, const PcapPacketHeader* header, const unsigned char* bytes) {
+        reinterpret_cast<Exchange*>(user)->Look({bytes, header->captured});
+    }
+
+    void Look(std::span<const std::uint8_t> frame) {
+        const auto ethernet = ParseEthernetHeader(frame);
+        const auto arp = ethernet ? ParseArp(frame.subspan(kEthernetHeaderLength)) : std::nullopt;
+        if (!arp || answered) {
+            return;
+        }
+        if (reverse) {
+            if (ethernet->type == kEtherTypeReverseArp && arp->operation == kReverseReply &&
+                arp->targetMac == mac && !arp->targetIp.IsZero()) {
+                address = arp->targetIp;
+                answered = true;
+            }
+        } else if (ethernet->type == kEtherTypeArp && arp->operation == kArpReply &&
+                   arp->senderIp == address && arp->targetMac == asker.mac && !arp->senderMac.IsZero() &&
+                   !arp->senderMac.IsGroup()) {
+            mac = arp->senderMac;
+            answered = true;
+        }
+    }
+};
+
+std::unique_ptr<ArpResolver> ArpResolver::Open(const std::string& device, NeighbourTable& table,
+                                               SentFunction sent) {
+    std::unique_ptr<ReaderGate> gate = ReaderGate::Make(false);
+    if (!gate) {
+        Fail(errno);
+        return nullptr;
+    }
+    std::unique_ptr<Capture> capture = OpenCapture(device, kEtherTypeArp, "arp");
+    if (!capture) {
+        return nullptr;
+    }
+    return std::unique_ptr<ArpResolver>(
+        new ArpResolver(device, table, std::move(sent), std::move(capture), std::move(gate)));
+}
+
+void ArpResolver::Send(Capture& capture, std::span<const std::uint8_t> frame) {
+    if (capture.Send(frame.data(), static_cast<std::uint32_t>(frame.size())) == 0) {
+        m_sent(frame);
+    }
+}
+
+void ArpResolver::NoteAsked(Ipv4Address address) {
+    const auto now = Clock::now();
+    const std::lock_guard lock(m_askedMutex);
+    std::erase_if(m_asked, [&](const auto& old) {
+        return old.first == address || now - old.second > std::chrono::seconds(1);
+    });
+    if (m_asked.size() < kMostAsked) {
+        m_asked.emplace_back(address, now);
+    }
+}
+
+bool ArpResolver::HasAsked(Ipv4Address address) {
+    const auto now = Clock::now();
+    const std::lock_guard lock(m_askedMutex);
+    return std::any_of(m_asked.begin(), m_asked.end(), [&](const auto& asked) {
+        return asked.first == address && now - asked.second <= std::chrono::seconds(1);
+    });
+}
+
+void ArpResolver::Ask(const Asker& asker, Ipv4Address address) {
+    NoteAsked(address);
+    Send(*m_capture, BuildArpFrame(MacAddress::Broadcast(), asker.mac,
+                                   {kArpRequest, asker.mac, asker.ip, MacAddress(), address}));
+}
+
+// Sends the question, once more when it stays unanswered for a while, and takes what comes until
+// the answer is there or the time is over.
+bool ArpResolver::Run(Capture& capture, Exchange& exchange, std::span<const std::uint8_t> question) {
+    // What has piled up since the last exchange is old: it answers nothing.
+    const auto discard = [](unsigned char*, const PcapPacketHeader*, const unsigned char*) {};
+    while (capture.Dispatch(-1, discard, nullptr) > 0) {
+    }
+    const auto start = Clock::now();
+    bool repeated = false;
+    Send(capture, question);
+    for (;;) {
+        const auto elapsed = Clock::now() - start;
+        if (elapsed >= kExchangeTime) {
+            return false;
+        }
+        if (!repeated && elapsed >= kRepeatAfter) {
+            repeated = true;
+            Send(capture, question);
+        }
+        const auto until = repeated ? kExchangeTime : kRepeatAfter;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - elapsed).count();
+        if (m_gate->Wait(capture.GetWaitObject(), static_cast<int>(left)) == ReaderGate::WaitResult::Failed ||
+            capture.Dispatch(-1, &Exchange::OnFrame, &exchange) < 0) {
+            return false;
+        }
+        if (exchange.answered) {
+            return true;
+        }
+    }
+}
+
+MacAddress ArpResolver::Resolve(const Asker& asker, Ipv4Address address) {
+    using State = NeighbourTable::State;
+    NeighbourTable::Answer known = m_table.Find(address);
+    if (known.state == State::Unknown) {
+        const std::lock_guard lock(m_exchangeMutex);
+        known = m_table.Find(address); // another thread may have asked meanwhile
+        if (known.state == State::Unknown) {
+            NoteAsked(address);
+            Exchange exchange{asker, address, {}};
+            const auto question = BuildArpFrame(MacAddress::Broadcast(), asker.mac,
+                                                {kArpRequest, asker.mac, asker.ip, MacAddress(), address});
+            if (!Run(*m_capture, exchange, question)) {
+                m_table.NoteSilence(address);
+                return m_table.Find(address).mac;
+            }
+            m_table.Learn(address, exchange.mac);
+            return exchange.mac;
+        }
+    }
+    if (known.refresh) {
+        Ask(asker, address);
+    }
+    return known.mac;
+}
+
+Ipv4Address ArpResolver::ResolveReverse(const Asker& asker, MacAddress mac) {
+    if (mac.IsZero() || mac.IsGroup()) {
+        return {};
+    }
+    const std::lock_guard lock(m_exchangeMutex);
+    if (const Ipv4Address known = m_table.FindByMac(mac); !known.IsZero()) {
+        return known;
+    }
+    const auto now = Clock::now();
+    std::erase_if(m_silentMacs, [&](const auto& old) { return now - old.second > NeighbourTable::kSilence; });
+    if (m_silentMacs.contains(Image(mac))) {
+        return {};
+    }
+    if (!m_reverseCapture) {
+        m_reverseCapture = OpenCapture(m_device, kEtherTypeReverseArp, "rarp");
+        if (!m_reverseCapture) {
+            return {};
+        }
+    }
+    auto question = BuildArpFrame(MacAddress::Broadcast(), asker.mac,
+                                  {kReverseRequest, asker.mac, asker.ip, mac, Ipv4Address()});
+    StoreBe16(question.data() + 12, kEtherTypeReverseArp);
+    Exchange exchange{asker, {}, mac, true};
+    if (!Run(*m_reverseCapture, exchange, question)) {
+        m_silentMacs[Image(mac)] = now;
+    }
+    return exchange.address;
+}
+
+} // namespace vnxtest

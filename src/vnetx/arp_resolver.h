@@ -1,0 +1,77 @@
+// The neighbour queries of an open interface: what is known first, then one ARP exchange (RFC 826)
+// or RARP exchange (RFC 903), bounded in time.
+//
+// The exchange has a small capture of its own, so that it works on any thread, the reading one
+// included, and whether or not anybody reads.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "vnetx/capture.h"
+#include "vnetx/neighbours.h"
+#include "vnetx/reader_gate.h"
+
+namespace vnxtest {
+
+class ArpResolver {
+public:
+    static constexpr auto kExchangeTime = std::chrono::milliseconds(150);
+    static constexpr auto kRepeatAfter = std::chrono::milliseconds(50);
+
+    // Who asks.
+    struct Asker {
+        MacAddress mac;
+        Ipv4Address ip;
+    };
+    // Told of every frame that an exchange has sent.
+    using SentFunction = std::function<void(std::span<const std::uint8_t> frame)>;
+
+    // Null with errno set: Capture::Open says which.
+    static std::unique_ptr<ArpResolver> Open(const std::string& device, NeighbourTable& table,
+                                             SentFunction sent);
+
+    // The MAC of `address`; zero when nobody answered within kExchangeTime, or lately.
+    MacAddress Resolve(const Asker& asker, Ipv4Address address);
+    // The address of `mac`; zero likewise.
+    Ipv4Address ResolveReverse(const Asker& asker, MacAddress mac);
+    // Asks without waiting for the answer, which whoever reads the frames will learn from.
+    void Ask(const Asker& asker, Ipv4Address address);
+
+    // True when this resolver asked for `address` within the last second: an answer is for it.
+    bool HasAsked(Ipv4Address address);
+
+private:
+    struct Exchange;
+
+    ArpResolver(std::string device, NeighbourTable& table, SentFunction sent,
+                std::unique_ptr<Capture> capture, std::unique_ptr<ReaderGate> gate)
+        : m_device(std::move(device)), m_table(table), m_sent(std::move(sent)), m_capture(std::move(capture)),
+          m_gate(std::move(gate)) {}
+
+    void Send(Capture& capture, std::span<const std::uint8_t> frame);
+    void NoteAsked(Ipv4Address address);
+    bool Run(Capture& capture, Exchange& exchange, std::span<const std::uint8_t> question);
+
+    const std::string m_device;
+    NeighbourTable& m_table;
+    const SentFunction m_sent;
+
+    std::mutex m_exchangeMutex; // one exchange at a time
+    const std::unique_ptr<Capture> m_capture;
+    std::unique_ptr<Capture> m_reverseCapture; // made at the first reverse question
+    const std::unique_ptr<ReaderGate> m_gate;
+
+    std::mutex m_askedMutex;
+    std::vector<std::pair<Ipv4Address, NeighbourTable::Clock::time_point>> m_asked;
+    std::unordered_map<std::uint64_t, NeighbourTable::Clock::time_point>
+        m_silentMacs; // under m_exchangeMutex
+};
+
+} // namespace vnxtest

@@ -1,0 +1,12 @@
+// How an operation of a built-in library fails: errno and the system's last error, both.
+#pragma once
+
+#include <cstdint>
+
+namespace vnxtest {
+
+// Sets errno to `code` and the system's last error to the matching code (on Linux they are one),
+// and returns -1, so that an operation can end with `return Fail(EINVAL)`. Any thread.
+std::int32_t Fail(int code);
+
+} // namespace vnxtest

@@ -1,0 +1,70 @@
+// A decorator that makes a chosen call of the library fail, and keeps count of all calls.
+//
+// It proves how the program takes failures: that the message is right, that nothing stays open. The
+// calls that can fail are counted: open, ioctl, read, write, statistics and close. A failing open,
+// ioctl, read, write or statistics call does not reach the library; a failing close does, since its
+// result means nothing and what it leaves open would be the decorator's own fault.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+
+#include "vnetx/forwarding_library.h"
+
+namespace vnxtest {
+
+enum class LibraryCall { Open, Ioctl, Read, Write, GetStats, Close };
+inline constexpr std::size_t kLibraryCalls = 6;
+
+// Which call fails, and how.
+struct Fault {
+    std::optional<LibraryCall> call{};      // counts only such calls; without it every call counts
+    std::optional<std::uint32_t> request{}; // counts only ioctls with this request
+    std::uint64_t number = 1;               // the first that counts is 1
+    bool fromThenOn = false;                // that one and all that count after it
+    int errnoValue = 5;                     // EIO
+    std::int32_t result = -1;               // what the failing call returns
+};
+
+class FaultLibrary final : public ForwardingLibrary {
+public:
+    using ForwardingLibrary::ForwardingLibrary;
+
+    // Counts from now on towards `fault`. Any thread, also while calls run.
+    void Inject(const Fault& fault);
+    void InjectNothing();
+    // How often the fault has struck since it was injected.
+    std::uint64_t Struck() const;
+
+    // Calls in the life of the decorator.
+    std::uint64_t Calls() const;
+    std::uint64_t Calls(LibraryCall call) const;
+    std::uint64_t Requests(std::uint32_t request) const;
+    // The handles that were opened and are not closed.
+    std::set<std::int32_t> OpenHandles() const;
+
+    std::int32_t Open(const char* name, std::int32_t flags) override;
+    void Close(std::int32_t handle) override;
+    std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override;
+    std::int32_t Read(std::int32_t handle, void* buffer, std::uint32_t size) override;
+    std::int32_t Write(std::int32_t handle, const void* frame, std::uint32_t length) override;
+    std::int32_t GetStats(std::int32_t handle, VnetxStatistics* record) override;
+
+private:
+    // Counts a call. Its result, with errno set, when it is one that fails.
+    std::optional<std::int32_t> Strike(LibraryCall call, std::uint32_t request = 0);
+
+    mutable std::mutex m_mutex;
+    std::array<std::uint64_t, kLibraryCalls> m_calls{};
+    std::map<std::uint32_t, std::uint64_t> m_requests;
+    std::set<std::int32_t> m_openHandles;
+    std::optional<Fault> m_fault;
+    std::uint64_t m_counted = 0;
+    std::uint64_t m_struck = 0;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,117 @@
+// The open handles of a built-in library.
+//
+// Looking a handle up takes no lock: a slot is pinned while an operation runs on it, and closing
+// waits until nobody holds it any more, so that closing on one thread never pulls an interface away
+// under another thread's read or write.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+namespace vnxtest {
+
+// `Interface` offers Interrupt(): every operation that waits inside it returns soon.
+template <typename Interface>
+class HandleTable {
+    struct alignas(64) Slot {
+        std::atomic<std::int32_t> handle{kFree};
+        std::atomic<std::int32_t> users{0};
+        std::unique_ptr<Interface> object;
+    };
+
+public:
+    static constexpr std::size_t kCapacity = 64;
+
+    // Holds one interface for the length of an operation; empty when the handle is not open.
+    class Pin {
+    public:
+        Pin() = default;
+        explicit Pin(Slot* slot) : m_slot(slot) {}
+        ~Pin() {
+            if (m_slot) {
+                Release(*m_slot);
+            }
+        }
+        Pin(const Pin&) = delete;
+        Pin& operator=(const Pin&) = delete;
+        explicit operator bool() const { return m_slot != nullptr; }
+        Interface* operator->() const { return m_slot->object.get(); }
+
+    private:
+        Slot* m_slot = nullptr;
+    };
+
+    HandleTable() = default;
+    ~HandleTable() = default;
+
+    // Takes `object` in under `handle` (0 or more, not in use). False when the table is full.
+    bool Insert(std::int32_t handle, std::unique_ptr<Interface> object) {
+        for (Slot& slot : m_slots) {
+            std::int32_t expected = kFree;
+            if (slot.handle.compare_exchange_strong(expected, kChanging)) {
+                slot.object = std::move(object);
+                slot.handle.store(handle);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    Pin Find(std::int32_t handle) {
+        if (handle < 0) {
+            return Pin();
+        }
+        for (Slot& slot : m_slots) {
+            if (slot.handle.load(std::memory_order_relaxed) != handle) {
+                continue;
+            }
+            // First the pin, then the second look: whoever closes marks the slot first and looks at
+            // the pins second, so that one of the two always sees the other.
+            slot.users.fetch_add(1);
+            if (slot.handle.load() == handle) {
+                return Pin(&slot);
+            }
+            Release(slot);
+        }
+        return Pin();
+    }
+
+    // Takes the interface of `handle` out, interrupts what runs on it and waits for its end. Null
+    // when the handle is not open. Not from within an operation on the same handle.
+    std::unique_ptr<Interface> Remove(std::int32_t handle) {
+        if (handle < 0) {
+            return nullptr;
+        }
+        for (Slot& slot : m_slots) {
+            std::int32_t expected = handle;
+            if (!slot.handle.compare_exchange_strong(expected, kChanging)) {
+                continue;
+            }
+            slot.object->Interrupt();
+            for (std::int32_t users = slot.users.load(); users != 0; users = slot.users.load()) {
+                slot.users.wait(users);
+            }
+            std::unique_ptr<Interface> object = std::move(slot.object);
+            slot.handle.store(kFree);
+            return object;
+        }
+        return nullptr;
+    }
+
+private:
+    static constexpr std::int32_t kFree = -1;
+    static constexpr std::int32_t kChanging = -2;
+
+    static void Release(Slot& slot) {
+        if (slot.users.fetch_sub(1) == 1 && slot.handle.load() == kChanging) {
+            slot.users.notify_all();
+        }
+    }
+
+    std::array<Slot, kCapacity> m_slots;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,328 @@
+#include "vnetx/pcap_interface.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+#include "vnetx/failure.h"
+#include "vnetx/wire_format.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+namespace {
+
+constexpr std::uint32_t kVlanTagLength = 4;
+constexpr std::uint16_t kEtherTypeVlan = 0x8100;
+
+struct FrameMark {
+    std::uint32_t captured;
+    std::uint32_t length;
+};
+
+constexpr std::size_t RoomFor(std::size_t captured) {
+    return (sizeof(FrameMark) + captured + 7) & ~static_cast<std::size_t>(7);
+}
+
+// Interfaces are numbered over the process, so that two of them never share a name.
+std::string FreshName() {
+    static std::atomic<unsigned> next{0};
+    return "vnx" + std::to_string(next.fetch_add(1));
+}
+
+} // namespace
+
+void FrameBatch::Resize(std::uint32_t bufferSize, std::uint32_t largestFrame) {
+    m_buffer.resize(std::max<std::size_t>(bufferSize, RoomFor(largestFrame)));
+    m_capacity = static_cast<int>(m_buffer.size() / RoomFor(largestFrame));
+    Clear();
+}
+
+void FrameBatch::Append(const std::uint8_t* bytes, std::uint32_t captured, std::uint32_t length) {
+    if (m_buffer.size() - m_end < RoomFor(captured)) {
+        captured = 0; // longer than any frame asked for: it counts, but cannot be kept
+    }
+    const FrameMark mark{captured, length};
+    std::memcpy(m_buffer.data() + m_end, &mark, sizeof mark);
+    std::memcpy(m_buffer.data() + m_end + sizeof mark, bytes, captured);
+    m_end += RoomFor(captured);
+    m_frameBytes += captured;
+}
+
+FrameBatch::Frame FrameBatch::TakeFirst() {
+    FrameMark mark{};
+    std::memcpy(&mark, m_buffer.data() + m_first, sizeof mark);
+    const Frame frame{m_buffer.data() + m_first + sizeof mark, mark.captured, mark.length};
+    m_first += RoomFor(mark.captured);
+    return frame;
+}
+
+PcapInterface::PcapInterface(const HostLink& link, std::unique_ptr<ReaderGate> gate, bool socketNotify,
+                             const std::atomic<VnetxDebugOutput>& debugSink)
+    : VirtualInterface(std::move(gate), socketNotify, debugSink), m_device(link.captureName),
+      m_linkIndex(link.index), m_linkMtu(link.mtu) {}
+
+PcapInterface::~PcapInterface() {
+    Gate().StopWatching();
+}
+
+int PcapInterface::Open() {
+    m_resolver = ArpResolver::Open(m_device, m_neighbours, [this](std::span<const std::uint8_t> frame) {
+        Counters().writing.ios.Add();
+        CountWritten(frame);
+    });
+    if (!m_resolver) {
+        return errno;
+    }
+    Ipv4OverEthernet::Functions functions;
+    functions.send = [this](std::span<const std::uint8_t> frame) {
+        return SendFrame(frame.data(), static_cast<std::uint32_t>(frame.size()));
+    };
+    functions.drop = [this] { Counters().ignored.Add(); };
+    functions.wakeReader = [this] { Gate().Wake(); };
+    m_ipv4 = std::make_unique<Ipv4OverEthernet>(m_neighbours, *m_resolver, m_linkIndex, std::move(functions));
+    return 0;
+}
+
+int PcapInterface::Attach(InterfaceMode, std::string& name) {
+    name = FreshName();
+    return 0;
+}
+
+std::string PcapInterface::Filter() const {
+    std::string mac = ToNarrow(FormatMACAddr(m_mac));
+    std::replace(mac.begin(), mac.end(), '-', ':');
+    // The all-zeroes address is nobody's; such frames are let through to be counted.
+    return "ether dst " + mac + " or ether multicast or ether dst 00:00:00:00:00:00";
+}
+
+int PcapInterface::BringUp() {
+    m_mac = GuestMac();
+    if (m_mac.IsZero()) {
+        return EADDRNOTAVAIL;
+    }
+    if (!m_capture) {
+        CaptureOptions options;
+        options.device = m_device;
+        // Slots of the kernel's ring are as long as a frame can be and no longer: a generous length
+        // would leave room for a few frames only.
+        options.snapshotLength =
+            LargestPacket() + static_cast<std::uint32_t>(kEthernetHeaderLength) + kVlanTagLength;
+        options.bufferSize = DeviceBufferSize();
+        options.filter = Filter();
+        std::unique_ptr<Capture> capture = Capture::Open(options);
+        if (!capture) {
+            return errno;
+        }
+        m_batch.Resize(IoBufferSize(), options.snapshotLength);
+        SetIoBufferSize(m_batch.Size());
+        m_capture = std::move(capture);
+        return 0;
+    }
+    // Up again: what came meanwhile was for nobody.
+    if (!m_capture->SetFilter(Filter())) {
+        return errno;
+    }
+    while (Refill() > 0) {
+        m_batch.Clear();
+    }
+    return 0;
+}
+
+std::optional<Ipv4Address> PcapInterface::AdapterAddress() {
+    const auto link = FindHostLinkByIndex(m_linkIndex);
+    return link && !link->addresses.empty() ? std::optional(link->addresses.front().address) : std::nullopt;
+}
+
+MacAddress PcapInterface::FindNeighbour(Ipv4Address address) {
+    if (address.IsZero()) {
+        return {};
+    }
+    // What is known or known to be silent needs no look at the host: this is asked for every packet.
+    if (m_neighbours.Find(address).state == NeighbourTable::State::Unknown) {
+        if (const auto link = FindHostLink(address)) {
+            return link->mac;
+        }
+        if (address == GuestIp()) {
+            return GuestMac();
+        }
+    }
+    return GuestMac().IsZero() ? MacAddress() : m_resolver->Resolve(Asker(), address);
+}
+
+Ipv4Address PcapInterface::FindNeighbourByMac(MacAddress mac) {
+    if (const auto link = FindHostLink(mac); link && !link->addresses.empty()) {
+        return link->addresses.front().address;
+    }
+    if (mac == GuestMac()) {
+        return GuestIp();
+    }
+    return GuestMac().IsZero() ? Ipv4Address() : m_resolver->ResolveReverse(Asker(), mac);
+}
+
+// Fills the I/O buffer with what the driver has; the number of frames, or -1.
+int PcapInterface::Refill() {
+    m_batch.Clear();
+    const auto append = [](unsigned char* user, const PcapPacketHeader* header, const unsigned char* bytes) {
+        reinterpret_cast<FrameBatch*>(user)->Append(bytes, header->captured, header->length);
+    };
+    return m_capture->Dispatch(m_batch.Capacity(), append, &m_batch);
+}
+
+std::int32_t PcapInterface::TakeFrame(std::uint8_t* buffer, std::uint32_t size) {
+    if (m_batch.IsEmpty()) {
+        const int count = Refill();
+        if (count < 0) {
+            const int code = Health();
+            return Fail(code != 0 ? code : EIO);
+        }
+        if (count == 0) {
+            return 0;
+        }
+        Counters().NoteTransfer(m_batch.FrameBytes());
+    }
+    while (!m_batch.IsEmpty()) {
+        if (const std::int32_t result = Accept(m_batch.TakeFirst(), buffer, size); result != 0) {
+            return result;
+        }
+    }
+    return 0;
+}
+
+std::int32_t PcapInterface::Accept(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size) {
+    auto& counters = Counters();
+    counters.reading.packets.Add();
+    counters.reading.bytes.Add(frame.length);
+    if (frame.captured < frame.length || frame.captured < kEthernetHeaderLength) {
+        counters.ignored.Add();
+        return 0;
+    }
+    const MacAddress destination = LoadMac(frame.bytes);
+    const MacAddress source = LoadMac(frame.bytes + 6);
+    if (source.IsZero()) {
+        counters.reading.fromZeroMac.Add();
+    }
+    if (destination.IsZero()) {
+        counters.reading.toZeroMac.Add();
+    }
+    if (source == m_mac) {
+        counters.reading.fromOurself.Add();
+        return 0;
+    }
+    if (destination != m_mac && !destination.IsGroup()) {
+        counters.ignored.Add();
+        return 0;
+    }
+    Debug().PacketRead(Name(), {frame.bytes, frame.captured}, true);
+    return Mode() == InterfaceMode::Tap ? AcceptTap(frame, buffer, size) : AcceptTun(frame, buffer, size);
+}
+
+std::int32_t PcapInterface::AcceptTap(const FrameBatch::Frame& frame, std::uint8_t* buffer,
+                                      std::uint32_t size) {
+    if (LoadBe16(frame.bytes + 12) == kEtherTypeArp) {
+        const auto arp =
+            ParseArp({frame.bytes + kEthernetHeaderLength, frame.captured - kEthernetHeaderLength});
+        if (arp && arp->senderIp != GuestIp()) {
+            if (arp->targetIp == GuestIp()) {
+                m_neighbours.Learn(arp->senderIp, arp->senderMac);
+            } else {
+                m_neighbours.Update(arp->senderIp, arp->senderMac);
+            }
+        }
+        // The answer to the library's own question is nothing that the program has asked for.
+        if (arp && arp->operation == kArpReply && arp->targetMac == m_mac &&
+            m_resolver->HasAsked(arp->senderIp)) {
+            Counters().reading.internalArps.Add();
+            return 0;
+        }
+    }
+    return Deliver(frame.bytes, frame.captured, buffer, size);
+}
+
+std::int32_t PcapInterface::AcceptTun(const FrameBatch::Frame& frame, std::uint8_t* buffer,
+                                      std::uint32_t size) {
+    const std::span<const std::uint8_t> payload(frame.bytes + kEthernetHeaderLength,
+                                                frame.captured - kEthernetHeaderLength);
+    switch (LoadBe16(frame.bytes + 12)) {
+    case kEtherTypeArp:
+        if (const auto arp = ParseArp(payload)) {
+            Counters().reading.internalArps.Add();
+            m_ipv4->HandleArp(Guest(), *arp);
+        } else {
+            Counters().ignored.Add();
+        }
+        return 0;
+    case kEtherTypeIpv4: {
+        // A short packet was padded to the shortest frame; what is behind its end is not part of it.
+        // One that is longer than its frame is for the program to judge.
+        std::size_t length = payload.size();
+        if (length >= kIpv4HeaderLength) {
+            const std::size_t total = LoadBe16(payload.data() + 2);
+            length = total >= kIpv4HeaderLength && total < length ? total : length;
+        }
+        if (length == 0) {
+            Counters().ignored.Add();
+            return 0;
+        }
+        return Deliver(payload.data(), static_cast<std::uint32_t>(length), buffer, size);
+    }
+    default:
+        Counters().ignored.Add();
+        return 0;
+    }
+}
+
+std::int32_t PcapInterface::Deliver(const std::uint8_t* bytes, std::uint32_t length, std::uint8_t* buffer,
+                                    std::uint32_t size) {
+    if (length > size) {
+        Counters().ignored.Add();
+        return Fail(EMSGSIZE);
+    }
+    std::memcpy(buffer, bytes, length);
+    return static_cast<std::int32_t>(length);
+}
+
+std::int32_t PcapInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t length) {
+    if (Mode() == InterfaceMode::Tun) {
+        if (length < kIpv4HeaderLength || frame[0] >> 4 != 4) {
+            return Fail(EINVAL);
+        }
+        if (length > LargestPacket()) {
+            return Fail(EMSGSIZE);
+        }
+        return m_ipv4->Write(Guest(), frame, length);
+    }
+    if (length < kEthernetHeaderLength) {
+        return Fail(EINVAL);
+    }
+    return SendFrame(frame, length);
+}
+
+// Sends one whole Ethernet frame and counts it; its length, or -1 with errno.
+std::int32_t PcapInterface::SendFrame(const std::uint8_t* frame, std::uint32_t length) {
+    const std::uint32_t limit = LargestPacket() + static_cast<std::uint32_t>(kEthernetHeaderLength);
+    if (length > limit && !(LoadBe16(frame + 12) == kEtherTypeVlan && length <= limit + kVlanTagLength)) {
+        return Fail(EMSGSIZE);
+    }
+    Counters().writing.ios.Add();
+    if (m_capture->Send(frame, length) != 0) {
+        return -1;
+    }
+    CountWritten({frame, length});
+    return static_cast<std::int32_t>(length);
+}
+
+void PcapInterface::CountWritten(std::span<const std::uint8_t> frame) {
+    auto& counting = Counters().writing;
+    counting.packets.Add();
+    counting.bytes.Add(static_cast<std::int64_t>(frame.size()));
+    if (LoadMac(frame.data()).IsZero()) {
+        counting.toZeroMac.Add();
+    }
+    if (LoadMac(frame.data() + 6).IsZero()) {
+        counting.fromZeroMac.Add();
+    }
+    Debug().PacketWritten(Name(), frame, true);
+}
+
+} // namespace vnxtest

@@ -1,0 +1,76 @@
+#include <vector>
+
+#include <windows.h>
+
+#include "vnetx/shared_object.h"
+#include "wrenlib/errors.h"
+
+namespace vnxtest {
+
+namespace {
+
+std::wstring ProgramFolder() {
+    std::vector<wchar_t> path(32768);
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    const std::wstring_view program(path.data(), length);
+    const std::size_t end = program.find_last_of(L"\\/");
+    return std::wstring(program.substr(0, end == std::wstring_view::npos ? 0 : end));
+}
+
+std::wstring SystemFolder() {
+    wchar_t path[MAX_PATH] = {};
+    return std::wstring(path, GetSystemDirectoryW(path, MAX_PATH));
+}
+
+bool IsFile(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+} // namespace
+
+std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::wstring& error) {
+    // What the library itself needs may lie beside it or in the system folder, nowhere else.
+    if (HMODULE module =
+            LoadLibraryExW(path.c_str(), nullptr,
+                           LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_APPLICATION_DIR |
+                               LOAD_LIBRARY_SEARCH_SYSTEM32)) {
+        return std::unique_ptr<SharedObject>(new SharedObject(module));
+    }
+    error = FormatLastError(LastError());
+    return nullptr;
+}
+
+SharedObject::~SharedObject() {
+    FreeLibrary(static_cast<HMODULE>(m_module));
+}
+
+void* SharedObject::Find(const char* name) const {
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(m_module), name));
+}
+
+std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstring& places) {
+    const std::wstring wanted(name);
+    if (wanted.find_first_of(L"\\/:") != std::wstring::npos) {
+        std::vector<wchar_t> path(32768);
+        const DWORD length =
+            GetFullPathNameW(wanted.c_str(), static_cast<DWORD>(path.size()), path.data(), nullptr);
+        const std::wstring full(path.data(), length);
+        if (length > 0 && IsFile(full)) {
+            return full;
+        }
+        places = full.substr(0, full.find_last_of(L"\\/"));
+        return std::nullopt;
+    }
+    places.clear();
+    for (const std::wstring& folder : {ProgramFolder(), SystemFolder()}) {
+        const std::wstring path = folder + L"\\" + wanted;
+        if (!folder.empty() && IsFile(path)) {
+            return path;
+        }
+        places += (places.empty() ? L"" : L", ") + folder;
+    }
+    return std::nullopt;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,208 @@
+#include "vnetx/sim_interface.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "vnetx/failure.h"
+
+namespace vnxtest {
+
+namespace {
+
+// The largest frame a program can read: its buffer has 65,535 bytes.
+constexpr std::uint32_t kLargestRead = 65535;
+
+bool IsGroupAddress(Ipv4Address address) {
+    return address.Bytes()[0] >= 224 || address == kSimBroadcast; // 255.255.255.255 among them
+}
+
+} // namespace
+
+SimInterface::SimInterface(std::shared_ptr<SimNetwork> network, std::shared_ptr<SimPort> port,
+                           std::unique_ptr<ReaderGate> gate, bool socketNotify,
+                           const std::atomic<VnetxDebugOutput>& debugSink)
+    : VirtualInterface(std::move(gate), socketNotify, debugSink), m_network(std::move(network)),
+      m_port(std::move(port)), m_limit(m_network->Options().mtu) {}
+
+SimInterface::~SimInterface() {
+    Gate().StopWatching();
+    m_network->Retire(*m_port);
+}
+
+int SimInterface::Attach(InterfaceMode, std::string& name) {
+    name = "sim" + std::to_string(m_port->Order());
+    return 0;
+}
+
+int SimInterface::BringUp() {
+    if (GuestMac().IsZero()) {
+        return EADDRNOTAVAIL;
+    }
+    m_batchSize = m_next = 0;
+    RefreshIdentity();
+    m_network->PlugIn(m_port);
+    return 0;
+}
+
+void SimInterface::TakeDown() {
+    m_network->PullOut(*m_port);
+}
+
+std::uint32_t SimInterface::MaximumMtu() const {
+    return Mode() == InterfaceMode::Tap
+               ? std::min(m_limit, kLargestRead - static_cast<std::uint32_t>(kEthernetHeaderLength))
+               : m_limit;
+}
+
+MacAddress SimInterface::FindNeighbour(Ipv4Address address) {
+    return m_network->FindMac(address, m_port.get());
+}
+
+Ipv4Address SimInterface::FindNeighbourByMac(MacAddress mac) {
+    return m_network->FindIp(mac, m_port.get());
+}
+
+int SimInterface::DoTimedWork() {
+    RefreshIdentity();
+    return -1;
+}
+
+std::int32_t SimInterface::TakeFrame(std::uint8_t* buffer, std::uint32_t size) {
+    while (true) {
+        if (m_next == m_batchSize) {
+            const auto now = SimWire::Clock::now();
+            if (!m_port->Wire().HasDue(now)) {
+                return 0;
+            }
+            const auto taken = m_port->Wire().Collect(now, IoBufferSize(), m_batch);
+            m_batchSize = taken.frames;
+            m_next = 0;
+            if (m_batchSize == 0) {
+                return 0;
+            }
+            if (taken.bytes > 0) {
+                Counters().NoteTransfer(static_cast<std::uint32_t>(taken.bytes));
+            }
+        }
+        const SimFrame& frame = m_batch[m_next++];
+        if (frame.tag == SimFrameTag::Tick) {
+            m_network->Tick(*m_port);
+            continue;
+        }
+        const auto bytes = Accept(frame);
+        if (bytes.empty()) {
+            continue;
+        }
+        if (bytes.size() > size) {
+            Counters().ignored.Add();
+            return Fail(EMSGSIZE);
+        }
+        std::memcpy(buffer, bytes.data(), bytes.size());
+        m_network->NoteRead(*m_port, frame.tag);
+        return static_cast<std::int32_t>(bytes.size());
+    }
+}
+
+// Counts a frame and returns what the program is to get of it, which may be nothing.
+std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
+    const std::span<const std::uint8_t> bytes(frame.bytes);
+    auto& reading = Counters().reading;
+    reading.packets.Add();
+    reading.bytes.Add(static_cast<std::int64_t>(bytes.size()));
+    const auto header = ParseEthernetHeader(bytes);
+    if (!header) {
+        Counters().ignored.Add();
+        return {};
+    }
+    reading.fromZeroMac.Add(header->source.IsZero());
+    reading.toZeroMac.Add(header->destination.IsZero());
+    Debug().PacketRead(Name(), bytes, true);
+    if (Mode() == InterfaceMode::Tap) {
+        return bytes;
+    }
+    if (header->type == kEtherTypeArp) {
+        reading.internalArps.Add();
+        HandleArpInside(bytes);
+        return {};
+    }
+    if (header->type != kEtherTypeIpv4) {
+        Counters().ignored.Add();
+        return {};
+    }
+    return bytes.subspan(kEthernetHeaderLength);
+}
+
+// TUN: the guest's address is asked for, and the library answers for it (RFC 826).
+void SimInterface::HandleArpInside(std::span<const std::uint8_t> frame) {
+    const auto arp = ParseArp(frame.subspan(kEthernetHeaderLength));
+    if (!arp || arp->operation != kArpRequest || arp->targetIp != GuestIp()) {
+        return;
+    }
+    SendFrame(BuildArpFrame(arp->senderMac, GuestMac(),
+                            {kArpReply, GuestMac(), GuestIp(), arp->senderMac, arp->senderIp}));
+}
+
+std::int32_t SimInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t length) {
+    RefreshIdentity();
+    const std::uint32_t mtu = Mtu() != 0 ? Mtu() : MaximumMtu();
+    if (Mode() == InterfaceMode::Tun) {
+        return length > mtu ? Fail(EMSGSIZE) : WritePacket(frame, length);
+    }
+    if (length < kEthernetHeaderLength) {
+        return Fail(EINVAL);
+    }
+    if (length - kEthernetHeaderLength > mtu) {
+        return Fail(EMSGSIZE);
+    }
+    SendFrame({frame, length});
+    return static_cast<std::int32_t>(length);
+}
+
+// TUN: finds the next hop and puts the Ethernet header in front.
+std::int32_t SimInterface::WritePacket(const std::uint8_t* packet, std::uint32_t length) {
+    if (length < kIpv4HeaderLength || packet[0] >> 4 != 4) {
+        return Fail(EINVAL);
+    }
+    const Ipv4Address destination = LoadIpv4(packet + 16);
+    MacAddress mac = MacAddress::Broadcast();
+    if (!IsGroupAddress(destination)) {
+        Ipv4Address hop = destination;
+        mac = FindNeighbour(hop);
+        if (mac.IsZero() && !SimOnLan(hop)) {
+            hop = kSimGatewayIp;
+            mac = kSimGatewayMac;
+        }
+        if (!m_asked[SimStationNumber(hop)].exchange(true)) {
+            ShowArpExchange(hop);
+        }
+        if (mac.IsZero()) {
+            Counters().ignored.Add(); // nobody has the address
+            return static_cast<std::int32_t>(length);
+        }
+    }
+    std::vector<std::uint8_t> frame(kEthernetHeaderLength + length);
+    BuildEthernetHeader(frame.data(), {mac, GuestMac(), kEtherTypeIpv4});
+    std::memcpy(frame.data() + kEthernetHeaderLength, packet, length);
+    SendFrame(frame);
+    return static_cast<std::int32_t>(length);
+}
+
+// TUN: the library's own question for a neighbour. The answer comes over the wire like any other.
+void SimInterface::ShowArpExchange(Ipv4Address neighbour) {
+    SendFrame(BuildArpFrame(MacAddress::Broadcast(), GuestMac(),
+                            {kArpRequest, GuestMac(), GuestIp(), MacAddress(), neighbour}));
+}
+
+void SimInterface::SendFrame(std::span<const std::uint8_t> frame) {
+    auto& writing = Counters().writing;
+    writing.ios.Add();
+    writing.packets.Add();
+    writing.bytes.Add(static_cast<std::int64_t>(frame.size()));
+    writing.toZeroMac.Add(LoadMac(frame.data()).IsZero());
+    writing.fromZeroMac.Add(LoadMac(frame.data() + 6).IsZero());
+    Debug().PacketWritten(Name(), frame, true);
+    m_network->Transmit(*m_port, frame);
+}
+
+} // namespace vnxtest
