@@ -140,6 +140,10 @@ void RegisterDebugOutput(VnetxLibrary& library) {
     }
 }
 
+bool IsDebugOutputRefused() {
+    return g_registrationTried && !g_callbackRegistered;
+}
+
 void UnregisterDebugOutput() {
     g_registrationTried = false;
     g_callbackRegistered = false;

@@ -54,6 +54,9 @@ private:
 // interface thread exists.
 void RegisterDebugOutput(VnetxLibrary& library);
 
+// True when the library refused the callback: nothing that is written reaches the document.
+bool IsDebugOutputRefused();
+
 // Forgets the registration at the end of a library's life, so that the next one can be registered
 // with. No other thread may be writing.
 void UnregisterDebugOutput();

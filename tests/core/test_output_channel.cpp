@@ -85,6 +85,7 @@ TEST_F(OutputChannelTest, DropsTextWithoutAViewAndTracesItWithoutACallback) {
     SetTraceSink([&](std::wstring_view line) { traced += line; });
     LogMsg(L"refused %d\n", 7);
     SetTraceSink(nullptr);
+    EXPECT_TRUE(IsDebugOutputRefused());
     EXPECT_EQ(traced, L"refused 7\n");
     EXPECT_EQ(TakeText(), "");
 }

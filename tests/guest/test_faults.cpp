@@ -46,7 +46,7 @@ protected:
     // Starts, pings and stops; returns the text. A start that fails ends by itself.
     std::string WholeRun() {
         const int wanted = GetParam().twoInterfaces ? 2 : 1;
-        m_frontEnd.opened = 0;
+        m_frontEnd.PumpLeftovers(m_guest);
         m_guest.OnStartGuest();
         EXPECT_TRUE(
             m_frontEnd.Pump(m_guest, [&] { return m_frontEnd.opened == wanted || !m_guest.IsRunning(); }));

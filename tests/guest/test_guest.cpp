@@ -72,7 +72,7 @@ TEST_F(GuestTest, RunsAPingTestInBothModesAndBothWaits) {
         for (const bool tap : {false, true}) {
             m_guest->Run().socketNotifyMode = notify;
             m_parameters.interface1.tapMode = tap;
-            m_frontEnd.opened = 0;
+            m_frontEnd.PumpLeftovers(*m_guest);
             StartAndOpen();
             const std::string text = Ping();
             EXPECT_EQ(CountOf(text, " Reply to ping #"), 3) << text;
@@ -119,7 +119,7 @@ TEST_F(GuestTest, OneFailingInterfaceStopsTheOther) {
 
     // The guest starts again afterwards.
     UseInterface2(FormatIPAddr(kSimAdapterIp));
-    m_frontEnd.opened = 0;
+    m_frontEnd.PumpLeftovers(*m_guest);
     StartAndOpen(2);
     m_who.fromInterface = 1;
     EXPECT_EQ(CountOf(Ping(), " Ping test successful.\n"), 1);
@@ -141,7 +141,7 @@ TEST_F(GuestTest, StoresWhatWasConfirmedAndOnlyThen) {
     EXPECT_TRUE(m_profile.texts.empty());
     m_guest->StopGuest();
     m_parameters.store = true;
-    m_frontEnd.opened = 0;
+    m_frontEnd.PumpLeftovers(*m_guest);
     StartAndOpen();
     EXPECT_EQ(m_profile.texts[L"Interface1_strInterface_IPAddr"], L"198.18.0.111");
     Ping();
@@ -156,7 +156,7 @@ TEST_F(GuestTest, WhatWasDerivedFollowsTheNextParameters) {
     m_guest->StopGuest();
     m_parameters.interface1.adapterIpText.clear();
     m_parameters.interface1.adapterMacText = FormatMACAddr(kSimAdapterMac);
-    m_frontEnd.opened = 0;
+    m_frontEnd.PumpLeftovers(*m_guest);
     StartAndOpen();
     EXPECT_EQ(m_guest->Interface(0).adapterIp, kSimAdapterIp); // asked of the library by its MAC
 }

@@ -85,6 +85,19 @@ public:
         return true;
     }
 
+    // Carries out what earlier runs left in the queue, so that none of it is taken for the next one's.
+    void PumpLeftovers(Guest& guest) {
+        std::deque<ViewMessage> left;
+        {
+            const std::lock_guard lock(m_lock);
+            left.swap(m_messages);
+        }
+        for (const ViewMessage message : left) {
+            guest.HandleViewMessage(message);
+        }
+        opened = 0;
+    }
+
     std::function<bool(GuestParameters&)> askParameters;
     std::function<bool(PingWhoParameters&)> askPingWho;
     std::deque<bool> answers; // to the proceed questions; "no" when there is none left

@@ -1,0 +1,198 @@
+#include "cli/dialog_answers.h"
+
+#include <array>
+
+#include "cli/adapter_list.h"
+#include "guest/parameters_check.h"
+#include "settings/settings.h"
+#include "wrenlib/format.h"
+
+namespace vnxtest {
+
+namespace {
+
+// What belongs to one interface and not to the other.
+struct InterfaceFacts {
+    const wchar_t* suffix; // of its options
+    const wchar_t* guestIpValue;
+    Ipv4Address hostNumber; // of its derived guest address
+};
+constexpr InterfaceFacts kInterfaces[] = {
+    {L"", L"Interface1_strInterface_IPAddr", Ipv4Address::FromHost(111)},
+    {L"2", L"Interface2_strInterface_IPAddr", Ipv4Address::FromHost(222)},
+};
+
+std::wstring WithAdapters(std::wstring text, const HostNetwork& host) {
+    return text + L"\n" + AdapterTable(host);
+}
+
+// The MAC address that is made from the guest address `text`; empty when that is none.
+std::wstring GeneratedMac(const std::wstring& text, const HostNetwork& host) {
+    const auto ip = ParseIPAddress(text);
+    if (!ip) {
+        return {};
+    }
+    std::array<std::uint8_t, 6> mac{};
+    host.Library().BuildVantIfaceMac(mac.data(), ip->Bytes().data());
+    return FormatMACAddr(MacAddress(mac));
+}
+
+// The adapter that the texts name already.
+const ADAPTER_INFO_LIST_ENTRY* PresentAdapter(const InterfaceParameters& texts, const HostNetwork& host) {
+    return FindAdapter(host, texts.adapterIpText.empty() ? texts.adapterMacText : texts.adapterIpText);
+}
+
+bool IsInSubnet(const std::wstring& text, const ADAPTER_INFO_LIST_ENTRY& adapter) {
+    const auto ip = ParseIPAddress(text);
+    return ip && ((ip->Memory() ^ adapter.IPAddr) & adapter.IPAddrMask) == 0;
+}
+
+class InterfaceAnswer {
+public:
+    InterfaceAnswer(const Options& options, const HostNetwork& host, Profile& profile, std::size_t index)
+        : m_options(options), m_given(index == 0 ? options.interface1 : options.interface2), m_host(host),
+          m_profile(profile), m_facts(kInterfaces[index]) {}
+
+    std::optional<std::wstring> Apply(InterfaceParameters& texts, std::vector<std::wstring>& notes) {
+        texts.tapMode = m_given.tapMode.value_or(texts.tapMode);
+        // A MAC address that was made from the guest's address follows it.
+        const bool macIsGenerated = texts.guestMacText == GeneratedMac(texts.guestIpText, m_host);
+        const std::wstring guestIpBefore = texts.guestIpText;
+        if (m_given.adapter) {
+            if (auto refusal = ApplyAdapter(texts, notes)) {
+                return refusal;
+            }
+        }
+        texts.guestIpText = m_given.guestIp.value_or(texts.guestIpText);
+        if (m_given.guestMac) {
+            texts.guestMacText = *m_given.guestMac;
+        } else if (macIsGenerated && texts.guestIpText != guestIpBefore) {
+            texts.guestMacText.clear();
+        }
+        return std::nullopt;
+    }
+
+private:
+    std::optional<std::wstring> ApplyAdapter(InterfaceParameters& texts, std::vector<std::wstring>& notes) {
+        const ADAPTER_INFO_LIST_ENTRY* const adapter = FindAdapter(m_host, *m_given.adapter);
+        if (adapter == nullptr) {
+            const wchar_t* reason = L"No such host adapter exists with this name.";
+            if (ParseIPAddress(*m_given.adapter)) {
+                reason = L"No such host adapter exists with this IP address.";
+            } else if (ParseMACAddress(*m_given.adapter)) {
+                reason = L"No such host adapter exists with this MAC address.";
+            }
+            return WithAdapters(Sprintf(L"--adapter%s %s: %s There are:", std::wstring(m_facts.suffix),
+                                        *m_given.adapter, std::wstring(reason)),
+                                m_host);
+        }
+        const ADAPTER_INFO_LIST_ENTRY* const simulated = m_host.DefaultAdapter();
+        if (m_options.IsSimulated() && simulated != nullptr &&
+            AdapterMac(*adapter) != AdapterMac(*simulated)) {
+            return Sprintf(
+                L"--adapter%s: the simulated LAN has one adapter only, %s. Leave the option out, or choose "
+                L"another library than sim.",
+                std::wstring(m_facts.suffix), m_host.DefaultAdapterIpText());
+        }
+        const bool changed = adapter != PresentAdapter(texts, m_host);
+        const bool byAddress = adapter->IPAddr != 0 && !ParseMACAddress(*m_given.adapter);
+        texts.adapterIpText = byAddress ? FormatIPAddr(Ipv4Address::FromMemory(adapter->IPAddr)) : L"";
+        texts.adapterMacText = byAddress ? L"" : FormatMACAddr(AdapterMac(*adapter));
+        if (changed && !m_given.guestIp && adapter->IPAddr != 0 && !IsInSubnet(texts.guestIpText, *adapter)) {
+            DeriveGuestAddress(texts, *adapter, notes);
+        }
+        return std::nullopt;
+    }
+
+    void DeriveGuestAddress(InterfaceParameters& texts, const ADAPTER_INFO_LIST_ENTRY& adapter,
+                            std::vector<std::wstring>& notes) {
+        const Ipv4Address address = Ipv4Address::FromMemory(adapter.IPAddr);
+        const Ipv4Address mask = Ipv4Address::FromMemory(adapter.IPAddrMask);
+        const std::wstring derived = FormatIPAddr((address & mask) | (m_facts.hostNumber & ~mask));
+        if (!m_profile.ReadText(m_facts.guestIpValue, L"").empty()) {
+            notes.push_back(
+                Sprintf(L"The guest address %s of the profile is not in the subnet of the adapter \"%s\": %s "
+                        L"is used. Give another one with --guest-ip%s.",
+                        texts.guestIpText, *m_given.adapter, derived, std::wstring(m_facts.suffix)));
+        }
+        texts.guestIpText = derived;
+    }
+
+    const Options& m_options;
+    const InterfaceOptions& m_given;
+    const HostNetwork& m_host;
+    Profile& m_profile;
+    const InterfaceFacts& m_facts;
+};
+
+std::wstring DescribeRefusal(const ParameterRefusal& refusal, const HostNetwork& host) {
+    const wchar_t* const suffix = kInterfaces[refusal.interfaceIndex].suffix;
+    const bool adapter =
+        refusal.field == ParameterField::AdapterIp || refusal.field == ParameterField::AdapterMac;
+    const wchar_t* option = L"--adapter";
+    if (!adapter) {
+        option = refusal.field == ParameterField::GuestIp ? L"--guest-ip" : L"--guest-mac";
+    }
+    const std::wstring text =
+        Sprintf(L"interface %d: %s: %s\nGive another value with %s%s.", refusal.interfaceIndex + 1,
+                refusal.title, refusal.text, std::wstring(option), std::wstring(suffix));
+    return adapter ? WithAdapters(text + L" The host adapters are:", host) : text;
+}
+
+// The range of the dialog; 0 pings are let pass when the command line asked for them.
+std::uint32_t InRange(std::uint32_t value, std::uint32_t least, std::uint32_t most, std::uint32_t standard,
+                      const wchar_t* name, DialogAnswer& answer) {
+    if (value >= least && value <= most) {
+        return value;
+    }
+    answer.notes.push_back(
+        Sprintf(L"The value %s of the profile is %u, which is not within %u to %u: %u is used.",
+                std::wstring(name), value, least, most, standard));
+    return standard;
+}
+
+} // namespace
+
+DialogAnswer AnswerParameters(const Options& options, const HostNetwork& host, Profile& profile,
+                              GuestParameters& parameters) {
+    DialogAnswer answer;
+    parameters.useTwoInterfaces = options.UsesTwoInterfaces();
+    parameters.store = options.save;
+    answer.refusal = InterfaceAnswer(options, host, profile, 0).Apply(parameters.interface1, answer.notes);
+    if (!answer.refusal && parameters.useTwoInterfaces) {
+        answer.refusal =
+            InterfaceAnswer(options, host, profile, 1).Apply(parameters.interface2, answer.notes);
+    }
+    if (!answer.refusal) {
+        if (const auto refusal = CheckParameters(parameters, host)) {
+            answer.refusal = DescribeRefusal(*refusal, host);
+        }
+    }
+    return answer;
+}
+
+DialogAnswer AnswerPingWho(const Options& options, Ipv4Address address, PingWhoParameters& parameters) {
+    DialogAnswer answer;
+    const PingSettings standard;
+    parameters.fromInterface = options.fromInterface.value_or(1) - 1;
+    parameters.to = options.target;
+    parameters.address = address;
+    parameters.store = options.save;
+    const auto choose = [&answer](const std::optional<std::uint32_t>& given, std::uint32_t& value,
+                                  std::uint32_t least, std::uint32_t most, std::uint32_t standardValue,
+                                  const wchar_t* name) {
+        value = given ? *given : InRange(value, least, most, standardValue, name, answer);
+    };
+    choose(options.dataSize, parameters.dataSize, 8, 65507, standard.dataSize, L"PingDataSize");
+    choose(options.count, parameters.count, 1, 65535, standard.numPings, L"NumPings");
+    choose(options.timeout, parameters.timeout, 0, 10000, standard.timeout, L"PingTimeout");
+    choose(options.delay, parameters.delay, 0, 10000, standard.delay, L"PingDelay");
+    return answer;
+}
+
+std::wstring DescribeWarning(const ProceedQuestion& question) {
+    return Sprintf(L"%s: %s\n%s", std::wstring(question.title), std::wstring(question.mainInstruction),
+                   std::wstring(question.expandedInformation));
+}
+
+} // namespace vnxtest

@@ -1,0 +1,44 @@
+// The queue that the terminal program's main thread sleeps on.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+
+#include "core/view_port.h"
+
+namespace vnxtest {
+
+enum class TerminalEvent {
+    Message,     // a message of the engine, in the order of posting
+    Interrupted, // the user wants the program to stop
+    TimedOut,    // the moment that was waited for has come
+};
+
+struct TerminalMessage {
+    TerminalEvent event = TerminalEvent::TimedOut;
+    ViewMessage message = ViewMessage::OutputPending; // of TerminalEvent::Message
+};
+
+class MessageQueue {
+public:
+    using Moment = std::chrono::steady_clock::time_point;
+
+    // Any thread. Nothing is lost and nothing is put together.
+    void Post(ViewMessage message);
+    // Any thread. Told once, before the messages that wait.
+    void PostInterrupt();
+
+    // Waits for what comes first. Without a deadline, without limit. Main thread.
+    TerminalMessage Wait(std::optional<Moment> deadline);
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_arrived;
+    std::deque<ViewMessage> m_messages;
+    bool m_interrupted = false;
+};
+
+} // namespace vnxtest

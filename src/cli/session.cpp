@@ -1,0 +1,404 @@
+#include "cli/session.h"
+
+#include "cli/adapter_list.h"
+#include "cli/json_report.h"
+#include "hostnet/report.h"
+#include "hostnet/sim_host.h"
+#include "ping/target.h"
+#include "platform/privileges.h"
+#include "platform/terminal.h"
+#include "wrenlib/format.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+
+namespace {
+
+const wchar_t* NameOf(Command command) {
+    switch (command) {
+    case Command::Report:
+        return L"report";
+    case Command::Adapters:
+        return L"adapters";
+    case Command::Run:
+        return L"run";
+    case Command::Ping:
+        break;
+    }
+    return L"ping";
+}
+
+} // namespace
+
+Session::Session(const Options& options) : m_options(options), m_port(options) {}
+
+Session::~Session() {
+    m_guest.reset();
+    if (m_library) {
+        m_library->SetDebugOutputFunc(nullptr);
+    }
+    UnregisterDebugOutput();
+}
+
+int Session::Run() {
+    if (!OpenFiles() || !OpenLibrary()) {
+        return Finish(kExitFailure);
+    }
+    OpenHost();
+    if (m_options.command == Command::Adapters) {
+        return ListAdapters();
+    }
+    GatherHost();
+    if (m_options.command == Command::Report) {
+        return Finish(WasInterrupted() ? Fail(L"Interrupted.") : kExitSuccess);
+    }
+    DefineGateway();
+    if (m_options.command == Command::Ping && !ResolvePingTarget()) {
+        return Finish(kExitFailure);
+    }
+    MakeGuest();
+    if (WasInterrupted()) {
+        return Finish(Fail(L"Interrupted before the guest was started."));
+    }
+    if (!StartGuest()) {
+        return Finish(kExitFailure);
+    }
+    return Finish(m_options.command == Command::Run ? RunGuest() : PingFromGuest());
+}
+
+bool Session::OpenFiles() {
+    if (m_options.outputFile && !m_output.OpenFile(*m_options.outputFile)) {
+        return false; // Finish tells it
+    }
+    if (!m_options.jsonFile.empty() && !m_jsonFile.Open(m_options.jsonFile, FileAccess::Document)) {
+        Fail(L"The results cannot be saved: " + m_jsonFile.Problem());
+        return false;
+    }
+    // From here on an interrupt ends things in order.
+    m_stopSignal.emplace(
+        [this, temporary = std::array{m_output.TemporaryPath(), m_jsonFile.TemporaryPath()}](int count) {
+            if (count == 1) {
+                if (IsTerminal(stderr)) {
+                    Complain(L"stopping; a second interrupt ends the program at once.");
+                }
+                m_port.Queue().PostInterrupt();
+                return;
+            }
+            Complain(L"ended at once by a second interrupt.");
+            for (const std::filesystem::path& file : temporary) {
+                std::error_code ignored;
+                std::filesystem::remove(file, ignored);
+            }
+            EndProcessAtOnce(kExitFailure);
+        });
+    return true;
+}
+
+bool Session::OpenLibrary() {
+    std::wstring error;
+    m_library = OpenVnetxLibrary(m_options.library, error);
+    if (!m_library) {
+        Fail(L"The interface library cannot be used: " + error);
+        return false;
+    }
+    return true;
+}
+
+void Session::OpenHost() {
+    m_tables = MakeHostTables();
+    m_adapters = MakeWrenPackLibrary();
+    if (m_options.IsSimulated()) {
+        m_simulatedTables = std::make_unique<SimHostTables>(*m_tables);
+        m_simulatedAdapters = std::make_unique<SimWrenPack>(*m_adapters);
+        m_host.emplace(HostSources{*m_simulatedTables, *m_simulatedAdapters}, *m_library);
+    } else {
+        m_host.emplace(HostSources{*m_tables, *m_adapters}, *m_library);
+    }
+}
+
+// As the window does when it is first shown.
+void Session::GatherHost() {
+    m_channel.Attach();
+    m_host->InitGlobals();
+    if (IsDebugOutputRefused()) {
+        Complain(
+            L"warning: the interface library refused to take the program's output, so the document stays "
+            L"empty. Set VNXTEST_TRACE=1 in the environment to see the lines here.");
+    }
+    if (m_options.noReport) {
+        m_host->FindDefaultGateway(); // otherwise a part of the report
+    } else {
+        WriteStartupReport(*m_host, ReportContext());
+    }
+    Drain();
+    m_output.ForgetFailures(); // an adapter that the report could not open is not why the guest may fail
+}
+
+void Session::DefineGateway() {
+    if (!m_options.gateway) {
+        return;
+    }
+    MacAddress mac;
+    if (!m_host->IsIPAddrResponsive(*m_options.gateway, &mac, Ipv4Address())) {
+        Complain(Sprintf(
+            L"warning: the gateway %s does not answer ARP. It is used as entered; packets for other subnets "
+            L"go to the host adapter instead.",
+            FormatIPAddr(*m_options.gateway)));
+    }
+    m_host->SetDefaultGateway(*m_options.gateway, mac);
+}
+
+bool Session::ResolvePingTarget() {
+    Ipv4Address target;
+    std::wstring message;
+    if (!ValidateTarget(m_options.target, target, message)) {
+        Fail(Sprintf(L"The ping target \"%s\" cannot be used: %s", m_options.target, message));
+        return false;
+    }
+    m_port.SetTarget(target);
+    return true;
+}
+
+void Session::MakeGuest() {
+    m_profile = OpenProfile();
+    m_runProfile.emplace(*m_profile);
+    if (m_options.IsSimulated()) {
+        m_runProfile->LeaveOutRealAddresses(*m_host);
+        if (m_runProfile->LeavesOut(0) || (m_options.UsesTwoInterfaces() && m_runProfile->LeavesOut(1))) {
+            Complain(Sprintf(L"note: the addresses stored in %s belong to a real adapter and are left out "
+                             L"for the simulated LAN.",
+                             m_profile->Location()));
+        }
+    }
+    m_settings.emplace(*m_runProfile);
+    m_port.SetSources(*m_host, *m_runProfile);
+    m_guest.emplace(*m_library, *m_host, *m_settings, m_port);
+    RunSettings& run = m_guest->Run();
+    run.driverBufferSize = m_options.driverBufferSize.value_or(run.driverBufferSize);
+    run.dllBufferSize = m_options.dllBufferSize.value_or(run.dllBufferSize);
+    run.socketNotifyMode = m_options.socketNotify.value_or(run.socketNotifyMode);
+    if (m_options.debug) {
+        run.debugMode = m_options.debug->enabled;
+        run.debugFlags = m_options.debug->flags.value_or(run.debugFlags);
+    }
+    TellProfileProblem();
+    if (m_options.save && m_options.debug) {
+        m_settings->StoreDebugSettings(run);
+    }
+    if (m_options.save && m_options.socketNotify) {
+        m_settings->StoreSocketNotifyMode(run);
+    }
+    m_guest->Ping().KeepRecords(m_options.json);
+}
+
+bool Session::StartGuest() {
+    m_guestStarted = m_guest->OnStartGuest();
+    TellProfileProblem();
+    Drain();
+    if (!m_guestStarted) {
+        Fail(m_port.Refusal());
+    }
+    return m_guestStarted;
+}
+
+TerminalEvent Session::Step(std::optional<Moment> deadline) {
+    const TerminalMessage next = m_port.Queue().Wait(deadline);
+    if (next.event == TerminalEvent::Interrupted) {
+        m_interrupted = true;
+    }
+    if (next.event != TerminalEvent::Message) {
+        return next.event;
+    }
+    switch (next.message) {
+    case ViewMessage::OutputPending:
+        Drain();
+        break;
+    case ViewMessage::InterfaceOpened:
+        ++m_interfacesOpened;
+        break;
+    case ViewMessage::MonitorThreadEnded:
+        m_guestEndedByItself = true;
+        break;
+    case ViewMessage::PingThreadEnded:
+    case ViewMessage::PingWaitThreadEnded:
+        break;
+    }
+    m_guest->HandleViewMessage(next.message);
+    return next.event;
+}
+
+bool Session::WasInterrupted() {
+    return m_interrupted ||
+           (m_interrupted = m_port.Queue().Wait(Moment::min()).event == TerminalEvent::Interrupted);
+}
+
+std::optional<Session::Moment> Session::DurationFromNow() const {
+    return m_options.duration ? std::optional(std::chrono::steady_clock::now() + *m_options.duration)
+                              : std::nullopt;
+}
+
+int Session::RunGuest() {
+    const std::optional<Moment> end = DurationFromNow();
+    while (m_guest->IsRunning() && !m_output.HasFailed()) {
+        if (Step(end) != TerminalEvent::Message) {
+            break; // interrupted, or the time is up
+        }
+    }
+    StopGuest();
+    return m_guestEndedByItself ? Fail(DescribeStoppedGuest()) : kExitSuccess;
+}
+
+bool Session::WaitForInterfaces() {
+    const int wanted = m_guest->UsesTwoInterfaces() ? 2 : 1;
+    while (m_guest->IsRunning() && m_interfacesOpened < wanted && !m_interrupted && !m_output.HasFailed()) {
+        Step(std::nullopt);
+    }
+    return m_guest->IsRunning() && m_interfacesOpened >= wanted;
+}
+
+int Session::PingFromGuest() {
+    if (WaitForInterfaces()) {
+        m_pingStarted = m_guest->OnTestStartPing();
+        TellProfileProblem();
+        if (m_pingStarted) {
+            AwaitPingTest();
+        }
+    }
+    StopGuest();
+    return JudgePingTest();
+}
+
+void Session::AwaitPingTest() {
+    constexpr std::chrono::milliseconds kProgressInterval(250);
+    const std::optional<Moment> end = DurationFromNow();
+    Progress progress;
+    std::size_t sent = 0;
+    Moment nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
+    while (m_guest->IsPinging()) {
+        const bool progressFirst = progress.IsOn() && (!end || nextProgress < *end);
+        const TerminalEvent event = Step(progressFirst ? std::optional(nextProgress) : end);
+        if (event == TerminalEvent::TimedOut && progressFirst) {
+            nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
+            sent += m_guest->Ping().CopyPings(sent).size();
+            progress.Show(Sprintf(L"%u pings sent", static_cast<std::uint32_t>(sent)));
+        } else if (event != TerminalEvent::Message || m_output.HasFailed()) {
+            m_guest->OnTestStopPing();
+        }
+    }
+}
+
+int Session::JudgePingTest() {
+    if (!m_pingStarted) {
+        if (m_output.HasFailed()) {
+            return kExitFailure; // Finish tells it
+        }
+        if (m_guestEndedByItself) {
+            return Fail(DescribeStoppedGuest());
+        }
+        return Fail(m_interrupted ? L"Interrupted before the ping test began." : m_port.Refusal());
+    }
+    const PingTestResult& result = m_guest->Ping().Result();
+    if (result.writeFailed) {
+        std::wstring text = L"The ping test was broken off, for a packet could not be sent:\n" +
+                            m_output.LastFailureMessage();
+        constexpr std::uint32_t kHeaders = 28;
+        constexpr std::uint32_t kUsualMtu = 1500;
+        if (result.parameters.dataSize + kHeaders > kUsualMtu) {
+            text += Sprintf(L"\n--size %u makes packets of %u bytes, which few adapters take whole. Try "
+                            L"--size %u or less.",
+                            result.parameters.dataSize, result.parameters.dataSize + kHeaders,
+                            kUsualMtu - kHeaders);
+        }
+        return Fail(text);
+    }
+    if (m_guestEndedByItself) {
+        return Fail(DescribeStoppedGuest());
+    }
+    if (!result.complete) {
+        return Fail(L"The ping test was stopped before its first ping.");
+    }
+    if (m_interrupted) {
+        Complain(Sprintf(L"interrupted after %u pings.", result.statistics.sent));
+    }
+    return result.statistics.lost == 0 ? kExitSuccess : kExitPingsLost;
+}
+
+int Session::ListAdapters() {
+    m_host->RedetectAdapters();
+    if (!m_options.json) {
+        m_output.Write(ToUtf8(AdapterTable(*m_host)));
+    } else if (m_options.jsonFile.empty()) {
+        m_output.Write(AdapterJson(*m_host));
+    } else if (!m_jsonFile.Write(AdapterJson(*m_host)) || !m_jsonFile.Commit()) {
+        return Finish(Fail(L"The adapters cannot be saved: " + m_jsonFile.Problem()));
+    }
+    return Finish(kExitSuccess);
+}
+
+void Session::StopGuest() {
+    m_guest->StopGuest();
+    Drain();
+}
+
+void Session::Drain() {
+    m_output.Write(m_channel.TakePending());
+}
+
+void Session::TellProfileProblem() {
+    const std::wstring problem = m_profile->LastProblem();
+    if (problem != m_toldProfileProblem) {
+        m_toldProfileProblem = problem;
+        Complain(L"warning: the profile: " + problem);
+    }
+}
+
+std::wstring Session::DescribeStoppedGuest() const {
+    std::wstring text = m_interfacesOpened == 0 ? L"The guest could not be started"
+                                                : L"The guest has stopped because an interface failed";
+    text += m_output.LastFailureMessage().empty() ? L"." : L":\n" + m_output.LastFailureMessage();
+    const bool tun = EqualNoCase(m_options.library, L"tun");
+    const bool capture = EqualNoCase(m_options.library, L"pcap") || EqualNoCase(m_options.library, L"auto");
+    const Privilege needed = tun ? Privilege::NetworkAdministration : Privilege::Capture;
+    if ((tun || capture) && !HasPrivilege(needed)) {
+        return text + L"\n" + HowToGrant(needed);
+    }
+    return text +
+           L"\nThe lines above it in the document tell the whole story; \"vnxtest-cli adapters\" shows which "
+           L"adapters there are and whether they are connected.";
+}
+
+int Session::Fail(std::wstring problem) {
+    m_problem = std::move(problem);
+    Complain(m_problem);
+    return kExitFailure;
+}
+
+// The last word: what was asked to be saved is saved, and nothing that went wrong on the way is hidden.
+int Session::Finish(int status) {
+    if (m_runProfile && m_runProfile->FailedWrites() > 0) {
+        status = Fail(L"--save: the values could not be stored: " + m_profile->LastProblem());
+    }
+    if (!m_output.Finish()) {
+        Complain(m_output.Problem());
+        m_problem += (m_problem.empty() ? L"" : L"\n") + m_output.Problem();
+        status = kExitFailure;
+    }
+    if (m_jsonFile.IsOpen()) {
+        RunResults results;
+        results.library = m_library ? m_library->ModuleName() : m_options.library;
+        results.command = NameOf(m_options.command);
+        results.exitStatus = status;
+        results.problem = m_problem;
+        for (std::size_t index = 0; m_guestStarted && index < results.interfaces.size(); ++index) {
+            const INTERFACE_INFO& info = m_guest->Interface(static_cast<int>(index));
+            results.interfaces[index] = info.NamesAdapter() ? &info : nullptr;
+        }
+        results.ping = m_pingStarted ? &m_guest->Ping().Result() : nullptr;
+        if (!m_jsonFile.Write(RunResultsJson(results)) || !m_jsonFile.Commit()) {
+            status = Fail(L"The results cannot be saved: " + m_jsonFile.Problem());
+        }
+    }
+    return status;
+}
+
+} // namespace vnxtest

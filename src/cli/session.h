@@ -1,0 +1,94 @@
+// One run of the terminal program: everything that lives from the command line to the exit status.
+//
+// The order of the members is the order of construction; they go in the opposite order, the guest
+// before the host it looks at and that before the library. Main thread.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <optional>
+
+#include "cli/console.h"
+#include "cli/document_output.h"
+#include "cli/options.h"
+#include "cli/run_profile.h"
+#include "cli/terminal_port.h"
+#include "core/output_channel.h"
+#include "guest/guest.h"
+#include "hostnet/host_network.h"
+#include "platform/atomic_file.h"
+#include "platform/profile.h"
+#include "platform/stop_signal.h"
+#include "settings/settings.h"
+#include "vnetx/library.h"
+
+namespace vnxtest {
+
+class Session {
+public:
+    explicit Session(const Options& options);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    // Carries out the command and returns the exit status. Once.
+    int Run();
+
+private:
+    using Moment = MessageQueue::Moment;
+
+    // Each returns false when the command ends here; Fail() has said why.
+    bool OpenFiles();
+    bool OpenLibrary();
+    bool ResolvePingTarget();
+    bool StartGuest();
+    bool WaitForInterfaces();
+
+    void OpenHost();
+    void GatherHost();
+    void DefineGateway();
+    void MakeGuest();
+
+    int ListAdapters();
+    int RunGuest();
+    int PingFromGuest();
+    void AwaitPingTest();
+    int JudgePingTest();
+
+    // Carries out the next message, or notes the interrupt or that `deadline` has come.
+    TerminalEvent Step(std::optional<Moment> deadline);
+    bool WasInterrupted();
+    std::optional<Moment> DurationFromNow() const;
+    void StopGuest();
+    void Drain();
+    void TellProfileProblem();
+    std::wstring DescribeStoppedGuest() const;
+    int Fail(std::wstring problem);
+    int Finish(int status);
+
+    const Options& m_options;
+    TerminalPort m_port;
+    OutputChannel m_channel{m_port};
+    DocumentOutput m_output{stdout};
+    AtomicFile m_jsonFile;
+    std::optional<StopSignal> m_stopSignal;
+    std::unique_ptr<VnetxLibrary> m_library;
+    std::unique_ptr<HostTables> m_tables;
+    std::unique_ptr<WrenPackLibrary> m_adapters;
+    std::unique_ptr<HostTables> m_simulatedTables;
+    std::unique_ptr<WrenPackLibrary> m_simulatedAdapters;
+    std::optional<HostNetwork> m_host;
+    std::unique_ptr<Profile> m_profile;
+    std::optional<RunProfile> m_runProfile;
+    std::optional<Settings> m_settings;
+    std::optional<Guest> m_guest;
+    bool m_guestStarted = false;
+    int m_interfacesOpened = 0;
+    bool m_pingStarted = false;
+    bool m_interrupted = false;
+    bool m_guestEndedByItself = false;
+    std::wstring m_toldProfileProblem;
+    std::wstring m_problem;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,45 @@
+// The terminal's side of the engine's port: the message queue of the main thread, and the answers to
+// what the window would ask in dialogs.
+#pragma once
+
+#include <string>
+
+#include "cli/message_queue.h"
+#include "cli/options.h"
+#include "guest/front_end.h"
+#include "hostnet/host_network.h"
+#include "platform/profile.h"
+
+namespace vnxtest {
+
+class TerminalPort final : public FrontEnd {
+public:
+    explicit TerminalPort(const Options& options) : m_options(options) {}
+
+    // What the answers are made from. Before the guest is started.
+    void SetSources(const HostNetwork& host, Profile& profile) {
+        m_host = &host;
+        m_profile = &profile;
+    }
+    // What the target of the command line resolved to. Before the ping test.
+    void SetTarget(Ipv4Address target) { m_target = target; }
+
+    MessageQueue& Queue() { return m_queue; }
+    // Why the last question was answered with "no"; empty when none was.
+    const std::wstring& Refusal() const { return m_refusal; }
+
+    void PostViewMessage(ViewMessage message) override { m_queue.Post(message); }
+    bool AskParameters(GuestParameters& parameters) override;
+    int ShowProceedTaskDialog(const ProceedQuestion& question) override;
+    bool AskPingWho(PingWhoParameters& parameters) override;
+
+private:
+    const Options& m_options;
+    const HostNetwork* m_host = nullptr;
+    Profile* m_profile = nullptr;
+    Ipv4Address m_target;
+    MessageQueue m_queue;
+    std::wstring m_refusal;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,19 @@
+// The terminal that standard output and standard error may lead to.
+#pragma once
+
+#include <cstdio>
+
+namespace vnxtest {
+
+// True when `stream` leads to a terminal that somebody may be looking at.
+bool IsTerminal(std::FILE* stream);
+
+// To be called first of all. Makes the terminal show UTF-8 where it does not do so anyway, and sees to
+// it that no file that is opened later takes the place of a standard stream that was closed by the
+// program's starter: writing to such a stream fails.
+void PrepareTerminal();
+
+// The line end of text files: "\n", or "\r\n" on Windows.
+extern const char* const kTextLineEnd;
+
+} // namespace vnxtest

@@ -1,0 +1,19 @@
+#include <windows.h>
+
+#include <io.h>
+
+#include "platform/terminal.h"
+
+namespace vnxtest {
+
+const char* const kTextLineEnd = "\r\n";
+
+bool IsTerminal(std::FILE* stream) {
+    return _isatty(_fileno(stream)) != 0;
+}
+
+void PrepareTerminal() {
+    SetConsoleOutputCP(CP_UTF8);
+}
+
+} // namespace vnxtest
