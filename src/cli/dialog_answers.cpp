@@ -22,7 +22,7 @@ constexpr InterfaceFacts kInterfaces[] = {
     {L"2", L"Interface2_strInterface_IPAddr", Ipv4Address::FromHost(222)},
 };
 
-std::wstring WithAdapters(std::wstring text, const HostNetwork& host) {
+std::wstring WithAdapters(const std::wstring& text, const HostNetwork& host) {
     return text + L"\n" + AdapterTable(host);
 }
 

@@ -1,7 +1,9 @@
 #include "ping/ping_test.h"
 
 #include <algorithm>
+#include <chrono>
 #include <random>
+#include <thread>
 
 #include "core/output_channel.h"
 #include "packets/ethernet.h"
@@ -15,6 +17,11 @@ namespace vnxtest {
 namespace {
 // After the last ping is decided, late and duplicate replies are still counted for this long.
 constexpr std::uint32_t kGrace = 1000;
+// How many pings without a delay may be unanswered before the sender looks whether their replies wait
+// to be read: about half of what the capture buffer holds of full-sized frames at its default.
+constexpr std::uint32_t kFirstWindow = 256;
+constexpr std::chrono::microseconds kPause{100};
+constexpr int kPauses = 50;
 } // namespace
 
 PingTest::PingTest(HostNetwork& host, ViewPort& view) : m_host(host), m_view(view) {}
@@ -123,6 +130,7 @@ void PingTest::PingThread() {
         counter = m_wPingNextSeq;
         identifier = m_wPingIdent;
         m_waiting = Waiting::ForPings;
+        m_decided = 0;
     }
     m_strPingTargetIP = FormatIPAddr(m_parameters.target);
     m_strPingTarget = m_parameters.targetName.empty() || m_parameters.targetName == m_strPingTargetIP
@@ -141,6 +149,7 @@ void PingTest::PingThread() {
 
     // The first ping that was sent starts the wait thread.
     bool waitThreadStarted = false;
+    std::uint32_t window = kFirstWindow;
     std::uint32_t remaining = m_parameters.numPings;
     do {
         ++counter;
@@ -155,7 +164,9 @@ void PingTest::PingThread() {
             StartWaitThread();
             waitThreadStarted = true;
         }
-        if (m_stopPingEvent.WaitFor(m_parameters.delay)) {
+        const bool goOn =
+            m_parameters.delay != 0 ? !m_stopPingEvent.WaitFor(m_parameters.delay) : PaceSender(window);
+        if (!goOn) {
             break;
         }
     } while (--remaining != 0);
@@ -168,6 +179,23 @@ void PingTest::PingThread() {
 void PingTest::StartWaitThread() {
     m_waitThreadExists =
         m_pingWaitThread.Start([this] { PingWaitThread(); }, m_view, ViewMessage::PingWaitThreadEnded);
+}
+
+// A sender that never pauses can fill the capture buffer while the thread that reads it waits for a
+// processor, and replies are lost that did arrive. A few milliseconds without any progress mean that
+// the replies are still on their way, or will never come: then more may be unanswered from now on.
+bool PingTest::PaceSender(std::uint32_t& window) {
+    for (int pause = 0; pause < kPauses && !m_stopPingEvent.IsSet(); ++pause) {
+        {
+            const std::lock_guard lock(m_pingListLock);
+            if (m_pingList.GetCount() - m_decided <= window) {
+                return true;
+            }
+        }
+        std::this_thread::sleep_for(kPause);
+    }
+    window *= 2;
+    return !m_stopPingEvent.IsSet();
 }
 
 // Writing and recording are one step under the lock, so that a reply cannot be looked for before its
@@ -216,6 +244,7 @@ void PingTest::RecordReply(std::uint16_t icmpId, std::uint16_t icmpSeq, Ipv4Addr
         if (!TickReached(now, ping.dwSentTick)) {
             now = ping.dwSentTick;
         }
+        m_decided += ping.IsUndecided() ? 1 : 0;
         ping.dwReplyTick = now;
         ++ping.nReplies;
         const std::uint32_t roundTrip = now - ping.dwSentTick;
@@ -247,6 +276,7 @@ std::optional<std::uint32_t> PingTest::CheckDeadlines(std::uint32_t& graceEnd) {
         }
         LogMsg(L" Ping #%hu has timed out.\n", PingNumber(ping.wIcmpSeq));
         ping.nTimeouts = 1;
+        ++m_decided;
         m_pingList.SetAt(*position, ping);
     }
     if (!AllSent()) {

@@ -106,6 +106,8 @@ private:
     void ChooseIdentifier();
     bool SendPing(std::uint16_t sequence);
     void StartWaitThread();
+    // Without a delay, lets the receiving side catch up. False when the test is to stop.
+    bool PaceSender(std::uint32_t& window);
     void JoinSendThread();
     void JoinWaitThread();
     // The wait thread's pass over the list: the milliseconds to wait (0: until something happens),
@@ -137,6 +139,7 @@ private:
     std::uint16_t m_wPingSeqBase = 0;
     bool m_identChosen = false;
     Waiting m_waiting = Waiting::ForPings;
+    std::uint32_t m_decided = 0; // pings of this test that are answered or timed out
 
     WorkerThread m_pingThread;
     // Whether the wait thread exists; it is started by the send thread and joined by another.

@@ -11,6 +11,8 @@ bool WaitUntilReadable(std::int32_t handle) {
     return poll(&wait, 1, -1) > 0 && (wait.revents & (POLLIN | POLLHUP | POLLERR)) != 0;
 }
 
-void WakeSocketWaiter(std::int32_t handle) { shutdown(handle, SHUT_RDWR); }
+void WakeSocketWaiter(std::int32_t handle) {
+    shutdown(handle, SHUT_RDWR);
+}
 
 } // namespace vnxtest

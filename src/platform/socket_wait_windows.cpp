@@ -13,6 +13,8 @@ bool WaitUntilReadable(std::int32_t handle) {
     return select(0, &readSet, nullptr, nullptr, nullptr) > 0 && FD_ISSET(socket, &readSet) != 0;
 }
 
-void WakeSocketWaiter(std::int32_t handle) { closesocket(static_cast<SOCKET>(handle)); }
+void WakeSocketWaiter(std::int32_t handle) {
+    closesocket(static_cast<SOCKET>(handle));
+}
 
 } // namespace vnxtest

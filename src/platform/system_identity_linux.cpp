@@ -41,6 +41,7 @@ SystemIdentity GetSystemIdentity() {
     if (uname(&system) == 0) {
         identity.computerName = ToWide(system.nodename);
         identity.productName = ToWide(system.sysname);
+        // What is not a number stays 0. NOLINTNEXTLINE(cert-err34-c)
         std::sscanf(system.release, "%u.%u.%u", &identity.majorVersion, &identity.minorVersion,
                     &identity.buildNumber);
     }

@@ -10,7 +10,11 @@ bool RaiseThreadPriority() {
     return SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_ABOVE_NORMAL) != FALSE;
 }
 
-TimerResolution::TimerResolution() { timeBeginPeriod(1); }
-TimerResolution::~TimerResolution() { timeEndPeriod(1); }
+TimerResolution::TimerResolution() {
+    timeBeginPeriod(1);
+}
+TimerResolution::~TimerResolution() {
+    timeEndPeriod(1);
+}
 
 } // namespace vnxtest

@@ -24,10 +24,10 @@ inline constexpr Ipv4Address kDefaultPingTarget{1, 1, 1, 1};
 struct PingSettings {
     Ipv4Address whoPingIpAddr = kDefaultPingTarget;
     std::wstring whoPingName;
-    std::uint32_t dataSize = 32;  // "PingDataSize", bytes
-    std::uint32_t numPings = 3;   // "NumPings"
-    std::uint32_t timeout = 500;  // "PingTimeout", milliseconds
-    std::uint32_t delay = 1000;   // "PingDelay", milliseconds
+    std::uint32_t dataSize = 32; // "PingDataSize", bytes
+    std::uint32_t numPings = 3;  // "NumPings"
+    std::uint32_t timeout = 500; // "PingTimeout", milliseconds
+    std::uint32_t delay = 1000;  // "PingDelay", milliseconds
 };
 
 // Converts every non-empty text of both records into its binary field.

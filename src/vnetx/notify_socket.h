@@ -37,7 +37,8 @@ private:
 
     std::int32_t m_program;
     std::intptr_t m_library;
-    std::uint64_t m_identity; // tells the program's socket from a later one with the same number
+    // Tells the program's socket from a later one with the same number, where closing it is the wake-up.
+    [[maybe_unused]] std::uint64_t m_identity;
 };
 
 } // namespace vnxtest

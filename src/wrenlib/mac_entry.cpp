@@ -13,7 +13,7 @@ bool IsSeparator(wchar_t c) {
 } // namespace
 
 MacEntryResult FilterMACAddressInput(std::wstring_view text, std::wstring_view lastAccepted) {
-    const MacEntryResult rejected{false, true, std::wstring(lastAccepted)};
+    MacEntryResult rejected{false, true, std::wstring(lastAccepted)};
     std::wstring value = TrimBlanks(text);
     if (value.empty()) {
         return {true, false, {}};

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uintmax_t kLargestLeaseFile = 1024U * 1024;
+constexpr std::uintmax_t kLargestLeaseFile = std::uintmax_t{1024} * 1024;
 
 std::string ReadLease(const fs::path& path) {
     std::error_code failure;

@@ -1,5 +1,3 @@
-#include <functional>
-
 #include <gtest/gtest.h>
 
 #include "guest/parameters_check.h"
@@ -29,121 +27,83 @@ protected:
         return parameters;
     }
 
-    // Both interfaces are checked by the same rules: `spoil` is tried on either.
-    void ExpectRefused(const std::function<void(InterfaceParameters&)>& spoil, ParameterField field,
-                       const wchar_t* text) {
-        for (const int index : {0, 1}) {
-            GuestParameters parameters = Good();
-            spoil(index == 0 ? parameters.interface1 : parameters.interface2);
-            const auto refusal = CheckParameters(parameters, host.network);
-            ASSERT_TRUE(refusal.has_value()) << ToUtf8(text) << " interface " << index + 1;
-            EXPECT_EQ(refusal->interfaceIndex, index);
-            EXPECT_EQ(refusal->field, field);
-            EXPECT_EQ(refusal->text, text);
-            const bool ip = field == ParameterField::GuestIp || field == ParameterField::AdapterIp;
-            EXPECT_EQ(refusal->title, ip ? L"IP Address" : L"MAC Address");
-        }
-    }
-
     TestHost host{{{{10, 1, 2, 3}, {255, 255, 255, 0}, L"eth0", *ParseMACAddress(kAdapterMac)}}};
+    GuestParameters parameters = Good();
 };
 
-TEST_F(ParametersCheck, AcceptsWhatIsRight) {
-    GuestParameters parameters = Good();
-    EXPECT_FALSE(CheckParameters(parameters, host.network));
-    EXPECT_EQ(parameters.interface1.guestMacText, L"02-00-5E-80-00-04");
-    EXPECT_EQ(parameters.interface2.adapterMacText, kAdapterMac);
-
+TEST_F(ParametersCheck, AcceptsWhatIsRightAndCompletesIt) {
     parameters.interface1.guestMacText = L" 02:00:5e:80:00:04 ";
     EXPECT_FALSE(CheckParameters(parameters, host.network));
     EXPECT_EQ(parameters.interface1.guestMacText, L"02:00:5e:80:00:04");
-}
 
-TEST_F(ParametersCheck, GuestAddresses) {
-    for (const wchar_t* text : {L"10.1.2", L"10.1.2.256", L"10.1.2.3.4", L"abc", L"10.1.2.-1"}) {
-        ExpectRefused([text](auto& p) { p.guestIpText = text; }, ParameterField::GuestIp, kBadIp);
-    }
-    GuestParameters parameters = Good();
-    parameters.interface1.guestIpText = L"";
-    EXPECT_EQ(CheckParameters(parameters, host.network)->field, ParameterField::GuestIp);
+    parameters.interface2.guestMacText = L"";
+    EXPECT_FALSE(CheckParameters(parameters, host.network));
+    EXPECT_EQ(parameters.interface2.guestMacText, GeneratedMac(host, {10, 1, 2, 222}));
     // The second interface may do without an address, as long as its MAC is given.
-    parameters = Good();
     parameters.interface2.guestIpText = L"";
     EXPECT_FALSE(CheckParameters(parameters, host.network));
-    EXPECT_EQ(host.TakeAssertions(), 0);
     parameters.interface2.guestMacText = L"";
     EXPECT_EQ(CheckParameters(parameters, host.network)->text, kBadMac);
     EXPECT_EQ(host.TakeAssertions(), 1) << "nothing to generate the MAC from";
 }
 
-TEST_F(ParametersCheck, GuestMacAddresses) {
-    for (const wchar_t* text :
-         {L"03-00-5E-80-00-04", L"00-00-5E-80-00-04", L"01-00-5E-80-00-04", L"02-00-5E-80-00",
-          L"02-00-5E-80-00-0G", L"02-00:5E-80-00-04", L"FF-FF-FF-FF-FF-FF"}) {
-        ExpectRefused([text](auto& p) { p.guestMacText = text; }, ParameterField::GuestMac, kBadMac);
-    }
-    GuestParameters parameters = Good();
-    parameters.interface1.guestMacText = parameters.interface2.guestMacText = L"";
-    EXPECT_FALSE(CheckParameters(parameters, host.network));
-    std::array<std::uint8_t, 6> mac{};
-    host.Library().BuildVantIfaceMac(mac.data(), Ipv4Address(10, 1, 2, 222).Bytes().data());
-    EXPECT_EQ(parameters.interface2.guestMacText, FormatMACAddr(MacAddress(mac)));
-    EXPECT_NE(parameters.interface1.guestMacText, parameters.interface2.guestMacText);
-}
-
-TEST_F(ParametersCheck, HostAdapters) {
-    const auto name = [](const wchar_t* ip, const wchar_t* mac) {
-        return [ip, mac](InterfaceParameters& p) {
-            p.adapterIpText = ip;
-            p.adapterMacText = mac;
-        };
+// Both interfaces are checked by the same rules: each fault is tried on either.
+TEST_F(ParametersCheck, NamesTheFieldAndTheReason) {
+    using Field = ParameterField;
+    constexpr const wchar_t *kIp = L"10.1.2.5", *kAdapterIp = L"10.1.2.3";
+    std::vector<std::tuple<Field, const wchar_t*, InterfaceParameters>> faults = {
+        {Field::AdapterIp, kNoAdapter, {false, kIp, L"", L"", L"  "}},
+        {Field::AdapterMac, kUnknownMac, {false, kIp, L"", L"", L"00-1B-21-AA-BB-CD"}},
+        {Field::AdapterMac, kBoth, {false, kIp, L"", kAdapterIp, kAdapterMac}},
+        {Field::AdapterIp, kUnknownIp, {false, kIp, L"", L"10.1.2.4", L""}},
+        {Field::AdapterIp, kUnknownIp, {false, kIp, L"", L"eth0", L""}},
     };
-    ExpectRefused(name(L"", L""), ParameterField::AdapterIp, kNoAdapter);
-    ExpectRefused(name(L"", L"  "), ParameterField::AdapterIp, kNoAdapter);
-    ExpectRefused(name(L"", L"00-1B-21-AA-BB-CD"), ParameterField::AdapterMac, kUnknownMac);
-    ExpectRefused(name(L"", L"00-1B-21"), ParameterField::AdapterMac, kUnknownMac);
-    ExpectRefused(name(L"10.1.2.3", kAdapterMac), ParameterField::AdapterMac, kBoth);
-    ExpectRefused(name(L"10.1.2.4", L""), ParameterField::AdapterIp, kUnknownIp);
-    ExpectRefused(name(L"eth0", L""), ParameterField::AdapterIp, kUnknownIp);
+    for (const wchar_t* ip : {L"10.1.2", L"10.1.2.256", L"10.1.2.3.4", L"abc", L"10.1.2.-1"}) {
+        faults.push_back({Field::GuestIp, kBadIp, {false, ip, L"", kAdapterIp, L""}});
+    }
+    for (const wchar_t* mac : {L"03-00-5E-80-00-04", L"00-00-5E-80-00-04", L"02-00-5E-80-00",
+                               L"02-00-5E-80-00-0G", L"02-00:5E-80-00-04", L"FF-FF-FF-FF-FF-FF"}) {
+        faults.push_back({Field::GuestMac, kBadMac, {false, kIp, mac, kAdapterIp, L""}});
+    }
+    for (const auto& [field, text, entered] : faults) {
+        for (const int index : {0, 1}) {
+            parameters = Good();
+            (index == 0 ? parameters.interface1 : parameters.interface2) = entered;
+            const auto refusal = CheckParameters(parameters, host.network);
+            ASSERT_TRUE(refusal.has_value()) << ToUtf8(text) << " interface " << index + 1;
+            EXPECT_TRUE(refusal->interfaceIndex == index && refusal->field == field);
+            EXPECT_EQ(refusal->text, text);
+            const bool ip = field == Field::GuestIp || field == Field::AdapterIp;
+            EXPECT_EQ(refusal->title, ip ? L"IP Address" : L"MAC Address");
+        }
+    }
 }
 
 // Only the first failure is told, in the order of the dialog.
 TEST_F(ParametersCheck, TheOrder) {
-    GuestParameters parameters = Good();
+    parameters.interface1 = parameters.interface2 = {false, L"", L"x", L"x", L""};
     for (InterfaceParameters* p : {&parameters.interface1, &parameters.interface2}) {
-        *p = {false, L"x", L"x", L"x", L""};
+        p->guestIpText = p == &parameters.interface1 ? L"" : L"x"; // only the second one may be empty
+        EXPECT_EQ(CheckParameters(parameters, host.network)->field, ParameterField::GuestIp);
+        p->guestIpText = L"10.1.2.5";
+        EXPECT_EQ(CheckParameters(parameters, host.network)->field, ParameterField::GuestMac);
+        p->guestMacText = L"";
+        EXPECT_EQ(CheckParameters(parameters, host.network)->field, ParameterField::AdapterIp);
+        p->adapterIpText = L"10.1.2.3";
     }
-    const auto next = [&] {
-        const auto refusal = CheckParameters(parameters, host.network);
-        return refusal ? std::pair(refusal->interfaceIndex, refusal->field)
-                       : std::pair(-1, ParameterField::GuestIp);
-    };
-    for (int index : {0, 1}) {
-        InterfaceParameters& p = index == 0 ? parameters.interface1 : parameters.interface2;
-        EXPECT_EQ(next(), std::pair(index, ParameterField::GuestIp));
-        p.guestIpText = L"10.1.2.5";
-        EXPECT_EQ(next(), std::pair(index, ParameterField::GuestMac));
-        p.guestMacText = L"";
-        EXPECT_EQ(next(), std::pair(index, ParameterField::AdapterIp));
-        p.adapterIpText = L"10.1.2.3";
-    }
-    EXPECT_EQ(next().first, -1);
+    EXPECT_FALSE(CheckParameters(parameters, host.network));
 }
 
 TEST_F(ParametersCheck, WithoutTheSecondInterfaceItsTextsAreEmptiedUnchecked) {
-    GuestParameters parameters = Good();
-    parameters.interface2 = {true, L"x", L"x", L"x", L"x"};
+    InterfaceParameters& second = parameters.interface2 = {true, L"x", L"x", L"x", L"x"};
     parameters.useTwoInterfaces = false;
     EXPECT_FALSE(CheckParameters(parameters, host.network));
-    EXPECT_TRUE(parameters.interface2.tapMode) << "its mode is kept";
-    EXPECT_EQ(parameters.interface2.guestIpText + parameters.interface2.guestMacText +
-                  parameters.interface2.adapterIpText + parameters.interface2.adapterMacText,
-              L"");
-    // Nothing of it is touched when the first interface is refused.
-    parameters.interface2.guestIpText = L"x";
+    EXPECT_TRUE(second.tapMode) << "its mode is kept";
+    EXPECT_EQ(second.guestIpText + second.guestMacText + second.adapterIpText + second.adapterMacText, L"");
+    second.guestIpText = L"x";
     parameters.interface1.guestIpText = L"";
     EXPECT_TRUE(CheckParameters(parameters, host.network));
-    EXPECT_EQ(parameters.interface2.guestIpText, L"x");
+    EXPECT_EQ(second.guestIpText, L"x") << "nothing is touched when the first interface is refused";
 }
 
 } // namespace

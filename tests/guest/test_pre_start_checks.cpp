@@ -39,7 +39,7 @@ protected:
         m_frontEnd.askParameters = [this](GuestParameters& parameters) {
             parameters.interface1.adapterIpText = L"10.1.2.3";
             parameters.interface1.guestIpText = m_guestIp;
-            parameters.interface2 = {}; // not used
+            parameters.interface2 = {};            // not used
             return m_frontEnd.parametersAsked < 2; // the second time the user gives up
         };
     }

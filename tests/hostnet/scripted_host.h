@@ -5,9 +5,11 @@
 
 #include <cstring>
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "core/output_channel.h"
 #include "hostnet/host_network.h"
 #include "support/scripted_library.h"
 #include "wrenlib/trace.h"
@@ -18,51 +20,39 @@ namespace vnxtest {
 class ScriptedTables : public HostTables {
 public:
     std::uint32_t GetNetworkParams(void* buffer, std::uint32_t* size) override {
-        const std::uint8_t byte = 1;
-        return parametersCode != 0 ? parametersCode : FillFrom(&byte, 1, buffer, size);
+        return Fill(parametersCode, std::vector<RawAddressRow>(), buffer, size);
     }
     std::uint32_t GetIpForwardTable(void* buffer, std::uint32_t* size) override {
-        return routesCode != 0 ? routesCode : Fill(routes, buffer, size);
+        return Fill(routesCode, routes, buffer, size);
     }
     std::uint32_t GetIpAddrTable(void* buffer, std::uint32_t* size) override {
-        return addressesCode != 0 ? addressesCode : Fill(addresses, buffer, size);
+        return Fill(addressesCode, addresses, buffer, size);
     }
     NetworkParameters DecodeNetworkParams(const std::vector<std::uint8_t>&) const override {
-        return parameters;
+        return networkParameters;
     }
     std::uint32_t SendARP(Ipv4Address destination, Ipv4Address source, std::uint8_t* mac,
                           std::uint32_t* length) override {
         probes.emplace_back(destination, source);
         probeRoom = *length;
-        const auto found = answers.find(destination);
-        if (found == answers.end()) {
+        if (!answers.contains(destination)) {
             return kErrorNoAnswer;
         }
-        *length = static_cast<std::uint32_t>(found->second.size());
-        std::ranges::copy(found->second, mac);
+        *length = static_cast<std::uint32_t>(answers[destination].size());
+        std::ranges::copy(answers[destination], mac);
         return 0;
     }
 
     void AddRoute(Ipv4Address destination, Ipv4Address mask, Ipv4Address nextHop, std::uint32_t index,
                   std::uint32_t metric = 0, std::uint32_t type = 4) {
-        RawRouteRow row;
-        row.destination = destination.Memory();
-        row.mask = mask.Memory();
-        row.nextHop = nextHop.Memory();
-        row.interfaceIndex = index;
-        row.metrics[0] = metric;
-        row.type = type;
-        routes.push_back(row);
+        routes.push_back(
+            {destination.Memory(), mask.Memory(), 0, nextHop.Memory(), index, type, 0, 0, 0, {metric}});
     }
     void AddAddress(Ipv4Address address, Ipv4Address mask, std::uint32_t index) {
-        RawAddressRow row;
-        row.address = address.Memory();
-        row.mask = mask.Memory();
-        row.interfaceIndex = index;
-        addresses.push_back(row);
+        addresses.push_back({address.Memory(), index, mask.Memory()});
     }
 
-    NetworkParameters parameters;
+    NetworkParameters networkParameters;
     std::vector<RawRouteRow> routes;
     std::vector<RawAddressRow> addresses;
     std::uint32_t parametersCode = 0, routesCode = 0, addressesCode = 0;
@@ -72,41 +62,43 @@ public:
 
 private:
     template <typename Row>
-    static std::uint32_t Fill(const std::vector<Row>& rows, void* buffer, std::uint32_t* size) {
-        std::vector<std::uint8_t> bytes(4 + rows.size() * sizeof(Row));
-        const auto count = static_cast<std::uint32_t>(rows.size());
-        std::memcpy(bytes.data(), &count, 4);
-        if (!rows.empty()) {
-            std::memcpy(bytes.data() + 4, rows.data(), rows.size() * sizeof(Row));
-        }
-        return FillFrom(bytes.data(), bytes.size(), buffer, size);
+    static std::uint32_t Fill(std::uint32_t code, const std::vector<Row>& rows, void* buffer,
+                              std::uint32_t* size) {
+        std::vector<std::uint32_t> words(1 + rows.size() * sizeof(Row) / 4);
+        words[0] = static_cast<std::uint32_t>(rows.size());
+        std::ranges::copy(std::as_bytes(std::span(rows)),
+                          std::as_writable_bytes(std::span(words).subspan(1)).data());
+        return code != 0 ? code : FillFrom(words.data(), words.size() * 4, buffer, size);
     }
-};
-
-// A library whose default adapter the test names.
-class DefaultingLibrary : public ScriptedLibrary {
-public:
-    const char* GetDefaultIface() override { return defaultInterface.c_str(); }
-    std::string defaultInterface;
-};
-
-// The lines of the debug trace, for as long as this lives.
-class TraceCatcher {
-public:
-    TraceCatcher() {
-        SetTraceSink([this](std::wstring_view text) { m_lines.emplace_back(text); });
-    }
-    ~TraceCatcher() { SetTraceSink(nullptr); }
-    TraceCatcher(const TraceCatcher&) = delete;
-    TraceCatcher& operator=(const TraceCatcher&) = delete;
-    std::vector<std::wstring> Take() { return std::exchange(m_lines, {}); }
-
-private:
-    std::vector<std::wstring> m_lines;
 };
 
 inline constexpr MacAddress kMacA({0x02, 0, 0, 0, 0, 0x0A});
 inline constexpr MacAddress kMacB({0x02, 0, 0, 0, 0, 0x0B});
+inline constexpr char kMacTextA[] = "02-00-00-00-00-0A";
+inline constexpr char kMacTextB[] = "02-00-00-00-00-0B";
 inline constexpr Ipv4Address kMask24(255, 255, 255, 0);
+
+// All of it together, and the lines of the debug trace meanwhile.
+class ScriptedHost {
+public:
+    ScriptedHost() {
+        SetTraceSink([this](std::wstring_view text) { m_traced.emplace_back(text); });
+    }
+    ~ScriptedHost() {
+        SetTraceSink(nullptr);
+        UnregisterDebugOutput();
+    }
+    ScriptedHost(const ScriptedHost&) = delete;
+    ScriptedHost& operator=(const ScriptedHost&) = delete;
+    std::vector<std::wstring> TakeTrace() { return std::exchange(m_traced, {}); }
+
+    ScriptedTables tables;
+    ScriptedWrenPack adapters;
+    ScriptedLibrary library;
+    HostNetwork network{{tables, adapters}, library};
+
+private:
+    std::vector<std::wstring> m_traced;
+};
 
 } // namespace vnxtest

@@ -3,42 +3,34 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/output_channel.h"
 #include "hostnet/scripted_host.h"
+#include "hostnet/sim_host.h"
+#include "vnetx/sim_lan.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using ::testing::Pair;
 using Lines = std::vector<std::wstring>;
 
-class HostNetworkTest : public ::testing::Test {
+class HostNetworkTest : public ::testing::Test, protected ScriptedHost {
 protected:
-    ~HostNetworkTest() override { UnregisterDebugOutput(); }
-
-    void UseTwoAdapters() {
-        adapters.entries = {
-            MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24),
-            MakeAdapter(L"b", kMacB, {10, 0, 1, 1}, kMask24, {10, 0, 1, 254}),
-        };
+    HostNetworkTest() {
+        adapters.entries = {MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24),
+                            MakeAdapter(L"b", kMacB, {10, 0, 1, 1}, kMask24, {10, 0, 1, 254})};
     }
-
-    ScriptedTables tables;
-    ScriptedWrenPack adapters;
-    DefaultingLibrary library;
-    HostNetwork network{{tables, adapters}, library};
-    TraceCatcher trace;
 };
 
 TEST_F(HostNetworkTest, TracesEveryFailureInOrderAndSurvivesAll) {
     tables.parametersCode = 50;
     tables.routesCode = 5;
     tables.addressesCode = 13;
+    adapters.entries.clear();
     adapters.sizeCode = 2;
     network.InitGlobals();
-    EXPECT_EQ(trace.Take(),
+    EXPECT_EQ(TakeTrace(),
               (Lines{L"** InitGlobals: GetNetworkParams() failed; rc=50, " + FormatLastError(50) + L"\n",
                      L"** InitGlobals: GetIpForwardTable() failed; rc=5, " + FormatLastError(5) + L"\n",
                      L"** InitGlobals: GetIpAddrTable() failed; rc=13, " + FormatLastError(13) + L"\n",
@@ -47,44 +39,27 @@ TEST_F(HostNetworkTest, TracesEveryFailureInOrderAndSurvivesAll) {
                      L"** InitFPAdaptersList: (WWPCUtil was likely not found)\n",
                      L"** InitGlobals: InitFPAdaptersList() failed!\n",
                      L"** InitGlobals: WARNING: default host adapter undefined!\n"}));
-    EXPECT_FALSE(network.Parameters());
-    EXPECT_FALSE(network.Routes());
-    EXPECT_FALSE(network.Addresses());
-    EXPECT_TRUE(network.Adapters().empty());
-    EXPECT_EQ(network.DefaultAdapter(), nullptr);
-    EXPECT_FALSE(network.IpForwardingEnabled());
+    EXPECT_FALSE(network.Parameters() || network.Routes() || network.Addresses());
+    EXPECT_FALSE(network.DefaultAdapter() || network.IpForwardingEnabled() || network.FindDefaultGateway());
     EXPECT_EQ(network.GetInterfaceIPString(1), L"");
-    EXPECT_FALSE(network.FindDefaultGateway());
-    EXPECT_THAT(tables.probes, IsEmpty());
 }
 
-TEST_F(HostNetworkTest, DoesNotBelieveASizeQueryThatSucceeds) {
-    UseTwoAdapters();
+TEST_F(HostNetworkTest, TracesAListThatIsNotBelievedCannotBeHeldOrIsRefused) {
+    const auto expectTrace = [this](const std::wstring& trace, std::uint32_t code) {
+        EXPECT_FALSE(network.InitFPAdaptersList());
+        EXPECT_EQ(TakeTrace(), Lines{Sprintf(L"** InitFPAdaptersList: %s; rc=%d: %s\n", trace, code,
+                                             FormatLastError(code))});
+        EXPECT_TRUE(network.Adapters().empty());
+    };
+    adapters.sizeCode = adapters.fillCode = 31;
+    expectTrace(L"WrenPackGetAdaptersList(!NULL,!0) failed", 31);
     adapters.sizeSucceeds = true;
-    adapters.sizeCode = 2;
-    EXPECT_FALSE(network.InitFPAdaptersList());
-    EXPECT_EQ(trace.Take(),
-              (Lines{L"** InitFPAdaptersList: WrenPackGetAdaptersList(NULL,0) succeeded?!; rc=2: " +
-                         FormatLastError(2) + L"\n",
-                     L"** InitFPAdaptersList: (WWPCUtil was likely not found)\n"}));
-}
-
-TEST_F(HostNetworkTest, TracesAListThatCannotBeHeldOrIsRefused) {
-    UseTwoAdapters();
-    adapters.fillCode = 31;
-    EXPECT_FALSE(network.InitFPAdaptersList());
-    EXPECT_EQ(trace.Take(),
-              (Lines{L"** InitFPAdaptersList: WrenPackGetAdaptersList(!NULL,!0) failed; rc=31: " +
-                     FormatLastError(31) + L"\n"}));
+    expectTrace(L"WrenPackGetAdaptersList(NULL,0) succeeded?!", 31);
+    adapters.sizeSucceeds = false;
     adapters.sizeAnswer = 4294967295;
-    EXPECT_FALSE(network.InitFPAdaptersList());
-    EXPECT_EQ(
-        trace.Take(),
-        (Lines{Sprintf(L"** InitFPAdaptersList: new ADAPTER_INFO_LIST_ENTRY [3121343] failed; rc=%d: %s\n",
-                       kErrorNotEnoughMemory, FormatLastError(kErrorNotEnoughMemory))}));
+    expectTrace(L"new ADAPTER_INFO_LIST_ENTRY [3121343] failed", kErrorNotEnoughMemory);
     // A later attempt may succeed, and the list is then built only once.
-    adapters.sizeAnswer = 0;
-    adapters.fillCode = 0;
+    adapters.sizeAnswer = adapters.fillCode = 0;
     EXPECT_TRUE(network.InitFPAdaptersList());
     const int calls = adapters.calls;
     EXPECT_TRUE(network.InitFPAdaptersList());
@@ -92,27 +67,25 @@ TEST_F(HostNetworkTest, TracesAListThatCannotBeHeldOrIsRefused) {
 }
 
 TEST_F(HostNetworkTest, TakesTheAdapterThatTheLibraryNamesAndProbesItsGateway) {
-    UseTwoAdapters();
-    library.defaultInterface = "02-00-00-00-00-0B";
+    library.defaultInterface = kMacTextB;
     network.InitGlobals();
     ASSERT_NE(network.DefaultAdapter(), nullptr);
-    EXPECT_EQ(std::memcmp(network.DefaultAdapter(), &network.Adapters()[1], sizeof(ADAPTER_INFO_LIST_ENTRY)),
-              0);
+    EXPECT_EQ(FieldText(network.DefaultAdapter()->AdapterName), L"NPF_b");
     EXPECT_EQ(network.DefaultAdapterIpText(), L"10.0.1.1");
-    EXPECT_EQ(network.DefaultInterfaceMacText(), L"02-00-00-00-00-0B");
-    ASSERT_EQ(tables.probes.size(), 1U);
-    EXPECT_EQ(tables.probes[0].first, Ipv4Address(10, 0, 1, 254));
-    EXPECT_EQ(tables.probes[0].second, Ipv4Address(10, 0, 1, 1)) << "from the adapter's own address";
-    EXPECT_EQ(tables.probeRoom, 8U);
-    EXPECT_EQ(trace.Take(), (Lines{L"** InitGlobals: WARNING: default adapter gateway unresponsive!\n"}));
-}
+    EXPECT_THAT(tables.probes, ElementsAre(Pair(Ipv4Address(10, 0, 1, 254), Ipv4Address(10, 0, 1, 1))))
+        << "from the adapter's own address";
+    EXPECT_EQ(TakeTrace(), Lines{L"** InitGlobals: WARNING: default adapter gateway unresponsive!\n"});
 
-TEST_F(HostNetworkTest, SaysWhatTheDefaultAdapterLacks) {
-    UseTwoAdapters();
-    library.defaultInterface = "02-00-00-00-00-0A"; // has no gateway
+    tables.answers[Ipv4Address(10, 0, 1, 254)] = {2, 0, 0, 0, 0, 1};
     network.InitGlobals();
-    EXPECT_EQ(trace.Take(), (Lines{L"** InitGlobals: WARNING: default adapter gateway undefined!\n"}));
-    EXPECT_THAT(tables.probes, IsEmpty());
+    EXPECT_TRUE(TakeTrace().empty());
+
+    tables.probes.clear();
+    library.defaultInterface = kMacTextA; // has no gateway
+    network.RedetectAdapters();
+    network.InitGlobals();
+    EXPECT_EQ(TakeTrace(), Lines{L"** InitGlobals: WARNING: default adapter gateway undefined!\n"});
+    EXPECT_TRUE(tables.probes.empty());
 
     library.defaultInterface = "02-00-00-00-00-0C"; // nobody's
     EXPECT_TRUE(network.RedetectAdapters());
@@ -120,36 +93,8 @@ TEST_F(HostNetworkTest, SaysWhatTheDefaultAdapterLacks) {
     EXPECT_EQ(network.DefaultAdapterIpText(), L"0.0.0.0");
 }
 
-TEST_F(HostNetworkTest, KeepsQuietWhenTheGatewayAnswers) {
-    UseTwoAdapters();
-    library.defaultInterface = "02-00-00-00-00-0B";
-    tables.answers[Ipv4Address(10, 0, 1, 254)] = {2, 0, 0, 0, 0, 1};
-    network.InitGlobals();
-    EXPECT_THAT(trace.Take(), IsEmpty());
-}
-
-TEST_F(HostNetworkTest, RedetectsAdaptersThatCameAndWent) {
-    UseTwoAdapters();
-    tables.AddAddress({10, 0, 0, 1}, kMask24, 1);
-    library.defaultInterface = "02-00-00-00-00-0A";
-    network.InitGlobals();
-    adapters.entries = {MakeAdapter(L"c", kMacB, {10, 9, 0, 1}, {255, 255, 0, 0})};
-    tables.addresses.clear();
-    tables.AddAddress({10, 9, 0, 1}, {255, 255, 0, 0}, 3);
-    EXPECT_TRUE(network.RedetectAdapters());
-    EXPECT_EQ(network.Adapters().size(), 1U);
-    EXPECT_EQ(network.DefaultAdapter(), nullptr);
-    EXPECT_FALSE(network.IsAdapterMAC(kMacA));
-    EXPECT_FALSE(network.IsAdapterIP({10, 0, 0, 1}));
-    EXPECT_TRUE(network.IsAdapterIP({10, 9, 0, 1}));
-    EXPECT_EQ(network.GetInterfaceIPString(1), L"");
-    EXPECT_EQ(network.GetInterfaceIPString(3), L"10.9.0.1");
-}
-
 TEST_F(HostNetworkTest, ResponsiveMeansAnAnswerOfExactlySixBytes) {
-    MacAddress mac = kMacB;
-    EXPECT_FALSE(network.IsIPAddrResponsive({10, 0, 0, 9}, &mac, {}));
-    EXPECT_TRUE(mac.IsZero());
+    MacAddress mac;
     for (const std::size_t length : {0U, 4U, 8U}) {
         tables.answers[Ipv4Address(10, 0, 0, 9)].assign(length, 1);
         mac = kMacB;
@@ -159,7 +104,7 @@ TEST_F(HostNetworkTest, ResponsiveMeansAnAnswerOfExactlySixBytes) {
     tables.answers[Ipv4Address(10, 0, 0, 9)] = {2, 0, 0, 0, 0, 0x0A};
     EXPECT_TRUE(network.IsIPAddrResponsive({10, 0, 0, 9}, &mac, {}));
     EXPECT_EQ(mac, kMacA);
-    EXPECT_TRUE(network.IsIPAddrResponsive({10, 0, 0, 9}, nullptr, {}));
+    EXPECT_EQ(tables.probeRoom, 8U);
 }
 
 TEST_F(HostNetworkTest, TheLastDefaultRouteWinsWhateverItsMetric) {
@@ -171,55 +116,94 @@ TEST_F(HostNetworkTest, TheLastDefaultRouteWinsWhateverItsMetric) {
     network.InitGlobals();
     EXPECT_TRUE(network.FindDefaultGateway());
     EXPECT_EQ(network.DefaultGatewayText(), L"10.0.1.254");
-    EXPECT_EQ(network.DefaultGatewayMac(), kMacA);
     EXPECT_EQ(network.DefaultGatewayMacText(), L"02-00-00-00-00-0A");
-    ASSERT_EQ(tables.probes.size(), 1U);
-    EXPECT_TRUE(tables.probes[0].second.IsZero()) << "the system chooses the source";
-}
-
-TEST_F(HostNetworkTest, AGatewayThatFallsSilentLosesItsMac) {
-    tables.AddRoute({}, {}, {10, 0, 0, 254}, 1);
-    tables.answers[Ipv4Address(10, 0, 0, 254)] = {2, 0, 0, 0, 0, 0x0A};
-    network.InitGlobals();
-    network.FindDefaultGateway();
-    ASSERT_FALSE(network.DefaultGatewayMac().IsZero());
+    EXPECT_THAT(tables.probes, ElementsAre(Pair(Ipv4Address(10, 0, 1, 254), Ipv4Address())))
+        << "the system chooses the source";
+    // A gateway that falls silent loses its MAC.
     tables.answers.clear();
     EXPECT_TRUE(network.FindDefaultGateway());
     EXPECT_TRUE(network.DefaultGatewayMac().IsZero());
-    EXPECT_EQ(network.DefaultGatewayMacText(), L"");
 }
 
 TEST_F(HostNetworkTest, LooksUpTheFirstRowOfSeveral) {
     adapters.entries = {MakeAdapter(L"bare", kMacA), MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24),
                         MakeAdapter(L"b", kMacB, {10, 0, 0, 1}, {255, 0, 0, 0})};
+    library.defaultInterface = kMacTextA;
     tables.AddAddress({10, 0, 0, 1}, {255, 255, 0, 0}, 7);
     tables.AddAddress({10, 0, 0, 2}, {255, 255, 255, 128}, 7);
     tables.AddAddress({10, 0, 0, 2}, kMask24, 8);
     network.InitGlobals();
     EXPECT_EQ(network.GetInterfaceIPString(7), L"10.0.0.1");
-    EXPECT_EQ(network.GetInterfaceIPString(9), L"");
-    EXPECT_EQ(network.GetAdapterMaskByIP({10, 0, 0, 1}), kMask24);
     EXPECT_TRUE(network.GetAdapterMaskByIP({10, 0, 0, 2}).IsZero());
     EXPECT_EQ(network.GetHostMaskByIP({10, 0, 0, 1}), kMask24) << "the adapter's, not the table's";
-    EXPECT_EQ(network.GetHostMaskByIP({10, 0, 0, 2}), Ipv4Address(255, 255, 255, 128))
-        << "a secondary address";
+    EXPECT_EQ(network.GetHostMaskByIP({10, 0, 0, 2}), Ipv4Address(255, 255, 255, 128)) << "a secondary one";
     EXPECT_TRUE(network.GetHostMaskByIP({10, 0, 0, 3}).IsZero());
     EXPECT_FALSE(network.IsAdapterIP({})) << "an adapter without an address has none";
+
+    // Adapters and addresses came and went.
+    adapters.entries = {MakeAdapter(L"c", kMacB, {10, 9, 0, 1}, {255, 255, 0, 0})};
+    tables.addresses.clear();
+    tables.AddAddress({10, 9, 0, 1}, {255, 255, 0, 0}, 3);
+    EXPECT_TRUE(network.RedetectAdapters());
+    EXPECT_EQ(network.Adapters().size(), 1U);
+    EXPECT_FALSE(network.IsAdapterMAC(kMacA) || network.IsAdapterIP({10, 0, 0, 1}) ||
+                 network.DefaultAdapter());
+    EXPECT_TRUE(network.IsAdapterIP({10, 9, 0, 1}));
+    EXPECT_EQ(network.GetInterfaceIPString(7) + network.GetInterfaceIPString(3), L"10.9.0.1");
 }
 
 TEST_F(HostNetworkTest, LookUpsCostTheSameInLargeTables) {
     // One by one through the table this would be ten thousand million steps.
-    constexpr std::uint32_t kRows = 100000;
-    for (std::uint32_t i = 0; i < kRows; ++i) {
+    for (std::uint32_t i = 0; i < 100000; ++i) {
         tables.AddAddress(Ipv4Address::FromHost(0x0A000000 + i), kMask24, i + 1);
     }
     network.InitGlobals();
     const auto begin = std::chrono::steady_clock::now();
-    for (std::uint32_t i = 0; i < kRows; ++i) {
-        ASSERT_EQ(network.GetInterfaceIPString(i + 1), FormatIPAddr(Ipv4Address::FromHost(0x0A000000 + i)));
-        ASSERT_EQ(network.GetHostMaskByIP(Ipv4Address::FromHost(0x0A000000 + i)), kMask24);
+    for (const auto& [address, mask, index] : *network.Addresses()) {
+        ASSERT_EQ(network.GetInterfaceIPString(index), FormatIPAddr(address));
+        ASSERT_EQ(network.GetHostMaskByIP(address), mask);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+}
+
+TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
+    ScriptedHost real;
+    SimHostTables simTables{real.tables};
+    SimWrenPack simAdapters{real.adapters};
+    HostNetwork host{{simTables, simAdapters}, real.library};
+    real.library.defaultInterface = "02:56:4E:12:00:01";
+    real.tables.AddRoute({}, {}, {10, 0, 0, 254}, 1);
+    real.tables.AddAddress({10, 0, 0, 1}, kMask24, 1);
+    real.adapters.entries = {MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24)};
+    host.InitGlobals();
+    ASSERT_EQ(host.Adapters().size(), 2U);
+    EXPECT_EQ(FieldText(host.Adapters()[0].AdapterName), L"NPF_a");
+    EXPECT_NE(FieldText(host.Adapters()[1].Description).find(L"imulated"), std::wstring::npos);
+    EXPECT_EQ(host.DefaultAdapterIpText(), L"198.18.0.1");
+    ASSERT_EQ(host.Routes()->size(), 2U);
+    EXPECT_EQ(host.Routes()->front().nextHop, Ipv4Address(10, 0, 0, 254));
+    EXPECT_TRUE(host.FindDefaultGateway());
+    EXPECT_TRUE(host.DefaultGateway() == kSimGatewayIp && host.DefaultGatewayMac() == kSimGatewayMac);
+    EXPECT_EQ(host.GetInterfaceIPString(host.Routes()->back().interfaceIndex), L"198.18.0.1");
+    EXPECT_EQ(host.GetHostMaskByIP(kSimAdapterIp), kSimNetMask);
+
+    // Each adapter is opened and closed by its own library.
+    std::vector<AdapterHandle> handles;
+    for (const auto& entry : host.Adapters()) {
+        handles.push_back(simAdapters.OpenAdapter(entry.AdapterName));
+        EXPECT_NE(handles.back(), nullptr);
+    }
+    EXPECT_EQ(real.adapters.opened, std::vector<std::wstring>{L"NPF_a"});
+    simAdapters.CloseAdapters(handles);
+    EXPECT_EQ(real.adapters.open, 0);
+
+    EXPECT_FALSE(host.IsIPAddrResponsive(kSimSilentHost, nullptr, {}));
+    EXPECT_TRUE(real.tables.probes.empty()) << "the simulated LAN is not looked for on the real one";
+    EXPECT_FALSE(host.IsIPAddrResponsive({198, 18, 1, 1}, nullptr, {}));
+    EXPECT_EQ(real.tables.probes.size(), 1U);
+    real.tables.routesCode = 5; // a failed table stays a failure
+    host.InitGlobals();
+    EXPECT_FALSE(host.Routes());
 }
 
 } // namespace

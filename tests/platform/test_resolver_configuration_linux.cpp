@@ -25,11 +25,6 @@ TEST(NameServers, AreThoseThatTheCLibraryTakes) {
                                "nameserver fe80::1%eth0\n"
                                "nameserver 10.0.0.6"), // no line end
               (Servers{"10.0.0.1", "10.0.0.2", "2001:db8::53", "fe80::1%eth0", "10.0.0.6"}));
-}
-
-TEST(NameServers, MayBeMissing) {
-    EXPECT_TRUE(ParseNameServers("").empty());
-    EXPECT_TRUE(ParseNameServers("\n\n\n").empty());
     EXPECT_TRUE(ParseNameServers("nameserver").empty());
 }
 

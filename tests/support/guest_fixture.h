@@ -5,41 +5,15 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "guest/front_end.h"
 #include "guest/guest.h"
+#include "support/memory_profile.h"
 
 namespace vnxtest {
-
-// A profile in memory.
-class MemoryProfile : public Profile {
-public:
-    std::uint32_t ReadNumber(std::wstring_view name, std::uint32_t defaultValue) override {
-        const auto found = numbers.find(std::wstring(name));
-        return found != numbers.end() ? found->second : defaultValue;
-    }
-    std::wstring ReadText(std::wstring_view name, std::wstring_view defaultValue) override {
-        const auto found = texts.find(std::wstring(name));
-        return found != texts.end() ? found->second : std::wstring(defaultValue);
-    }
-    bool WriteNumber(std::wstring_view name, std::uint32_t value) override {
-        numbers[std::wstring(name)] = value;
-        return true;
-    }
-    bool WriteText(std::wstring_view name, std::wstring_view value) override {
-        texts[std::wstring(name)] = value;
-        return true;
-    }
-    std::wstring Location() const override { return L"memory"; }
-    std::wstring LastProblem() const override { return {}; }
-
-    std::map<std::wstring, std::uint32_t> numbers;
-    std::map<std::wstring, std::wstring> texts;
-};
 
 class ScriptedFrontEnd : public FrontEnd {
 public:

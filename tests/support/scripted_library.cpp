@@ -34,13 +34,18 @@ void ScriptedLibrary::Close(std::int32_t) {
     errno = EIO; // closing disturbs errno, as a real close may
 }
 
-std::int32_t ScriptedLibrary::Ioctl(std::int32_t, std::uint32_t request, void* record) {
+std::int32_t ScriptedLibrary::Ioctl(std::int32_t handle, std::uint32_t request, void* record) {
     if (request == VNETX_SIOCGARP || request == VNETX_SIOCGRARP) {
+        auto* const arp = static_cast<VnetxArpRequest*>(record);
         arpRequests.push_back(request);
-        if (neighbourMac.empty()) {
+        lastArp = {handle, *arp};
+        if (neighbourMac.empty() || arpRequests.size() <= silentArpRequests) {
             return FailWith(ENXIO);
         }
-        std::ranges::copy(neighbourMac, static_cast<VnetxArpRequest*>(record)->hardwareAddress);
+        std::ranges::copy(neighbourMac, arp->hardwareAddress);
+        if (request == VNETX_SIOCGRARP) {
+            std::ranges::copy(neighbourIp.Bytes(), arp->protocolAddress);
+        }
         return 0;
     }
     auto* const own = static_cast<VnetxInterfaceRequest*>(record);

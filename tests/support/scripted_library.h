@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "vnetx/library.h"
+#include "wrenlib/address.h"
 
 namespace vnxtest {
 
@@ -33,7 +34,7 @@ public:
     std::int32_t GetStats(std::int32_t handle, VnetxStatistics* record) override;
     std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override;
     void BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) override;
-    const char* GetDefaultIface() override { return ""; }
+    const char* GetDefaultIface() override { return defaultInterface.c_str(); }
     std::int32_t SetDebugOutputFunc(VnetxDebugOutput) override { return acceptCallback ? 1 : 0; }
     void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
                         std::int32_t* build) override;
@@ -55,13 +56,17 @@ public:
     std::string interfaceName = "vnx0";
     // Called with every frame written, for libraries that answer; may queue frames.
     std::function<void(const Frame&)> onWrite;
-    // The MAC of every neighbour; none when empty.
+    // The MAC and the address of every neighbour; none when empty. The first requests go unanswered.
     std::vector<std::uint8_t> neighbourMac;
+    Ipv4Address neighbourIp;
+    std::size_t silentArpRequests = 0;
+    std::string defaultInterface;
 
     std::string openedName;
     std::int32_t openedFlags = 0;
     std::vector<Request> requests;
     std::vector<std::uint32_t> arpRequests;
+    std::pair<std::int32_t, VnetxArpRequest> lastArp; // with its handle
 
 private:
     std::mutex m_lock;

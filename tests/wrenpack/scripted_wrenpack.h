@@ -25,8 +25,7 @@ inline ADAPTER_INFO_LIST_ENTRY MakeAdapter(const std::wstring& name, MacAddress 
     entry.IPAddr = address.Memory();
     entry.IPAddrMask = mask.Memory();
     entry.GatewayIPAddr = gateway.Memory();
-    entry.MediaConnected = 1;
-    entry.PromiscuousMode = 1;
+    entry.MediaConnected = entry.PromiscuousMode = 1;
     entry.LinkSpeed = 10'000'000;
     entry.MaxPacketLen = 1514;
     return entry;
@@ -37,22 +36,21 @@ public:
     bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
         ++calls;
         if (list == nullptr) {
-            *size = sizeAnswer != 0 || entries.empty()
-                        ? sizeAnswer
-                        : static_cast<std::uint32_t>(entries.size() * sizeof(ADAPTER_INFO_LIST_ENTRY));
+            *size =
+                sizeAnswer != 0 ? sizeAnswer : static_cast<std::uint32_t>(entries.size() * sizeof entries[0]);
             SetLastError(sizeCode);
             return sizeSucceeds;
         }
-        if (fillCode != 0) {
-            SetLastError(fillCode);
+        if (SetLastError(fillCode); fillCode != 0) {
             return false;
         }
         std::ranges::copy(entries, list);
         for (std::size_t i = 0; i < entries.size(); ++i) {
             list[i].next = i + 1 < entries.size() ? &list[i + 1] : nullptr;
-        }
-        if (tamper) {
-            tamper(list);
+            if (links != nullptr) {
+                auto* const target = reinterpret_cast<char*>(list) + links[i];
+                list[i].next = links[i] < 0 ? nullptr : reinterpret_cast<ADAPTER_INFO_LIST_ENTRY*>(target);
+            }
         }
         return true;
     }
@@ -60,7 +58,7 @@ public:
     AdapterHandle OpenAdapter(const char16_t* adapterName) override {
         const std::wstring name = FieldText(adapterName, 256);
         if (failOpen.contains(name)) {
-            SetLastError(openCode);
+            SetLastError(5);
             return nullptr;
         }
         opened.push_back(name);
@@ -68,7 +66,6 @@ public:
         return this;
     }
     void CloseAdapter(AdapterHandle handle) override { open -= handle == this ? 1 : 1000; }
-    bool IsDhcpKnown(const ADAPTER_INFO_LIST_ENTRY&) const override { return dhcpKnown; }
     ModuleDescription DescribeModule() const override {
         return {L"WrenPack", L"", L"1.2.3.4", L"test", L"", L"(c)"};
     }
@@ -76,17 +73,13 @@ public:
 
     std::vector<ADAPTER_INFO_LIST_ENTRY> entries;
     std::uint32_t sizeAnswer = 0; // 0: the true size
-    std::uint32_t sizeCode = 0;
+    std::uint32_t sizeCode = 0, fillCode = 0;
     bool sizeSucceeds = false;
-    std::uint32_t fillCode = 0;
-    void (*tamper)(ADAPTER_INFO_LIST_ENTRY*) = nullptr;
+    const std::ptrdiff_t* links = nullptr; // of the entries, in bytes from the first; -1: none
     std::set<std::wstring> failOpen;
-    std::uint32_t openCode = 5;
-    bool dhcpKnown = true;
     PacketDriverDescription driver{true, L"", L"driver", L"4.5", L"detail", L""};
 
-    int calls = 0;
-    int open = 0;
+    int calls = 0, open = 0;
     std::vector<std::wstring> opened;
 };
 

@@ -1,0 +1,46 @@
+# What the scripts of this folder share. Sourced, never run.
+#
+# Sets `root` (the tree) and the compiler cache, which lives outside the tree so that a clean clone
+# builds fast too; ccache keys every object by what it was made from.
+
+set -euo pipefail
+export LC_ALL=C.UTF-8
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cache_folder=${XDG_CACHE_HOME:-${HOME:-/tmp}/.cache}/vnxtest
+
+say() { printf '== %s\n' "$*"; }
+warn() { printf '%s\n' "$*" >&2; }
+die() {
+    warn "${0##*/}: $*"
+    exit 1
+}
+
+use_compiler_cache() {
+    if ! command -v ccache > /dev/null; then
+        export VNXTEST_LAUNCHER=
+        return
+    fi
+    export VNXTEST_LAUNCHER=ccache
+    export CCACHE_DIR=${CCACHE_DIR:-$cache_folder/ccache}
+    export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root}
+    export CCACHE_NOHASHDIR=1
+    export CCACHE_MAXSIZE=${CCACHE_MAXSIZE:-2G}
+    mkdir -p "$CCACHE_DIR"
+}
+
+# configure PRESET [OPTION...]: the build folder is build/PRESET unless an option -B says otherwise.
+configure() {
+    local preset=$1
+    shift
+    use_compiler_cache
+    (cd "$root" && cmake --preset "$preset" "$@" --log-level=WARNING)
+}
+
+# build FOLDER [TARGET...]: as many jobs as there are processors.
+build() {
+    local folder=$1
+    shift
+    use_compiler_cache
+    cmake --build "$folder" --parallel "$(nproc)" ${1:+--target "$@"}
+}

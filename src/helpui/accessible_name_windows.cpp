@@ -1,0 +1,34 @@
+#include <wx/access.h>
+#include <wx/window.h>
+
+#include "helpui/accessible_name.h"
+#include "helpui/make_child.h"
+
+namespace vnxtest {
+
+namespace {
+
+class NamedAccessible final : public wxWindowAccessible {
+public:
+    NamedAccessible(wxWindow* window, wxString name) : wxWindowAccessible(window), m_name(std::move(name)) {}
+
+    wxAccStatus GetName(int child, wxString* name) override {
+        if (child != wxACC_SELF) {
+            return wxWindowAccessible::GetName(child, name);
+        }
+        *name = m_name;
+        return wxACC_OK;
+    }
+
+private:
+    wxString m_name;
+};
+
+} // namespace
+
+void SetAccessibleName(wxWindow& window, const wxString& name) {
+    window.SetName(name);
+    window.SetAccessible(MakeChild<NamedAccessible>(&window, name)); // the window owns it
+}
+
+} // namespace vnxtest

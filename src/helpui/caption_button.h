@@ -1,0 +1,45 @@
+// The help button in a window's caption, and what else the caption is asked: which part of it is where,
+// and the menu of the window. One source per platform (caption_button_gtk.cpp, caption_button_windows.cpp).
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include <wx/gdicmn.h>
+
+class wxTopLevelWindow;
+
+namespace vnxtest {
+
+// A part of a window's frame: a number of frame_area (dialog_ids.h) and its place on the screen.
+struct CaptionPart {
+    int area = 0;
+    wxRect place;
+};
+
+class CaptionButton {
+public:
+    virtual ~CaptionButton() = default;
+
+    // The part of the caption or of the window's edges at `point` (screen coordinates), or nothing when
+    // the point is elsewhere.
+    virtual std::optional<CaptionPart> HitTest(const wxPoint& point) const = 0;
+
+    // Shows the button as pressed while "What's This?" mode is on.
+    virtual void SetPressed(bool pressed) = 0;
+};
+
+struct CaptionCallbacks {
+    std::function<void()> help;       // the help button was pressed
+    std::function<void()> systemMenu; // the window's menu was asked for; empty: no menu of our own
+};
+
+// Puts the help button into the caption of `window`. Call right after the window was created and before
+// it is first shown; the result must go before the window does.
+std::unique_ptr<CaptionButton> AddCaptionButton(wxTopLevelWindow& window, CaptionCallbacks callbacks);
+
+// Lets `window` take input while a modal dialog is open (the help book's window).
+void ExemptFromModality(wxTopLevelWindow& window);
+
+} // namespace vnxtest

@@ -1,0 +1,169 @@
+#include "helpui/help_book.h"
+
+#include <utility>
+
+#include <wx/app.h>
+#include <wx/filename.h>
+#include <wx/filesys.h>
+#include <wx/fs_zip.h>
+#include <wx/html/helpctrl.h>
+#include <wx/html/helpfrm.h>
+#include <wx/html/helpwnd.h>
+#include <wx/image.h>
+#include <wx/log.h>
+#include <wx/msgdlg.h>
+#include <wx/splitter.h>
+#include <wx/stdpaths.h>
+
+#include "helpui/caption_button.h"
+#include "helpui/help_topics.h"
+#include "helpui/make_child.h"
+#include "helpui/program_icons.h"
+#include "wrenlib/trace.h"
+
+namespace vnxtest {
+
+namespace {
+
+const wxSize kFrameSize(900, 640);
+constexpr int kContentsWidth = 300;
+constexpr char kFirstPage[] = "index.html"; // of kTopicContents
+constexpr char kBookFile[] = "vnxtest.htb";
+HelpBook* g_current = nullptr;
+
+wxString FindBook() {
+    const wxStandardPaths& paths = wxStandardPaths::Get();
+    const wxString beside = wxFileName(paths.GetExecutablePath()).GetPath();
+    // An installation has the program in bin/ and the book in share/vnxtest/ next to it.
+    const wxFileName installed(beside + "/../share/vnxtest", kBookFile);
+    for (const wxFileName& candidate :
+         {wxFileName(beside, kBookFile), installed, wxFileName(paths.GetResourcesDir(), kBookFile)}) {
+        if (candidate.FileExists()) {
+            return candidate.GetAbsolutePath();
+        }
+    }
+    return {};
+}
+
+// The book's window, usable while a dialog of the program is open.
+class Controller final : public wxHtmlHelpController {
+public:
+    explicit Controller(wxWindow* parent)
+        : wxHtmlHelpController(wxHF_TOOLBAR | wxHF_CONTENTS | wxHF_INDEX | wxHF_SEARCH | wxHF_PRINT |
+                                   wxHF_MERGE_BOOKS,
+                               parent) {
+        SetTitleFormat("%s - Netorra Help");
+    }
+
+    // The base's Display would keep the caller inside, and the dialog that asked for help out of reach,
+    // until the book is closed.
+    bool Show(const wxString& page, bool withContents) {
+        CreateHelpWindow();
+        wxHtmlHelpWindow* window = GetHelpWindow();
+        return window->Display(page) && (!withContents || window->DisplayContents());
+    }
+
+protected:
+    wxHtmlHelpFrame* CreateHelpFrame(wxHtmlHelpData* data) override {
+        wxHtmlHelpFrame* frame = wxHtmlHelpController::CreateHelpFrame(data);
+        ExemptFromModality(*frame);
+        frame->SetIcons(ProgramIcons());
+        frame->SetSize(frame->FromDIP(kFrameSize));
+        for (wxWindow* child : frame->GetHelpWindow()->GetChildren()) {
+            if (auto* splitter = dynamic_cast<wxSplitterWindow*>(child)) {
+                splitter->SetSashPosition(frame->FromDIP(kContentsWidth));
+            }
+        }
+        return frame;
+    }
+};
+
+} // namespace
+
+class HelpBook::Viewer {
+public:
+    explicit Viewer(wxWindow* parent) : m_controller(parent) {}
+
+    Controller m_controller;
+};
+
+HelpBook::HelpBook() : HelpBook(FindBook()) {}
+
+HelpBook::HelpBook(wxString path) : m_path(std::move(path)) {
+    g_current = this;
+}
+
+HelpBook::~HelpBook() {
+    Close();
+    if (g_current == this) {
+        g_current = nullptr;
+    }
+}
+
+HelpBook* HelpBook::Current() {
+    return g_current;
+}
+
+bool HelpBook::OpenContents(wxWindow* parent) {
+    return OpenTopic(parent, kTopicContents);
+}
+
+bool HelpBook::OpenTopic(wxWindow* parent, int topic) {
+    std::optional<std::string_view> page = FindHelpTopic(topic);
+    if (!page) {
+        WrenLibAfxTrace(L"the help book has no topic %d\n", topic);
+        page = FindHelpTopic(kTopicContents);
+    }
+    return Open(parent, wxString::FromUTF8(page->data(), page->size()));
+}
+
+bool HelpBook::Load() {
+    if (!wxFileSystem::HasHandlerForPath("x.zip#zip:y")) {
+        wxFileSystem::AddHandler(MakeChild<wxZipFSHandler>()); // the file system owns it
+    }
+    if (wxImage::FindHandler(wxBITMAP_TYPE_PNG) == nullptr) {
+        wxImage::AddHandler(MakeChild<wxPNGHandler>()); // the image class owns it
+    }
+    // The main window's child, whatever dialog asks: it outlives the dialog and stays above the window.
+    m_viewer = std::make_unique<Viewer>(wxTheApp->GetTopWindow());
+    const wxLogNull quiet; // the caller's message says it
+    return m_viewer->m_controller.AddBook(wxFileName(m_path));
+}
+
+bool HelpBook::Open(wxWindow* parent, const wxString& page) {
+    const auto refuse = [this, parent](const wxString& message) {
+        Close();
+        wxMessageBox(message, "VNXTest64UD", wxOK | wxICON_WARNING, parent);
+        return false;
+    };
+    if (m_path.empty() || !wxFileName::FileExists(m_path)) {
+        return refuse(
+            wxString::Format("The help book of Netorra was not found.\n\nIt should be beside the program, "
+                             "with the name %s.",
+                             kBookFile));
+    }
+    if (m_viewer == nullptr && !Load()) {
+        return refuse("The help book of Netorra cannot be read:\n\n" + m_path);
+    }
+    Controller& controller = m_viewer->m_controller;
+    const bool first = controller.GetFrame() == nullptr;
+    if (!controller.Show(page, page == kFirstPage)) {
+        return refuse("The help book of Netorra is damaged:\n\n" + m_path);
+    }
+    if (wxHtmlHelpFrame* frame = controller.GetFrame()) {
+        if (first) {
+            frame->CentreOnScreen();
+        }
+        frame->Raise();
+    }
+    return true;
+}
+
+void HelpBook::Close() {
+    if (m_viewer != nullptr) {
+        m_viewer->m_controller.Quit();
+        m_viewer.reset();
+    }
+}
+
+} // namespace vnxtest

@@ -1,0 +1,51 @@
+// The help book: finds it, opens it at its contents or at a topic, and keeps it usable while a dialog of
+// the program is open.
+//
+// The application owns one HelpBook for as long as it runs; the windows reach it through Current().
+// User-interface thread only.
+#pragma once
+
+#include <memory>
+
+#include <wx/string.h>
+
+class wxWindow;
+
+namespace vnxtest {
+
+class HelpBook {
+public:
+    // Looks for vnxtest.htb beside the program, then in the share folder of its installation. The book is
+    // opened when it is first shown. Becomes Current() until destroyed.
+    HelpBook();
+    // The same with the book at a path of the caller's.
+    explicit HelpBook(wxString path);
+    ~HelpBook();
+    HelpBook(const HelpBook&) = delete;
+    HelpBook& operator=(const HelpBook&) = delete;
+
+    // The application's book, or null when there is none.
+    static HelpBook* Current();
+
+    // Where the book is; empty when it was not found.
+    const wxString& Path() const { return m_path; }
+
+    // Shows the table of contents, or a topic (help_topics.h; an unknown number shows the contents).
+    // `parent` is the window whose user asked. False, and a message to the user, when there is no book or
+    // it cannot be read.
+    bool OpenContents(wxWindow* parent);
+    bool OpenTopic(wxWindow* parent, int topic);
+
+    // Closes the book's window if it is open.
+    void Close();
+
+private:
+    class Viewer;
+    bool Load();
+    bool Open(wxWindow* parent, const wxString& page);
+
+    wxString m_path;
+    std::unique_ptr<Viewer> m_viewer;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,16 @@
+// The program's icon in all sizes it was rendered in (packaging/icon). One source per platform: embedded
+// PNG images, or the program's resources.
+#pragma once
+
+#include <wx/bmpbndl.h>
+#include <wx/iconbndl.h>
+
+namespace vnxtest {
+
+// For wxTopLevelWindow::SetIcons.
+wxIconBundle ProgramIcons();
+
+// For a place in a dialog, at whatever resolution its screen has.
+wxBitmapBundle ProgramIconBitmaps();
+
+} // namespace vnxtest

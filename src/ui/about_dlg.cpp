@@ -1,0 +1,71 @@
+#include "ui/about_dlg.h"
+
+#include <wx/hyperlink.h>
+#include <wx/sizer.h>
+#include <wx/statbmp.h>
+#include <wx/stattext.h>
+#include <wx/uri.h>
+
+#include "helpui/dialog_ids.h"
+#include "helpui/make_child.h"
+#include "helpui/program_icons.h"
+#include "hostnet/report.h"
+#include "ui/dialog_layout.h"
+#include "ui/product.h"
+#include "ui/window_placement.h"
+
+namespace vnxtest {
+
+namespace {
+
+namespace ids = about_control;
+constexpr const wchar_t* kPlacement = L"About";
+constexpr int kIconSize = 48;
+
+wxString MailAddress(const wxString& version) {
+    wxString subject = wxString(kProductDescription) + " " + version;
+    subject.Replace(" ", "%20");
+    return wxString("mailto:") + kSupportMail + "?subject=" + subject;
+}
+
+} // namespace
+
+CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
+    : CHelpButtonDlg(parent, wxID_ANY, "About VNXTest64UD"), m_profile(profile) {
+    SetUpHelp(kDialogAbout);
+    const int gap = Gap(*this);
+    const ReportContext facts;
+    const wxString version = wxString(facts.programVersion) + "-UD";
+
+    auto* const content = MakeChild<wxBoxSizer>(wxHORIZONTAL);
+    content->Add(MakeChild<wxStaticBitmap>(
+                     this, wxID_ANY, ProgramIconBitmaps().GetBitmap(FromDIP(wxSize(kIconSize, kIconSize)))),
+                 wxSizerFlags().Border(wxRIGHT, 3 * gap));
+    auto* const lines = MakeChild<wxBoxSizer>(wxVERTICAL);
+    lines->Add(MakeChild<wxStaticText>(this, ids::kVersionLine,
+                                       wxString(kProductDescription) + " -- Version " + version),
+               wxSizerFlags().Border(wxBOTTOM, gap));
+    lines->Add(MakeChild<wxStaticText>(this, ids::kLegalNotice, facts.copyright),
+               wxSizerFlags().Border(wxBOTTOM, gap));
+    lines->Add(MakeChild<wxHyperlinkCtrl>(this, ids::kWebPage, kProductPage, kProductPage),
+               wxSizerFlags().Border(wxBOTTOM, gap));
+    auto* const contact = MakeChild<wxBoxSizer>(wxHORIZONTAL);
+    contact->Add(MakeChild<wxStaticText>(this, wxID_ANY, "Support contact:"),
+                 wxSizerFlags().CentreVertical().Border(wxRIGHT, gap));
+    contact->Add(MakeChild<wxHyperlinkCtrl>(this, ids::kSupportMail, kSupportMail, MailAddress(version)),
+                 wxSizerFlags().CentreVertical());
+    lines->Add(contact);
+    content->Add(lines, wxSizerFlags(1));
+    FinishDialog(*this, content, wxOK | wxHELP);
+    SetEscapeId(wxID_OK);
+    RestoreWindowPlacement(*this, m_profile, kPlacement, PlacementParts::Position);
+    if (wxWindow* const ok = FindWindow(wxID_OK)) {
+        ok->SetFocus();
+    }
+}
+
+CAboutDlg::~CAboutDlg() {
+    SaveWindowPlacement(*this, m_profile, kPlacement);
+}
+
+} // namespace vnxtest

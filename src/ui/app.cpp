@@ -1,0 +1,118 @@
+#include "ui/app.h"
+
+#include <wx/cmdline.h>
+
+#include "helpui/make_child.h"
+#include "ui/command_ids.h"
+#include "ui/document.h"
+#include "ui/main_frame.h"
+#include "ui/product.h"
+#include "ui/view.h"
+
+namespace vnxtest {
+
+namespace {
+
+constexpr int kRecentFiles = 4;
+
+class DocumentManager final : public wxDocManager {
+public:
+    wxString MakeNewDocumentName() override { return "Untitled"; }
+    wxFileHistory* OnCreateFileHistory() override { return MakeChild<wxFileHistory>(kRecentFiles); }
+};
+
+} // namespace
+
+CVNXTestApp& TheApp() {
+    return *static_cast<CVNXTestApp*>(wxTheApp);
+}
+
+CVNXTestApp::CVNXTestApp() {
+    SetAppName(kProductName);
+    SetAppDisplayName(kProductName);
+    SetVendorName(kCompanyName);
+    SetClassName("vnxtest");
+}
+
+void CVNXTestApp::OnInitCmdLine(wxCmdLineParser& parser) {
+    wxApp::OnInitCmdLine(parser);
+    parser.AddLongOption("library",
+                         "Interface library: auto, pcap, tun, sim[:...], or the path of a shared library "
+                         "(default auto)");
+    parser.AddParam("file", wxCMD_LINE_VAL_STRING, wxCMD_LINE_PARAM_OPTIONAL | wxCMD_LINE_PARAM_MULTIPLE);
+}
+
+bool CVNXTestApp::OnCmdLineParsed(wxCmdLineParser& parser) {
+    wxString library;
+    if (parser.Found("library", &library)) {
+        m_libraryName = library.ToStdWstring();
+    }
+    return wxApp::OnCmdLineParsed(parser);
+}
+
+bool CVNXTestApp::OnInit() {
+    if (!wxApp::OnInit()) {
+        return false;
+    }
+    m_profile = OpenProfile();
+    m_helpBook = std::make_unique<HelpBook>();
+    m_documents = std::make_unique<DocumentManager>();
+    m_documents->SetMaxDocsOpen(1);
+    // The manager owns its templates.
+    MakeChild<wxDocTemplate>(m_documents.get(), "VNXTest Reports (*.vnt)", "*.vnt", "", "vnt",
+                             "VNXTest Report", "VNXTest", CLASSINFO(CVNXTestDoc), CLASSINFO(CVNXTestView));
+    m_frame = MakeChild<CMainFrame>(*m_documents, *m_profile);
+    SetTopWindow(m_frame);
+    BindFileCommands();
+    if (m_documents->CreateNewDocument() == nullptr) {
+        m_frame->Destroy();
+        return false;
+    }
+    m_frame->Show();
+    // The window appears before the host is looked at, which takes its time.
+    m_frame->CallAfter([this] {
+        if (CVNXTestDoc* const document = Document()) {
+            wxStaticCast(document->GetFirstView(), CVNXTestView)->InitialUpdate();
+        }
+    });
+    return true;
+}
+
+int CVNXTestApp::OnExit() {
+    m_documents.reset();
+    m_helpBook.reset();
+    m_profile.reset();
+    return wxApp::OnExit();
+}
+
+CVNXTestDoc* CVNXTestApp::Document() {
+    return wxDynamicCast(m_documents->GetCurrentDocument(), CVNXTestDoc);
+}
+
+void CVNXTestApp::BindFileCommands() {
+    Bind(
+        wxEVT_MENU, [this](wxCommandEvent& event) { m_documents->OnFileSave(event); }, WindowId(kCmdSave));
+    Bind(
+        wxEVT_MENU, [this](wxCommandEvent&) { OnOpen(); }, WindowId(kCmdOpen));
+    Bind(
+        wxEVT_MENU,
+        [this](wxCommandEvent&) {
+            if (CVNXTestDoc* const document = Document()) {
+                document->StartOver();
+            }
+        },
+        WindowId(kCmdNew));
+}
+
+// The framework's way up to the point where a document would be read.
+void CVNXTestApp::OnOpen() {
+    CVNXTestDoc* const document = Document();
+    wxString path;
+    wxDocTemplate* documentTemplate = document != nullptr ? document->GetDocumentTemplate() : nullptr;
+    if (documentTemplate != nullptr &&
+        m_documents->SelectDocumentPath(&documentTemplate, 1, path, 0) != nullptr) {
+        document->OnOpenDocument(path);
+    }
+}
+
+} // namespace vnxtest

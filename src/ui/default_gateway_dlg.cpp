@@ -1,0 +1,70 @@
+#include "ui/default_gateway_dlg.h"
+
+#include <wx/msgdlg.h>
+#include <wx/sizer.h>
+#include <wx/utils.h>
+
+#include "helpui/balloon.h"
+#include "helpui/dialog_ids.h"
+#include "helpui/ip_address_ctrl.h"
+#include "helpui/make_child.h"
+#include "hostnet/address_validation.h"
+#include "ui/dialog_layout.h"
+#include "ui/product.h"
+
+namespace vnxtest {
+
+CDefaultGatewayDlg::CDefaultGatewayDlg(wxWindow* parent, HostNetwork& host)
+    : CHelpButtonDlg(parent, wxID_ANY, "Define Default Gateway"), m_host(host) {
+    SetUpHelp(kDialogDefaultGateway);
+    wxFlexGridSizer* const rows = MakeRows(*this);
+    m_address = AddRow(rows, this, "Default &gateway:", [this] {
+        return MakeChild<IpAddressCtrl>(this, default_gateway_control::kGatewayIp,
+                                        "IP address of the default gateway");
+    });
+    FinishDialog(*this, rows);
+    m_address->SetFocus();
+}
+
+bool CDefaultGatewayDlg::TransferDataToWindow() {
+    if (!m_host.DefaultGateway().IsZero()) {
+        m_address->SetText(m_host.DefaultGatewayText());
+    }
+    return true;
+}
+
+bool CDefaultGatewayDlg::UseSilentGateway() {
+    wxMessageDialog question(
+        this, wxString::Format("The gateway %s does not answer.", wxString(FormatIPAddr(m_gateway))),
+        kProductName, wxYES_NO | wxNO_DEFAULT | wxICON_WARNING | wxCENTRE);
+    question.SetExtendedMessage("It was asked for its hardware address and sent no reply. Without it packets "
+                                "for other subnets cannot be sent to the gateway in TAP mode.");
+    question.SetYesNoLabels("&Use the entered value.", "&Let me fix the error.");
+    return question.ShowModal() == wxID_YES;
+}
+
+bool CDefaultGatewayDlg::Validate() {
+    const auto gateway = ValidateIPAddress(m_address->GetText().ToStdWstring());
+    if (!gateway) {
+        return ErrorBalloon(m_address, "IP Address",
+                            "The IP Address you entered is invalid. Please enter a valid IP address.");
+    }
+    m_gateway = *gateway;
+    bool responsive = false;
+    {
+        const wxBusyCursor busy;
+        responsive = m_host.IsIPAddrResponsive(m_gateway, &m_gatewayMac, Ipv4Address());
+    }
+    if (!responsive && !UseSilentGateway()) {
+        m_address->SetFocusField(0);
+        return false;
+    }
+    return true;
+}
+
+bool CDefaultGatewayDlg::TransferDataFromWindow() {
+    m_host.SetDefaultGateway(m_gateway, m_gatewayMac);
+    return true;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,31 @@
+// The default gateway dialog: the gateway's address, which is asked for its hardware address before it is
+// taken. When it does not answer the user decides whether it is used all the same.
+#pragma once
+
+#include "helpui/help_button_wnd.h"
+#include "hostnet/host_network.h"
+
+namespace vnxtest {
+
+class IpAddressCtrl;
+
+class CDefaultGatewayDlg final : public CHelpButtonDlg {
+public:
+    // OK sets the default gateway of `host`. Only while the guest is stopped.
+    CDefaultGatewayDlg(wxWindow* parent, HostNetwork& host);
+
+protected:
+    bool TransferDataToWindow() override;
+    bool Validate() override;
+    bool TransferDataFromWindow() override;
+
+private:
+    bool UseSilentGateway();
+
+    HostNetwork& m_host;
+    IpAddressCtrl* m_address = nullptr;
+    Ipv4Address m_gateway;
+    MacAddress m_gatewayMac;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,148 @@
+#include "ui/document.h"
+
+#include <array>
+#include <filesystem>
+#include <memory>
+
+#include <wx/filedlg.h>
+#include <wx/filename.h>
+#include <wx/frame.h>
+#include <wx/msgdlg.h>
+
+#include "core/output_channel.h"
+#include "platform/atomic_file.h"
+#include "platform/terminal.h"
+#include "ui/product.h"
+#include "ui/view.h"
+
+namespace vnxtest {
+
+wxIMPLEMENT_DYNAMIC_CLASS(CVNXTestDoc, wxDocument);
+
+namespace {
+
+// The extensions of the first two filters of the file dialog; the third shows all files.
+constexpr std::array kExtensions = {"vnt", "txt"};
+
+CVNXTestView& ViewOf(const wxDocument& document) {
+    return *wxStaticCast(document.GetFirstView(), CVNXTestView);
+}
+
+// Writes `text` with the platform's line ends.
+bool WriteText(AtomicFile& file, std::string_view text) {
+    const std::string_view lineEnd = kTextLineEnd;
+    if (lineEnd == "\n") {
+        return file.Write(text);
+    }
+    constexpr std::size_t kBlock = 1024 * 1024;
+    std::string block;
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        block += text.substr(0, end);
+        if (end == std::string_view::npos) {
+            break;
+        }
+        block += lineEnd;
+        text.remove_prefix(end + 1);
+        if (block.size() >= kBlock) {
+            if (!file.Write(block)) {
+                return false;
+            }
+            block.clear();
+        }
+    }
+    return file.Write(block);
+}
+
+} // namespace
+
+void CVNXTestDoc::StartOver() {
+    if (!OnSaveModified()) {
+        return;
+    }
+    OnNewDocument();
+    ViewOf(*this).StartOver();
+}
+
+bool CVNXTestDoc::OnOpenDocument(const wxString&) {
+    return Verify(false);
+}
+
+bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
+    AtomicFile file;
+    const std::filesystem::path destination(path.ToStdWstring());
+    if (file.Open(destination, FileAccess::Document) && WriteText(file, ViewOf(*this).WholeText()) &&
+        file.Commit()) {
+        return true;
+    }
+    wxMessageBox("The report could not be saved.\n\n" + wxString(file.Problem()), kProductName,
+                 wxOK | wxICON_ERROR, GetDocumentWindow());
+    return false;
+}
+
+// The file dialog. A name without an extension gets that of the chosen filter; when there already is a
+// file of the completed name, the user is asked, since the dialog could not do that.
+std::optional<wxString> CVNXTestDoc::AskPath() {
+    wxWindow* const parent = GetDocumentWindow();
+    wxString name = wxFileName(GetFilename()).GetName() + "." + kExtensions[0];
+    wxString folder = GetDocumentManager()->GetLastDirectory();
+    while (true) {
+        wxFileDialog dialog(parent, "Save As", folder, name,
+                            "VNXTest Reports (*.vnt)|*.vnt|Text Files (*.txt)|*.txt|All Files (*.*)|*",
+                            wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
+        if (dialog.ShowModal() != wxID_OK) {
+            return std::nullopt;
+        }
+        wxFileName chosen(dialog.GetPath());
+        folder = chosen.GetPath();
+        GetDocumentManager()->SetLastDirectory(folder);
+        if (chosen.HasExt()) {
+            return chosen.GetFullPath();
+        }
+        const auto filter = static_cast<std::size_t>(dialog.GetFilterIndex());
+        chosen.SetExt(kExtensions[filter < kExtensions.size() ? filter : 0]);
+        if (!chosen.FileExists() ||
+            wxMessageBox(
+                wxString::Format("%s already exists.\nDo you want to replace it?", chosen.GetFullName()),
+                kProductName, wxYES_NO | wxNO_DEFAULT | wxICON_WARNING, parent) == wxYES) {
+            return chosen.GetFullPath();
+        }
+        name = chosen.GetFullName();
+    }
+}
+
+bool CVNXTestDoc::SaveAs() {
+    const std::optional<wxString> path = AskPath();
+    if (!path || !OnSaveDocument(*path)) {
+        return false;
+    }
+    SetTitle(wxFileNameFromPath(*path));
+    SetFilename(*path, true);
+    return true;
+}
+
+bool CVNXTestDoc::OnSaveModified() {
+    while (IsModified()) {
+        const wxString name = HasPath() ? wxFileNameFromPath(GetFilename()) : wxString("Untitled");
+        wxMessageDialog prompt(GetDocumentWindow(),
+                               wxString::Format("Do you want to save changes to %s?", name), kProductName,
+                               wxYES_NO | wxCANCEL | wxCANCEL_DEFAULT | wxICON_NONE | wxCENTRE);
+        prompt.SetYesNoCancelLabels("&Save", "Do&n't Save", "Cancel");
+        const int answer = prompt.ShowModal();
+        if (answer == wxID_NO) {
+            return true;
+        }
+        if (answer != wxID_YES) {
+            Verify(answer == wxID_CANCEL);
+            return false;
+        }
+        // A cancelled file dialog or a failed save brings the question back.
+        if (HasPath() ? OnSaveDocument(GetFilename()) : SaveAs()) {
+            Modify(false);
+            return true;
+        }
+    }
+    return true;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,36 @@
+// The document: the report text as it stands in the output view. It can be saved, not loaded.
+//
+// Saving writes UTF-8 with the platform's line ends and is atomic: a failed save leaves the old file and
+// the document as they were. User-interface thread.
+#pragma once
+
+#include <optional>
+
+#include <wx/docview.h>
+
+namespace vnxtest {
+
+class CVNXTestDoc final : public wxDocument {
+public:
+    // The New command: asks whether the present text may go, and starts over in the same window.
+    void StartOver();
+    // The document has a path that it was saved to.
+    bool HasPath() const { return GetDocumentSaved(); }
+
+    // wxDocument
+    bool SaveAs() override;
+    // Loading is not supported: writes the assertion line and returns false.
+    bool OnOpenDocument(const wxString& path) override;
+    // The save prompt. True when the document may be discarded.
+    bool OnSaveModified() override;
+
+protected:
+    bool DoSaveDocument(const wxString& path) override;
+
+private:
+    std::optional<wxString> AskPath();
+
+    wxDECLARE_DYNAMIC_CLASS(CVNXTestDoc);
+};
+
+} // namespace vnxtest

@@ -1,0 +1,72 @@
+#include "ui/main_frame.h"
+
+#include <array>
+
+#include <wx/display.h>
+
+#include "helpui/dialog_ids.h"
+#include "helpui/help_book.h"
+#include "helpui/program_icons.h"
+#include "ui/about_dlg.h"
+#include "ui/command_ids.h"
+#include "ui/menus.h"
+#include "ui/product.h"
+#include "ui/window_placement.h"
+
+namespace vnxtest {
+
+namespace {
+constexpr const wchar_t* kPlacement = L"MainFrame";
+} // namespace
+
+CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
+    : CHelpButtonFrameWnd(&manager, nullptr, wxID_ANY, "VNXTest"), m_profile(profile) {
+    SetUpHelp(kTemplateFrame);
+    SetIcons(ProgramIcons());
+    SetMenuBar(MakeMainMenu().release());
+    SetAcceleratorTable(MakeAccelerators());
+
+    constexpr std::array kWidths = {-3, -4};
+    CreateStatusBar(static_cast<int>(kWidths.size()));
+    SetStatusWidths(static_cast<int>(kWidths.size()), kWidths.data());
+    GetHelp()->Assign(*GetStatusBar(), frame_control::kStatusBar);
+
+    // A report's lines with their time stamps, and a chart below them.
+    const wxSize screen = wxDisplay(this).GetClientArea().GetSize();
+    wxSize size(120 * GetCharWidth(), 42 * GetCharHeight());
+    size.DecTo(screen);
+    SetInitialSize(size);
+    RestoreWindowPlacement(*this, m_profile, kPlacement, PlacementParts::PositionAndSize);
+
+    Bind(
+        wxEVT_MENU, [this](wxCommandEvent&) { OnAbout(); }, WindowId(kCmdAbout));
+    Bind(
+        wxEVT_MENU,
+        [this](wxCommandEvent&) {
+            if (HelpBook* const book = HelpBook::Current()) {
+                book->OpenContents(this);
+            }
+        },
+        WindowId(kCmdHelp));
+    Bind(
+        wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, WindowId(kCmdExit));
+    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
+        SaveWindowPlacement(*this, m_profile, kPlacement);
+        event.Skip();
+    });
+}
+
+void CMainFrame::RegisterHelp(HelpMaps& maps) {
+    maps.remap.Register(MakeHelpKey(kTemplateFrame, frame_area::kStatusField + kProgressField),
+                        MakeHelpKey(kTemplateFrame, frame_control::kProgress));
+}
+
+void CMainFrame::FillSystemMenu(wxMenu& menu) {
+    AppendCommand(menu, kCmdAbout, "&About VNXTest64UD...");
+}
+
+void CMainFrame::OnAbout() {
+    CAboutDlg(this, m_profile).ShowModal();
+}
+
+} // namespace vnxtest

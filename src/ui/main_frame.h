@@ -1,0 +1,30 @@
+// The main window's frame: menu bar, status bar, place on the screen, and the About and Help commands.
+// User-interface thread.
+#pragma once
+
+#include "helpui/help_button_wnd.h"
+#include "platform/profile.h"
+
+namespace vnxtest {
+
+// The fields of the status bar.
+inline constexpr int kPromptField = 0;   // prompts of menu items, and messages
+inline constexpr int kProgressField = 1; // the running ping test
+
+class CMainFrame final : public CHelpButtonFrameWnd {
+public:
+    // `profile` must outlive this; the window's place is kept there.
+    CMainFrame(wxDocManager& manager, Profile& profile);
+
+protected:
+    void RegisterHelp(HelpMaps& maps) override;
+    bool HasSystemMenu() const override { return true; }
+    void FillSystemMenu(wxMenu& menu) override;
+
+private:
+    void OnAbout();
+
+    Profile& m_profile;
+};
+
+} // namespace vnxtest

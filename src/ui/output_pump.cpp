@@ -1,0 +1,90 @@
+#include "ui/output_pump.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+#include <wx/app.h>
+
+namespace vnxtest {
+
+namespace {
+
+constexpr std::size_t kSlice = 64 * 1024;
+// How long the window may be kept busy at a stretch: well under the time a user notices.
+constexpr std::chrono::milliseconds kStretch(5);
+
+} // namespace
+
+OutputPump::OutputPump(OutputChannel& channel, COutputText& text, std::function<void()> appended)
+    : m_channel(channel), m_text(text), m_appended(std::move(appended)) {
+    m_text.Bind(wxEVT_IDLE, &OutputPump::OnIdle, this);
+}
+
+OutputPump::~OutputPump() {
+    m_text.Unbind(wxEVT_IDLE, &OutputPump::OnIdle, this);
+}
+
+void OutputPump::OnOutputPending() {
+    m_pending = true;
+    wxWakeUpIdle();
+}
+
+bool OutputPump::AppendSlice(std::size_t largest) {
+    if (m_backlogAt == m_backlog.size()) {
+        m_backlogAt = 0;
+        m_backlog.clear();
+        if (!std::exchange(m_pending, false)) {
+            return false;
+        }
+        m_backlog = m_channel.TakePending();
+        if (m_backlog.empty()) {
+            return false;
+        }
+    }
+    std::string_view slice = std::string_view(m_backlog).substr(m_backlogAt);
+    if (slice.size() > largest) {
+        std::size_t lineEnd = slice.rfind('\n', largest - 1);
+        lineEnd = lineEnd == std::string_view::npos ? slice.find('\n', largest) : lineEnd;
+        slice = slice.substr(0, lineEnd == std::string_view::npos ? lineEnd : lineEnd + 1);
+    }
+    m_text.AppendLines(slice);
+    m_backlogAt += slice.size();
+    if (m_backlogAt == m_backlog.size()) {
+        std::string().swap(m_backlog);
+        m_backlogAt = 0;
+    }
+    m_appended();
+    return true;
+}
+
+void OutputPump::OnIdle(wxIdleEvent& event) {
+    event.Skip();
+    const auto end = std::chrono::steady_clock::now() + kStretch;
+    while (AppendSlice(kSlice)) {
+        if (std::chrono::steady_clock::now() >= end) {
+            break;
+        }
+    }
+    if (m_pending || !m_backlog.empty()) {
+        event.RequestMore();
+    }
+}
+
+void OutputPump::Flush() {
+    m_pending = true;
+    while (AppendSlice(std::string::npos)) {
+        m_pending = true;
+    }
+    m_pending = false;
+}
+
+void OutputPump::Drop() {
+    m_channel.TakePending();
+    m_pending = false;
+    m_backlog.clear();
+    m_backlogAt = 0;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,46 @@
+// Moves what waits in the output channel into the control, without ever holding up the window.
+//
+// A batch is appended at once; one that is too large for that is cut into slices at line ends, and
+// keys, clicks and drawing come first between two of them. Order is kept and nothing is lost.
+// User-interface thread.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <wx/event.h>
+
+#include "core/output_channel.h"
+#include "ui/output_text.h"
+
+namespace vnxtest {
+
+class OutputPump {
+public:
+    // Calls `appended` after each append. Both others must outlive this.
+    OutputPump(OutputChannel& channel, COutputText& text, std::function<void()> appended);
+    ~OutputPump();
+    OutputPump(const OutputPump&) = delete;
+    OutputPump& operator=(const OutputPump&) = delete;
+
+    // The handler of OutputPending. The lines are taken when the window has nothing else to do, so
+    // that a flood of messages cannot keep it from its user.
+    void OnOutputPending();
+    // Appends all that waits, however much it is.
+    void Flush();
+    // Forgets all that waits.
+    void Drop();
+
+private:
+    void OnIdle(wxIdleEvent& event);
+    bool AppendSlice(std::size_t largest);
+
+    OutputChannel& m_channel;
+    COutputText& m_text;
+    std::function<void()> m_appended;
+    bool m_pending = false; // the channel has lines
+    std::string m_backlog;  // taken from it and not yet shown, from m_backlogAt on
+    std::size_t m_backlogAt = 0;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,137 @@
+#include "ui/output_text.h"
+
+#include <algorithm>
+
+#include <wx/fdrepdlg.h>
+#include <wx/fontenum.h>
+#include <wx/settings.h>
+
+namespace vnxtest {
+
+namespace {
+
+wxFont FixedPitchFont() {
+    constexpr int kPoints = 10;
+    const wxString courier = "Courier New";
+    wxFontInfo info(kPoints);
+    info.Family(wxFONTFAMILY_TELETYPE);
+    if (wxFontEnumerator::IsValidFacename(courier)) {
+        info.FaceName(courier);
+    }
+    return wxFont(info);
+}
+
+} // namespace
+
+COutputText::COutputText(wxWindow* parent) : wxStyledTextCtrl(parent, wxID_ANY) {
+    constexpr int kMargins = 5;
+    SetName("Report");
+    SetUndoCollection(false);
+    EmptyUndoBuffer();
+    SetModEventMask(0);
+    SetEOLMode(wxSTC_EOL_LF);
+    SetWrapMode(wxSTC_WRAP_NONE);
+    for (int margin = 0; margin < kMargins; ++margin) {
+        SetMarginWidth(margin, 0);
+    }
+    SetScrollWidth(1);
+    SetScrollWidthTracking(true);
+    SetEndAtLastLine(true);
+    SetLayoutCache(wxSTC_CACHE_PAGE);
+    SetTabWidth(8);
+    UsePopUp(wxSTC_POPUP_NEVER);
+    StyleSetFont(wxSTC_STYLE_DEFAULT, FixedPitchFont());
+    TakeSystemColours();
+    SetReadOnly(true);
+    Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+        TakeSystemColours();
+        event.Skip();
+    });
+}
+
+void COutputText::TakeSystemColours() {
+    StyleSetForeground(wxSTC_STYLE_DEFAULT, wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT));
+    StyleSetBackground(wxSTC_STYLE_DEFAULT, wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW));
+    StyleClearAll();
+    SetCaretForeground(wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT));
+    SetSelForeground(true, wxSystemSettings::GetColour(wxSYS_COLOUR_HIGHLIGHTTEXT));
+    SetSelBackground(true, wxSystemSettings::GetColour(wxSYS_COLOUR_HIGHLIGHT));
+}
+
+void COutputText::SetScrollbar(int orientation, int position, int visible, int range, bool refresh) {
+    wxStyledTextCtrl::SetScrollbar(orientation, position, visible,
+                                   orientation == wxHORIZONTAL ? std::max(range, visible) : range, refresh);
+}
+
+bool COutputText::IsAtEnd() const {
+    const int end = GetLength();
+    return GetSelectionStart() == end && GetSelectionEnd() == end;
+}
+
+void COutputText::AppendLines(std::string_view lines) {
+    const bool follow = IsAtEnd();
+    const int added = static_cast<int>(lines.size());
+    Reserve(GetLength() + added);
+    SetReadOnly(false);
+    AppendTextRaw(lines.data(), added);
+    SetReadOnly(true);
+    if (follow) {
+        GotoPos(GetLength());
+    }
+}
+
+// The control grows its buffer by a sixth at a time and copies all of it each time, which holds a large
+// document up again and again. Grown by large factors it is copied once or twice in a document's life.
+// Memory that is only reserved costs nothing.
+void COutputText::Reserve(int bytes) {
+    constexpr int kFirst = 64 * 1024 * 1024;
+    constexpr int kFactor = 4;
+    constexpr int kLargest = 1024 * 1024 * 1024;
+    if (bytes <= m_reserved || bytes > kLargest) {
+        return;
+    }
+    m_reserved = std::max(m_reserved, kFirst);
+    while (m_reserved < bytes) {
+        m_reserved *= kFactor;
+    }
+    Allocate(m_reserved);
+}
+
+void COutputText::EmptyText() {
+    SetReadOnly(false);
+    ClearAll();
+    SetReadOnly(true);
+    SetScrollWidth(1);
+}
+
+std::string_view COutputText::WholeText() const {
+    return {GetCharacterPointer(), static_cast<std::size_t>(GetLength())};
+}
+
+int COutputText::Search(int from, int to, const wxString& text, int searchFlags) {
+    SetSearchFlags(searchFlags);
+    SetTargetStart(from);
+    SetTargetEnd(to);
+    return SearchInTarget(text);
+}
+
+bool COutputText::FindText(const wxString& text, int flags) {
+    const int end = GetLength();
+    const int searchFlags = ((flags & wxFR_MATCHCASE) != 0 ? wxSTC_FIND_MATCHCASE : 0) |
+                            ((flags & wxFR_WHOLEWORD) != 0 ? wxSTC_FIND_WHOLEWORD : 0);
+    const bool down = (flags & wxFR_DOWN) != 0;
+    int found = down ? Search(GetSelectionEnd(), end, text, searchFlags)
+                     : Search(GetSelectionStart(), 0, text, searchFlags);
+    if (found < 0) {
+        found = down ? Search(0, end, text, searchFlags) : Search(end, 0, text, searchFlags);
+    }
+    if (found < 0) {
+        return false;
+    }
+    const int foundEnd = GetTargetEnd();
+    SetSelection(found, foundEnd);
+    ScrollRange(found, foundEnd);
+    return true;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,44 @@
+// The control that shows the document: read-only, fixed pitch, no wrap.
+//
+// It holds millions of lines and appends without redrawing what is there. A reader who has put the
+// caret or a selection anywhere but at the end keeps it, and the part of the text he looks at, whatever
+// is appended. User-interface thread.
+#pragma once
+
+#include <string_view>
+
+#include <wx/stc/stc.h>
+
+namespace vnxtest {
+
+class COutputText final : public wxStyledTextCtrl {
+public:
+    explicit COutputText(wxWindow* parent);
+
+    // Appends `lines` (UTF-8). When the caret stood at the end it is at the end afterwards, and in view.
+    void AppendLines(std::string_view lines);
+    // Empties the document.
+    void EmptyText();
+
+    // The whole text (UTF-8, lines end in "\n"). Valid until the next change.
+    std::string_view WholeText() const;
+    // The caret is at the end and nothing is selected.
+    bool IsAtEnd() const;
+
+    // Selects the next occurrence of `text` behind the selection (before it, when `flags` do not hold
+    // wxFR_DOWN), going round the end of the document once, and scrolls to it. False when there is none.
+    bool FindText(const wxString& text, int flags);
+
+    // The horizontal range is never less than what is visible: the toolkit's scrolled windows would show
+    // that as being scrolled beyond the end.
+    void SetScrollbar(int orientation, int position, int visible, int range, bool refresh = true) override;
+
+private:
+    void TakeSystemColours();
+    void Reserve(int bytes);
+    int Search(int from, int to, const wxString& text, int searchFlags);
+
+    int m_reserved = 0; // bytes
+};
+
+} // namespace vnxtest

@@ -1,0 +1,53 @@
+#include "ui/panes.h"
+
+#include <memory>
+
+#include "helpui/make_child.h"
+
+namespace vnxtest {
+
+namespace {
+constexpr const wchar_t* kShowChart = L"ShowPingChart";
+} // namespace
+
+CPanes::CPanes(wxWindow* parent, const PingHistory& history, Profile& profile)
+    : wxSplitterWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                       wxSP_3DSASH | wxSP_LIVE_UPDATE | wxSP_NOBORDER),
+      m_profile(profile), m_text(MakeChild<COutputText>(this)),
+      m_chart(MakeChild<CPingChart>(this, history)) {
+    // The chart keeps its height when the window is resized; the text takes what is left.
+    SetSashGravity(1.0);
+    SetMinimumPaneSize(4 * m_chart->GetCharHeight());
+    m_chart->Hide();
+    Initialize(m_text);
+    if (m_profile.ReadNumber(kShowChart, 1) != 0) {
+        Split();
+    }
+}
+
+void CPanes::Split() {
+    SplitHorizontally(m_text, m_chart, -m_chart->GetBestSize().y);
+}
+
+void CPanes::ShowChart(bool show) {
+    if (show == IsSplit()) {
+        return;
+    }
+    if (show) {
+        Split();
+    } else {
+        Unsplit(m_chart);
+        m_text->SetFocus();
+    }
+    m_profile.WriteNumber(kShowChart, show ? 1 : 0);
+}
+
+void CPanes::FocusNextPane() {
+    if (IsSplit() && m_text->HasFocus()) {
+        m_chart->SetFocus();
+    } else {
+        m_text->SetFocus();
+    }
+}
+
+} // namespace vnxtest

@@ -1,0 +1,210 @@
+#include "ui/parameters_dlg.h"
+
+#include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/radiobut.h>
+#include <wx/sizer.h>
+#include <wx/statbox.h>
+#include <wx/stattext.h>
+
+#include "helpui/balloon.h"
+#include "helpui/dialog_ids.h"
+#include "helpui/ip_address_ctrl.h"
+#include "helpui/mac_entry_ctrl.h"
+#include "helpui/make_child.h"
+#include "ui/dialog_layout.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+
+namespace {
+
+namespace ids = parameters_control;
+
+// What differs between the two interfaces: numbers, and mnemonics, which must be unique in the dialog.
+struct InterfaceFacts {
+    int tun, tap, guestIp, guestMac, adapterIp, adapterMac;
+    const char *tunLabel, *tapLabel, *guestIpLabel, *guestMacLabel, *adapterIpLabel, *adapterMacLabel;
+    const char* name; // for screen readers
+};
+
+constexpr std::array<InterfaceFacts, 2> kInterfaces = {{
+    {ids::kTun1, ids::kTap1, ids::kGuestIp1, ids::kGuestMac1, ids::kAdapterIp1, ids::kAdapterMac1, "T&un",
+     "&Tap", "&IP Address:", "&MAC Address:", "I&P Address:", "MAC A&ddress:", "interface 1"},
+    {ids::kTun2, ids::kTap2, ids::kGuestIp2, ids::kGuestMac2, ids::kAdapterIp2, ids::kAdapterMac2, "Tu&n",
+     "T&ap", "IP Add&ress:", "MA&C Address:", "IP Addr&ess:", "MAC Addre&ss:", "interface 2"},
+}};
+
+// The text as it is judged: a control that is filled in part is not blank, and not an address either.
+std::wstring TextOf(const IpAddressCtrl& control) {
+    if (control.IsBlank() || control.AreAllFieldsFilled()) {
+        return control.GetText().ToStdWstring();
+    }
+    wxString text = control.GetFieldText(0);
+    for (int field = 1; field < 4; ++field) {
+        text += "." + control.GetFieldText(field);
+    }
+    return text.ToStdWstring();
+}
+
+} // namespace
+
+CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestParameters& parameters)
+    : CHelpButtonDlg(parent, wxID_ANY, "VNXTest64UD Parameters"), m_host(host), m_parameters(parameters) {
+    SetUpHelp(kDialogParameters);
+    const int gap = Gap(*this);
+    auto* const content = MakeChild<wxBoxSizer>(wxVERTICAL);
+    content->Add(MakeInterface(0, " Virtual Interface #1:  (required) "), wxSizerFlags().Expand());
+    m_useTwo = MakeChild<wxCheckBox>(this, ids::kUseTwo, "Use t&wo virtual interfaces for this test");
+    content->Add(m_useTwo, wxSizerFlags().Border(wxTOP | wxBOTTOM, 2 * gap));
+    content->Add(MakeInterface(1, " Virtual Interface #2:  (optional) "), wxSizerFlags().Expand());
+    FinishDialog(*this, content);
+    // The letters are used up, and Escape does the same.
+    if (wxWindow* const cancel = FindWindow(wxID_CANCEL)) {
+        cancel->SetLabel("Cancel");
+    }
+    m_useTwo->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { ApplyUse(); });
+    m_interfaces[0].guestIp->SetFocus();
+}
+
+wxSizer* CParametersDlg::MakeInterface(int index, const wxString& title) {
+    const InterfaceFacts& facts = kInterfaces[static_cast<std::size_t>(index)];
+    InterfaceControls& controls = m_interfaces[static_cast<std::size_t>(index)];
+    const int gap = Gap(*this);
+    const wxString name = facts.name;
+
+    auto* const group = MakeChild<wxStaticBoxSizer>(wxHORIZONTAL, this, title);
+    wxWindow* const box = group->GetStaticBox();
+
+    auto* const guest = MakeChild<wxBoxSizer>(wxVERTICAL);
+    auto* const mode = MakeChild<wxBoxSizer>(wxHORIZONTAL);
+    controls.tun = MakeChild<wxRadioButton>(box, facts.tun, facts.tunLabel, wxDefaultPosition, wxDefaultSize,
+                                            wxRB_GROUP);
+    controls.tap = MakeChild<wxRadioButton>(box, facts.tap, facts.tapLabel);
+    mode->Add(controls.tun, wxSizerFlags().Border(wxRIGHT, 3 * gap));
+    mode->Add(controls.tap);
+    guest->Add(mode, wxSizerFlags().Border(wxBOTTOM, 2 * gap));
+    wxFlexGridSizer* const guestRows = MakeRows(*this);
+    controls.guestIp = AddRow(
+        guestRows, box, facts.guestIpLabel,
+        [&] { return MakeChild<IpAddressCtrl>(box, facts.guestIp, "Guest IP address of " + name); },
+        "(required)");
+    controls.guestMac = AddRow(
+        guestRows, box, facts.guestMacLabel,
+        [&] { return MakeChild<MacEntryCtrl>(box, facts.guestMac, "Guest MAC address of " + name); },
+        "(optional)");
+    guest->Add(guestRows, wxSizerFlags().Expand());
+    group->Add(guest, wxSizerFlags(1).Expand().Border(wxALL, gap));
+
+    auto* const adapter = MakeChild<wxStaticBoxSizer>(wxVERTICAL, box, "Which host adapter to use:");
+    wxWindow* const adapterBox = adapter->GetStaticBox();
+    wxFlexGridSizer* const adapterRows = MakeRows(*this);
+    controls.adapterIp = AddRow(
+        adapterRows, adapterBox, facts.adapterIpLabel,
+        [&] {
+            return MakeChild<IpAddressCtrl>(adapterBox, facts.adapterIp,
+                                            "Host adapter IP address of " + name);
+        },
+        "(required)");
+    adapterRows->AddStretchSpacer();
+    adapterRows->Add(MakeChild<wxStaticText>(adapterBox, wxID_ANY, "-- or --"),
+                     wxSizerFlags().CentreHorizontal());
+    adapterRows->AddStretchSpacer();
+    controls.adapterMac = AddRow(
+        adapterRows, adapterBox, facts.adapterMacLabel,
+        [&] {
+            return MakeChild<MacEntryCtrl>(adapterBox, facts.adapterMac,
+                                           "Host adapter MAC address of " + name);
+        },
+        "(required)");
+    adapter->Add(adapterRows, wxSizerFlags().Expand().Border(wxALL, gap));
+    group->Add(adapter, wxSizerFlags(1).Expand().Border(wxALL, gap));
+
+    controls.adapterIp->Bind(EVT_IP_ADDRESS_CHANGED,
+                             [this, &controls](wxCommandEvent&) { OnAdapterIp(controls); });
+    controls.adapterMac->Bind(wxEVT_TEXT, [this, &controls](wxCommandEvent& event) {
+        OnAdapterMac(controls);
+        event.Skip();
+    });
+    return group;
+}
+
+void CParametersDlg::Show(InterfaceControls& controls, const InterfaceParameters& parameters) {
+    (parameters.tapMode ? controls.tap : controls.tun)->SetValue(true);
+    controls.guestIp->SetText(parameters.guestIpText);
+    controls.guestMac->SetMac(parameters.guestMacText);
+    const bool byAddress = controls.adapterIp->SetText(parameters.adapterIpText);
+    controls.adapterMac->SetMac(byAddress ? std::wstring() : parameters.adapterMacText);
+}
+
+bool CParametersDlg::TransferDataToWindow() {
+    Show(m_interfaces[0], m_parameters.interface1);
+    Show(m_interfaces[1], m_parameters.interface2);
+    m_useTwo->SetValue(m_parameters.useTwoInterfaces);
+    ApplyUse();
+    return true;
+}
+
+void CParametersDlg::ApplyUse() {
+    for (InterfaceControls& controls : m_interfaces) {
+        const bool used = &controls == &m_interfaces[0] || m_useTwo->GetValue();
+        controls.tun->Enable(used);
+        controls.tap->Enable(used);
+        controls.guestIp->Enable(used);
+        controls.guestMac->Enable(used);
+        controls.adapterIp->Enable(used && TrimBlanks(controls.adapterMac->GetMac()).empty());
+        controls.adapterMac->Enable(used && controls.adapterIp->IsBlank());
+    }
+}
+
+void CParametersDlg::OnAdapterIp(InterfaceControls& controls) {
+    const bool blank = controls.adapterIp->IsBlank();
+    if (!blank) {
+        controls.adapterMac->SetMac(std::wstring());
+    }
+    controls.adapterMac->Enable(blank);
+}
+
+void CParametersDlg::OnAdapterMac(InterfaceControls& controls) {
+    const bool empty = controls.adapterMac->GetMac().empty();
+    if (!empty) {
+        controls.adapterIp->Clear();
+    }
+    controls.adapterIp->Enable(empty);
+}
+
+InterfaceParameters CParametersDlg::Read(const InterfaceControls& controls) const {
+    return {controls.tap->GetValue(), TextOf(*controls.guestIp), controls.guestMac->GetMac(),
+            TextOf(*controls.adapterIp), controls.adapterMac->GetMac()};
+}
+
+wxWindow* CParametersDlg::ControlOf(const ParameterRefusal& refusal) const {
+    const InterfaceControls& controls = m_interfaces[static_cast<std::size_t>(refusal.interfaceIndex)];
+    switch (refusal.field) {
+    case ParameterField::GuestIp:
+        return controls.guestIp;
+    case ParameterField::GuestMac:
+        return controls.guestMac;
+    case ParameterField::AdapterIp:
+        return controls.adapterIp;
+    case ParameterField::AdapterMac:
+        break;
+    }
+    return controls.adapterMac;
+}
+
+bool CParametersDlg::Validate() {
+    m_confirmed = m_parameters;
+    m_confirmed.interface1 = Read(m_interfaces[0]);
+    m_confirmed.interface2 = Read(m_interfaces[1]);
+    m_confirmed.useTwoInterfaces = m_useTwo->GetValue();
+    const auto refusal = CheckParameters(m_confirmed, m_host);
+    return !refusal || ErrorBalloon(ControlOf(*refusal), refusal->title, refusal->text);
+}
+
+bool CParametersDlg::TransferDataFromWindow() {
+    m_parameters = m_confirmed;
+    return true;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,86 @@
+// The running ping test as the chart and the status bar see it: a copy of its records, kept up to date
+// by taking over only what may still have changed, and what they amount to. No windows here.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ping/ping_list.h"
+
+namespace vnxtest {
+
+// What became of the pings so far. A ping that is neither answered nor timed out is none of the three.
+struct PingSummary {
+    std::uint32_t sent = 0;
+    std::uint32_t received = 0; // answered, late or not
+    std::uint32_t late = 0;     // answered after the time-out was declared
+    std::uint32_t timedOut = 0; // timed out and not answered
+    std::uint32_t minimum = 0;  // milliseconds, as are the next three
+    std::uint32_t maximum = 0;
+    std::uint32_t maximumInTime = 0; // of the replies that were not late
+    std::uint32_t average = 0;       // rounded down, as in the report
+
+    // Of the pings that are decided, in percent; 0 when none is.
+    double Loss() const;
+};
+
+// What a chart shows where one point of its width stands for one or more pings.
+struct PingColumn {
+    bool answered = false;
+    std::uint32_t minimum = 0; // round trip, milliseconds, of the answered ones
+    std::uint32_t maximum = 0;
+    bool late = false;
+    bool timedOut = false;
+};
+
+class PingHistory {
+public:
+    // A new test: `planned` pings to `target`.
+    void Begin(std::uint32_t planned, std::wstring target);
+
+    // The first record that may have changed since the last Update.
+    std::size_t ChangedFrom() const { return m_settled; }
+    // Takes the records from index `from` (at most ChangedFrom()) on over. `now` in ticks.
+    void Update(std::size_t from, const std::vector<CPing>& records, std::uint32_t now);
+    // Takes the whole list over at the test's end; no more will come.
+    void Finish(const std::vector<CPing>& records);
+    void End() { m_running = false; }
+
+    bool HasTest() const { return !m_target.empty(); }
+    bool IsRunning() const { return m_running; }
+    const std::wstring& Target() const { return m_target; }
+    std::uint32_t Planned() const { return m_planned; }
+    const std::vector<CPing>& Records() const { return m_records; }
+    const PingSummary& Summary() const { return m_summary; }
+
+    // The test in `width` columns: column c stands for the planned pings that fall to it. At least one
+    // pass over the records, whatever the width.
+    std::vector<PingColumn> Columns(std::size_t width) const;
+    // The column of ping `index`.
+    std::size_t ColumnOf(std::size_t index, std::size_t width) const;
+    // The number of pings that the width stands for.
+    std::size_t Span() const;
+
+    static std::uint32_t RoundTrip(const CPing& ping) { return ping.dwReplyTick - ping.dwSentTick; }
+
+private:
+    struct Totals {
+        PingSummary summary;
+        std::uint64_t sum = 0;
+        void Add(const CPing& ping);
+    };
+    bool IsSettled(const CPing& ping, std::uint32_t now) const;
+    void Summarize(const Totals& totals);
+
+    std::uint32_t m_planned = 0;
+    std::wstring m_target;
+    bool m_running = false;
+    std::vector<CPing> m_records;
+    std::size_t m_settled = 0; // the records before this one change no more
+    Totals m_settledTotals;
+    PingSummary m_summary;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,127 @@
+#include "ui/ping_who_dlg.h"
+
+#include <wx/radiobut.h>
+#include <wx/sizer.h>
+#include <wx/textctrl.h>
+#include <wx/utils.h>
+
+#include "helpui/accessible_name.h"
+#include "helpui/balloon.h"
+#include "helpui/dialog_ids.h"
+#include "helpui/make_child.h"
+#include "helpui/number_entry.h"
+#include "ping/target.h"
+#include "ui/dialog_layout.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+
+namespace {
+
+namespace ids = ping_who_control;
+
+// 65507 bytes and the two headers fill the largest IPv4 packet.
+constexpr int kLeastSize = 8;
+constexpr int kMostSize = 65507;
+constexpr int kLeastCount = 1;
+constexpr int kMostCount = 65535;
+constexpr int kMostMilliseconds = 10000;
+
+// Takes a number that is in range. False, with the range message shown, when it is not.
+bool Exchange(NumberEntry& entry, std::uint32_t& value) {
+    int number = 0;
+    if (!entry.Exchange(number)) {
+        return false;
+    }
+    value = static_cast<std::uint32_t>(number);
+    return true;
+}
+
+} // namespace
+
+CPingWhoDlg::CPingWhoDlg(wxWindow* parent, PingWhoParameters& parameters)
+    : CHelpButtonDlg(parent, wxID_ANY, "Ping who?"), m_parameters(parameters), m_confirmed(parameters) {
+    SetUpHelp(kDialogPingWho);
+    wxFlexGridSizer* const rows = MakeRows(*this);
+
+    AddLabel(rows, this, "From:");
+    auto* const from = MakeChild<wxBoxSizer>(wxHORIZONTAL);
+    m_interface1 = MakeChild<wxRadioButton>(this, ids::kInterface1, "Interface&1", wxDefaultPosition,
+                                            wxDefaultSize, wxRB_GROUP);
+    m_interface2 = MakeChild<wxRadioButton>(this, ids::kInterface2, "Interface&2");
+    from->Add(m_interface1, wxSizerFlags().Border(wxRIGHT, 3 * Gap(*this)));
+    from->Add(m_interface2);
+    rows->Add(from);
+    AddLabel(rows, this, "");
+
+    m_to = AddRow(rows, this, "&To:", [this] {
+        auto* const to = MakeChild<wxTextCtrl>(this, ids::kTo);
+        SetAccessibleName(*to, "To");
+        constexpr int kNameWidth = 32;
+        to->SetInitialSize(wxSize(to->GetSizeFromTextSize(kNameWidth * to->GetCharWidth()).x, -1));
+        return to;
+    });
+    const auto number = [this](int edit, int spin, const char* name) {
+        return [this, edit, spin, name] { return MakeChild<NumberEntry>(this, edit, spin, name); };
+    };
+    m_size = AddRow(rows, this, "&Size:", number(ids::kSize, ids::kSizeSpin, "Size"));
+    m_count = AddRow(rows, this, "Co&unt:", number(ids::kCount, ids::kCountSpin, "Count"));
+    m_timeout =
+        AddRow(rows, this, "Ti&meout:", number(ids::kTimeout, ids::kTimeoutSpin, "Timeout in milliseconds"),
+               "(milliseconds)");
+    m_delay = AddRow(rows, this, "&Delay:", number(ids::kDelay, ids::kDelaySpin, "Delay in milliseconds"),
+                     "(milliseconds)");
+    FinishDialog(*this, rows);
+    m_to->SetFocus();
+}
+
+bool CPingWhoDlg::TransferDataToWindow() {
+    const auto asInt = [](std::uint32_t value) { return static_cast<int>(value); };
+    m_to->ChangeValue(m_parameters.to);
+    m_to->SelectAll();
+    m_size->SetValue(asInt(m_parameters.dataSize));
+    m_count->SetValue(asInt(m_parameters.count));
+    m_timeout->SetValue(asInt(m_parameters.timeout));
+    m_delay->SetValue(asInt(m_parameters.delay));
+
+    m_size->SetRange(kLeastSize, kMostSize);
+    m_count->SetRange(kLeastCount, kMostCount);
+    m_timeout->SetRange(0, kMostMilliseconds);
+    m_delay->SetRange(0, kMostMilliseconds);
+    // The size's position follows its text; the three others are set.
+    m_count->SetPosition(asInt(m_parameters.dataSize));
+    m_count->SetPosition(asInt(m_parameters.count));
+    m_timeout->SetPosition(asInt(m_parameters.timeout));
+    m_delay->SetPosition(asInt(m_parameters.delay));
+
+    const bool second = m_parameters.twoInterfaces && m_parameters.fromInterface == 1;
+    (second ? m_interface2 : m_interface1)->SetValue(true);
+    m_interface1->Enable(m_parameters.twoInterfaces);
+    m_interface2->Enable(m_parameters.twoInterfaces);
+    return true;
+}
+
+bool CPingWhoDlg::ValidateTargetField() {
+    std::wstring message;
+    bool valid = false;
+    {
+        const wxBusyCursor busy;
+        valid = ValidateTarget(m_confirmed.to, m_confirmed.address, message);
+    }
+    return valid || ErrorBalloon(m_to, "Ping Who", message);
+}
+
+bool CPingWhoDlg::Validate() {
+    m_confirmed.fromInterface = m_interface2->GetValue() ? 1 : 0;
+    m_confirmed.to = TrimBlanks(m_to->GetValue().ToStdWstring());
+    return Exchange(*m_size, m_confirmed.dataSize) && Exchange(*m_count, m_confirmed.count) &&
+           Exchange(*m_timeout, m_confirmed.timeout) && Exchange(*m_delay, m_confirmed.delay) &&
+           ValidateTargetField();
+}
+
+bool CPingWhoDlg::TransferDataFromWindow() {
+    m_parameters = m_confirmed;
+    return true;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,179 @@
+#include "ui/view.h"
+
+#include <wx/frame.h>
+#include <wx/msgdlg.h>
+#include <wx/sizer.h>
+#include <wx/utils.h>
+
+#include "helpui/dialog_ids.h"
+#include "helpui/make_child.h"
+#include "ui/app.h"
+#include "ui/main_frame.h"
+#include "ui/menus.h"
+#include "ui/parameters_dlg.h"
+#include "ui/ping_who_dlg.h"
+#include "ui/proceed_dialog.h"
+#include "ui/product.h"
+#include "wrenlib/ticks.h"
+
+namespace vnxtest {
+
+wxIMPLEMENT_DYNAMIC_CLASS(CVNXTestView, wxView);
+
+namespace {
+
+wxDEFINE_EVENT(EVT_VIEW_MESSAGE, wxThreadEvent);
+
+} // namespace
+
+CVNXTestView::~CVNXTestView() {
+    m_refreshTimer.Stop();
+    // The threads still write and post until they have ended; both are taken and forgotten.
+    m_guest = nullptr;
+    m_session.EndGuest();
+    m_channel.Detach();
+    m_finder.reset();
+    m_pump.reset();
+    if (m_panes != nullptr) {
+        m_panes->Destroy();
+    }
+}
+
+bool CVNXTestView::OnCreate(wxDocument*, long) {
+    CVNXTestApp& app = TheApp();
+    std::wstring error;
+    if (!m_session.Open(app.UserProfile(), app.LibraryName(), error)) {
+        wxMessageBox("The interface library cannot be used: " + wxString(error), kProductName,
+                     wxOK | wxICON_ERROR);
+        return false;
+    }
+    CMainFrame& frame = app.MainFrame();
+    SetFrame(&frame);
+    m_panes = MakeChild<CPanes>(&frame, m_history, app.UserProfile());
+    auto* const client = MakeChild<wxBoxSizer>(wxVERTICAL);
+    client->Add(m_panes, wxSizerFlags(1).Expand());
+    frame.SetSizer(client);
+    frame.Layout();
+    frame.GetHelp()->Assign(m_panes->Text(), frame_control::kOutputPane);
+    frame.GetHelp()->Assign(m_panes->Chart(), frame_control::kChartPane);
+    m_pump.emplace(m_channel, m_panes->Text(), [this] {
+        if (!GetDocument()->IsModified()) {
+            GetDocument()->Modify(true);
+        }
+    });
+    m_finder.emplace(m_panes->Text());
+    Bind(EVT_VIEW_MESSAGE,
+         [this](wxThreadEvent& event) { HandleViewMessage(static_cast<ViewMessage>(event.GetInt())); });
+    m_refreshTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshPingDisplay(); });
+    m_session.MakeGuest(*this);
+    m_guest = m_session.TheGuest();
+    BindCommands();
+    m_panes->Text().SetFocus();
+    return true;
+}
+
+void CVNXTestView::InitialUpdate() {
+    const wxBusyCursor busy;
+    m_channel.Attach();
+    m_session.GatherHost();
+    m_ready = true;
+}
+
+void CVNXTestView::StartOver() {
+    m_pump->Drop();
+    m_panes->Text().EmptyText();
+    GetDocument()->Modify(false);
+    if (IsStopped()) {
+        const wxBusyCursor busy;
+        m_session.GatherHost();
+    }
+}
+
+std::string_view CVNXTestView::WholeText() {
+    m_pump->Flush();
+    return m_panes->Text().WholeText();
+}
+
+// The document alone asks whether it may go.
+bool CVNXTestView::OnClose(bool) {
+    return true;
+}
+
+void CVNXTestView::OnChangeFilename() {
+    if (wxWindow* const frame = GetFrame()) {
+        frame->SetLabel(GetDocument()->GetUserReadableName() + " - VNXTest");
+    }
+}
+
+void CVNXTestView::PostViewMessage(ViewMessage message) {
+    auto event = std::make_unique<wxThreadEvent>(EVT_VIEW_MESSAGE);
+    event->SetInt(static_cast<int>(message));
+    QueueEvent(event.release());
+}
+
+void CVNXTestView::HandleViewMessage(ViewMessage message) {
+    if (message == ViewMessage::OutputPending) {
+        m_pump->OnOutputPending();
+        return;
+    }
+    m_guest->HandleViewMessage(message);
+    FinishPingDisplay();
+}
+
+bool CVNXTestView::AskParameters(GuestParameters& parameters) {
+    return CParametersDlg(GetFrame(), m_session.Host(), parameters).ShowModal() == wxID_OK;
+}
+
+int CVNXTestView::ShowProceedTaskDialog(const ProceedQuestion& question) {
+    return vnxtest::ShowProceedTaskDialog(GetFrame(), question);
+}
+
+bool CVNXTestView::AskPingWho(PingWhoParameters& parameters) {
+    const bool confirmed = CPingWhoDlg(GetFrame(), parameters).ShowModal() == wxID_OK;
+    // The guest may have stopped by itself while the dialog was open: there is nobody to ping from then.
+    if (!confirmed || !IsRunning()) {
+        return false;
+    }
+    m_asked = parameters;
+    return true;
+}
+
+void CVNXTestView::RefreshPingDisplay() {
+    const std::size_t from = m_history.ChangedFrom();
+    m_history.Update(from, m_guest->Ping().CopyPings(from), GetTicks());
+    m_panes->Chart().ShowChange();
+    ShowProgress();
+}
+
+void CVNXTestView::FinishPingDisplay() {
+    if (!m_history.IsRunning() || m_guest->IsPinging()) {
+        return;
+    }
+    m_refreshTimer.Stop();
+    const PingTestResult& result = m_guest->Ping().Result();
+    if (result.complete) {
+        m_history.Finish(result.pings);
+    } else {
+        m_history.End();
+    }
+    m_panes->Chart().ShowChange();
+    ShowProgress();
+}
+
+void CVNXTestView::ShowProgress() {
+    const PingSummary& summary = m_history.Summary();
+    wxString text;
+    if (!m_history.IsRunning()) {
+        text = wxString::Format("Ping test ended: %u sent, %u received", summary.sent, summary.received);
+    } else if (summary.sent < m_history.Planned()) {
+        text = wxString::Format(
+            "Pinging: %u of %u sent (%u%%), %u received", summary.sent, m_history.Planned(),
+            static_cast<unsigned>(std::uint64_t{summary.sent} * 100 / m_history.Planned()), summary.received);
+    } else {
+        text = wxString::Format("Pinging: all %u sent, %u received, waiting for the rest", summary.sent,
+                                summary.received);
+    }
+    TheApp().MainFrame().SetStatusText(text, kProgressField);
+}
+
+} // namespace vnxtest

@@ -1,0 +1,109 @@
+// The output view: the window's side of the engine's port, and the commands of the Edit and Test menus.
+//
+// Messages of the engine come from any thread and are queued for the user-interface thread; those that
+// arrive when the view is gone are dropped. Its end stops a running ping test and the guest, and waits
+// for all their threads.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+#include <wx/docview.h>
+#include <wx/timer.h>
+
+#include "core/output_channel.h"
+#include "guest/front_end.h"
+#include "ui/command_ids.h"
+#include "ui/find.h"
+#include "ui/output_pump.h"
+#include "ui/panes.h"
+#include "ui/ping_history.h"
+#include "ui/session.h"
+
+namespace vnxtest {
+
+class CVNXTestView final : public wxView, public FrontEnd {
+public:
+    CVNXTestView() = default;
+    ~CVNXTestView() override;
+
+    // The first display: gathers the host's network and writes the report. Once, after the window is
+    // shown.
+    void InitialUpdate();
+    // Empties the document and, when the guest is stopped, writes the report anew.
+    void StartOver();
+    // The whole document, with everything that waited to be shown. Valid until the next event.
+    std::string_view WholeText();
+
+    // wxView
+    bool OnCreate(wxDocument* document, long flags) override;
+    void OnDraw(wxDC*) override {}
+    bool OnClose(bool deleteWindow) override;
+    void OnChangeFilename() override;
+
+    // FrontEnd
+    void PostViewMessage(ViewMessage message) override;
+    bool AskParameters(GuestParameters& parameters) override;
+    int ShowProceedTaskDialog(const ProceedQuestion& question) override;
+    bool AskPingWho(PingWhoParameters& parameters) override;
+
+private:
+    using Handler = void (CVNXTestView::*)();
+    using Rule = bool (CVNXTestView::*)();
+
+    void HandleViewMessage(ViewMessage message);
+    void BindCommands();
+    void BindCommand(Command command, Handler handler, Rule enabled, Rule checked = nullptr);
+    void ShowContextMenu();
+
+    // Commands.
+    void OnCopy();
+    void OnSelectAll();
+    void OnFind();
+    void OnFindNext();
+    void OnNextPane();
+    void OnStartGuest();
+    void OnStopGuest();
+    void OnStartPing();
+    void OnStopPing();
+    void OnDefineBufferSizes();
+    void OnDefineGateway();
+    void OnRedetectAdapters();
+    void OnSocketNotifyMode();
+    void OnSetDebugFlags();
+    void OnShowPingChart();
+
+    // Rules of enabling and checking.
+    bool CanCopy();
+    bool HasText();
+    bool CanFindNext();
+    bool IsStopped();
+    bool IsRunning();
+    bool CanStartPing();
+    bool CanStopPing();
+    bool IsSocketNotifyMode();
+    bool IsDebugMode();
+    bool IsChartShown();
+    bool Always() { return true; }
+
+    // The chart and the progress.
+    void RefreshPingDisplay();
+    void FinishPingDisplay();
+    void ShowProgress();
+
+    OutputChannel m_channel{*this};
+    Session m_session;
+    Guest* m_guest = nullptr;
+    PingHistory m_history;
+    PingWhoParameters m_asked; // of the last ping test
+    CPanes* m_panes = nullptr;
+    std::optional<OutputPump> m_pump;
+    std::optional<OutputFinder> m_finder;
+    wxTimer m_refreshTimer;
+    bool m_ready = false; // the first display is done
+
+    wxDECLARE_DYNAMIC_CLASS(CVNXTestView);
+};
+
+} // namespace vnxtest

@@ -1,0 +1,186 @@
+// The commands of the view: what they do, when they may be chosen, and what their menu items show.
+#include <wx/utils.h>
+
+#include "ui/buffer_sizes_dlg.h"
+#include "ui/debug_flags_dialog.h"
+#include "ui/default_gateway_dlg.h"
+#include "ui/menus.h"
+#include "ui/view.h"
+
+namespace vnxtest {
+
+namespace {
+constexpr int kRefreshInterval = 200; // milliseconds between two looks at the running ping test
+} // namespace
+
+void CVNXTestView::BindCommand(Command command, Handler handler, Rule enabled, Rule checked) {
+    Bind(
+        wxEVT_MENU, [this, handler](wxCommandEvent&) { (this->*handler)(); }, WindowId(command));
+    Bind(
+        wxEVT_UPDATE_UI,
+        [this, enabled, checked](wxUpdateUIEvent& event) {
+            event.Enable((this->*enabled)());
+            if (checked != nullptr) {
+                event.Check((this->*checked)());
+            }
+        },
+        WindowId(command));
+}
+
+void CVNXTestView::BindCommands() {
+    using View = CVNXTestView;
+    BindCommand(kCmdCopy, &View::OnCopy, &View::CanCopy);
+    BindCommand(kCmdSelectAll, &View::OnSelectAll, &View::HasText);
+    BindCommand(kCmdFind, &View::OnFind, &View::HasText);
+    BindCommand(kCmdFindNext, &View::OnFindNext, &View::CanFindNext);
+    BindCommand(kCmdNextPane, &View::OnNextPane, &View::Always);
+    BindCommand(kCmdPreviousPane, &View::OnNextPane, &View::Always);
+    BindCommand(kCmdStartGuest, &View::OnStartGuest, &View::IsStopped);
+    BindCommand(kCmdStartPing, &View::OnStartPing, &View::CanStartPing);
+    BindCommand(kCmdStopPing, &View::OnStopPing, &View::CanStopPing);
+    BindCommand(kCmdStopGuest, &View::OnStopGuest, &View::IsRunning);
+    BindCommand(kCmdDefineBufferSizes, &View::OnDefineBufferSizes, &View::IsStopped);
+    BindCommand(kCmdDefineGateway, &View::OnDefineGateway, &View::IsStopped);
+    BindCommand(kCmdRedetectAdapters, &View::OnRedetectAdapters, &View::IsStopped);
+    BindCommand(kCmdSocketNotifyMode, &View::OnSocketNotifyMode, &View::IsStopped, &View::IsSocketNotifyMode);
+    BindCommand(kCmdSetDebugFlags, &View::OnSetDebugFlags, &View::IsStopped, &View::IsDebugMode);
+    BindCommand(kCmdShowPingChart, &View::OnShowPingChart, &View::Always, &View::IsChartShown);
+
+    // The right button shows the menu when it is released, and leaves caret and selection alone.
+    COutputText& text = m_panes->Text();
+    text.Bind(wxEVT_RIGHT_DOWN, [&text](wxMouseEvent&) { text.SetFocus(); });
+    text.Bind(wxEVT_RIGHT_UP, [this](wxMouseEvent&) { ShowContextMenu(); });
+    text.Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) { ShowContextMenu(); });
+}
+
+void CVNXTestView::ShowContextMenu() {
+    const auto menu = MakeContextMenu(CanCopy());
+    m_panes->Text().PopupMenu(menu.get());
+}
+
+bool CVNXTestView::CanCopy() {
+    return !m_panes->Text().GetSelectionEmpty();
+}
+
+bool CVNXTestView::HasText() {
+    return m_panes->Text().GetLength() != 0;
+}
+
+bool CVNXTestView::CanFindNext() {
+    return HasText() && m_finder->HasText();
+}
+
+bool CVNXTestView::IsStopped() {
+    return m_ready && !m_guest->IsRunning();
+}
+
+bool CVNXTestView::IsRunning() {
+    return m_guest->IsRunning();
+}
+
+bool CVNXTestView::CanStartPing() {
+    return m_guest->IsRunning() && !m_guest->IsPinging();
+}
+
+bool CVNXTestView::CanStopPing() {
+    return m_guest->IsRunning() && m_guest->IsPinging();
+}
+
+bool CVNXTestView::IsSocketNotifyMode() {
+    return m_guest->Run().socketNotifyMode;
+}
+
+bool CVNXTestView::IsDebugMode() {
+    return m_guest->Run().debugMode;
+}
+
+bool CVNXTestView::IsChartShown() {
+    return m_panes->IsChartShown();
+}
+
+void CVNXTestView::OnCopy() {
+    m_panes->Text().Copy();
+}
+
+void CVNXTestView::OnSelectAll() {
+    m_panes->Text().SelectAll();
+}
+
+void CVNXTestView::OnFind() {
+    m_finder->ShowDialog(GetFrame());
+}
+
+void CVNXTestView::OnFindNext() {
+    m_finder->FindNext();
+}
+
+void CVNXTestView::OnNextPane() {
+    m_panes->FocusNextPane();
+}
+
+void CVNXTestView::OnStartGuest() {
+    m_guest->OnStartGuest();
+}
+
+void CVNXTestView::OnStopGuest() {
+    const wxBusyCursor busy;
+    m_guest->StopGuest();
+    FinishPingDisplay();
+}
+
+void CVNXTestView::OnStartPing() {
+    if (!m_guest->OnTestStartPing()) {
+        return;
+    }
+    m_history.Begin(m_asked.count, m_asked.to);
+    m_refreshTimer.Start(kRefreshInterval);
+    RefreshPingDisplay();
+}
+
+void CVNXTestView::OnStopPing() {
+    const wxBusyCursor busy;
+    m_guest->OnTestStopPing();
+    FinishPingDisplay();
+}
+
+void CVNXTestView::OnDefineBufferSizes() {
+    RunSettings& run = m_guest->Run();
+    CBufferSizesDlg dialog(GetFrame(), run.driverBufferSize, run.dllBufferSize);
+    if (dialog.ShowModal() == wxID_OK) {
+        run.driverBufferSize = dialog.DriverSize();
+        run.dllBufferSize = dialog.DllSize();
+    }
+}
+
+void CVNXTestView::OnDefineGateway() {
+    CDefaultGatewayDlg(GetFrame(), m_session.Host()).ShowModal();
+}
+
+void CVNXTestView::OnRedetectAdapters() {
+    if (IsStopped()) {
+        const wxBusyCursor busy;
+        m_session.Host().RedetectAdapters();
+    }
+}
+
+void CVNXTestView::OnSocketNotifyMode() {
+    RunSettings& run = m_guest->Run();
+    run.socketNotifyMode = !run.socketNotifyMode;
+    m_session.UserSettings().StoreSocketNotifyMode(run);
+}
+
+void CVNXTestView::OnSetDebugFlags() {
+    RunSettings& run = m_guest->Run();
+    CDebugFlagsDialog dialog(GetFrame(), run.debugMode, run.debugFlags);
+    if (dialog.ShowModal() == wxID_OK) {
+        run.debugMode = dialog.IsEnabled();
+        run.debugFlags = dialog.Flags();
+        m_session.UserSettings().StoreDebugSettings(run);
+    }
+}
+
+void CVNXTestView::OnShowPingChart() {
+    m_panes->ShowChart(!m_panes->IsChartShown());
+}
+
+} // namespace vnxtest

@@ -1,0 +1,165 @@
+"""What the test cases stand on: skipping by name, the usual network, and the program in it."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+from . import guest as guest_module
+from . import network, wire
+
+HOST_IP, PEER_IP, GUEST_IP = "10.77.0.1", "10.77.0.2", "10.77.0.100"
+GUEST_MAC = "02:77:00:00:00:64"
+BLANK = "\n"
+
+
+def timeout(seconds):
+    """The whole case takes at most this long; the test runner ends it then."""
+
+    def mark(method):
+        method.case_timeout = seconds
+        return method
+
+    return mark
+
+
+def alone(method):
+    """The case measures time: nothing else is to run beside it."""
+    method.case_alone = True
+    return method
+
+
+class Case(unittest.TestCase):
+    longMessage = True
+    maxDiff = None
+
+    def need_program(self, name):
+        if shutil.which(name, path=os.environ.get("PATH", "") + ":/usr/sbin:/sbin") is None:
+            self.skipTest(f"needs the program {name}")
+
+    def scratch(self):
+        folder = tempfile.TemporaryDirectory(prefix="vnxe2e-")
+        self.addCleanup(folder.cleanup)
+        os.chmod(folder.name, 0o777)
+        return pathlib.Path(folder.name)
+
+    def start(self, *arguments, **options):
+        guest = guest_module.Guest(arguments, **options)
+        self.addCleanup(guest.kill)
+        return guest
+
+    def run_program(self, *arguments, timeout=60.0, **options):
+        guest = self.start(*arguments, **options)
+        guest.status = guest.wait_end(timeout)
+        return guest
+
+    def assert_refused(self, guest, *wanted):
+        """Exit status 2, and every wanted text explained on standard error."""
+        self.assertEqual(guest.status, 2, guest.story())
+        self.assertTrue(guest.errors().strip(), "nothing on standard error\n" + guest.story())
+        for text in wanted:
+            self.assertRegex(guest.errors(), text, guest.story())
+
+
+class NetworkCase(Case):
+    """Two namespaces and a cable: `host`, where the program runs, and `peer`, a kernel to talk to."""
+
+    host_options = ()
+
+    def setUp(self):
+        missing = network.why_no_namespaces()
+        if missing:
+            self.skipTest(missing)
+        self.lab = network.Lab()
+        self.addCleanup(self.lab.close)
+        self.host = self.lab.namespace("host")
+        self.peer = self.lab.namespace("peer")
+        self.lab.veth(self.host, "adapter", self.peer, "far", HOST_IP + "/24", PEER_IP + "/24")
+        self.links_before = self.host.links()
+
+    def arguments(self, command, mode="tap", *, library="pcap", adapter=HOST_IP, guest_ip=GUEST_IP,
+                  guest_mac=GUEST_MAC, gateway=PEER_IP):
+        """The usual options. The gateway is the peer, so that no pre-start question comes up."""
+        result = [*command, "--library", library, "--mode", mode, "--adapter", adapter, "--guest-ip", guest_ip,
+                  "--no-report"]
+        if guest_mac:
+            result += ["--guest-mac", guest_mac]
+        if gateway:
+            result += ["--gateway", gateway]
+        return result
+
+    def run_guest(self, mode="tap", *extra, **options):
+        """`vnxtest-cli run`, up and reading."""
+        return self.start(*self.arguments(["run"], mode, **options), *extra, namespace=self.host).wait_up()
+
+    def ping(self, target=PEER_IP, mode="tap", *extra, timeout=60.0, **options):
+        """`vnxtest-cli ping` from start to end."""
+        return self.run_program(*self.arguments(["ping", target], mode, **options), *extra, namespace=self.host,
+                                timeout=timeout)
+
+    def listen(self, namespace=None, interface="far", on_frame=None):
+        station = wire.Station(namespace or self.peer, interface, on_frame)
+        self.addCleanup(station.close)
+        return station
+
+    def respond(self, answers=None, address="10.77.0.50", namespace=None, interface="far"):
+        """A second, raw host on the peer's wire."""
+        responder = wire.EchoResponder(namespace or self.peer, interface, address, answers)
+        self.addCleanup(responder.close)
+        return responder
+
+    def assert_frames_sound(self, station, source_mac=GUEST_MAC, at_least=1):
+        self.need_program("tshark")
+        count, faults = wire.faults_by_tshark(station, source_mac, self.scratch() / "frames.pcap")
+        self.assertEqual(faults, [])
+        self.assertGreaterEqual(count, at_least, "frames of the guest")
+
+    def assert_nothing_left(self, guest):
+        """Every interface that came up, or began to, was closed, and the host is as it was."""
+        text = guest.text()
+        self.assertLessEqual(text.count(" enabled/up..."), text.count(" closed... (ip="), guest.story())
+        self.assertEqual(self.host.links(), self.links_before)
+        details = self.host.ip("-d", "link", "show", "dev", "adapter", check=False).stdout
+        if details:
+            self.assertIn("promiscuity 0", details)
+
+    def assert_pinged(self, namespace, address, count, *options):
+        """A kernel's own ping: all answered."""
+        done = namespace.run("ping", "-M", "dont", "-n", "-c", count, *options, address)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        self.assertIn(f"{count} packets transmitted, {count} received, 0% packet loss", done.stdout)
+
+
+def as_ordinary_user():
+    """The words before a command that run it as a user without any privilege."""
+    if os.geteuid() != 0:
+        return []
+    return ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all", "--bounding-set=-all",
+            "--no-new-privs", "--pdeathsig=KILL"]
+
+
+def before_others():
+    """The words before a command that give it the processors before everybody else's work.
+
+    That nothing is lost can be asked of a program that gets to run: one that is kept waiting for some milliseconds
+    while frames go on coming in loses them in the driver's buffer, and a busy machine is no fault of the program.
+    """
+    words = ["chrt", "--rr", "1"]
+    try:
+        return words if subprocess.run([*words, "true"], capture_output=True).returncode == 0 else []
+    except FileNotFoundError:
+        return []
+
+
+def program_for_everybody(folder):
+    """A copy of the program where any user can run it: the tree may lie in a private folder."""
+    copy = folder / "vnxtest-cli"
+    shutil.copy(guest_module.program(), copy)
+    os.chmod(copy, 0o755)
+    return str(copy)
+
+
+def output_of(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout

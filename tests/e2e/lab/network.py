@@ -1,0 +1,155 @@
+"""Network namespaces and veth pairs of a test, and sockets inside them.
+
+Everything made here bears the prefix "vnxe2e-" and the number of the process that made it. It is taken
+down when the test ends; what an earlier run that was killed has left is taken down before the next.
+"""
+
+import contextlib
+import ctypes
+import os
+import re
+import signal
+import socket
+import subprocess
+
+PREFIX = "vnxe2e-"
+CLONE_NEWNET = 0x40000000
+PR_SET_PDEATHSIG = 1
+
+_libc = ctypes.CDLL(None, use_errno=True)
+
+
+def die_with_parent():
+    """For a child process, before it becomes its program: it does not outlive this one."""
+    _libc.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
+def ip(*arguments, check=True):
+    return subprocess.run(["ip", *map(str, arguments)], check=check, capture_output=True, text=True)
+
+
+def why_no_namespaces():
+    """What is missing for namespaces, or None."""
+    if os.geteuid() != 0:
+        return "needs root, to make network namespaces"
+    probe = f"{PREFIX}{os.getpid()}-probe"
+    made = ip("netns", "add", probe, check=False)
+    if made.returncode != 0:
+        return f"network namespaces cannot be made here: {made.stderr.strip()}"
+    try:
+        made = ip("-n", probe, "link", "add", "veth0", "type", "veth", "peer", "name", "veth1", check=False)
+        if made.returncode != 0:
+            return f"veth pairs cannot be made here: {made.stderr.strip()}"
+    finally:
+        ip("netns", "del", probe, check=False)
+    return None
+
+
+def why_no_tun_device():
+    """What is missing for the kernel's own TUN/TAP devices, or None."""
+    try:
+        os.close(os.open("/dev/net/tun", os.O_RDWR))
+    except OSError as error:
+        return f"needs /dev/net/tun: {error.strerror}"
+    return None
+
+
+def remove_leftovers():
+    """Removes the namespaces of processes that are no more."""
+    for line in ip("netns", "list", check=False).stdout.splitlines():
+        match = re.match(rf"({re.escape(PREFIX)}(\d+)-\w+)", line)
+        if match and not os.path.exists(f"/proc/{match[2]}"):
+            ip("netns", "del", match[1], check=False)
+
+
+class Namespace:
+    def __init__(self, label):
+        self.name = f"{PREFIX}{os.getpid()}-{label}"
+        ip("netns", "add", self.name)
+        self.write("net/ipv4/ip_forward", 0)
+        # Router solicitations and the like would make the counts of ignored frames a matter of luck.
+        for scope in ("all", "default"):
+            self.write(f"net/ipv6/conf/{scope}/disable_ipv6", 1, missing_ok=True)
+        self.ip("link", "set", "lo", "up")
+
+    def remove(self):
+        ip("netns", "del", self.name, check=False)
+
+    def ip(self, *arguments, check=True):
+        return ip("-n", self.name, *arguments, check=check)
+
+    def command(self, *arguments):
+        """The command line that runs the given one in here."""
+        return ["ip", "netns", "exec", self.name, *map(str, arguments)]
+
+    def run(self, *arguments, check=False, timeout=60):
+        return subprocess.run(self.command(*arguments), check=check, capture_output=True, text=True,
+                              timeout=timeout, preexec_fn=die_with_parent)
+
+    def write(self, parameter, value, missing_ok=False):
+        """Sets a parameter under /proc/sys, of this namespace."""
+        with self.entered():
+            try:
+                with open(f"/proc/sys/{parameter}", "w", encoding="ascii") as file:
+                    file.write(str(value))
+            except FileNotFoundError:
+                if not missing_ok:
+                    raise
+
+    @contextlib.contextmanager
+    def entered(self):
+        """This thread is in the namespace meanwhile. A socket made here stays here."""
+        with open("/proc/thread-self/ns/net", "rb") as home, open(f"/run/netns/{self.name}", "rb") as there:
+            self._set(there)
+            try:
+                yield
+            finally:
+                self._set(home)
+
+    @staticmethod
+    def _set(namespace):
+        if _libc.setns(namespace.fileno(), CLONE_NEWNET) != 0:
+            code = ctypes.get_errno()
+            raise OSError(code, f"setns: {os.strerror(code)}")
+
+    def packet_socket(self, interface, protocol=0x0003):
+        """A raw socket on one interface; by default it hears every protocol."""
+        with self.entered():
+            raw = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(protocol))
+            raw.bind((interface, protocol))
+        return raw
+
+    def mac_of(self, interface):
+        text = self.ip("-br", "link", "show", "dev", interface).stdout.split()
+        return text[2]
+
+    def links(self):
+        """The names of the interfaces, so that what a run leaves behind can be seen."""
+        return sorted(line.split()[0].split("@")[0] for line in self.ip("-br", "link").stdout.splitlines())
+
+
+class Lab:
+    """The namespaces of one test."""
+
+    def __init__(self):
+        remove_leftovers()
+        self.namespaces = []
+
+    def close(self):
+        for namespace in self.namespaces:
+            namespace.remove()
+        self.namespaces.clear()
+
+    def namespace(self, label):
+        namespace = Namespace(label)
+        self.namespaces.append(namespace)
+        return namespace
+
+    @staticmethod
+    def veth(first, first_name, second, second_name, first_address=None, second_address=None, mtu=1500):
+        """A cable between two namespaces. Addresses with prefix length ("10.77.0.1/24")."""
+        first.ip("link", "add", first_name, "type", "veth", "peer", "name", second_name, "netns", second.name)
+        for namespace, name, address in ((first, first_name, first_address), (second, second_name, second_address)):
+            if address:
+                namespace.ip("address", "add", address, "dev", name)
+            namespace.ip("link", "set", "dev", name, "mtu", mtu, "up")

@@ -1,0 +1,69 @@
+// Texts of adapters, texts that the user enters, and the banners.
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "hostnet/adapter_text.h"
+#include "hostnet/address_validation.h"
+#include "hostnet/banner.h"
+#include "hostnet/scripted_host.h"
+
+namespace vnxtest {
+namespace {
+
+using Lines = std::vector<std::wstring>;
+
+TEST(AdapterTexts, TheUnitOfTheSpeedAndTheNameOfTheMedium) {
+    EXPECT_EQ(LinkSpeedText(10'000'000), L"1.0 Gbps");
+    EXPECT_EQ(LinkSpeedText(9'999'000), L"999.9 Mbps");
+    EXPECT_EQ(LinkSpeedText(4'000'000'000), L"400.0 Gbps");
+    EXPECT_EQ(LinkSpeedText(1), L"0.0 Mbps");
+    EXPECT_EQ(LinkSpeedText(0), L"0.0 Mbps (unknown)");
+    EXPECT_EQ(GetNdisMediumName(19), L"NdisMediumIP");
+    EXPECT_EQ(GetNdisMediumName(20), L"NdisMediumUnknown");
+}
+
+// What else is refused is tested with the parsers (wrenlib) and the dialog's check (guest).
+TEST(Validation, FieldsAndTheAddressesOfTheList) {
+    EXPECT_EQ(ValidateIPAddress({10, 0, 0, 255}), L"10.0.0.255");
+    EXPECT_FALSE(ValidateIPAddress({10, 0, std::nullopt, 1}));
+    EXPECT_FALSE(ValidateIPAddress({10, 0, 0, 256}));
+
+    ScriptedHost host;
+    host.adapters.entries = {MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24), MakeAdapter(L"b", kMacB)};
+    ASSERT_TRUE(host.network.InitFPAdaptersList());
+    EXPECT_TRUE(ValidateAdapterIPAddress(L"10.0.0.1", host.network));
+    EXPECT_FALSE(ValidateAdapterIPAddress(L"1.0.0.10", host.network)) << "the bytes the other way round";
+    EXPECT_FALSE(ValidateAdapterIPAddress(L"0.0.0.0", host.network)) << "no adapter's address";
+    EXPECT_TRUE(ValidateAdapterMACAddress(L"02:00:00:00:00:0b", host.network));
+}
+
+TEST(WrapText, BreaksAtBlanksAndCutsOnlyWhatMustBeCut) {
+    EXPECT_EQ(WrapText(L"one  two three", 7), (Lines{L"one two", L"three"}));
+    EXPECT_EQ(WrapText(L"abcdefghij kl", 4), (Lines{L"abcd", L"efgh", L"ij", L"kl"}));
+    EXPECT_EQ(WrapText(L"do:\n    this now\nend", 12), (Lines{L"do:", L"    this now", L"end"}));
+    EXPECT_EQ(WrapText(L"", 5), (Lines{L""}));
+    EXPECT_EQ(WrapText(L"a\n\nb ", 5), (Lines{L"a", L"", L"b"}));
+}
+
+TEST(Banner, IsABoxOfEqualWidthWhateverItHolds) {
+    for (const bool error : {true, false}) {
+        const std::wstring banner = MakeBanner(error ? BannerKind::Error : BannerKind::Warning,
+                                               {L"Wrong: 100%s.", std::wstring(200, L'x'), L""}, L"A topic");
+        EXPECT_TRUE(banner.ends_with(L"*\n\n"));
+        std::wistringstream lines(banner);
+        std::size_t width = 0;
+        for (std::wstring line; std::getline(lines, line) && !line.empty();) {
+            EXPECT_TRUE(line.starts_with(error ? L"ERROR:  *" : L"WARNING:  *") && line.ends_with(L"*"));
+            width = width == 0 ? line.size() : width;
+            EXPECT_EQ(line.size(), width) << ::testing::PrintToString(line);
+        }
+        for (const wchar_t* part : {error ? L"  ***  ERROR  ***  " : L"  *  WARNING  *  ",
+                                    L"\"A topic\" of the Netorra", L"100%s."}) {
+            EXPECT_NE(banner.find(part), std::wstring::npos) << ::testing::PrintToString(part);
+        }
+    }
+}
+
+} // namespace
+} // namespace vnxtest
