@@ -12,7 +12,6 @@
 #include "hostnet/report.h"
 #include "ui/dialog_layout.h"
 #include "ui/product.h"
-#include "ui/window_placement.h"
 
 namespace vnxtest {
 
@@ -31,16 +30,16 @@ wxString MailAddress(const wxString& version) {
 } // namespace
 
 CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
-    : CHelpButtonDlg(parent, wxID_ANY, "About VNXTest64UD"), m_profile(profile) {
+    : CHelpButtonDlg(parent, wxID_ANY, "About VNXTest64UD"), m_placement(*this, profile, kPlacement) {
     SetUpHelp(kDialogAbout);
     const int gap = Gap(*this);
     const ReportContext facts;
     const wxString version = wxString(facts.programVersion) + "-UD";
 
+    wxBitmap icon;
+    icon.CopyFromIcon(ProgramIcons().GetIcon(FromDIP(wxSize(kIconSize, kIconSize))));
     auto* const content = MakeChild<wxBoxSizer>(wxHORIZONTAL);
-    content->Add(MakeChild<wxStaticBitmap>(
-                     this, wxID_ANY, ProgramIconBitmaps().GetBitmap(FromDIP(wxSize(kIconSize, kIconSize)))),
-                 wxSizerFlags().Border(wxRIGHT, 3 * gap));
+    content->Add(MakeChild<wxStaticBitmap>(this, wxID_ANY, icon), wxSizerFlags().Border(wxRIGHT, 3 * gap));
     auto* const lines = MakeChild<wxBoxSizer>(wxVERTICAL);
     lines->Add(MakeChild<wxStaticText>(this, ids::kVersionLine,
                                        wxString(kProductDescription) + " -- Version " + version),
@@ -58,14 +57,14 @@ CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
     content->Add(lines, wxSizerFlags(1));
     FinishDialog(*this, content, wxOK | wxHELP);
     SetEscapeId(wxID_OK);
-    RestoreWindowPlacement(*this, m_profile, kPlacement, PlacementParts::Position);
+    m_placement.Restore(PlacementParts::Position);
     if (wxWindow* const ok = FindWindow(wxID_OK)) {
         ok->SetFocus();
     }
 }
 
 CAboutDlg::~CAboutDlg() {
-    SaveWindowPlacement(*this, m_profile, kPlacement);
+    m_placement.Save();
 }
 
 } // namespace vnxtest

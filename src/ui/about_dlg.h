@@ -3,6 +3,7 @@
 
 #include "helpui/help_button_wnd.h"
 #include "platform/profile.h"
+#include "ui/window_placement.h"
 
 namespace vnxtest {
 
@@ -12,7 +13,7 @@ public:
     ~CAboutDlg() override;
 
 private:
-    Profile& m_profile;
+    WindowPlacement m_placement;
 };
 
 } // namespace vnxtest

@@ -1,6 +1,7 @@
 #include "ui/app.h"
 
 #include <wx/cmdline.h>
+#include <wx/image.h>
 
 #include "helpui/make_child.h"
 #include "ui/command_ids.h"
@@ -54,6 +55,7 @@ bool CVNXTestApp::OnInit() {
     if (!wxApp::OnInit()) {
         return false;
     }
+    wxInitAllImageHandlers(); // the icons
     m_profile = OpenProfile();
     m_helpBook = std::make_unique<HelpBook>();
     m_documents = std::make_unique<DocumentManager>();

@@ -11,7 +11,6 @@
 #include "ui/command_ids.h"
 #include "ui/menus.h"
 #include "ui/product.h"
-#include "ui/window_placement.h"
 
 namespace vnxtest {
 
@@ -20,7 +19,8 @@ constexpr const wchar_t* kPlacement = L"MainFrame";
 } // namespace
 
 CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
-    : CHelpButtonFrameWnd(&manager, nullptr, wxID_ANY, "VNXTest"), m_profile(profile) {
+    : CHelpButtonFrameWnd(&manager, nullptr, wxID_ANY, "VNXTest"), m_profile(profile),
+      m_placement(*this, profile, kPlacement) {
     SetUpHelp(kTemplateFrame);
     SetIcons(ProgramIcons());
     SetMenuBar(MakeMainMenu().release());
@@ -36,7 +36,7 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
     wxSize size(120 * GetCharWidth(), 42 * GetCharHeight());
     size.DecTo(screen);
     SetInitialSize(size);
-    RestoreWindowPlacement(*this, m_profile, kPlacement, PlacementParts::PositionAndSize);
+    m_placement.Restore(PlacementParts::PositionAndSize);
 
     Bind(
         wxEVT_MENU, [this](wxCommandEvent&) { OnAbout(); }, WindowId(kCmdAbout));
@@ -51,7 +51,7 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
     Bind(
         wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, WindowId(kCmdExit));
     Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
-        SaveWindowPlacement(*this, m_profile, kPlacement);
+        m_placement.Save();
         event.Skip();
     });
 }

@@ -4,6 +4,7 @@
 
 #include "helpui/help_button_wnd.h"
 #include "platform/profile.h"
+#include "ui/window_placement.h"
 
 namespace vnxtest {
 
@@ -25,6 +26,7 @@ private:
     void OnAbout();
 
     Profile& m_profile;
+    WindowPlacement m_placement;
 };
 
 } // namespace vnxtest

@@ -1,8 +1,10 @@
 #include "ui/window_placement.h"
 
 #include <array>
+#include <cstdlib>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 #include <wx/display.h>
 #include <wx/toplevel.h>
@@ -41,35 +43,54 @@ bool CanBeReached(const wxRect& place) {
 
 } // namespace
 
-void RestoreWindowPlacement(wxTopLevelWindow& window, Profile& profile, std::wstring_view name,
-                            PlacementParts parts) {
-    const auto placement = ParsePlacement(profile.ReadText(name, L""));
+WindowPlacement::WindowPlacement(wxTopLevelWindow& window, Profile& profile, std::wstring name)
+    : m_window(window), m_profile(profile), m_name(std::move(name)) {}
+
+void WindowPlacement::Restore(PlacementParts parts) {
+    const auto placement = ParsePlacement(m_profile.ReadText(m_name, L""));
     if (!placement || !CanBeReached(placement->place)) {
         return;
     }
+    m_wanted = placement->place.GetPosition();
+    m_window.Bind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
     if (parts == PlacementParts::Position) {
-        window.SetPosition(placement->place.GetPosition());
+        m_window.SetPosition(m_wanted);
         return;
     }
-    window.SetSize(placement->place);
+    m_window.SetSize(placement->place);
     if (placement->maximized) {
-        window.Maximize();
+        m_window.Maximize();
     }
 }
 
-void SaveWindowPlacement(const wxTopLevelWindow& window, Profile& profile, std::wstring_view name) {
-    if (window.IsIconized()) {
+// A window that draws its own caption does not come to stand exactly where it was put. Not taken into
+// account it would wander a little each time.
+void WindowPlacement::OnIdle(wxIdleEvent& event) {
+    event.Skip();
+    if (m_window.IsShownOnScreen()) {
+        m_window.Unbind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
+        constexpr int kLargest = 64;
+        const wxPoint displacement = m_wanted - m_window.GetPosition();
+        if (std::abs(displacement.x) <= kLargest && std::abs(displacement.y) <= kLargest) {
+            m_displacement = displacement;
+        }
+    }
+}
+
+void WindowPlacement::Save() {
+    if (m_window.IsIconized()) {
         return;
     }
-    wxRect place = window.GetRect();
-    if (window.IsMaximized()) {
+    wxRect place = m_window.GetRect();
+    place.Offset(m_displacement);
+    if (m_window.IsMaximized()) {
         // What it had before is what it goes back to.
-        if (const auto before = ParsePlacement(profile.ReadText(name, L""))) {
+        if (const auto before = ParsePlacement(m_profile.ReadText(m_name, L""))) {
             place = before->place;
         }
     }
-    profile.WriteText(name, Sprintf(L"%d,%d,%d,%d,%d", place.x, place.y, place.width, place.height,
-                                    window.IsMaximized() ? 1 : 0));
+    m_profile.WriteText(m_name, Sprintf(L"%d,%d,%d,%d,%d", place.x, place.y, place.width, place.height,
+                                        m_window.IsMaximized() ? 1 : 0));
 }
 
 } // namespace vnxtest

@@ -1,21 +1,39 @@
 // Remembers in the profile where a window was and how large. User-interface thread.
 #pragma once
 
-#include <string_view>
+#include <string>
+
+#include <wx/gdicmn.h>
 
 #include "platform/profile.h"
 
 class wxTopLevelWindow;
+class wxIdleEvent;
 
 namespace vnxtest {
 
 enum class PlacementParts { Position, PositionAndSize };
 
-// Puts `window` where the profile says it was, if that is still on a screen; a damaged or missing value
-// changes nothing. Before the window is first shown.
-void RestoreWindowPlacement(wxTopLevelWindow& window, Profile& profile, std::wstring_view name,
-                            PlacementParts parts);
-// Stores it: "left,top,width,height,maximized". Of a minimized window nothing is stored.
-void SaveWindowPlacement(const wxTopLevelWindow& window, Profile& profile, std::wstring_view name);
+// A member of its window.
+class WindowPlacement {
+public:
+    // `name` is the value's name in the profile.
+    WindowPlacement(wxTopLevelWindow& window, Profile& profile, std::wstring name);
+
+    // Puts the window where the profile says it was, if that is still on a screen; a damaged or missing
+    // value changes nothing. Before the window is first shown.
+    void Restore(PlacementParts parts);
+    // Stores it: "left,top,width,height,maximized". Of a minimized window nothing is stored.
+    void Save();
+
+private:
+    void OnIdle(wxIdleEvent& event);
+
+    wxTopLevelWindow& m_window;
+    Profile& m_profile;
+    std::wstring m_name;
+    wxPoint m_wanted;       // where it was put
+    wxPoint m_displacement; // what the window manager's decorations made of that
+};
 
 } // namespace vnxtest

@@ -19,8 +19,10 @@ protected:
 };
 
 TEST_F(Neighbours, AnEntryAgesIsRefreshedAndEnds) {
+    EXPECT_EQ(m_table.Find(kHost).state, State::Unknown);
     m_table.Learn(kHost, kMac);
     m_now += 29s;
+    EXPECT_EQ(m_table.Find(kHost).mac, kMac);
     EXPECT_FALSE(m_table.Find(kHost).refresh);
     m_now += 2s;
     EXPECT_TRUE(m_table.Find(kHost).refresh);
@@ -29,28 +31,36 @@ TEST_F(Neighbours, AnEntryAgesIsRefreshedAndEnds) {
     EXPECT_TRUE(m_table.Find(kHost).refresh);
     m_table.Learn(kHost, kOtherMac); // the answer: a new minute, perhaps another MAC
     m_now += 59s;
+    EXPECT_EQ(m_table.Find(kHost).mac, kOtherMac);
     EXPECT_EQ(m_table.FindByMac(kOtherMac), kHost);
     m_now += 1s;
     EXPECT_EQ(m_table.Find(kHost).state, State::Unknown);
     EXPECT_TRUE(m_table.FindByMac(kOtherMac).IsZero());
 }
 
-TEST_F(Neighbours, SilenceAndWhatIsNotForUsDoNotUndoWhatWasLearnt) {
-    m_table.Update(kHost, kMac);
-    EXPECT_EQ(m_table.Find(kHost).state, State::Unknown) << "only an entry that is there is updated";
+TEST_F(Neighbours, SilenceIsRememberedForASecondAndYieldsToAnAnswer) {
     m_table.NoteSilence(kHost);
     EXPECT_EQ(m_table.Find(kHost).state, State::Silent);
     m_now += 1s;
     EXPECT_EQ(m_table.Find(kHost).state, State::Unknown);
     m_table.NoteSilence(kHost);
     m_table.Learn(kHost, kMac);
-    m_table.NoteSilence(kHost); // an exchange that ended too late
     EXPECT_EQ(m_table.Find(kHost).state, State::Known);
+    m_table.NoteSilence(kHost); // an exchange that ended too late does not undo what was learnt
+    EXPECT_EQ(m_table.Find(kHost).state, State::Known);
+}
+
+TEST_F(Neighbours, WhatIsNotForUsOnlyUpdates) {
+    m_table.Update(kHost, kMac);
+    EXPECT_EQ(m_table.Find(kHost).state, State::Unknown);
+    m_table.Learn(kHost, kMac);
     m_table.Update(kHost, kOtherMac);
+    EXPECT_EQ(m_table.Find(kHost).mac, kOtherMac);
     m_table.Learn(kHost, MacAddress::Broadcast());
     m_table.Update(kHost, MacAddress());
     m_table.Learn(Ipv4Address(), kMac);
     EXPECT_EQ(m_table.Find(kHost).mac, kOtherMac) << "group, zero and address-less pairs teach nothing";
+    EXPECT_EQ(m_table.Find(Ipv4Address()).state, State::Unknown);
 }
 
 TEST_F(Neighbours, AScanDoesNotGrowItWithoutEnd) {
