@@ -1,5 +1,7 @@
 #include "ui/view.h"
 
+#include <memory>
+
 #include <wx/frame.h>
 #include <wx/msgdlg.h>
 #include <wx/sizer.h>

@@ -5,8 +5,6 @@
 // for all their threads.
 #pragma once
 
-#include <atomic>
-#include <memory>
 #include <optional>
 
 #include <wx/docview.h>

@@ -48,11 +48,12 @@ WindowPlacement::WindowPlacement(wxTopLevelWindow& window, Profile& profile, std
 
 void WindowPlacement::Restore(PlacementParts parts) {
     const auto placement = ParsePlacement(m_profile.ReadText(m_name, L""));
+    m_window.Bind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
+    m_wanted = m_window.GetPosition();
     if (!placement || !CanBeReached(placement->place)) {
         return;
     }
     m_wanted = placement->place.GetPosition();
-    m_window.Bind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
     if (parts == PlacementParts::Position) {
         m_window.SetPosition(m_wanted);
         return;

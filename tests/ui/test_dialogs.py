@@ -147,7 +147,7 @@ class Parameters(DesktopCase):
         self.assertEqual(seen, ["Tun", "Guest IP address of interface 1, field 1 of 4",
                                 "Guest MAC address of interface 1",
                                 "Host adapter IP address of interface 1, field 1 of 4",
-                                "Use two virtual interfaces for this test", "OK", "Cancel", "Help"])
+                                "Use two virtual interfaces for this test", "Help", "Cancel", "OK"])
         self.desktop.keys("Escape")
         self.program.wait_no_dialog()
 

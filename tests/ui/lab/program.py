@@ -113,6 +113,8 @@ class Program:
         self.root = Desktop.wait(self._find_root, "the program is on the accessibility bus", 30)
         self.frame = self.root.find("frame", seconds=30)
         Desktop.wait(lambda: self.frame.has(pyatspi.STATE_ACTIVE), "the window is active", 20)
+        # Commands can be chosen when the report is written.
+        Desktop.wait(lambda: self.menu_states("t")['Start "Vantor"...'][0], "the report is written", 40)
 
     def _find_root(self):
         if self.process.poll() is not None:
