@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/value_parsing.h"
+#include "vnetx/library.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -305,7 +306,7 @@ void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
 } // namespace
 
 bool Options::IsSimulated() const {
-    return EqualNoCase(library.substr(0, library.find(L':')), L"sim");
+    return IsSimulatedLan(library);
 }
 
 std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>& arguments) {

@@ -3,7 +3,6 @@
 #include "cli/adapter_list.h"
 #include "cli/json_report.h"
 #include "hostnet/report.h"
-#include "hostnet/sim_host.h"
 #include "ping/target.h"
 #include "platform/privileges.h"
 #include "platform/terminal.h"
@@ -32,19 +31,10 @@ const wchar_t* NameOf(Command command) {
 
 Session::Session(const Options& options) : m_options(options), m_port(options) {}
 
-Session::~Session() {
-    m_guest.reset();
-    if (m_library) {
-        m_library->SetDebugOutputFunc(nullptr);
-    }
-    UnregisterDebugOutput();
-}
-
 int Session::Run() {
     if (!OpenFiles() || !OpenLibrary()) {
         return Finish(kExitFailure);
     }
-    OpenHost();
     if (m_options.command == Command::Adapters) {
         return ListAdapters();
     }
@@ -96,39 +86,26 @@ bool Session::OpenFiles() {
 
 bool Session::OpenLibrary() {
     std::wstring error;
-    m_library = OpenVnetxLibrary(m_options.library, error);
-    if (!m_library) {
+    if (!m_engine.Open(m_options.library, error)) {
         Fail(L"The interface library cannot be used: " + error);
         return false;
     }
     return true;
 }
 
-void Session::OpenHost() {
-    m_tables = MakeHostTables();
-    m_adapters = MakeWrenPackLibrary();
-    if (m_options.IsSimulated()) {
-        m_simulatedTables = std::make_unique<SimHostTables>(*m_tables);
-        m_simulatedAdapters = std::make_unique<SimWrenPack>(*m_adapters);
-        m_host.emplace(HostSources{*m_simulatedTables, *m_simulatedAdapters}, *m_library);
-    } else {
-        m_host.emplace(HostSources{*m_tables, *m_adapters}, *m_library);
-    }
-}
-
 // As the window does when it is first shown.
 void Session::GatherHost() {
     m_channel.Attach();
-    m_host->InitGlobals();
+    m_engine.Host().InitGlobals();
     if (IsDebugOutputRefused()) {
         Complain(
             L"warning: the interface library refused to take the program's output, so the document stays "
             L"empty. Set VNXTEST_TRACE=1 in the environment to see the lines here.");
     }
     if (m_options.noReport) {
-        m_host->FindDefaultGateway(); // otherwise a part of the report
+        m_engine.Host().FindDefaultGateway(); // otherwise a part of the report
     } else {
-        WriteStartupReport(*m_host, ReportContext());
+        WriteStartupReport(m_engine.Host(), ReportContext());
     }
     Drain();
     m_output.ForgetFailures(); // an adapter that the report could not open is not why the guest may fail
@@ -139,13 +116,13 @@ void Session::DefineGateway() {
         return;
     }
     MacAddress mac;
-    if (!m_host->IsIPAddrResponsive(*m_options.gateway, &mac, Ipv4Address())) {
+    if (!m_engine.Host().IsIPAddrResponsive(*m_options.gateway, &mac, Ipv4Address())) {
         Complain(Sprintf(
             L"warning: the gateway %s does not answer ARP. It is used as entered; packets for other subnets "
             L"go to the host adapter instead.",
             FormatIPAddr(*m_options.gateway)));
     }
-    m_host->SetDefaultGateway(*m_options.gateway, mac);
+    m_engine.Host().SetDefaultGateway(*m_options.gateway, mac);
 }
 
 bool Session::ResolvePingTarget() {
@@ -163,16 +140,16 @@ void Session::MakeGuest() {
     m_profile = OpenProfile();
     m_runProfile.emplace(*m_profile);
     if (m_options.IsSimulated()) {
-        m_runProfile->LeaveOutRealAddresses(*m_host);
+        m_runProfile->LeaveOutRealAddresses(m_engine.Host());
         if (m_runProfile->LeavesOut(0) || (m_options.UsesTwoInterfaces() && m_runProfile->LeavesOut(1))) {
             Complain(Sprintf(L"note: the addresses stored in %s belong to a real adapter and are left out "
                              L"for the simulated LAN.",
                              m_profile->Location()));
         }
     }
-    m_settings.emplace(*m_runProfile);
-    m_port.SetSources(*m_host, *m_runProfile);
-    m_guest.emplace(*m_library, *m_host, *m_settings, m_port);
+    m_port.SetSources(m_engine.Host(), *m_runProfile);
+    m_engine.MakeGuest(*m_runProfile, m_port);
+    m_guest = &m_engine.TheGuest();
     RunSettings& run = m_guest->Run();
     run.driverBufferSize = m_options.driverBufferSize.value_or(run.driverBufferSize);
     run.dllBufferSize = m_options.dllBufferSize.value_or(run.dllBufferSize);
@@ -183,10 +160,10 @@ void Session::MakeGuest() {
     }
     TellProfileProblem();
     if (m_options.save && m_options.debug) {
-        m_settings->StoreDebugSettings(run);
+        m_engine.UserSettings().StoreDebugSettings(run);
     }
     if (m_options.save && m_options.socketNotify) {
-        m_settings->StoreSocketNotifyMode(run);
+        m_engine.UserSettings().StoreSocketNotifyMode(run);
     }
     m_guest->Ping().KeepRecords(m_options.json);
 }
@@ -324,12 +301,12 @@ int Session::JudgePingTest() {
 }
 
 int Session::ListAdapters() {
-    m_host->RedetectAdapters();
+    m_engine.Host().RedetectAdapters();
     if (!m_options.json) {
-        m_output.Write(ToUtf8(AdapterTable(*m_host)));
+        m_output.Write(ToUtf8(AdapterTable(m_engine.Host())));
     } else if (m_options.jsonFile.empty()) {
-        m_output.Write(AdapterJson(*m_host));
-    } else if (!m_jsonFile.Write(AdapterJson(*m_host)) || !m_jsonFile.Commit()) {
+        m_output.Write(AdapterJson(m_engine.Host()));
+    } else if (!m_jsonFile.Write(AdapterJson(m_engine.Host())) || !m_jsonFile.Commit()) {
         return Finish(Fail(L"The adapters cannot be saved: " + m_jsonFile.Problem()));
     }
     return Finish(kExitSuccess);
@@ -385,7 +362,8 @@ int Session::Finish(int status) {
     }
     if (m_jsonFile.IsOpen()) {
         RunResults results;
-        results.library = m_library ? m_library->ModuleName() : m_options.library;
+        results.library =
+            m_engine.Library() != nullptr ? m_engine.Library()->ModuleName() : m_options.library;
         results.command = NameOf(m_options.command);
         results.exitStatus = status;
         results.problem = m_problem;

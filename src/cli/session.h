@@ -1,7 +1,7 @@
 // One run of the terminal program: everything that lives from the command line to the exit status.
 //
-// The order of the members is the order of construction; they go in the opposite order, the guest
-// before the host it looks at and that before the library. Main thread.
+// The order of the members is the order of construction; they go in the opposite order, the engine
+// before what it writes to and reads from. Main thread.
 #pragma once
 
 #include <array>
@@ -14,20 +14,16 @@
 #include "cli/run_profile.h"
 #include "cli/terminal_port.h"
 #include "core/output_channel.h"
-#include "guest/guest.h"
-#include "hostnet/host_network.h"
+#include "guest/engine.h"
 #include "platform/atomic_file.h"
 #include "platform/profile.h"
 #include "platform/stop_signal.h"
-#include "settings/settings.h"
-#include "vnetx/library.h"
 
 namespace vnxtest {
 
 class Session {
 public:
     explicit Session(const Options& options);
-    ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
@@ -44,7 +40,6 @@ private:
     bool StartGuest();
     bool WaitForInterfaces();
 
-    void OpenHost();
     void GatherHost();
     void DefineGateway();
     void MakeGuest();
@@ -72,16 +67,10 @@ private:
     DocumentOutput m_output{stdout};
     AtomicFile m_jsonFile;
     std::optional<StopSignal> m_stopSignal;
-    std::unique_ptr<VnetxLibrary> m_library;
-    std::unique_ptr<HostTables> m_tables;
-    std::unique_ptr<WrenPackLibrary> m_adapters;
-    std::unique_ptr<HostTables> m_simulatedTables;
-    std::unique_ptr<WrenPackLibrary> m_simulatedAdapters;
-    std::optional<HostNetwork> m_host;
     std::unique_ptr<Profile> m_profile;
     std::optional<RunProfile> m_runProfile;
-    std::optional<Settings> m_settings;
-    std::optional<Guest> m_guest;
+    Engine m_engine;
+    Guest* m_guest = nullptr; // once it is made
     bool m_guestStarted = false;
     int m_interfacesOpened = 0;
     bool m_pingStarted = false;

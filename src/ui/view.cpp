@@ -9,6 +9,7 @@
 
 #include "helpui/dialog_ids.h"
 #include "helpui/make_child.h"
+#include "hostnet/report.h"
 #include "ui/app.h"
 #include "ui/main_frame.h"
 #include "ui/menus.h"
@@ -32,7 +33,7 @@ CVNXTestView::~CVNXTestView() {
     m_refreshTimer.Stop();
     // The threads still write and post until they have ended; both are taken and forgotten.
     m_guest = nullptr;
-    m_session.EndGuest();
+    m_engine.EndGuest();
     m_channel.Detach();
     m_finder.reset();
     m_pump.reset();
@@ -44,7 +45,7 @@ CVNXTestView::~CVNXTestView() {
 bool CVNXTestView::OnCreate(wxDocument*, long) {
     CVNXTestApp& app = TheApp();
     std::wstring error;
-    if (!m_session.Open(app.UserProfile(), app.LibraryName(), error)) {
+    if (!m_engine.Open(app.LibraryName(), error)) {
         wxMessageBox("The interface library cannot be used: " + wxString(error), kProductName,
                      wxOK | wxICON_ERROR);
         return false;
@@ -67,18 +68,30 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
     Bind(EVT_VIEW_MESSAGE,
          [this](wxThreadEvent& event) { HandleViewMessage(static_cast<ViewMessage>(event.GetInt())); });
     m_refreshTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshPingDisplay(); });
-    m_session.MakeGuest(*this);
-    m_guest = m_session.TheGuest();
+    m_engine.MakeGuest(app.UserProfile(), *this);
+    m_guest = &m_engine.TheGuest();
+    m_guest->Ping().KeepRecords(true);
     BindCommands();
     m_panes->Text().SetFocus();
     return true;
 }
 
 void CVNXTestView::InitialUpdate() {
-    const wxBusyCursor busy;
     m_channel.Attach();
-    m_session.GatherHost();
+    GatherHost();
     m_ready = true;
+    if (IsDebugOutputRefused()) {
+        wxMessageBox("The interface library refused to take the program's output, so the document stays "
+                     "empty.\n\nSet VNXTEST_TRACE=1 in the environment and start the program from a terminal "
+                     "to see the lines there.",
+                     kProductName, wxOK | wxICON_WARNING, GetFrame());
+    }
+}
+
+void CVNXTestView::GatherHost() {
+    const wxBusyCursor busy;
+    m_engine.Host().InitGlobals();
+    WriteStartupReport(m_engine.Host(), ReportContext());
 }
 
 void CVNXTestView::StartOver() {
@@ -86,8 +99,7 @@ void CVNXTestView::StartOver() {
     m_panes->Text().EmptyText();
     GetDocument()->Modify(false);
     if (IsStopped()) {
-        const wxBusyCursor busy;
-        m_session.GatherHost();
+        GatherHost();
     }
 }
 
@@ -123,7 +135,7 @@ void CVNXTestView::HandleViewMessage(ViewMessage message) {
 }
 
 bool CVNXTestView::AskParameters(GuestParameters& parameters) {
-    return CParametersDlg(GetFrame(), m_session.Host(), parameters).ShowModal() == wxID_OK;
+    return CParametersDlg(GetFrame(), m_engine.Host(), parameters).ShowModal() == wxID_OK;
 }
 
 int CVNXTestView::ShowProceedTaskDialog(const ProceedQuestion& question) {

@@ -11,13 +11,13 @@
 #include <wx/timer.h>
 
 #include "core/output_channel.h"
+#include "guest/engine.h"
 #include "guest/front_end.h"
 #include "ui/command_ids.h"
 #include "ui/find.h"
 #include "ui/output_pump.h"
 #include "ui/panes.h"
 #include "ui/ping_history.h"
-#include "ui/session.h"
 
 namespace vnxtest {
 
@@ -50,10 +50,12 @@ private:
     using Handler = void (CVNXTestView::*)();
     using Rule = bool (CVNXTestView::*)();
 
+    void GatherHost();
     void HandleViewMessage(ViewMessage message);
     void BindCommands();
     void BindCommand(Command command, Handler handler, Rule enabled, Rule checked = nullptr);
-    void ShowContextMenu();
+    // At a place in the text's client area.
+    void ShowContextMenu(const wxPoint& at);
 
     // Commands.
     void OnCopy();
@@ -91,7 +93,7 @@ private:
     void ShowProgress();
 
     OutputChannel m_channel{*this};
-    Session m_session;
+    Engine m_engine;
     Guest* m_guest = nullptr;
     PingHistory m_history;
     PingWhoParameters m_asked; // of the last ping test

@@ -1,4 +1,6 @@
 // The commands of the view: what they do, when they may be chosen, and what their menu items show.
+#include <algorithm>
+
 #include <wx/utils.h>
 
 #include "ui/buffer_sizes_dlg.h"
@@ -46,16 +48,22 @@ void CVNXTestView::BindCommands() {
     BindCommand(kCmdSetDebugFlags, &View::OnSetDebugFlags, &View::IsStopped, &View::IsDebugMode);
     BindCommand(kCmdShowPingChart, &View::OnShowPingChart, &View::Always, &View::IsChartShown);
 
-    // The right button shows the menu when it is released, and leaves caret and selection alone.
+    // The right button shows the menu when it is released, and leaves caret and selection alone. The keys
+    // for it show it at the caret, as far as that is in view.
     COutputText& text = m_panes->Text();
     text.Bind(wxEVT_RIGHT_DOWN, [&text](wxMouseEvent&) { text.SetFocus(); });
-    text.Bind(wxEVT_RIGHT_UP, [this](wxMouseEvent&) { ShowContextMenu(); });
-    text.Bind(wxEVT_CONTEXT_MENU, [this](wxContextMenuEvent&) { ShowContextMenu(); });
+    text.Bind(wxEVT_RIGHT_UP, [this](wxMouseEvent& event) { ShowContextMenu(event.GetPosition()); });
+    text.Bind(wxEVT_CONTEXT_MENU, [this, &text](wxContextMenuEvent&) {
+        wxPoint caret = text.PointFromPosition(text.GetCurrentPos());
+        caret.y += text.TextHeight(text.GetCurrentLine());
+        const wxSize size = text.GetClientSize();
+        ShowContextMenu({std::clamp(caret.x, 0, size.x), std::clamp(caret.y, 0, size.y)});
+    });
 }
 
-void CVNXTestView::ShowContextMenu() {
+void CVNXTestView::ShowContextMenu(const wxPoint& at) {
     const auto menu = MakeContextMenu(CanCopy());
-    m_panes->Text().PopupMenu(menu.get());
+    m_panes->Text().PopupMenu(menu.get(), at);
 }
 
 bool CVNXTestView::CanCopy() {
@@ -153,20 +161,20 @@ void CVNXTestView::OnDefineBufferSizes() {
 }
 
 void CVNXTestView::OnDefineGateway() {
-    CDefaultGatewayDlg(GetFrame(), m_session.Host()).ShowModal();
+    CDefaultGatewayDlg(GetFrame(), m_engine.Host()).ShowModal();
 }
 
 void CVNXTestView::OnRedetectAdapters() {
     if (IsStopped()) {
         const wxBusyCursor busy;
-        m_session.Host().RedetectAdapters();
+        m_engine.Host().RedetectAdapters();
     }
 }
 
 void CVNXTestView::OnSocketNotifyMode() {
     RunSettings& run = m_guest->Run();
     run.socketNotifyMode = !run.socketNotifyMode;
-    m_session.UserSettings().StoreSocketNotifyMode(run);
+    m_engine.UserSettings().StoreSocketNotifyMode(run);
 }
 
 void CVNXTestView::OnSetDebugFlags() {
@@ -175,7 +183,7 @@ void CVNXTestView::OnSetDebugFlags() {
     if (dialog.ShowModal() == wxID_OK) {
         run.debugMode = dialog.IsEnabled();
         run.debugFlags = dialog.Flags();
-        m_session.UserSettings().StoreDebugSettings(run);
+        m_engine.UserSettings().StoreDebugSettings(run);
     }
 }
 

@@ -53,4 +53,7 @@ public:
 // one library to another except as "auto" is documented to.
 std::unique_ptr<VnetxLibrary> OpenVnetxLibrary(std::wstring_view name, std::wstring& error);
 
+// `name` is "sim" or "sim:...": the LAN inside the process, which has an adapter of its own.
+bool IsSimulatedLan(std::wstring_view name);
+
 } // namespace vnxtest

@@ -57,4 +57,8 @@ std::unique_ptr<VnetxLibrary> OpenVnetxLibrary(std::wstring_view name, std::wstr
     return nullptr;
 }
 
+bool IsSimulatedLan(std::wstring_view name) {
+    return EqualNoCase(name.substr(0, name.find(L':')), L"sim");
+}
+
 } // namespace vnxtest

@@ -1,5 +1,5 @@
-// What stands behind the window: the interface library, the host, the settings and the guest, put
-// together for one run.
+// What stands behind a front end for one run: the interface library, the host, the settings and the
+// guest, put together in the order they need.
 //
 // The order of the members is the order of construction; they go in the opposite order, the guest
 // before the host it looks at and that before the library. User-interface thread.
@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "guest/front_end.h"
 #include "guest/guest.h"
@@ -18,29 +19,30 @@
 
 namespace vnxtest {
 
-class Session {
+class Engine {
 public:
-    Session() = default;
+    Engine() = default;
     // Ends the guest and its ping test, then the library's debug output.
-    ~Session();
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    ~Engine();
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
 
-    // Opens the library of this name. `profile` must outlive the session. False with whole sentences in
-    // `error` when the library cannot be used; the session is of no use then.
-    bool Open(Profile& profile, const std::wstring& libraryName, std::wstring& error);
-    // Makes the guest, which reads the debug settings. After Open.
-    void MakeGuest(FrontEnd& frontEnd);
-    // Gathers the host's network and writes the start-up report to the attached output channel. Takes
-    // a bounded time. Only while the guest is stopped.
-    void GatherHost();
+    // Opens the library of this name (as OpenVnetxLibrary takes it) and the host that belongs to it: with
+    // "sim" the real host and the simulated adapter. False with whole sentences in `error` when the library
+    // cannot be used; nothing else may be called then.
+    bool Open(const std::wstring& libraryName, std::wstring& error);
+    // Makes the guest, which reads the debug settings. `profile` and `frontEnd` must outlive the engine.
+    void MakeGuest(Profile& profile, FrontEnd& frontEnd);
     // Ends the guest and its ping test: waits for all their threads.
     void EndGuest();
 
+    // Null until it is open.
+    const VnetxLibrary* Library() const { return m_library.get(); }
     HostNetwork& Host() { return *m_host; }
+    // After MakeGuest.
     Settings& UserSettings() { return *m_settings; }
-    // Null before MakeGuest and after EndGuest.
-    Guest* TheGuest() { return m_guest ? &*m_guest : nullptr; }
+    // Between MakeGuest and EndGuest.
+    Guest& TheGuest() { return *m_guest; }
 
 private:
     std::unique_ptr<VnetxLibrary> m_library;
