@@ -1,10 +1,14 @@
 #include <cerrno>
 
+#include <gmock/gmock.h>
+
 #include "core/interface_lifecycle.h"
 #include "support/output_fixture.h"
 
 namespace vnxtest {
 namespace {
+
+using ::testing::AllOf, ::testing::HasSubstr;
 
 class InterfaceLifecycleTest : public OutputFixture {
 protected:
@@ -20,21 +24,14 @@ protected:
     std::int32_t Create() { return CreateInterface(m_info, m_library, m_settings); }
 
     std::vector<std::uint32_t> Codes() const {
-        std::vector<std::uint32_t> codes;
-        for (const auto& request : m_library.requests) {
-            codes.push_back(request.code);
-        }
+        std::vector<std::uint32_t> codes(m_library.requests.size());
+        std::ranges::transform(m_library.requests, codes.begin(), &ScriptedLibrary::Request::code);
         return codes;
     }
-    const VnetxInterfaceRequest& Record(std::uint32_t code) const {
-        for (const auto& request : m_library.requests) {
-            if (request.code == code) {
-                return request.record;
-            }
-        }
-        static const VnetxInterfaceRequest none{};
-        ADD_FAILURE() << "no request " << std::hex << code;
-        return none;
+    VnetxInterfaceRequest Record(std::uint32_t code) const {
+        const auto found = std::ranges::find(m_library.requests, code, &ScriptedLibrary::Request::code);
+        EXPECT_NE(found, m_library.requests.end()) << "no request " << std::hex << code;
+        return found != m_library.requests.end() ? found->record : VnetxInterfaceRequest{};
     }
 
     INTERFACE_INFO m_info;
@@ -90,40 +87,24 @@ TEST_F(InterfaceLifecycleTest, FallsBackToTheOldCodeOnInvalidArgumentOnly) {
 }
 
 TEST_F(InterfaceLifecycleTest, EveryFailureClosesAndKeepsItsErrno) {
-    struct Case {
-        std::uint32_t code;
-        const char* what;
-    };
     const std::string device = "** CreateInterface(10.1.2.3): ";
-    const std::string interface = "** CreateInterface(vnx0): ";
-    const Case cases[] = {
-        {VNETX_TUNSETDEBUG, "vnetx32_ioctl(TUNSETDEBUG)"},
-        {VNETX_TUNSETIFF, "vnetx32_ioctl(TUNSETIFF)"},
-        {VNETX_SIOCSIFADDR, "VNETX_SetIPAddr"},
-        {VNETX_SIOCSIFDSTADDR, "VNETX_SetDestAddr"},
-        {VNETX_SIOCSIFNETMASK, "VNETX_SetNetMask"},
-        {VNETX_SIOCSIFBRDADDR, "VNETX_SetBcastAddr"},
-        {VNETX_SIOCSIFHWADDR, "VNETX_SetMACAddr(02-00-5E-81-02-6F)"},
-        {VNETX_VNXSTIMEOUT, "vnetx32_ioctl(VNXSTIMEOUT)"},
-        {VNETX_VNXSDEVBUFF, "vnetx32_ioctl(VNXSDEVBUFF)"},
-        {VNETX_VNXSIOBUFF, "vnetx32_ioctl(VNXSIOBUFF)"},
-        {VNETX_SIOCSIFFLAGS, "VNETX_SetFlags(IFF_UP)"},
-    };
-    for (const Case& one : cases) {
-        m_library.failRequests = {{one.code, ENODEV}};
-        EXPECT_EQ(Create(), -1) << one.what;
-        EXPECT_EQ(errno, ENODEV) << one.what;
+    const std::string named = "** CreateInterface(vnx0): ";
+    const std::string closed = " closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n";
+    using Case = std::tuple<std::uint32_t, std::string, std::string>;
+    for (const auto& [code, failure, name] :
+         {Case{VNETX_TUNSETDEBUG, device + "vnetx32_ioctl(TUNSETDEBUG)", ""},
+          Case{VNETX_TUNSETIFF, device + "vnetx32_ioctl(TUNSETIFF)", ""},
+          Case{VNETX_SIOCSIFADDR, named + "VNETX_SetIPAddr", "vnx0"},
+          Case{VNETX_SIOCSIFHWADDR, named + "VNETX_SetMACAddr(02-00-5E-81-02-6F)", "vnx0"},
+          Case{VNETX_VNXSIOBUFF, named + "vnetx32_ioctl(VNXSIOBUFF)", "vnx0"},
+          Case{VNETX_SIOCSIFFLAGS, named + "VNETX_SetFlags(IFF_UP)", "vnx0"}}) {
+        m_library.failRequests = {{code, ENODEV}};
+        EXPECT_EQ(Create(), -1);
+        EXPECT_EQ(errno, ENODEV);
         EXPECT_EQ(m_info.handle, -1);
-        EXPECT_FALSE(m_library.IsOpen()) << one.what;
-        const std::string text = TakeText();
-        const bool named = one.code != VNETX_TUNSETDEBUG && one.code != VNETX_TUNSETIFF;
-        EXPECT_NE(text.find((named ? interface : device) + one.what + " failed; errno=19: No such device\n"),
-                  std::string::npos)
-            << text;
-        EXPECT_NE(text.find(named ? "*** Interface vnx0 closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n"
-                                  : "*** Interface  closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n"),
-                  std::string::npos)
-            << text;
+        EXPECT_FALSE(m_library.IsOpen());
+        EXPECT_THAT(TakeText(), AllOf(HasSubstr(failure + " failed; errno=19: No such device\n"),
+                                      HasSubstr("*** Interface " + name + closed)));
     }
     m_library.failOpen = EACCES;
     EXPECT_EQ(Create(), -1);
@@ -139,7 +120,7 @@ TEST_F(InterfaceLifecycleTest, EmptyNamesAreReportedAndClosed) {
     m_library.interfaceName = "vnx0";
     m_info.guestIpText.clear();
     EXPECT_EQ(Create(), -1);
-    EXPECT_NE(TakeText().find(": interface IP address is empty!\n"), std::string::npos);
+    EXPECT_THAT(TakeText(), HasSubstr(": interface IP address is empty!\n"));
     EXPECT_FALSE(m_library.IsOpen());
 }
 

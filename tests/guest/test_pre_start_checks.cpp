@@ -7,34 +7,11 @@
 namespace vnxtest {
 namespace {
 
-// A host with one address, 10.1.2.3/24, that forwards packets or does not.
-class OneAddressTables : public QuietTables {
-public:
-    std::uint32_t GetIpAddrTable(void* buffer, std::uint32_t* size) override {
-        struct {
-            std::uint32_t count = 1;
-            RawAddressRow row;
-        } table;
-        table.row.address = Ipv4Address(10, 1, 2, 3).Memory();
-        table.row.mask = Ipv4Address(255, 255, 255, 0).Memory();
-        table.row.interfaceIndex = 1;
-        return FillFrom(&table, sizeof table, buffer, size);
-    }
-    std::uint32_t GetNetworkParams(void* buffer, std::uint32_t* size) override {
-        const char byte = 1;
-        return FillFrom(&byte, 1, buffer, size);
-    }
-    NetworkParameters DecodeNetworkParams(const std::vector<std::uint8_t>&) const override {
-        NetworkParameters parameters;
-        parameters.enableRouting = forwarding;
-        return parameters;
-    }
-    bool forwarding = false;
-};
-
 class PreStartChecksTest : public OutputFixture {
 protected:
     PreStartChecksTest() {
+        m_tables.parametersCode = m_tables.addressesCode = 0;
+        m_tables.AddAddress(Ipv4Address(10, 1, 2, 3), kMask24, 1);
         m_library.failOpen = ENODEV; // how far a start gets is another test's affair
         m_frontEnd.askParameters = [this](GuestParameters& parameters) {
             parameters.interface1.adapterIpText = L"10.1.2.3";
@@ -51,7 +28,7 @@ protected:
         bool started = false;
     };
     Outcome Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers) {
-        m_tables.forwarding = forwarding;
+        m_tables.networkParameters.enableRouting = forwarding;
         HostNetwork host({m_tables, m_adapters}, m_library);
         host.InitGlobals();
         if (gateway) {
@@ -78,7 +55,7 @@ protected:
     }
 
     std::wstring m_guestIp;
-    OneAddressTables m_tables;
+    QuietTables m_tables; // a host with one address, that forwards packets or does not
     QuietAdapters m_adapters;
     ScriptedFrontEnd m_frontEnd;
 };

@@ -8,31 +8,19 @@
 namespace vnxtest {
 namespace {
 
-class PacketWriterTest : public OutputFixture {
+class PacketWriterTest : public InterfaceFixture {
 protected:
-    PacketWriterTest() {
-        m_info.handle = 3;
-        m_info.name = L"vnx0";
-        m_info.tapMode = true;
-        m_info.guestMac = MacAddress({2, 0, 0x5E, 0x81, 2, 0x6F});
-        m_info.adapterIp = Ipv4Address(10, 1, 2, 3);
-        m_info.adapterMac = MacAddress({2, 1, 1, 1, 1, 3});
-        m_info.netMask = Ipv4Address(255, 255, 255, 0);
-        m_info.addressesKnown = true;
-    }
+    PacketWriterTest() { m_info.tapMode = true; }
 
-    // The destination MAC of a frame to `target`, as hex bytes.
+    // The destination MAC of a frame to `target`.
     Frame DestinationFor(Ipv4Address target) {
-        Frame frame(14);
-        const Frame packet = EchoPacket(8);
-        frame.insert(frame.end(), packet.begin(), packet.end());
-        std::copy(target.Bytes().begin(), target.Bytes().end(), frame.begin() + 30);
+        Frame frame(14 + 32);
+        std::ranges::copy(target.Bytes(), frame.begin() + 30);
         EXPECT_TRUE(WritePingIPPacket(m_info, m_host.network, frame));
         const Frame written = m_library.Written().back();
         return Frame(written.begin(), written.begin() + 6);
     }
 
-    INTERFACE_INFO m_info;
     QuietHost m_host{m_library};
 };
 

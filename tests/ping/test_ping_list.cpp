@@ -20,7 +20,7 @@ std::optional<CPingList::Position> Find(const CPingList& list, std::uint16_t id,
     return list.Find(id, SwapNetwork16(static_cast<std::uint16_t>(sequence)));
 }
 
-TEST(PingList, FindsByIdentifierAndSequence) {
+TEST(PingList, FindsTheOldestByIdentifierAndSequence) {
     CPingList list;
     EXPECT_FALSE(Find(list, 7, 1));
     for (std::uint32_t n = 0; n < 300; ++n) {
@@ -32,31 +32,21 @@ TEST(PingList, FindsByIdentifierAndSequence) {
     EXPECT_FALSE(Find(list, 7, 65500 + 300));
     EXPECT_FALSE(Find(list, 7, 65499));
     EXPECT_FALSE(Find(list, 8, 65500));
-}
-
-TEST(PingList, MeansTheOldestAfterAWholeRound) {
-    CPingList list;
-    for (std::uint32_t n = 0; n < 70000; ++n) {
-        list.AddTail(Ping(7, n));
+    for (std::uint32_t n = 300; n < 70000; ++n) {
+        list.AddTail(Ping(7, 65500 + n)); // more than a whole round
     }
-    EXPECT_EQ(Find(list, 7, 65535), 65535U);
-    EXPECT_EQ(Find(list, 7, 65536 + 10), 10U);
-}
+    EXPECT_EQ(Find(list, 7, 65499), 65535U);
+    EXPECT_EQ(Find(list, 7, 65510), 10U);
 
-TEST(PingList, FindsTheFirstInAListOfAnyShape) {
-    CPingList list;
-    list.AddTail(Ping(7, 5));
-    list.AddTail(Ping(9, 6));
-    list.AddTail(Ping(7, 5));
-    list.AddTail(Ping(7, 100));
+    list.RemoveAll();
+    EXPECT_EQ(list.GetCount(), 0U);
+    for (const auto& [id, sequence] : {std::pair{7, 5}, {9, 6}, {7, 5}, {7, 100}}) { // of no regular shape
+        list.AddTail(Ping(static_cast<std::uint16_t>(id), static_cast<std::uint32_t>(sequence)));
+    }
     EXPECT_EQ(Find(list, 7, 5), 0U);
     EXPECT_EQ(Find(list, 9, 6), 1U);
     EXPECT_EQ(Find(list, 7, 100), 3U);
     EXPECT_FALSE(Find(list, 7, 6));
-    list.RemoveAll();
-    EXPECT_EQ(list.GetCount(), 0U);
-    list.AddTail(Ping(7, 5));
-    EXPECT_EQ(Find(list, 7, 5), 0U);
 }
 
 TEST(PingList, FirstUndecidedPassesOverTheDecided) {
@@ -91,12 +81,10 @@ TEST(PingStatistics, CountEveryRecordOnceAndRoundAsStated) {
         }
         return ComputePingStatistics(list).lossPercent;
     };
-    EXPECT_EQ(loss(0, 0), 0U);
-    EXPECT_EQ(loss(1, 3), 33U);
-    EXPECT_EQ(loss(2, 3), 67U);
-    EXPECT_EQ(loss(1, 8), 13U);
-    EXPECT_EQ(loss(3, 3), 100U);
-    EXPECT_EQ(loss(0, 3), 0U);
+    for (const auto& [lost, sent, percent] :
+         {std::tuple{0, 0, 0U}, {1, 3, 33U}, {2, 3, 67U}, {1, 8, 13U}, {3, 3, 100U}, {0, 3, 0U}}) {
+        EXPECT_EQ(loss(lost, sent), percent);
+    }
 
     CPingList list;
     CPing late = Ping(7, 0, 0xFFFFFFF0); // over the wrap of the ticks

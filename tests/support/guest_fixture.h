@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,32 +43,22 @@ public:
 
     // Carries out posted messages as a front end's main thread does, until `done` or 20 seconds.
     bool Pump(Guest& guest, const std::function<bool()>& done) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        const auto end = Clock::now() + std::chrono::seconds(20);
         while (!done()) {
-            ViewMessage message{};
-            {
-                std::unique_lock lock(m_lock);
-                if (!m_posted.wait_until(lock, end, [this] { return !m_messages.empty(); })) {
-                    return false;
-                }
-                message = m_messages.front();
-                m_messages.pop_front();
+            const auto message = Next(end);
+            if (!message) {
+                return false;
             }
-            opened += message == ViewMessage::InterfaceOpened ? 1 : 0;
-            guest.HandleViewMessage(message);
+            opened += *message == ViewMessage::InterfaceOpened ? 1 : 0;
+            guest.HandleViewMessage(*message);
         }
         return true;
     }
 
     // Carries out what earlier runs left in the queue, so that none of it is taken for the next one's.
     void PumpLeftovers(Guest& guest) {
-        std::deque<ViewMessage> left;
-        {
-            const std::lock_guard lock(m_lock);
-            left.swap(m_messages);
-        }
-        for (const ViewMessage message : left) {
-            guest.HandleViewMessage(message);
+        while (const auto message = Next(Clock::now())) {
+            guest.HandleViewMessage(*message);
         }
         opened = 0;
     }
@@ -81,6 +72,17 @@ public:
     int opened = 0;
 
 private:
+    using Clock = std::chrono::steady_clock;
+    std::optional<ViewMessage> Next(Clock::time_point end) {
+        std::unique_lock lock(m_lock);
+        if (!m_posted.wait_until(lock, end, [this] { return !m_messages.empty(); })) {
+            return std::nullopt;
+        }
+        const ViewMessage message = m_messages.front();
+        m_messages.pop_front();
+        return message;
+    }
+
     std::mutex m_lock;
     std::condition_variable m_posted;
     std::deque<ViewMessage> m_messages;

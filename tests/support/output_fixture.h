@@ -3,11 +3,13 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "core/interface_info.h"
 #include "core/output_channel.h"
 #include "support/scripted_library.h"
 
@@ -54,13 +56,9 @@ protected:
     std::string TakeText() {
         constexpr std::size_t kStamp = 13;
         std::string text;
-        const std::string pending = m_channel.TakePending();
-        for (std::size_t at = 0; at < pending.size();) {
-            const std::size_t end = pending.find('\n', at);
-            const std::string line = pending.substr(at, end - at);
-            text += line.size() > kStamp ? line.substr(kStamp) : std::string();
-            text += '\n';
-            at = end + 1;
+        std::istringstream pending(m_channel.TakePending());
+        for (std::string line; std::getline(pending, line);) {
+            text += line.substr(std::min(line.size(), kStamp)) + '\n';
         }
         return text;
     }
@@ -68,6 +66,22 @@ protected:
     TestView m_view;
     OutputChannel m_channel{m_view};
     ScriptedLibrary m_library;
+};
+
+// The same with an interface as a monitor thread has opened it, in TUN mode.
+class InterfaceFixture : public OutputFixture {
+protected:
+    InterfaceFixture() {
+        m_info.handle = 3;
+        m_info.name = L"vnx0";
+        m_info.guestIp = Ipv4Address(10, 1, 2, 111);
+        m_info.guestMac = MacAddress({2, 0, 0x5E, 0x81, 2, 0x6F});
+        m_info.adapterIp = Ipv4Address(10, 1, 2, 3);
+        m_info.adapterMac = MacAddress({2, 1, 1, 1, 1, 3});
+        m_info.netMask = Ipv4Address(255, 255, 255, 0);
+        m_info.addressesKnown = true;
+    }
+    INTERFACE_INFO m_info;
 };
 
 } // namespace vnxtest

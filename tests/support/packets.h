@@ -2,28 +2,19 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
+#include <string>
 
 #include "support/scripted_library.h"
-#include "wrenlib/hex.h"
+#include "vnetx/checksum.h"
 
 namespace vnxtest {
 
 // The bytes that `text` names in hex; blanks are passed over.
-inline Frame Hex(std::string_view text) {
+inline Frame Hex(std::string text) {
+    std::erase(text, ' ');
     Frame bytes;
-    int high = -1;
-    for (const char c : text) {
-        const int digit = HexDigitValue(static_cast<wchar_t>(c));
-        if (digit < 0) {
-            continue;
-        }
-        if (high < 0) {
-            high = digit;
-        } else {
-            bytes.push_back(static_cast<std::uint8_t>(high * 16 + digit));
-            high = -1;
-        }
+    for (std::size_t at = 0; at < text.size(); at += 2) {
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(at, 2), nullptr, 16)));
     }
     return bytes;
 }
@@ -35,12 +26,10 @@ inline void PutBe16(Frame& bytes, std::size_t offset, std::uint16_t value) {
 
 // Renews both checksums of an IP packet that holds an ICMP message.
 inline void MendChecksums(Frame& packet) {
-    ScriptedLibrary checksum;
     PutBe16(packet, 10, 0);
-    PutBe16(packet, 10, checksum.CalcInetChecksum(packet.data(), 20));
+    PutBe16(packet, 10, InetChecksum(packet.data(), 20));
     PutBe16(packet, 22, 0);
-    PutBe16(packet, 22,
-            checksum.CalcInetChecksum(packet.data() + 20, static_cast<std::uint32_t>(packet.size() - 20)));
+    PutBe16(packet, 22, InetChecksum(packet.data() + 20, packet.size() - 20));
 }
 
 // An echo message of `type` (8 request, 0 reply) from 10.1.2.1 to 10.1.2.111 with four bytes of data.

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstring>
 
+#include "vnetx/checksum.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {
@@ -102,15 +103,8 @@ std::int32_t ScriptedLibrary::GetStats(std::int32_t, VnetxStatistics* record) {
     return 0;
 }
 
-// RFC 1071, as its text states it: 16-bit words added with end-around carry.
 std::uint16_t ScriptedLibrary::CalcInetChecksum(const void* bytes, std::uint32_t length) {
-    const auto* const data = static_cast<const std::uint8_t*>(bytes);
-    std::uint32_t sum = 0;
-    for (std::uint32_t i = 0; i < length; ++i) {
-        sum += static_cast<std::uint32_t>(data[i]) << (i % 2 == 0 ? 8 : 0);
-        sum = (sum & 0xFFFF) + (sum >> 16);
-    }
-    return static_cast<std::uint16_t>(~sum);
+    return InetChecksum(bytes, length);
 }
 
 void ScriptedLibrary::BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) {

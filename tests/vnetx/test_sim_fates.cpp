@@ -1,79 +1,90 @@
-// What the simulated LAN does to replies: that it follows from seed, interface and number alone, and
-// that its counts agree exactly with what a guest finds.
+// What the options of the simulated LAN do to replies: how they are read, that a fate follows from
+// seed, interface and number alone, and that the LAN's counts agree exactly with what a guest finds.
 
 #include <cmath>
-#include <thread>
 
 #include <gtest/gtest.h>
 
-#include "vnetx/sim.h"
-#include "vnetx/sim_guest.h"
+#include "vnetx/library_guest.h"
 
 namespace vnxtest {
-
 namespace {
 
-constexpr int kPings = 400;
+using namespace std::chrono_literals;
 
 SimOptions Options(const std::wstring& text) {
     std::wstring error;
-    return ParseSimOptions(text, error).value();
+    const auto options = ParseSimOptions(text, error);
+    EXPECT_TRUE(options) << ::testing::PrintToString(error);
+    return options.value_or(SimOptions());
 }
 
-bool SameFate(const SimFate& a, const SimFate& b) {
-    return a.lost == b.lost && a.duplicated == b.duplicated && a.late == b.late &&
-           a.dontFragment == b.dontFragment && a.reordered == b.reordered && a.corrupted == b.corrupted &&
-           a.truncated == b.truncated && a.foreign == b.foreign && a.delay == b.delay &&
-           a.duplicateDelay == b.duplicateDelay && a.random == b.random;
-}
-
-TEST(SimFates, FollowFromSeedInterfaceAndNumber) {
-    const std::wstring text =
-        L"loss=20,dup=20,late=20,df=20,reorder=20,corrupt=20,truncate=20,foreign=20,jitter=9";
-    const SimOptions options = Options(text);
-    const SimOptions otherSeed = Options(text + L",seed=2");
-    int otherNumber = 0, otherInterface = 0, otherRun = 0;
-    for (std::uint64_t n = 1; n <= 1000; ++n) {
-        const SimFate fate = DecideSimFate(options, 0, n);
-        EXPECT_TRUE(SameFate(fate, DecideSimFate(options, 0, n)));
-        otherNumber += SameFate(fate, DecideSimFate(options, 0, n + 1));
-        otherInterface += SameFate(fate, DecideSimFate(options, 1, n));
-        otherRun += SameFate(fate, DecideSimFate(otherSeed, 0, n));
-    }
-    // Only lost replies can be the same by chance: one in twenty-five.
-    for (const int same : {otherNumber, otherInterface, otherRun}) {
-        EXPECT_LT(same, 90);
-    }
-}
-
-TEST(SimFates, OneImpairmentDoesNotChangeAnother) {
-    const SimOptions only = Options(L"dup=30");
-    const SimOptions with = Options(L"dup=30,loss=40,late=50,jitter=3");
-    for (std::uint64_t n = 1; n <= 500; ++n) {
-        const SimFate fate = DecideSimFate(with, 0, n);
-        if (!fate.lost) {
-            EXPECT_EQ(fate.duplicated, DecideSimFate(only, 0, n).duplicated);
+TEST(SimOptionsText, TakesEveryOptionAndNamesWhatItRefuses) {
+    const SimOptions o =
+        Options(L"loss=5, dup=2.25,late=0,df=1,reorder=3,corrupt=4,truncate=6,foreign=100,"
+                L"delay=0.5,jitter=60000,lateby=900,pinger=1000,mtu=68,seed=18446744073709551615 ");
+    EXPECT_EQ((std::vector<double>{o.loss, o.dup, o.late, o.df, o.reorder, o.corrupt, o.truncate, o.foreign,
+                                   o.delay, o.jitter, o.lateBy, o.pinger}),
+              (std::vector<double>{5, 2.25, 0, 1, 3, 4, 6, 100, 0.5, 60000, 900, 1000}));
+    EXPECT_EQ(o.mtu, 68u);
+    EXPECT_EQ(o.seed, UINT64_MAX);
+    Options(L"  ");
+    struct Refused {
+        const wchar_t *named, *allowed;
+        std::vector<const wchar_t*> texts;
+    };
+    for (const auto& [named, allowed, texts] :
+         {Refused{L"\"", L"name=value", {L"loss", L"=5", L"loss=5,"}},
+          Refused{L"\"Loss\"", L"loss, dup", {L"Loss=5"}},
+          Refused{
+              L"\"loss\"",
+              L"from 0 to 100 (percent)",
+              {L"loss=", L"loss=-1", L"loss=100.0001", L"loss=1e1", L"loss=5.", L"loss=.5", L"loss=1.2.3"}},
+          Refused{L"\"delay\"", L"from 0 to 60000 (milliseconds)", {L"delay=60001"}},
+          Refused{L"\"mtu\"", L"from 68 to 65535 (bytes)", {L"mtu=67", L"mtu=65536", L"mtu=1500.5"}},
+          Refused{L"\"seed\"", L"whole number", {L"seed=18446744073709551616", L"seed=x"}},
+          Refused{L"\"loss\"", L"twice", {L"loss=1,dup=2,loss=3"}}}) {
+        for (const wchar_t* text : texts) {
+            std::wstring error;
+            EXPECT_FALSE(ParseSimOptions(text, error));
+            EXPECT_THAT(error, AllOf(HasSubstr(named), HasSubstr(allowed), ::testing::EndsWith(L".")));
         }
     }
 }
 
-TEST(SimFates, ComeAsOftenAsAsked) {
-    const SimOptions options = Options(L"loss=5,dup=0.5,late=50,corrupt=100,delay=20,jitter=5,lateby=100");
+// Every fate, and its count.
+struct FateCount {
+    bool SimFate::*fate;
+    std::uint64_t SimCounters::*count;
+};
+constexpr FateCount kFates[] = {
+    {&SimFate::lost, &SimCounters::lost},           {&SimFate::duplicated, &SimCounters::duplicated},
+    {&SimFate::late, &SimCounters::late},           {&SimFate::dontFragment, &SimCounters::dontFragment},
+    {&SimFate::reordered, &SimCounters::reordered}, {&SimFate::corrupted, &SimCounters::corrupted},
+    {&SimFate::truncated, &SimCounters::truncated}, {&SimFate::foreign, &SimCounters::foreign},
+};
+
+TEST(SimFates, FollowFromSeedInterfaceAndNumberAndComeAsOftenAsAsked) {
+    const std::wstring text = L"loss=5,dup=0.5,late=50,corrupt=100,delay=20,jitter=5,lateby=100";
+    const SimOptions options = Options(text), otherSeed = Options(text + L",seed=2"),
+                     only = Options(L"dup=0.5");
     constexpr int kMany = 200000;
-    int lost = 0, duplicated = 0, late = 0;
+    int lost = 0, duplicated = 0, late = 0, same = 0;
     for (std::uint64_t n = 1; n <= kMany; ++n) {
         const SimFate fate = DecideSimFate(options, 0, n);
         lost += fate.lost;
         duplicated += fate.duplicated;
         late += fate.late;
-        if (fate.lost) {
-            continue;
+        if (!fate.lost) {
+            for (const SimFate& other : {DecideSimFate(options, 0, n + 1), DecideSimFate(options, 1, n),
+                                         DecideSimFate(otherSeed, 0, n)}) {
+                same += other.random == fate.random || other.delay == fate.delay;
+            }
+            const auto least = fate.late ? 120ms : 20ms;
+            ASSERT_TRUE(fate.delay >= least && fate.delay <= least + 5ms);
+            ASSERT_TRUE(fate.corrupted && !fate.truncated);
+            ASSERT_EQ(fate.duplicated, DecideSimFate(only, 0, n).duplicated) << "one does not change another";
         }
-        EXPECT_TRUE(fate.corrupted);
-        EXPECT_FALSE(fate.truncated);
-        const auto least = std::chrono::milliseconds(fate.late ? 120 : 20);
-        EXPECT_GE(fate.delay, least);
-        EXPECT_LE(fate.delay, least + std::chrono::milliseconds(5));
     }
     // Five standard deviations on either side.
     const auto near = [](int count, double of, double percent) {
@@ -83,108 +94,86 @@ TEST(SimFates, ComeAsOftenAsAsked) {
     EXPECT_TRUE(near(lost, kMany, 5)) << lost;
     EXPECT_TRUE(near(duplicated, kMany * 0.95, 0.5)) << duplicated;
     EXPECT_TRUE(near(late, kMany * 0.95, 50)) << late;
+    EXPECT_LT(same, kMany / 1000) << "only by chance is a delay the same, in microseconds";
 }
 
-struct MatrixCase {
-    const wchar_t* options;
-    bool tap;
-};
-
-class SimMatrix : public ::testing::TestWithParam<MatrixCase> {};
+class SimMatrix : public ::testing::TestWithParam<std::pair<const wchar_t*, bool>> {};
 
 TEST_P(SimMatrix, CountsAreExact) {
-    const auto lan = Lan(GetParam().options);
-    SimGuest guest(*lan, {.tap = GetParam().tap, .timeout = 200});
+    const auto& [options, tap] = GetParam();
+    constexpr std::uint64_t kPings = 400;
+    const auto lan = Lan(options);
+    LibraryGuest guest(*lan, {.tap = tap, .timeout = 200});
+    SimCounters foretold; // whatever the mode and the timing
     for (std::uint16_t n = 1; n <= kPings; ++n) {
         ASSERT_GT(guest.Ping(kSimFirstEchoHost, n, n % 60), 0);
-    }
-    const auto found = guest.ReadReplies();
-
-    const SimCounters counters = lan->Counters(0);
-    EXPECT_EQ(counters.echoRequests, static_cast<std::uint64_t>(kPings));
-    EXPECT_EQ(counters.answeredRead, static_cast<std::uint64_t>(found.answered));
-    EXPECT_EQ(counters.extraRepliesRead, static_cast<std::uint64_t>(found.extra));
-    // All was read, so what was sent is what was found.
-    EXPECT_EQ(counters.answered, counters.answeredRead);
-    EXPECT_EQ(counters.extraReplies, counters.extraRepliesRead);
-    EXPECT_EQ(counters.repliesSent, static_cast<std::uint64_t>(found.answered + found.extra + found.spoilt));
-    EXPECT_EQ(counters.repliesSent, counters.echoRequests - counters.lost + counters.duplicated);
-    EXPECT_EQ(counters.repliesRead, counters.repliesSent);
-
-    // And it is what the fates foretell, whatever the mode and the timing.
-    SimCounters foretold;
-    for (std::uint64_t n = 1; n <= kPings; ++n) {
         const SimFate fate = DecideSimFate(lan->Options(), 0, n);
-        foretold.lost += fate.lost;
-        foretold.duplicated += fate.duplicated;
-        foretold.late += fate.late;
-        foretold.dontFragment += fate.dontFragment;
-        foretold.reordered += fate.reordered;
-        foretold.corrupted += fate.corrupted;
-        foretold.truncated += fate.truncated;
-        foretold.foreign += fate.foreign;
+        for (const auto& [member, count] : kFates) {
+            foretold.*count += fate.*member;
+        }
         foretold.answered += fate.IsGood();
         foretold.extraReplies += fate.IsGood() && fate.duplicated;
     }
-    EXPECT_EQ(counters.lost, foretold.lost);
-    EXPECT_EQ(counters.duplicated, foretold.duplicated);
-    EXPECT_EQ(counters.late, foretold.late);
-    EXPECT_EQ(counters.dontFragment, foretold.dontFragment);
-    EXPECT_EQ(counters.reordered, foretold.reordered);
-    EXPECT_EQ(counters.corrupted, foretold.corrupted);
-    EXPECT_EQ(counters.truncated, foretold.truncated);
-    EXPECT_EQ(counters.foreign, foretold.foreign);
+    const auto found = guest.ReadReplies();
+    const SimCounters counters = lan->Counters(0);
+    for (const auto& [member, count] : kFates) {
+        EXPECT_EQ(counters.*count, foretold.*count);
+    }
+    EXPECT_EQ(counters.echoRequests, kPings);
     EXPECT_EQ(counters.answered, foretold.answered);
     EXPECT_EQ(counters.extraReplies, foretold.extraReplies);
+    EXPECT_EQ(counters.repliesSent, kPings - foretold.lost + foretold.duplicated);
+    // All was read, so what was sent is what was found.
+    EXPECT_EQ(counters.answeredRead, foretold.answered);
+    EXPECT_EQ(counters.extraRepliesRead, foretold.extraReplies);
+    EXPECT_EQ(counters.repliesRead, counters.repliesSent);
+    EXPECT_EQ(static_cast<std::uint64_t>(found.answered), foretold.answered);
+    EXPECT_EQ(static_cast<std::uint64_t>(found.extra), foretold.extraReplies);
+    EXPECT_EQ(static_cast<std::uint64_t>(found.spoilt),
+              counters.repliesSent - foretold.answered - foretold.extraReplies);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Sim, SimMatrix,
-    ::testing::Values(MatrixCase{L"", false}, MatrixCase{L"loss=30", true}, MatrixCase{L"loss=100", true},
-                      MatrixCase{L"dup=20,loss=10", false}, MatrixCase{L"df=25", true},
-                      MatrixCase{L"corrupt=30,seed=3", false}, MatrixCase{L"corrupt=100,seed=4", true},
-                      MatrixCase{L"truncate=30,seed=5", false}, MatrixCase{L"truncate=100,dup=50", true},
-                      MatrixCase{L"foreign=30,dup=30", false}, MatrixCase{L"reorder=30,jitter=3", true},
-                      MatrixCase{L"late=20,lateby=50,dup=10", false},
-                      MatrixCase{L"loss=10,dup=10,late=10,df=10,reorder=10,corrupt=10,truncate=10,foreign=10,"
-                                 L"jitter=2,lateby=20,seed=9",
-                                 true}));
+    ::testing::Values(std::pair{L"", false}, std::pair{L"loss=30", true}, std::pair{L"dup=20,loss=10", false},
+                      std::pair{L"df=25", true}, std::pair{L"corrupt=30,seed=3", false},
+                      std::pair{L"corrupt=100,seed=4", true}, std::pair{L"truncate=30,seed=5", false},
+                      std::pair{L"truncate=100,dup=50", true}, std::pair{L"foreign=30,dup=30", false},
+                      std::pair{L"reorder=30,jitter=3", true}, std::pair{L"late=20,lateby=50,dup=10", false},
+                      std::pair{L"loss=10,dup=10,late=10,df=10,reorder=10,corrupt=10,truncate=10,foreign=10,"
+                                L"jitter=2,lateby=20,seed=9",
+                                true}));
 
 TEST(SimFates, AReorderedReplyIsOvertakenByTheNext) {
     const auto lan = Lan(L"reorder=30,seed=4");
-    SimGuest guest(*lan, {.timeout = 150});
-    for (std::uint16_t n = 1; n <= 50; ++n) {
-        guest.Ping(kSimFirstEchoHost, n);
-    }
-    const auto found = guest.ReadReplies();
+    LibraryGuest guest(*lan, {.timeout = 250});
     // One that is held back comes right behind the next that is not; when the next is held back, too,
     // it comes when its time is over.
     std::vector<std::uint16_t> expected, later;
     std::uint16_t held = 0;
     for (std::uint16_t n = 1; n <= 50; ++n) {
-        if (DecideSimFate(lan->Options(), 0, n).reordered) {
-            if (held != 0) {
-                later.push_back(held);
-            }
-            held = n;
-            continue;
+        guest.Ping(kSimFirstEchoHost, n);
+        const bool reordered = DecideSimFate(lan->Options(), 0, n).reordered;
+        if (!reordered) {
+            expected.push_back(n);
         }
-        expected.push_back(n);
         if (held != 0) {
-            expected.push_back(std::exchange(held, std::uint16_t{0}));
+            (reordered ? later : expected).push_back(held);
         }
+        held = reordered ? n : std::uint16_t{0};
     }
     if (held != 0) {
         later.push_back(held);
     }
+    EXPECT_FALSE(later.empty());
     expected.insert(expected.end(), later.begin(), later.end());
-    EXPECT_EQ(found.order, expected);
-    EXPECT_FALSE(std::is_sorted(found.order.begin(), found.order.end()));
+    EXPECT_EQ(guest.ReadReplies().order, expected);
 }
 
-TEST(SimFates, LateRepliesDoNotHoldTheOthersUp) {
-    const auto lan = Lan(L"late=50,lateby=80,seed=3");
-    SimGuest guest(*lan, {.timeout = 200});
+TEST(SimFates, LateRepliesAreThatLateAndDoNotHoldTheOthersUp) {
+    const auto lan = Lan(L"late=50,lateby=300,seed=3");
+    LibraryGuest guest(*lan, {.timeout = 600});
+    const auto start = std::chrono::steady_clock::now();
     std::vector<std::uint16_t> prompt, late;
     for (std::uint16_t n = 1; n <= 20; ++n) {
         guest.Ping(kSimFirstEchoHost, n);
@@ -193,39 +182,13 @@ TEST(SimFates, LateRepliesDoNotHoldTheOthersUp) {
     EXPECT_FALSE(prompt.empty() || late.empty());
     prompt.insert(prompt.end(), late.begin(), late.end());
     EXPECT_EQ(guest.ReadReplies().order, prompt);
-}
-
-TEST(SimFates, ALateReplyIsThatLate) {
-    const auto lan = Lan(L"late=100,lateby=80");
-    SimGuest guest(*lan, {.timeout = 1000});
-    const auto start = std::chrono::steady_clock::now();
-    guest.Ping(kSimFirstEchoHost, 1);
-    EXPECT_FALSE(guest.Read().empty());
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(79));
-}
-
-// 65,535 pings from one thread while another reads: all answered, in little time and in order.
-TEST(SimFates, AFloodIsAnsweredWhole) {
-    const auto lan = Lan(L"");
-    SimGuest guest(*lan, {.timeout = 500});
-    constexpr int kFlood = 65535;
-    std::thread sender([&] {
-        for (int n = 1; n <= kFlood; ++n) {
-            guest.Ping(kSimFirstEchoHost, static_cast<std::uint16_t>(n), 8);
-        }
-    });
-    const auto found = guest.ReadReplies();
-    sender.join();
-    EXPECT_EQ(found.answered, kFlood);
-    EXPECT_EQ(found.extra + found.spoilt, 0);
-    EXPECT_TRUE(std::is_sorted(found.order.begin(), found.order.end()));
-    EXPECT_EQ(lan->Counters().answeredRead, static_cast<std::uint64_t>(kFlood));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 895ms) << "the lateness, and the last read";
 }
 
 // A guest that writes and never reads must not eat the memory.
 TEST(SimFates, WhatNobodyReadsIsBounded) {
     const auto lan = Lan(L"mtu=65535");
-    SimGuest guest(*lan, {.timeout = 1});
+    LibraryGuest guest(*lan, {.timeout = 1});
     constexpr std::size_t kSize = 60000;
     const std::uint64_t fits = SimWire::kMaximumBytes / kSize;
     for (std::uint64_t n = 1; n <= fits + 100; ++n) {
@@ -234,32 +197,9 @@ TEST(SimFates, WhatNobodyReadsIsBounded) {
     const SimCounters counters = lan->Counters();
     EXPECT_GE(counters.overflowed, 90u);
     EXPECT_EQ(counters.overflowed + counters.echoRequests, fits + 100);
-    EXPECT_EQ(static_cast<std::uint64_t>(guest.ReadReplies().answered), counters.echoRequests);
-}
-
-TEST(SimFates, EachInterfaceAndEachLanHasItsOwnCount) {
-    const auto lan = Lan(L"loss=50");
-    const auto other = Lan(L"loss=50");
-    SimGuest first(*lan, {.timeout = 20});
-    SimGuest second(*lan, {.tap = true, .ip = kSecondGuest, .timeout = 20});
-    SimGuest third(*other, {.timeout = 20});
-    for (std::uint16_t n = 1; n <= 40; ++n) {
-        first.Ping(kSimFirstEchoHost, n);
-        second.Ping(kSimFirstEchoHost, n);
-        third.Ping(kSimFirstEchoHost, n);
-    }
-    const int firstFound = first.ReadReplies().answered;
-    const int secondFound = second.ReadReplies().answered;
-    EXPECT_GT(firstFound, 0);
-    EXPECT_EQ(lan->Counters(0).answeredRead, static_cast<std::uint64_t>(firstFound));
-    EXPECT_EQ(lan->Counters(1).answeredRead, static_cast<std::uint64_t>(secondFound));
-    const auto replies = third.ReadReplies();
-    // The same seed and the same order of opening: the same fates.
-    EXPECT_EQ(static_cast<std::uint64_t>(replies.answered), lan->Counters(0).answered);
-    EXPECT_EQ(lan->Counters().lost, lan->Counters(0).lost + lan->Counters(1).lost);
-    EXPECT_EQ(lan->InterfacesOpened(), 2u);
+    EXPECT_EQ(guest.ReadReplies().order.size(), counters.echoRequests);
+    EXPECT_LE(guest.Statistics().maximumBytesReceived, 65536u) << "as much at once as the I/O buffer holds";
 }
 
 } // namespace
-
 } // namespace vnxtest

@@ -1,0 +1,243 @@
+// A guest interface of any interface library, as a test drives it: opened and configured the way the
+// program does it. Failures of a request are its errno, so that a test can name them in a line.
+#pragma once
+
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "vnetx/guest_mac.h"
+#include "vnetx/sim.h"
+#include "vnetx/wire_format.h"
+
+namespace vnxtest {
+
+using Bytes = std::vector<std::uint8_t>;
+using ::testing::AllOf, ::testing::HasSubstr, ::testing::Not;
+
+inline constexpr Ipv4Address kFirstGuest{198, 18, 0, 111};
+inline constexpr Ipv4Address kSecondGuest{198, 18, 0, 222};
+
+inline std::unique_ptr<SimLibrary> Lan(std::wstring_view options = L"") {
+    std::wstring error;
+    auto library = MakeSimLibrary(options, error);
+    EXPECT_TRUE(library) << ::testing::PrintToString(error);
+    return library;
+}
+
+// What a call failed with, or 0.
+inline int ErrorOf(std::int32_t result) {
+    return result < 0 ? errno : 0;
+}
+
+// SIOCGARP; zero when it fails. Handle -1 asks for the host's own adapters.
+inline MacAddress AskMac(VnetxLibrary& library, std::int32_t handle, Ipv4Address address) {
+    VnetxArpRequest record{};
+    record.protocolFamily = VNETX_AF_INET;
+    StoreIpv4(record.protocolAddress, address);
+    return library.Ioctl(handle, VNETX_SIOCGARP, &record) == 0 ? LoadMac(record.hardwareAddress)
+                                                               : MacAddress();
+}
+
+// SIOCGRARP; zero when it fails.
+inline Ipv4Address AskIp(VnetxLibrary& library, std::int32_t handle, MacAddress mac) {
+    VnetxArpRequest record{};
+    StoreMac(record.hardwareAddress, mac);
+    return library.Ioctl(handle, VNETX_SIOCGRARP, &record) == 0 ? LoadIpv4(record.protocolAddress)
+                                                                : Ipv4Address();
+}
+
+inline Bytes EthernetFrame(MacAddress to, MacAddress from, std::uint16_t type, const Bytes& payload) {
+    Bytes frame(kEthernetHeaderLength);
+    BuildEthernetHeader(frame.data(), {to, from, type});
+    frame.insert(frame.end(), payload.begin(), payload.end());
+    return frame;
+}
+inline Bytes ArpQuestion(MacAddress mac, Ipv4Address ip, Ipv4Address target) {
+    const auto frame = BuildArpFrame(MacAddress::Broadcast(), mac, {kArpRequest, mac, ip, {}, target});
+    return Bytes(frame.begin(), frame.end());
+}
+inline Bytes ArpAnswer(MacAddress mac, Ipv4Address ip, MacAddress askerMac, Ipv4Address asker) {
+    const auto frame = BuildArpFrame(askerMac, mac, {kArpReply, mac, ip, askerMac, asker});
+    return Bytes(frame.begin(), frame.end());
+}
+inline Bytes EchoPacket(const SimEcho& echo, const SimEchoHeader& header = {}) {
+    Bytes packet(SimEchoLength(echo));
+    BuildSimEcho(echo, header, packet.data());
+    return packet;
+}
+// An echo request without data.
+inline Bytes Request(Ipv4Address source, Ipv4Address destination) {
+    return EchoPacket({.source = source, .destination = destination, .type = kIcmpEchoRequest});
+}
+
+struct GuestOptions {
+    bool tap = false;
+    Ipv4Address ip = kFirstGuest;
+    bool socketNotify = false;
+    std::uint32_t timeout = 250;
+    const char* adapter = "198.18.0.1";
+    Ipv4Address mask{};
+    bool up = true;
+};
+
+class LibraryGuest {
+public:
+    LibraryGuest(VnetxLibrary& library, GuestOptions options) : m_library(library), m_options(options) {
+        m_handle = library.Open(options.adapter, VNETX_OPEN_READ_WRITE |
+                                                     (options.socketNotify ? VNETX_OPEN_SOCKET_NOTIFY : 0));
+        EXPECT_GE(m_handle, 0) << std::strerror(errno);
+        VnetxInterfaceRequest record{};
+        record.u.flags =
+            static_cast<std::uint16_t>((options.tap ? VNETX_IFF_TAP : VNETX_IFF_TUN) | VNETX_IFF_NO_PI);
+        EXPECT_EQ(library.Ioctl(m_handle, VNETX_TUNSETIFF, &record), 0) << std::strerror(errno);
+        m_name = record.name;
+        EXPECT_EQ(Set(VNETX_SIOCSIFDSTADDR, options.ip), 0);
+        EXPECT_EQ(options.mask.IsZero() ? 0 : Set(VNETX_SIOCSIFNETMASK, options.mask), 0);
+        EXPECT_EQ(Set(VNETX_VNXSTIMEOUT, options.timeout), 0);
+        EXPECT_EQ(options.up ? SetFlags(VNETX_IFF_UP) : 0, 0);
+    }
+    ~LibraryGuest() { Close(); }
+    LibraryGuest(const LibraryGuest&) = delete;
+    LibraryGuest& operator=(const LibraryGuest&) = delete;
+
+    void Close() {
+        if (m_handle >= 0) {
+            m_library.Close(std::exchange(m_handle, -1));
+        }
+    }
+
+    std::int32_t Handle() const { return m_handle; }
+    const std::string& Name() const { return m_name; }
+    Ipv4Address Ip() const { return m_options.ip; }
+    MacAddress Mac() const { return BuildGuestMac(m_options.ip); }
+
+    // Requests by the interface's name: 0 or errno.
+    int Request(std::uint32_t code, VnetxInterfaceRequest& record) {
+        std::memcpy(record.name, m_name.data(), m_name.size());
+        return ErrorOf(m_library.Ioctl(m_handle, code, &record));
+    }
+    int Set(std::uint32_t code, std::uint32_t value) {
+        VnetxInterfaceRequest record{};
+        record.u.value = value;
+        return Request(code, record);
+    }
+    int Set(std::uint32_t code, Ipv4Address address) {
+        VnetxInterfaceRequest record{};
+        record.u.inet.family = VNETX_AF_INET;
+        StoreIpv4(record.u.inet.address, address);
+        return Request(code, record);
+    }
+    int SetFlags(std::uint16_t flags) { return Set(VNETX_SIOCSIFFLAGS, std::uint32_t{flags}); }
+    MacAddress AskMac(Ipv4Address address) { return vnxtest::AskMac(m_library, m_handle, address); }
+    VnetxStatistics Statistics() {
+        VnetxStatistics record{};
+        record.length = sizeof record;
+        EXPECT_EQ(m_library.GetStats(m_handle, &record), 0);
+        return record;
+    }
+
+    // One read, whatever comes of it.
+    std::int32_t TryRead() { return m_library.Read(m_handle, m_buffer.data(), 65535); }
+    // The next frame; empty when none came in time.
+    Bytes Read() {
+        const std::int32_t length = TryRead();
+        EXPECT_GE(length, 0) << std::strerror(errno);
+        return Bytes(m_buffer.begin(), m_buffer.begin() + std::max(length, 0));
+    }
+    std::int32_t Write(std::span<const std::uint8_t> frame) {
+        return m_library.Write(m_handle, frame.data(), static_cast<std::uint32_t>(frame.size()));
+    }
+
+    // An IP packet to its next hop; returns what the write returned.
+    std::int32_t SendPacket(Ipv4Address destination, const Bytes& packet) {
+        if (!m_options.tap) {
+            return Write(packet);
+        }
+        const MacAddress mac = AskMac(destination);
+        return Write(EthernetFrame(mac.IsZero() ? kSimGatewayMac : mac, Mac(), kEtherTypeIpv4, packet));
+    }
+    std::int32_t Ping(Ipv4Address destination, std::uint16_t sequence, std::size_t size = 32) {
+        const Bytes data(size, static_cast<std::uint8_t>('a' + sequence % 26));
+        const SimEcho echo{Ip(), destination, 0, kIcmpEchoRequest, kIdentifier, sequence, data};
+        return SendPacket(destination, EchoPacket(echo, {.dontFragment = true}));
+    }
+
+    // The next IP packet. A TAP guest answers the ARP requests that come before it.
+    Bytes ReadPacket() {
+        while (true) {
+            const Bytes frame = Read();
+            if (frame.empty() || !m_options.tap) {
+                return frame;
+            }
+            const auto header = ParseEthernetHeader(frame);
+            const Bytes payload(frame.begin() + kEthernetHeaderLength, frame.end());
+            if (header->type == kEtherTypeIpv4) {
+                EXPECT_EQ(header->destination, Mac());
+                return payload;
+            }
+            const auto arp = ParseArp(payload);
+            if (arp && arp->operation == kArpRequest && arp->targetIp == Ip()) {
+                Write(ArpAnswer(Mac(), Ip(), arp->senderMac, arp->senderIp));
+            }
+        }
+    }
+
+    // Reads all that comes within one read time-out of each other, as a ping test would: counts the
+    // replies it could match.
+    struct Tally {
+        int answered = 0;                 // requests with a good reply
+        int extra = 0;                    // good replies beyond the first
+        int spoilt = 0;                   // packets that match nothing
+        std::vector<std::uint16_t> order; // the sequence numbers of the good replies
+    };
+    Tally ReadReplies() {
+        Tally tally;
+        std::vector<bool> replied(65536);
+        for (Bytes packet = ReadPacket(); !packet.empty(); packet = ReadPacket()) {
+            SimEcho echo;
+            if (ParseSimEcho(packet, echo) == SimEchoCheck::Good && echo.type == kIcmpEchoReply &&
+                echo.identifier == kIdentifier && echo.destination == Ip() &&
+                packet.size() == SimEchoLength(echo) && packet[6] == 0) {
+                tally.order.push_back(echo.sequence);
+                ++(replied[echo.sequence] ? tally.extra : tally.answered);
+                replied[echo.sequence] = true;
+            } else {
+                ++tally.spoilt;
+            }
+        }
+        return tally;
+    }
+
+    static constexpr std::uint16_t kIdentifier = 0x1234;
+
+private:
+    VnetxLibrary& m_library;
+    const GuestOptions m_options;
+    std::int32_t m_handle = -1;
+    std::string m_name;
+    Bytes m_buffer = Bytes(65535);
+};
+
+// The debug output of a library, from any thread.
+struct DebugText {
+    static void Collect(const char* text, ...) {
+        const std::lock_guard lock(s_lock);
+        s_text += text;
+    }
+    // What came since the last call.
+    static std::string Take() {
+        const std::lock_guard lock(s_lock);
+        return std::exchange(s_text, {});
+    }
+    static inline std::mutex s_lock;
+    static inline std::string s_text;
+};
+
+} // namespace vnxtest
