@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the end-to-end cases one by one, as the test runner asks for them.
 
-run.py --list MODULE        the cases of a module: name, seconds allowed, whether it runs alone
+run.py --list MODULE        the cases of a module: name, seconds allowed, whether it runs alone, label
 run.py --missing            what this machine lacks for some of the cases, one a line
 run.py MODULE CASE          runs one; exit status 0 passed, 1 failed, 77 skipped (the reason is printed)
 run.py [MODULE...]          runs all of them, by hand; VNXTEST_CLI names the program
@@ -20,25 +20,22 @@ sys.dont_write_bytecode = True
 
 
 def cases(module):
-    for group in unittest.defaultTestLoader.loadTestsFromModule(importlib.import_module(module)):
-        yield from group
-
-
-def case_name(case):
-    return f"{type(case).__name__}.{case._testMethodName}"
+    """The cases of a module by their names."""
+    groups = unittest.defaultTestLoader.loadTestsFromModule(importlib.import_module(module))
+    return {f"{type(case).__name__}.{case._testMethodName}": case for group in groups for case in group}
 
 
 def list_cases(module):
-    for case in cases(module):
+    for name, case in cases(module).items():
         method = getattr(case, case._testMethodName)
         seconds = getattr(method, "case_timeout", DEFAULT_TIMEOUT)
-        print(case_name(case), seconds, int(getattr(method, "case_alone", False)))
+        print(name, seconds, int(getattr(method, "case_alone", False)), case.label)
 
 
 def run(chosen):
     result = unittest.TextTestRunner(verbosity=2, stream=sys.stdout).run(unittest.TestSuite(chosen))
     for case, reason in result.skipped:
-        print(f"SKIPPED {case_name(case)}: {reason}")
+        print(f"SKIPPED {case}: {reason}")
     if not result.wasSuccessful():
         return 1
     return SKIPPED if result.skipped and len(result.skipped) == result.testsRun else 0
@@ -46,21 +43,16 @@ def run(chosen):
 
 def main(arguments):
     if arguments[:1] == ["--list"]:
-        list_cases(arguments[1])
-        return 0
+        return list_cases(arguments[1])
     if arguments == ["--missing"]:
         from lab import network
-        for reason in (network.why_no_namespaces(), network.why_no_tun_device()):
-            if reason:
-                print(reason)
+        for reason in filter(None, (network.why_no_namespaces(), network.why_no_tun_device())):
+            print(reason)
         return 0
     if len(arguments) == 2 and "." in arguments[1]:
-        chosen = [case for case in cases(arguments[0]) if case_name(case) == arguments[1]]
-        if not chosen:
-            sys.exit(f"there is no case {arguments[1]} in {arguments[0]}")
-        return run(chosen)
+        return run([cases(arguments[0])[arguments[1]]])
     modules = arguments or sorted(path.stem for path in pathlib.Path(__file__).parent.glob("test_*.py"))
-    return run([case for module in modules for case in cases(module)])
+    return run([case for module in modules for case in cases(module).values()])
 
 
 if __name__ == "__main__":

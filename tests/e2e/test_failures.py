@@ -1,106 +1,74 @@
-"""What cannot work: the message, a hint on standard error, exit status 2, and nothing left open."""
+"""Two interfaces, one TUN and one TAP, on two adapters; and what fails: the message, the hint, nothing left open."""
 
-import os
-import re
-import signal
-import time
+from lab import frames
+from lab.cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
+from lab.statistics import interface_statistics, ping_statistics
 
-from lab.cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase, as_ordinary_user, program_for_everybody
+SECOND_HOST, SECOND_PEER, SECOND_GUEST = "10.78.0.1", "10.78.0.2", "10.78.0.100"
+SECOND_MAC = "02:77:00:00:01:64"
 
 
-class Failures(NetworkCase):
-    def assert_fails(self, guest, *errors, document=None):
-        self.assert_refused(guest, *errors)
-        if document:
-            self.assertRegex(guest.text(), document, guest.story())
-        self.assertNotIn("terminate called", guest.errors())
-        self.assert_nothing_left(guest)
+class TwoInterfaces(NetworkCase):
+    def setUp(self):
+        super().setUp()
+        self.cable("adapter2", "far2", SECOND_HOST, SECOND_PEER)
+        self.links_before = self.host.links()
 
-    def test_an_adapter_that_is_not_there(self):
-        for adapter, text in (("10.99.99.99", "No such host adapter exists with this IP address"),
-                              ("02:99:99:99:99:99", "No such host adapter exists with this MAC address"),
-                              ("nosuch0", "nosuch0")):
-            with self.subTest(adapter=adapter):
-                self.assert_fails(self.ping(PEER_IP, "tap", adapter=adapter), text)
+    def both(self, command, *extra):
+        return self.arguments(command, "tun") + [
+            "--mode2", "tap", "--adapter2", SECOND_HOST, "--guest-ip2", SECOND_GUEST, "--guest-mac2", SECOND_MAC,
+            *extra]
 
-    def test_a_bad_guest_mac(self):
-        # A group address, and one of a maker's: a guest's own is one station's and locally administered.
-        for mac in ("03:77:00:00:00:64", "00:77:00:00:00:64"):
-            with self.subTest(mac=mac):
-                self.assert_fails(self.ping(PEER_IP, "tap", guest_mac=mac), "The hardware address you entered is invalid")
-        for mac in ("02:77:00:00:00", "02:77:00:00:00:gg", "hello"):
-            with self.subTest(mac=mac):
-                self.assert_fails(self.ping(PEER_IP, "tap", guest_mac=mac), "--guest-mac")
-
-    def test_an_adapter_that_is_down(self):
-        for mode in ("tap", "tun"):
-            with self.subTest(mode=mode):
-                self.host.ip("link", "set", "adapter", "down")
-                guest = self.ping(PEER_IP, mode, "--proceed")
-                self.assert_fails(guest, document=r"\*\* CreateInterface\(.*\): .* failed; errno=\d+: \w+")
-                self.host.ip("link", "set", "adapter", "up")
-
-    def test_a_missing_privilege(self):
-        folder = self.scratch()
-        copy = program_for_everybody(folder)
-        for library in ("pcap", "tun"):
-            for command in (["run"], ["ping", PEER_IP]):
-                with self.subTest(library=library, command=command):
-                    options = self.arguments(command, "tap", library=library)
-                    guest = self.run_program(*options, "--proceed", namespace=self.host, executable=copy,
-                                             prefix=as_ordinary_user())
-                    self.assert_fails(guest, r"(?i)cap_net_(raw|admin)|setcap|root",
-                                      document=r"\*\* CreateInterface\(10\.77\.0\.1\): .* failed; "
-                                               r"errno=(1|13): (Operation not permitted|Permission denied)\n")
-
-    def test_an_adapter_that_vanishes(self):
+    def test_both_answer(self):
         for extra in ((), ("--socket-notify",)):
             with self.subTest(extra=extra):
-                guest = self.run_guest("tap", *extra)
-                self.peer.ip("link", "del", "far")
-                started = time.monotonic()
-                status = guest.wait_end(15)
-                self.assertLess(time.monotonic() - started, 5)
+                heard = self.listen(interface="far"), self.listen(interface="far2")
+                guest = self.start(*self.both(["run"], *extra), namespace=self.host).wait_up(2)
+                self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.02")
+                self.assert_pinged(self.peer, SECOND_GUEST, 10, "-i", "0.02")
+                self.assertEqual(guest.stop()[0], 0, guest.story())
+                for station, mac, replies in zip(heard, (GUEST_MAC, SECOND_MAC), (3, 10)):
+                    self.assertEqual([echo.source_mac for echo in station.echoes(frames.ECHO_REPLY)], [mac] * replies)
+                    self.assert_frames_sound(station, mac, at_least=replies)
+                names = [line.split("Interface ")[1].rstrip(":") for line in guest.text().splitlines()
+                         if line.startswith("*** Statistics for Interface ")]
+                written = sorted(interface_statistics(guest.text(), name)["Total Packets Written"] for name in names)
+                self.assertEqual(len(written), 2)
+                self.assertTrue(3 <= written[0] < 10 <= written[1], "each one's own")
+                self.assert_nothing_left(guest)
+
+    def test_a_ping_test_from_each(self):
+        for number, target in ((1, PEER_IP), (2, SECOND_PEER)):
+            guest = self.run_program(*self.both(["ping", target], "--from", number, "--count", 3, "--delay", 20),
+                                     namespace=self.host)
+            self.assertEqual(guest.status, 0, guest.story())
+            self.assertEqual(ping_statistics(guest.text())["received"], 3)
+            self.assertEqual(guest.text().count("*** Statistics for Interface "), 2, guest.story())
+
+    def test_one_that_fails_stops_the_other(self):
+        """Its adapter goes away while both run, in either way of waiting, or while a test runs."""
+        for command in (["run"], ["run", "--socket-notify"], ["ping", PEER_IP, "--count", 1000, "--delay", 10]):
+            with self.subTest(command=command):
+                guest = self.start(*self.both(command), namespace=self.host).wait_up(2)
+                if command[0] == "ping":
+                    guest.wait_for(" Reply to ping #5 ")
+                self.peer.ip("link", "del", "far2")
+                status = guest.wait_end(5)
+                self.cable("adapter2", "far2", SECOND_HOST, SECOND_PEER)
                 self.assertEqual(status, 2, guest.story())
-                self.assertTrue(guest.errors().strip(), guest.story())
-                self.assertRegex(guest.text(), r"\*\*\* MonitorThread: interface \S+ vnetx32_read failed; errno=\d+: ")
-                self.assertIn("*** Statistics for Interface", guest.text())
-                self.lab.veth(self.host, "adapter", self.peer, "far", HOST_IP + "/24", PEER_IP + "/24")
+                self.assertRegex(guest.errors(), r"vnetx32_read failed; errno=\d+: ")
+                text = guest.text()
+                self.assertRegex(text, r"\*\*\* MonitorThread: interface \S+ vnetx32_read failed; errno=\d+: ")
+                self.assertEqual(text.count("vnetx32_read failed; errno="), 1, guest.story())
+                self.assertEqual(text.count("*** Statistics for Interface "), 2, guest.story())
+                self.assertEqual(text.count(" closed... (ip="), 2, guest.story())
+                self.assertEqual("** END PING TEST **" in text, command[0] == "ping")
 
-    def test_an_adapter_that_vanishes_during_a_test(self):
-        guest = self.start(*self.arguments(["ping", PEER_IP]), "--count", 1000, "--delay", 10, namespace=self.host)
-        guest.wait_for(" Reply to ping #5 ")
-        self.peer.ip("link", "del", "far")
-        self.assertEqual(guest.wait_end(15), 2, guest.story())
-        self.assertIn("** END PING TEST **", guest.text())
-        self.assertIn("*** Statistics for Interface", guest.text())
-
-    def test_a_file_that_cannot_be_written(self):
-        for option in ("--output", "--json"):
-            with self.subTest(option=option):
-                guest = self.ping(PEER_IP, "tap", "--count", 1, "--delay", 0, option, "/nonexistent/folder/file")
-                self.assert_refused(guest, "/nonexistent/folder/file", "No such file or directory")
-        guest = self.ping(PEER_IP, "tap", "--count", 1, "--delay", 0, "--output", "/dev/full")
-        self.assert_refused(guest, "/dev/full", "No space left on device")
-
-    def test_a_closed_standard_output(self):
-        """The reader of the document goes away: an end, not a hang."""
-        read, write = os.pipe()
-        guest = self.start(*self.arguments(["ping", PEER_IP]), "--count", 200, "--delay", 10, namespace=self.host,
-                           output=os.fdopen(write, "wb"))
-        guest._file.close()
-        time.sleep(0.3)
-        os.close(read)
-        status = guest.wait_end(30)
-        self.assertIn(status, (0, 2, -signal.SIGPIPE), guest.errors())
-
-    def test_two_guests_at_one_adapter(self):
-        """They do not disturb each other; one address for both is the user's own affair."""
-        first = self.run_guest("tap")
-        second = self.run_guest("tun", guest_ip="10.77.0.101", guest_mac="02:77:00:00:00:65")
-        self.assert_pinged(self.peer, GUEST_IP, 5, "-i", "0.02")
-        self.assert_pinged(self.peer, "10.77.0.101", 5, "-i", "0.02")
-        self.assertEqual(first.stop()[0], 0)
-        self.assertEqual(second.stop()[0], 0)
-        self.assertEqual(len(re.findall("Someone is PINGing", first.text())), 5)
-        self.assertEqual(len(re.findall("Someone is PINGing", second.text())), 5)
+    def test_one_that_cannot_be_opened_stops_the_other(self):
+        """Its adapter is down at the start: the other one is closed, with its statistics."""
+        self.host.ip("link", "set", "adapter2", "down")
+        guest = self.run_program(*self.both(["run"]), namespace=self.host, timeout=15)
+        self.assert_refused(guest)
+        self.assertRegex(guest.text(), r"\*\* CreateInterface\(.*\): .* failed; errno=\d+: \w+", guest.story())
+        self.assertEqual(guest.text().count("*** Statistics for Interface "), 1, guest.story())
+        self.assert_nothing_left(guest)

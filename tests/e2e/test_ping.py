@@ -1,23 +1,20 @@
-"""The guest pings a kernel's host: the text to the letter, the exit statuses, the files it writes."""
-
-import json
-import re
+"""The guest pings on a real wire: the text to the letter, the requests, every fate of a reply, sizes, where they go."""
 
 from lab import frames
 from lab.cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
 from lab.guest import STAMP, stamp_of
 from lab.statistics import interface_statistics, ping_statistics
 
+GATEWAY_IP, GATEWAY_MAC = "10.77.0.254", "02:77:00:00:00:fe"
+BEHIND = "10.88.0.2"
+PATTERN = b"abcdefghijklmnopqrstuvwxyz0123456789"
+
 SUCCESS = (
     r"\n\*\* START PING TEST \*\*\n"
-    r"\n ping  -c 3  -i 100  -s 32  -w 500  {target}\n"
-    r"\n Sending ping #1 bytes=32 to {target}\.\.\.\n"
-    r" Reply to ping #1 received from {target}: bytes=32 time=(<1|\d+)ms TTL=64\n"
-    r" Sending ping #2 bytes=32 to {target}\.\.\.\n"
-    r" Reply to ping #2 received from {target}: bytes=32 time=(<1|\d+)ms TTL=64\n"
-    r" Sending ping #3 bytes=32 to {target}\.\.\.\n"
-    r" Reply to ping #3 received from {target}: bytes=32 time=(<1|\d+)ms TTL=64\n"
-    r"\n Ping statistics for {target}:\n"
+    r"\n ping  -c 3  -i 100  -s 32  -w 500  10\.77\.0\.2\n\n"
+    + "".join(rf" Sending ping #{number} bytes=32 to 10\.77\.0\.2\.\.\.\n"
+              rf" Reply to ping #{number} received from 10\.77\.0\.2: bytes=32 time=(<1|\d+)ms TTL=64\n" for number in (1, 2, 3))
+    + r"\n Ping statistics for 10\.77\.0\.2:\n"
     r"\n     3 Pings Sent\n"
     r"     3 Replies Received \(Minimum = \d+ms, Maximum = \d+ms, Average = \d+ms\)\n"
     r"     0 Pings Timeouts\n"
@@ -34,7 +31,7 @@ class GuestPings(NetworkCase):
                 with self.subTest(mode=mode, extra=extra):
                     guest = self.ping(PEER_IP, mode, "--count", 3, "--delay", 100, *extra)
                     self.assertEqual(guest.status, 0, guest.story())
-                    self.assertRegex(guest.text(), SUCCESS.format(target=re.escape(PEER_IP)))
+                    self.assertRegex(guest.text(), SUCCESS)
                     for line in guest.lines():
                         self.assertRegex(line, STAMP, "every line bears its time")
                         self.assertEqual(line, line.rstrip(), "no trailing blanks")
@@ -45,74 +42,135 @@ class GuestPings(NetworkCase):
         responder = self.respond()
         guest = self.ping(responder.address, "tap", "--count", 3, "--delay", 20, "--size", 40)
         self.assertEqual(guest.status, 0, guest.story())
-        requests = responder.station.echoes(frames.ECHO_REQUEST)
-        self.assertEqual(len(requests), 3)
-        for number, echo in enumerate(requests):
-            self.assertEqual((echo.source, echo.destination, echo.source_mac, echo.destination_mac),
-                             (GUEST_IP, responder.address, GUEST_MAC, responder.station.mac))
-            self.assertEqual((echo.flags, echo.ttl), (frames.DONT_FRAGMENT, 64))
-            self.assertEqual(echo.data, b"abcdefghijklmnopqrstuvwxyz0123456789abcd")
-            self.assertEqual(echo.identifier, requests[0].identifier)
-            self.assertEqual(echo.sequence, (requests[0].sequence + number) & 0xFFFF)
-        self.assertLess(requests[0].identifier, 0x8000)
-        self.assert_frames_sound(responder.station, at_least=3)
+        requests = responder.echoes(frames.ECHO_REQUEST)
+        first = requests[0]
+        self.assertLess(first.identifier, 0x8000)
+        self.assertEqual(requests, [
+            frames.Echo(GUEST_MAC, responder.mac, GUEST_IP, responder.address, frames.DONT_FRAGMENT, 64, frames.ECHO_REQUEST,
+                        first.identifier, (first.sequence + number) & 0xFFFF, (PATTERN * 2)[:40]) for number in range(3)])
+        self.assert_frames_sound(responder, at_least=3)
 
     def test_a_silent_target(self):
         """Time-out lines on time, FAILED, exit status 1: for one who hears and does not answer."""
-        silent = self.respond(lambda echo, number: [])
+        silent = self.respond(lambda reply, number: [])
         for mode in ("tap", "tun"):
             with self.subTest(mode=mode):
                 guest = self.ping(silent.address, mode, "--count", 3, "--delay", 1000, "--timeout", 500)
                 self.assertEqual(guest.status, 1, guest.story())
-                lines = guest.lines()
                 for number in (1, 2, 3):
-                    sent = next(line for line in lines if f" Sending ping #{number} " in line)
-                    out = next(line for line in lines if f" Ping #{number} has timed out." in line)
-                    self.assertGreaterEqual(stamp_of(out) - stamp_of(sent), 499)
-                    self.assertLess(stamp_of(out) - stamp_of(sent), 700)
-                text = guest.text()
+                    sent, out = (stamp_of(next(line for line in guest.lines() if text in line)) for text in
+                                 (f" Sending ping #{number} ", f" Ping #{number} has timed out."))
+                    self.assertTrue(499 <= out - sent < 700, out - sent)
                 self.assertIn("\n     3 Pings Sent\n"
                               "     0 Replies Received (Minimum = 0ms, Maximum = 0ms, Average = 0ms)\n"
                               "     3 Pings Timeouts\n"
                               "     0 Duplicate Replies\n"
                               "     3 Pings Lost (100%)\n"
                               "\n Ping test has FAILED.\n"
-                              "\n** END PING TEST **\n", text)
-                self.assertTrue(text.rstrip("\n").splitlines()[-1].startswith("** Interface "), text)
+                              "\n** END PING TEST **\n", guest.text())
 
-    def test_an_address_that_nobody_has(self):
+    def test_every_fate_of_a_reply(self):
+        """In turn; all of one test together. The test's time-out is 300 ms, its grace a second."""
+        foreign = "192.0.2.33"
+        fates = (  # the replies, the lines about them, and whether the ping times out
+            (lambda reply: [(0, reply)], (" Reply to ping #{} received from 10.77.0.50: ",), False),
+            (lambda reply: [(0, reply), (0.05, reply)], (" Reply to ping #{} ", " Reply #2 to ping #{} "), False),
+            (lambda reply: [(0.5, reply), (0.6, reply)], (r" Reply to ping #{} .* TTL=64 \((1[5-9]|[23]\d)\dms late\)$",
+                                                         " Reply #2 to ping #{} .*ms late"), True),
+            (lambda reply: [(0.1, reply)], (" Reply to ping #{} ",), False),  # overtaken
+            (lambda reply: [(0, reply._replace(flags=frames.DONT_FRAGMENT))], (), True),
+            (lambda reply: [(2.5, reply)], (), True),  # after the grace
+            (lambda reply: [(0, reply._replace(identifier=reply.identifier ^ 1)),
+                            (0, reply._replace(sequence=reply.sequence - 1000)), (0, reply._replace(source=foreign))],
+             (f" Reply to ping #{{}} received from {foreign}: bytes=32 ",), False))
+        responder = self.respond(lambda reply, number: fates[(number - 1) % len(fates)][0](reply))
         for mode in ("tap", "tun"):
             with self.subTest(mode=mode):
-                guest = self.ping("10.77.0.99", mode, "--count", 2, "--delay", 50, "--timeout", 300)
+                guest = self.ping(responder.address, mode, "--count", 14, "--delay", 30, "--timeout", 300, "--debug")
                 self.assertEqual(guest.status, 1, guest.story())
-                figures = ping_statistics(guest.text())
-                self.assertEqual((figures["sent"], figures["timeouts"], figures["lost"]), (2, 2, 2), guest.story())
+                text = guest.text()
+                figures = ping_statistics(text)
+                self.assertEqual([figures[name] for name in ("sent", "received", "timeouts", "duplicates", "lost", "percent")],
+                                 [14, 10, 6, 4, 4, 29], guest.story())
+                self.assertTrue(590 <= figures["maximum"] <= 900, "the latest reply's time counts")
+                for number in range(1, 15):
+                    _, wanted, timed_out = fates[(number - 1) % len(fates)]
+                    replies = [line for line in text.splitlines() if f" to ping #{number} received" in line]
+                    self.assertEqual(len(replies), len(wanted), f"ping {number}\n{guest.story()}")
+                    for line, pattern in zip(replies, wanted):
+                        self.assertRegex(line, "^" + pattern.format(number))
+                    self.assertEqual(f" Ping #{number} has timed out.\n" in text, timed_out, f"ping {number}\n{text}")
+                self.assertEqual(text.count("Packet was ignored (Fragmented)\n"), 2, text)
+                self.assertIn(" Ping test has FAILED.\n", text)
 
-    def test_files_and_report(self):
-        folder = self.scratch()
-        guest = self.ping(PEER_IP, "tap", "--count", 3, "--delay", 20, "--size", 56,
-                          "--output", folder / "document.txt", "--json", folder / "results.json")
-        self.assertEqual(guest.status, 0, guest.story())
-        document = (folder / "document.txt").read_text(encoding="utf-8").replace("\r\n", "\n")
-        self.assertEqual(document, "".join(line + "\n" for line in guest.lines()))
-        results = json.loads((folder / "results.json").read_text(encoding="utf-8"))
-        self.assertEqual((results["exitStatus"], results["problem"]), (0, None))
-        figures, told = ping_statistics(guest.text()), results["ping"]["statistics"]
-        for name, key in (("sent", "sent"), ("received", "received"), ("timeouts", "timeouts"),
-                          ("duplicates", "duplicates"), ("lost", "lost"), ("percent", "lossPercent"),
-                          ("minimum", "minimumMs"), ("maximum", "maximumMs"), ("average", "averageMs")):
-            self.assertEqual(told[key], figures[name], key)
-        self.assertEqual([(ping["number"], ping["replies"], ping["timedOut"]) for ping in results["ping"]["pings"]],
-                         [(1, 1, False), (2, 1, False), (3, 1, False)])
-        counters, told = interface_statistics(guest.text()), results["interfaces"][0]["statistics"]
-        for name, key in (("Total Packets Read", "packetsRead"), ("Total Packets Written", "packetsWritten"),
-                          ("Total Bytes Written", "bytesWritten"), ("Total Read Calls", "readCalls")):
-            self.assertEqual(told[key], counters[name], key)
+    def test_sizes(self):
+        """What the interface's MTU allows is sent whole; what it does not allow ends the test, named."""
+        for mtu, mode, size, sent in ((1500, "tap", 1472, True), (1500, "tun", 1472, True), (1500, "tap", 1473, False),
+                                      (1500, "tun", 65507, False), (9000, "tap", 8972, True), (9000, "tun", 8973, False),
+                                      (65535, "tun", 65507, True)):
+            with self.subTest(mtu=mtu, mode=mode, size=size):
+                self.host.ip("link", "set", "adapter", "mtu", mtu)
+                self.peer.ip("link", "set", "far", "mtu", mtu)
+                heard = self.listen()
+                guest = self.ping(PEER_IP, mode, "--count", 2, "--delay", 20, "--size", size)
+                data = [echo.data for echo in heard.echoes(frames.ECHO_REQUEST)]
+                self.assertEqual(data, [(PATTERN * 1820)[:size]] * 2 if sent else [], "whole or not at all")
+                if sent:
+                    self.assertEqual(guest.status, 0, guest.story())
+                    self.assertEqual(guest.text().count(f"received from {PEER_IP}: bytes={size} "), 2)
+                    self.assert_frames_sound(heard, at_least=2)
+                    continue
+                self.assert_refused(guest)
+                self.assertRegex(
+                    guest.text(),
+                    rf" Sending ping #1 bytes={size} to 10\.77\.0\.2\.\.\.\n"
+                    r"\*\* CVNXTestView\([^)]+\)::WritePingIPPacket: vnetx32_write failed;\n"
+                    rf"                      dwPacketSize={(14 if mode == 'tap' else 0) + 28 + size}, rc=-?\d+, "
+                    r"GetLastError=90 \(0x0000005A\), errno=90: Message too long\n"
+                    r"\n\*\*\*  Ping #1 failed; abort  \*\*\*\n\n")
+                self.assertIsNone(ping_statistics(guest.text()), "the first ping failed: no wait thread, no statistics")
+                self.assertIsNotNone(interface_statistics(guest.text()))
+                self.assert_nothing_left(guest)
+        # The program reads 65,535 bytes at most: a whole frame of 65,549 is ignored, as a reply and as a request.
+        guest = self.ping(PEER_IP, "tap", "--count", 2, "--delay", 20, "--size", 65507)
+        self.assertEqual((guest.status, interface_statistics(guest.text())["Total Ignored Packets"]), (1, 2), guest.story())
+        guest = self.run_guest("tap")
+        self.assertNotEqual(self.peer.run("ping", "-M", "dont", "-c", 1, "-W", 1, "-s", 65507, GUEST_IP).returncode, 0)
+        self.assert_pinged(self.peer, GUEST_IP, 2, "-i", "0.05")
+        self.assertEqual(guest.stop()[0], 0, guest.story())
 
-    def test_the_report_comes_first(self):
-        arguments = [word for word in self.arguments(["ping", PEER_IP]) if word != "--no-report"]
-        guest = self.run_program(*arguments, "--count", 1, "--delay", 0, namespace=self.host)
-        self.assertEqual(guest.status, 0, guest.story())
-        before = guest.text().split("** START PING TEST **")[0]
-        self.assertIn("adapter", before)
-        self.assertGreater(len(before.splitlines()), 20)
+
+class Gateway(NetworkCase):
+    def test_where_a_ping_is_sent(self):
+        """To the target's own MAC on the adapter's subnet, else to the gateway's, else to the adapter's."""
+        gateway = self.respond(address=GATEWAY_IP, mac=GATEWAY_MAC, behind=["10.88."])
+        peer_mac, adapter_mac = self.peer.mac_of("far"), self.host.mac_of("adapter")
+        for mode, target, given, route, mac, status in (
+                ("tap", BEHIND, GATEWAY_IP, False, GATEWAY_MAC, 0),
+                ("tap", PEER_IP, GATEWAY_IP, False, peer_mac, 0),
+                ("tap", "10.77.0.99", GATEWAY_IP, False, GATEWAY_MAC, 1),  # nobody's
+                ("tap", BEHIND, None, False, adapter_mac, 1),
+                ("tap", BEHIND, None, True, GATEWAY_MAC, 0),  # asked by ARP at the start; then there is no question
+                ("tun", BEHIND, None, True, GATEWAY_MAC, 0),
+                ("tun", "10.77.0.99", None, True, None, 1)):
+            with self.subTest(mode=mode, target=target, given=given, route=route):
+                if route:
+                    self.host.ip("route", "replace", "default", "via", GATEWAY_IP)
+                heard = self.listen()
+                guest = self.ping(target, mode, "--count", 2, "--delay", 20, "--timeout", 300,
+                                  *([] if given or route else ["--proceed"]), gateway=given)
+                self.assertEqual(guest.status, status, guest.story())
+                self.assertEqual([(echo.destination_mac, echo.destination, echo.source_mac)
+                                  for echo in heard.echoes(frames.ECHO_REQUEST)], [(mac, target, GUEST_MAC)] * 2 if mac else [])
+                self.assertNotIn("Assertion Failed", guest.text())
+
+    def test_a_guest_of_another_subnet(self):
+        """Asked about, and with IP forwarding in other words; answered by "proceed" it is reached by a route."""
+        for forwarding, gateway, text in ((1, None, "Even though IP Routing is enabled"), (0, PEER_IP, "is a true router")):
+            self.host.write("net/ipv4/ip_forward", forwarding)
+            options = self.arguments(["run"], "tap", guest_ip="10.66.0.5", gateway=gateway)
+            self.assert_refused(self.run_program(*options, namespace=self.host), text.replace(" ", r"\s+"), "--proceed")
+        guest = self.start(*options, "--proceed", namespace=self.host).wait_up()
+        self.peer.ip("route", "add", "10.66.0.5", "dev", "far")
+        self.assert_pinged(self.peer, "10.66.0.5", 3, "-i", "0.05", "-I", PEER_IP)
+        self.assertEqual(guest.stop()[0], 0, guest.story())

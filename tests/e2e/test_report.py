@@ -6,8 +6,6 @@ import os
 import pathlib
 import re
 import shutil
-import threading
-import time
 
 from lab import cases, frames
 
@@ -47,7 +45,7 @@ class Report:
         return {block.split("\n")[0]: dict(re.findall(r"^ *(\S[^=\n]*?) *= (.*)$", block, re.M)) for block in blocks}
 
 
-class ReportCase(cases.NetworkCase):
+class Host(cases.NetworkCase):
     """Its cable has a /24 with two addresses, and a secondary /24; the peer answers."""
 
     def setUp(self):
@@ -69,7 +67,7 @@ class ReportCase(cases.NetworkCase):
         folder = pathlib.Path("/etc/netns") / self.host.name
         had_parent = folder.parent.exists()
         folder.mkdir(parents=True)
-        self.addCleanup(lambda: (shutil.rmtree(folder), had_parent or folder.parent.rmdir()))
+        self.addCleanup(lambda: (shutil.rmtree(folder), had_parent or any(folder.parent.iterdir()) or folder.parent.rmdir()))
         (folder / "resolv.conf").write_text(text, encoding="utf-8")
 
     def assert_routes(self, report):
@@ -112,8 +110,6 @@ class ReportCase(cases.NetworkCase):
         self.assertEqual(fields.get("V4Transmit", "TCP no, UDP no, IP no"), f"TCP {sends}, UDP {sends}, IP no")
         self.assertEqual({key: fields[key] for key in expected}, expected)
 
-
-class Host(ReportCase):
     def test_routes_addresses_and_resolver(self):
         for command in ("link add spare type veth peer name spare2",
                         "address add 172.16.1.1/16 dev spare",
@@ -154,45 +150,33 @@ class Host(ReportCase):
     def test_silent_gateway(self):
         self.host.ip("route", "add", "default", "via", "10.77.0.2", "metric", "5")
         self.host.ip("route", "add", "default", "via", "10.77.0.9", "metric", "700")
-        # ARP on the wire that answers nothing: replies of somebody else, requests, and cut ones.
-        sent = [frames.ethernet(frames.BROADCAST, self.peer_mac, frames.ARP,
-                                frames.arp(operation, self.peer_mac, sender, frames.BROADCAST, "10.77.0.1"))[:length]
-                for operation, sender, length in ((2, "10.77.0.2", 42), (1, "10.77.0.9", 42), (2, "10.77.0.9", 40))]
-        ended = threading.Event()
 
-        def talk():
-            with self.peer.packet_socket("far") as wire:
-                while not ended.wait(0.02):
-                    for frame in sent:
-                        wire.send(frame)
+        def talk(station, _):
+            """ARP on the wire that answers nothing: a reply of somebody else, a request, a cut one."""
+            for operation, sender, length in ((2, "10.77.0.2", 42), (1, "10.77.0.9", 42), (2, "10.77.0.9", 40)):
+                arp = frames.arp(operation, station.mac, sender, frames.BROADCAST, "10.77.0.1")
+                station.send(frames.ethernet(frames.BROADCAST, station.mac, frames.ARP, arp)[:length])
 
-        talker = threading.Thread(target=talk)
-        talker.start()
-        self.addCleanup(lambda: (ended.set(), talker.join()))
+        self.listen(on_frame=talk)
         self.assertEqual(self.report(timeout=10.0).gateway(), ("10.77.0.9", "unresponsive"))
 
-    def test_local_stub_is_named_first(self):
+    def test_one_after_the_other(self):
+        """A local resolver, DHCP, segmentation offload and a pulled cable."""
         self.resolver_file("nameserver 127.0.0.53\noptions edns0 trust-ad\n")
-        first, *others = self.report().name_servers()
-        self.assertEqual(first, "127.0.0.53")
-        self.assertTrue(all(other.endswith(" (asked by 127.0.0.53)") for other in others), others)
-
-    def test_dhcp_is_told_where_it_can_be(self):
         for command, told in (("route add 10.9.0.0/16 via 10.77.0.2", "unknown"),
                               ("route add default via 10.77.0.2 proto dhcp", "Yes"),
-                              ("route del default", "unknown"),
+                              ("route change default via 10.77.0.2", "unknown"),
                               ("address change 10.77.0.1/24 dev adapter valid_lft 600 preferred_lft 600", "Yes")):
             self.host.ip(*command.split())
             self.assertEqual(self.report().adapters()["adapter"]["DHCP Enabled?"], told, command)
-
-    def test_segmentation_offload_and_a_pulled_cable_are_warned_of(self):
         self.need_program("ethtool")
-        self.host.ip("route", "add", "default", "via", "10.77.0.2")
         self.host.run("ethtool", "-K", "adapter", "tso", "on", check=True)
         report = self.report(environment={"VNXTEST_TRACE": "1"})
-        # Asked from the adapter's own address, its gateway answers.
-        self.assertNotIn("** InitGlobals: WARNING", report.guest.errors())
+        self.assertNotIn("** InitGlobals: WARNING", report.guest.errors(), "asked from the adapter's own address")
         self.assertIn("Large Segment Offload (LSO) is enabled on your default adapter", report.text)
+        first, *others = report.name_servers()
+        self.assertEqual(first, "127.0.0.53")
+        self.assertTrue(all(other.endswith(" (asked by 127.0.0.53)") for other in others), others)
         self.host.run("ethtool", "-K", "adapter", "tso", "off", check=True)
         self.assertNotIn("WARNING:  *", self.report().text)
         self.peer.ip("link", "set", "far", "down")
@@ -204,21 +188,18 @@ class Host(ReportCase):
         self.host.ip("route", "add", "default", "via", "10.77.0.2")
         report = self.report(prefix=cases.as_ordinary_user(), timeout=10.0,
                              executable=cases.program_for_everybody(self.scratch()))
-        self.assertIn("Running in Normal User mode on ", report.text)
-        self.assertIn("** WrenPackOpenAdapter(NPF_adapter) failed; rc=1: Operation not permitted", report.text)
-        self.assertIn("Your default adapter \"adapter\" could not be opened", report.text)
+        for text in ("Running in Normal User mode on ", "Your default adapter \"adapter\" could not be opened",
+                     "** WrenPackOpenAdapter(NPF_adapter) failed; rc=1: Operation not permitted"):
+            self.assertIn(text, report.text)
         # The kernel is asked instead of the wire: the gateway is found all the same.
         self.assertEqual(report.gateway(), ("10.77.0.2", self.peer_mac))
         self.assert_routes(report)
 
-
-class Bare(ReportCase):
     def test_no_adapters_at_all(self):
         self.host.ip("link", "del", "adapter")
-        lines = self.report().adapters_part.split("\n")
-        self.assertTrue(any("No usable adapters of the packet library were found." in line for line in lines))
-        for line in lines:
-            self.assertTrue(not line or line.startswith("ERROR:  *"), line)
+        part = self.report().adapters_part
+        self.assertIn("No usable adapters of the packet library were found.", part)
+        self.assertRegex(part, r"\A\n*(ERROR:  \*.*\n+)+\Z")
 
     @cases.timeout(180)
     def test_large_tables_are_complete(self):
@@ -232,9 +213,7 @@ class Bare(ReportCase):
         batch = self.scratch() / "batch"
         batch.write_text("\n".join(lines) + "\n", encoding="ascii")
         self.host.ip("-batch", batch)
-        started = time.monotonic()
-        report = self.report()
-        self.assertLess(time.monotonic() - started, 15.0, "far above what it takes; serial waiting shows")
+        report = self.report(timeout=15.0)  # far above what it takes; serial waiting shows
         self.assertEqual(len(report.adapters()), adapters)
         self.assert_routes(report)
         self.assertNotIn("WrenPackOpenAdapter", report.text)

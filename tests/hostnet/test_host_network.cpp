@@ -94,16 +94,12 @@ TEST_F(HostNetworkTest, TakesTheAdapterThatTheLibraryNamesAndProbesItsGateway) {
 }
 
 TEST_F(HostNetworkTest, ResponsiveMeansAnAnswerOfExactlySixBytes) {
-    MacAddress mac;
-    for (const std::size_t length : {0U, 4U, 8U}) {
-        tables.answers[Ipv4Address(10, 0, 0, 9)].assign(length, 1);
-        mac = kMacB;
-        EXPECT_FALSE(network.IsIPAddrResponsive({10, 0, 0, 9}, &mac, {}));
-        EXPECT_TRUE(mac.IsZero());
+    for (const std::size_t length : {0U, 4U, 6U, 8U}) {
+        tables.answers[Ipv4Address(10, 0, 0, 9)].assign(length, 2);
+        MacAddress mac = kMacB;
+        EXPECT_EQ(network.IsIPAddrResponsive({10, 0, 0, 9}, &mac, {}), length == 6);
+        EXPECT_EQ(mac, length == 6 ? MacAddress({2, 2, 2, 2, 2, 2}) : MacAddress());
     }
-    tables.answers[Ipv4Address(10, 0, 0, 9)] = {2, 0, 0, 0, 0, 0x0A};
-    EXPECT_TRUE(network.IsIPAddrResponsive({10, 0, 0, 9}, &mac, {}));
-    EXPECT_EQ(mac, kMacA);
     EXPECT_EQ(tables.probeRoom, 8U);
 }
 
@@ -160,8 +156,8 @@ TEST_F(HostNetworkTest, LookUpsCostTheSameInLargeTables) {
     network.InitGlobals();
     const auto begin = std::chrono::steady_clock::now();
     for (const auto& [address, mask, index] : *network.Addresses()) {
-        ASSERT_EQ(network.GetInterfaceIPString(index), FormatIPAddr(address));
-        ASSERT_EQ(network.GetHostMaskByIP(address), mask);
+        ASSERT_TRUE(network.GetInterfaceIPString(index) == FormatIPAddr(address) &&
+                    network.GetHostMaskByIP(address) == mask);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
 }
@@ -176,14 +172,11 @@ TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
     real.tables.AddAddress({10, 0, 0, 1}, kMask24, 1);
     real.adapters.entries = {MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24)};
     host.InitGlobals();
-    ASSERT_EQ(host.Adapters().size(), 2U);
-    EXPECT_EQ(FieldText(host.Adapters()[0].AdapterName), L"NPF_a");
+    ASSERT_TRUE(host.Adapters().size() == 2 && host.Routes()->size() == 2);
     EXPECT_NE(FieldText(host.Adapters()[1].Description).find(L"imulated"), std::wstring::npos);
-    EXPECT_EQ(host.DefaultAdapterIpText(), L"198.18.0.1");
-    ASSERT_EQ(host.Routes()->size(), 2U);
     EXPECT_EQ(host.Routes()->front().nextHop, Ipv4Address(10, 0, 0, 254));
-    EXPECT_TRUE(host.FindDefaultGateway());
-    EXPECT_TRUE(host.DefaultGateway() == kSimGatewayIp && host.DefaultGatewayMac() == kSimGatewayMac);
+    EXPECT_TRUE(host.FindDefaultGateway() && host.DefaultGateway() == kSimGatewayIp);
+    EXPECT_EQ(host.DefaultGatewayMac(), kSimGatewayMac);
     EXPECT_EQ(host.GetInterfaceIPString(host.Routes()->back().interfaceIndex), L"198.18.0.1");
     EXPECT_EQ(host.GetHostMaskByIP(kSimAdapterIp), kSimNetMask);
 

@@ -132,34 +132,29 @@ TEST_F(SettingsTest, TheOrdersOfReadingAndWriting) {
     EXPECT_EQ(host.TakeAssertions(), 10 + 6);
 }
 
-TEST_F(SettingsTest, DebugSettings) {
+TEST_F(SettingsTest, DebugAndPingSettings) {
     RunSettings run{.debugMode = true, .socketNotifyMode = true, .debugFlags = 1};
     Settings(profile).ReadDebugSettings(run);
     EXPECT_FALSE(run.debugMode || run.socketNotifyMode || run.debugFlags != 0x80008080U);
     profile.numbers = {{L"DebugFlags", 0}, {L"DebugMode", 2}, {L"SocketNotifyMode", 1}};
     Settings(profile).ReadDebugSettings(run);
     EXPECT_TRUE(run.debugMode && run.socketNotifyMode && run.debugFlags == 0) << "0 is no missing value";
-}
 
-TEST_F(SettingsTest, PingSettings) {
-    vnxtest::PingSettings ping;
-    Settings(profile).LoadPingSettings(ping);
-    EXPECT_EQ(ping.whoPingIpAddr, kDefaultPingTarget);
-    EXPECT_EQ(ping.whoPingName, FormatIPAddr(kDefaultPingTarget));
-    ping = {Ipv4Address(10, 0, 0, 9), L"", 100, 0, 200, 300};
-    Settings(profile).StorePingSettings(ping);
-    vnxtest::PingSettings again;
-    Settings(profile).LoadPingSettings(again);
-    EXPECT_EQ(again.whoPingIpAddr, Ipv4Address(10, 0, 0, 9));
-    EXPECT_EQ(again.whoPingName, L"10.0.0.9");
-    EXPECT_EQ(again.numPings, 0U) << "possible in the profile only: until stopped";
-
+    const auto load = [this] {
+        PingSettings ping;
+        Settings(profile).LoadPingSettings(ping);
+        return ping;
+    };
+    EXPECT_EQ(load().whoPingIpAddr, kDefaultPingTarget);
+    EXPECT_EQ(load().whoPingName, FormatIPAddr(kDefaultPingTarget));
+    Settings(profile).StorePingSettings({Ipv4Address(10, 0, 0, 9), L"", 100, 0, 200, 300});
+    EXPECT_EQ(load().whoPingIpAddr, Ipv4Address(10, 0, 0, 9));
+    EXPECT_EQ(load().whoPingName, L"10.0.0.9");
+    EXPECT_EQ(load().numPings, 0U) << "possible in the profile only: until stopped";
     profile.numbers[L"WhoPingIPAddr"] = 0;
     profile.texts[L"WhoPingName"] = L"router";
-    vnxtest::PingSettings third;
-    Settings(profile).LoadPingSettings(third);
-    EXPECT_EQ(third.whoPingIpAddr, kDefaultPingTarget) << "0 means that none is stored";
-    EXPECT_EQ(third.whoPingName, L"router");
+    EXPECT_EQ(load().whoPingIpAddr, kDefaultPingTarget) << "0 means that none is stored";
+    EXPECT_EQ(load().whoPingName, L"router");
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 """Ethernet, ARP, IPv4 and ICMP as bytes: built and taken apart by a second hand, apart from the program."""
 
-import dataclasses
+import collections
 import socket
 import struct
 
@@ -15,14 +15,9 @@ def mac_bytes(text):
     return bytes.fromhex(text.replace(":", "").replace("-", ""))
 
 
-def mac_text(data):
-    return data.hex(":")
-
-
 def checksum(data):
     """RFC 1071."""
-    if len(data) % 2:
-        data += b"\0"
+    data += bytes(len(data) % 2)
     total = sum(struct.unpack(f"!{len(data) // 2}H", data))
     while total >> 16:
         total = (total & 0xFFFF) + (total >> 16)
@@ -38,15 +33,13 @@ def arp(operation, sender_mac, sender_ip, target_mac, target_ip):
             + mac_bytes(target_mac) + socket.inet_aton(target_ip))
 
 
-def ipv4(source, destination, payload, *, protocol=1, flags=0, ttl=64, identification=0, first_byte=0x45,
-         total_length=None, header_checksum=None, options=b""):
-    length = total_length if total_length is not None else 20 + len(options) + len(payload)
-
-    def header(value):
-        return struct.pack("!BBHHHBBH", first_byte, 0, length & 0xFFFF, identification, flags, ttl, protocol, value) \
-            + socket.inet_aton(source) + socket.inet_aton(destination) + options
-
-    return header(checksum(header(0)) if header_checksum is None else header_checksum) + payload
+def ipv4(source, destination, payload, *, protocol=1, flags=0, ttl=64, first_byte=0x45, total_length=None,
+         header_checksum=None):
+    length = 20 + len(payload) if total_length is None else total_length
+    header = bytearray(struct.pack("!BBHHHBBH", first_byte, 0, length, 0, flags, ttl, protocol, 0)
+                       + socket.inet_aton(source) + socket.inet_aton(destination))
+    struct.pack_into("!H", header, 10, checksum(bytes(header)) if header_checksum is None else header_checksum)
+    return bytes(header) + payload
 
 
 def icmp(kind, identifier, sequence, data=b"", *, code=0, message_checksum=None):
@@ -56,53 +49,38 @@ def icmp(kind, identifier, sequence, data=b"", *, code=0, message_checksum=None)
     return struct.pack("!BBHHH", kind, code, value, identifier, sequence) + data
 
 
-@dataclasses.dataclass
-class Echo:
-    """An ICMP echo message with what carried it."""
+# An ICMP echo message with what carried it.
+Echo = collections.namedtuple(
+    "Echo", "source_mac destination_mac source destination flags ttl kind identifier sequence data")
 
-    source_mac: str
-    destination_mac: str
-    source: str
-    destination: str
-    flags: int
-    ttl: int
-    kind: int
-    identifier: int
-    sequence: int
-    data: bytes
+
+def build_echo(echo):
+    """The Ethernet frame that carries it."""
+    packet = ipv4(echo.source, echo.destination, icmp(echo.kind, echo.identifier & 0xFFFF, echo.sequence & 0xFFFF, echo.data),
+                  flags=echo.flags, ttl=echo.ttl)
+    return ethernet(echo.destination_mac, echo.source_mac, IPV4, packet)
 
 
 def parse_echo(frame):
     """The echo message of an Ethernet frame, or None. Checksums are tshark's affair."""
-    if len(frame) < 42 or struct.unpack_from("!H", frame, 12)[0] != IPV4:
-        return None
     packet = frame[14:]
-    if packet[0] != 0x45 or packet[9] != 1 or packet[20] not in (ECHO_REPLY, ECHO_REQUEST):
+    if len(packet) < 28 or frame[12:15] != b"\x08\x00\x45" or packet[9] != 1 or packet[20] not in (0, 8):
         return None
-    total = struct.unpack_from("!H", packet, 2)[0]
-    identifier, sequence = struct.unpack_from("!HH", packet, 24)
-    return Echo(mac_text(frame[6:12]), mac_text(frame[0:6]), socket.inet_ntoa(packet[12:16]),
-                socket.inet_ntoa(packet[16:20]), struct.unpack_from("!H", packet, 6)[0], packet[8], packet[20],
-                identifier, sequence, packet[28:total])
+    total, _, flags, ttl = struct.unpack_from("!HHHB", packet, 2)
+    return Echo(frame[6:12].hex(":"), frame[:6].hex(":"), socket.inet_ntoa(packet[12:16]),
+                socket.inet_ntoa(packet[16:20]), flags, ttl, packet[20], *struct.unpack_from("!HH", packet, 24),
+                packet[28:total])
 
 
-@dataclasses.dataclass
-class Arp:
-    """An ARP or RARP message with what carried it."""
-
-    ether_type: int
-    destination_mac: str
-    source_mac: str
-    operation: int
-    sender_mac: str
-    sender_ip: str
-    target_mac: str
-    target_ip: str
+# An ARP or RARP message with what carried it.
+Arp = collections.namedtuple(
+    "Arp", "ether_type destination_mac source_mac operation sender_mac sender_ip target_mac target_ip")
 
 
 def parse_arp(frame):
-    if len(frame) < 42 or struct.unpack_from("!H", frame, 12)[0] not in (ARP, RARP):
+    ether_type = int.from_bytes(frame[12:14], "big")
+    if len(frame) < 42 or ether_type not in (ARP, RARP):
         return None
-    return Arp(struct.unpack_from("!H", frame, 12)[0], mac_text(frame[0:6]), mac_text(frame[6:12]),
-               struct.unpack_from("!H", frame, 20)[0], mac_text(frame[22:28]), socket.inet_ntoa(frame[28:32]),
-               mac_text(frame[32:38]), socket.inet_ntoa(frame[38:42]))
+    return Arp(ether_type, frame[:6].hex(":"), frame[6:12].hex(":"), int.from_bytes(frame[20:22], "big"),
+               frame[22:28].hex(":"), socket.inet_ntoa(frame[28:32]), frame[32:38].hex(":"),
+               socket.inet_ntoa(frame[38:42]))

@@ -26,38 +26,41 @@ def stamp_of(line):
     return (int(hours) * 60 + int(minutes)) * 60_000 + round(float(seconds) * 1000)
 
 
-class Guest:
-    """A running vnxtest-cli. `output` takes standard output to a file instead of to memory."""
+def without_stamps(lines):
+    return "".join(STAMP.sub("", line) + "\n" for line in lines)
 
-    def __init__(self, arguments, namespace=None, prefix=(), environment=None, output=None, executable=None):
+
+class Guest:
+    """A running vnxtest-cli. `output` and `errors` take the standard streams elsewhere than to memory."""
+
+    def __init__(self, arguments, namespace=None, prefix=(), environment=None, output=None, executable=None,
+                 errors=None, prepare=None):
         self.home = tempfile.TemporaryDirectory(prefix="vnxe2e-")
         os.chmod(self.home.name, 0o777)
         command = [*prefix, executable or program(), *map(str, arguments)]
         if namespace is not None:
             command = namespace.command(*command)
         variables = dict(os.environ, HOME=self.home.name, XDG_CONFIG_HOME=self.home.name + "/config", LC_ALL="C.UTF-8")
-        variables.update(environment or {})
         self._changed = threading.Condition()
         self._lines = []  # of standard output, without the line end
         self._error_lines = []
-        self._ended = 0
-        self._file = output
-        self._process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output or subprocess.PIPE,
-                                         stderr=subprocess.PIPE, env=variables, preexec_fn=die_with_parent)
-        pipes = [(self._process.stderr, self._error_lines)]
-        if output is None:
-            pipes.append((self._process.stdout, self._lines))
-        self._readers = [threading.Thread(target=self._read, args=pipe, daemon=True) for pipe in pipes]
+        self._process = subprocess.Popen(
+            command, stdin=subprocess.DEVNULL, stdout=output or subprocess.PIPE, stderr=errors or subprocess.PIPE,
+            env=variables | (environment or {}), preexec_fn=lambda: (die_with_parent(), prepare and prepare()))
+        pipes = [(self._process.stdout, self._lines), (self._process.stderr, self._error_lines)]
+        self._readers = [threading.Thread(target=self._read, args=pipe, daemon=True) for pipe in pipes if pipe[0]]
+        self._reading = len(self._readers)
         for reader in self._readers:
             reader.start()
 
     def _read(self, pipe, lines):
-        for line in pipe:
-            with self._changed:
-                lines.append(line.decode("utf-8").rstrip("\n"))
-                self._changed.notify_all()
+        with pipe:
+            for line in pipe:
+                with self._changed:
+                    lines.append(line.decode("utf-8").rstrip("\n"))
+                    self._changed.notify_all()
         with self._changed:
-            self._ended += 1
+            self._reading -= 1
             self._changed.notify_all()
 
     @property
@@ -71,7 +74,7 @@ class Guest:
 
     def text(self):
         """Standard output without the time stamps: what the messages say."""
-        return "".join(STAMP.sub("", line) + "\n" for line in self.lines())
+        return without_stamps(self.lines())
 
     def errors(self):
         """Standard error."""
@@ -88,7 +91,7 @@ class Guest:
                 if len(found) >= count:
                     return found[count - 1]
                 left = deadline - time.monotonic()
-                if left <= 0 or self._ended == len(self._readers):
+                if left <= 0 or self._reading == 0:
                     break
                 self._changed.wait(left)
         raise AssertionError(f"no line like {pattern!r} ({len(found)} of {count})\n{self.story()}")
@@ -109,18 +112,17 @@ class Guest:
             raise AssertionError(f"still running after {timeout} s\n{self.story()}") from None
         for reader in self._readers:
             reader.join()
-        if self._process.stdout:
-            self._process.stdout.close()
-        self._process.stderr.close()
         self.home.cleanup()
         return status
+
+    def send_signal(self, number):
+        self._process.send_signal(number)
 
     def stop(self, number=signal.SIGINT, timeout=10.0):
         """Asks it to stop; returns (exit status, seconds it took)."""
         started = time.monotonic()
-        self._process.send_signal(number)
-        status = self.wait_end(timeout)
-        return status, time.monotonic() - started
+        self.send_signal(number)
+        return self.wait_end(timeout), time.monotonic() - started
 
     def kill(self):
         if self._process.poll() is None:

@@ -13,7 +13,6 @@ import socket
 import subprocess
 
 PREFIX = "vnxe2e-"
-CLONE_NEWNET = 0x40000000
 PR_SET_PDEATHSIG = 1
 
 _libc = ctypes.CDLL(None, use_errno=True)
@@ -29,17 +28,15 @@ def ip(*arguments, check=True):
 
 
 def why_no_namespaces():
-    """What is missing for namespaces, or None."""
+    """What is missing for namespaces and veth pairs, or None."""
     if os.geteuid() != 0:
         return "needs root, to make network namespaces"
     probe = f"{PREFIX}{os.getpid()}-probe"
-    made = ip("netns", "add", probe, check=False)
-    if made.returncode != 0:
-        return f"network namespaces cannot be made here: {made.stderr.strip()}"
     try:
-        made = ip("-n", probe, "link", "add", "veth0", "type", "veth", "peer", "name", "veth1", check=False)
-        if made.returncode != 0:
-            return f"veth pairs cannot be made here: {made.stderr.strip()}"
+        for command in (f"netns add {probe}", f"-n {probe} link add veth0 type veth peer name veth1"):
+            made = ip(*command.split(), check=False)
+            if made.returncode != 0:
+                return f"ip {command} fails here: {made.stderr.strip()}"
     finally:
         ip("netns", "del", probe, check=False)
     return None
@@ -54,26 +51,15 @@ def why_no_tun_device():
     return None
 
 
-def remove_leftovers():
-    """Removes the namespaces of processes that are no more."""
-    for line in ip("netns", "list", check=False).stdout.splitlines():
-        match = re.match(rf"({re.escape(PREFIX)}(\d+)-\w+)", line)
-        if match and not os.path.exists(f"/proc/{match[2]}"):
-            ip("netns", "del", match[1], check=False)
-
-
 class Namespace:
     def __init__(self, label):
         self.name = f"{PREFIX}{os.getpid()}-{label}"
         ip("netns", "add", self.name)
-        self.write("net/ipv4/ip_forward", 0)
         # Router solicitations and the like would make the counts of ignored frames a matter of luck.
         for scope in ("all", "default"):
-            self.write(f"net/ipv6/conf/{scope}/disable_ipv6", 1, missing_ok=True)
+            with contextlib.suppress(FileNotFoundError):
+                self.write(f"net/ipv6/conf/{scope}/disable_ipv6", 1)
         self.ip("link", "set", "lo", "up")
-
-    def remove(self):
-        ip("netns", "del", self.name, check=False)
 
     def ip(self, *arguments, check=True):
         return ip("-n", self.name, *arguments, check=check)
@@ -86,15 +72,10 @@ class Namespace:
         return subprocess.run(self.command(*arguments), check=check, capture_output=True, text=True,
                               timeout=timeout, preexec_fn=die_with_parent)
 
-    def write(self, parameter, value, missing_ok=False):
+    def write(self, parameter, value):
         """Sets a parameter under /proc/sys, of this namespace."""
-        with self.entered():
-            try:
-                with open(f"/proc/sys/{parameter}", "w", encoding="ascii") as file:
-                    file.write(str(value))
-            except FileNotFoundError:
-                if not missing_ok:
-                    raise
+        with self.entered(), open(f"/proc/sys/{parameter}", "w", encoding="ascii") as file:
+            file.write(str(value))
 
     @contextlib.contextmanager
     def entered(self):
@@ -108,7 +89,7 @@ class Namespace:
 
     @staticmethod
     def _set(namespace):
-        if _libc.setns(namespace.fileno(), CLONE_NEWNET) != 0:
+        if _libc.setns(namespace.fileno(), 0) != 0:
             code = ctypes.get_errno()
             raise OSError(code, f"setns: {os.strerror(code)}")
 
@@ -120,8 +101,7 @@ class Namespace:
         return raw
 
     def mac_of(self, interface):
-        text = self.ip("-br", "link", "show", "dev", interface).stdout.split()
-        return text[2]
+        return self.ip("-br", "link", "show", "dev", interface).stdout.split()[2]
 
     def links(self):
         """The names of the interfaces, so that what a run leaves behind can be seen."""
@@ -132,24 +112,26 @@ class Lab:
     """The namespaces of one test."""
 
     def __init__(self):
-        remove_leftovers()
         self.namespaces = []
+        for line in ip("netns", "list", check=False).stdout.splitlines():
+            left = re.match(rf"({re.escape(PREFIX)}(\d+)-\w+)", line)
+            if left and not os.path.exists(f"/proc/{left[2]}"):
+                ip("netns", "del", left[1], check=False)
 
     def close(self):
         for namespace in self.namespaces:
-            namespace.remove()
+            ip("netns", "del", namespace.name, check=False)
         self.namespaces.clear()
 
     def namespace(self, label):
-        namespace = Namespace(label)
-        self.namespaces.append(namespace)
-        return namespace
+        self.namespaces.append(Namespace(label))
+        return self.namespaces[-1]
 
     @staticmethod
-    def veth(first, first_name, second, second_name, first_address=None, second_address=None, mtu=1500):
+    def veth(first, first_name, second, second_name, first_address=None, second_address=None):
         """A cable between two namespaces. Addresses with prefix length ("10.77.0.1/24")."""
         first.ip("link", "add", first_name, "type", "veth", "peer", "name", second_name, "netns", second.name)
         for namespace, name, address in ((first, first_name, first_address), (second, second_name, second_address)):
             if address:
                 namespace.ip("address", "add", address, "dev", name)
-            namespace.ip("link", "set", "dev", name, "mtu", mtu, "up")
+            namespace.ip("link", "set", "dev", name, "up")

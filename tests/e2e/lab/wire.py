@@ -43,19 +43,9 @@ class Station:
             return [frame for _, frame in self._heard]
 
     def wait_for(self, wanted, timeout=5.0):
-        """The first frame (ever heard) for which wanted(frame) holds, or None when none comes in time."""
-        deadline = time.monotonic() + timeout
-        seen = 0
+        """Whether wanted(frame) holds for a frame, of those heard already or within the time."""
         with self._changed:
-            while True:
-                for _, frame in self._heard[seen:]:
-                    if wanted(frame):
-                        return frame
-                seen = len(self._heard)
-                left = deadline - time.monotonic()
-                if left <= 0:
-                    return None
-                self._changed.wait(left)
+            return self._changed.wait_for(lambda: any(wanted(frame) for _, frame in self._heard), timeout)
 
     def echoes(self, kind):
         return [echo for echo in map(frames.parse_echo, self.heard()) if echo and echo.kind == kind]
@@ -64,22 +54,18 @@ class Station:
         while not self._closing:
             try:
                 frame, address = self._socket.recvfrom(65535 + 14)
+                if address[2] == OUTGOING:
+                    continue
+                with self._changed:
+                    self._heard.append((time.time(), frame))
+                    self._changed.notify_all()
+                if self._on_frame:
+                    self._on_frame(self, frame)
             except TimeoutError:
                 continue
-            except OSError as error:
+            except Exception as error:  # shown by the test, on its own thread
                 self.fault = error
                 return
-            if address[2] == OUTGOING:
-                continue
-            with self._changed:
-                self._heard.append((time.time(), frame))
-                self._changed.notify_all()
-            if self._on_frame:
-                try:
-                    self._on_frame(self, frame)
-                except Exception as error:  # shown by the test, on its own thread
-                    self.fault = error
-                    return
 
     def write_pcap(self, path):
         with self._changed, open(path, "wb") as file:
@@ -88,83 +74,68 @@ class Station:
                 file.write(struct.pack("=IIII", int(when), int(when % 1 * 1e6), len(frame), len(frame)) + frame)
 
 
-class EchoResponder:
-    """Makes a station a host: answers ARP for `address`, and echo requests as `answers` decides.
+class EchoResponder(Station):
+    """A station that is a host: answers ARP for `address`, and echo requests as `answers` decides.
 
-    `answers(echo, number)` gives, for the number-th request (from 1), the replies as a list of
-    (seconds to wait, keyword arguments for frames.ipv4).
+    `answers(reply, number)` gives, for the number-th request (from 1), the replies as a list of (seconds
+    to wait, frames.Echo); `reply` is the right one. With a MAC of its own and a network `behind` it, as the
+    beginning of addresses, it is that network's gateway.
     """
 
-    def __init__(self, namespace, interface, address, answers=None):
+    def __init__(self, namespace, interface, address, answers=None, mac=None, behind=()):
         self.address = address
-        self._answers = answers or (lambda echo, number: [(0, {})])
+        self._addresses = (address, *behind)
+        self._answers = answers or (lambda reply, number: [(0, reply)])
         self._timers = []
         self._requests = 0
-        self.replies_sent = 0
-        self.station = Station(namespace, interface, self._on_frame)
+        self._own_mac = mac
+        super().__init__(namespace, interface, EchoResponder._answer)
 
     def close(self):
         for timer in self._timers:
             timer.cancel()
             timer.join()
-        self.station.close()
+        super().close()
 
-    def _on_frame(self, station, frame):
+    def _answer(self, frame):
+        self.mac = self._own_mac or self.mac
         question = frames.parse_arp(frame)
         if question and question.operation == 1 and question.target_ip == self.address:
-            answer = frames.arp(2, station.mac, self.address, question.sender_mac, question.sender_ip)
-            station.send(frames.ethernet(question.sender_mac, station.mac, frames.ARP, answer))
+            answer = frames.arp(2, self.mac, self.address, question.sender_mac, question.sender_ip)
+            self.send(frames.ethernet(question.sender_mac, self.mac, frames.ARP, answer))
         echo = frames.parse_echo(frame)
-        if echo and echo.kind == frames.ECHO_REQUEST and echo.destination == self.address:
-            self._requests += 1
-            for delay, options in self._answers(echo, self._requests):
-                message = frames.icmp(frames.ECHO_REPLY, echo.identifier, echo.sequence, echo.data)
-                packet = frames.ipv4(self.address, echo.source, message, **options)
-                reply = frames.ethernet(echo.source_mac, station.mac, frames.IPV4, packet)
-                self._send_later(delay, reply)
-
-    def _send_later(self, delay, reply):
-        def send():
-            self.station.send(reply)
-            self.replies_sent += 1
-
-        if delay == 0:
-            send()
+        if not echo or (echo.kind, echo.destination_mac) != (frames.ECHO_REQUEST, self.mac):
             return
-        timer = threading.Timer(delay, send)
-        self._timers.append(timer)
-        timer.start()
-
-
-# What tshark says of sound frames too: it sees one end of the wire only.
-_HARMLESS = ("No response seen to ICMP request",)
+        if echo.destination.startswith(self._addresses):
+            self._requests += 1
+            reply = echo._replace(kind=frames.ECHO_REPLY, source_mac=self.mac, destination_mac=echo.source_mac,
+                                  source=echo.destination, destination=echo.source, flags=0)
+            for delay, one in self._answers(reply, self._requests):
+                if delay == 0:
+                    self.send(frames.build_echo(one))
+                else:
+                    self._timers.append(threading.Timer(delay, self.send, [frames.build_echo(one)]))
+                    self._timers[-1].start()
 
 
 def faults_by_tshark(station, source_mac, path):
     """Validates every frame with this source address, checksums too; returns (frames, list of faults)."""
     station.write_pcap(path)
-    fields = ("frame.number", "frame.protocols", "ip.checksum.status", "icmp.checksum.status", "frame.len", "ip.len",
-              "_ws.malformed", "_ws.expert.message")
-    command = ["tshark", "-n", "-r", str(path), "-o", "ip.check_checksum:TRUE", "-Y", f"eth.src == {source_mac}",
-               "-T", "fields", "-E", "separator=|", "-E", "aggregator=;"]
-    for field in fields:
-        command += ["-e", field]
-    output = subprocess.run(command, check=True, capture_output=True, text=True, timeout=60).stdout
-    faults, count = [], 0
-    for line in output.splitlines():
-        count += 1
-        values = dict(zip(fields, line.split("|")))
-        if "ip" in values["frame.protocols"].split(":"):
-            if values["ip.checksum.status"] != "1":
-                faults.append(f"IP checksum: {line}")
-            if values["icmp.checksum.status"] != "1":
-                faults.append(f"ICMP checksum: {line}")
-            if int(values["frame.len"]) != max(14 + int(values["ip.len"]), 0) and int(values["frame.len"]) != 60:
-                faults.append(f"length: {line}")
-        elif "arp" not in values["frame.protocols"].split(":"):
-            faults.append(f"neither ARP nor IPv4: {line}")
-        remarks = [text for text in values["_ws.expert.message"].split(";")
-                   if text and not text.startswith(_HARMLESS)]
-        if values["_ws.malformed"] or remarks:
-            faults.append(f"{values['_ws.malformed']} {remarks}: {line}")
-    return count, faults
+    fields = ("frame.protocols", "ip.checksum.status", "icmp.checksum.status", "frame.len", "ip.len", "_ws.malformed",
+              "_ws.expert.message")
+    command = ["tshark", "-n", "-r", path, "-o", "ip.check_checksum:TRUE", "-Y", f"eth.src == {source_mac}", "-T", "fields",
+               "-E", "separator=|", "-E", "aggregator=;", *(word for field in fields for word in ("-e", field))]
+    lines = subprocess.run(command, check=True, capture_output=True, text=True, timeout=60).stdout.splitlines()
+    faults = []
+    for line in lines:
+        protocols, ip_checksum, icmp_checksum, frame_length, ip_length, malformed, remarks = line.split("|")
+        if "ip" in protocols.split(":"):
+            lengths = (14 + int(ip_length), 60)  # the second is Ethernet's least
+            sound = (ip_checksum, icmp_checksum) == ("1", "1") and int(frame_length) in lengths
+        else:
+            sound = "arp" in protocols.split(":")
+        # tshark sees one end of the wire only.
+        remarks = [text for text in remarks.split(";") if text and not text.startswith("No response seen to ICMP request")]
+        if not sound or malformed or remarks:
+            faults.append(line)
+    return len(lines), faults

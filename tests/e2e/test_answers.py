@@ -1,0 +1,127 @@
+"""The guest answers on a real wire: ARP, RARP and ping, for the kernel of another namespace and for raw stations."""
+
+import os
+import socket
+import time
+
+from lab import frames
+from lab.cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, alone, timeout
+from lab.network import why_no_tun_device
+from lab.statistics import interface_statistics
+
+TUN_IP, TUN_MAC = "10.77.0.101", "02:77:00:00:00:65"
+ARP_WRITTEN = "::HandleTapARPPacket: WRITING ARP response...\n"
+
+
+class Guests(NetworkCase):
+    def test_the_kernel_finds_and_pings_them(self):
+        """A TAP and a TUN guest at one adapter, which do not disturb each other and leave the host's own alone."""
+        self.need_program("arping")
+        shared = os.environ.get("VNXTEST_SHARED_OBJECT")
+        for library in filter(None, ("pcap", shared)):  # the built-in one, and the same one bound by name
+            with self.subTest(library=library):
+                heard = self.listen()
+                guests = ((self.run_guest("tap", "--debug", library=library), GUEST_IP, GUEST_MAC),
+                          (self.run_guest("tun", "--socket-notify", library=library, guest_ip=TUN_IP, guest_mac=TUN_MAC),
+                           TUN_IP, TUN_MAC))
+                self.assert_pinged(self.peer, HOST_IP, 3, "-i", "0.05")
+                with self.peer.entered(), socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+                    sender.sendto(b"hello", (HOST_IP, 9))
+                for _, address, mac in guests:
+                    done = self.peer.run("arping", "-c", 3, "-I", "far", address)
+                    self.assertIn("Received 3 response(s)", done.stdout)
+                    self.assertIn(f"[{mac.upper()}]", done.stdout)
+                    for count, size in ((50, 56), (5, 1472), (5, 1)):
+                        self.assert_pinged(self.peer, address, count, "-i", "0.02", "-s", size)
+                for guest, address, mac in guests:
+                    self.assertEqual(guest.stop()[0], 0, guest.story())
+                    text, counters = guest.text(), interface_statistics(guest.text())
+                    self.assertEqual(
+                        text.count(f"** Someone is PINGing Vant!\n** Sending PING reply to {PEER_IP}\n"), 60, guest.story())
+                    self.assertNotIn("Not ICMP", text, "the capture is filtered to the guest's own MAC")
+                    self.assertEqual({echo.source_mac for echo in heard.echoes(frames.ECHO_REPLY) if echo.source == address},
+                                     {mac})
+                    arps = text.count(ARP_WRITTEN) if mac == GUEST_MAC else counters["Internally Handled ARP Packets"]
+                    self.assertGreaterEqual(arps, 3)
+                    if mac == GUEST_MAC:
+                        self.assertEqual(counters["Total Packets Written"], 60 + arps)
+                    self.assertEqual(counters["Packets To All Zeroes MAC Written"], 0)
+                    self.assert_frames_sound(heard, mac, at_least=63)
+                self.assert_nothing_left(guests[0][0])
+
+    @alone
+    @timeout(180)
+    def test_a_flood_loses_nothing(self):
+        for mode in ("tap", "tun"):
+            guest = self.run_guest(mode, "--output", self.scratch() / "document")
+            # More outstanding than this, and ping's own receive buffer loses some, even from a kernel.
+            for outstanding in (1, 64, 128):
+                done = self.peer.run("ping", "-M", "dont", "-q", "-f", "-c", 20000, "-l", outstanding, GUEST_IP)
+                self.assertIn("20000 packets transmitted, 20000 received, 0% packet loss", done.stdout, done.stderr)
+            self.assertEqual(guest.stop()[0], 0, guest.story())
+
+    def test_arp_and_rarp(self):
+        station = self.listen()
+        guest = self.run_guest("tap", "--debug")
+
+        def ask(ether_type, operation, target_mac, target_ip, destination=frames.BROADCAST, length=60, hardware=1):
+            request = bytearray(frames.arp(operation, station.mac, PEER_IP, target_mac, target_ip) + bytes(18))
+            request[1] = hardware
+            station.send(frames.ethernet(destination, station.mac, ether_type, bytes(request))[:length])
+
+        def answers():
+            return [frame for frame in station.heard() if frame[6:12] == frames.mac_bytes(GUEST_MAC)]
+
+        ask(frames.ARP, 1, frames.NO_MAC, TUN_IP)  # another address
+        ask(frames.ARP, 1, frames.NO_MAC, GUEST_IP, TUN_MAC)  # to another station
+        ask(frames.ARP, 2, frames.NO_MAC, GUEST_IP)  # a reply
+        ask(frames.ARP, 1, frames.NO_MAC, GUEST_IP, hardware=6)
+        ask(frames.ARP, 1, frames.NO_MAC, GUEST_IP, length=41)  # one byte short
+        ask(frames.RARP, 3, TUN_MAC, "0.0.0.0")  # another station
+        ask(frames.RARP, 1, GUEST_MAC, "0.0.0.0")  # not the reverse request
+        time.sleep(0.3)
+        self.assertEqual(answers(), [])
+        ask(frames.ARP, 1, frames.NO_MAC, GUEST_IP, length=42)  # and it is still there
+        for destination, length in ((frames.BROADCAST, 42), (frames.BROADCAST, 60), (GUEST_MAC, 60)):
+            ask(frames.RARP, 3, GUEST_MAC, "0.0.0.0", destination, length)
+        self.assertTrue(station.wait_for(lambda _: len(answers()) >= 4), guest.story())
+        guest.stop()
+        reply = frames.Arp(frames.ARP, station.mac, GUEST_MAC, 2, GUEST_MAC, GUEST_IP, station.mac, PEER_IP)
+        reverse = frames.Arp(frames.RARP, station.mac, GUEST_MAC, 4, GUEST_MAC, GUEST_IP, GUEST_MAC, GUEST_IP)
+        self.assertEqual([frames.parse_arp(frame) for frame in answers()], [reply, reverse, reverse, reverse])
+        self.assertEqual([frame[42:].strip(b"\0") for frame in answers()], [b""] * 4, "nothing but padding behind")
+        self.assertEqual(guest.text().count("::HandleTapRARPPacket: WRITING RARP response...\n"), 3)
+        self.assertEqual(guest.text().count("WRITING"), 4)
+        self.assert_frames_sound(station, at_least=4)
+
+    def test_a_mac_is_derived_and_an_adapter_has_other_names(self):
+        for adapter in (self.host.mac_of("adapter"), "adapter"):
+            with self.subTest(adapter=adapter):
+                heard = self.listen()
+                guest = self.run_guest("tap", adapter=adapter, guest_mac=None)
+                self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
+                self.assertEqual(guest.stop()[0], 0, guest.story())
+                mac = guest.text().split("mac=")[1].split(")")[0]
+                self.assertEqual(int(mac[:2], 16) & 3, 2, "one station's own, locally administered")
+                self.assertEqual({echo.source_mac for echo in heard.echoes(frames.ECHO_REPLY)},
+                                 {mac.lower().replace("-", ":")})
+
+    def test_the_kernels_own_device(self):
+        """Host and guest on one machine, no wire at all: they ping each other, and the device goes away again."""
+        if why_no_tun_device():
+            self.skipTest(why_no_tun_device())
+        for mode, extra, bound in (("tun", (), 0.55), ("tap", ("--socket-notify",), 0.3)):
+            with self.subTest(mode=mode, extra=extra):
+                guest = self.run_guest(mode, "--proceed", *extra, library="tun", gateway=None)
+                self.assertNotEqual(self.host.links(), self.links_before, "a device of its own")
+                self.assert_pinged(self.host, GUEST_IP, 20, "-i", "0.02")
+                status, seconds = guest.stop()
+                self.assertEqual(status, 0, guest.story())
+                self.assertLess(seconds, bound)
+                self.assertEqual(guest.text().count("** Sending PING reply to "), 20)
+                self.assert_nothing_left(guest)
+                guest = self.ping(HOST_IP, mode, "--count", 2000, "--delay", 0, "--size", 8, "--timeout", 2000, "--proceed",
+                                  *extra, library="tun", gateway=None)
+                self.assertEqual(guest.status, 0, guest.story())
+                self.assertEqual(guest.text().count(" Reply to ping #"), 2000)
+                self.assert_nothing_left(guest)

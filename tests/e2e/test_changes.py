@@ -1,0 +1,107 @@
+"""The world changes under a running guest: its adapter, its gateway, the clock, the disk."""
+
+import contextlib
+import pathlib
+import subprocess
+import time
+
+from lab import frames
+from lab.cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase
+
+FAKETIME = pathlib.Path("/usr/lib/x86_64-linux-gnu/faketime/libfaketimeMT.so.1")
+
+
+class Changes(NetworkCase):
+    def test_the_adapter_goes_down(self):
+        for mode, extra in (("tap", ()), ("tun", ("--socket-notify",))):
+            with self.subTest(mode=mode, extra=extra):
+                guest = self.run_guest(mode, "--proceed", *extra)
+                self.host.ip("link", "set", "adapter", "down")
+                self.assertEqual(guest.wait_end(5), 2, guest.story())
+                self.assertRegex(guest.errors(), r"vnetx32_read failed; errno=100: Network is down")
+                self.assertIn("*** Statistics for Interface", guest.text())
+                self.assert_nothing_left(guest)
+                self.host.ip("link", "set", "adapter", "up")
+                self.assertEqual(self.host.run("ping", "-c", 1, "-w", 5, PEER_IP).returncode, 0)
+
+    def test_the_adapter_gets_other_addresses(self):
+        """The guest has its own and is not disturbed, but it says what it has noticed."""
+        for mode, extra in (("tap", ()), ("tun", ("--socket-notify",))):
+            with self.subTest(mode=mode, extra=extra):
+                guest = self.run_guest(mode, *extra)
+                mac = self.host.mac_of("adapter")
+                for change in (["link", "set", "adapter", "address", "02:aa:00:00:00:01"],
+                               ["address", "del", HOST_IP + "/24", "dev", "adapter"],
+                               ["address", "add", "10.77.0.7/24", "dev", "adapter"],
+                               ["link", "set", "adapter", "mtu", 1000], ["link", "set", "adapter", "mtu", 9000]):
+                    self.host.ip(*change)
+                    time.sleep(0.6)
+                    self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
+                for change in ("MAC address was [0-9A-F-]{17} and is 02-AA-00-00-00-01", "IP address was none and is 10.77.0.7",
+                               "MTU was 1000 and is 9000"):
+                    guest.wait_for(f"Interface vnx0: the adapter's {change} now; the guest goes on as it was started")
+                self.assertEqual(guest.stop()[0], 0, guest.story())
+                self.host.ip("link", "set", "adapter", "address", mac, "mtu", 1500)
+                self.host.ip("address", "flush", "dev", "adapter")
+                self.host.ip("address", "add", HOST_IP + "/24", "dev", "adapter")
+
+    def test_another_gateway(self):
+        """In TUN mode the guest follows the host's routes, also while it runs."""
+        self.respond(address="10.77.0.51")
+        heard = self.listen()
+        self.host.ip("route", "add", "default", "via", PEER_IP)
+        guest = self.start(*self.arguments(["ping", "192.0.2.9"], "tun", gateway=None), "--count", 60, "--delay", 50,
+                           "--timeout", 50, namespace=self.host)
+        guest.wait_for("Sending ping #10 ")
+        self.host.ip("route", "replace", "default", "via", "10.77.0.51")
+        self.assertIn(guest.wait_end(), (0, 1), guest.story())
+        questions = [frames.parse_arp(frame) for frame in heard.heard()]
+        asked = [question.target_ip for question in questions if question and question.sender_ip == GUEST_IP]
+        self.assertEqual(list(dict.fromkeys(asked)), [PEER_IP, "10.77.0.51"])
+
+    def test_the_clock_jumps(self):
+        """A day back and a day on: the stamps follow, what is measured and waited for does not."""
+        if not FAKETIME.exists():
+            self.skipTest(f"needs {FAKETIME} (Debian: libfaketime)")
+        clock = self.scratch() / "clock"
+        clock.write_text("+0")
+        environment = {"LD_PRELOAD": str(FAKETIME), "FAKETIME_DONT_FAKE_MONOTONIC": "1", "FAKETIME_NO_CACHE": "1",
+                       "FAKETIME_TIMESTAMP_FILE": str(clock)}
+        started = time.monotonic()
+        guest = self.start("--library", "sim:delay=20", "ping", "198.18.0.2", "--count", 20, "--delay", 50,
+                           "--no-report", environment=environment)
+        for number, jump in ((5, "-1d"), (10, "+1d"), (15, "-3h")):
+            guest.wait_for(f"Sending ping #{number} ")
+            clock.write_text(jump)
+        self.assertEqual(guest.wait_end(), 0, guest.story())
+        self.assertLess(time.monotonic() - started, 8)
+        self.assertRegex(guest.text(), r"20 Replies Received \(Minimum = 2\dms, Maximum = \d\dms")
+        self.assertGreater(len({line[:2] for line in guest.lines()}), 1, "the clock did jump")
+
+    def test_a_full_disk(self):
+        """Each file that did not fit is named; what was there before is whole, and nothing half is left."""
+        disk = self.scratch() / "disk"
+        disk.mkdir()
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", disk], check=True)
+        self.addCleanup(subprocess.run, ["umount", disk], check=True)
+        profile = disk / "VNXTest64UD" / "VNXTest64UD.conf"
+        profile.parent.mkdir()
+        before = {disk / "document": "the last one", disk / "results": "the last one", profile: "[Settings]\nNumPings=9\n"}
+        for file, content in before.items():
+            file.write_text(content)
+        (disk / "filler").write_bytes(bytes(40960))
+        for options, fault in ((["--output", disk / "document"], "write of .*document failed; errno=28"),
+                               (["--json", disk / "results"], "results cannot be saved: .* failed; errno=28"),
+                               (["--save"], "--save: the values could not be stored: .* failed; errno=28")):
+            with self.subTest(options=options):
+                if options == ["--save"]:
+                    with contextlib.suppress(OSError), open(disk / "filler", "ab", buffering=0) as filler:
+                        while filler.write(bytes(4096)):
+                            pass
+                guest = self.run_program("--library", "sim", "ping", "198.18.0.2", "--count", 400, "--delay", 0,
+                                         *options, "--no-report", environment={"XDG_CONFIG_HOME": str(disk)})
+                self.assert_refused(guest, f"(?s){fault}: No space left on device")
+                for file, content in before.items():
+                    self.assertEqual(file.read_text(), content, file)
+                left = {path for path in disk.rglob("*") if path.is_file()}
+                self.assertEqual(left - {profile.parent / ".lock"}, {*before, disk / "filler"})

@@ -1,0 +1,77 @@
+"""Rights: the command that grants them, what a running guest still holds, and whose code may have them."""
+
+import os
+import pathlib
+import re
+import subprocess
+
+from lab.cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase, program_for_everybody
+from lab.network import why_no_tun_device
+
+ORDINARY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all"]
+FILE_RIGHTS = 1 << 1 | 1 << 3  # CAP_DAC_OVERRIDE, CAP_FOWNER
+
+
+class Privileges(NetworkCase):
+    def rights_of(self, guest):
+        """(permitted capabilities, no_new_privs) of every thread, `ip netns exec` having become the program."""
+        found = set()
+        for status in pathlib.Path(f"/proc/{guest.pid}/task").glob("*/status"):
+            fields = dict(line.split(":\t", 1) for line in status.read_text(encoding="ascii").splitlines() if ":\t" in line)
+            found.add((int(fields["CapPrm"], 16) | int(fields["CapEff"], 16), fields["NoNewPrivs"]))
+        return found
+
+    def granted_program(self, library):
+        """A copy of the program, given what it asks for by the commands that it prints itself."""
+        self.need_program("setcap")
+        if library == "tun" and os.stat("/dev/net/tun").st_mode & 0o006 != 0o006:
+            self.addCleanup(os.chmod, "/dev/net/tun", os.stat("/dev/net/tun").st_mode & 0o777)
+        copy = program_for_everybody(self.scratch())
+        options = [*self.arguments(["run"], library=library), "--duration", 5]
+        refused = self.run_program(*options, namespace=self.host, executable=copy, prefix=ORDINARY)
+        self.assert_refused(refused, "sudo setcap")
+        for command in re.findall(r" sudo (.*)", refused.errors()):
+            granted = subprocess.run(["bash", "-c", command], capture_output=True, text=True)
+            if granted.returncode != 0:
+                self.skipTest(f"{command} does not work here: {granted.stderr.strip()}")
+        return copy
+
+    def test_an_ordinary_user_with_the_printed_command(self):
+        for library, extra in (("pcap", ()), ("pcap", ("--socket-notify",)), ("tun", ())):
+            if library == "tun" and why_no_tun_device():
+                continue
+            with self.subTest(library=library, extra=extra):
+                copy = self.granted_program(library)
+                guest = self.start(*self.arguments(["run"], library=library), *extra, namespace=self.host,
+                                   executable=copy, prefix=ORDINARY).wait_up()
+                self.assertEqual(self.rights_of(guest), {(0, "1")}, guest.errors())
+                self.assert_pinged(self.host if library == "tun" else self.peer, GUEST_IP, 3, "-i", "0.05")
+                self.assertEqual(guest.stop()[0], 0, guest.story())
+                self.assert_nothing_left(guest)
+
+    def test_a_ping_test_after_the_rights_are_gone(self):
+        guest = self.start(*self.arguments(["ping", PEER_IP], gateway=None, adapter=self.host.mac_of("adapter")),
+                           "--proceed", "--count", 50, "--delay", 20, namespace=self.host,
+                           executable=self.granted_program("pcap"), prefix=ORDINARY)
+        guest.wait_for("Reply to ping #5 ")
+        self.assertEqual(self.rights_of(guest), {(0, "1")})
+        self.assertEqual(guest.wait_end(), 0, guest.story())
+
+    def test_root_keeps_what_saving_takes(self):
+        folder = self.scratch() / "of a user"
+        folder.mkdir(mode=0o755)
+        os.chown(folder, 65534, 65534)
+        for file, kept in ((None, 0), (folder / "document", FILE_RIGHTS)):
+            extra = ["--output", file] if file else []
+            guest = self.start(*self.arguments(["run"]), *extra, namespace=self.host).wait_up()
+            self.assertEqual(self.rights_of(guest), {(kept, "1")}, guest.errors())
+            self.assertEqual(guest.stop()[0], 0, guest.errors())
+        self.assertIn("*** Statistics", (folder / "document").read_text(encoding="utf-8"))
+
+    def test_no_code_of_the_user_gets_granted_rights(self):
+        library = os.environ.get("VNXTEST_SHARED_OBJECT") or self.skipTest("the shared library was not built")
+        copy = self.granted_program("pcap")
+        for name in (library, pathlib.Path(library).name):
+            refused = self.run_program(*self.arguments(["run"], library=name), namespace=self.host, executable=copy,
+                                       prefix=ORDINARY)
+            self.assert_refused(refused, "is not loaded: this program has been given rights .* that you do not have")

@@ -1,0 +1,318 @@
+"""The program in a terminal, on the simulated LAN: no rights, no network; what it prints, saves, stores and refuses."""
+
+import json
+import os
+import pty
+import re
+import select
+import signal
+import time
+
+from lab.cases import Case, as_ordinary_user, program_for_everybody
+from lab.guest import STAMP
+from lab.statistics import interface_statistics, ping_statistics
+
+ECHO_HOST, SILENT, GATEWAY = "198.18.0.2", "198.18.0.150", "198.18.0.254"
+# The fields of the results file, object by object, in their order.
+FIELDS = ("version program library command exitStatus problem ping interfaces",
+          "complete writeFailed target targetIp size count timeoutMs delayMs statistics pings",
+          "sent received timeouts duplicates lost lossPercent minimumMs maximumMs averageMs",
+          "number sequence sentMs replies timeMs timedOut lateMs",
+          "interface name mode guestIp guestMac adapterIp adapterMac answered ignored statistics", "echo arp rarp",
+          "Unknown packet|Too tiny|Fragmented|Bad IP hdr version|Bad IP hdr length|Not ICMP|Not ping|Bad ICMP code|"
+          "Bad IP hdr checksum|Bad ICMP checksum|Not reply for us|Not ping for us".replace("|", " "),
+          "length kernelBufferSize ioBufferSize maximumBytesReceived writeCalls writeIos readCalls readIos packetsRead "
+          "packetsWritten bytesRead bytesWritten internalArps ignored fromOurself toZeroMacRead toZeroMacWritten "
+          "fromZeroMacRead fromZeroMacWritten")
+# Sanitizers slow the program down; the bounds on time are about hanging, not about speed.
+SLACK = 5.0
+
+
+class TerminalCase(Case):
+    def setUp(self):
+        self.folder = self.scratch()
+        self.profile = self.folder / "VNXTest64UD" / "VNXTest64UD.conf"
+        self.json, self.document = self.folder / "results.json", self.folder / "Dokument \u00fc.txt"
+
+    def begin(self, *arguments, library="sim", **options):
+        return self.start("--library", library, *arguments, environment={"XDG_CONFIG_HOME": str(self.folder)}, **options)
+
+    def go(self, *arguments, status=0, **options):
+        """Runs to the end. Unless it is refused, what is on standard error is what `note` asks for, or nothing."""
+        note = options.pop("note", "")
+        guest = self.begin(*arguments, **options)
+        guest.status = guest.wait_end()
+        self.assertEqual(guest.status, status, f"{arguments}\n{guest.story()}")
+        self.assertRegex(guest.errors(), note or ("^vnxtest-cli: " if status == 2 else r"\A\Z"))
+        return guest
+
+    def ping(self, *arguments, target=ECHO_HOST, **options):
+        return self.go("ping", target, "--no-report", "--delay", 1, *arguments, **options)
+
+    def stored(self):
+        return dict(line.split("=", 1) for line in self.profile.read_text("utf-8").splitlines() if "=" in line)
+
+    def results(self):
+        """The results file, whose fields are complete and whose sums are right."""
+        results = json.loads(self.json.read_text("utf-8"))
+        objects = [results]
+        for one in objects:
+            if isinstance(one, dict):
+                self.assertIn(" ".join(one), FIELDS)
+            objects += one.values() if isinstance(one, dict) else one if isinstance(one, list) else ()
+        if results["ping"]:
+            pings = results["ping"]["pings"]
+            self.assertEqual([(one["number"], one["timeMs"] is None) for one in pings],
+                             [(number, one["replies"] == 0) for number, one in enumerate(pings, 1)])
+            times = [one["timeMs"] for one in pings if one["replies"]] or [0]
+            lost = sum(one["replies"] == 0 for one in pings)
+            self.assertEqual(list(results["ping"]["statistics"].values()), [
+                len(pings), len(pings) - lost, sum(one["timedOut"] for one in pings),
+                sum(max(one["replies"] - 1, 0) for one in pings), lost, int(100 * lost / (len(pings) or 1) + 0.5), min(times),
+                max(times), sum(times) // len(times)])
+        return results
+
+
+class Ping(TerminalCase):
+    def test_works_at_once_for_an_ordinary_user(self):
+        guest = self.go("ping", ECHO_HOST, "--delay", 10, executable=program_for_everybody(self.scratch()),
+                        prefix=as_ordinary_user())
+        for line in guest.lines():
+            self.assertRegex(line, STAMP)
+            self.assertEqual(line, line.rstrip())
+        self.assertRegex(guest.text(), r"(?s)VNXTest64UD, version:.*  Network Information  .*  Detected Adapters  .*\n\n"
+                         r"\*\* START PING TEST \*\*\n\n ping  -c 3  -i 10  -s 32  -w 500  198\.18\.0\.2\n\n Sending ping #1 "
+                         r".*\*\* END PING TEST \*\*\n.*\n\*\* Interface \S+ closed\.\.\.")
+        self.assertEqual(ping_statistics(guest.text())["received"], 3)
+        self.assertFalse(self.profile.exists(), "nothing is stored unasked")
+
+    def test_every_fate(self):
+        for library, target, extra, figures, text in (
+                ("sim", "8.8.8.8", ("--mode", "tap"), (3, 0, 0, 0), "TTL=57"),  # behind the gateway
+                ("sim", "localhost", (), (0, 3, 0, 3), r" Sending ping #1 bytes=32 to localhost \[127\.0\.0\.1\]\.\.\.\n"),
+                ("sim:late=100", ECHO_HOST, (), (3, 3, 0, 0), r"ms late\)\n"),
+                ("sim:df=100", ECHO_HOST, ("--debug",), (0, 3, 0, 3), r"Packet was ignored \(Fragmented\)\n"),
+                ("sim:mtu=65535", ECHO_HOST, ("--size", 65507), (3, 0, 0, 0), "bytes=65507 time"),
+                ("sim", ECHO_HOST, ("--from", 2, "--socket-notify"), (3, 0, 0, 0), r"Statistics(.*\n)*\*\*\* Statistics")):
+            with self.subTest(library=library, target=target):
+                guest = self.ping("--count", 3, "--timeout", 200, "--json", self.json, *extra, target=target,
+                                  library=library, status=1 if figures[-1] else 0)
+                found = ping_statistics(guest.text())
+                self.assertEqual(tuple(found[name] for name in ("received", "timeouts", "duplicates", "lost")), figures)
+                self.assertRegex(guest.text(), text)
+        told = [(one["interface"], one["mode"], one["guestIp"], one["adapterIp"]) for one in self.results()["interfaces"]]
+        self.assertEqual(told, [(1, "tun", "198.18.0.111", "198.18.0.1"), (2, "tap", "198.18.0.222", "198.18.0.1")])
+
+    def test_results_agree_with_the_document_and_repeat(self):
+        seen = []
+        for seed in (7, 7, 8):
+            guest = self.ping("--count", 300, "--timeout", 200, "--mode", "tap", "--json", self.json, status=1,
+                              library=f"sim:loss=10,dup=10,late=5,df=5,corrupt=5,truncate=5,foreign=5,reorder=10,seed={seed}")
+            text, results = guest.text(), self.results()
+            figures, told = ping_statistics(text), results["ping"]["statistics"]
+            for name in ("sent", "received", "timeouts", "duplicates", "lost"):
+                self.assertEqual(told[name], figures[name], name)
+                self.assertGreater(figures[name], 0)
+            self.assertEqual(told["lossPercent"], figures["percent"])
+            self.assertEqual(text.count(" has timed out."), figures["timeouts"])
+            self.assertEqual(len(re.findall(r"^ Reply(?: #\d+)? to ping", text, re.M)), told["received"] + told["duplicates"])
+            counters, record = interface_statistics(text), results["interfaces"][0]["statistics"]
+            for name, field in (("Total Packets Read", "packetsRead"), ("Total Bytes Written", "bytesWritten")):
+                self.assertEqual(record[field], counters[name])
+            pings = results["ping"]["pings"]
+            self.assertEqual({one["timeMs"] - one["lateMs"] for one in pings if one["lateMs"]}, {200})
+            self.assertEqual([one["sentMs"] for one in pings], sorted(one["sentMs"] for one in pings))
+            self.assertEqual([(one["sequence"] - pings[0]["sequence"]) % 65536 for one in pings], list(range(300)))
+            seen.append([told["received"], told["duplicates"], told["lost"]])
+        self.assertEqual(seen[0], seen[1])
+        self.assertNotEqual(seen[0], seen[2])
+
+
+class Ends(TerminalCase):
+    def test_a_duration(self):
+        started = time.monotonic()
+        guest = self.ping("--count", 0, "--duration", 0.5)
+        self.assertGreater(guest.text().count(" Sending ping #"), 5)
+        guest = self.go("run", "--no-report", "--duration", 0.5, "--socket-notify", library="sim:pinger=20")
+        self.assertGreater(guest.text().count(f"** Someone is PINGing Vant!\n** Sending PING reply to {ECHO_HOST}\n"), 3)
+        self.assertTrue(1.0 <= time.monotonic() - started < 1.0 + 2 * SLACK)
+
+    def test_a_signal(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            for mode in ((), ("--socket-notify",)):
+                guest = self.begin("run", "--no-report", "--json", self.json, *mode).wait_up()
+                status, seconds = guest.stop(number)
+                self.assertEqual((status, guest.errors()), (0, ""))
+                self.assertLess(seconds, SLACK)
+                self.assertIsNotNone(interface_statistics(guest.text()))
+                self.assertRegex(guest.text(), r"\*\* Interface \S+ closed")
+                results = self.results()
+                self.assertEqual((results["command"], results["ping"], len(results["interfaces"])), ("run", None, 1))
+
+    def test_a_signal_during_a_test_still_prints_the_statistics(self):
+        guest = self.begin("ping", ECHO_HOST, "--no-report", "--delay", 100, "--count", 1000, "--json", self.json)
+        guest.wait_for("Reply to ping #2")
+        self.assertEqual(guest.stop()[0], 0)
+        self.assertEqual(ping_statistics(guest.text())["lost"], 0)
+        self.assertRegex(guest.errors(), r"interrupted after \d+ pings")
+        self.assertEqual(self.results()["ping"]["statistics"]["sent"], guest.text().count(" Sending ping #"))
+
+    def test_a_second_interrupt_ends_at_once(self):
+        for _ in range(20):
+            guest = self.begin("run", "--no-report", "--output", self.document).wait_up()
+            guest.send_signal(signal.SIGINT)
+            time.sleep(0.02)  # within the read time-out of 250 ms
+            status, _ = guest.stop()
+            if "second interrupt" in guest.errors():
+                self.assertEqual(status, 2)
+                self.assertEqual(os.listdir(self.folder), [], "the unfinished file is gone")
+                return
+        self.fail("the first interrupt was always faster")
+
+    def test_a_starter_that_ignores_hangups_is_heeded_and_waiting_costs_nothing(self):
+        guest = self.begin("run", "--no-report", prepare=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)).wait_up()
+        guest.send_signal(signal.SIGHUP)
+        before = self.ticks(guest.pid)
+        time.sleep(1)
+        self.assertLessEqual(self.ticks(guest.pid) - before, 3, "of 100")
+        self.assertEqual(guest.stop(signal.SIGTERM)[0], 0)
+
+    @staticmethod
+    def ticks(pid):
+        with open(f"/proc/{pid}/stat", encoding="ascii") as file:
+            return sum(map(int, file.read().rsplit(")", 1)[1].split()[11:13]))
+
+
+class Output(TerminalCase):
+    def test_the_saved_document_is_what_was_shown(self):
+        guest = self.ping("--output", self.document)
+        self.assertEqual(self.document.read_text("utf-8"), "".join(line + "\n" for line in guest.lines()))
+        self.assertEqual(os.listdir(self.folder), [self.document.name])
+
+    def test_what_cannot_be_saved(self):
+        for option in ("--output", "--json"):
+            guest = self.ping(option, "/no/such/file", status=2, note="/no/such/file.*: No such file or directory")
+            self.assertEqual(guest.lines(), [], "said first")
+            self.ping(option, "/dev/full", status=2, note="/dev/full.*: No space left on device")
+        with open("/dev/full", "w", encoding="ascii") as full:
+            self.ping("--output", self.document, "--json", self.json, status=2, output=full,
+                      note="Standard output cannot be written")
+            for command in ("report", "adapters"):
+                self.go(command, status=2, output=full, note="Standard output cannot be written")
+        self.assertIn("closed...", self.document.read_text("utf-8"), "everything was closed in order, and saved")
+        self.assertIn("Standard output", self.results()["problem"])
+
+    def test_a_reader_that_goes_away(self):
+        read, write = os.pipe()
+        guest = self.begin("ping", ECHO_HOST, "--count", 65535, "--delay", 1, output=write)
+        os.close(write)
+        os.read(read, 1)
+        os.close(read)
+        guest.status = guest.wait_end(20)
+        self.assert_refused(guest, "Broken pipe")
+
+    def test_closed_standard_streams(self):
+        for stream in (0, 1, 2):
+            guest = self.begin("ping", ECHO_HOST, "--count", 1, "--no-report", "--output", self.document,
+                               prepare=lambda: os.close(stream))
+            self.assertEqual(guest.wait_end(20), 2 if stream == 1 else 0)
+            self.assertIn("** START PING TEST **" if stream != 1 else "closed...", self.document.read_text("utf-8"))
+
+    def test_no_progress_unless_somebody_looks(self):
+        terminal, other_side = pty.openpty()
+        guest = self.begin("ping", ECHO_HOST, "--no-report", "--count", 20, "--delay", 50, errors=other_side)
+        os.close(other_side)
+        shown = b""
+        while select.select([terminal], [], [], 20)[0]:
+            try:
+                shown += os.read(terminal, 4096)
+            except OSError:
+                break  # the program has ended
+        os.close(terminal)
+        self.assertEqual(guest.wait_end(20), 0)
+        self.assertRegex(shown, rb"\r\d+ pings sent")
+
+    def test_adapters(self):
+        table = self.go("adapters").lines()
+        guest = self.go("adapters", "--json")
+        adapters = json.loads("\n".join(guest.lines()))["adapters"]
+        self.assertEqual(len(table), len(adapters) + 1)
+        for adapter, line in zip(adapters, table[1:]):
+            self.assertIn(adapter["mac"], line)
+        self.assertEqual([(one["ip"], one["mask"]) for one in adapters if one["default"]], [("198.18.0.1", "255.255.255.0")])
+        self.go("adapters", "--json", self.json)
+        self.assertEqual(json.loads(self.json.read_text("utf-8"))["adapters"], adapters)
+        for option in ("--help", "--version"):
+            self.assertIn("VNXTest64UD", "".join(self.go(option).lines()))
+
+
+class Profile(TerminalCase):
+    def write(self, text):
+        self.profile.parent.mkdir()
+        self.profile.write_bytes(b"[Settings]\n" + text)
+
+    def test_save_stores_and_the_next_run_uses(self):
+        self.ping("--save", "--count", 2, "--timeout", 300, "--guest-ip", "198.18.0.177", "--mode", "tap",
+                  "--debug=0x80000000")
+        wanted = {"Interface1_bTAPMode": "1", "Interface1_strInterface_IPAddr": "198.18.0.177",
+                  "Interface1_strAdapter_IPAddr": "198.18.0.1", "Interface2_strInterface_IPAddr": "", "NumPings": "2",
+                  "PingTimeout": "300", "WhoPingName": ECHO_HOST, "DebugMode": "1", "DebugFlags": "2147483648"}
+        self.assertEqual(self.stored() | wanted, self.stored())
+        guest = self.ping("--no-debug", "--json", self.json)
+        self.assertIn(" ping  -c 2  -i 1  -s 32  -w 300 ", guest.text())
+        interface = self.results()["interfaces"][0]
+        self.assertEqual((interface["guestIp"], interface["mode"]), ("198.18.0.177", "tap"))
+
+    def test_what_does_not_fit_is_left_out_and_left_alone(self):
+        text = (b"Interface1_strAdapter_IPAddr=192.0.2.200\nInterface1_strInterface_IPAddr=192.0.2.201\n"
+                b"PingDataSize=99999\nNumPings=0\nPingTimeout=soon\nPingDelay=4294967295\n\xff\xfe rubbish\n")
+        self.write(text)
+        guest = self.ping("--json", self.json, note="left out")
+        self.assertIn(" ping  -c 3  -i 1  -s 32  -w 500 ", guest.text())
+        self.assertEqual(self.results()["interfaces"][0]["guestIp"], "198.18.0.111")
+        for word in ("is damaged", "PingDataSize", "NumPings", "PingTimeout"):
+            self.assertIn(word, guest.errors())
+        self.assertEqual(self.profile.read_bytes(), b"[Settings]\n" + text)
+
+    def test_one_that_cannot_be_written(self):
+        self.profile.parent.write_text("in the way", "utf-8")
+        guest = self.ping("--save", status=2, note="VNXTest64UD")
+        self.assertIn("** Assertion Failed **", guest.text())
+        self.assertIn(" Ping test successful.", guest.text())
+
+
+class Refusals(TerminalCase):
+    def test_each_is_named_and_starts_nothing(self):
+        for arguments, wanted in (
+                ((), "--help"),
+                (("ping", ECHO_HOST, "--size", "7"), "--size(.*\n)*.*--help"),
+                (("ping", ECHO_HOST, "--library", "nosuch"), "library"),
+                (("report", "--library", "sim:loss=200"), "loss"),
+                (("report", "--library", "/no/such/library.so"), r"/no/such/library\.so"),
+                (("ping", "no.such.host.invalid"), r"Please enter a valid IP address or name\."),
+                (("ping", "1.2.3.4.5"), "valid IP address or name"),
+                (("ping", ECHO_HOST, "--adapter", "nosuch0"), r"nosuch0(.*\n)*.*198\.18\.0\.1 "),  # lists what there is
+                (("run", "--guest-mac", "03-00-5E-80-00-04"), "--guest-mac"),
+                (("run", "--guest-ip", "10.77.0.1"), "Subnets Warning: Your guest IP is in a different subnet!(.*\n)*.*--proceed"),
+                (("run", "--gateway", "256.1.1.1"), "--gateway")):
+            with self.subTest(arguments=arguments):
+                no_report = ["--no-report"] if arguments and arguments[0] != "report" else []
+                library = [] if "--library" in arguments else ["--library", "sim"]
+                guest = self.run_program(*arguments, *no_report, *library, timeout=20)
+                self.assert_refused(guest, wanted)
+                self.assertEqual(guest.lines(), [])
+        self.go("run", "--no-report", "--guest-ip", "10.0.0.1", "--json", self.json, status=2)
+        results = self.results()
+        self.assertEqual((results["exitStatus"], results["interfaces"], results["ping"]), (2, [], None))
+        self.assertIn("--proceed", results["problem"])
+        guest = self.ping("--size", 65507, "--json", self.json, status=2, note="(?s)vnetx32_write failed;.*--size 1472")
+        self.assertIn("***  Ping #1 failed; abort  ***\n", guest.text())
+        results = self.results()
+        self.assertEqual((results["exitStatus"], results["ping"]["writeFailed"]), (2, True))
+        self.assertIn("--size 1472", results["problem"])
+
+    def test_what_is_said_and_done_all_the_same(self):
+        self.go("run", "--no-report", "--guest-ip", "10.77.0.1", "--duration", 0.1, "--proceed",
+                note="warning: Your guest IP is in a different subnet!")
+        self.ping("--gateway", SILENT, "--proceed", note=f"the gateway {SILENT} does not answer")
+        self.ping("--gateway", GATEWAY)
