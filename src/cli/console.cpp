@@ -9,7 +9,8 @@
 namespace vnxtest {
 
 void Complain(std::wstring_view text) {
-    std::string line = "vnxtest-cli: " + ToUtf8(text);
+    std::string line = "vnxtest-cli: ";
+    line += ToUtf8(text);
     while (line.ends_with('\n')) {
         line.pop_back();
     }
@@ -23,7 +24,8 @@ void Progress::Show(const std::wstring& text) {
     if (!m_on || (text.empty() && m_shown == 0)) {
         return;
     }
-    std::string line = "\r" + ToUtf8(text);
+    std::string line = "\r";
+    line += ToUtf8(text);
     line.append(m_shown > text.size() ? m_shown - text.size() : 0, ' ');
     if (text.empty()) {
         line += '\r';

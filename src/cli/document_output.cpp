@@ -76,7 +76,8 @@ void DocumentOutput::NoteFailures(std::string_view text) {
         if (m_failureGoesOn) {
             m_lastFailure += L"\n" + FromUtf8(message);
             m_failureGoesOn = false;
-        } else if (message.starts_with("** ") && message.find(" failed") != std::string_view::npos) {
+        } else if ((message.starts_with("** ") || message.starts_with("*** MonitorThread: ")) &&
+                   message.find(" failed") != std::string_view::npos) {
             m_lastFailure = FromUtf8(message);
             m_failureGoesOn = message.ends_with(';');
         }

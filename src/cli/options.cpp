@@ -325,7 +325,9 @@ std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>
     } catch (const CLI::CallForVersion& version) {
         return OptionsAnswer{FromUtf8(version.what()) + L"\n", false};
     } catch (const CLI::RequiredError&) {
-        return Refusal("Name one of the commands report, adapters, run or ping TARGET.");
+        const std::vector<std::string> unknown = app.remaining();
+        return Refusal((unknown.empty() ? "" : "There is no command \"" + unknown.front() + "\". ") +
+                       "Name one of the commands report, adapters, run or ping TARGET.");
     } catch (const std::runtime_error& problem) { // CLI::ParseError and OptionError
         return Refusal(problem.what());
     }

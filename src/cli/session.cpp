@@ -191,7 +191,9 @@ TerminalEvent Session::Step(std::optional<Moment> deadline) {
         Drain();
         break;
     case ViewMessage::InterfaceOpened:
-        ++m_interfacesOpened;
+        if (++m_interfacesOpened == InterfacesWanted()) {
+            GiveUpWhatIsNotNeeded();
+        }
         break;
     case ViewMessage::MonitorThreadEnded:
         m_guestEndedByItself = true;
@@ -226,11 +228,21 @@ int Session::RunGuest() {
 }
 
 bool Session::WaitForInterfaces() {
-    const int wanted = m_guest->UsesTwoInterfaces() ? 2 : 1;
+    const int wanted = InterfacesWanted();
     while (m_guest->IsRunning() && m_interfacesOpened < wanted && !m_interrupted && !m_output.HasFailed()) {
         Step(std::nullopt);
     }
     return m_guest->IsRunning() && m_interfacesOpened >= wanted;
+}
+
+// The guest is started once, so the rights to open an interface have done their work. What a library
+// of somebody else's may still want of the network is its own affair.
+void Session::GiveUpWhatIsNotNeeded() {
+    const bool saves = m_options.outputFile || !m_options.jsonFile.empty() || m_options.save;
+    m_rightsGivenUp = true;
+    if (!GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves})) {
+        Complain(L"warning: not every right that is needed no more could be given up.");
+    }
 }
 
 int Session::PingFromGuest() {
@@ -336,7 +348,7 @@ std::wstring Session::DescribeStoppedGuest() const {
     const bool tun = EqualNoCase(m_options.library, L"tun");
     const bool capture = EqualNoCase(m_options.library, L"pcap") || EqualNoCase(m_options.library, L"auto");
     const Privilege needed = tun ? Privilege::NetworkAdministration : Privilege::Capture;
-    if ((tun || capture) && !HasPrivilege(needed)) {
+    if ((tun || capture) && !m_rightsGivenUp && !HasPrivilege(needed)) {
         return text + L"\n" + HowToGrant(needed);
     }
     return text +

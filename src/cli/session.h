@@ -38,7 +38,9 @@ private:
     bool OpenLibrary();
     bool ResolvePingTarget();
     bool StartGuest();
+    int InterfacesWanted() const { return m_guest->UsesTwoInterfaces() ? 2 : 1; }
     bool WaitForInterfaces();
+    void GiveUpWhatIsNotNeeded();
 
     void GatherHost();
     void DefineGateway();
@@ -73,6 +75,7 @@ private:
     Guest* m_guest = nullptr; // once it is made
     bool m_guestStarted = false;
     int m_interfacesOpened = 0;
+    bool m_rightsGivenUp = false;
     bool m_pingStarted = false;
     bool m_interrupted = false;
     bool m_guestEndedByItself = false;

@@ -1,4 +1,5 @@
-// The rights that opening a virtual interface takes, and how a user is given them.
+// The rights that opening a virtual interface takes, how a user is given them, and how they are given
+// up again once they have done their work.
 #pragma once
 
 #include <string>
@@ -15,5 +16,17 @@ bool HasPrivilege(Privilege privilege);
 
 // Whole sentences that say which right is missing and the exact command that grants it to this program.
 std::wstring HowToGrant(Privilege privilege);
+
+// What a running guest may still have to be allowed.
+struct KeptPrivileges {
+    bool network = false; // to open interfaces again
+    bool files = false;   // as root, to save a file where root's own rights do not reach
+};
+
+// Gives up, in every thread of this process, every capability but those kept, and sets no_new_privs, so
+// that no program that is started from here has more (capabilities(7)). Cannot be undone. False when a
+// thread could not be reached within a second. Does nothing on Windows, where a token's rights stay. One
+// call at a time.
+bool GiveUpPrivileges(const KeptPrivileges& kept);
 
 } // namespace vnxtest

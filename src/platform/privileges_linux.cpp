@@ -1,6 +1,15 @@
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
 
 #include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -14,6 +23,80 @@ namespace {
 
 int CapabilityOf(Privilege privilege) {
     return privilege == Privilege::Capture ? CAP_NET_RAW : CAP_NET_ADMIN;
+}
+
+bool HasCapability(Privilege privilege) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    if (syscall(SYS_capget, &header, data) != 0) {
+        return geteuid() == 0;
+    }
+    const int capability = CapabilityOf(privilege);
+    return (data[CAP_TO_INDEX(capability)].effective & CAP_TO_MASK(capability)) != 0;
+}
+
+// The kernel lets everybody use it, but some systems close its file. One that is not there at all is
+// made by nobody's right.
+bool MayOpenTunDevice() {
+    return access("/dev/net/tun", R_OK | W_OK) == 0 || errno != EACCES;
+}
+
+// Capabilities belong to a thread, so each thread has to give up its own: a signal makes it do so. What
+// is kept is set before the signal is sent.
+std::uint64_t g_keptCapabilities = 0;
+
+std::uint64_t MaskOf(std::initializer_list<int> capabilities) {
+    std::uint64_t mask = 0;
+    for (const int capability : capabilities) {
+        mask |= std::uint64_t{1} << capability;
+    }
+    return mask;
+}
+
+// In a signal handler: system calls only.
+void GiveUpInThisThread(int) {
+    const int code = errno;
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    if (syscall(SYS_capget, &header, data) == 0) {
+        for (std::size_t word = 0; word < _LINUX_CAPABILITY_U32S_3; ++word) {
+            const auto kept = static_cast<std::uint32_t>(g_keptCapabilities >> (32 * word));
+            data[word].permitted &= kept;
+            data[word].effective &= kept;
+            data[word].inheritable = 0; // the ambient ones go with them
+        }
+        syscall(SYS_capset, &header, data);
+    }
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    errno = code;
+}
+
+// By what the kernel says of the thread. One that has ended has nothing to give up.
+bool HasGivenUp(const std::filesystem::path& thread) {
+    std::ifstream status(thread / "status");
+    bool less = true;
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("CapPrm:") || line.starts_with("CapInh:")) {
+            const std::uint64_t kept = line[3] == 'P' ? g_keptCapabilities : 0;
+            less = less && (std::strtoull(line.c_str() + 7, nullptr, 16) & ~kept) == 0;
+        } else if (line.starts_with("NoNewPrivs:")) {
+            less = less && line.back() == '1';
+        }
+    }
+    return less;
+}
+
+// Asks every thread that has not given up yet. Returns whether there was none.
+bool AskThreadsToGiveUp(int signal) {
+    bool done = true;
+    std::error_code error;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task", error)) {
+        if (!HasGivenUp(thread.path())) {
+            done = false;
+            syscall(SYS_tgkill, getpid(), std::stoi(thread.path().filename().string()), signal);
+        }
+    }
+    return done && !error;
 }
 
 // The running program's own file.
@@ -39,21 +122,45 @@ std::wstring Quoted(const std::wstring& text) {
 } // namespace
 
 bool HasPrivilege(Privilege privilege) {
-    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
-    if (syscall(SYS_capget, &header, data) != 0) {
-        return geteuid() == 0;
-    }
-    const int capability = CapabilityOf(privilege);
-    return (data[CAP_TO_INDEX(capability)].effective & CAP_TO_MASK(capability)) != 0;
+    return HasCapability(privilege) && (privilege == Privilege::Capture || MayOpenTunDevice());
 }
 
 std::wstring HowToGrant(Privilege privilege) {
-    const wchar_t* const name = privilege == Privilege::Capture ? L"cap_net_raw" : L"cap_net_admin";
-    return Sprintf(L"This program lacks the capability %s. Grant it to the program with\n"
-                   L"    sudo setcap %s+ep %s\n"
-                   L"or run the program as root.",
-                   std::wstring(name), std::wstring(name), Quoted(ProgramPath()));
+    std::wstring text;
+    if (privilege == Privilege::NetworkAdministration && !MayOpenTunDevice()) {
+        text = L"You may not open the device file /dev/net/tun. Open it to its users with\n"
+               L"    sudo chmod a+rw /dev/net/tun\n";
+    }
+    if (!HasCapability(privilege)) {
+        const wchar_t* const name = privilege == Privilege::Capture ? L"cap_net_raw" : L"cap_net_admin";
+        text += Sprintf(L"This program lacks the capability %s. Grant it to the program with\n"
+                        L"    sudo setcap %s+ep %s\n",
+                        std::wstring(name), std::wstring(name), Quoted(ProgramPath()));
+    }
+    return text + L"or run the program as root.";
+}
+
+bool GiveUpPrivileges(const KeptPrivileges& kept) {
+    g_keptCapabilities = (kept.network ? MaskOf({CAP_NET_RAW, CAP_NET_ADMIN, CAP_SYS_NICE}) : 0) |
+                         (kept.files ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
+    const int signal = SIGRTMAX - 1;
+    // The handler stays: a signal may arrive late, and doing it twice does no harm.
+    struct sigaction action {};
+    action.sa_handler = GiveUpInThisThread;
+    action.sa_flags = SA_RESTART;
+    if (sigaction(signal, &action, nullptr) != 0) {
+        return false;
+    }
+    using Clock = std::chrono::steady_clock;
+    bool done = false;
+    // Once more when all have: what a thread has started before it was asked is seen then.
+    for (const auto end = Clock::now() + std::chrono::seconds(1); !done && Clock::now() < end;) {
+        done = AskThreadsToGiveUp(signal) && AskThreadsToGiveUp(signal);
+        if (!done) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    return done;
 }
 
 } // namespace vnxtest

@@ -80,8 +80,12 @@ std::unique_ptr<ArpResolver> ArpResolver::Open(const std::string& device, Neighb
     if (!capture) {
         return nullptr;
     }
-    return std::unique_ptr<ArpResolver>(
-        new ArpResolver(device, table, std::move(sent), std::move(capture), std::move(gate)));
+    std::unique_ptr<Capture> reverseCapture = OpenCapture(device, kEtherTypeReverseArp, "rarp");
+    if (!reverseCapture) {
+        return nullptr;
+    }
+    return std::unique_ptr<ArpResolver>(new ArpResolver(table, std::move(sent), std::move(capture),
+                                                        std::move(reverseCapture), std::move(gate)));
 }
 
 void ArpResolver::Send(Capture& capture, std::span<const std::uint8_t> frame) {
@@ -183,12 +187,6 @@ Ipv4Address ArpResolver::ResolveReverse(const Asker& asker, MacAddress mac) {
     std::erase_if(m_silentMacs, [&](const auto& old) { return now - old.second > NeighbourTable::kSilence; });
     if (m_silentMacs.contains(Image(mac))) {
         return {};
-    }
-    if (!m_reverseCapture) {
-        m_reverseCapture = OpenCapture(m_device, kEtherTypeReverseArp, "rarp");
-        if (!m_reverseCapture) {
-            return {};
-        }
     }
     auto question = BuildArpFrame(MacAddress::Broadcast(), asker.mac,
                                   {kReverseRequest, asker.mac, asker.ip, mac, Ipv4Address()});

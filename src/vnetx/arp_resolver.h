@@ -50,22 +50,22 @@ public:
 private:
     struct Exchange;
 
-    ArpResolver(std::string device, NeighbourTable& table, SentFunction sent,
-                std::unique_ptr<Capture> capture, std::unique_ptr<ReaderGate> gate)
-        : m_device(std::move(device)), m_table(table), m_sent(std::move(sent)), m_capture(std::move(capture)),
-          m_gate(std::move(gate)) {}
+    ArpResolver(NeighbourTable& table, SentFunction sent, std::unique_ptr<Capture> capture,
+                std::unique_ptr<Capture> reverseCapture, std::unique_ptr<ReaderGate> gate)
+        : m_table(table), m_sent(std::move(sent)), m_capture(std::move(capture)),
+          m_reverseCapture(std::move(reverseCapture)), m_gate(std::move(gate)) {}
 
     void Send(Capture& capture, std::span<const std::uint8_t> frame);
     void NoteAsked(Ipv4Address address);
     bool Run(Capture& capture, Exchange& exchange, std::span<const std::uint8_t> question);
 
-    const std::string m_device;
     NeighbourTable& m_table;
     const SentFunction m_sent;
 
     std::mutex m_exchangeMutex; // one exchange at a time
+    // Both are there from the start: the right to open them may be gone later.
     const std::unique_ptr<Capture> m_capture;
-    std::unique_ptr<Capture> m_reverseCapture; // made at the first reverse question
+    const std::unique_ptr<Capture> m_reverseCapture;
     const std::unique_ptr<ReaderGate> m_gate;
 
     std::mutex m_askedMutex;

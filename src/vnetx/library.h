@@ -56,4 +56,7 @@ std::unique_ptr<VnetxLibrary> OpenVnetxLibrary(std::wstring_view name, std::wstr
 // `name` is "sim" or "sim:...": the LAN inside the process, which has an adapter of its own.
 bool IsSimulatedLan(std::wstring_view name);
 
+// `name` is that of a file, a shared library: it has a folder, or the ending of one.
+bool IsLibraryFile(std::wstring_view name);
+
 } // namespace vnxtest

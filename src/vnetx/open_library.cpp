@@ -16,12 +16,6 @@ bool EndsWith(std::wstring_view name, std::wstring_view ending) {
     return name.size() > ending.size() && EqualNoCase(name.substr(name.size() - ending.size()), ending);
 }
 
-// A file: whatever has a folder, or the ending of a shared library.
-bool IsFileName(std::wstring_view name) {
-    return name.find_first_of(L"/\\") != std::wstring_view::npos || EndsWith(name, L".so") ||
-           EndsWith(name, L".dll");
-}
-
 } // namespace
 
 std::unique_ptr<VnetxLibrary> MakeBuiltinLibrary(std::wstring_view name, std::wstring& error) {
@@ -50,11 +44,16 @@ std::unique_ptr<VnetxLibrary> OpenVnetxLibrary(std::wstring_view name, std::wstr
     if (builtin || !error.empty()) {
         return builtin;
     }
-    if (IsFileName(name)) {
+    if (IsLibraryFile(name)) {
         return BindVnetxLibrary(name, error);
     }
     error = Sprintf(L"There is no interface library \"%s\". %s", std::wstring(name), KnownLibraries());
     return nullptr;
+}
+
+bool IsLibraryFile(std::wstring_view name) {
+    return name.find_first_of(L"/\\") != std::wstring_view::npos || EndsWith(name, L".so") ||
+           EndsWith(name, L".dll");
 }
 
 bool IsSimulatedLan(std::wstring_view name) {

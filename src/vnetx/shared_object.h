@@ -25,6 +25,11 @@ private:
     void* const m_module;
 };
 
+// Nothing when a library that the user names may run in this process; else a sentence why not: the
+// process has rights that its user has not (Linux: a program file with capabilities or the set-user-ID
+// bit), and code of the user's would get them.
+std::optional<std::wstring> WhyNoForeignCode();
+
 // The absolute path of the shared library `name`. A name without a folder is looked for in the
 // program's own folder and then in the system's library folders, never in the current directory; a
 // name with a folder is taken as it stands, relative to the current directory if it is relative.
