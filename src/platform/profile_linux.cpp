@@ -311,6 +311,9 @@ private:
         std::string bytes;
         {
             const LogCapture log;
+            if (m_damaged) {
+                LeaveDamageBehind();
+            }
             wxString text;
             wxStringOutputStream stream(&text);
             if (!m_values->Write(ValuePath(name), wxString(std::wstring(value))) ||
@@ -333,6 +336,24 @@ private:
         m_identity = stat(m_file.c_str(), &state) == 0 ? Identity{state.st_ino, state.st_size, state.st_mtim}
                                                        : Identity{};
         return true;
+    }
+
+    // A file of the values alone that could be read: whatever else is written back as it stands would
+    // damage the file again, and every later reading would warn of it.
+    void LeaveDamageBehind() {
+        wxStringInputStream nothing{wxString()};
+        auto sound = std::make_unique<wxFileConfig>(nothing, wxConvUTF8);
+        sound->SetExpandEnvVars(false);
+        m_values->SetPath("/Settings");
+        wxString name;
+        long index = 0;
+        for (bool more = m_values->GetFirstEntry(name, index); more;
+             more = m_values->GetNextEntry(name, index)) {
+            wxString value;
+            m_values->Read(name, &value);
+            sound->Write("/Settings/" + name, value);
+        }
+        m_values = std::move(sound);
     }
 
     bool Replace(const std::string& name, const std::string& bytes) {

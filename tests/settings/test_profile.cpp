@@ -1,7 +1,5 @@
 // The per-user profile, where it is a file.
-#include <algorithm>
 #include <fstream>
-#include <random>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -75,18 +73,17 @@ TEST_F(ProfileTest, NumbersOfThirtyTwoBitsAndNothingElse) {
         ASSERT_TRUE(OpenProfile()->WriteNumber(L"DebugFlags", value));
         EXPECT_EQ(OpenProfile()->ReadNumber(L"DebugFlags", 42), value);
     }
-    const auto read = [this](const char* text) {
+    const auto expectRead = [this](const char* text, std::uint32_t wanted) {
         SetContent(std::string("[Settings]\nDebugFlags=") + text + "\n");
         const auto profile = OpenProfile();
-        const std::uint32_t value = profile->ReadNumber(L"DebugFlags", 42);
-        EXPECT_EQ(profile->LastProblem().empty(), value != 42) << text;
-        return value;
+        EXPECT_EQ(profile->ReadNumber(L"DebugFlags", 42), wanted) << text;
+        EXPECT_EQ(profile->LastProblem().empty(), wanted != 42) << text;
     };
-    EXPECT_EQ(read(" 7 "), 7U);
-    EXPECT_EQ(read("0x80008080"), 0x80008080U);
+    expectRead(" 7 ", 7);
+    expectRead("0x80008080", 0x80008080U);
     for (const char* bad : {"", "abc", "-1", "+1", "4294967296", "99999999999999999999", "1.5", "0x",
                             "0x1FFFFFFFF", "12 34", "1e3"}) {
-        EXPECT_EQ(read(bad), 42U) << bad;
+        expectRead(bad, 42);
     }
 }
 
@@ -101,24 +98,11 @@ TEST_F(ProfileTest, ADamagedFileYieldsWhatCanBeReadAndIsKeptAside) {
         EXPECT_NE(profile->LastProblem().find(L"is damaged"), std::wstring::npos) << bytes;
         ASSERT_TRUE(profile->WriteNumber(L"PingDelay", 5)) << bytes;
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-        EXPECT_EQ(OpenProfile()->ReadNumber(L"NumPings", 3), 9U);
-        EXPECT_EQ(OpenProfile()->ReadNumber(L"PingDelay", 3), 5U);
+        const auto mended = OpenProfile();
+        EXPECT_EQ(mended->ReadNumber(L"NumPings", 3), 9U);
+        EXPECT_EQ(mended->ReadNumber(L"PingDelay", 3), 5U);
+        EXPECT_EQ(mended->LastProblem(), L"") << "the damage is left behind";
         EXPECT_EQ(Slurp(m_file.string() + ".damaged"), bytes);
-    }
-}
-
-TEST_F(ProfileTest, RandomBytesNeverHarm) {
-    std::mt19937 random(1);
-    const std::string_view alphabet = "[]=!#;/\\\"$%\n\r\t \0\xff\xc3\xa9Settings1aZ"sv;
-    for (int round = 0; round < 300; ++round) {
-        std::string bytes(random() % 200, ' ');
-        std::ranges::generate(bytes, [&] { return alphabet[random() % alphabet.size()]; });
-        SetContent(bytes);
-        const auto profile = OpenProfile();
-        profile->ReadNumber(L"NumPings", 3);
-        const bool written = profile->WriteText(L"WhoPingName", L"x");
-        EXPECT_EQ(OpenProfile()->ReadText(L"WhoPingName", L"") == L"x", written) << bytes;
-        EXPECT_TRUE(written || !profile->LastProblem().empty()) << bytes;
     }
 }
 
@@ -132,6 +116,14 @@ TEST_F(ProfileTest, WhatCannotBeReadIsNotOverwrittenAndWhatCannotBeWrittenIsSaid
     SetContent(std::string(2 << 20, 'x'));
     ExpectRefusal(3);
     EXPECT_EQ(fs::file_size(m_file), 2U << 20);
+    fs::remove(m_file);
+    // A lock that is never given back ends in a refusal too, after a bounded wait.
+    ASSERT_TRUE(OpenProfile()->WriteNumber(L"NumPings", 9));
+    const int lock = open((m_folder / ".lock").c_str(), O_RDWR);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    ExpectRefusal(9);
+    close(lock);
+    EXPECT_TRUE(OpenProfile()->WriteNumber(L"NumPings", 4));
     fs::remove_all(m_folder);
     std::ofstream(m_folder) << "in the way";
     ExpectRefusal(3);
@@ -176,15 +168,6 @@ TEST_F(ProfileTest, ProgramsThatWriteAtOnceKeepEachOthersValues) {
         EXPECT_EQ(reader->ReadNumber(nameOf(number + 1000), 0), number + 1000);
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folder), {}), 2) << "more than the file and its lock";
-}
-
-TEST_F(ProfileTest, ALockThatIsNeverGivenBackEndsInARefusal) {
-    OpenProfile()->WriteNumber(L"NumPings", 9);
-    const int lock = open((m_folder / ".lock").c_str(), O_RDWR);
-    ASSERT_EQ(flock(lock, LOCK_EX), 0);
-    ExpectRefusal(9); // after a bounded wait
-    close(lock);
-    EXPECT_TRUE(OpenProfile()->WriteNumber(L"NumPings", 4));
 }
 
 TEST_F(ProfileTest, WithoutAConfigurationFolderItIsUnderTheHome) {
