@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include <wx/app.h>
 #include <wx/artprov.h>
@@ -33,8 +34,9 @@ constexpr int kTail = 10;       // height of the tip that points at the control
 constexpr int kTailOffset = 18; // from the balloon's left edge to the tip
 constexpr int kRadius = 6;      // of the corners
 constexpr int kPadding = 10;    // around the contents
-constexpr int kTextWidth = 330; // at which the text is wrapped
 constexpr int kOverlap = 3;     // how far the tip reaches over the control's edge
+
+constexpr int kTextWidth = 48; // characters, at which the text is wrapped
 
 // Colours of our own instead of the theme's: a theme gives no pair for this kind of window that can be
 // relied on to be readable.
@@ -97,7 +99,14 @@ public:
     }
     BalloonWindow(const BalloonWindow&) = delete;
     BalloonWindow& operator=(const BalloonWindow&) = delete;
-    ~BalloonWindow() override { wxEvtHandler::RemoveFilter(this); }
+    ~BalloonWindow() override { Retire(); }
+
+    // Ends its look at events. It may be destroyed later than the control it points at.
+    void Retire() {
+        if (std::exchange(m_watching, false)) {
+            wxEvtHandler::RemoveFilter(this);
+        }
+    }
 
     wxWindow* Anchor() const { return m_anchor; }
     const Contents& What() const { return m_contents; }
@@ -127,7 +136,7 @@ private:
         auto* label = MakeChild<wxStaticText>(this, wxID_ANY, wxControl::EscapeMnemonics(text));
         label->SetForegroundColour(m_colours.text);
         label->SetBackgroundColour(m_colours.background);
-        label->Wrap(FromDIP(kTextWidth));
+        label->Wrap(kTextWidth * GetCharWidth());
         return label;
     }
 
@@ -205,6 +214,10 @@ private:
         if (type == wxEVT_CHAR_HOOK) {
             return OnKey(static_cast<wxKeyEvent&>(event).GetKeyCode());
         }
+        if (type == wxEVT_MENU_OPEN) {
+            DismissBalloon();
+            return Event_Skip;
+        }
         auto* window = dynamic_cast<wxWindow*>(event.GetEventObject());
         if (window == nullptr) {
             return Event_Skip;
@@ -276,6 +289,7 @@ private:
     Contents m_contents;
     Colours m_colours;
     wxBoxSizer* m_body = nullptr;
+    bool m_watching = true;
     bool m_tailUp = true;
     int m_tip = 0;
 };
@@ -316,6 +330,7 @@ void ShowHelpBalloonAt(wxWindow* owner, const wxRect& part, const wxString& titl
 void DismissBalloon() {
     if (BalloonWindow* balloon = Shown().get()) {
         Shown() = nullptr;
+        balloon->Retire();
         balloon->Hide();
         balloon->Destroy();
     }

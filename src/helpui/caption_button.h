@@ -8,6 +8,7 @@
 
 #include <wx/gdicmn.h>
 
+class wxMenu;
 class wxTopLevelWindow;
 
 namespace vnxtest {
@@ -33,6 +34,8 @@ public:
 struct CaptionCallbacks {
     std::function<void()> help;       // the help button was pressed
     std::function<void()> systemMenu; // the window's menu was asked for; empty: no menu of our own
+    // Adds our own items to the window's menu, where the system has one.
+    std::function<void(wxMenu&)> fillSystemMenu;
 };
 
 // Puts the help button into the caption of `window`. Call right after the window was created and before

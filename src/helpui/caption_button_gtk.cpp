@@ -47,8 +47,6 @@ public:
         GtkHeaderBar* header = GTK_HEADER_BAR(m_header);
         gtk_header_bar_set_show_close_button(header, TRUE);
         gtk_header_bar_set_has_subtitle(header, FALSE);
-        gtk_header_bar_set_decoration_layout(
-            header, DecorationLayout(dynamic_cast<wxFrame*>(&window) != nullptr).c_str());
         gtk_header_bar_set_title(header, gtk_window_get_title(GTK_WINDOW(m_toplevel)));
 
         m_help = AddButton("?", ToUtf8(*FindHelpString(kTextWhatsThisHelp)), G_CALLBACK(&GtkCaption::OnHelp));
@@ -70,6 +68,7 @@ public:
         // Realized while it has no size yet, the window takes a size that has room for its border. (Later,
         // the contents laid out but the border not counted in, GTK would work on a negative rest and say so.)
         gtk_widget_realize(m_toplevel);
+        m_mapHandler = g_signal_connect_after(m_toplevel, "map", G_CALLBACK(&GtkCaption::OnMap), this);
         m_sizeHandler =
             g_signal_connect_after(m_toplevel, "size-allocate", G_CALLBACK(&GtkCaption::OnSize), this);
     }
@@ -83,7 +82,7 @@ public:
                 g_signal_handlers_disconnect_by_data(button, this);
             }
         }
-        for (const gulong handler : {m_iconHandler, m_sizeHandler}) {
+        for (const gulong handler : {m_iconHandler, m_mapHandler, m_sizeHandler}) {
             if (handler != 0) {
                 g_signal_handler_disconnect(m_toplevel, handler);
             }
@@ -132,6 +131,14 @@ private:
     }
     static void OnIcon(GtkWindow*, GParamSpec*, gpointer data) {
         static_cast<GtkCaption*>(data)->UpdateMenuIcon();
+    }
+
+    // The toolkit chooses the buttons of the title bar while the window is first shown; this comes after it.
+    static void OnMap(GtkWidget*, gpointer data) {
+        const GtkCaption& caption = *static_cast<GtkCaption*>(data);
+        const bool isFrame = dynamic_cast<wxFrame*>(&caption.m_window) != nullptr;
+        gtk_header_bar_set_decoration_layout(GTK_HEADER_BAR(caption.m_header),
+                                             DecorationLayout(isFrame).c_str());
     }
 
     static void OnSize(GtkWidget*, GtkAllocation*, gpointer data) {
@@ -259,6 +266,7 @@ private:
     GtkWidget* m_help = nullptr;
     GtkWidget* m_menu = nullptr;
     gulong m_iconHandler = 0;
+    gulong m_mapHandler = 0;
     gulong m_sizeHandler = 0;
 };
 

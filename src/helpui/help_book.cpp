@@ -3,13 +3,13 @@
 #include <utility>
 
 #include <wx/app.h>
+#include <wx/display.h>
 #include <wx/filename.h>
 #include <wx/filesys.h>
 #include <wx/fs_zip.h>
 #include <wx/html/helpctrl.h>
 #include <wx/html/helpfrm.h>
 #include <wx/html/helpwnd.h>
-#include <wx/image.h>
 #include <wx/log.h>
 #include <wx/msgdlg.h>
 #include <wx/splitter.h>
@@ -25,8 +25,9 @@ namespace vnxtest {
 
 namespace {
 
-const wxSize kFrameSize(900, 640);
-constexpr int kContentsWidth = 300;
+// Measures in characters, so that large fonts have room.
+const wxSize kFrameSize(128, 38);
+constexpr int kContentsWidth = 42;
 constexpr char kFirstPage[] = "index.html"; // of kTopicContents
 constexpr char kBookFile[] = "vnxtest.htb";
 HelpBook* g_current = nullptr;
@@ -68,10 +69,13 @@ protected:
         wxHtmlHelpFrame* frame = wxHtmlHelpController::CreateHelpFrame(data);
         ExemptFromModality(*frame);
         frame->SetIcons(ProgramIcons());
-        frame->SetSize(frame->FromDIP(kFrameSize));
+        const wxSize character(frame->GetCharWidth(), frame->GetCharHeight());
+        wxSize size(kFrameSize.x * character.x, kFrameSize.y * character.y);
+        size.DecTo(wxDisplay(frame).GetClientArea().GetSize());
+        frame->SetSize(size);
         for (wxWindow* child : frame->GetHelpWindow()->GetChildren()) {
             if (auto* splitter = dynamic_cast<wxSplitterWindow*>(child)) {
-                splitter->SetSashPosition(frame->FromDIP(kContentsWidth));
+                splitter->SetSashPosition(kContentsWidth * character.x);
             }
         }
         return frame;
@@ -120,9 +124,6 @@ bool HelpBook::OpenTopic(wxWindow* parent, int topic) {
 bool HelpBook::Load() {
     if (!wxFileSystem::HasHandlerForPath("x.zip#zip:y")) {
         wxFileSystem::AddHandler(MakeChild<wxZipFSHandler>()); // the file system owns it
-    }
-    if (wxImage::FindHandler(wxBITMAP_TYPE_PNG) == nullptr) {
-        wxImage::AddHandler(MakeChild<wxPNGHandler>()); // the image class owns it
     }
     // The main window's child, whatever dialog asks: it outlives the dialog and stays above the window.
     m_viewer = std::make_unique<Viewer>(wxTheApp->GetTopWindow());

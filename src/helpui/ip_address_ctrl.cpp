@@ -7,13 +7,13 @@
 #include <wx/clipbrd.h>
 #include <wx/dcclient.h>
 #include <wx/renderer.h>
-#include <wx/settings.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 #include <wx/utils.h>
 
 #include "helpui/accessible_name.h"
+#include "helpui/control_hints.h"
 #include "helpui/frameless_entry.h"
 #include "helpui/make_child.h"
 #include "wrenlib/address.h"
@@ -69,14 +69,19 @@ IpAddressCtrl::IpAddressCtrl(wxWindow* parent, int id, const wxString& accessibl
     Create(parent, id, wxDefaultPosition, wxDefaultSize, wxBORDER_NONE | wxTAB_TRAVERSAL, wxDefaultValidator,
            accessibleName);
     SetAccessibleName(*this, accessibleName);
+    TakeFocusByMnemonic(*this);
     // One frame around all fields, drawn as an entry; the fields have none.
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     Bind(wxEVT_PAINT, &IpAddressCtrl::OnPaint, this);
+    // Beside the fields it is still the control that is clicked.
+    Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) {
+        SetFocusField(std::clamp(event.GetX() * kFields / GetClientSize().x, 0, kFields - 1));
+    });
     auto* row = MakeChild<wxBoxSizer>(wxHORIZONTAL);
     for (int i = 0; i < kFields; ++i) {
         if (i > 0) {
             auto* dot = MakeChild<wxStaticText>(this, wxID_ANY, ".");
-            dot->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT));
+            dot->Bind(wxEVT_LEFT_DOWN, [this, i](wxMouseEvent&) { SetFocusField(i); });
             row->Add(dot, wxSizerFlags().CentreVertical());
         }
         auto* field = MakeChild<wxTextCtrl>(this, wxID_ANY, wxEmptyString, wxDefaultPosition, wxDefaultSize,

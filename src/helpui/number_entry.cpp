@@ -8,6 +8,7 @@
 #include <wx/textctrl.h>
 
 #include "helpui/accessible_name.h"
+#include "helpui/control_hints.h"
 #include "helpui/make_child.h"
 
 namespace vnxtest {
@@ -29,6 +30,8 @@ NumberEntry::NumberEntry(wxWindow* parent, int editId, int spinId, const wxStrin
     // The button only says "up" or "down"; the number is the edit's.
     m_spin->SetRange(-1, 1);
     m_spin->SetCanFocus(false);
+    FitBeside(*m_spin, *m_edit);
+    TakeFocusByMnemonic(*this);
     SetAccessibleName(*m_edit, accessibleName);
     SetAccessibleName(*m_spin, accessibleName);
 
@@ -100,6 +103,7 @@ bool NumberEntry::Exchange(int& value) {
 
 void NumberEntry::SetFocus() {
     m_edit->SetFocus();
+    m_edit->SelectAll();
 }
 
 void NumberEntry::OnSpin(wxSpinEvent& event, int step) {

@@ -1,5 +1,6 @@
 #include "helpui/window_help.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <wx/dialog.h>
@@ -19,6 +20,9 @@ namespace {
 
 // From this size on (device-independent pixels) a balloon points at the spot that was clicked.
 constexpr int kLargeControl = 80;
+
+// How thick a scroll bar is at least.
+constexpr int kThinBar = 8;
 
 // The number of a control by its window id, 0 when it has none. Ids that the toolkit made up are
 // negative.
@@ -48,6 +52,26 @@ const wxWindow* NamedControl(const wxWindow& label) {
         next = next->GetNextSibling();
     }
     return next;
+}
+
+// The scroll bar of `window` at a point of the screen, or 0.
+int ScrollBarAt(const wxWindow& window, const wxPoint& point) {
+    const auto scrolls = [&window](int orientation) {
+        return window.CanScroll(orientation) &&
+               window.GetScrollRange(orientation) > window.GetScrollThumb(orientation);
+    };
+    const wxRect whole = window.GetScreenRect();
+    const wxSize client = window.GetClientSize();
+    // A bar that lies over the contents takes nothing from the client area.
+    const int thin = window.FromDIP(kThinBar);
+    const int width = std::max(whole.width - client.x, thin);
+    const int height = std::max(whole.height - client.y, thin);
+    const bool beside = point.x > whole.GetRight() - width && scrolls(wxVERTICAL);
+    const bool below = point.y > whole.GetBottom() - height && scrolls(wxHORIZONTAL);
+    if (beside == below) {
+        return 0;
+    }
+    return beside ? frame_area::kVerticalScrollBar : frame_area::kHorizontalScrollBar;
 }
 
 bool IsLabel(const wxWindow& window) {
@@ -88,6 +112,7 @@ WindowHelp::WindowHelp(wxTopLevelWindow& window, int templateId, std::function<v
     };
     if (m_fillSystemMenu) {
         callbacks.systemMenu = [this] { ShowSystemMenu(); };
+        callbacks.fillSystemMenu = m_fillSystemMenu;
     }
     m_button = AddCaptionButton(m_window, std::move(callbacks));
     m_window.Bind(wxEVT_CHAR_HOOK, &WindowHelp::OnCharHook, this);
@@ -125,7 +150,12 @@ const wxWindow& WindowHelp::AnsweringWindow(const wxWindow& window) const {
             return *candidate;
         }
         const wxWindow* named = IsLabel(*candidate) ? NamedControl(*candidate) : nullptr;
-        if (named != nullptr && NumberOf(*named) != 0) {
+        // A control that is made of others may leave the number to the first of them.
+        while (named != nullptr && NumberOf(*named) == 0) {
+            const wxWindowList& parts = named->GetChildren();
+            named = parts.empty() ? nullptr : parts.front();
+        }
+        if (named != nullptr) {
             return *named;
         }
     }
@@ -177,7 +207,9 @@ void WindowHelp::ShowHelpAt(const wxPoint& point) {
         return;
     }
     wxWindow* innermost = FindInnermost(m_window, point);
-    if (&AnsweringWindow(*innermost) == &m_window) {
+    if (const int bar = ScrollBarAt(*innermost, point); bar != 0) {
+        ShowPartHelp(bar, spot);
+    } else if (&AnsweringWindow(*innermost) == &m_window) {
         ShowPartHelp(0, spot);
     } else {
         ShowControlHelp(*innermost, point);
@@ -186,6 +218,12 @@ void WindowHelp::ShowHelpAt(const wxPoint& point) {
 
 void WindowHelp::ShowStatusBarHelp(const wxStatusBar& statusBar, const wxPoint& point) {
     const wxPoint origin = statusBar.ClientToScreen(wxPoint());
+    const wxSize size = statusBar.GetSize();
+    const bool grip = statusBar.HasFlag(wxSTB_SIZEGRIP) && !m_window.IsMaximized();
+    if (grip && point.x - origin.x >= size.x - size.y) {
+        ShowPartHelp(frame_area::kSizeBox, wxRect(point, wxSize(1, 1)));
+        return;
+    }
     for (int field = 0; field < statusBar.GetFieldsCount(); ++field) {
         wxRect place;
         if (!statusBar.GetFieldRect(field, place)) {

@@ -1,15 +1,14 @@
 #include "helpui/desktop_fixture.h"
 
-#include <memory>
+#include <map>
 
-#include <gmock/gmock.h>
 #include <wx/app.h>
 #include <wx/clipbrd.h>
 #include <wx/evtloop.h>
+#include <wx/image.h>
 #include <wx/init.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
-#include <wx/timer.h>
 
 #include "helpui/balloon.h"
 #include "helpui/dialog_ids.h"
@@ -20,8 +19,7 @@ namespace vnxtest {
 namespace {
 
 constexpr int kPatience = 5000; // milliseconds until what should happen has not happened
-
-constexpr int kTick = 5; // milliseconds
+constexpr int kTick = 5;        // milliseconds
 
 // Counts turns of the event loop, not time: on a busy machine each takes longer, and nothing is missed.
 bool ServeEvents(int milliseconds, const std::function<bool()>& reached) {
@@ -40,22 +38,10 @@ bool ServeEvents(int milliseconds, const std::function<bool()>& reached) {
     return done;
 }
 
-// A timer that lives until it has fired.
-class OneShot final : public wxTimer {
-public:
-    explicit OneShot(std::function<void()> action) : m_action(std::move(action)) {}
-    void Notify() override {
-        m_action();
-        wxTheApp->CallAfter([this] { const std::unique_ptr<OneShot> self(this); });
-    }
-
-private:
-    std::function<void()> m_action;
-};
-
 } // namespace
 
 ProbeDialog::ProbeDialog(wxWindow* parent) : CHelpButtonDlg(parent, wxID_ANY, "Probe") {
+    namespace ids = parameters_control;
     SetUpHelp(kDialogParameters);
     auto* rows = MakeChild<wxFlexGridSizer>(2, 6, 6);
     const auto row = [this, rows](const char* label, const auto& make) {
@@ -65,24 +51,14 @@ ProbeDialog::ProbeDialog(wxWindow* parent) : CHelpButtonDlg(parent, wxID_ANY, "P
         return control;
     };
     before = row("Unregistered:", [this] { return MakeChild<wxTextCtrl>(this, kUnregistered); });
-    address = row("Address:", [this] {
-        return MakeChild<IpAddressCtrl>(this, parameters_control::kGuestIp1, "Guest IP address");
-    });
-    mac = row("MAC:", [this] {
-        return MakeChild<MacEntryCtrl>(this, parameters_control::kGuestMac1, "Guest MAC address");
-    });
-    number = row("Number", [this] {
-        return MakeChild<NumberEntry>(this, parameters_control::kGuestIp2, parameters_control::kAdapterIp2,
-                                      "Number");
-    });
+    address = row("&Address:", [this] { return MakeChild<IpAddressCtrl>(this, ids::kGuestIp1, "Guest IP"); });
+    mac = row("MAC:", [this] { return MakeChild<MacEntryCtrl>(this, ids::kGuestMac1, "Guest MAC"); });
+    number = row("&Number:",
+                 [this] { return MakeChild<NumberEntry>(this, ids::kGuestIp2, ids::kAdapterIp2, "Number"); });
     number->SetRange(8, 65507);
     number->SetPosition(32);
-    box = row("Box", [this] { return MakeChild<wxCheckBox>(this, parameters_control::kUseTwo, "Use two"); });
-    list = row("List", [this] { return MakeChild<wxListBox>(this, parameters_control::kAdapterMac1); });
-    list->Append("one");
-    list->Append("two");
-    disabled =
-        row("Disabled", [this] { return MakeChild<wxButton>(this, parameters_control::kTun1, "Disabled"); });
+    box = row("Box", [this] { return MakeChild<wxCheckBox>(this, ids::kUseTwo, "Use two"); });
+    disabled = row("Disabled", [this] { return MakeChild<wxButton>(this, ids::kTun1, "Disabled"); });
     disabled->Disable();
     auto* sizer = MakeChild<wxBoxSizer>(wxVERTICAL);
     sizer->Add(rows, wxSizerFlags().Border(wxALL, 20));
@@ -118,14 +94,20 @@ void DesktopTest::ShowAndWait(wxTopLevelWindow& window) {
     Settle(150);
 }
 
-void DesktopTest::Type(const char* text) {
-    m_user.Text(text);
-    Settle();
-}
-
 void DesktopTest::Press(int key, int modifiers) {
     m_user.Char(key, modifiers);
     Settle();
+}
+
+void DesktopTest::Type(const char* keys) {
+    static const std::map<char, int> kKeys = {{'L', WXK_LEFT},   {'R', WXK_RIGHT}, {'B', WXK_BACK},
+                                              {'D', WXK_DELETE}, {'H', WXK_HOME},  {'E', WXK_END}};
+    for (; *keys != '\0'; ++keys) {
+        const auto key = kKeys.find(*keys);
+        key != kKeys.end() ? m_user.Char(key->second) : m_user.Text(wxString(*keys).utf8_str());
+        Settle(40);
+    }
+    Settle(60);
 }
 
 void DesktopTest::ClickAt(const wxPoint& screen) {
@@ -140,34 +122,34 @@ void DesktopTest::Click(const wxWindow& window) {
     ClickAt(place.GetPosition() + place.GetSize() / 2);
 }
 
-void DesktopTest::SetClipboard(const wxString& text) {
+void DesktopTest::Paste(const wxString& text) {
     ASSERT_TRUE(wxTheClipboard->Open());
     wxTheClipboard->SetData(MakeChild<wxTextDataObject>(text));
     wxTheClipboard->Close();
+    Press('V', wxMOD_CONTROL);
 }
 
-wxString DesktopTest::Clipboard() {
-    wxTextDataObject data;
-    if (wxTheClipboard->Open()) {
-        wxTheClipboard->GetData(data);
-        wxTheClipboard->Close();
-    }
-    return data.GetText();
+wxString DesktopTest::Title() {
+    return CurrentBalloon().title;
 }
 
 void DesktopTest::Later(int milliseconds, std::function<void()> action) {
-    MakeChild<OneShot>(std::move(action))->StartOnce(milliseconds);
+    m_later.Bind(wxEVT_TIMER, [action = std::move(action)](wxTimerEvent&) { action(); });
+    m_later.StartOnce(milliseconds);
 }
 
 } // namespace vnxtest
 
 int main(int argc, char** argv) {
-    ::testing::InitGoogleMock(&argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
     wxApp::SetInstance(vnxtest::MakeChild<wxApp>());
     if (!wxEntryStart(argc, argv)) {
         return 1; // the toolkit has said why
     }
     wxTheApp->SetExitOnFrameDelete(false);
+    wxSetAssertHandler([](const wxString& file, int line, const wxString&, const wxString&,
+                          const wxString& message) { ADD_FAILURE() << file << line << ": " << message; });
+    wxInitAllImageHandlers();
     wxTheApp->CallOnInit();
     const int status = RUN_ALL_TESTS();
     wxEntryCleanup();

@@ -1,16 +1,14 @@
-// Tests in real windows: an application, a frame to begin with, and a user who types and clicks by the
+// Tests in real windows: an application, a dialog to begin with, and a user who types and clicks by the
 // display's own events.
 #pragma once
 
-#include <chrono>
 #include <functional>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <wx/button.h>
 #include <wx/checkbox.h>
-#include <wx/listbox.h>
 #include <wx/textctrl.h>
+#include <wx/timer.h>
 #include <wx/uiaction.h>
 
 #include "helpui/help_button_wnd.h"
@@ -32,7 +30,6 @@ public:
     MacEntryCtrl* mac = nullptr;
     NumberEntry* number = nullptr;
     wxCheckBox* box = nullptr;
-    wxListBox* list = nullptr;
     wxButton* disabled = nullptr;
     wxButton* ok = nullptr;
     int okClicks = 0;
@@ -51,19 +48,24 @@ protected:
     static void ShowAndWait(wxTopLevelWindow& window);
 
     // What a user does; events are served after each.
-    void Type(const char* text);
     void Press(int key, int modifiers = wxMOD_NONE);
     void ClickAt(const wxPoint& screen);
     void Click(const wxWindow& window);
+    void Paste(const wxString& text);
+    // Types a text. L R B D H E are the keys Left, Right, Backspace, Delete, Home and End.
+    void Type(const char* keys);
 
-    static void SetClipboard(const wxString& text);
-    static wxString Clipboard();
+    // The title of the balloon that is shown, else an empty text.
+    static wxString Title();
 
     // Does something a little later, inside a modal loop that the caller is about to enter.
-    static void Later(int milliseconds, std::function<void()> action);
+    void Later(int milliseconds, std::function<void()> action);
 
     wxUIActionSimulator m_user;
     ProbeDialog* m_dialog = nullptr;
+
+private:
+    wxTimer m_later;
 };
 
 } // namespace vnxtest

@@ -1,0 +1,193 @@
+// The address, the MAC and the number entry in the hands of a user.
+#include "helpui/desktop_fixture.h"
+
+#include <vector>
+
+#include <wx/clipbrd.h>
+#include <wx/spinbutt.h>
+
+namespace vnxtest {
+namespace {
+
+class AddressTest : public DesktopTest {
+protected:
+    // The fields, a blank one as "_".
+    wxString Fields() const {
+        wxString text;
+        for (int i = 0; i < 4; ++i) {
+            const wxString field = m_dialog->address->GetFieldText(i);
+            text += (i == 0 ? "" : " ") + (field.empty() ? wxString("_") : field);
+        }
+        return text;
+    }
+    // Which field has the focus, -1 when none.
+    int Focus() const {
+        int index = 0;
+        for (const wxWindow* child : m_dialog->address->GetChildren()) {
+            if (dynamic_cast<const wxTextCtrl*>(child) != nullptr) {
+                if (child == wxWindow::FindFocus()) {
+                    return index;
+                }
+                ++index;
+            }
+        }
+        return -1;
+    }
+};
+
+TEST_F(AddressTest, Typing) {
+    const struct {
+        const char* before; // the address at first, "" for none
+        int field;          // that is entered, its text selected
+        const char* keys;
+        const char* fields;
+        int focus;
+    } cases[] = {
+        {"", 0, "192168.1.7", "192 168 1 7", 3},      // a full field and a dot move on
+        {"", 0, "192.168.0.1", "192 168 0 1", 3},     // a dot behind a full field skips none
+        {"", 0, "10..2", "10 2 _ _", 1},              // nor do two dots
+        {"", 0, "300999.a-1", "255 255 1 _", 2},      // too large; no digits
+        {"1.2.3.4", 3, "2560", "1 2 3 255", 3},       // full: refused
+        {"10.20.30.40", 2, "LLR", "10 20 30 40", 2},  // the caret drops the selection and crosses
+        {"10.20.30.40", 2, "LBD", "10 2 0 40", 2},    // Backspace and Delete cross, too
+        {"10.20.30.40", 2, "HB9", "255 20 30 40", 0}, // nothing before the first
+        {"10.20.30.40", 0, "EBB", "10 20 30 _", 3},   // emptied
+        {"10.20.30.40", 3, "BB", "10 20 3 _", 2},     // then on into the field before
+        {"1.2.3.4", 1, "L5", "1 52 3 4", 1},          // at the caret
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.keys);
+        m_dialog->address->Clear();
+        m_dialog->address->SetText(each.before);
+        m_dialog->address->SetFocusField(each.field);
+        Settle();
+        Type(each.keys);
+        EXPECT_EQ(Fields(), each.fields);
+        EXPECT_EQ(Focus(), each.focus);
+    }
+}
+
+TEST_F(AddressTest, PasteFillsAllFieldsOrOneOrNothingAndCopyTakesAll) {
+    std::vector<wxString> reported;
+    m_dialog->Bind(EVT_IP_ADDRESS_CHANGED,
+                   [&reported](wxCommandEvent& event) { reported.push_back(event.GetString()); });
+    m_dialog->address->SetFocusField(2);
+    Paste("  10.1.2.3\n");
+    EXPECT_EQ(Fields(), "10 1 2 3");
+    m_dialog->address->SetFocusField(1);
+    Paste("77");
+    EXPECT_EQ(reported, (std::vector<wxString>{"10.1.2.3", "10.77.2.3"}));
+    for (const char* nonsense : {"10.1.2.3.4", "10.1.2", "10.1.2.256", "hello", "1e2", "-5", "12345"}) {
+        m_dialog->address->SetFocusField(1);
+        Paste(nonsense);
+        EXPECT_EQ(Fields(), "10 77 2 3") << nonsense;
+        EXPECT_FALSE(m_dialog->address->SetText(nonsense)) << nonsense;
+    }
+    Press('C', wxMOD_CONTROL);
+    wxTextDataObject data;
+    ASSERT_TRUE(wxTheClipboard->Open());
+    wxTheClipboard->GetData(data);
+    wxTheClipboard->Close();
+    EXPECT_EQ(data.GetText(), "10.77.2.3");
+    EXPECT_TRUE(m_dialog->address->SetText(" 010.001.0.255 "));
+    EXPECT_EQ(m_dialog->address->GetText(), "10.1.0.255");
+    EXPECT_EQ(reported.size(), 2U); // the program's own changes are nobody's news
+}
+
+TEST_F(AddressTest, IsOneStopOfTheTabKeyAndOneTargetOfItsMnemonicAndOfClicks) {
+    m_dialog->address->SetText("1.2.3.4");
+    m_dialog->before->SetFocus();
+    Press(WXK_TAB);
+    EXPECT_EQ(Focus(), 0);
+    Press(WXK_TAB);
+    EXPECT_EQ(wxWindow::FindFocus(), m_dialog->mac);
+    Press(WXK_TAB, wxMOD_SHIFT);
+    Press(WXK_TAB, wxMOD_SHIFT);
+    EXPECT_EQ(wxWindow::FindFocus(), m_dialog->before);
+    Press('A', wxMOD_ALT);
+    EXPECT_EQ(Focus(), 0);
+    Press('N', wxMOD_ALT);
+    EXPECT_EQ(wxWindow::FindFocus(), m_dialog->number->Edit());
+    const wxRect place = m_dialog->address->GetScreenRect();
+    ClickAt(wxPoint(place.GetRight() - 2, place.y + 2)); // beside the fields
+    EXPECT_EQ(Focus(), 3);
+    m_dialog->address->Disable();
+    m_dialog->before->SetFocus();
+    Click(*m_dialog->address);
+    EXPECT_EQ(Focus(), -1);
+    EXPECT_EQ(Fields(), "1 2 3 4");
+}
+
+TEST_F(DesktopTest, MacEntryKeepsTheFormAndNeverShowsWhatItRefuses) {
+    MacEntryCtrl& mac = *m_dialog->mac;
+    std::vector<wxString> reported;
+    mac.Bind(wxEVT_TEXT, [&reported](wxCommandEvent& event) { reported.push_back(event.GetString()); });
+    mac.SetFocus();
+    const struct {
+        const wchar_t* before;
+        long caret; // -1: all is selected
+        const char* keys;
+        const wchar_t* after;
+    } cases[] = {
+        {L"", 0, "02005e8000045", L"02-00-5e-80-00-04"}, // one more than fits
+        {L"", 0, "02:005e-80", L"02:00:5e:80"},          // the first separator is kept
+        {L"", 0, "02xg-zz", L"02-"},
+        {L"02-", 3, "BB", L"0"},
+        {L"02-00-5e", 2, "D", L"02-00-5e"}, // would break the form
+        {L"02-00-5e", -1, "D", L""},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.keys);
+        mac.SetMac(each.before);
+        each.caret < 0 ? mac.SelectAll() : mac.SetInsertionPoint(each.caret);
+        Type(each.keys);
+        EXPECT_EQ(mac.GetMac(), each.after);
+    }
+    const std::pair<const char*, const wchar_t*> pastes[] = {{" 02-00-5E-80-00-04\n", L"02-00-5E-80-00-04"},
+                                                             {"02005E800005", L"02-00-5E-80-00-05"},
+                                                             {"not an address", L"02-00-5E-80-00-05"}};
+    for (const auto& [text, after] : pastes) {
+        mac.SelectAll();
+        Paste(text);
+        EXPECT_EQ(mac.GetMac(), after) << text;
+    }
+    for (const wxString& text : reported) {
+        EXPECT_EQ(text.find_first_of("xgzn "), wxString::npos) << text;
+    }
+}
+
+TEST_F(DesktopTest, NumberEntryStepsInItsRangeAndJudgesWhatIsTypedWhenAsked) {
+    NumberEntry& number = *m_dialog->number;
+    number.SetFocus();
+    Type("99999"); // over the selected text
+    EXPECT_EQ(number.GetValue(), 99999);
+    Press(WXK_UP);
+    EXPECT_EQ(number.GetValue(), 65507);
+    number.SetPosition(1);
+    Press(WXK_DOWN);
+    EXPECT_EQ(number.GetValue(), 8);
+    const wxRect place = number.Spin()->GetScreenRect();
+    ClickAt(place.GetPosition() + wxSize(place.width * 3 / 4, place.height / 4));
+    ClickAt(place.GetPosition() + wxSize(place.width * 3 / 4, place.height / 4));
+    ClickAt(place.GetPosition() + wxSize(place.width / 4, place.height * 3 / 4));
+    EXPECT_EQ(number.GetValue(), 9);
+    const char* const kRange = "Enter an integer between 8 and 65507.";
+    const std::pair<const char*, const char*> cases[] = {
+        {"65507", ""},
+        {"8", ""},
+        {" 9 ", ""},
+        {"65508", kRange},
+        {"7", kRange},
+        {"-1", kRange},
+        {"99999999999999999999", kRange},
+        {"", "Enter an integer."},
+        {"8x", "Enter an integer."},
+    };
+    for (const auto& [text, message] : cases) {
+        number.Edit()->ChangeValue(text);
+        EXPECT_EQ(number.RangeMessage(), message) << text;
+    }
+}
+
+} // namespace
+} // namespace vnxtest

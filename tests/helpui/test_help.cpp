@@ -1,0 +1,110 @@
+// The texts and the registrations: complete, well formed, and found the way the windows look for them.
+#include <algorithm>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "helpui/dialog_ids.h"
+#include "helpui/help_keys.h"
+#include "helpui/help_registrations.h"
+#include "helpui/help_texts.h"
+#include "helpui/help_topics.h"
+
+namespace vnxtest {
+namespace {
+
+HelpMaps MapsOf(int templateId) {
+    HelpMaps maps;
+    RegisterWindowHelp(templateId, maps);
+    return maps;
+}
+
+TEST(HelpTexts, EveryNumberHasItsTextOfABodyALineBreakAndATitle) {
+    const std::pair<int, int> ranges[] = {{6000, 6004},   {6100, 6107},   {6200, 6207},   {6300, 6301},
+                                          {6400, 6402},   {6500, 6507},   {30100, 30101}, {30103, 30104},
+                                          {30110, 30116}, {30130, 30135}, {30140, 30146}, {30150, 30158},
+                                          {30170, 30178}, {30190, 30196}};
+    for (const auto& [first, last] : ranges) {
+        for (int id = first; id <= last; ++id) {
+            EXPECT_TRUE(FindHelpString(id)) << id;
+        }
+    }
+    EXPECT_FALSE(FindHelpString(30102));
+    for (const auto table : {ProgramHelpStrings(), StandardHelpStrings()}) {
+        for (const HelpString& string : table) {
+            if (string.id >= kTextWhatsThisHelp && string.id <= kTextNoHelp) {
+                continue; // names and the fallback's body
+            }
+            EXPECT_EQ(std::ranges::count(string.text, L'\n'), 1) << string.id;
+            const HelpText text = SplitHelpText(string.text);
+            EXPECT_TRUE(text.body.ends_with(L'.')) << string.id;
+            EXPECT_FALSE(text.title.empty() || text.title.ends_with(L'.')) << string.id;
+        }
+    }
+}
+
+TEST(HelpLookup, FallsBackAndRemapsOnceOnly) {
+    HelpMaps maps = MapsOf(kDialogParameters);
+    const HelpKey unknown = MakeHelpKey(kDialogParameters, 4711);
+    EXPECT_EQ(LookUpHelp(maps, unknown).title, L"Help Unavailable");
+    EXPECT_EQ(LookUpHelp(maps, unknown).body,
+              L"There is no popup balloon help defined for control #4711.\n\nPlease choose another control "
+              L"or press F1 for context Help.");
+    maps.strings.Register(1, 6001);
+    maps.strings.Register(2, 6002);
+    maps.remap.Register(3, 2);
+    maps.remap.Register(2, 1);
+    EXPECT_EQ(LookUpHelp(maps, 3).title, L"Legal Notice"); // 3 -> 2, not on to 1
+}
+
+TEST(HelpRegistrations, EachLeadsToATextAndATopicAndEveryTextIsUsed) {
+    std::set<int> used;
+    for (const int window : WindowsWithHelp()) {
+        const HelpMaps maps = MapsOf(window);
+        EXPECT_TRUE(FindHelp(maps, MakeHelpKey(window)) && maps.topics.Find(MakeHelpKey(window))) << window;
+        for (const auto& [key, id] : maps.strings.All()) {
+            EXPECT_TRUE(FindHelpString(id)) << std::hex << key;
+            used.insert(id);
+        }
+        for (const auto& [key, target] : maps.remap.All()) {
+            EXPECT_TRUE(FindHelp(maps, key)) << std::hex << key << " -> " << target;
+        }
+        for (const auto& [key, topic] : maps.topics.All()) {
+            EXPECT_TRUE(FindHelpTopic(static_cast<int>(topic))) << std::hex << key;
+        }
+    }
+    for (const HelpString& string : ProgramHelpStrings()) {
+        EXPECT_TRUE(used.contains(string.id)) << string.id << " is shown by nothing";
+    }
+    const struct {
+        int window;
+        int control;
+        const wchar_t* title;
+        int topic;
+    } cases[] = {
+        {131, 0, L"Ping Test", 347},
+        {131, 1009, L"Interface 1", 350},
+        {131, 1010, L"Interface 2", 351},
+        {131, 1020, L"To", 353},
+        {131, 1015, L"Size", 355},
+        {131, 1016, L"Size", 355},
+        {131, 1008, L"Count", 360},
+        {131, 1014, L"Timeout", 365},
+        {131, 1012, L"Delay", 371},
+        {131, standard_button::kOk, L"'OK' Button", 347}, // no topic of its own: the dialog's
+        {130, 1020, L"Tap", kTopicParametersMode},        // the same number elsewhere
+        {134, 1020, L"DLL Buffer Size", kTopicDllBuffer},
+        {128, frame_area::kTitleBar, L"Application Title Bar", kTopicMainWindow},
+        {135, frame_area::kTitleBar, L"Title Bar", kTopicAbout},
+        {999, 0, L"Help Unavailable", kTopicContents},
+    };
+    for (const auto& each : cases) {
+        const HelpMaps maps = MapsOf(each.window);
+        const HelpKey key = MakeHelpKey(each.window, each.control);
+        EXPECT_EQ(LookUpHelp(maps, key).title, each.title) << each.window << "/" << each.control;
+        EXPECT_EQ(LookUpTopic(maps, key), each.topic) << each.window << "/" << each.control;
+    }
+}
+
+} // namespace
+} // namespace vnxtest

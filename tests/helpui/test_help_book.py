@@ -1,0 +1,55 @@
+#!/usr/bin/env python3
+"""The help book as it lies in the tree: every topic of the program, every link and every picture is there, every
+page can be reached, and what the menu and the report's boxes name is in it: test_help_book.py BOOK TOPICS."""
+
+import pathlib
+import re
+import sys
+
+book, topics = map(pathlib.Path, sys.argv[1:])
+files = {path.name: path.read_text(errors="replace") for path in book.iterdir() if path.is_file()}
+contents, index = files["vnxtest.hhc"], files["vnxtest.hhk"]
+faults = []
+
+
+def expect(true, text):
+    if not true:
+        faults.append(text)
+
+
+def check_link(origin, link):
+    page, _, place = link.partition("#")
+    target = files.get(page or origin)
+    expect(target is not None and (not place or f'<a name="{place}">' in target), f"{origin} leads to {link}")
+    return page or origin
+
+
+reached = {"index.html"}
+waiting = ["index.html"]
+while waiting:
+    name = waiting.pop()
+    for link in re.findall(r'(?:href|src)="([^"]*)"', files.get(name, "")):
+        page = check_link(name, link)
+        if page not in reached:
+            reached.add(page)
+            waiting.append(page)
+for name, text in files.items():
+    if name.endswith((".html", ".gif")):
+        expect(name in reached, f"{name} cannot be reached from the first page")
+    if name.endswith(".html"):
+        expect(f'value="{name}"' in contents, f"{name} is not in the contents")
+        expect(re.findall("<title>(.*)</title>", text) == re.findall("<h2>(.*)</h2>", text), f"{name} has two titles")
+for origin, text, pattern in (("contents", contents, 'name="Local" value="([^"]*)"'),
+                              ("index", index, 'name="Local" value="([^"]*)"'),
+                              ("topics", topics.read_text(), r'\{kTopic\w+, "([^"]*)"\}')):
+    links = re.findall(pattern, text)
+    expect(len(links) > 20, f"only {len(links)} links of the {origin}")
+    for link in links:
+        check_link(origin, link)
+for name in ("Packet driver and modules", "Host adapters", "Promiscuous mode and wireless adapters",
+             "Large Segment Offload", "Troubleshooting", "Interface libraries"):
+    expect(f'value="{name}"' in contents, f"{name}, which the report names, is not in the contents")
+for place in ("save exit copy select_all find find_next start_guest start_ping stop_ping stop_guest buffer_sizes gateway "
+              "redetect socket_notify debug_flags show_chart help about").split():
+    check_link("menu", f"menu_commands.html#{place}")
+sys.exit("\n".join(faults) or 0)
