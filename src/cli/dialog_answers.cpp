@@ -191,8 +191,8 @@ DialogAnswer AnswerPingWho(const Options& options, Ipv4Address address, PingWhoP
 }
 
 std::wstring DescribeWarning(const ProceedQuestion& question) {
-    return Sprintf(L"%s: %s\n%s", std::wstring(question.title), std::wstring(question.mainInstruction),
-                   std::wstring(question.expandedInformation));
+    return Sprintf(L"%s: %s\n%s\n\n%s", std::wstring(question.title), std::wstring(question.mainInstruction),
+                   std::wstring(question.expandedInformation), std::wstring(question.content));
 }
 
 } // namespace vnxtest

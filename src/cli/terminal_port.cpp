@@ -31,7 +31,7 @@ int TerminalPort::ShowProceedTaskDialog(const ProceedQuestion& question) {
         return kProceedButton;
     }
     m_refusal =
-        DescribeWarning(question) + L"\n\nGive --proceed to start all the same" +
+        DescribeWarning(question) + L" Give --proceed to start all the same" +
         (question.title == L"Undefined Gateway" ? L", or --gateway IP to define the default gateway." : L".");
     return kCancelButton;
 }

@@ -25,8 +25,8 @@ struct KeptPrivileges {
 
 // Gives up, in every thread of this process, every capability but those kept, and sets no_new_privs, so
 // that no program that is started from here has more (capabilities(7)). Cannot be undone. False when a
-// thread could not be reached within a second. Does nothing on Windows, where a token's rights stay. One
-// call at a time.
+// thread could not be reached within a second: one that blocks every signal cannot. Does nothing on
+// Windows, where a token's rights stay. One call at a time.
 bool GiveUpPrivileges(const KeptPrivileges& kept);
 
 } // namespace vnxtest

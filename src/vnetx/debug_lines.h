@@ -21,6 +21,8 @@ public:
     void SetFlags(std::uint32_t flags) { m_flags.store(flags, std::memory_order_relaxed); }
     bool IsOn(std::uint32_t flag) const { return (m_flags.load(std::memory_order_relaxed) & flag) != 0; }
 
+    // A whole line that is for everybody, whatever is asked for.
+    void Tell(const std::string& line) const { Put(line + "\n"); }
     // One line with an old and a new value of a setting, when those are asked for.
     void Change(std::string_view interfaceName, std::string_view setting, std::string_view oldValue,
                 std::string_view newValue) const;

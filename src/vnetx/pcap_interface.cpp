@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fmt/format.h>
+
 #include "vnetx/failure.h"
 #include "vnetx/wire_format.h"
 #include "wrenlib/text.h"
@@ -60,7 +62,7 @@ FrameBatch::Frame FrameBatch::TakeFirst() {
 PcapInterface::PcapInterface(const HostLink& link, std::unique_ptr<ReaderGate> gate, bool socketNotify,
                              const std::atomic<VnetxDebugOutput>& debugSink)
     : VirtualInterface(std::move(gate), socketNotify, debugSink), m_device(link.captureName),
-      m_linkIndex(link.index), m_linkMtu(link.mtu) {}
+      m_linkIndex(link.index), m_linkMtu(link.mtu), m_link(link) {}
 
 PcapInterface::~PcapInterface() {
     Gate().StopWatching();
@@ -127,6 +129,37 @@ int PcapInterface::BringUp() {
         m_batch.Clear();
     }
     return 0;
+}
+
+int PcapInterface::Health() {
+    const int code = HostLinkHealth(m_linkIndex);
+    if (code == 0) {
+        TellChanges();
+    }
+    return code;
+}
+
+// The guest goes on with what it was started with; who has changed the adapter should know.
+void PcapInterface::TellChanges() {
+    const std::unique_lock lock(m_linkMutex, std::try_to_lock);
+    const auto link = lock ? FindHostLinkByIndex(m_linkIndex) : std::nullopt;
+    if (!link) {
+        return;
+    }
+    const auto addressOf = [](const HostLink& of) {
+        return of.addresses.empty() ? "none" : ToNarrow(FormatIPAddr(of.addresses.front().address));
+    };
+    const auto compare = [this](const char* what, const std::string& before, const std::string& now) {
+        if (before != now) {
+            Debug().Tell(fmt::format("** Interface {}: the adapter's {} was {} and is {} now; the guest goes "
+                                     "on as it was started.",
+                                     Name(), what, before, now));
+        }
+    };
+    compare("MAC address", ToNarrow(FormatMACAddr(m_link.mac)), ToNarrow(FormatMACAddr(link->mac)));
+    compare("IP address", addressOf(m_link), addressOf(*link));
+    compare("MTU", std::to_string(m_link.mtu), std::to_string(link->mtu));
+    m_link = *link;
 }
 
 std::optional<Ipv4Address> PcapInterface::AdapterAddress() {
@@ -276,7 +309,9 @@ std::int32_t PcapInterface::Deliver(const std::uint8_t* bytes, std::uint32_t len
                                     std::uint32_t size) {
     if (length > size) {
         Counters().ignored.Add();
-        return Fail(EMSGSIZE);
+        // A buffer of the full size is no mistake of the reader's: one frame of a stranger's on a wire
+        // with the largest MTU must not end his reading.
+        return size >= kFullReadSize ? 0 : Fail(EMSGSIZE);
     }
     std::memcpy(buffer, bytes, length);
     return static_cast<std::int32_t>(length);

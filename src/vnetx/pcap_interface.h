@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -56,7 +57,7 @@ private:
     int BringUp() override;
     void TakeDown() override {}
     std::uint32_t MaximumMtu() const override { return m_linkMtu; }
-    int Health() override { return HostLinkHealth(m_linkIndex); }
+    int Health() override;
     std::optional<Ipv4Address> AdapterAddress() override;
     MacAddress FindNeighbour(Ipv4Address address) override;
     Ipv4Address FindNeighbourByMac(MacAddress mac) override;
@@ -65,6 +66,7 @@ private:
     int DoTimedWork() override { return Mode() == InterfaceMode::Tun ? m_ipv4->TimedWork(Guest()) : -1; }
     std::int32_t WriteFrame(const std::uint8_t* frame, std::uint32_t length) override;
 
+    void TellChanges();
     std::string Filter() const;
     ArpResolver::Asker Asker() const { return {GuestMac(), GuestIp()}; }
     Ipv4OverEthernet::Guest Guest() const { return {GuestMac(), GuestIp(), NetMask(), BroadcastIp()}; }
@@ -81,6 +83,8 @@ private:
     const std::string m_device;
     const std::uint32_t m_linkIndex;
     const std::uint32_t m_linkMtu;
+    std::mutex m_linkMutex;
+    HostLink m_link; // as it was when last looked at
     NeighbourTable m_neighbours;
     std::unique_ptr<ArpResolver> m_resolver;
     std::unique_ptr<Ipv4OverEthernet> m_ipv4;

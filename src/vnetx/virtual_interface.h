@@ -24,6 +24,9 @@ namespace vnxtest {
 
 enum class InterfaceMode { None, Tun, Tap };
 
+// The buffer that the program reads into; a longer frame is ignored.
+inline constexpr std::uint32_t kFullReadSize = 65535;
+
 // An address of the settings as one atomic word.
 class AtomicIpv4 {
 public:

@@ -1,0 +1,247 @@
+// Frames from a hostile wire through the pcap library, the receive path and out again.
+//
+// The capture library below the pcap library is replaced by a wire that holds the input's frames, so
+// that everything above it runs as it is, without rights and without waiting. Whatever comes in,
+// every frame that goes out is sound.
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include <sys/eventfd.h>
+
+#include "core/interface_lifecycle.h"
+#include "core/output_channel.h"
+#include "fuzz_input.h"
+#include "ping/receive_path.h"
+#include "vnetx/builtin.h"
+#include "vnetx/checksum.h"
+#include "vnetx/pcap_api.h"
+#include "vnetx/wire_format.h"
+#include "wrenpack/wrenpack.h"
+
+namespace vnxtest {
+
+// An open capture: the one of the interface, or one that hears ARP answers only.
+struct PcapHandle {
+    bool arpOnly = false;
+};
+
+namespace {
+
+using Frame = std::vector<std::uint8_t>;
+
+constexpr Ipv4Address kAdapterIp(127, 0, 0, 1), kGuestIp(127, 0, 0, 111), kTarget(127, 0, 0, 2);
+constexpr MacAddress kGuestMac({0x02, 0, 0x5E, 0x80, 0, 0x6F}), kOtherMac({0x02, 0, 0, 0, 0, 0x0B});
+constexpr std::size_t kIcmp = kEthernetHeaderLength + kIpv4HeaderLength;
+
+// A frame on its way to the guest.
+struct Incoming {
+    Frame frame;
+    bool replyToPing = false; // it gets the numbers of the last ping that was sent
+};
+
+// The ping's sender and the reader meet here, hence the lock.
+struct Wire {
+    std::mutex lock;
+    std::deque<Incoming> toGuest;
+    std::optional<Frame> arpAnswer;
+    std::uint32_t lastPing = 0; // identifier and sequence number as in the packet
+    std::atomic<bool> asked{false}, pinged{false};
+
+    void TakeFromGuest(std::span<const std::uint8_t> frame) {
+        const std::lock_guard guard(lock);
+        Claim(frame.size() >= kEthernetHeaderLength, "a frame has an Ethernet header");
+        Claim(LoadMac(frame.data() + 6) == kGuestMac, "a frame is the guest's own");
+        const std::uint16_t type = LoadBe16(frame.data() + 12);
+        const auto payload = frame.subspan(kEthernetHeaderLength);
+        if (type == kEtherTypeIpv4) {
+            TakePacket(payload);
+        } else if (type == kEtherTypeArp) {
+            const auto arp = ParseArp(payload);
+            Claim(arp.has_value() && frame.size() == 42, "an ARP frame is one");
+            Claim(arp->senderMac == kGuestMac && arp->senderIp == kGuestIp, "ARP speaks for the guest only");
+            if (arp->operation == kArpRequest) {
+                const auto answer = BuildArpFrame(kGuestMac, kOtherMac,
+                                                  {kArpReply, kOtherMac, arp->targetIp, kGuestMac, kGuestIp});
+                arpAnswer = Frame(answer.begin(), answer.end());
+                toGuest.push_front({*arpAnswer}); // the library hears it on its other socket, too
+                asked = true;
+            }
+        }
+    }
+
+    void TakePacket(std::span<const std::uint8_t> packet) {
+        Claim(packet.size() > 28 && LoadIpv4(packet.data() + 12) == kGuestIp, "the guest is the source");
+        Claim(InetChecksum(packet.data(), 20) == 0, "the IP checksum is right");
+        const auto total = std::clamp<std::size_t>(LoadBe16(packet.data() + 2), 28, packet.size());
+        Claim(InetChecksum(packet.data() + 20, total - 20) == 0, "the ICMP checksum is right");
+        if (packet[20] == 8) {
+            std::memcpy(&lastPing, packet.data() + 24, 4);
+            pinged = true;
+        }
+    }
+
+    Frame TakeFirst() {
+        const auto [frame, replyToPing] = std::move(toGuest.front());
+        toGuest.pop_front();
+        Frame result = frame;
+        if (replyToPing && result.size() >= kIcmp + 8) {
+            std::memcpy(result.data() + kIcmp + 4, &lastPing, 4);
+            StoreBe16(result.data() + kIcmp + 2, 0);
+            StoreBe16(result.data() + kIcmp + 2, InetChecksum(result.data() + kIcmp, result.size() - kIcmp));
+        }
+        return result;
+    }
+};
+Wire* g_wire = nullptr;
+
+int Hand(PcapPacketHandler handler, unsigned char* user, const Frame& frame) {
+    const auto length = static_cast<std::uint32_t>(frame.size());
+    const PcapPacketHeader header{0, 0, length, length};
+    handler(user, &header, frame.empty() ? reinterpret_cast<const std::uint8_t*>("") : frame.data());
+    return 1;
+}
+
+int Dispatch(PcapHandle* handle, int count, PcapPacketHandler handler, unsigned char* user) {
+    const std::lock_guard guard(g_wire->lock);
+    std::deque<Incoming>& frames = g_wire->toGuest;
+    int handed = 0;
+    if (handle->arpOnly) {
+        if (g_wire->arpAnswer) { // something else comes before it
+            handed = frames.empty() ? 0 : Hand(handler, user, frames.back().frame);
+            handed += Hand(handler, user, *g_wire->arpAnswer);
+            g_wire->arpAnswer.reset();
+        }
+        return handed;
+    }
+    while (handed < count && !frames.empty() && (handed == 0 || !frames.front().replyToPing)) {
+        handed += Hand(handler, user, g_wire->TakeFirst());
+    }
+    return handed > 0 ? handed : (errno = EIO, -1); // at the end the adapter breaks
+}
+
+WaitObject AlwaysReadable(PcapHandle*) {
+    static const int descriptor = eventfd(1, EFD_CLOEXEC);
+    return descriptor;
+}
+
+int AcceptSetting(PcapHandle*, int) {
+    return 0;
+}
+
+constexpr PcapApi kApi = {
+    .create = [](const char*, char*) { return new PcapHandle; },
+    .setSnapshotLength = AcceptSetting,
+    .setPromiscuous = AcceptSetting,
+    .setTimeout = AcceptSetting,
+    .setImmediateMode = AcceptSetting,
+    .setBufferSize = AcceptSetting,
+    .activate = [](PcapHandle*) { return 0; },
+    .close = [](PcapHandle* handle) { delete handle; },
+    .dataLink = [](PcapHandle*) { return kPcapLinkTypeEthernet; },
+    .setDirection = AcceptSetting,
+    .compile = [](PcapHandle*, PcapProgram*, const char*, int, std::uint32_t) { return 0; },
+    .setFilter = [](PcapHandle*, PcapProgram*) { return 0; },
+    .freeProgram = [](PcapProgram*) {},
+    .setNonBlocking = [](PcapHandle*, int, char*) { return 0; },
+    .dispatch = Dispatch,
+    .errorText = [](PcapHandle*) { return static_cast<char*>(nullptr); },
+    .restrictToType = [](PcapHandle* handle, std::uint16_t) { handle->arpOnly = true; },
+    .send =
+        [](PcapHandle*, const void* frame, std::uint32_t length) {
+            g_wire->TakeFromGuest({static_cast<const std::uint8_t*>(frame), length});
+            return 0;
+        },
+    .waitObject = AlwaysReadable,
+    .inboundFilter = "",
+};
+
+class NoView : public ViewPort {
+    void PostViewMessage(ViewMessage) override {}
+};
+
+// The engine around one interface, without its threads. It lives as long as the process.
+struct Engine {
+    std::unique_ptr<VnetxLibrary> library = MakePcapLibrary();
+    std::unique_ptr<HostTables> tables = MakeHostTables();
+    std::unique_ptr<WrenPackLibrary> adapters = MakeWrenPackLibrary();
+    HostNetwork host{HostSources{*tables, *adapters}, *library};
+    NoView view;
+    OutputChannel channel{view};
+    RunSettings run;
+    PingTest pingTest{host, view};
+    ReceivePath receivePath{host, run, pingTest};
+    INTERFACE_INFO info;
+
+    Engine() {
+        channel.Attach();
+        RegisterDebugOutput(*library);
+        host.SetDefaultGateway(kTarget, kOtherMac);
+        run.debugFlags = 0xFFFFFFFF;
+    }
+
+    void Prepare(std::uint8_t options) {
+        info.Reset();
+        run.debugMode = (options & kDebugMode) != 0;
+        info.tapMode = (options & kTapMode) != 0;
+        info.adapterIpText = FormatIPAddr(info.adapterIp = kAdapterIp);
+        info.guestIpText = FormatIPAddr(info.guestIp = kGuestIp);
+        info.guestMacText = FormatMACAddr(info.guestMac = kGuestMac);
+        info.adapterMac = kOtherMac;
+        info.netMask = Ipv4Address(255, 255, 255, 0);
+        info.inAdapterSubnet = info.addressesKnown = true;
+    }
+
+    void ReadAll() {
+        constexpr std::size_t kHeadroom = ReceivedPacket::kHeadroom;
+        Frame buffer(65535);
+        for (std::int32_t length = 0; length >= 0;) {
+            length = library->Read(info.handle, buffer.data(), 65535);
+            if (length > 0) {
+                // As long as the packet and not a byte longer, so that reading beyond it shows.
+                Frame storage(kHeadroom + static_cast<std::size_t>(length));
+                std::copy_n(buffer.begin(), length, storage.begin() + kHeadroom);
+                receivePath.HandleReceivedPacket(info, ReceivedPacket(storage));
+            }
+        }
+    }
+};
+
+} // namespace
+
+const PcapApi* LoadPcapApi() {
+    return &kApi;
+}
+
+} // namespace vnxtest
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace vnxtest;
+    static Engine& engine = *new Engine;
+    Wire wire;
+    g_wire = &wire;
+    const std::uint8_t options = size > 0 ? data[0] : 0;
+    engine.Prepare(options);
+    Claim(CreateInterface(engine.info, *engine.library, engine.run) >= 0, "lo can be opened");
+    if ((options & kWithPings) != 0) {
+        engine.pingTest.Start(engine.info, {kTarget, L"127.0.0.2", 8, 1, 10000, 0});
+        while (!(engine.info.tapMode ? wire.pinged : wire.asked)) {
+            std::this_thread::yield();
+        }
+    }
+    ForEachRecord(std::span(data, size), [&](std::uint16_t flags, std::span<const std::uint8_t> frame) {
+        const std::lock_guard guard(wire.lock);
+        wire.toGuest.push_back({Frame(frame.begin(), frame.end()), (flags & kReplyToPing) != 0});
+    });
+    engine.ReadAll();
+    engine.pingTest.StopPingTest();
+    ReportStatisticsAndClose(engine.info, *engine.library);
+    Claim(engine.channel.TakePending().find('\0') == std::string::npos, "the document is text");
+    return 0;
+}

@@ -1,0 +1,35 @@
+// Command lines, one argument a line: refused with a text, or within the ranges that are documented.
+#include <string>
+
+#include "cli/options.h"
+#include "fuzz_input.h"
+#include "vnetx/sim_options.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace vnxtest;
+    std::vector<std::string> arguments{""};
+    for (const char c : std::string(data, data + size)) {
+        if (c == '\n') {
+            arguments.emplace_back();
+        } else if (c != '\0') { // which no argument can hold
+            arguments.back() += c;
+        }
+    }
+    const auto parsed = ParseOptions(arguments);
+    if (const auto* const answer = std::get_if<OptionsAnswer>(&parsed)) {
+        Claim(!answer->text.empty(), "a refusal says why");
+        return 0;
+    }
+    const auto& options = std::get<Options>(parsed);
+    const bool endless = options.count == 0U;
+    Claim(!endless || options.duration, "an endless test has a duration");
+    Claim(options.count.value_or(1) <= 65535 && options.timeout.value_or(0) <= 10000, "numbers in range");
+    Claim(options.dataSize.value_or(8) >= 8 && options.dataSize.value_or(8) <= 65507, "a size in range");
+    Claim(!options.duration || options.duration->count() > 0, "a duration is one");
+    Claim(options.command != Command::Ping || !options.target.empty(), "a ping has a target");
+    std::wstring error;
+    if (options.IsSimulated() && options.library.size() > 4) {
+        Claim(ParseSimOptions(options.library.substr(4), error).has_value() == error.empty(), "a reason");
+    }
+    return 0;
+}

@@ -1,0 +1,56 @@
+// Profile files: whatever lies there, reading yields values, and what was written is read again or a
+// problem is told; no other value is lost by it.
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "fuzz_input.h"
+#include "platform/profile.h"
+#include "settings/settings.h"
+#include "vnetx/sim.h"
+#include "wrenpack/wrenpack.h"
+
+namespace {
+
+using namespace vnxtest;
+
+std::filesystem::path MakeFolder() {
+    const bool memory = std::filesystem::is_directory("/dev/shm");
+    std::string name = std::string(memory ? "/dev/shm" : "/tmp") + "/vnxtest-fuzz-XXXXXX";
+    Claim(mkdtemp(name.data()) != nullptr, "there is a temporary folder");
+    setenv("XDG_CONFIG_HOME", name.c_str(), 1);
+    static const std::string folder = name;
+    std::atexit([] { std::filesystem::remove_all(folder); });
+    std::filesystem::create_directory(folder + "/VNXTest64UD");
+    return folder + "/VNXTest64UD/VNXTest64UD.conf";
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const std::filesystem::path file = MakeFolder();
+    static const auto keepsTheToolkit = OpenProfile();
+    std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<long>(size));
+    const auto profile = OpenProfile();
+    Settings settings(*profile);
+    PingSettings before;
+    settings.LoadPingSettings(before);
+    const std::wstring mac = profile->ReadText(L"Interface1_strInterface_MACAddr", L"none");
+    const bool sound = profile->LastProblem().empty();
+    const std::wstring value = before.whoPingName + L"x";
+    const bool written = profile->WriteText(L"Interface2_strInterface_MACAddr", value);
+    Claim(written || !profile->LastProblem().empty(), "a refusal says why");
+
+    const auto again = OpenProfile();
+    Settings settingsAgain(*again);
+    PingSettings after;
+    settingsAgain.LoadPingSettings(after);
+    Claim(!written || again->ReadText(L"Interface2_strInterface_MACAddr", L"") == value, "it was written");
+    Claim(again->ReadText(L"Interface1_strInterface_MACAddr", L"none") == mac, "texts are kept");
+    Claim(after.whoPingName == before.whoPingName && after.numPings == before.numPings &&
+              after.delay == before.delay,
+          "the ping values are kept");
+    Claim(!sound || !written || again->LastProblem().empty(), "a sound file stays sound");
+    return 0;
+}
