@@ -22,8 +22,58 @@ void SetLastError(std::uint32_t code) {
     ::SetLastError(code);
 }
 
+namespace {
+
+// The C library of Windows has no texts for the errno values that POSIX added.
+const wchar_t* AddedErrnoText(int code) {
+    switch (code) {
+    case EADDRINUSE:
+        return L"Address already in use";
+    case EADDRNOTAVAIL:
+        return L"Cannot assign requested address";
+    case EAFNOSUPPORT:
+        return L"Address family not supported by protocol";
+    case ECONNABORTED:
+        return L"Software caused connection abort";
+    case ECONNREFUSED:
+        return L"Connection refused";
+    case ECONNRESET:
+        return L"Connection reset by peer";
+    case EHOSTUNREACH:
+        return L"No route to host";
+    case EMSGSIZE:
+        return L"Message too long";
+    case ENETDOWN:
+        return L"Network is down";
+    case ENETUNREACH:
+        return L"Network is unreachable";
+    case ENOBUFS:
+        return L"No buffer space available";
+    case ENOTCONN:
+        return L"Socket not connected";
+    case ENOTSUP:
+    case EOPNOTSUPP:
+        return L"Operation not supported";
+    case EOVERFLOW:
+        return L"Value too large for defined data type";
+    case EPROTO:
+        return L"Protocol error";
+    case ETIMEDOUT:
+        return L"Connection timed out";
+    case EWOULDBLOCK:
+        return L"Resource temporarily unavailable";
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
 std::wstring StrError(int code) {
     const ErrorKeeper keeper;
+    if (const wchar_t* text = AddedErrnoText(code)) {
+        return text;
+    }
     wchar_t buffer[256] = {};
     if (_wcserror_s(buffer, std::size(buffer), code) != 0 || buffer[0] == L'\0') {
         return Sprintf(L"Unknown error %d", code);

@@ -1,5 +1,7 @@
 #include "wrenlib/fair_lock.h"
 
+#include "wrenlib/atomic_wait.h"
+
 namespace vnxtest {
 
 void FairLock::lock() {
@@ -10,14 +12,14 @@ void FairLock::lock() {
         serving = m_serving.load(std::memory_order_acquire);
     }
     while (serving != ticket) {
-        m_serving.wait(serving, std::memory_order_acquire);
+        WaitWhile(m_serving, serving);
         serving = m_serving.load(std::memory_order_acquire);
     }
 }
 
 void FairLock::unlock() {
     m_serving.fetch_add(1, std::memory_order_release);
-    m_serving.notify_all();
+    WakeAllWaiting(m_serving);
 }
 
 } // namespace vnxtest

@@ -120,7 +120,8 @@ void SetField(char16_t* field, std::size_t capacity, const std::wstring& text) {
     for (const wchar_t c : text) {
         const auto code = static_cast<char32_t>(c);
         const bool pair = !kWideIsUtf16 && code >= 0x10000;
-        if (at + (pair ? 2 : 1) >= capacity) {
+        const bool firstOfPair = kWideIsUtf16 && IsHigh(code); // its second half must fit too
+        if (at + (pair || firstOfPair ? 2 : 1) >= capacity) {
             return;
         }
         if (pair) {

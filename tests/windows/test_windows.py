@@ -1,0 +1,324 @@
+#!/usr/bin/env python3
+"""The Windows programs under Wine: test_windows.py CLASS. Exit status 77: skipped, the reason is printed.
+
+VNXTEST_PROGRAMS is the folder of the programs, VNXTEST_PACKAGES that of the installer, VNXTEST_WINE_PREFIX an
+initialized Wine prefix that is the tests' own (script/windows makes one). VNXTEST_SCREENSHOTS: a folder for
+screenshots of the window.
+"""
+
+import importlib.util
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+SOURCE = pathlib.Path(os.environ["VNXTEST_SOURCE"])
+PROGRAMS = pathlib.Path(os.environ["VNXTEST_PROGRAMS"])
+PACKAGES = pathlib.Path(os.environ["VNXTEST_PACKAGES"])
+PREFIX = pathlib.Path(os.environ["VNXTEST_WINE_PREFIX"])
+sys.path.insert(0, str(SOURCE / "tests/e2e"))
+from lab import network  # noqa: E402  the end-to-end tests' namespaces
+
+WINE = str(SOURCE / "cmake/windows/wine")
+KEY = r"HKCU\Software\Corvane Software Works\VNXTest64UD\Settings"
+CLASS_KEY = r"HKLM\SYSTEM\CurrentControlSet\Control\Class\{4D36E972-E325-11CE-BFC1-08002BE10318}"
+SIM = ("--library", "sim", "--no-report")
+
+
+def end_wine(prefix=PREFIX):
+    """Ends what still runs in the prefix: the first program of the next test decides about its display anew."""
+    for option in ("-k", "-w"):
+        subprocess.run(["wineserver", option], env=dict(os.environ, WINEPREFIX=str(prefix)), capture_output=True)
+
+
+class WineCase(unittest.TestCase):
+    def setUp(self):
+        end_wine()
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="vnxtest-windows-")))
+
+    def tearDown(self):
+        end_wine()
+
+    def wine(self, *command, environment=None, timeout=120, status=0):
+        """Runs it; what it wrote to standard output and to standard error, with Unix line ends."""
+        run = subprocess.run([WINE, *map(str, command)], env=dict(os.environ, DISPLAY="", **(environment or {})),
+                             capture_output=True, timeout=timeout)
+        out, err = (text.decode("utf-8", "replace").replace("\r\n", "\n") for text in (run.stdout, run.stderr))
+        self.assertEqual(run.returncode, status, f"{command}\n{out}\n{err}")
+        return out, err
+
+    def cli(self, *arguments, folder=PROGRAMS, **options):
+        return self.wine(folder / "vnxtest-cli.exe", *arguments, **options)
+
+    def values(self, key=KEY):
+        """The values of a registry key as reg query prints them: name to (kind, data)."""
+        found = re.findall(r"^    (\S+)    (REG_\w+)    ?(.*)$", self.wine("reg", "query", key)[0], re.M)
+        return {name: (kind, data) for name, kind, data in found}
+
+    def set(self, name, kind, data, key=KEY):
+        self.wine("reg", "add", key, "/v", name, "/t", kind, "/d", data, "/f")
+
+    def install_beside(self, library):
+        """A program folder with a package's library in it."""
+        shutil.copy(PROGRAMS / "vnxtest-cli.exe", self.folder)
+        if library:
+            shutil.copy(PROGRAMS / library, self.folder / "Vnetx64UD.dll")
+        return {"folder": self.folder, "environment": {"VNETX_LIBRARY": "sim"}}
+
+
+class Console(WineCase):
+    def test_pings_on_the_simulated_lan_in_both_modes(self):
+        for mode in ("tap", "tun"):
+            out, _ = self.cli("ping", "198.18.0.2", *SIM, "--mode", mode, "--count", 5, "--delay", 0)
+            self.assertIn("5 Replies Received", out)
+            self.assertIn("Ping test successful.", out)
+
+    def test_report_tells_of_this_windows(self):
+        out, _ = self.cli("report", "--library", "sim", "--output", self.folder / "report.vnt")
+        self.assertRegex(out, r'Running in (Elevated \(Administrator\)|Normal User) mode on ".+" \(Microsoft Windows.* '
+                              r"\d+\.\d+\.\d+\) .*\(MP=\d+\)")
+        self.assertRegex(out, r'Using WinPCap wpcap\.dll, version "\d')
+        self.assertIn("relevant DosDevices are defined", out)
+        saved = (self.folder / "report.vnt").read_bytes()
+        self.assertEqual(saved.count(b"\n"), saved.count(b"\r\n"))
+        self.assertEqual(saved.decode().replace("\r\n", "\n"), out)
+
+    def test_says_what_is_missing(self):
+        self.assertIn("Windows has none", self.cli("run", "--library", "tun", status=2)[1])
+
+    def test_socket_notify_mode_ends_a_run(self):
+        out, _ = self.cli("ping", "198.18.0.2", *SIM, "--socket-notify", "--count", 2, "--delay", 10, "--mode", "tap")
+        self.assertIn("2 Replies Received", out)
+        self.assertIn("** Interface sim0 closed", out)
+
+
+class PackageLibrary(WineCase):
+    def test_is_found_beside_the_program_and_bound_by_name(self):
+        for choice in ("Vnetx64UD.dll", "auto"):
+            out, _ = self.cli("ping", "198.18.0.2", "--library", choice, "--mode", "tap", "--adapter", "198.18.0.1",
+                              "--guest-ip", "198.18.0.100", "--proceed", **self.install_beside("Vnetx64UD.dll"))
+            self.assertIn("3 Replies Received", out)
+            # Its version resource is read, SpecialBuild and all.
+            self.assertRegex(out, r'Using Vnetx64UD\.dll, version: "[\d.]+" \(.*\\Vnetx64UD\.dll\) Release build \.\.\.')
+
+    def test_that_lacks_exports_is_refused_with_their_names(self):
+        _, err = self.cli("run", "--library", "auto", status=2, **self.install_beside("Lacking64UD.dll"))
+        for name in ("vnetx32_get_stats", "vnetx32_copyright_string"):
+            self.assertIn(name, err)
+        self.assertNotIn("vnetx32_open", err)
+
+    def test_that_is_absent_is_looked_for_in_two_folders(self):
+        _, err = self.cli("run", "--library", "Vnetx64UD.dll", status=2, **self.install_beside(None))
+        self.assertIn(self.folder.name, err)
+        self.assertIn("system32", err.lower())
+
+
+class Settings(WineCase):
+    def test_values_of_the_registry_are_honoured_and_saved_with_their_kinds(self):
+        for name, kind, data in (("Interface1_bTAPMode", "REG_DWORD", 7), ("NumPings", "REG_DWORD", 2),
+                                 ("Interface1_strInterface_IPAddr", "REG_SZ", "198.18.0.77"),
+                                 ("PingDelay", "REG_SZ", "no number")):
+            self.set(name, kind, data)
+        out, _ = self.cli("ping", "198.18.0.2", *SIM, "--save", "--timeout", 400)
+        self.assertIn("(ip=198.18.0.77, mac=", out)
+        self.assertIn("ping  -c 2  -i 1000  -s 32  -w 400  198.18.0.2", out)
+        values = self.values()
+        self.assertEqual(values["Interface1_bTAPMode"], ("REG_DWORD", "0x1"))
+        self.assertEqual(values["Interface1_strInterface_IPAddr"], ("REG_SZ", "198.18.0.77"))
+        self.assertEqual(values["WhoPingIPAddr"], ("REG_DWORD", "0x20012c6"))  # first octet in the lowest byte
+        self.assertEqual(values["WhoPingName"], ("REG_SZ", "198.18.0.2"))
+        self.assertEqual(values["PingTimeout"], ("REG_DWORD", "0x190"))
+        self.wine("reg", "delete", KEY, "/f")
+
+
+class OffloadSettings(WineCase):
+    def test_class_key_of_the_adapter_is_read(self):
+        adapter = r"AdapterName         = NPF_(\S+)\n(?:.*\n)*?.*LSO v1 \(IPv4\)       = (.*)\n.*= (.*)\n.*= (.*)\n.*= (.*)\n"
+
+        def flags():
+            out, _ = self.cli("report", "--library", "sim")
+            return {name: tuple(words) for name, *words in re.findall(adapter, out)}
+        before = flags()
+        instance = next(name for name in before if name.startswith("{"))
+        self.assertEqual(before[instance], ("no?",) * 4)
+        other, own = CLASS_KEY + r"\0007", CLASS_KEY + r"\0008"
+        self.set("NetCfgInstanceId", "REG_SZ", instance.lower() + "x", other)
+        self.set("*LsoV1Ipv6", "REG_SZ", "1", other)
+        self.set("NetCfgInstanceId", "REG_SZ", instance, own)
+        for name, kind, data in (("*LsoV2Ipv4", "REG_SZ", "1"), ("*LsoV2Ipv6", "REG_DWORD", 1),
+                                 ("*LsoV1Ipv4", "REG_SZ", "12")):  # too long: counts as absent
+            self.set(name, kind, data, own)
+        after = flags()
+        for key in (other, own):
+            self.wine("reg", "delete", key, "/f")
+        self.assertEqual(after.pop(instance), ("no?", "no?", "ENABLED", "no"))
+        self.assertTrue(all(words == ("no?",) * 4 for words in after.values()), after)
+
+
+class Window(WineCase):
+    """The window on a display of its own, driven by keys. Its text is read by saving it."""
+
+    def setUp(self):
+        super().setUp()
+        specification = importlib.util.spec_from_file_location("lab_window", SOURCE / "tests/ui/lab.py")
+        lab_window = importlib.util.module_from_spec(specification)
+        specification.loader.exec_module(lab_window)
+        missing = [tool for tool in lab_window.TOOLS if shutil.which(tool) is None]
+        if missing:
+            self.skipTest(f"not installed: {', '.join(missing)}")
+        self.wait = lab_window.wait
+        self.desktop = self.enterContext(lab_window.Desktop(size="1024x768"))
+        # Wine draws the captions itself, so that the help button is there to be seen.
+        self.wine("reg", "add", r"HKCU\Software\Wine\X11 Driver", "/v", "Decorated", "/d", "N", "/f")
+        end_wine()
+        self.shots = 0
+        self.program = subprocess.Popen([WINE, PROGRAMS / "VNXTest64UD.exe", "--library", "sim"],
+                                        env=dict(os.environ, DISPLAY=self.desktop.env["DISPLAY"]))
+        self.addCleanup(lambda: (self.program.kill(), self.program.wait()))
+        self.dialog("Untitled - VNXTest", 120)
+        self.text = ""
+
+    def titles(self):
+        shown = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "."], env=self.desktop.env,
+                               capture_output=True, text=True).stdout.split()
+        return {self.desktop.xdotool("getwindowname", window).strip() for window in shown}
+
+    def dialog(self, title, seconds=30):
+        self.wait(lambda: title in self.titles(), lambda: f"{title!r} beside {self.titles()}", seconds)
+        time.sleep(0.7)
+        self.shots += 1
+        if "VNXTEST_SCREENSHOTS" in os.environ:
+            self.desktop.screenshot(pathlib.Path(os.environ["VNXTEST_SCREENSHOTS"]) / f"windows-{self.shots}.png")
+
+    def gone(self, title):
+        self.wait(lambda: title not in self.titles(), lambda: f"no {title!r}: {self.titles()}", 30)
+        time.sleep(0.5)
+
+    def command(self, *keys, title=None):
+        """Opens a menu and chooses by the keys given; the dialog that follows."""
+        self.desktop.keys(keys[0])
+        time.sleep(0.7)
+        self.desktop.keys(*keys[1:])
+        if title:
+            self.dialog(title)
+
+    def saved_text(self, *wanted):
+        """Saves the report until it holds all that is wanted."""
+        path = self.folder / "report.vnt"
+
+        def save():
+            self.desktop.keys("ctrl+s")
+            time.sleep(1)
+            if not self.text:
+                self.dialog("Save As")
+                self.desktop.type("Z:" + str(path).replace("/", "\\"))
+                self.desktop.keys("Return")
+                self.gone("Save As")
+            self.text = path.read_text(encoding="utf-8") if path.exists() else ""
+            return all(piece in self.text for piece in wanted)
+        self.wait(save, lambda: f"{wanted} in {self.text[-3000:]}", 90)
+
+    def test_main_job(self):
+        self.saved_text("Detected Adapters", "simulated LAN")
+        self.command("alt+h", "a", title="About VNXTest64UD")
+        self.desktop.keys("Return")
+        self.gone("About VNXTest64UD")
+        for downs, title in ((4, "Define Buffer Sizes..."), (5, "Define Default Gateway"), (8, "Set Debug Flags")):
+            self.command("alt+t", *["Down"] * downs, "Return", title=title)
+            self.desktop.keys("Escape")
+            self.gone(title)
+        self.command("alt+t", "Return", title="VNXTest64UD Parameters")
+        self.desktop.keys("F1")  # a balloon; Escape closes it and nothing else
+        time.sleep(1)
+        self.desktop.keys("Escape", "Return")
+        self.gone("VNXTest64UD Parameters")
+        self.saved_text("*** Interface sim0 enabled/up")
+        self.command("alt+t", "Down", "Return", title="Ping who?")
+        self.desktop.keys("ctrl+a")
+        self.desktop.type("198.18.0.2")
+        self.desktop.keys("Return")
+        self.gone("Ping who?")
+        self.saved_text("3 Replies Received", "Ping test successful.", "** END PING TEST **")
+        self.command("alt+t", "Down", "Down", "Down", "Return")
+        self.saved_text("** Interface sim0 closed")
+        self.command("alt+f", "x")
+        self.assertEqual(self.program.wait(30), 0)
+        values = self.values()
+        self.assertEqual(values["Interface1_strInterface_IPAddr"], ("REG_SZ", "198.18.0.111"))
+        self.assertEqual(values["WhoPingName"], ("REG_SZ", "198.18.0.2"))
+        self.assertEqual(values["NumPings"], ("REG_DWORD", "0x3"))
+        self.wine("reg", "delete", KEY, "/f")
+
+
+class GuestOnAWire(WineCase):
+    """The built-in pcap library on Wine's wpcap.dll, and a kernel at the other end of the cable."""
+
+    def setUp(self):
+        super().setUp()
+        if why := network.why_no_namespaces():
+            self.skipTest(why)
+        lab = network.Lab()
+        self.addCleanup(lab.close)
+        self.here, self.there = lab.namespace("windows"), lab.namespace("far")
+        lab.veth(self.here, "veth0", self.there, "veth1", "10.77.0.2/24", "10.77.0.1/24")
+        # Adapters are asked of services of Wine: a prefix of its own, started in the namespace.
+        self.prefix = self.folder / "prefix"
+        self.environment = dict(os.environ, VNXTEST_WINE_PREFIX=str(self.prefix), DISPLAY="")
+        self.addCleanup(end_wine, self.prefix)
+        self.start("wineboot", "--init").wait(120)
+
+    def start(self, *command):
+        return subprocess.Popen(self.here.command(WINE, *command), env=self.environment, stdout=subprocess.PIPE,
+                                stderr=subprocess.DEVNULL)
+
+    def test_kernel_pings_the_guest(self):
+        for options in (("--mode", "tap"), ("--mode", "tun"), ("--mode", "tap", "--socket-notify")):
+            with self.subTest(options):
+                guest = self.start(PROGRAMS / "vnxtest-cli.exe", "run", "--library", "pcap", "--adapter", "10.77.0.2",
+                                   "--guest-ip", "10.77.0.99", "--no-report", "--proceed", "--duration", "12", *options)
+                line = b"x"
+                while line and b"enabled/up" not in line:
+                    line = guest.stdout.readline()
+                ping = self.there.run("ping", "-M", "dont", "-c", "5", "-i", "0.3", "10.77.0.99")
+                rest = guest.communicate(timeout=60)[0].decode()
+                self.assertIn(" 0% packet loss", ping.stdout, rest)
+                self.assertIn("** Someone is PINGing Vant!", rest)
+                self.assertRegex(rest, r"\*\* Interface vnx\d+ closed")
+
+
+class Installer(WineCase):
+    def files(self):
+        return {path for path in (PREFIX / "drive_c").rglob("*") if "VNXTest64UD" in str(path)}
+
+    def test_installs_and_uninstalls_leaving_nothing(self):
+        self.assertEqual(self.files(), set())
+        uninstall = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\VNXTest64UD"
+        self.wine(next(PACKAGES.glob("*-setup.exe")), "/S")
+        folder = PREFIX / "drive_c/Program Files/VNXTest64UD"
+        names = {path.name for path in self.files()}
+        self.assertLessEqual({"VNXTest64UD.exe", "vnxtest-cli.exe", "vnxtest.htb", "VNXTest64UD.lnk"}, names)
+        self.assertEqual(self.values(uninstall)["Publisher"][1], "Corvane Software Works")
+        self.assertIn("Ping test successful.", self.cli("ping", "198.18.0.2", *SIM, "--count", 1, folder=folder)[0])
+        self.wine(folder / "uninstall.exe", "/S")
+        deadline = time.monotonic() + 30  # the uninstaller goes on as a copy of itself
+        while self.files() and time.monotonic() < deadline:
+            time.sleep(0.5)
+        self.assertEqual(self.files(), set())
+        self.wine("reg", "query", uninstall, status=1)
+
+    def test_zip_holds_the_programs(self):
+        listing = subprocess.run([sys.executable, "-m", "zipfile", "-l", next(PACKAGES.glob("*.zip"))],
+                                 capture_output=True, text=True, check=True).stdout
+        for name in ("VNXTest64UD.exe", "vnxtest-cli.exe", "vnxtest.htb", "README.md"):
+            self.assertIn("/" + name, listing)
+
+
+if __name__ == "__main__":
+    result = unittest.TextTestRunner(verbosity=2).run(
+        unittest.defaultTestLoader.loadTestsFromName(sys.argv[1], sys.modules[__name__]))
+    sys.exit(1 if not result.wasSuccessful() else 77 if len(result.skipped) == result.testsRun else 0)
