@@ -33,7 +33,6 @@ CBufferSizesDlg::CBufferSizesDlg(wxWindow* parent, std::uint32_t driverSize, std
         },
         "K bytes");
     FinishDialog(*this, rows);
-    m_driver->SetFocus();
 }
 
 bool CBufferSizesDlg::TransferDataToWindow() {
@@ -41,6 +40,7 @@ bool CBufferSizesDlg::TransferDataToWindow() {
     m_dll->SetRange(16, 1024);
     m_driver->SetPosition(static_cast<int>(m_driverSize / kKilo));
     m_dll->SetPosition(static_cast<int>(m_dllSize / kKilo));
+    m_driver->SetFocus();
     return true;
 }
 

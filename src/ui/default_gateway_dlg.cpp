@@ -23,13 +23,13 @@ CDefaultGatewayDlg::CDefaultGatewayDlg(wxWindow* parent, HostNetwork& host)
                                         "IP address of the default gateway");
     });
     FinishDialog(*this, rows);
-    m_address->SetFocus();
 }
 
 bool CDefaultGatewayDlg::TransferDataToWindow() {
     if (!m_host.DefaultGateway().IsZero()) {
         m_address->SetText(m_host.DefaultGatewayText());
     }
+    m_address->SetFocus();
     return true;
 }
 

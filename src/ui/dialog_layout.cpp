@@ -5,6 +5,7 @@
 #include <wx/button.h>
 #include <wx/stattext.h>
 
+#include "helpui/control_hints.h"
 #include "helpui/make_child.h"
 
 namespace vnxtest {
@@ -30,6 +31,9 @@ void FinishDialog(wxDialog& dialog, wxSizer* content, long buttons) {
     whole->Add(content, wxSizerFlags(1).Expand().Border(wxALL, 2 * gap));
     if (wxSizer* const row = dialog.CreateStdDialogButtonSizer(buttons)) {
         whole->Add(row, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, 2 * gap));
+    }
+    if (auto* const ok = dynamic_cast<wxButton*>(dialog.FindWindow(wxID_OK))) {
+        ShowAsDefault(*ok);
     }
     dialog.SetSizerAndFit(whole);
     dialog.CentreOnParent();

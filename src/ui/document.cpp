@@ -34,7 +34,7 @@ bool WriteText(AtomicFile& file, std::string_view text) {
     if (lineEnd == "\n") {
         return file.Write(text);
     }
-    constexpr std::size_t kBlock = 1024 * 1024;
+    constexpr std::size_t kBlock = std::size_t{1024} * 1024;
     std::string block;
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
@@ -109,6 +109,13 @@ std::optional<wxString> CVNXTestDoc::AskPath() {
         }
         name = chosen.GetFullName();
     }
+}
+
+bool CVNXTestDoc::Save() {
+    if (AlreadySaved()) {
+        return true;
+    }
+    return (HasPath() && OnSaveDocument(GetFilename())) || SaveAs();
 }
 
 bool CVNXTestDoc::SaveAs() {

@@ -31,6 +31,10 @@ constexpr std::array kEditItems = {
     Item{kCmdFindNext, "F&ind Next\tF3", "Find the next occurrence of the specified text"},
 };
 
+constexpr std::array kViewItems = {
+    Item{kCmdShowPingChart, "Ping &chart", "Show or hide the chart of the ping test", wxITEM_CHECK},
+};
+
 constexpr std::array kTestItems = {
     Item{kCmdStartGuest, "Start \"Vantor\"...", "Start a simulated \"Vantor\" instance..."},
     Item{kCmdStartPing, "Start ping test...", "Start a ping test to someone..."},
@@ -43,8 +47,6 @@ constexpr std::array kTestItems = {
     Item{kCmdRedetectAdapters, "Re-detect adapters", "Scan system for available adapters"},
     Item{kCmdSocketNotifyMode, "Socket-notify mode", "Toggle Socket-notify mode", wxITEM_CHECK},
     Item{kCmdSetDebugFlags, "Set debug flags...", "Set debug mode flags...", wxITEM_CHECK},
-    kSeparator,
-    Item{kCmdShowPingChart, "Show ping chart", "Show or hide the chart of the ping test", wxITEM_CHECK},
 };
 
 constexpr std::array kHelpItems = {
@@ -78,6 +80,7 @@ std::unique_ptr<wxMenuBar> MakeMainMenu() {
     auto bar = std::make_unique<wxMenuBar>();
     bar->Append(MakeMenu(kFileItems).release(), "&File");
     bar->Append(MakeMenu(kEditItems).release(), "&Edit");
+    bar->Append(MakeMenu(kViewItems).release(), "&View");
     bar->Append(MakeMenu(kTestItems).release(), "&Test");
     bar->Append(MakeMenu(kHelpItems).release(), "&Help");
     return bar;

@@ -11,7 +11,7 @@ namespace vnxtest {
 
 namespace {
 
-constexpr std::size_t kSlice = 64 * 1024;
+constexpr std::size_t kSlice = std::size_t{64} * 1024;
 // How long the window may be kept busy at a stretch: well under the time a user notices.
 constexpr std::chrono::milliseconds kStretch(5);
 
@@ -32,18 +32,18 @@ void OutputPump::OnOutputPending() {
 }
 
 bool OutputPump::AppendSlice(std::size_t largest) {
-    if (m_backlogAt == m_backlog.size()) {
-        m_backlogAt = 0;
-        m_backlog.clear();
-        if (!std::exchange(m_pending, false)) {
-            return false;
-        }
-        m_backlog = m_channel.TakePending();
-        if (m_backlog.empty()) {
-            return false;
-        }
+    // Taken at once even when there is a backlog: what grows in the channel grows under its lock.
+    if (std::exchange(m_pending, false)) {
+        m_backlog.push_back(m_channel.TakePending());
     }
-    std::string_view slice = std::string_view(m_backlog).substr(m_backlogAt);
+    while (!m_backlog.empty() && m_backlogAt == m_backlog.front().size()) {
+        m_backlog.pop_front();
+        m_backlogAt = 0;
+    }
+    if (m_backlog.empty()) {
+        return false;
+    }
+    std::string_view slice = std::string_view(m_backlog.front()).substr(m_backlogAt);
     if (slice.size() > largest) {
         std::size_t lineEnd = slice.rfind('\n', largest - 1);
         lineEnd = lineEnd == std::string_view::npos ? slice.find('\n', largest) : lineEnd;
@@ -51,10 +51,6 @@ bool OutputPump::AppendSlice(std::size_t largest) {
     }
     m_text.AppendLines(slice);
     m_backlogAt += slice.size();
-    if (m_backlogAt == m_backlog.size()) {
-        std::string().swap(m_backlog);
-        m_backlogAt = 0;
-    }
     m_appended();
     return true;
 }

@@ -5,6 +5,7 @@
 // User-interface thread.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <string>
 
@@ -38,9 +39,9 @@ private:
     OutputChannel& m_channel;
     COutputText& m_text;
     std::function<void()> m_appended;
-    bool m_pending = false; // the channel has lines
-    std::string m_backlog;  // taken from it and not yet shown, from m_backlogAt on
-    std::size_t m_backlogAt = 0;
+    bool m_pending = false;            // the channel has lines
+    std::deque<std::string> m_backlog; // batches taken from it, not yet shown
+    std::size_t m_backlogAt = 0;       // how much of the first is shown
 };
 
 } // namespace vnxtest

@@ -1,6 +1,7 @@
 #include "ui/output_text.h"
 
 #include <algorithm>
+#include <array>
 
 #include <wx/fdrepdlg.h>
 #include <wx/fontenum.h>
@@ -23,7 +24,8 @@ wxFont FixedPitchFont() {
 
 } // namespace
 
-COutputText::COutputText(wxWindow* parent) : wxStyledTextCtrl(parent, wxID_ANY) {
+COutputText::COutputText(wxWindow* parent, std::size_t mostBytes)
+    : wxStyledTextCtrl(parent, wxID_ANY), m_mostBytes(mostBytes) {
     constexpr int kMargins = 5;
     SetName("Report");
     SetUndoCollection(false);
@@ -68,33 +70,48 @@ bool COutputText::IsAtEnd() const {
     return GetSelectionStart() == end && GetSelectionEnd() == end;
 }
 
-void COutputText::AppendLines(std::string_view lines) {
-    const bool follow = IsAtEnd();
+void COutputText::AppendRaw(std::string_view lines) {
     const int added = static_cast<int>(lines.size());
     Reserve(GetLength() + added);
     SetReadOnly(false);
     AppendTextRaw(lines.data(), added);
     SetReadOnly(true);
+}
+
+void COutputText::AppendLines(std::string_view lines) {
+    if (m_full) {
+        return;
+    }
+    const bool follow = IsAtEnd();
+    const std::size_t room = m_mostBytes - std::min(m_mostBytes, static_cast<std::size_t>(GetLength()));
+    m_full = lines.size() > room;
+    if (m_full) {
+        const std::size_t lineEnd = lines.substr(0, room).rfind('\n');
+        AppendRaw(lines.substr(0, lineEnd == std::string_view::npos ? 0 : lineEnd + 1));
+        AppendRaw("** The report is full, what follows is left out. Save it and start a new one (Ctrl+N).\n");
+    } else {
+        AppendRaw(lines);
+    }
     if (follow) {
         GotoPos(GetLength());
     }
 }
 
 // The control grows its buffer by a sixth at a time and copies all of it each time, which holds a large
-// document up again and again. Grown by large factors it is copied once or twice in a document's life.
+// document up again and again. Grown in these steps it is copied while it is small, and then hardly ever.
 // Memory that is only reserved costs nothing.
 void COutputText::Reserve(int bytes) {
-    constexpr int kFirst = 64 * 1024 * 1024;
-    constexpr int kFactor = 4;
-    constexpr int kLargest = 1024 * 1024 * 1024;
-    if (bytes <= m_reserved || bytes > kLargest) {
+    constexpr int kMebi = 1024 * 1024;
+    constexpr std::array kSteps = {kMebi, 256 * kMebi, 1024 * kMebi, 2040 * kMebi};
+    if (bytes <= m_reserved) {
         return;
     }
-    m_reserved = std::max(m_reserved, kFirst);
-    while (m_reserved < bytes) {
-        m_reserved *= kFactor;
+    const auto* const step =
+        std::find_if(kSteps.begin(), kSteps.end(), [&](int each) { return bytes <= each; });
+    if (step != kSteps.end()) {
+        m_reserved = *step;
+        Allocate(m_reserved);
     }
-    Allocate(m_reserved);
 }
 
 void COutputText::EmptyText() {
@@ -102,6 +119,7 @@ void COutputText::EmptyText() {
     ClearAll();
     SetReadOnly(true);
     SetScrollWidth(1);
+    m_full = false;
 }
 
 std::string_view COutputText::WholeText() const {

@@ -2,7 +2,8 @@
 //
 // It holds millions of lines and appends without redrawing what is there. A reader who has put the
 // caret or a selection anywhere but at the end keeps it, and the part of the text he looks at, whatever
-// is appended. User-interface thread.
+// is appended. When it can hold no more it says so in its last line and leaves out what follows.
+// User-interface thread.
 #pragma once
 
 #include <string_view>
@@ -13,7 +14,10 @@ namespace vnxtest {
 
 class COutputText final : public wxStyledTextCtrl {
 public:
-    explicit COutputText(wxWindow* parent);
+    // The control counts its bytes in 31 bits, and needs room to work.
+    static constexpr std::size_t kMostBytes = 0x7F000000;
+
+    explicit COutputText(wxWindow* parent, std::size_t mostBytes = kMostBytes);
 
     // Appends `lines` (UTF-8). When the caret stood at the end it is at the end afterwards, and in view.
     void AppendLines(std::string_view lines);
@@ -38,6 +42,10 @@ private:
     void Reserve(int bytes);
     int Search(int from, int to, const wxString& text, int searchFlags);
 
+    void AppendRaw(std::string_view lines);
+
+    std::size_t m_mostBytes;
+    bool m_full = false;
     int m_reserved = 0; // bytes
 };
 

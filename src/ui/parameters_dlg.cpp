@@ -64,7 +64,6 @@ CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestP
         cancel->SetLabel("Cancel");
     }
     m_useTwo->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { ApplyUse(); });
-    m_interfaces[0].guestIp->SetFocus();
 }
 
 wxSizer* CParametersDlg::MakeInterface(int index, const wxString& title) {
@@ -129,7 +128,7 @@ wxSizer* CParametersDlg::MakeInterface(int index, const wxString& title) {
     return group;
 }
 
-void CParametersDlg::Show(InterfaceControls& controls, const InterfaceParameters& parameters) {
+void CParametersDlg::Fill(InterfaceControls& controls, const InterfaceParameters& parameters) {
     (parameters.tapMode ? controls.tap : controls.tun)->SetValue(true);
     controls.guestIp->SetText(parameters.guestIpText);
     controls.guestMac->SetMac(parameters.guestMacText);
@@ -138,10 +137,11 @@ void CParametersDlg::Show(InterfaceControls& controls, const InterfaceParameters
 }
 
 bool CParametersDlg::TransferDataToWindow() {
-    Show(m_interfaces[0], m_parameters.interface1);
-    Show(m_interfaces[1], m_parameters.interface2);
+    Fill(m_interfaces[0], m_parameters.interface1);
+    Fill(m_interfaces[1], m_parameters.interface2);
     m_useTwo->SetValue(m_parameters.useTwoInterfaces);
     ApplyUse();
+    m_interfaces[0].guestIp->SetFocus();
     return true;
 }
 

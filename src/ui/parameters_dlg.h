@@ -38,7 +38,7 @@ private:
     };
 
     wxSizer* MakeInterface(int index, const wxString& title);
-    void Show(InterfaceControls& controls, const InterfaceParameters& parameters);
+    void Fill(InterfaceControls& controls, const InterfaceParameters& parameters);
     InterfaceParameters Read(const InterfaceControls& controls) const;
     // Which controls can be used, after the box was clicked or an adapter was typed.
     void ApplyUse();

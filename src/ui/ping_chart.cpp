@@ -18,7 +18,7 @@ struct CPingChart::Palette {
         const bool dark = wxSystemSettings::GetAppearance().IsUsingDarkBackground();
         background = wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW);
         text = wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT);
-        const auto mix = [this](unsigned char from, unsigned char to) {
+        const auto mix = [](unsigned char from, unsigned char to) {
             return static_cast<unsigned char>((3 * from + to) / 4);
         };
         faint = wxColour(mix(background.Red(), text.Red()), mix(background.Green(), text.Green()),

@@ -48,11 +48,10 @@ WindowPlacement::WindowPlacement(wxTopLevelWindow& window, Profile& profile, std
 
 void WindowPlacement::Restore(PlacementParts parts) {
     const auto placement = ParsePlacement(m_profile.ReadText(m_name, L""));
-    m_window.Bind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
-    m_wanted = m_window.GetPosition();
     if (!placement || !CanBeReached(placement->place)) {
         return;
     }
+    m_window.Bind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
     m_wanted = placement->place.GetPosition();
     if (parts == PlacementParts::Position) {
         m_window.SetPosition(m_wanted);
@@ -64,16 +63,17 @@ void WindowPlacement::Restore(PlacementParts parts) {
     }
 }
 
-// A window that draws its own caption does not come to stand exactly where it was put. Not taken into
-// account it would wander a little each time.
+// A window that draws its own caption does not come to stand exactly where it was put. Left alone it would
+// wander a little each time.
 void WindowPlacement::OnIdle(wxIdleEvent& event) {
     event.Skip();
     if (m_window.IsShownOnScreen()) {
         m_window.Unbind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
         constexpr int kLargest = 64;
         const wxPoint displacement = m_wanted - m_window.GetPosition();
-        if (std::abs(displacement.x) <= kLargest && std::abs(displacement.y) <= kLargest) {
-            m_displacement = displacement;
+        if (displacement != wxPoint() && std::abs(displacement.x) <= kLargest &&
+            std::abs(displacement.y) <= kLargest && !m_window.IsMaximized()) {
+            m_window.Move(m_wanted + displacement);
         }
     }
 }
@@ -83,7 +83,6 @@ void WindowPlacement::Save() {
         return;
     }
     wxRect place = m_window.GetRect();
-    place.Offset(m_displacement);
     if (m_window.IsMaximized()) {
         // What it had before is what it goes back to.
         if (const auto before = ParsePlacement(m_profile.ReadText(m_name, L""))) {

@@ -32,8 +32,7 @@ private:
     wxTopLevelWindow& m_window;
     Profile& m_profile;
     std::wstring m_name;
-    wxPoint m_wanted;       // where it was put
-    wxPoint m_displacement; // what the window manager's decorations made of that
+    wxPoint m_wanted; // where it was put
 };
 
 } // namespace vnxtest

@@ -1,0 +1,352 @@
+"""A display of its own with a window manager and an accessibility bus, and the real program on it.
+
+The program is driven as its users drive it: keys and mouse buttons through the display server. What it shows is
+read through the accessibility bus, so that a test sees labels, states and texts.
+"""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import time
+import unittest
+
+try:
+    import pyatspi
+except ImportError:
+    pyatspi = None
+
+HERE = pathlib.Path(__file__).parent
+TOOLS = ("Xvfb", "openbox", "xdotool", "xprop", "dbus-daemon", "import")
+WINDOW_ROLES = ("frame", "dialog", "alert", "file chooser")
+
+
+def missing():
+    """What a desktop cannot be made without, as a sentence; None when everything is there."""
+    absent = [tool for tool in TOOLS if shutil.which(tool) is None] + ([] if pyatspi else ["python3-pyatspi"])
+    return f"not installed: {', '.join(absent)}" if absent else None
+
+
+def wait(condition, what, seconds=15):
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.03)
+    raise AssertionError(f"not within {seconds} s: {what() if callable(what) else what}")
+
+
+class Desktop:
+    """The display; as a context manager it ends everything that was started on it."""
+
+    def __init__(self, size="1280x1000", scale=None, theme=None):
+        self.size, self.scale, self.theme = size, scale, theme
+        self.processes = []
+
+    def __enter__(self):
+        self.folder = tempfile.TemporaryDirectory(prefix="vnxtest-ui-")
+        self.path = pathlib.Path(self.folder.name)
+        reader, writer = os.pipe()
+        self.start("Xvfb", "-displayfd", str(writer), "-screen", "0", f"{self.size}x24", "-nolisten", "tcp",
+                   pass_fds=(writer,), env=os.environ)
+        os.close(writer)
+        with os.fdopen(reader) as display:
+            number = display.readline().strip()
+        if not number:
+            raise RuntimeError("Xvfb gave no display")
+        self.env = dict(os.environ, DISPLAY=f":{number}", HOME=str(self.path), LANG="C.UTF-8", LC_ALL="C.UTF-8",
+                        XDG_CONFIG_HOME=str(self.path / "config"), XDG_DATA_HOME=str(self.path / "data"),
+                        XDG_CACHE_HOME=str(self.path / "cache"), XDG_RUNTIME_DIR=str(self.path / "run"),
+                        GDK_BACKEND="x11", GTK_MODULES="gail:atk-bridge", NO_AT_BRIDGE="0", GTK_USE_PORTAL="0",
+                        # Of a program that was built with a sanitizer.
+                        LSAN_OPTIONS=f"suppressions={HERE}/lsan.supp:print_suppressions=0",
+                        TSAN_OPTIONS="ignore_noninstrumented_modules=1")
+        for name in ("WAYLAND_DISPLAY", "AT_SPI_BUS_ADDRESS"):
+            self.env.pop(name, None)
+        self.env.update({name: value for name, value in (("GDK_DPI_SCALE", self.scale), ("GTK_THEME", self.theme))
+                         if value})
+        (self.path / "run").mkdir(mode=0o700)
+        (self.path / "config").mkdir()
+        bus = self.start("dbus-daemon", "--session", "--nofork", "--print-address=1", stdout=subprocess.PIPE)
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
+        os.environ.update({key: self.env[key] for key in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS")})
+        managers = []
+
+        def managed():  # openbox ends at once when the display is not ready for it
+            if not managers or managers[-1].poll() is not None:
+                managers.append(self.start("openbox", "--sm-disable"))
+            shown = subprocess.run(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], env=self.env, capture_output=True)
+            return b"window id" in shown.stdout
+        wait(managed, "the window manager manages the display")
+        return self
+
+    def __exit__(self, *_):
+        for process in reversed(self.processes):
+            process.terminate()
+            try:
+                process.communicate(timeout=5)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.communicate()
+        self.folder.cleanup()
+
+    def start(self, *command, env=None, **options):
+        options = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options}
+        self.processes.append(subprocess.Popen(command, env=env or self.env, **options))
+        return self.processes[-1]
+
+    def xdotool(self, *arguments):
+        return subprocess.run(["xdotool", *map(str, arguments)], env=self.env, check=True, capture_output=True,
+                              text=True).stdout
+
+    def keys(self, *keys):
+        for key in keys:
+            self.xdotool("key", "--clearmodifiers", key)
+            time.sleep(0.04)
+
+    def type(self, text):
+        if text:
+            self.xdotool("type", "--delay", "8", "--", text)
+        time.sleep(0.05)
+
+    def click_at(self, x, y, button=1):
+        self.xdotool("mousemove", x, y)
+        time.sleep(0.05)
+        self.xdotool("click", button)
+        time.sleep(0.1)
+
+    def screenshot(self, path):
+        subprocess.run(["import", "-window", "root", str(path)], env=self.env, check=True)
+        return path
+
+
+class Control:
+    """One accessible object. It may go away at any time; asking for it then gives nothing."""
+
+    def __init__(self, desktop, accessible):
+        self.desktop, self.accessible = desktop, accessible
+
+    def ask(self, question, otherwise):
+        try:
+            return question(self.accessible)
+        except Exception:  # the object is gone
+            return otherwise
+
+    def has(self, state):
+        return self.ask(lambda it: it.getState().contains(state), False)
+
+    role = property(lambda self: self.ask(lambda it: it.getRoleName(), ""))
+    name = property(lambda self: self.ask(lambda it: it.name, ""))
+    showing = property(lambda self: self.has(pyatspi.STATE_SHOWING))
+    enabled = property(lambda self: self.has(pyatspi.STATE_SENSITIVE))
+    checked = property(lambda self: self.has(pyatspi.STATE_CHECKED))
+    focused = property(lambda self: self.has(pyatspi.STATE_FOCUSED))
+    text = property(lambda self: self.accessible.queryText().getText(0, -1))
+    place = property(lambda self: self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
+
+    def click(self, button=1):
+        place = self.place
+        self.desktop.click_at(place.x + place.width // 2, place.y + place.height // 2, button)
+
+    def fill(self, text):
+        """Puts the focus here and types `text` in place of what is there."""
+        self.click()
+        if self.text:  # in an empty field of an address this key goes to the field before
+            self.desktop.keys("ctrl+a", "BackSpace")
+        self.desktop.type(str(text))
+
+    def children(self):
+        count = self.ask(lambda it: it.childCount, 0)
+        found = (self.ask(lambda it, at=index: it.getChildAtIndex(at), None) for index in range(count))
+        return [Control(self.desktop, child) for child in found if child is not None]
+
+    def all(self):
+        yield self
+        for child in self.children():
+            yield from child.all()
+
+    def matching(self, role=None, name=None):
+        return (control for control in self.all() if role in (None, control.role) and name in (None, control.name)
+                and control.showing)
+
+    def select(self, role=None, name=None):
+        return list(self.matching(role, name))
+
+    def find(self, role=None, name=None, seconds=10):
+        """The first shown control of this role and name, waited for."""
+        return wait(lambda: next(self.matching(role, name), None), f"{role} {name!r} is there", seconds)
+
+
+class Program:
+    MENUS = {"f": "File", "e": "Edit", "v": "View", "t": "Test", "h": "Help"}
+
+    def __init__(self, desktop, *arguments):
+        self.desktop = desktop
+        self.log = open(desktop.path / "program.log", "ab")
+        self.process = desktop.start(os.environ["VNXTEST_WINDOW"], *arguments, stdout=self.log, stderr=self.log)
+        self.root = wait(self.find_root, "the program is on the accessibility bus", 60)
+        self.frame = self.root.find("frame", seconds=30)
+        wait(lambda: self.frame.has(pyatspi.STATE_ACTIVE), "the window is active", 20)
+        # Commands can be chosen when the report is written.
+        wait(lambda: self.menu_states("t")['Start "Vantor"...'][0], "the report is written", 60)
+
+    def find_root(self):
+        if self.process.poll() is not None:
+            raise AssertionError(f"the program ended with {self.process.returncode}: {self.complaints()}")
+        return next((Control(self.desktop, application) for application in pyatspi.Registry.getDesktop(0)
+                     if application is not None and application.get_process_id() == self.process.pid), None)
+
+    def complaints(self):
+        """What it wrote to its standard output and error: nothing, when all is well."""
+        return (self.desktop.path / "program.log").read_text(errors="replace")
+
+    def kill(self):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        self.log.close()
+
+    # Menus.
+
+    def open_menu(self, mnemonic):
+        self.desktop.keys(f"alt+{mnemonic}")
+        menu = self.frame.find("menu", self.MENUS[mnemonic])
+        wait(lambda: any(item.showing for item in menu.children()), f"menu {self.MENUS[mnemonic]} is open")
+        return menu
+
+    def choose(self, mnemonic, label):
+        self.open_menu(mnemonic).find(None, label).click()
+
+    def menu_states(self, mnemonic):
+        """Of each item of the menu: whether it is enabled, and whether checked. The menu is opened for it."""
+        items = self.open_menu(mnemonic).children()
+        states = {item.name: (item.enabled, item.checked) for item in items if item.role != "separator"}
+        self.desktop.keys("Escape")
+        time.sleep(0.1)
+        return states
+
+    # Dialogs.
+
+    def dialogs(self):
+        """All windows of the program but the main window and balloons."""
+        return [window for window in self.root.children()
+                if window.role in WINDOW_ROLES and not window.name.endswith(" - VNXTest") and window.showing]
+
+    def dialog(self, title, seconds=15):
+        """The dialog with this title, waited for. The toolkit's message boxes, which are named by their kind on
+        the accessibility bus, answer to the program's name."""
+        found = wait(lambda: next((window for window in reversed(self.dialogs()) if window.name == title
+                                   or (window.role == "alert" and title == "VNXTest64UD")), None),
+                     lambda: f"dialog {title!r} is open, beside {[window.name for window in self.dialogs()]}", seconds)
+        time.sleep(0.25)
+        return found
+
+    def wait_no_dialog(self):
+        wait(lambda: not self.dialogs(), lambda: f"no dialog is open: {[window.name for window in self.dialogs()]}")
+        time.sleep(0.15)
+
+    def choose_dialog(self, mnemonic, label, title):
+        self.choose(mnemonic, label)
+        return self.dialog(title)
+
+    def balloon(self):
+        """The title and the text of the balloon that is shown, as one line; waited for."""
+        return wait(lambda: next((window.name for window in self.root.children()
+                                  if window.role == "window" and window.name and window.showing), None),
+                    "a balloon is shown", 40)
+
+    def press(self, dialog, label):
+        dialog.find("push button", label).click()
+
+    def answer(self, label, title="VNXTest64UD"):
+        self.press(self.dialog(title), label)
+
+    def chart(self):
+        """What the chart says of itself, or None when it is hidden."""
+        return next((panel.name for panel in self.frame.select("panel") if panel.name.startswith("Ping chart")), None)
+
+    # The main job, in steps.
+
+    def start_guest(self):
+        self.choose_dialog("t", 'Start "Vantor"...', "VNXTest64UD Parameters")
+        self.desktop.keys("Return")
+        self.wait_no_dialog()
+        wait(lambda: self.menu_states("t")["Start ping test..."][0], "the guest runs")
+
+    def start_ping(self, to="198.18.0.2", **numbers):
+        """Numbers by the names of the dialog's entries: Size, Count, Timeout, Delay."""
+        dialog = self.choose_dialog("t", "Start ping test...", "Ping who?")
+        dialog.find("text", "To").fill(to)
+        for name, value in numbers.items():
+            dialog.find("text", name + (" in milliseconds" if name in ("Timeout", "Delay") else "")).fill(value)
+        self.desktop.keys("Return")
+        self.wait_no_dialog()
+
+    def wait_ping_end(self, seconds=90):
+        wait(lambda: self.menu_states("t")["Start ping test..."][0], "the ping test has ended", seconds)
+
+    def stop_guest(self):
+        self.choose("t", 'Stop "Vantor"')
+        wait(lambda: self.menu_states("t")['Start "Vantor"...'][0], "the guest is stopped")
+
+    def profile(self):
+        """The stored values by name."""
+        lines = (line for path in (self.desktop.path / "config/VNXTest64UD").glob("*")
+                 for line in path.read_text(encoding="utf-8").splitlines())
+        return dict(line.split("=", 1) for line in lines if "=" in line)
+
+    def save(self, path):
+        """Saves the untitled document by Ctrl+S and the file dialog. Returns what is in the file."""
+        self.desktop.keys("ctrl+s")
+        self.enter_path("Save As", path)
+        self.wait_no_dialog()
+        wait(pathlib.Path(path).exists, f"{path} is saved")
+        return pathlib.Path(path).read_text(encoding="utf-8")
+
+    def enter_path(self, title, path):
+        self.dialog(title)
+        self.desktop.keys("ctrl+a")
+        self.desktop.type(str(path))
+        time.sleep(0.3)  # the file dialog looks for what could complete the name
+        self.desktop.keys("Return")
+
+    def exit(self):
+        """Ends the program without saving; its status must be 0 and nothing must have been complained of."""
+        self.choose("f", "Exit")
+        if self.process.poll() is None:
+            self.answer("Don't Save")
+        return self.ended()
+
+    def ended(self, seconds=30):
+        """Whether it ended well: status 0, and nothing on its standard error."""
+        return self.process.wait(seconds) == 0 and self.complaints() == ""
+
+
+class DesktopCase(unittest.TestCase):
+    """A case with a display and, unless `arguments` is None, the program on it."""
+
+    arguments = ("--library", "sim")
+
+    def setUp(self):
+        reason = missing() or (None if "VNXTEST_WINDOW" in os.environ else "VNXTEST_WINDOW does not name the program")
+        if reason:
+            self.skipTest(reason)
+        self.desktop = Desktop()
+        self.desktop.__enter__()
+        self.addCleanup(self.desktop.__exit__)
+        if self.arguments is not None:
+            self.program = self.start(*self.arguments)
+        # What the screen shows at the end, for whoever looks into a failure.
+        if "VNXTEST_UI_PICTURES" in os.environ:
+            picture = pathlib.Path(os.environ["VNXTEST_UI_PICTURES"]) / f"{self.id()}.png"
+            self.addCleanup(self.desktop.screenshot, picture)
+
+    def start(self, *arguments):
+        program = Program(self.desktop, *arguments)
+        self.addCleanup(program.kill)
+        return program
+
+    def wait(self, condition, what, seconds=15):
+        return wait(condition, what, seconds)
