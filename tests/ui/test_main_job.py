@@ -73,36 +73,14 @@ class MainJob(DesktopCase):
         self.assertEqual(sent, list(range(1, len(sent) + 1)))
         self.assertGreater(len(sent), 10)
 
-    def probe_one_flood(self):
-        """Runs the largest test and asks the program meanwhile. Returns the 99th percentile of the answers' delay.
-
-        A question to the accessibility bus is answered by the user-interface thread, between two events."""
+    def test_65535_pings_without_delay(self):  # how responsive the window stays meanwhile: bench/window_pings.py
+        self.program.start_guest()
         self.program.start_ping(Count=65535, Size=8, Delay=0, Timeout=10000)
-        chart = next(panel for panel in self.program.frame.select("panel") if panel.name.startswith("Ping chart"))
-        delays, end = [], time.monotonic() + 120
-        while time.monotonic() < end and (len(delays) % 20 or "Received 65535" not in chart.name):
-            begin = time.monotonic()
-            self.assertGreater(chart.place.width, 0)  # asked anew each time, unlike names
-            delays.append((time.monotonic() - begin) * 1000)
-            time.sleep(0.003)
-        delays.sort()
-        p99 = delays[len(delays) * 99 // 100]
-        print(f"{len(delays)} questions, median {delays[len(delays) // 2]:.1f} ms, p99 {p99:.1f} ms, longest "
-              f"{delays[-1]:.1f} ms, load {os.getloadavg()[0]:.1f}")
         self.program.wait_ping_end()
         self.assertIn("Sent 65535, Received 65535, Loss 0%", self.program.chart())
-        return p99
-
-    def test_65535_pings_without_delay(self):
-        self.program.start_guest()
-        limit = 50 if not os.environ.get("VNXTEST_SANITIZE") else 5000
-        floods = 1
-        while self.probe_one_flood() > limit:  # others may be busy on this machine: of three tries one has to do
-            floods += 1
-            self.assertLessEqual(floods, 3)
         text = self.program.save(self.desktop.path / "load.vnt")
-        self.assertEqual(numbers(PINGS, text), floods * list(range(1, 65536)))
-        self.assertEqual(sorted(numbers(REPLIES, text)), sorted(floods * list(range(1, 65536))))
+        self.assertEqual(numbers(PINGS, text), list(range(1, 65536)))
+        self.assertEqual(sorted(numbers(REPLIES, text)), list(range(1, 65536)))
 
 
 class RealWire(MainJob):
