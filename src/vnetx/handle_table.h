@@ -11,6 +11,8 @@
 #include <memory>
 #include <utility>
 
+#include "wrenlib/atomic_wait.h"
+
 namespace vnxtest {
 
 // `Interface` offers Interrupt(): every operation that waits inside it returns soon.
@@ -18,7 +20,7 @@ template <typename Interface>
 class HandleTable {
     struct alignas(64) Slot {
         std::atomic<std::int32_t> handle{kFree};
-        std::atomic<std::int32_t> users{0};
+        std::atomic<std::uint32_t> users{0};
         std::unique_ptr<Interface> object;
     };
 
@@ -91,8 +93,8 @@ public:
                 continue;
             }
             slot.object->Interrupt();
-            for (std::int32_t users = slot.users.load(); users != 0; users = slot.users.load()) {
-                slot.users.wait(users);
+            for (std::uint32_t users = slot.users.load(); users != 0; users = slot.users.load()) {
+                WaitWhile(slot.users, users);
             }
             std::unique_ptr<Interface> object = std::move(slot.object);
             slot.handle.store(kFree);
@@ -107,7 +109,7 @@ private:
 
     static void Release(Slot& slot) {
         if (slot.users.fetch_sub(1) == 1 && slot.handle.load() == kChanging) {
-            slot.users.notify_all();
+            WakeAllWaiting(slot.users);
         }
     }
 

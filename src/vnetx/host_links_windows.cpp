@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <memory>
 
 #include <winsock2.h>
@@ -47,9 +48,12 @@ HostLink LinkOf(const IP_ADAPTER_ADDRESSES& adapter) {
 
 } // namespace
 
-std::vector<HostLink> ListHostLinks() {
+namespace {
+
+// Calls `visit` for every adapter; sets errno when they cannot be listed.
+template <typename Visit>
+void ForEachAdapter(const Visit& visit) {
     constexpr ULONG kFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST | GAA_FLAG_SKIP_DNS_SERVER;
-    std::vector<HostLink> links;
     ULONG size = 16 * 1024;
     // The adapters may become more between the question for the size and the answer.
     for (int attempt = 0; attempt < 5; ++attempt) {
@@ -58,16 +62,23 @@ std::vector<HostLink> ListHostLinks() {
         const ULONG result = GetAdaptersAddresses(AF_INET, kFlags, nullptr, adapters, &size);
         if (result == ERROR_SUCCESS) {
             for (const auto* adapter = adapters; adapter; adapter = adapter->Next) {
-                links.push_back(LinkOf(*adapter));
+                visit(*adapter);
             }
-            return links;
+            return;
         }
         if (result != ERROR_BUFFER_OVERFLOW) {
             errno = result == ERROR_NO_DATA ? ENODEV : EIO;
-            return links;
+            return;
         }
     }
     errno = ENOMEM;
+}
+
+} // namespace
+
+std::vector<HostLink> ListHostLinks() {
+    std::vector<HostLink> links;
+    ForEachAdapter([&](const IP_ADAPTER_ADDRESSES& adapter) { links.push_back(LinkOf(adapter)); });
     return links;
 }
 
@@ -77,6 +88,9 @@ std::uint32_t DefaultRouteLinkIndex() {
         return 0;
     }
     const std::unique_ptr<MIB_IPFORWARD_TABLE2, decltype(&FreeMibTable)> owner(table, FreeMibTable);
+    std::map<NET_IFINDEX, ULONG> linkMetrics;
+    ForEachAdapter(
+        [&](const IP_ADAPTER_ADDRESSES& adapter) { linkMetrics[adapter.IfIndex] = adapter.Ipv4Metric; });
     std::uint32_t index = 0;
     std::uint64_t best = 0;
     for (ULONG i = 0; i < table->NumEntries; ++i) {
@@ -84,11 +98,7 @@ std::uint32_t DefaultRouteLinkIndex() {
         if (row.DestinationPrefix.PrefixLength != 0) {
             continue;
         }
-        MIB_IPINTERFACE_ROW link{};
-        link.Family = AF_INET;
-        link.InterfaceIndex = row.InterfaceIndex;
-        const std::uint64_t linkMetric = GetIpInterfaceEntry(&link) == NO_ERROR ? link.Metric : 0;
-        const std::uint64_t metric = row.Metric + linkMetric;
+        const std::uint64_t metric = std::uint64_t{row.Metric} + linkMetrics[row.InterfaceIndex];
         if (index == 0 || metric < best) {
             index = row.InterfaceIndex;
             best = metric;

@@ -13,7 +13,6 @@ import sys
 import unittest
 
 SKIPPED = 77
-DEFAULT_TIMEOUT = 90
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent))
 sys.dont_write_bytecode = True
@@ -28,8 +27,7 @@ def cases(module):
 def list_cases(module):
     for name, case in cases(module).items():
         method = getattr(case, case._testMethodName)
-        seconds = getattr(method, "case_timeout", DEFAULT_TIMEOUT)
-        print(name, seconds, int(getattr(method, "case_alone", False)), case.label)
+        print(name, getattr(method, "case_timeout", 90), int(getattr(method, "case_alone", False)), case.label)
 
 
 def run(chosen):

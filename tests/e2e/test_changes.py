@@ -8,7 +8,7 @@ import time
 from lab import frames
 from lab.cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase
 
-FAKETIME = pathlib.Path("/usr/lib/x86_64-linux-gnu/faketime/libfaketimeMT.so.1")
+FAKETIME = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1"), None)
 
 
 class Changes(NetworkCase):
@@ -61,21 +61,21 @@ class Changes(NetworkCase):
 
     def test_the_clock_jumps(self):
         """A day back and a day on: the stamps follow, what is measured and waited for does not."""
-        if not FAKETIME.exists():
-            self.skipTest(f"needs {FAKETIME} (Debian: libfaketime)")
+        if not FAKETIME:
+            self.skipTest("needs libfaketime")
         clock = self.scratch() / "clock"
         clock.write_text("+0")
         environment = {"LD_PRELOAD": str(FAKETIME), "FAKETIME_DONT_FAKE_MONOTONIC": "1", "FAKETIME_NO_CACHE": "1",
                        "FAKETIME_TIMESTAMP_FILE": str(clock)}
         started = time.monotonic()
-        guest = self.start("--library", "sim:delay=20", "ping", "198.18.0.2", "--count", 20, "--delay", 50,
+        guest = self.start("--library", "sim:delay=25", "ping", "198.18.0.2", "--count", 20, "--delay", 50,
                            "--no-report", environment=environment)
         for number, jump in ((5, "-1d"), (10, "+1d"), (15, "-3h")):
             guest.wait_for(f"Sending ping #{number} ")
             clock.write_text(jump)
         self.assertEqual(guest.wait_end(), 0, guest.story())
         self.assertLess(time.monotonic() - started, 8)
-        self.assertRegex(guest.text(), r"20 Replies Received \(Minimum = 2\dms, Maximum = \d\dms")
+        self.assertRegex(guest.text(), r"20 Replies Received \(Minimum = 2\dms, Maximum = \d{2,3}ms")
         self.assertGreater(len({line[:2] for line in guest.lines()}), 1, "the clock did jump")
 
     def test_a_full_disk(self):

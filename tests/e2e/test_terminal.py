@@ -9,8 +9,7 @@ import signal
 import time
 
 from lab.cases import Case, as_ordinary_user, program_for_everybody
-from lab.guest import STAMP
-from lab.statistics import interface_statistics, ping_statistics
+from lab.guest import STAMP, interface_statistics, ping_statistics
 
 ECHO_HOST, SILENT, GATEWAY = "198.18.0.2", "198.18.0.150", "198.18.0.254"
 # The fields of the results file, object by object, in their order.
@@ -49,9 +48,6 @@ class TerminalCase(Case):
     def ping(self, *arguments, target=ECHO_HOST, **options):
         return self.go("ping", target, "--no-report", "--delay", 1, *arguments, **options)
 
-    def stored(self):
-        return dict(line.split("=", 1) for line in self.profile.read_text("utf-8").splitlines() if "=" in line)
-
     def results(self):
         """The results file, whose fields are complete and whose sums are right."""
         results = json.loads(self.json.read_text("utf-8"))
@@ -75,23 +71,21 @@ class TerminalCase(Case):
 
 class Ping(TerminalCase):
     def test_works_at_once_for_an_ordinary_user(self):
-        guest = self.go("ping", ECHO_HOST, "--delay", 10, executable=program_for_everybody(self.scratch()),
-                        prefix=as_ordinary_user())
-        for line in guest.lines():
-            self.assertRegex(line, STAMP)
-            self.assertEqual(line, line.rstrip())
+        guest = self.go("ping", ECHO_HOST, "--delay", 10, "--output", self.document,
+                        executable=program_for_everybody(self.folder), prefix=as_ordinary_user())
+        self.assertEqual([line for line in guest.lines() if not STAMP.match(line) or line != line.rstrip()], [])
         self.assertRegex(guest.text(), r"(?s)VNXTest64UD, version:.*  Network Information  .*  Detected Adapters  .*\n\n"
                          r"\*\* START PING TEST \*\*\n\n ping  -c 3  -i 10  -s 32  -w 500  198\.18\.0\.2\n\n Sending ping #1 "
                          r".*\*\* END PING TEST \*\*\n.*\n\*\* Interface \S+ closed\.\.\.")
         self.assertEqual(ping_statistics(guest.text())["received"], 3)
-        self.assertFalse(self.profile.exists(), "nothing is stored unasked")
+        self.assertEqual(self.document.read_text("utf-8"), "".join(line + "\n" for line in guest.lines()))
+        self.assertEqual({*os.listdir(self.folder)}, {self.document.name, "vnxtest-cli"}, "nothing is stored unasked")
 
     def test_every_fate(self):
         for library, target, extra, figures, text in (
                 ("sim", "8.8.8.8", ("--mode", "tap"), (3, 0, 0, 0), "TTL=57"),  # behind the gateway
                 ("sim", "localhost", (), (0, 3, 0, 3), r" Sending ping #1 bytes=32 to localhost \[127\.0\.0\.1\]\.\.\.\n"),
                 ("sim:late=100", ECHO_HOST, (), (3, 3, 0, 0), r"ms late\)\n"),
-                ("sim:df=100", ECHO_HOST, ("--debug",), (0, 3, 0, 3), r"Packet was ignored \(Fragmented\)\n"),
                 ("sim:mtu=65535", ECHO_HOST, ("--size", 65507), (3, 0, 0, 0), "bytes=65507 time"),
                 ("sim", ECHO_HOST, ("--from", 2, "--socket-notify"), (3, 0, 0, 0), r"Statistics(.*\n)*\*\*\* Statistics")):
             with self.subTest(library=library, target=target):
@@ -113,15 +107,12 @@ class Ping(TerminalCase):
             for name in ("sent", "received", "timeouts", "duplicates", "lost"):
                 self.assertEqual(told[name], figures[name], name)
                 self.assertGreater(figures[name], 0)
-            self.assertEqual(told["lossPercent"], figures["percent"])
             self.assertEqual(text.count(" has timed out."), figures["timeouts"])
             self.assertEqual(len(re.findall(r"^ Reply(?: #\d+)? to ping", text, re.M)), told["received"] + told["duplicates"])
-            counters, record = interface_statistics(text), results["interfaces"][0]["statistics"]
-            for name, field in (("Total Packets Read", "packetsRead"), ("Total Bytes Written", "bytesWritten")):
-                self.assertEqual(record[field], counters[name])
+            self.assertEqual(results["interfaces"][0]["statistics"]["packetsRead"],
+                             interface_statistics(text)["Total Packets Read"])
             pings = results["ping"]["pings"]
             self.assertEqual({one["timeMs"] - one["lateMs"] for one in pings if one["lateMs"]}, {200})
-            self.assertEqual([one["sentMs"] for one in pings], sorted(one["sentMs"] for one in pings))
             self.assertEqual([(one["sequence"] - pings[0]["sequence"]) % 65536 for one in pings], list(range(300)))
             seen.append([told["received"], told["duplicates"], told["lost"]])
         self.assertEqual(seen[0], seen[1])
@@ -138,18 +129,12 @@ class Ends(TerminalCase):
         self.assertTrue(1.0 <= time.monotonic() - started < 1.0 + 2 * SLACK)
 
     def test_a_signal(self):
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-            for mode in ((), ("--socket-notify",)):
-                guest = self.begin("run", "--no-report", "--json", self.json, *mode).wait_up()
-                status, seconds = guest.stop(number)
-                self.assertEqual((status, guest.errors()), (0, ""))
-                self.assertLess(seconds, SLACK)
-                self.assertIsNotNone(interface_statistics(guest.text()))
-                self.assertRegex(guest.text(), r"\*\* Interface \S+ closed")
-                results = self.results()
-                self.assertEqual((results["command"], results["ping"], len(results["interfaces"])), ("run", None, 1))
-
-    def test_a_signal_during_a_test_still_prints_the_statistics(self):
+        for number, mode in ((signal.SIGINT, ()), (signal.SIGTERM, ("--socket-notify",)), (signal.SIGHUP, ())):
+            guest = self.begin("run", "--no-report", "--json", self.json, *mode).wait_up()
+            self.assertEqual((guest.stop(number, SLACK)[0], guest.errors()), (0, ""))
+            self.assertRegex(guest.text(), r"\*\* Interface \S+ closed")
+            results = self.results()
+            self.assertEqual((results["command"], results["ping"], len(results["interfaces"])), ("run", None, 1))
         guest = self.begin("ping", ECHO_HOST, "--no-report", "--delay", 100, "--count", 1000, "--json", self.json)
         guest.wait_for("Reply to ping #2")
         self.assertEqual(guest.stop()[0], 0)
@@ -172,23 +157,16 @@ class Ends(TerminalCase):
     def test_a_starter_that_ignores_hangups_is_heeded_and_waiting_costs_nothing(self):
         guest = self.begin("run", "--no-report", prepare=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)).wait_up()
         guest.send_signal(signal.SIGHUP)
-        before = self.ticks(guest.pid)
-        time.sleep(1)
-        self.assertLessEqual(self.ticks(guest.pid) - before, 3, "of 100")
+        ticks = []
+        for _ in range(2):
+            with open(f"/proc/{guest.pid}/stat", encoding="ascii") as file:
+                ticks.append(sum(map(int, file.read().rsplit(")", 1)[1].split()[11:13])))
+            time.sleep(1)
+        self.assertLessEqual(ticks[1] - ticks[0], 3, "of 100")
         self.assertEqual(guest.stop(signal.SIGTERM)[0], 0)
-
-    @staticmethod
-    def ticks(pid):
-        with open(f"/proc/{pid}/stat", encoding="ascii") as file:
-            return sum(map(int, file.read().rsplit(")", 1)[1].split()[11:13]))
 
 
 class Output(TerminalCase):
-    def test_the_saved_document_is_what_was_shown(self):
-        guest = self.ping("--output", self.document)
-        self.assertEqual(self.document.read_text("utf-8"), "".join(line + "\n" for line in guest.lines()))
-        self.assertEqual(os.listdir(self.folder), [self.document.name])
-
     def test_what_cannot_be_saved(self):
         for option in ("--output", "--json"):
             guest = self.ping(option, "/no/such/file", status=2, note="/no/such/file.*: No such file or directory")
@@ -202,7 +180,7 @@ class Output(TerminalCase):
         self.assertIn("closed...", self.document.read_text("utf-8"), "everything was closed in order, and saved")
         self.assertIn("Standard output", self.results()["problem"])
 
-    def test_a_reader_that_goes_away(self):
+    def test_a_reader_that_goes_away_and_closed_standard_streams(self):
         read, write = os.pipe()
         guest = self.begin("ping", ECHO_HOST, "--count", 65535, "--delay", 1, output=write)
         os.close(write)
@@ -210,8 +188,6 @@ class Output(TerminalCase):
         os.close(read)
         guest.status = guest.wait_end(20)
         self.assert_refused(guest, "Broken pipe")
-
-    def test_closed_standard_streams(self):
         for stream in (0, 1, 2):
             guest = self.begin("ping", ECHO_HOST, "--count", 1, "--no-report", "--output", self.document,
                                prepare=lambda: os.close(stream))
@@ -234,51 +210,40 @@ class Output(TerminalCase):
 
     def test_adapters(self):
         table = self.go("adapters").lines()
-        guest = self.go("adapters", "--json")
-        adapters = json.loads("\n".join(guest.lines()))["adapters"]
+        adapters = json.loads("\n".join(self.go("adapters", "--json").lines()))["adapters"]
         self.assertEqual(len(table), len(adapters) + 1)
         for adapter, line in zip(adapters, table[1:]):
             self.assertIn(adapter["mac"], line)
         self.assertEqual([(one["ip"], one["mask"]) for one in adapters if one["default"]], [("198.18.0.1", "255.255.255.0")])
-        self.go("adapters", "--json", self.json)
-        self.assertEqual(json.loads(self.json.read_text("utf-8"))["adapters"], adapters)
         for option in ("--help", "--version"):
             self.assertIn("VNXTest64UD", "".join(self.go(option).lines()))
 
 
 class Profile(TerminalCase):
-    def write(self, text):
-        self.profile.parent.mkdir()
-        self.profile.write_bytes(b"[Settings]\n" + text)
-
     def test_save_stores_and_the_next_run_uses(self):
         self.ping("--save", "--count", 2, "--timeout", 300, "--guest-ip", "198.18.0.177", "--mode", "tap",
                   "--debug=0x80000000")
+        stored = dict(line.split("=", 1) for line in self.profile.read_text("utf-8").splitlines() if "=" in line)
         wanted = {"Interface1_bTAPMode": "1", "Interface1_strInterface_IPAddr": "198.18.0.177",
                   "Interface1_strAdapter_IPAddr": "198.18.0.1", "Interface2_strInterface_IPAddr": "", "NumPings": "2",
                   "PingTimeout": "300", "WhoPingName": ECHO_HOST, "DebugMode": "1", "DebugFlags": "2147483648"}
-        self.assertEqual(self.stored() | wanted, self.stored())
+        self.assertEqual(stored | wanted, stored)
         guest = self.ping("--no-debug", "--json", self.json)
         self.assertIn(" ping  -c 2  -i 1  -s 32  -w 300 ", guest.text())
         interface = self.results()["interfaces"][0]
         self.assertEqual((interface["guestIp"], interface["mode"]), ("198.18.0.177", "tap"))
 
     def test_what_does_not_fit_is_left_out_and_left_alone(self):
-        text = (b"Interface1_strAdapter_IPAddr=192.0.2.200\nInterface1_strInterface_IPAddr=192.0.2.201\n"
+        text = (b"[Settings]\nInterface1_strAdapter_IPAddr=192.0.2.200\nInterface1_strInterface_IPAddr=192.0.2.201\n"
                 b"PingDataSize=99999\nNumPings=0\nPingTimeout=soon\nPingDelay=4294967295\n\xff\xfe rubbish\n")
-        self.write(text)
+        self.profile.parent.mkdir()
+        self.profile.write_bytes(text)
         guest = self.ping("--json", self.json, note="left out")
         self.assertIn(" ping  -c 3  -i 1  -s 32  -w 500 ", guest.text())
         self.assertEqual(self.results()["interfaces"][0]["guestIp"], "198.18.0.111")
         for word in ("is damaged", "PingDataSize", "NumPings", "PingTimeout"):
             self.assertIn(word, guest.errors())
-        self.assertEqual(self.profile.read_bytes(), b"[Settings]\n" + text)
-
-    def test_one_that_cannot_be_written(self):
-        self.profile.parent.write_text("in the way", "utf-8")
-        guest = self.ping("--save", status=2, note="VNXTest64UD")
-        self.assertIn("** Assertion Failed **", guest.text())
-        self.assertIn(" Ping test successful.", guest.text())
+        self.assertEqual(self.profile.read_bytes(), text)
 
 
 class Refusals(TerminalCase):
@@ -286,11 +251,9 @@ class Refusals(TerminalCase):
         for arguments, wanted in (
                 ((), "--help"),
                 (("ping", ECHO_HOST, "--size", "7"), "--size(.*\n)*.*--help"),
-                (("ping", ECHO_HOST, "--library", "nosuch"), "library"),
                 (("report", "--library", "sim:loss=200"), "loss"),
                 (("report", "--library", "/no/such/library.so"), r"/no/such/library\.so"),
                 (("ping", "no.such.host.invalid"), r"Please enter a valid IP address or name\."),
-                (("ping", "1.2.3.4.5"), "valid IP address or name"),
                 (("ping", ECHO_HOST, "--adapter", "nosuch0"), r"nosuch0(.*\n)*.*198\.18\.0\.1 "),  # lists what there is
                 (("run", "--guest-mac", "03-00-5E-80-00-04"), "--guest-mac"),
                 (("run", "--guest-ip", "10.77.0.1"), "Subnets Warning: Your guest IP is in a different subnet!(.*\n)*.*--proceed"),

@@ -1,10 +1,7 @@
-#include <regex>
-
 #include "support/guest_fixture.h"
 #include "support/output_fixture.h"
 #include "support/quiet_host.h"
 #include "vnetx/sim.h"
-#include "wrenlib/ticks.h"
 
 namespace vnxtest {
 namespace {
@@ -66,44 +63,6 @@ protected:
     PingWhoParameters m_who;
     bool m_twoOffered = false;
 };
-
-TEST_F(GuestTest, RunsAPingTestInBothModesAndBothWaits) {
-    for (const bool notify : {false, true}) {
-        for (const bool tap : {false, true}) {
-            m_guest->Run().socketNotifyMode = notify;
-            m_parameters.interface1.tapMode = tap;
-            m_frontEnd.PumpLeftovers(*m_guest);
-            StartAndOpen();
-            const std::string text = Ping();
-            EXPECT_EQ(CountOf(text, " Reply to ping #"), 3) << text;
-            EXPECT_EQ(CountOf(text, " Ping test successful.\n"), 1) << text;
-            const std::uint32_t before = GetTicks();
-            m_guest->StopGuest();
-            EXPECT_LT(GetTicks() - before, 1000U);
-            EXPECT_FALSE(m_guest->IsRunning());
-            const std::string end = TakeText();
-            EXPECT_EQ(CountOf(end, "*** Statistics for Interface "), 1) << end;
-            EXPECT_EQ(CountOf(end, "** Interface "), 1) << end;
-            EXPECT_TRUE(m_guest->Interface(0).statisticsValid);
-            EXPECT_GE(m_guest->Interface(0).statistics.packetsWritten, 3);
-        }
-    }
-}
-
-TEST_F(GuestTest, StopsARunningPingTestWithItsStatisticsFirst) {
-    StartAndOpen();
-    m_who.delay = 10000;
-    ASSERT_TRUE(m_guest->OnTestStartPing());
-    EXPECT_TRUE(m_guest->IsPinging());
-    m_guest->StopGuest();
-    EXPECT_FALSE(m_guest->IsPinging());
-    const std::string text = TakeText();
-    const std::size_t pingEnd = text.find("** END PING TEST **\n");
-    if (CountOf(text, " Sending ping #") > 0) {
-        ASSERT_NE(pingEnd, std::string::npos) << text;
-        EXPECT_LT(pingEnd, text.find("*** Statistics for Interface "));
-    }
-}
 
 TEST_F(GuestTest, OneFailingInterfaceStopsTheOther) {
     UseInterface2(L"198.18.0.77"); // no adapter has this address

@@ -16,18 +16,14 @@ protected:
         m_frontEnd.askParameters = [this](GuestParameters& parameters) {
             parameters.interface1.adapterIpText = L"10.1.2.3";
             parameters.interface1.guestIpText = m_guestIp;
-            parameters.interface2 = {};            // not used
-            return m_frontEnd.parametersAsked < 2; // the second time the user gives up
+            parameters.interface2 = {};           // not used
+            return m_frontEnd.offered.size() < 2; // the second time the user gives up
         };
     }
 
-    // Starts with these circumstances; returns which texts were asked, by their number of words that
-    // tell them apart, and whether the guest was started.
-    struct Outcome {
-        std::vector<std::string> questions;
-        bool started = false;
-    };
-    Outcome Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers) {
+    // Starts with these circumstances; returns a letter for each question asked, and "!" when the guest was
+    // started.
+    std::string Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers) {
         m_tables.networkParameters.enableRouting = forwarding;
         HostNetwork host({m_tables, m_adapters}, m_library);
         host.InitGlobals();
@@ -37,21 +33,20 @@ protected:
         m_guestIp = inSubnet ? L"10.1.2.111" : L"10.9.9.9";
         m_frontEnd.answers = std::move(answers);
         m_frontEnd.questions.clear();
-        m_frontEnd.parametersAsked = 0;
+        m_frontEnd.offered.clear();
         MemoryProfile profile;
         Settings settings(profile);
-        Guest guest(m_library, host, settings, m_frontEnd);
-        Outcome outcome;
-        outcome.started = guest.OnStartGuest();
+        const bool started = Guest(m_library, host, settings, m_frontEnd).OnStartGuest();
+        std::string asked;
         for (const std::wstring& question : m_frontEnd.questions) {
-            const auto has = [&](const wchar_t* words) { return question.find(words) != std::wstring::npos; };
-            outcome.questions.push_back(has(L"some tests may fail")                 ? "A"
-                                        : has(L"cannot possibly work")              ? "B"
-                                        : has(L"Even though IP Routing is enabled") ? "C"
-                                        : has(L"Unless the default gateway")        ? "D"
-                                                                                    : "?");
+            for (const auto& [letter, words] : {std::pair{'A', L"some tests may fail"},
+                                                {'B', L"cannot possibly work"},
+                                                {'C', L"Even though IP Routing is enabled"},
+                                                {'D', L"Unless the default gateway"}}) {
+                asked.append(question.find(words) != std::wstring::npos ? 1 : 0, letter);
+            }
         }
-        return outcome;
+        return asked + (started ? "!" : "");
     }
 
     std::wstring m_guestIp;
@@ -60,34 +55,26 @@ protected:
     ScriptedFrontEnd m_frontEnd;
 };
 
-using Questions = std::vector<std::string>;
-
-TEST_F(PreStartChecksTest, AskWhatTheCircumstancesCallFor) {
+TEST_F(PreStartChecksTest, AskWhatTheCircumstancesCallForAndCancelGoesBackToTheParameters) {
     struct Case {
         bool forwarding, gateway, inSubnet;
-        Questions questions;
+        const char* asked;
     };
-    const Case cases[] = {
-        {false, false, true, {"A"}}, {false, false, false, {"A", "B"}}, {false, true, true, {}},
-        {false, true, false, {"D"}}, {true, false, true, {}},           {true, false, false, {"C"}},
-        {true, true, true, {}},      {true, true, false, {"D"}},
-    };
-    for (const Case& one : cases) {
-        const Outcome outcome = Start(one.forwarding, one.gateway, one.inSubnet, {true, true});
-        EXPECT_EQ(outcome.questions, one.questions);
-        EXPECT_TRUE(outcome.started);
+    for (const auto& [forwarding, gateway, inSubnet, asked] : {Case{false, false, true, "A!"},
+                                                               {false, false, false, "AB!"},
+                                                               {false, true, true, "!"},
+                                                               {false, true, false, "D!"},
+                                                               {true, false, true, "!"},
+                                                               {true, false, false, "C!"},
+                                                               {true, true, true, "!"},
+                                                               {true, true, false, "D!"}}) {
+        EXPECT_EQ(Start(forwarding, gateway, inSubnet, {true, true}), asked);
     }
-}
-
-TEST_F(PreStartChecksTest, CancelGoesBackToTheParametersJustEntered) {
-    m_frontEnd.offered.clear();
-    const Outcome first = Start(false, false, false, {true, false});
-    EXPECT_EQ(first.questions, (Questions{"A", "B"}));
-    EXPECT_FALSE(first.started);
-    EXPECT_EQ(m_frontEnd.parametersAsked, 2);
-    EXPECT_EQ(m_frontEnd.offered.back().interface1.guestIpText, L"10.9.9.9");
-    EXPECT_EQ(Start(false, false, true, {false}).questions, Questions{"A"});
-    EXPECT_EQ(m_frontEnd.parametersAsked, 2);
+    EXPECT_EQ(Start(false, false, false, {true, false}), "AB");
+    EXPECT_EQ(m_frontEnd.offered.size(), 2U);
+    EXPECT_EQ(m_frontEnd.offered.back().interface1.guestIpText, L"10.9.9.9") << "those just entered";
+    EXPECT_EQ(Start(false, false, true, {false}), "A");
+    EXPECT_EQ(m_frontEnd.offered.size(), 2U);
 }
 
 } // namespace

@@ -34,7 +34,6 @@ public:
     std::uint32_t SendARP(Ipv4Address destination, Ipv4Address source, std::uint8_t* mac,
                           std::uint32_t* length) override {
         probes.emplace_back(destination, source);
-        probeRoom = *length;
         if (!answers.contains(destination)) {
             return kErrorNoAnswer;
         }
@@ -58,7 +57,6 @@ public:
     std::uint32_t parametersCode = 0, routesCode = 0, addressesCode = 0;
     std::map<Ipv4Address, std::vector<std::uint8_t>> answers;
     std::vector<std::pair<Ipv4Address, Ipv4Address>> probes; // destination, source
-    std::uint32_t probeRoom = 0;
 
 private:
     template <typename Row>

@@ -1,14 +1,23 @@
-// An empty profile of its own for one test: the user's real one is neither read nor written.
+// An empty profile of its own for one test, where it is a file: the user's real one is neither read nor
+// written.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 
 namespace vnxtest {
 
 class TemporaryProfile {
 public:
-    TemporaryProfile();
-    ~TemporaryProfile();
+    TemporaryProfile() {
+        std::string name = std::filesystem::temp_directory_path() / "vnxtest-profile-XXXXXX";
+        m_folder = mkdtemp(name.data());
+        setenv("XDG_CONFIG_HOME", m_folder.c_str(), 1);
+    }
+    ~TemporaryProfile() {
+        unsetenv("XDG_CONFIG_HOME");
+        std::filesystem::remove_all(m_folder);
+    }
     TemporaryProfile(const TemporaryProfile&) = delete;
     TemporaryProfile& operator=(const TemporaryProfile&) = delete;
 

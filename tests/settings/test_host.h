@@ -40,7 +40,6 @@ public:
         }
         return count;
     }
-    VnetxLibrary& Library() { return library; }
 
 private:
     void PostViewMessage(ViewMessage) override {}

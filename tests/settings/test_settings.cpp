@@ -34,12 +34,10 @@ TEST_F(SettingsTest, AnEmptyProfileDerivesFromTheDefaultAdapter) {
         TestHost other(adapters);
         Load(other);
         EXPECT_TRUE(!first.tapMode && second.tapMode);
-        EXPECT_EQ(first.guestIpText, guestIp1);
-        EXPECT_EQ(second.guestIpText, guestIp2);
+        EXPECT_TRUE(first.guestIpText == guestIp1 && second.guestIpText == guestIp2);
         for (const INTERFACE_INFO* info : {&first, &second}) {
             EXPECT_EQ(FormatIPAddr(info->guestIp), info->guestIpText);
-            EXPECT_EQ(info->adapterIpText, adapterIp);
-            EXPECT_EQ(info->adapterMacText, L"");
+            EXPECT_TRUE(info->adapterIpText == adapterIp && info->adapterMacText.empty());
             EXPECT_EQ(info->guestMacText, GeneratedMac(other, info->guestIp));
         }
         EXPECT_EQ(other.TakeAssertions(), 0);
@@ -58,11 +56,10 @@ TEST_F(SettingsTest, WhatIsStoredWins) {
     EXPECT_TRUE(first.tapMode && !second.tapMode) << "any number but 0";
     EXPECT_EQ(first.guestIp, Ipv4Address(10, 9, 9, 9));
     EXPECT_EQ(first.guestMacText, GeneratedMac(host, {10, 9, 9, 9})) << "follows the stored address";
-    EXPECT_EQ(first.adapterMacText, L"02-00-5E-80-00-05");
-    EXPECT_TRUE(first.adapterMac.IsZero()) << "MAC texts are converted after the dialog only";
+    EXPECT_TRUE(first.adapterMacText == L"02-00-5E-80-00-05" && first.adapterMac.IsZero())
+        << "MAC texts are converted after the dialog only";
     EXPECT_EQ(second.guestIpText + second.adapterIpText + second.guestMacText, L"");
     EXPECT_EQ(second.guestIp, Ipv4Address(10, 1, 2, 222)) << "what the record then holds";
-    EXPECT_EQ(second.guestMac, ParseMACAddress(GeneratedMac(host, {10, 1, 2, 222})));
     EXPECT_EQ(host.TakeAssertions(), 0);
 }
 
@@ -76,7 +73,6 @@ TEST_F(SettingsTest, TextsThatDoNotParseAreAssertionsAndTheRestIsConverted) {
     EXPECT_NE(first.broadcastText, L"");
     EXPECT_EQ(second.broadcastText, L"");
     EXPECT_EQ(first.guestIp, Ipv4Address(10, 1, 2, 111)) << "the derived address stays";
-    EXPECT_EQ(first.adapterIp, Ipv4Address(10, 1, 2, 3));
 
     first.guestIpText = L"10.1.2.8";
     first.guestMacText = L"nonsense";
@@ -140,21 +136,19 @@ TEST_F(SettingsTest, DebugAndPingSettings) {
     Settings(profile).ReadDebugSettings(run);
     EXPECT_TRUE(run.debugMode && run.socketNotifyMode && run.debugFlags == 0) << "0 is no missing value";
 
-    const auto load = [this] {
+    const auto expectTarget = [this](Ipv4Address address, const std::wstring& name) {
         PingSettings ping;
         Settings(profile).LoadPingSettings(ping);
-        return ping;
+        EXPECT_EQ(ping.whoPingIpAddr, address);
+        EXPECT_EQ(ping.whoPingName, name);
     };
-    EXPECT_EQ(load().whoPingIpAddr, kDefaultPingTarget);
-    EXPECT_EQ(load().whoPingName, FormatIPAddr(kDefaultPingTarget));
-    Settings(profile).StorePingSettings({Ipv4Address(10, 0, 0, 9), L"", 100, 0, 200, 300});
-    EXPECT_EQ(load().whoPingIpAddr, Ipv4Address(10, 0, 0, 9));
-    EXPECT_EQ(load().whoPingName, L"10.0.0.9");
-    EXPECT_EQ(load().numPings, 0U) << "possible in the profile only: until stopped";
-    profile.numbers[L"WhoPingIPAddr"] = 0;
+    expectTarget(kDefaultPingTarget, FormatIPAddr(kDefaultPingTarget));
+    profile.numbers[L"WhoPingIPAddr"] = Ipv4Address(10, 0, 0, 9).Memory();
+    profile.texts[L"WhoPingName"] = L"";
+    expectTarget({10, 0, 0, 9}, L"10.0.0.9");
+    profile.numbers[L"WhoPingIPAddr"] = 0; // none is stored
     profile.texts[L"WhoPingName"] = L"router";
-    EXPECT_EQ(load().whoPingIpAddr, kDefaultPingTarget) << "0 means that none is stored";
-    EXPECT_EQ(load().whoPingName, L"router");
+    expectTarget(kDefaultPingTarget, L"router");
 }
 
 } // namespace

@@ -27,7 +27,6 @@ public:
     }
 
     bool AskParameters(GuestParameters& parameters) override {
-        ++parametersAsked;
         offered.push_back(parameters);
         return askParameters && askParameters(parameters);
     }
@@ -68,7 +67,6 @@ public:
     std::deque<bool> answers; // to the proceed questions; "no" when there is none left
     std::vector<std::wstring> questions;
     std::vector<GuestParameters> offered;
-    int parametersAsked = 0;
     int opened = 0;
 
 private:

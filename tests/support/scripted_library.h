@@ -3,8 +3,12 @@
 // library gives; everything else is tested on the real ones.
 #pragma once
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <functional>
 #include <map>
@@ -12,8 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "vnetx/checksum.h"
 #include "vnetx/library.h"
 #include "wrenlib/address.h"
+#include "wrenlib/errors.h"
 
 namespace vnxtest {
 
@@ -26,25 +32,103 @@ public:
         VnetxInterfaceRequest record{};
     };
 
-    std::int32_t Open(const char* name, std::int32_t flags) override;
-    void Close(std::int32_t handle) override;
-    std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override;
-    std::int32_t Read(std::int32_t handle, void* buffer, std::uint32_t size) override;
-    std::int32_t Write(std::int32_t handle, const void* frame, std::uint32_t length) override;
-    std::int32_t GetStats(std::int32_t handle, VnetxStatistics* record) override;
-    std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override;
-    void BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) override;
+    std::int32_t Open(const char* name, std::int32_t flags) override {
+        openedName = name;
+        openedFlags = flags;
+        m_open = failOpen == 0;
+        return m_open ? kHandle : FailWith(failOpen);
+    }
+    void Close(std::int32_t) override {
+        m_open = false;
+        errno = EIO; // closing disturbs errno, as a real close may
+    }
+    std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override {
+        if (request == VNETX_SIOCGARP || request == VNETX_SIOCGRARP) {
+            auto* const arp = static_cast<VnetxArpRequest*>(record);
+            arpRequests.push_back(request);
+            lastArp = {handle, *arp};
+            if (neighbourMac.empty() || arpRequests.size() <= silentArpRequests) {
+                return FailWith(ENXIO);
+            }
+            std::ranges::copy(neighbourMac, arp->hardwareAddress);
+            if (request == VNETX_SIOCGRARP) {
+                std::ranges::copy(neighbourIp.Bytes(), arp->protocolAddress);
+            }
+            return 0;
+        }
+        auto* const own = static_cast<VnetxInterfaceRequest*>(record);
+        requests.push_back({request, *own});
+        if (const auto failure = failRequests.find(request); failure != failRequests.end()) {
+            return FailWith(failure->second);
+        }
+        if (request == VNETX_TUNSETIFF || request == VNETX_TUNSETIFF_OLD) {
+            std::memcpy(own->name, interfaceName.c_str(), interfaceName.size() + 1);
+        }
+        if (request == VNETX_SIOCGIFHWADDR) {
+            own->u.hardware = {VNETX_ARPHRD_ETHER, {0x02, 0, 0, 0, 0, 9}, {}};
+        }
+        return 0;
+    }
+    std::int32_t Read(std::int32_t, void* buffer, std::uint32_t) override {
+        std::unique_lock lock(m_lock);
+        m_arrived.wait_for(lock, std::chrono::milliseconds(20), [this] { return !m_frames.empty(); });
+        if (m_frames.empty()) {
+            return failRead != 0 ? FailWith(failRead) : 0;
+        }
+        const Frame frame = std::move(m_frames.front());
+        m_frames.pop_front();
+        std::ranges::copy(frame, static_cast<std::uint8_t*>(buffer));
+        return static_cast<std::int32_t>(frame.size());
+    }
+    std::int32_t Write(std::int32_t handle, const void* frame, std::uint32_t length) override {
+        if (handle != kHandle || failWrite != 0) {
+            return FailWith(handle != kHandle ? EBADF : failWrite);
+        }
+        const auto* const bytes = static_cast<const std::uint8_t*>(frame);
+        Frame copy(bytes, bytes + length);
+        if (onWrite) {
+            onWrite(copy);
+        }
+        const std::lock_guard lock(m_lock);
+        m_written.push_back(std::move(copy));
+        return static_cast<std::int32_t>(length);
+    }
+    std::int32_t GetStats(std::int32_t, VnetxStatistics* record) override {
+        const std::uint32_t length = record->length;
+        *record = {};
+        record->length = length;
+        record->kernelBufferSize = 1048577;
+        record->ioBufferSize = 65536;
+        record->packetsWritten = 5;
+        return 0;
+    }
+    std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override {
+        return InetChecksum(bytes, length);
+    }
+    void BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) override {
+        const std::uint8_t built[6] = {0x02, 0x00, ip[0], ip[1], ip[2], ip[3]};
+        std::ranges::copy(built, mac);
+    }
     const char* GetDefaultIface() override { return defaultInterface.c_str(); }
     std::int32_t SetDebugOutputFunc(VnetxDebugOutput) override { return acceptCallback ? 1 : 0; }
     void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
-                        std::int32_t* build) override;
+                        std::int32_t* build) override {
+        *major = *minor = *release = *build = 1;
+    }
     const char* VersionString() override { return "scripted"; }
     const char* CopyrightString() override { return ""; }
     std::wstring ModuleName() const override { return L"scripted"; }
     std::wstring ModulePath() const override { return {}; }
 
-    void QueueFrame(Frame frame);
-    std::vector<Frame> Written();
+    void QueueFrame(Frame frame) {
+        const std::lock_guard lock(m_lock);
+        m_frames.push_back(std::move(frame));
+        m_arrived.notify_all();
+    }
+    std::vector<Frame> Written() {
+        const std::lock_guard lock(m_lock);
+        return m_written;
+    }
     bool IsOpen() const { return m_open; }
 
     // Set before use; errno of the failure by request code, and of the other calls.
@@ -69,6 +153,14 @@ public:
     std::pair<std::int32_t, VnetxArpRequest> lastArp; // with its handle
 
 private:
+    static constexpr std::int32_t kHandle = 3;
+
+    static std::int32_t FailWith(int code) {
+        SetLastError(static_cast<std::uint32_t>(code));
+        errno = code;
+        return -1;
+    }
+
     std::mutex m_lock;
     std::condition_variable m_arrived;
     std::deque<Frame> m_frames;

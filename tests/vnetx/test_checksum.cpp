@@ -23,16 +23,12 @@ TEST(Checksum, EveryLengthAndAlignmentAgreesWithTheDefinition) {
     EXPECT_EQ(InetChecksum(nullptr, 0), 0xFFFF);
     std::mt19937 random(1);
     std::vector<std::uint8_t> bytes(600);
-    for (const int kind : {0, 1, 2}) {
-        std::ranges::generate(bytes, [&] {
-            return static_cast<std::uint8_t>(kind == 0 ? random() : kind == 1 ? 0xFFu : 0u);
-        });
-        for (std::size_t offset = 0; offset < 8; ++offset) {
-            for (std::size_t length = 0; length < 200; ++length) {
-                ASSERT_EQ(InetChecksum(bytes.data() + offset, length),
-                          SlowChecksum(bytes.data() + offset, length))
-                    << kind << ' ' << offset << ' ' << length;
-            }
+    std::ranges::generate(bytes, [&] { return static_cast<std::uint8_t>(random()); });
+    for (std::size_t offset = 0; offset < 8; ++offset) {
+        for (std::size_t length = 0; length < 200; ++length) {
+            ASSERT_EQ(InetChecksum(bytes.data() + offset, length),
+                      SlowChecksum(bytes.data() + offset, length))
+                << offset << ' ' << length;
         }
     }
     const std::vector<std::uint8_t> large(65535, 0xFF);

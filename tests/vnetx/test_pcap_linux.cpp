@@ -75,19 +75,17 @@ INSTANTIATE_TEST_SUITE_P(Modes, PcapTun, testing::Values(false), ModeName);
 TEST_P(Pcap, GuestAndKernelFindEachOtherAndEveryFrameIsCounted) {
     LibraryGuest& guest = Open(m_options);
     constexpr int kPings = 500;
-    const auto ping = [&](int first, int last, std::size_t size) {
-        for (int n = first; n <= last; ++n) {
-            EXPECT_GT(guest.Ping(kPeer, static_cast<std::uint16_t>(n), size), 0);
+    const auto ping = [&](std::uint16_t first, std::uint16_t last, std::size_t size) {
+        for (std::uint16_t n = first; n <= last; ++n) {
+            EXPECT_GT(guest.Ping(kPeer, n, size), 0);
         }
         const auto replies = guest.ReadReplies();
-        EXPECT_EQ(replies.answered, last - first + 1);
-        EXPECT_EQ(replies.extra + replies.spoilt, 0);
+        EXPECT_TRUE(replies.answered == last - first + 1 && replies.extra + replies.spoilt == 0);
     };
     ping(1, 1, 1); // its frame is padded
     ASSERT_TRUE(Peer("ip neigh flush dev vt1"));
     ping(2, 2, 32); // now the kernel has to ask
-    ping(3, 400, 32);
-    ping(401, kPings, 1472);
+    ping(3, kPings, 1472);
     const auto statistics = guest.Statistics();
     const int own = GetParam() ? 1 : 0; // in TAP mode the guest itself answers the kernel
     const auto arps = statistics.internalArps + own;
@@ -98,9 +96,6 @@ TEST_P(Pcap, GuestAndKernelFindEachOtherAndEveryFrameIsCounted) {
     EXPECT_EQ(statistics.writeCalls, kPings + own);
     EXPECT_LE(statistics.readIos, statistics.packetsRead);
     EXPECT_GE(statistics.maximumBytesReceived, 1514u);
-    EXPECT_EQ(statistics.kernelBufferSize, 1048576u);
-    EXPECT_EQ(statistics.ioBufferSize, 65536u);
-    EXPECT_EQ(statistics.fromOurself, 0);
     // What is too long, or no packet, is refused.
     EXPECT_EQ(ErrorOf(guest.Ping(kPeer, 1, 1473)), EMSGSIZE);
     EXPECT_EQ(ErrorOf(guest.Write(Bytes(13, 0x45))), EINVAL);
@@ -145,21 +140,6 @@ TEST_P(PcapTap, FramesAreDeliveredCountedOrLeftOutByTheirAddresses) {
     }
 }
 
-TEST_P(PcapTap, ASmallDeviceBufferHoldsLittle) {
-    m_options.up = false;
-    LibraryGuest& guest = Open(m_options);
-    ASSERT_EQ(guest.Set(VNETX_VNXSDEVBUFF, 64 * 1024), 0);
-    ASSERT_EQ(guest.SetFlags(VNETX_IFF_UP), 0);
-    for (int i = 0; i < 500; ++i) {
-        Put(Frame(guest.Mac(), kStranger, 0x4321, 60));
-    }
-    int got = 0;
-    while (!guest.Read().empty()) {
-        ++got;
-    }
-    EXPECT_TRUE(got > 20 && got < 100) << got;
-}
-
 TEST_P(PcapTap, AReadEndsWithItsTimeAndWithTheHandle) {
     for (const char* name : {"10.79.0.9", "02-00-00-00-00-99", "no address"}) {
         EXPECT_EQ(ErrorOf(m_library->Open(name, VNETX_OPEN_READ_WRITE)), ENODEV) << name;
@@ -183,9 +163,7 @@ TEST_P(PcapTap, AReadEndsWithItsTimeAndWithTheHandle) {
 TEST_P(PcapTap, NeighboursAreFoundByAnExchange) {
     EXPECT_EQ(AskMac(*m_library, -1, kAdapter), kAdapterMac);
     EXPECT_TRUE(AskMac(*m_library, -1, kPeer).IsZero()) << "not the host's own";
-    EXPECT_EQ(errno, ENXIO);
     EXPECT_EQ(AskIp(*m_library, -1, kAdapterMac), kAdapter);
-
     LibraryGuest& guest = Open(m_options);
     EXPECT_EQ(guest.AskMac(kPeer), kPeerMac) << "on the thread that reads";
     EXPECT_EQ(AskIp(*m_library, guest.Handle(), kPeerMac), kPeer);
@@ -199,15 +177,6 @@ TEST_P(PcapTap, NeighboursAreFoundByAnExchange) {
     EXPECT_TRUE(exchange >= 140ms && exchange < 1s);
     EXPECT_TRUE(guest.AskMac(kNobody).IsZero());
     EXPECT_LT(Clock::now() - start - exchange, 100ms) << "silence is remembered";
-    EXPECT_GE(guest.Statistics().internalArps, 2);
-}
-
-TEST_P(PcapTap, AnAdapterThatGoesDownEndsTheRead) {
-    LibraryGuest& guest = Open(m_options);
-    ASSERT_TRUE(Shell("ip link set vt0 down"));
-    EXPECT_EQ(EndOfReads(guest), ENETDOWN);
-    EXPECT_EQ(ErrorOf(guest.Write(Frame(kStranger, guest.Mac(), 0x0800, 60))), ENETDOWN);
-    EXPECT_EQ(ErrorOf(m_library->Open(m_options.adapter, VNETX_OPEN_READ_WRITE)), ENETDOWN);
 }
 
 TEST_P(PcapTap, TheNotifySocketTellsOfFramesAndOfTheAdaptersEnd) {
@@ -231,7 +200,29 @@ TEST_P(PcapTap, TheNotifySocketTellsOfFramesAndOfTheAdaptersEnd) {
     EXPECT_EQ(EndOfReads(guest), ENODEV);
 }
 
-TEST_P(PcapTun, PaddingIsNoPartOfAPacketAndOtherTypesAreIgnored) {
+TEST_P(PcapTun, EveryKindOfDestinationGetsItsMac) {
+    Open(m_options);
+    const auto macTo = [&](Ipv4Address destination) {
+        EXPECT_GT(m_guest->Ping(destination, 1), 0);
+        const Bytes frame = Seen(kEtherTypeIpv4, destination);
+        return frame.empty() ? MacAddress() : LoadMac(&frame[0]);
+    };
+    ASSERT_TRUE(Shell("ip route add 10.99.0.0/24 via 10.79.0.2 dev vt0"));
+    for (const auto& [destination, mac] :
+         {std::pair{kPeer, kPeerMac}, // kept until the answer came, then sent
+          {Ipv4Address(255, 255, 255, 255), MacAddress::Broadcast()},
+          {Ipv4Address(10, 79, 0, 255), MacAddress::Broadcast()},
+          {Ipv4Address(239, 129, 2, 3), MacAddress({0x01, 0x00, 0x5E, 0x01, 0x02, 0x03})},
+          {Ipv4Address(10, 99, 0, 7), kPeerMac}}) { // the gateway of the host's route through this adapter
+        EXPECT_EQ(macTo(destination), mac);
+    }
+    // Without a subnet of its own the guest uses the adapter's.
+    m_options.mask = Ipv4Address(255, 255, 255, 255);
+    Open(m_options);
+    EXPECT_EQ(macTo(kPeer), kPeerMac);
+}
+
+TEST_P(PcapTun, PaddingOtherTypesAndASilentHost) {
     LibraryGuest& guest = Open(m_options);
     const Bytes packet = Request(kPeer, kGuest);
     Bytes frame = EthernetFrame(guest.Mac(), kPeerMac, kEtherTypeIpv4, packet);
@@ -242,53 +233,16 @@ TEST_P(PcapTun, PaddingIsNoPartOfAPacketAndOtherTypesAreIgnored) {
     Put(frame);
     EXPECT_TRUE(guest.Read().empty());
     EXPECT_EQ(guest.Statistics().ignored, 1);
-}
-
-TEST_P(PcapTun, EveryKindOfDestinationGetsItsMac) {
-    Open(m_options);
-    const auto macTo = [&](Ipv4Address destination) {
-        EXPECT_GT(m_guest->Ping(destination, 1), 0);
-        const Bytes frame = Seen(kEtherTypeIpv4, destination);
-        return frame.empty() ? MacAddress() : LoadMac(&frame[0]);
-    };
-    ASSERT_TRUE(Shell("ip route add 10.99.0.0/24 via 10.79.0.2 dev vt0"));
-    const Ipv4Address behind(10, 99, 0, 7);
-    for (const auto& [destination, mac] :
-         {std::pair{kPeer, kPeerMac}, // kept until the answer came, then sent
-          {kPeer, kPeerMac},
-          {Ipv4Address(255, 255, 255, 255), MacAddress::Broadcast()},
-          {Ipv4Address(10, 79, 0, 255), MacAddress::Broadcast()},
-          {Ipv4Address(239, 129, 2, 3), MacAddress({0x01, 0x00, 0x5E, 0x01, 0x02, 0x03})},
-          {behind, kPeerMac}}) { // the gateway of the host's route through this adapter
-        EXPECT_EQ(macTo(destination), mac);
-    }
-    // A change of the route is seen.
-    ASSERT_TRUE(Peer("ip link add vt2 link vt1 type macvlan mode bridge && ip link set vt2 address "
-                     "02:00:00:00:00:33 && ip addr add 10.79.0.3/24 dev vt2 && ip link set vt2 up && "
-                     "sysctl -qw net.ipv4.conf.all.arp_ignore=1"));
-    ASSERT_TRUE(Shell("ip route replace 10.99.0.0/24 via 10.79.0.3 dev vt0"));
-    std::this_thread::sleep_for(1100ms);
-    EXPECT_EQ(macTo(behind), MacAddress({2, 0, 0, 0, 0, 0x33}));
-    EXPECT_EQ(m_guest->Statistics().ignored, 0);
-    // Without a subnet of its own the guest uses the adapter's.
-    m_options.mask = Ipv4Address(255, 255, 255, 255);
-    Open(m_options);
-    EXPECT_EQ(macTo(kPeer), kPeerMac);
-}
-
-TEST_P(PcapTun, ASilentHostCostsPacketsAndNoErrors) {
-    LibraryGuest& guest = Open(m_options);
     const auto start = Clock::now();
     for (std::uint16_t n = 0; n < 10; ++n) {
         EXPECT_GT(guest.Ping(kNobody, n), 0);
     }
     EXPECT_LT(Clock::now() - start, 140ms) << "a write does not wait for the answer";
-    EXPECT_EQ(guest.Statistics().ignored, 0);
     EXPECT_TRUE(guest.Read().empty()); // 250 ms: the exchange is over
-    EXPECT_EQ(guest.Statistics().ignored, 10);
+    EXPECT_EQ(guest.Statistics().ignored, 11);
     EXPECT_GT(guest.Ping(kNobody, 10), 0);
     const auto statistics = guest.Statistics();
-    EXPECT_EQ(statistics.ignored, 11) << "silence is remembered";
+    EXPECT_EQ(statistics.ignored, 12) << "silence is remembered";
     EXPECT_EQ(statistics.writeCalls, 11);
     EXPECT_EQ(statistics.packetsWritten, 2) << "the question, twice";
 }

@@ -14,20 +14,18 @@ std::wstring Type(std::wstring_view keys) {
     return entry;
 }
 
-TEST(MacEntry, PutsTheSeparatorsIn) {
-    EXPECT_EQ(Type(L"001"), L"00-1");
-    EXPECT_EQ(Type(L"0011"), L"00-11");
-    EXPECT_EQ(Type(L"02005e800004"), L"02-00-5e-80-00-04");
-    EXPECT_EQ(Type(L"02:005e800004"), L"02:00:5e:80:00:04");
-    EXPECT_EQ(Type(L"02-00-5E-80-00-04"), L"02-00-5E-80-00-04");
-}
-
-TEST(MacEntry, KeepsTheLastTextWhenACharacterDoesNotBelong) {
-    EXPECT_EQ(Type(L"0g0"), L"00");
-    EXPECT_EQ(Type(L"-00"), L"00");
-    EXPECT_EQ(Type(L"00:11-22"), L"00:11:22"); // the second kind of separator is refused
-    EXPECT_EQ(Type(L"02005e8000047"), L"02-00-5e-80-00-04");
-    EXPECT_EQ(Type(L"00 1"), L"00-1");
+TEST(MacEntry, PutsTheSeparatorsInAndKeepsTheLastTextWhenACharacterDoesNotBelong) {
+    for (const auto& [keys, shown] : {std::pair{L"001", L"00-1"},
+                                      {L"0011", L"00-11"},
+                                      {L"02:005e800004", L"02:00:5e:80:00:04"},
+                                      {L"02-00-5E-80-00-04", L"02-00-5E-80-00-04"},
+                                      {L"0g0", L"00"},
+                                      {L"-00", L"00"},
+                                      {L"00:11-22", L"00:11:22"}, // the second kind of separator is refused
+                                      {L"02005e8000047", L"02-00-5e-80-00-04"},
+                                      {L"00 1", L"00-1"}}) {
+        EXPECT_EQ(Type(keys), shown);
+    }
 }
 
 TEST(MacEntry, JudgesPastedTextAsAWhole) {

@@ -3,7 +3,6 @@
 import os
 import pathlib
 import shutil
-import subprocess
 import tempfile
 import unittest
 
@@ -72,15 +71,18 @@ class NetworkCase(Case):
         missing = network.why_no_namespaces()
         if missing:
             self.skipTest(missing)
-        self.lab = network.Lab()
-        self.addCleanup(self.lab.close)
-        self.host = self.lab.namespace("host")
-        self.peer = self.lab.namespace("peer")
+        network.remove_leftovers()
+        self.host, self.peer = (network.Namespace(label) for label in ("host", "peer"))
+        for namespace in (self.host, self.peer):
+            self.addCleanup(namespace.remove)
         self.cable("adapter", "far", HOST_IP, PEER_IP)
         self.links_before = self.host.links()
 
     def cable(self, near, far, host_ip, peer_ip):
-        self.lab.veth(self.host, near, self.peer, far, host_ip + "/24", peer_ip + "/24")
+        self.host.ip("link", "add", near, "type", "veth", "peer", "name", far, "netns", self.peer.name)
+        for namespace, name, address in ((self.host, near, host_ip), (self.peer, far, peer_ip)):
+            namespace.ip("address", "add", address + "/24", "dev", name)
+            namespace.ip("link", "set", "dev", name, "up")
 
     def arguments(self, command, mode="tap", *, library="pcap", adapter=HOST_IP, guest_ip=GUEST_IP,
                   guest_mac=GUEST_MAC, gateway=PEER_IP):
@@ -117,7 +119,7 @@ class NetworkCase(Case):
 
     def assert_frames_sound(self, station, source_mac=GUEST_MAC, at_least=1):
         self.need_program("tshark")
-        count, faults = wire.faults_by_tshark(station, source_mac, self.scratch() / "frames.pcap")
+        count, faults = wire.faults_by_tshark(station.heard(), source_mac, self.scratch() / "frames.pcap")
         self.assertEqual(faults, [])
         self.assertGreaterEqual(count, at_least, "frames of the guest")
 
@@ -142,16 +144,6 @@ def as_ordinary_user():
         return []
     return ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all", "--bounding-set=-all",
             "--no-new-privs", "--pdeathsig=KILL"]
-
-
-def before_others():
-    """The words before a command that give it the processors before everybody else's work.
-
-    That nothing is lost can be asked of a program that gets to run: one that is kept waiting for some milliseconds
-    while frames go on coming in loses them in the driver's buffer, and a busy machine is no fault of the program.
-    """
-    words = ["chrt", "--rr", "1"]
-    return words if subprocess.run([*words, "true"], capture_output=True).returncode == 0 else []
 
 
 def program_for_everybody(folder):

@@ -1,4 +1,4 @@
-"""vnxtest-cli as a process: its lines as they come, its messages, its end."""
+"""vnxtest-cli as a process: its lines as they come, its end, and its statistics taken apart."""
 
 import os
 import re
@@ -20,18 +20,28 @@ def program():
     return path
 
 
-def stamp_of(line):
-    """Milliseconds of the day of a line's time stamp."""
-    hours, minutes, seconds = line[:12].split(":")
-    return (int(hours) * 60 + int(minutes)) * 60_000 + round(float(seconds) * 1000)
-
-
 def without_stamps(lines):
     return "".join(STAMP.sub("", line) + "\n" for line in lines)
 
 
+def ping_statistics(text):
+    """The figures of the one statistics block in `text`; None when there is none."""
+    block = r"^ Ping statistics for .+:\n((?:.*\n){7}) Ping test .*\.\n\n\*\* END PING TEST \*\*\n"
+    blocks = re.findall(block, text, re.M)
+    assert len(blocks) < 2, "more than one statistics block"
+    names = "sent received minimum maximum average timeouts duplicates lost percent".split()
+    return dict(zip(names, map(int, re.findall(r"\d+", blocks[0])), strict=True)) if blocks else None
+
+
+def interface_statistics(text, name=".+"):
+    """The counters of an interface's statistics block, by their names; None when there is none or it is not whole."""
+    block = re.search(rf"^\*\*\* Statistics for Interface {name}:\n\n((?:.*K\n){{3}})\n((?: *\d+  .*\n){{6}})\n((?: *\d+  .*\n){{9}})",
+                      text, re.MULTILINE)
+    return block and {line: int(number) for number, line in re.findall(r"(\d+)  (.*)", block[2] + block[3])}
+
+
 class Guest:
-    """A running vnxtest-cli. `output` and `errors` take the standard streams elsewhere than to memory."""
+    """A running vnxtest-cli. `output` and `errors` take the standard streams elsewhere."""
 
     def __init__(self, arguments, namespace=None, prefix=(), environment=None, output=None, executable=None,
                  errors=None, prepare=None):
@@ -43,29 +53,19 @@ class Guest:
         variables = dict(os.environ, HOME=self.home.name, XDG_CONFIG_HOME=self.home.name + "/config", LC_ALL="C.UTF-8")
         self._changed = threading.Condition()
         self._lines = []  # of standard output, without the line end
-        self._error_lines = []
+        self._errors = tempfile.TemporaryFile()
         self._process = subprocess.Popen(
-            command, stdin=subprocess.DEVNULL, stdout=output or subprocess.PIPE, stderr=errors or subprocess.PIPE,
+            command, stdin=subprocess.DEVNULL, stdout=output or subprocess.PIPE, stderr=errors or self._errors,
             env=variables | (environment or {}), preexec_fn=lambda: (die_with_parent(), prepare and prepare()))
-        pipes = [(self._process.stdout, self._lines), (self._process.stderr, self._error_lines)]
-        self._readers = [threading.Thread(target=self._read, args=pipe, daemon=True) for pipe in pipes if pipe[0]]
-        self._reading = len(self._readers)
-        for reader in self._readers:
-            reader.start()
+        self.pid = self._process.pid
+        self._reader = threading.Thread(target=self._read, args=[self._process.stdout or []], daemon=True)
+        self._reader.start()
 
-    def _read(self, pipe, lines):
-        with pipe:
-            for line in pipe:
-                with self._changed:
-                    lines.append(line.decode("utf-8").rstrip("\n"))
-                    self._changed.notify_all()
-        with self._changed:
-            self._reading -= 1
-            self._changed.notify_all()
-
-    @property
-    def pid(self):
-        return self._process.pid
+    def _read(self, pipe):
+        for line in pipe:
+            with self._changed:
+                self._lines.append(line.decode("utf-8").rstrip("\n"))
+                self._changed.notify_all()
 
     def lines(self):
         """Standard output so far, line by line with the time stamps."""
@@ -77,24 +77,22 @@ class Guest:
         return without_stamps(self.lines())
 
     def errors(self):
-        """Standard error."""
-        with self._changed:
-            return "".join(line + "\n" for line in self._error_lines)
+        """Standard error so far."""
+        return os.pread(self._errors.fileno(), 1 << 20, 0).decode("utf-8")
 
     def wait_for(self, pattern, timeout=10.0, count=1):
-        """Waits until `count` lines match; returns the last of them. Fails when the program ends first."""
+        """Waits until `count` lines match. Fails when the program ends first."""
         wanted = re.compile(pattern)
         deadline = time.monotonic() + timeout
-        with self._changed:
-            while True:
-                found = [line for line in self._lines if wanted.search(line)]
-                if len(found) >= count:
-                    return found[count - 1]
-                left = deadline - time.monotonic()
-                if left <= 0 or self._reading == 0:
+        while True:
+            with self._changed:
+                over = time.monotonic() > deadline or not self._reader.is_alive()
+                if sum(bool(wanted.search(line)) for line in self._lines) >= count:
+                    return
+                if over:
                     break
-                self._changed.wait(left)
-        raise AssertionError(f"no line like {pattern!r} ({len(found)} of {count})\n{self.story()}")
+                self._changed.wait(0.1)
+        raise AssertionError(f"not {count} lines like {pattern!r}\n{self.story()}")
 
     def wait_up(self, interfaces=1):
         """Until every interface is enabled and reads."""
@@ -110,9 +108,7 @@ class Guest:
         except subprocess.TimeoutExpired:
             self.kill()
             raise AssertionError(f"still running after {timeout} s\n{self.story()}") from None
-        for reader in self._readers:
-            reader.join()
-        self.home.cleanup()
+        self._reader.join()
         return status
 
     def send_signal(self, number):
@@ -125,9 +121,13 @@ class Guest:
         return self.wait_end(timeout), time.monotonic() - started
 
     def kill(self):
-        if self._process.poll() is None:
-            self._process.kill()
-            self._process.wait()
+        """Ends it, if it still runs, and gives back what it took."""
+        self._process.kill()
+        self._process.wait()
+        self._reader.join()
+        if self._process.stdout:
+            self._process.stdout.close()
+        self.home.cleanup()
 
     def memory(self):
         """Resident kilobytes."""

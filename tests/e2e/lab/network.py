@@ -1,4 +1,4 @@
-"""Network namespaces and veth pairs of a test, and sockets inside them.
+"""Network namespaces of a test, and sockets inside them.
 
 Everything made here bears the prefix "vnxe2e-" and the number of the process that made it. It is taken
 down when the test ends; what an earlier run that was killed has left is taken down before the next.
@@ -51,6 +51,13 @@ def why_no_tun_device():
     return None
 
 
+def remove_leftovers():
+    for line in ip("netns", "list", check=False).stdout.splitlines():
+        left = re.match(rf"({re.escape(PREFIX)}(\d+)-\w+)", line)
+        if left and not os.path.exists(f"/proc/{left[2]}"):
+            ip("netns", "del", left[1], check=False)
+
+
 class Namespace:
     def __init__(self, label):
         self.name = f"{PREFIX}{os.getpid()}-{label}"
@@ -60,6 +67,9 @@ class Namespace:
             with contextlib.suppress(FileNotFoundError):
                 self.write(f"net/ipv6/conf/{scope}/disable_ipv6", 1)
         self.ip("link", "set", "lo", "up")
+
+    def remove(self):
+        ip("netns", "del", self.name, check=False)
 
     def ip(self, *arguments, check=True):
         return ip("-n", self.name, *arguments, check=check)
@@ -90,14 +100,13 @@ class Namespace:
     @staticmethod
     def _set(namespace):
         if _libc.setns(namespace.fileno(), 0) != 0:
-            code = ctypes.get_errno()
-            raise OSError(code, f"setns: {os.strerror(code)}")
+            raise OSError(ctypes.get_errno(), "setns")
 
-    def packet_socket(self, interface, protocol=0x0003):
-        """A raw socket on one interface; by default it hears every protocol."""
+    def packet_socket(self, interface):
+        """A raw socket on one interface, which hears every protocol."""
         with self.entered():
-            raw = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(protocol))
-            raw.bind((interface, protocol))
+            raw = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(0x0003))
+            raw.bind((interface, 0x0003))
         return raw
 
     def mac_of(self, interface):
@@ -106,32 +115,3 @@ class Namespace:
     def links(self):
         """The names of the interfaces, so that what a run leaves behind can be seen."""
         return sorted(line.split()[0].split("@")[0] for line in self.ip("-br", "link").stdout.splitlines())
-
-
-class Lab:
-    """The namespaces of one test."""
-
-    def __init__(self):
-        self.namespaces = []
-        for line in ip("netns", "list", check=False).stdout.splitlines():
-            left = re.match(rf"({re.escape(PREFIX)}(\d+)-\w+)", line)
-            if left and not os.path.exists(f"/proc/{left[2]}"):
-                ip("netns", "del", left[1], check=False)
-
-    def close(self):
-        for namespace in self.namespaces:
-            ip("netns", "del", namespace.name, check=False)
-        self.namespaces.clear()
-
-    def namespace(self, label):
-        self.namespaces.append(Namespace(label))
-        return self.namespaces[-1]
-
-    @staticmethod
-    def veth(first, first_name, second, second_name, first_address=None, second_address=None):
-        """A cable between two namespaces. Addresses with prefix length ("10.77.0.1/24")."""
-        first.ip("link", "add", first_name, "type", "veth", "peer", "name", second_name, "netns", second.name)
-        for namespace, name, address in ((first, first_name, first_address), (second, second_name, second_address)):
-            if address:
-                namespace.ip("address", "add", address, "dev", name)
-            namespace.ip("link", "set", "dev", name, "up")

@@ -4,7 +4,6 @@ import socket
 import struct
 import subprocess
 import threading
-import time
 
 from . import frames
 
@@ -23,8 +22,7 @@ class Station:
         self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 8 << 20)
         self._socket.settimeout(0.1)
         self._on_frame = on_frame
-        self._changed = threading.Condition()
-        self._heard = []  # (time, frame)
+        self._heard = []
         self._closing = False
         self.fault = None
         self._thread = threading.Thread(target=self._listen, daemon=True)
@@ -39,13 +37,7 @@ class Station:
         self._socket.send(frame)
 
     def heard(self):
-        with self._changed:
-            return [frame for _, frame in self._heard]
-
-    def wait_for(self, wanted, timeout=5.0):
-        """Whether wanted(frame) holds for a frame, of those heard already or within the time."""
-        with self._changed:
-            return self._changed.wait_for(lambda: any(wanted(frame) for _, frame in self._heard), timeout)
+        return list(self._heard)
 
     def echoes(self, kind):
         return [echo for echo in map(frames.parse_echo, self.heard()) if echo and echo.kind == kind]
@@ -56,9 +48,7 @@ class Station:
                 frame, address = self._socket.recvfrom(65535 + 14)
                 if address[2] == OUTGOING:
                     continue
-                with self._changed:
-                    self._heard.append((time.time(), frame))
-                    self._changed.notify_all()
+                self._heard.append(frame)
                 if self._on_frame:
                     self._on_frame(self, frame)
             except TimeoutError:
@@ -66,12 +56,6 @@ class Station:
             except Exception as error:  # shown by the test, on its own thread
                 self.fault = error
                 return
-
-    def write_pcap(self, path):
-        with self._changed, open(path, "wb") as file:
-            file.write(struct.pack("=IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 262144, 1))
-            for when, frame in self._heard:
-                file.write(struct.pack("=IIII", int(when), int(when % 1 * 1e6), len(frame), len(frame)) + frame)
 
 
 class EchoResponder(Station):
@@ -111,16 +95,14 @@ class EchoResponder(Station):
             reply = echo._replace(kind=frames.ECHO_REPLY, source_mac=self.mac, destination_mac=echo.source_mac,
                                   source=echo.destination, destination=echo.source, flags=0)
             for delay, one in self._answers(reply, self._requests):
-                if delay == 0:
-                    self.send(frames.build_echo(one))
-                else:
-                    self._timers.append(threading.Timer(delay, self.send, [frames.build_echo(one)]))
-                    self._timers[-1].start()
+                self._timers.append(threading.Timer(delay, self.send, [frames.build_echo(one)]))
+                self._timers[-1].start()
 
 
-def faults_by_tshark(station, source_mac, path):
+def faults_by_tshark(heard, source_mac, path):
     """Validates every frame with this source address, checksums too; returns (frames, list of faults)."""
-    station.write_pcap(path)
+    records = (struct.pack("=IIII", 0, 0, len(frame), len(frame)) + frame for frame in heard)
+    path.write_bytes(struct.pack("=IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 262144, 1) + b"".join(records))
     fields = ("frame.protocols", "ip.checksum.status", "icmp.checksum.status", "frame.len", "ip.len", "_ws.malformed",
               "_ws.expert.message")
     command = ["tshark", "-n", "-r", path, "-o", "ip.check_checksum:TRUE", "-Y", f"eth.src == {source_mac}", "-T", "fields",
