@@ -1,6 +1,5 @@
 #include "helpui/help_book.h"
 
-#include <utility>
 
 #include <wx/app.h>
 #include <wx/display.h>
@@ -93,7 +92,7 @@ public:
 
 HelpBook::HelpBook() : HelpBook(FindBook()) {}
 
-HelpBook::HelpBook(wxString path) : m_path(std::move(path)) {
+HelpBook::HelpBook(const wxString& path) : m_path(path) {
     g_current = this;
 }
 

@@ -19,7 +19,7 @@ public:
     // opened when it is first shown. Becomes Current() until destroyed.
     HelpBook();
     // The same with the book at a path of the caller's.
-    explicit HelpBook(wxString path);
+    explicit HelpBook(const wxString& path);
     ~HelpBook();
     HelpBook(const HelpBook&) = delete;
     HelpBook& operator=(const HelpBook&) = delete;
