@@ -1,6 +1,5 @@
 #include "helpui/help_book.h"
 
-
 #include <wx/app.h>
 #include <wx/display.h>
 #include <wx/filename.h>
