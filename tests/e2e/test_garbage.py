@@ -1,11 +1,10 @@
-"""Bad frames: each is dropped with its numbered reason, and no flood of garbage brings the guest down."""
+"""Bad frames: each is dropped with its numbered reason. (Frames of any bytes: tests/fuzz.)"""
 
 import json
-import random
 import time
 
 from lab import frames
-from lab.cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase, timeout
+from lab.cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
 
 
 def packet(data=b"data", to=GUEST_IP, kind=frames.ECHO_REQUEST, code=0, message_checksum=None, **header):
@@ -51,37 +50,3 @@ class Garbage(NetworkCase):
                 self.assertEqual(told["answered"]["echo"], 2)
                 found = {reason: guest.text().count(f"Packet was ignored ({reason})\n") for reason in wanted}
                 self.assertEqual(found, wanted if debug else dict.fromkeys(wanted, 0))
-
-    @timeout(120)
-    def test_a_flood_of_garbage(self):
-        for mode, extra in (("tun", ()), ("tap", ("--socket-notify", "--debug"))):
-            with self.subTest(mode=mode, extra=extra):
-                station = self.listen()
-                guest = self.run_guest(mode, *extra, "--output", self.scratch() / "document")
-                self.assertGreater(self.send_garbage(station, random.Random(20), seconds=3), 1000)
-                # A forged ARP packet is believed, as everywhere; the peer's next question mends that.
-                self.peer.ip("neigh", "flush", "dev", "far")
-                self.assert_pinged(self.peer, GUEST_IP, 5, "-i", "0.1")
-                self.assertEqual(guest.stop(timeout=5)[0], 0, guest.errors())
-
-    @staticmethod
-    def send_garbage(station, chance, seconds):
-        """Random bytes, and right frames with lengths that lie, changed bytes, cut ends and more behind."""
-        seeds = [(frames.IPV4, packet(bytes(64), kind=kind, total_length=total))
-                 for kind in (frames.ECHO_REQUEST, frames.ECHO_REPLY) for total in (None, 0, 19, 27, 1500, 65535)]
-        seeds += [(frames.ARP, frames.arp(1, station.mac, PEER_IP, frames.NO_MAC, GUEST_IP)),
-                  (frames.RARP, frames.arp(3, station.mac, "0.0.0.0", GUEST_MAC, "0.0.0.0")),
-                  (0x5555, chance.randbytes(1400))] * 4
-        deadline = time.monotonic() + seconds
-        sent = 0
-        while time.monotonic() < deadline:
-            destination = chance.choice((GUEST_MAC, frames.BROADCAST, "01:00:5e:00:00:01"))
-            frame = bytearray(frames.ethernet(destination, station.mac, *chance.choice(seeds)))
-            for _ in range(chance.randint(0, 4)):
-                frame[chance.randrange(12, len(frame))] = chance.randrange(256)
-            frame = frame[:chance.randint(14, len(frame))] if chance.random() < 0.3 else frame
-            station.send(bytes(frame) + chance.randbytes(chance.choice((0, 0, 14))))
-            sent += 1
-            if sent % 50 == 0:
-                time.sleep(0.001)
-        return sent
