@@ -48,32 +48,23 @@ void Mend(std::span<std::uint8_t> frame, unsigned choice) {
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maximum,
                                                unsigned seed) {
     std::minstd_rand random(seed);
-    std::vector<std::size_t> starts; // of the records, behind their heads
-    const std::span whole(data, size);
-    ForEachRecord(whole, [&](std::uint16_t, std::span<std::uint8_t> frame) {
-        starts.push_back(static_cast<std::size_t>(frame.data() - data));
-    });
-    if (starts.empty() || random() % 4 == 0) {
+    std::vector<std::span<std::uint8_t>> frames;
+    ForEachRecord(std::span(data, size), [&](std::uint16_t, auto frame) { frames.push_back(frame); });
+    if (frames.empty() || random() % 4 == 0) {
         size = LLVMFuzzerMutate(data, size, maximum);
     } else {
-        const std::size_t chosen = random() % starts.size();
-        const std::size_t start = starts[chosen];
-        const std::size_t end = chosen + 1 < starts.size() ? starts[chosen + 1] - 2 : size;
-        std::vector<std::uint8_t> frame(data + start, data + end);
-        const std::vector<std::uint8_t> rest(data + end, data + size);
+        const std::span<std::uint8_t> chosen = frames[random() % frames.size()];
+        std::uint8_t* const frame = chosen.data(); // behind its head
+        const std::vector<std::uint8_t> rest(frame + chosen.size(), data + size);
+        const auto start = static_cast<std::size_t>(frame - data);
         const std::size_t room = std::min<std::size_t>(maximum - start - rest.size(), kRecordLength);
-        const std::size_t before = std::min(frame.size(), room);
-        frame.resize(room);
-        const std::size_t after = room > 0 ? LLVMFuzzerMutate(frame.data(), before, room) : 0;
-        const auto head =
-            static_cast<std::uint16_t>(static_cast<std::size_t>(data[start - 1] & 0xF8) << 8 | after);
-        data[start - 2] = static_cast<std::uint8_t>(head);
-        data[start - 1] = static_cast<std::uint8_t>(head >> 8);
-        std::uint8_t* at = std::copy_n(frame.begin(), after, data + start);
-        size = static_cast<std::size_t>(std::copy(rest.begin(), rest.end(), at) - data);
+        const std::size_t length =
+            room > 0 ? LLVMFuzzerMutate(frame, std::min(chosen.size(), room), room) : 0;
+        frame[-2] = static_cast<std::uint8_t>(length);
+        frame[-1] = static_cast<std::uint8_t>((frame[-1] & 0xF8) | length >> 8);
+        size = static_cast<std::size_t>(std::ranges::copy(rest, frame + length).out - data);
     }
-    ForEachRecord(std::span(data, size), [&](std::uint16_t, std::span<std::uint8_t> frame) {
-        Mend(frame, static_cast<unsigned>(random()));
-    });
+    ForEachRecord(std::span(data, size),
+                  [&](std::uint16_t, auto frame) { Mend(frame, static_cast<unsigned>(random())); });
     return size;
 }

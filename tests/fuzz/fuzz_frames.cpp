@@ -3,15 +3,9 @@
 // The capture library below the pcap library is replaced by a wire that holds the input's frames, so
 // that everything above it runs as it is, without rights and without waiting. Whatever comes in,
 // every frame that goes out is sound.
-#include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <cstring>
-#include <deque>
-#include <mutex>
-#include <optional>
 #include <thread>
-#include <vector>
 
 #include <sys/eventfd.h>
 
@@ -19,11 +13,10 @@
 #include "core/output_channel.h"
 #include "fuzz_input.h"
 #include "ping/receive_path.h"
+#include "support/quiet_host.h"
 #include "vnetx/builtin.h"
-#include "vnetx/checksum.h"
 #include "vnetx/pcap_api.h"
 #include "vnetx/wire_format.h"
-#include "wrenpack/wrenpack.h"
 
 namespace vnxtest {
 
@@ -33,8 +26,6 @@ struct PcapHandle {
 };
 
 namespace {
-
-using Frame = std::vector<std::uint8_t>;
 
 constexpr Ipv4Address kAdapterIp(127, 0, 0, 1), kGuestIp(127, 0, 0, 111), kTarget(127, 0, 0, 2);
 constexpr MacAddress kGuestMac({0x02, 0, 0x5E, 0x80, 0, 0x6F}), kOtherMac({0x02, 0, 0, 0, 0, 0x0B});
@@ -88,15 +79,14 @@ struct Wire {
     }
 
     Frame TakeFirst() {
-        const auto [frame, replyToPing] = std::move(toGuest.front());
+        auto [frame, replyToPing] = std::move(toGuest.front());
         toGuest.pop_front();
-        Frame result = frame;
-        if (replyToPing && result.size() >= kIcmp + 8) {
-            std::memcpy(result.data() + kIcmp + 4, &lastPing, 4);
-            StoreBe16(result.data() + kIcmp + 2, 0);
-            StoreBe16(result.data() + kIcmp + 2, InetChecksum(result.data() + kIcmp, result.size() - kIcmp));
+        if (replyToPing && frame.size() >= kIcmp + 8) {
+            std::memcpy(frame.data() + kIcmp + 4, &lastPing, 4);
+            StoreBe16(frame.data() + kIcmp + 2, 0);
+            StoreBe16(frame.data() + kIcmp + 2, InetChecksum(frame.data() + kIcmp, frame.size() - kIcmp));
         }
-        return result;
+        return frame;
     }
 };
 Wire* g_wire = nullptr;
@@ -126,30 +116,24 @@ int Dispatch(PcapHandle* handle, int count, PcapPacketHandler handler, unsigned 
     return handed > 0 ? handed : (errno = EIO, -1); // at the end the adapter breaks
 }
 
-WaitObject AlwaysReadable(PcapHandle*) {
-    static const int descriptor = eventfd(1, EFD_CLOEXEC);
-    return descriptor;
-}
-
-int AcceptSetting(PcapHandle*, int) {
-    return 0;
-}
+// Takes whatever is asked of a capture.
+constexpr auto kAccept = [](auto...) { return 0; };
 
 constexpr PcapApi kApi = {
     .create = [](const char*, char*) { return new PcapHandle; },
-    .setSnapshotLength = AcceptSetting,
-    .setPromiscuous = AcceptSetting,
-    .setTimeout = AcceptSetting,
-    .setImmediateMode = AcceptSetting,
-    .setBufferSize = AcceptSetting,
-    .activate = [](PcapHandle*) { return 0; },
+    .setSnapshotLength = kAccept,
+    .setPromiscuous = kAccept,
+    .setTimeout = kAccept,
+    .setImmediateMode = kAccept,
+    .setBufferSize = kAccept,
+    .activate = kAccept,
     .close = [](PcapHandle* handle) { delete handle; },
     .dataLink = [](PcapHandle*) { return kPcapLinkTypeEthernet; },
-    .setDirection = AcceptSetting,
-    .compile = [](PcapHandle*, PcapProgram*, const char*, int, std::uint32_t) { return 0; },
-    .setFilter = [](PcapHandle*, PcapProgram*) { return 0; },
+    .setDirection = kAccept,
+    .compile = kAccept,
+    .setFilter = kAccept,
     .freeProgram = [](PcapProgram*) {},
-    .setNonBlocking = [](PcapHandle*, int, char*) { return 0; },
+    .setNonBlocking = kAccept,
     .dispatch = Dispatch,
     .errorText = [](PcapHandle*) { return static_cast<char*>(nullptr); },
     .restrictToType = [](PcapHandle* handle, std::uint16_t) { handle->arpOnly = true; },
@@ -158,7 +142,10 @@ constexpr PcapApi kApi = {
             g_wire->TakeFromGuest({static_cast<const std::uint8_t*>(frame), length});
             return 0;
         },
-    .waitObject = AlwaysReadable,
+    .waitObject = [](PcapHandle*) -> WaitObject {
+        static const int alwaysReadable = eventfd(1, EFD_CLOEXEC);
+        return alwaysReadable;
+    },
     .inboundFilter = "",
 };
 
@@ -169,20 +156,18 @@ class NoView : public ViewPort {
 // The engine around one interface, without its threads. It lives as long as the process.
 struct Engine {
     std::unique_ptr<VnetxLibrary> library = MakePcapLibrary();
-    std::unique_ptr<HostTables> tables = MakeHostTables();
-    std::unique_ptr<WrenPackLibrary> adapters = MakeWrenPackLibrary();
-    HostNetwork host{HostSources{*tables, *adapters}, *library};
+    QuietHost host{*library};
     NoView view;
     OutputChannel channel{view};
     RunSettings run;
-    PingTest pingTest{host, view};
-    ReceivePath receivePath{host, run, pingTest};
+    PingTest pingTest{host.network, view};
+    ReceivePath receivePath{host.network, run, pingTest};
     INTERFACE_INFO info;
 
     Engine() {
         channel.Attach();
         RegisterDebugOutput(*library);
-        host.SetDefaultGateway(kTarget, kOtherMac);
+        host.network.SetDefaultGateway(kTarget, kOtherMac);
         run.debugFlags = 0xFFFFFFFF;
     }
 

@@ -4,7 +4,7 @@
 // the lower eleven bits are the length of the frame that follows and the rest are flags.
 #pragma once
 
-#include <cstddef>
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

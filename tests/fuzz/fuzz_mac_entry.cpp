@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 text.erase(place, 1);
             }
         } else if (key == '\b') {
-            text = text.substr(0, text.empty() ? 0 : text.size() - 1);
+            text.resize(text.empty() ? 0 : text.size() - 1);
         } else {
             text += static_cast<wchar_t>(key);
         }
@@ -29,10 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Claim(result.value.size() <= 17, "no longer than a MAC address");
         const MacEntryResult again = FilterMACAddressInput(result.value, entry);
         Claim(again.accepted && again.value == result.value, "what is accepted stays accepted");
-        std::wstring whole = L"00-00-00-00-00-00";
-        if (result.value.find(L':') != std::wstring::npos) {
-            whole = L"00:00:00:00:00:00";
-        }
+        const bool colons = result.value.find(L':') != std::wstring::npos;
+        std::wstring whole = colons ? L"00:00:00:00:00:00" : L"00-00-00-00-00-00";
         whole.replace(0, result.value.size(), result.value);
         Claim(ParseMACAddress(whole).has_value(), "it can become a MAC address");
         entry = result.value;

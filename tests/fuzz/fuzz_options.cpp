@@ -21,10 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     const auto& options = std::get<Options>(parsed);
-    const bool endless = options.count == 0U;
-    Claim(!endless || options.duration, "an endless test has a duration");
+    Claim(options.count != 0U || options.duration, "an endless test has a duration");
     Claim(options.count.value_or(1) <= 65535 && options.timeout.value_or(0) <= 10000, "numbers in range");
-    Claim(options.dataSize.value_or(8) >= 8 && options.dataSize.value_or(8) <= 65507, "a size in range");
+    const std::uint32_t dataSize = options.dataSize.value_or(8);
+    Claim(dataSize >= 8 && dataSize <= 65507, "a size in range");
     Claim(!options.duration || options.duration->count() > 0, "a duration is one");
     Claim(options.command != Command::Ping || !options.target.empty(), "a ping has a target");
     std::wstring error;

@@ -8,11 +8,8 @@
 #include <random>
 #include <thread>
 
-#include "support/guest_fixture.h"
-#include "support/output_fixture.h"
-#include "support/quiet_host.h"
+#include "guest/sim_guest.h"
 #include "vnetx/fault_library.h"
-#include "vnetx/sim.h"
 
 namespace vnxtest {
 namespace {
@@ -50,41 +47,22 @@ std::ptrdiff_t CountThreads() {
 class FaultsTest : public OutputFixture, public ::testing::WithParamInterface<Circumstances> {
 protected:
     FaultsTest() {
-        m_host.network.SetDefaultGateway(kSimGatewayIp, kSimGatewayMac);
         m_guest.Run().socketNotifyMode = GetParam().socketNotify;
         m_guest.Run().debugMode = GetParam().byMacInDebugMode;
         m_guest.Run().debugFlags = 0;
-        m_frontEnd.askParameters = [](GuestParameters& parameters) {
-            const std::wstring adapter = FormatIPAddr(kSimAdapterIp);
-            parameters.interface1 = {true, L"198.18.0.111", L"02-00-5E-80-00-6F", adapter, L""};
-            parameters.interface2 = {};
-            if (GetParam().byMacInDebugMode) {
-                parameters.interface1 = {true, L"198.18.0.111", L"", L"", FormatMACAddr(kSimAdapterMac)};
-            }
-            if (GetParam().twoInterfaces) {
-                parameters.useTwoInterfaces = true;
-                parameters.interface2 = {false, L"198.18.0.222", L"02-00-5E-80-00-DE", adapter, L""};
-            }
-            return true;
-        };
-        m_frontEnd.askPingWho = [this](PingWhoParameters& who) {
-            who = {};
-            who.to = L"198.18.0.2";
-            who.address = kSimFirstEchoHost;
-            who.count = m_pings;
-            who.delay = 0;
-            who.timeout = 50;
-            return true;
-        };
+        if (GetParam().byMacInDebugMode) {
+            m_sim.parameters.interface1 = {true, L"198.18.0.111", L"", L"", FormatMACAddr(kSimAdapterMac)};
+        }
+        if (GetParam().twoInterfaces) {
+            m_sim.UseInterface2();
+        }
+        m_sim.who.count = 2;
+        m_sim.who.timeout = 50;
     }
 
     // Starts, pings and stops; returns the text. A start that fails ends by itself.
     std::string WholeRun() {
-        const int wanted = GetParam().twoInterfaces ? 2 : 1;
-        m_frontEnd.PumpLeftovers(m_guest);
-        m_guest.OnStartGuest();
-        EXPECT_TRUE(
-            m_frontEnd.Pump(m_guest, [&] { return m_frontEnd.opened == wanted || !m_guest.IsRunning(); }));
+        m_sim.Start();
         if (m_guest.IsRunning()) {
             m_guest.OnTestStartPing();
             const auto answered = [&] {
@@ -111,29 +89,12 @@ protected:
         EXPECT_LE(CountThreads(), most);
     }
 
-    static int CountOf(const std::string& text, const std::string& what) {
-        int count = 0;
-        for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
-            ++count;
-        }
-        return count;
-    }
-
-    std::unique_ptr<SimLibrary> MakeLan() {
-        std::wstring error;
-        return MakeSimLibrary(L"", error);
-    }
-
-    std::unique_ptr<SimLibrary> m_sim = MakeLan();
+    const std::unique_ptr<SimLibrary> m_lan = MakeLan(L"");
     const std::ptrdiff_t m_threadsBefore = CountThreads();
-    QuickLibrary m_quick{*m_sim};
+    QuickLibrary m_quick{*m_lan};
     FaultLibrary m_library{m_quick};
-    std::uint32_t m_pings = 2;
-    MemoryProfile m_profile;
-    Settings m_settings{m_profile};
-    ScriptedFrontEnd m_frontEnd;
-    QuietHost m_host{m_library};
-    Guest m_guest{m_library, m_host.network, m_settings, m_frontEnd};
+    SimGuest m_sim{m_library};
+    Guest& m_guest = m_sim.guest;
 };
 
 TEST_P(FaultsTest, EveryCallFailsOnce) {
@@ -204,12 +165,12 @@ TEST_P(FaultsTest, StopsInEveryState) {
         }
     });
     const std::ptrdiff_t threadsBefore = CountThreads();
-    m_pings = 300;
+    m_sim.who.count = 300;
     for (int round = 0; round < rounds; ++round) {
         if (random() % 3 == 0) {
             m_library.Inject({.number = 1 + random() % 80, .fromThenOn = random() % 4 == 0});
         }
-        m_frontEnd.PumpLeftovers(m_guest);
+        m_sim.frontEnd.PumpLeftovers(m_guest);
         m_guest.OnStartGuest();
         const auto moment = std::chrono::microseconds(random() % 3000);
         switch (random() % 5) {
@@ -221,11 +182,11 @@ TEST_P(FaultsTest, StopsInEveryState) {
             std::this_thread::sleep_for(moment);
             break;
         default:
-            m_frontEnd.Pump(m_guest, [&] { return m_frontEnd.opened > 0 || !m_guest.IsRunning(); });
+            m_sim.frontEnd.Pump(m_guest, [&] { return m_sim.frontEnd.opened > 0 || !m_guest.IsRunning(); });
             if (m_guest.IsRunning()) {
                 m_guest.OnTestStartPing();
                 std::this_thread::sleep_for(moment);
-                m_frontEnd.PumpLeftovers(m_guest);
+                m_sim.frontEnd.PumpLeftovers(m_guest);
             }
         }
         if (random() % 2 == 0) {
@@ -240,7 +201,7 @@ TEST_P(FaultsTest, StopsInEveryState) {
     ExpectThreads(threadsBefore);
     writing = false;
     writer.join();
-    m_pings = 2;
+    m_sim.who.count = 2;
     EXPECT_EQ(CountOf(WholeRun(), "     2 Replies Received"), 1);
 }
 

@@ -1,10 +1,7 @@
 // On a LAN that loses, doubles, delays and spoils replies, the test's statistics are the LAN's own
 // count, exactly.
 
-#include "support/guest_fixture.h"
-#include "support/output_fixture.h"
-#include "support/quiet_host.h"
-#include "vnetx/sim.h"
+#include "guest/sim_guest.h"
 
 namespace vnxtest {
 namespace {
@@ -18,39 +15,19 @@ struct Impairment {
 class ImpairmentsTest : public OutputFixture, public ::testing::WithParamInterface<Impairment> {};
 
 TEST_P(ImpairmentsTest, StatisticsAreTheLansOwnCount) {
-    std::wstring error;
-    const auto lan = MakeSimLibrary(GetParam().lan, error);
-    ASSERT_TRUE(lan) << ::testing::PrintToString(error);
-    QuietHost host(*lan);
-    host.network.SetDefaultGateway(kSimGatewayIp, kSimGatewayMac);
-    MemoryProfile profile;
-    Settings settings(profile);
-    ScriptedFrontEnd frontEnd;
-    Guest guest(*lan, host.network, settings, frontEnd);
-    frontEnd.askParameters = [](GuestParameters& parameters) {
-        parameters.interface1 = {GetParam().tap, L"198.18.0.111", L"02-00-5E-80-00-6F",
-                                 FormatIPAddr(kSimAdapterIp), L""};
-        parameters.interface2 = {};
-        return true;
-    };
-    frontEnd.askPingWho = [](PingWhoParameters& who) {
-        who.to = L"198.18.0.2";
-        who.address = kSimFirstEchoHost;
-        who.count = 400;
-        who.delay = 0;
-        who.timeout = 100;
-        return true;
-    };
-    guest.Run().socketNotifyMode = GetParam().socketNotify;
-    ASSERT_TRUE(guest.OnStartGuest());
-    ASSERT_TRUE(frontEnd.Pump(guest, [&] { return frontEnd.opened == 1; }));
-    guest.Ping().KeepRecords(true);
-    ASSERT_TRUE(guest.OnTestStartPing());
-    ASSERT_TRUE(frontEnd.Pump(guest, [&] { return !guest.IsPinging(); }));
-    guest.StopGuest();
+    const auto lan = MakeLan(GetParam().lan);
+    SimGuest sim(*lan);
+    sim.parameters.interface1.tapMode = GetParam().tap;
+    sim.who.count = 400;
+    sim.who.timeout = 100;
+    sim.guest.Run().socketNotifyMode = GetParam().socketNotify;
+    sim.Start();
+    sim.guest.Ping().KeepRecords(true);
+    sim.Ping();
+    sim.guest.StopGuest();
 
     const SimCounters counters = lan->Counters();
-    const PingTestResult& result = guest.Ping().Result();
+    const PingTestResult& result = sim.guest.Ping().Result();
     const PingStatistics& statistics = result.statistics;
     EXPECT_EQ(statistics.sent, 400U);
     EXPECT_EQ(statistics.sent, counters.echoRequests);

@@ -10,7 +10,6 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
-#include "helpui/balloon.h"
 #include "helpui/dialog_ids.h"
 #include "helpui/make_child.h"
 
@@ -44,21 +43,17 @@ ProbeDialog::ProbeDialog(wxWindow* parent) : CHelpButtonDlg(parent, wxID_ANY, "P
     namespace ids = parameters_control;
     SetUpHelp(kDialogParameters);
     auto* rows = MakeChild<wxFlexGridSizer>(2, 6, 6);
-    const auto row = [this, rows](const char* label, const auto& make) {
+    const auto row = [this, rows]<typename Control>(const char* label, Control*& control, auto... arguments) {
         rows->Add(MakeChild<wxStaticText>(this, wxID_ANY, label));
-        auto* control = make();
-        rows->Add(control);
-        return control;
+        rows->Add(control = MakeChild<Control>(this, arguments...));
     };
-    before = row("Unregistered:", [this] { return MakeChild<wxTextCtrl>(this, kUnregistered); });
-    address = row("&Address:", [this] { return MakeChild<IpAddressCtrl>(this, ids::kGuestIp1, "Guest IP"); });
-    mac = row("MAC:", [this] { return MakeChild<MacEntryCtrl>(this, ids::kGuestMac1, "Guest MAC"); });
-    number = row("&Number:",
-                 [this] { return MakeChild<NumberEntry>(this, ids::kGuestIp2, ids::kAdapterIp2, "Number"); });
+    row("Unregistered:", before, kUnregistered);
+    row("&Address:", address, ids::kGuestIp1, "Guest IP");
+    row("MAC:", mac, ids::kGuestMac1, "Guest MAC");
+    row("&Number:", number, ids::kGuestIp2, ids::kAdapterIp2, "Number");
+    row("Box", box, ids::kUseTwo, "Use two");
+    row("Disabled", disabled, ids::kTun1, "Disabled");
     number->SetRange(8, 65507);
-    number->SetPosition(32);
-    box = row("Box", [this] { return MakeChild<wxCheckBox>(this, ids::kUseTwo, "Use two"); });
-    disabled = row("Disabled", [this] { return MakeChild<wxButton>(this, ids::kTun1, "Disabled"); });
     disabled->Disable();
     auto* sizer = MakeChild<wxBoxSizer>(wxVERTICAL);
     sizer->Add(rows, wxSizerFlags().Border(wxALL, 20));
@@ -127,10 +122,6 @@ void DesktopTest::Paste(const wxString& text) {
     wxTheClipboard->SetData(MakeChild<wxTextDataObject>(text));
     wxTheClipboard->Close();
     Press('V', wxMOD_CONTROL);
-}
-
-wxString DesktopTest::Title() {
-    return CurrentBalloon().title;
 }
 
 void DesktopTest::Later(int milliseconds, std::function<void()> action) {

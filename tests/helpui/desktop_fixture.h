@@ -11,6 +11,7 @@
 #include <wx/timer.h>
 #include <wx/uiaction.h>
 
+#include "helpui/balloon.h"
 #include "helpui/help_button_wnd.h"
 #include "helpui/ip_address_ctrl.h"
 #include "helpui/mac_entry_ctrl.h"
@@ -56,7 +57,7 @@ protected:
     void Type(const char* keys);
 
     // The title of the balloon that is shown, else an empty text.
-    static wxString Title();
+    static wxString Title() { return CurrentBalloon().title; }
 
     // Does something a little later, inside a modal loop that the caller is about to enter.
     void Later(int milliseconds, std::function<void()> action);

@@ -9,6 +9,8 @@
 #include "support/output_fixture.h"
 #include "support/packets.h"
 #include "support/quiet_host.h"
+#include "wrenlib/errors.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
@@ -19,11 +21,7 @@ using ::testing::HasSubstr, ::testing::Not;
 // writing thread's heels, as on a fast network.
 class PingTestTest : public InterfaceFixture {
 protected:
-    PingTestTest() {
-        m_parameters.target = Ipv4Address(10, 1, 2, 1);
-        m_parameters.delay = 0;
-        m_pingTest.KeepRecords(true);
-    }
+    PingTestTest() { m_pingTest.KeepRecords(true); }
     ~PingTestTest() override { m_pingTest.StopPingTest(); }
 
     // The n-th request written, from 0, once there is one.
@@ -55,7 +53,7 @@ protected:
     }
 
     RunSettings m_run;
-    PingParameters m_parameters;
+    PingParameters m_parameters{Ipv4Address(10, 1, 2, 1), L"", 32, 3, 500, 0};
     QuietHost m_host{m_library};
     PingTest m_pingTest{m_host.network, m_view};
     ReceivePath m_path{m_host.network, m_run, m_pingTest};
@@ -89,7 +87,6 @@ TEST_F(PingTestTest, ReportsASuccessfulTestToTheLetter) {
                                 "     0 Pings Lost (0%)\n\n"
                                 " Ping test successful.\n"
                                 "\n** END PING TEST **\n\n"));
-    EXPECT_EQ(m_pingTest.Result().pings.size(), 3U);
 }
 
 TEST_F(PingTestTest, SilentTargetTimesOutOncePerPing) {
@@ -154,7 +151,6 @@ TEST_F(PingTestTest, StopDuringTheDelayCountsWhatWasSentAndEmptiesTheList) {
     EXPECT_THAT(text, HasSubstr("     1 Pings Sent\n     1 Replies Received"));
     EXPECT_THAT(text, HasSubstr("** END PING TEST **\n"));
     EXPECT_TRUE(m_pingTest.CopyPings(0).empty());
-    EXPECT_EQ(m_pingTest.Result().statistics.sent, 1U);
     EXPECT_FALSE(m_pingTest.IsRunning());
 }
 
@@ -165,7 +161,8 @@ TEST_F(PingTestTest, AWriteFailureEndsTheTest) {
     m_pingTest.OnPingThreadEnded();
     EXPECT_FALSE(m_pingTest.IsRunning()); // no ping was sent: no statistics
     const std::string text = TakeText();
-    EXPECT_THAT(text, HasSubstr("errno=90: Message too long\n\n***  Ping #1 failed; abort  ***\n\n"));
+    EXPECT_THAT(text, HasSubstr(ToUtf8(Sprintf(L"errno=%d: %s", EMSGSIZE, StrError(EMSGSIZE))) +
+                                "\n\n***  Ping #1 failed; abort  ***\n\n"));
     EXPECT_THAT(text, Not(HasSubstr("END PING TEST")));
     EXPECT_TRUE(m_pingTest.Result().writeFailed);
     m_library.failWrite = 0;
@@ -174,15 +171,12 @@ TEST_F(PingTestTest, AWriteFailureEndsTheTest) {
     EXPECT_THAT(Finish(), HasSubstr("     3 Pings Sent\n"));
 }
 
-TEST_F(PingTestTest, CountZeroRunsUntilStoppedOverManyWraps) {
+TEST_F(PingTestTest, CountZeroRunsUntilStopped) {
     m_parameters.numPings = 0;
     m_parameters.timeout = 10000;
-    m_parameters.dataSize = 8;
     m_pingTest.KeepRecords(false);
     Start();
-    while (m_library.Written().size() < 2000) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    Request(2000);
     m_pingTest.StopPingTest();
     EXPECT_THAT(TakeText(), HasSubstr("** END PING TEST **\n"));
     EXPECT_EQ(m_view.Count(ViewMessage::PingWaitThreadEnded), 1);
