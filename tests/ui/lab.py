@@ -4,8 +4,10 @@ The program is driven as its users drive it: keys and mouse buttons through the 
 read through the accessibility bus, so that a test sees labels, states and texts.
 """
 
+import contextlib
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -42,41 +44,36 @@ class Desktop:
     """The display; as a context manager it ends everything that was started on it."""
 
     def __init__(self, size="1280x1000", scale=None, theme=None):
-        self.size, self.scale, self.theme = size, scale, theme
+        self.size, self.look = size, {"GDK_DPI_SCALE": scale or "1", "GTK_THEME": theme or "Adwaita"}
         self.processes = []
 
     def __enter__(self):
         self.folder = tempfile.TemporaryDirectory(prefix="vnxtest-ui-")
         self.path = pathlib.Path(self.folder.name)
-        reader, writer = os.pipe()
-        self.start("Xvfb", "-displayfd", str(writer), "-screen", "0", f"{self.size}x24", "-nolisten", "tcp",
-                   pass_fds=(writer,), env=os.environ)
-        os.close(writer)
-        with os.fdopen(reader) as display:
-            number = display.readline().strip()
-        if not number:
-            raise RuntimeError("Xvfb gave no display")
-        self.env = dict(os.environ, DISPLAY=f":{number}", HOME=str(self.path), LANG="C.UTF-8", LC_ALL="C.UTF-8",
-                        XDG_CONFIG_HOME=str(self.path / "config"), XDG_DATA_HOME=str(self.path / "data"),
-                        XDG_CACHE_HOME=str(self.path / "cache"), XDG_RUNTIME_DIR=str(self.path / "run"),
-                        GDK_BACKEND="x11", GTK_MODULES="gail:atk-bridge", NO_AT_BRIDGE="0", GTK_USE_PORTAL="0",
+        self.env = os.environ
+        number = self.start("Xvfb", "-displayfd", "1", "-screen", "0", f"{self.size}x24", "-nolisten", "tcp",
+                            stdout=subprocess.PIPE).stdout.readline().decode().strip()
+        self.env = dict(os.environ, **self.look, DISPLAY=f":{number}", HOME=str(self.path), LC_ALL="C.UTF-8",
+                        LANG="C.UTF-8", XDG_CONFIG_HOME=str(self.path / "config"),
+                        XDG_DATA_HOME=str(self.path / "data"), XDG_CACHE_HOME=str(self.path / "cache"),
+                        XDG_RUNTIME_DIR=str(self.path / "run"), GDK_BACKEND="x11", GTK_USE_PORTAL="0",
+                        GTK_MODULES="gail:atk-bridge", NO_AT_BRIDGE="0",
                         # Of a program that was built with a sanitizer.
                         LSAN_OPTIONS=f"suppressions={HERE}/lsan.supp:print_suppressions=0",
                         TSAN_OPTIONS="ignore_noninstrumented_modules=1")
         for name in ("WAYLAND_DISPLAY", "AT_SPI_BUS_ADDRESS"):
             self.env.pop(name, None)
-        self.env.update({name: value for name, value in (("GDK_DPI_SCALE", self.scale), ("GTK_THEME", self.theme))
-                         if value})
-        (self.path / "run").mkdir(mode=0o700)
-        (self.path / "config").mkdir()
+        for folder in ("run", "config"):
+            (self.path / folder).mkdir(mode=0o700)
         bus = self.start("dbus-daemon", "--session", "--nofork", "--print-address=1", stdout=subprocess.PIPE)
         self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
         os.environ.update({key: self.env[key] for key in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS")})
-        managers = []
+        manager = self.start("openbox", "--sm-disable")
 
         def managed():  # openbox ends at once when the display is not ready for it
-            if not managers or managers[-1].poll() is not None:
-                managers.append(self.start("openbox", "--sm-disable"))
+            nonlocal manager
+            if manager.poll() is not None:
+                manager = self.start("openbox", "--sm-disable")
             shown = subprocess.run(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], env=self.env, capture_output=True)
             return b"window id" in shown.stdout
         wait(managed, "the window manager manages the display")
@@ -85,16 +82,14 @@ class Desktop:
     def __exit__(self, *_):
         for process in reversed(self.processes):
             process.terminate()
-            try:
-                process.communicate(timeout=5)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                process.communicate()
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                process.wait(5)
+            process.kill()
+            process.communicate()
         self.folder.cleanup()
 
-    def start(self, *command, env=None, **options):
-        options = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options}
-        self.processes.append(subprocess.Popen(command, env=env or self.env, **options))
+    def start(self, *command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL):
+        self.processes.append(subprocess.Popen(command, stdout=stdout, stderr=stderr, env=self.env))
         return self.processes[-1]
 
     def xdotool(self, *arguments):
@@ -111,10 +106,10 @@ class Desktop:
             self.xdotool("type", "--delay", "8", "--", text)
         time.sleep(0.05)
 
-    def click_at(self, x, y, button=1):
+    def click_at(self, x, y):
         self.xdotool("mousemove", x, y)
         time.sleep(0.05)
-        self.xdotool("click", button)
+        self.xdotool("click", 1)
         time.sleep(0.1)
 
     def screenshot(self, path):
@@ -134,21 +129,18 @@ class Control:
         except Exception:  # the object is gone
             return otherwise
 
-    def has(self, state):
-        return self.ask(lambda it: it.getState().contains(state), False)
-
     role = property(lambda self: self.ask(lambda it: it.getRoleName(), ""))
     name = property(lambda self: self.ask(lambda it: it.name, ""))
-    showing = property(lambda self: self.has(pyatspi.STATE_SHOWING))
-    enabled = property(lambda self: self.has(pyatspi.STATE_SENSITIVE))
-    checked = property(lambda self: self.has(pyatspi.STATE_CHECKED))
-    focused = property(lambda self: self.has(pyatspi.STATE_FOCUSED))
+    active, showing, enabled, checked, focused = (
+        property(lambda self, state=f"STATE_{name}": self.ask(
+            lambda it: it.getState().contains(getattr(pyatspi, state)), False))
+        for name in ("ACTIVE", "SHOWING", "SENSITIVE", "CHECKED", "FOCUSED"))
     text = property(lambda self: self.accessible.queryText().getText(0, -1))
     place = property(lambda self: self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
 
-    def click(self, button=1):
+    def click(self):
         place = self.place
-        self.desktop.click_at(place.x + place.width // 2, place.y + place.height // 2, button)
+        self.desktop.click_at(place.x + place.width // 2, place.y + place.height // 2)
 
     def fill(self, text):
         """Puts the focus here and types `text` in place of what is there."""
@@ -188,9 +180,8 @@ class Program:
         self.process = desktop.start(os.environ["VNXTEST_WINDOW"], *arguments, stdout=self.log, stderr=self.log)
         self.root = wait(self.find_root, "the program is on the accessibility bus", 60)
         self.frame = self.root.find("frame", seconds=30)
-        wait(lambda: self.frame.has(pyatspi.STATE_ACTIVE), "the window is active", 20)
-        # Commands can be chosen when the report is written.
-        wait(lambda: self.menu_states("t")['Start "Vantor"...'][0], "the report is written", 60)
+        wait(lambda: self.frame.active, "the window is active", 20)
+        self.wait_enabled('Start "Vantor"...', 60)  # commands can be chosen when the report is written
 
     def find_root(self):
         if self.process.poll() is not None:
@@ -203,12 +194,9 @@ class Program:
         return (self.desktop.path / "program.log").read_text(errors="replace")
 
     def kill(self):
-        if self.process.poll() is None:
-            self.process.kill()
-            self.process.wait()
+        self.process.kill()
+        self.process.wait()
         self.log.close()
-
-    # Menus.
 
     def open_menu(self, mnemonic):
         self.desktop.keys(f"alt+{mnemonic}")
@@ -227,7 +215,8 @@ class Program:
         time.sleep(0.1)
         return states
 
-    # Dialogs.
+    def wait_enabled(self, label, seconds=15):
+        wait(lambda: self.menu_states("t")[label][0], f"{label} can be chosen", seconds)
 
     def dialogs(self):
         """All windows of the program but the main window and balloons."""
@@ -235,8 +224,7 @@ class Program:
                 if window.role in WINDOW_ROLES and not window.name.endswith(" - VNXTest") and window.showing]
 
     def dialog(self, title, seconds=15):
-        """The dialog with this title, waited for. The toolkit's message boxes, which are named by their kind on
-        the accessibility bus, answer to the program's name."""
+        """The dialog with this title, waited for. A message box, named by its kind there, answers to the program's."""
         found = wait(lambda: next((window for window in reversed(self.dialogs()) if window.name == title
                                    or (window.role == "alert" and title == "VNXTest64UD")), None),
                      lambda: f"dialog {title!r} is open, beside {[window.name for window in self.dialogs()]}", seconds)
@@ -260,20 +248,18 @@ class Program:
     def press(self, dialog, label):
         dialog.find("push button", label).click()
 
-    def answer(self, label, title="VNXTest64UD"):
-        self.press(self.dialog(title), label)
+    def answer(self, label):
+        self.press(self.dialog("VNXTest64UD"), label)
 
     def chart(self):
         """What the chart says of itself, or None when it is hidden."""
         return next((panel.name for panel in self.frame.select("panel") if panel.name.startswith("Ping chart")), None)
 
-    # The main job, in steps.
-
     def start_guest(self):
         self.choose_dialog("t", 'Start "Vantor"...', "VNXTest64UD Parameters")
         self.desktop.keys("Return")
         self.wait_no_dialog()
-        wait(lambda: self.menu_states("t")["Start ping test..."][0], "the guest runs")
+        self.wait_enabled("Start ping test...")
 
     def start_ping(self, to="198.18.0.2", **numbers):
         """Numbers by the names of the dialog's entries: Size, Count, Timeout, Delay."""
@@ -284,18 +270,18 @@ class Program:
         self.desktop.keys("Return")
         self.wait_no_dialog()
 
-    def wait_ping_end(self, seconds=90):
-        wait(lambda: self.menu_states("t")["Start ping test..."][0], "the ping test has ended", seconds)
+    def wait_ping_end(self):
+        self.wait_enabled("Start ping test...", 90)
 
     def stop_guest(self):
         self.choose("t", 'Stop "Vantor"')
-        wait(lambda: self.menu_states("t")['Start "Vantor"...'][0], "the guest is stopped")
+        self.wait_enabled('Start "Vantor"...')
 
     def profile(self):
         """The stored values by name."""
-        lines = (line for path in (self.desktop.path / "config/VNXTest64UD").glob("*")
-                 for line in path.read_text(encoding="utf-8").splitlines())
-        return dict(line.split("=", 1) for line in lines if "=" in line)
+        path = self.desktop.path / "config/VNXTest64UD/VNXTest64UD.conf"
+        text = path.read_text(encoding="utf-8") if path.exists() else ""
+        return dict(re.findall(r"(?m)^(.+?)=(.*)$", text))
 
     def save(self, path):
         """Saves the untitled document by Ctrl+S and the file dialog. Returns what is in the file."""
@@ -312,13 +298,6 @@ class Program:
         time.sleep(0.3)  # the file dialog looks for what could complete the name
         self.desktop.keys("Return")
 
-    def exit(self):
-        """Ends the program without saving; its status must be 0 and nothing must have been complained of."""
-        self.choose("f", "Exit")
-        if self.process.poll() is None:
-            self.answer("Don't Save")
-        return self.ended()
-
     def ended(self, seconds=30):
         """Whether it ended well: status 0, and nothing on its standard error."""
         return self.process.wait(seconds) == 0 and self.complaints() == ""
@@ -333,20 +312,14 @@ class DesktopCase(unittest.TestCase):
         reason = missing() or (None if "VNXTEST_WINDOW" in os.environ else "VNXTEST_WINDOW does not name the program")
         if reason:
             self.skipTest(reason)
-        self.desktop = Desktop()
-        self.desktop.__enter__()
+        self.desktop = Desktop().__enter__()
         self.addCleanup(self.desktop.__exit__)
         if self.arguments is not None:
             self.program = self.start(*self.arguments)
-        # What the screen shows at the end, for whoever looks into a failure.
-        if "VNXTEST_UI_PICTURES" in os.environ:
-            picture = pathlib.Path(os.environ["VNXTEST_UI_PICTURES"]) / f"{self.id()}.png"
-            self.addCleanup(self.desktop.screenshot, picture)
 
     def start(self, *arguments):
         program = Program(self.desktop, *arguments)
         self.addCleanup(program.kill)
         return program
 
-    def wait(self, condition, what, seconds=15):
-        return wait(condition, what, seconds)
+    wait = staticmethod(wait)
