@@ -51,6 +51,10 @@ public:
             result = RegQueryValueExW(key.Get(), value.c_str(), nullptr, &kind,
                                       reinterpret_cast<BYTE*>(&number), &size);
         }
+        // What is longer than a number is none.
+        if (result == ERROR_MORE_DATA) {
+            result = ERROR_SUCCESS;
+        }
         if (!MayUse(L"RegQueryValueEx", value, result) || result != ERROR_SUCCESS) {
             return defaultValue;
         }

@@ -161,7 +161,7 @@ TEST_P(FaultsTest, StopsInEveryState) {
     std::thread writer([&] {
         for (int number = 0; writing; ++number) {
             LogMsg(L"line %d of another thread\n", number);
-            std::this_thread::sleep_for(std::chrono::microseconds(100));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1)); // less is not slept everywhere
         }
     });
     const std::ptrdiff_t threadsBefore = CountThreads();
