@@ -4,7 +4,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fmt/format.h>
+
 #include "vnetx/failure.h"
+#include "wrenlib/address.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
@@ -38,6 +42,13 @@ int SimInterface::Attach(InterfaceMode, std::string& name) {
 int SimInterface::BringUp() {
     if (GuestMac().IsZero()) {
         return EADDRNOTAVAIL;
+    }
+    if (SimIsStation(GuestIp())) {
+        Debug().Tell(fmt::format("** Interface {}: a station of the simulated LAN has the guest's address {} "
+                                 "already and gets what is meant for it. Choose one from {} to {}.",
+                                 Name(), ToNarrow(FormatIPAddr(GuestIp())),
+                                 ToNarrow(FormatIPAddr(kSimFirstFreeIp)),
+                                 ToNarrow(FormatIPAddr(kSimLastFreeIp))));
     }
     m_batchSize = m_next = 0;
     RefreshIdentity();

@@ -22,6 +22,9 @@ inline constexpr Ipv4Address kSimGatewayIp{198, 18, 0, 254};
 // The echo hosts: they answer ARP and ping. The first of them pings the guests when asked to.
 inline constexpr Ipv4Address kSimFirstEchoHost{198, 18, 0, 2};
 inline constexpr Ipv4Address kSimLastEchoHost{198, 18, 0, 99};
+// What is free for guests.
+inline constexpr Ipv4Address kSimFirstFreeIp{198, 18, 0, 100};
+inline constexpr Ipv4Address kSimLastFreeIp{198, 18, 0, 253};
 // An address of the LAN that nobody has: it answers neither ARP nor ping.
 inline constexpr Ipv4Address kSimSilentHost{198, 18, 0, 150};
 // Behind the gateway, but silent (one of the documentation ranges, RFC 5737).
