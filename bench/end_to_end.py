@@ -24,7 +24,6 @@ sys.dont_write_bytecode = True
 
 from lab import guest as lab_guest  # noqa: E402
 from lab import network  # noqa: E402
-from lab.guest import stamp_of  # noqa: E402
 
 HOST, PEER, TAP_GUEST, TUN_GUEST, LOOP = "10.77.0.1", "10.77.0.2", "10.77.0.100", "10.77.0.101", "10.77.0.102"
 TAP_MAC, TUN_MAC, LOOP_MAC = "02:77:00:00:00:64", "02:77:00:00:00:65", "02:77:00:00:00:66"
@@ -33,6 +32,12 @@ SKIPPED = 77
 
 DOCUMENT = ROOT / "docs" / "performance.md"
 BLOCK = re.compile(r"(<!-- ratios: kept by bench/end_to_end.py -->\n```json\n)(.*?)(```)", re.DOTALL)
+
+
+def stamp_of(line):
+    """Milliseconds of the day of a line's time stamp."""
+    hours, minutes, seconds = line[:12].split(":")
+    return (int(hours) * 60 + int(minutes)) * 60_000 + round(float(seconds) * 1000)
 
 
 class Lost(Exception):
@@ -54,10 +59,9 @@ class Bench:
     def __init__(self, programs, rounds):
         self.programs = programs
         self.rounds = rounds
-        self.lab = network.Lab()
-        self.host = self.lab.namespace("host")
-        self.peer = self.lab.namespace("peer")
-        self.lab.veth(self.host, "adapter", self.peer, "far", HOST + "/24", PEER + "/24")
+        network.remove_leftovers()
+        self.host, self.peer = (network.Namespace(label) for label in ("host", "peer"))
+        network.cable(self.host, "adapter", HOST, self.peer, "far", PEER)
         self.scratch = tempfile.TemporaryDirectory(prefix="vnxe2e-")
         self.running = []
         self.host_mac = self.host.mac_of("adapter")
@@ -68,7 +72,8 @@ class Bench:
         for process in self.running:
             process.kill()
             process.wait()
-        self.lab.close()
+        self.host.remove()
+        self.peer.remove()
         self.scratch.cleanup()
 
     # What answers pings -------------------------------------------------------------------------

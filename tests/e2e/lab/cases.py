@@ -79,10 +79,7 @@ class NetworkCase(Case):
         self.links_before = self.host.links()
 
     def cable(self, near, far, host_ip, peer_ip):
-        self.host.ip("link", "add", near, "type", "veth", "peer", "name", far, "netns", self.peer.name)
-        for namespace, name, address in ((self.host, near, host_ip), (self.peer, far, peer_ip)):
-            namespace.ip("address", "add", address + "/24", "dev", name)
-            namespace.ip("link", "set", "dev", name, "up")
+        network.cable(self.host, near, host_ip, self.peer, far, peer_ip)
 
     def arguments(self, command, mode="tap", *, library="pcap", adapter=HOST_IP, guest_ip=GUEST_IP,
                   guest_mac=GUEST_MAC, gateway=PEER_IP):

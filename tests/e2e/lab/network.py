@@ -115,3 +115,11 @@ class Namespace:
     def links(self):
         """The names of the interfaces, so that what a run leaves behind can be seen."""
         return sorted(line.split()[0].split("@")[0] for line in self.ip("-br", "link").stdout.splitlines())
+
+
+def cable(near, near_name, near_ip, far, far_name, far_ip):
+    """A veth pair between two namespaces, up, each end with its address in a network of 24 bits."""
+    near.ip("link", "add", near_name, "type", "veth", "peer", "name", far_name, "netns", far.name)
+    for namespace, name, address in ((near, near_name, near_ip), (far, far_name, far_ip)):
+        namespace.ip("address", "add", address + "/24", "dev", name)
+        namespace.ip("link", "set", "dev", name, "up")
