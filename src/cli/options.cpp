@@ -111,7 +111,7 @@ void AddGuestOptions(CLI::App& app, Raw& raw) {
                  "Answer \"Proceed\" to the warnings before the start; without it a warning ends the command")
         ->group(kEngineGroup);
     add("--duration", raw.duration, "SECONDS",
-        "Stop after this time: the run, or a ping test that still goes on");
+        "Stop after this time; a ping test sends no more then and waits for what is under way");
     add("--driver-buffer", raw.driverBuffer, "K",
         "The packet driver's buffer, 64 to 16384 Kbytes (default 1024)");
     add("--dll-buffer", raw.dllBuffer, "K", "The library's I/O buffer, 16 to 1024 Kbytes (default 64)");

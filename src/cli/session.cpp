@@ -259,7 +259,7 @@ int Session::PingFromGuest() {
 
 void Session::AwaitPingTest() {
     constexpr std::chrono::milliseconds kProgressInterval(250);
-    const std::optional<Moment> end = DurationFromNow();
+    std::optional<Moment> end = DurationFromNow();
     Progress progress;
     std::size_t sent = 0;
     Moment nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
@@ -270,6 +270,9 @@ void Session::AwaitPingTest() {
             nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
             sent += m_guest->Ping().CopyPings(sent).size();
             progress.Show(Sprintf(L"%u pings sent", static_cast<std::uint32_t>(sent)));
+        } else if (event == TerminalEvent::TimedOut) {
+            m_guest->Ping().EndSending(); // the time is up; what is under way is still waited for
+            end.reset();
         } else if (event != TerminalEvent::Message || m_output.HasFailed()) {
             m_guest->OnTestStopPing();
         }

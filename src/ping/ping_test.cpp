@@ -41,6 +41,7 @@ void PingTest::Start(INTERFACE_INFO& info, const PingParameters& parameters) {
     m_result = {};
     ClearPings();
     m_stopPingEvent.Reset();
+    m_endSendingEvent.Reset();
     m_pingThread.Start([this] { PingThread(); }, m_view, ViewMessage::PingThreadEnded);
 }
 
@@ -61,11 +62,18 @@ void PingTest::JoinWaitThread() {
     m_waitThreadExists = false;
 }
 
+// The wait thread may be waiting for more pings, of which there will be none.
+void PingTest::EndSending() {
+    m_endSendingEvent.Set();
+    m_pingEvent.Set();
+}
+
 void PingTest::StopPingTest() {
     if (!IsRunning()) {
         return;
     }
     m_stopPingEvent.Set();
+    m_endSendingEvent.Set();
     JoinSendThread();
     JoinWaitThread();
     m_stopPingEvent.Reset();
@@ -101,8 +109,9 @@ std::uint16_t PingTest::PingNumber(std::uint16_t sequence) const {
 }
 
 bool PingTest::AllSent() const {
-    // A count of 0 has no end of its own: such a test runs until it is stopped.
-    return m_parameters.numPings != 0 && m_pingList.GetCount() >= m_parameters.numPings;
+    // A count of 0 has no end of its own: such a test runs until it is told to end.
+    return m_endSendingEvent.IsSet() ||
+           (m_parameters.numPings != 0 && m_pingList.GetCount() >= m_parameters.numPings);
 }
 
 // The identifier is the process's for its whole life, and the sequence numbers go on from test to
@@ -165,7 +174,7 @@ void PingTest::PingThread() {
             waitThreadStarted = true;
         }
         const bool goOn =
-            m_parameters.delay != 0 ? !m_stopPingEvent.WaitFor(m_parameters.delay) : PaceSender(window);
+            m_parameters.delay != 0 ? !m_endSendingEvent.WaitFor(m_parameters.delay) : PaceSender(window);
         if (!goOn) {
             break;
         }
@@ -185,7 +194,7 @@ void PingTest::StartWaitThread() {
 // processor, and replies are lost that did arrive. A few milliseconds without any progress mean that
 // the replies are still on their way, or will never come: then more may be unanswered from now on.
 bool PingTest::PaceSender(std::uint32_t& window) {
-    for (int pause = 0; pause < kPauses && !m_stopPingEvent.IsSet(); ++pause) {
+    for (int pause = 0; pause < kPauses && !m_endSendingEvent.IsSet(); ++pause) {
         {
             const std::lock_guard lock(m_pingListLock);
             if (m_pingList.GetCount() - m_decided <= window) {
@@ -195,7 +204,7 @@ bool PingTest::PaceSender(std::uint32_t& window) {
         std::this_thread::sleep_for(kPause);
     }
     window *= 2;
-    return !m_stopPingEvent.IsSet();
+    return !m_endSendingEvent.IsSet();
 }
 
 // Writing and recording are one step under the lock, so that a reply cannot be looked for before its

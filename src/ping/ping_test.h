@@ -71,6 +71,9 @@ public:
     void ClearPings();
     // Starts the send thread. Not while a test runs.
     void Start(INTERFACE_INFO& info, const PingParameters& parameters);
+    // Ends the sending: what was sent is still decided, with the last deadlines and the grace, as if
+    // all pings were sent. Returns at once; does nothing when nothing is sent any more.
+    void EndSending();
     // Stops a running test, waits for its threads (they still write the statistics) and empties the
     // list. Does nothing when no ping thread exists.
     void StopPingTest();
@@ -106,7 +109,7 @@ private:
     void ChooseIdentifier();
     bool SendPing(std::uint16_t sequence);
     void StartWaitThread();
-    // Without a delay, lets the receiving side catch up. False when the test is to stop.
+    // Without a delay, lets the receiving side catch up. False when the sending is to end.
     bool PaceSender(std::uint32_t& window);
     void JoinSendThread();
     void JoinWaitThread();
@@ -129,6 +132,7 @@ private:
     WaitDomain m_waitDomain;
     ManualResetEvent m_pingEvent{m_waitDomain};
     ManualResetEvent m_stopPingEvent{m_waitDomain};
+    ManualResetEvent m_endSendingEvent{m_waitDomain};
     WaitableTimer m_pingTimer{m_waitDomain};
 
     // The ping list lock guards the list and what follows it here.
