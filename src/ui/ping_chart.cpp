@@ -132,24 +132,26 @@ void CPingChart::OnPaint(wxPaintEvent&) {
     const Palette palette;
     paintDc.SetBackground(wxBrush(palette.background));
     paintDc.Clear();
+    paintDc.SetFont(GetFont());
+    paintDc.SetTextForeground(palette.text);
+    // Texts in the plain manner of the platform, as those of the controls; only shapes want smooth edges.
     wxGCDC dc(paintDc);
-    dc.SetFont(GetFont());
-    dc.SetTextForeground(palette.text);
+    const Surface surface{paintDc, dc};
 
     const int gap = std::max(4, GetCharHeight() / 2);
     const int lineHeight = GetCharHeight();
     const wxRect area = GetClientRect().Deflate(gap);
-    const int headerHeight = DrawHeader(dc, area) * lineHeight;
+    const int headerHeight = DrawHeader(paintDc, area) * lineHeight;
 
     // Late replies take much longer than the others: the axis ends at these, and they stand at its top.
     const PingSummary& summary = m_history.Summary();
     const std::uint32_t top = RoundAxis(summary.maximumInTime != 0 ? summary.maximumInTime : summary.maximum);
-    const int axisWidth = dc.GetTextExtent(Milliseconds(top) + " ").x;
+    const int axisWidth = paintDc.GetTextExtent(Milliseconds(top) + " ").x;
     const wxRect plot(area.x + axisWidth, area.y + headerHeight + lineHeight, area.width - axisWidth - gap,
                       area.height - headerHeight - 2 * lineHeight - gap);
-    DrawLegend(dc, palette, wxRect(plot.x, area.GetBottom() - lineHeight, plot.width, lineHeight));
+    DrawLegend(surface, palette, wxRect(plot.x, area.GetBottom() - lineHeight, plot.width, lineHeight));
     if (plot.width > 10 && plot.height > lineHeight / 2) {
-        DrawFrame(dc, palette, plot, top);
+        DrawFrame(surface, palette, plot, top);
         DrawPings(dc, palette, plot.Deflate(gap, 0), top);
     }
     if (HasFocus()) {
@@ -180,7 +182,7 @@ int CPingChart::DrawHeader(wxDC& dc, const wxRect& area) const {
     return lines;
 }
 
-void CPingChart::DrawLegend(wxDC& dc, const Palette& palette, const wxRect& line) const {
+void CPingChart::DrawLegend(const Surface& surface, const Palette& palette, const wxRect& line) const {
     struct Entry {
         const char* text;
         void (*draw)(wxDC&, const wxColour&, wxPoint, int);
@@ -192,26 +194,28 @@ void CPingChart::DrawLegend(wxDC& dc, const Palette& palette, const wxRect& line
     const int mark = line.height;
     int width = 0;
     for (const Entry& entry : entries) {
-        width += 2 * mark + dc.GetTextExtent(entry.text).x;
+        width += 2 * mark + surface.texts.GetTextExtent(entry.text).x;
     }
     int x = line.x + std::max(mark, (line.width - width) / 2);
     for (const Entry& entry : entries) {
-        entry.draw(dc, entry.colour, wxPoint(x + mark / 2, line.y + line.height / 2), line.height / 2);
-        dc.DrawText(entry.text, x + mark, line.y);
-        x += 2 * mark + dc.GetTextExtent(entry.text).x;
+        entry.draw(surface.shapes, entry.colour, wxPoint(x + mark / 2, line.y + line.height / 2),
+                   line.height / 2);
+        surface.texts.DrawText(entry.text, x + mark, line.y);
+        x += 2 * mark + surface.texts.GetTextExtent(entry.text).x;
     }
 }
 
-void CPingChart::DrawFrame(wxDC& dc, const Palette& palette, const wxRect& plot, std::uint32_t top) const {
+void CPingChart::DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
+                           std::uint32_t top) const {
     const int lineHeight = GetCharHeight();
     const int divisions = plot.height >= 8 * lineHeight ? 4 : plot.height >= 4 * lineHeight ? 2 : 1;
     for (int division = 0; division <= divisions; ++division) {
         const int y = plot.GetBottom() - (plot.height - 1) * division / divisions;
-        dc.SetPen(wxPen(palette.faint));
-        dc.DrawLine(plot.x, y, plot.GetRight() + 1, y);
+        surface.shapes.SetPen(wxPen(palette.faint));
+        surface.shapes.DrawLine(plot.x, y, plot.GetRight() + 1, y);
         const wxString label = Milliseconds(static_cast<double>(top) * division / divisions);
-        const int width = dc.GetTextExtent(label + " ").x;
-        dc.DrawText(label, plot.x - width, y - lineHeight / 2);
+        const int width = surface.texts.GetTextExtent(label + " ").x;
+        surface.texts.DrawText(label, plot.x - width, y - lineHeight / 2);
     }
     if (!m_history.HasTest()) {
         return;
@@ -219,9 +223,9 @@ void CPingChart::DrawFrame(wxDC& dc, const Palette& palette, const wxRect& plot,
     const wxString first = "#1";
     const wxString last = wxString::Format("#%zu", m_history.Span());
     const int y = GetClientRect().Deflate(std::max(4, lineHeight / 2)).GetBottom() - lineHeight;
-    dc.DrawText(first, plot.x, y);
+    surface.texts.DrawText(first, plot.x, y);
     if (m_history.Span() > 1) {
-        dc.DrawText(last, plot.GetRight() - dc.GetTextExtent(last).x, y);
+        surface.texts.DrawText(last, plot.GetRight() - surface.texts.GetTextExtent(last).x, y);
     }
 }
 

@@ -22,13 +22,19 @@ public:
 
 private:
     struct Palette;
+    // One picture, drawn upon in two ways.
+    struct Surface {
+        wxDC& texts;
+        wxDC& shapes;
+    };
     std::vector<wxString> FigureList() const;
     void OnPaint(wxPaintEvent& event);
-    void DrawFrame(wxDC& dc, const Palette& palette, const wxRect& plot, std::uint32_t top) const;
+    void DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
+                   std::uint32_t top) const;
     void DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::uint32_t top) const;
     // Returns the number of lines it took: what does not fit into one is wrapped.
     int DrawHeader(wxDC& dc, const wxRect& area) const;
-    void DrawLegend(wxDC& dc, const Palette& palette, const wxRect& line) const;
+    void DrawLegend(const Surface& surface, const Palette& palette, const wxRect& line) const;
 
     const PingHistory& m_history;
 };
