@@ -11,10 +11,10 @@ import pathlib
 import sys
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "ui"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
 sys.dont_write_bytecode = True
 
-from lab import Desktop, Program, missing  # noqa: E402
+from lab.desktop import Desktop, Program, missing  # noqa: E402
 
 
 def main():

@@ -38,27 +38,13 @@ void ExpectRefused(const std::string& line, const std::string& words) {
     EXPECT_NE(ToUtf8(answer->text).find(words), std::string::npos) << line << ": " << ToUtf8(answer->text);
 }
 
-TEST(Options, WhatIsNotGivenIsAbsent) {
-    const Options options = Accept("run");
-    EXPECT_EQ(options.library, L"auto");
-    EXPECT_FALSE(options.interface1.AnyGiven() || options.UsesTwoInterfaces() || options.IsSimulated());
-    EXPECT_FALSE(options.count || options.dataSize || options.timeout || options.delay ||
-                 options.fromInterface);
-    EXPECT_FALSE(options.gateway || options.driverBufferSize || options.dllBufferSize || options.duration);
-    EXPECT_FALSE(options.debug || options.socketNotify || options.outputFile || options.json);
-    EXPECT_FALSE(options.proceed || options.noReport || options.save);
-}
-
 TEST(Options, EveryValueArrivesBeforeAndAfterTheCommand) {
-    const Options options = Accept("--library=SIM:loss=5 --count 5 ping --adapter eth0 --guest-ip "
-                                   "10.0.0.5 --mode TAP "
-                                   "--guest-mac 02:00:5e:80:00:04 --adapter2 _10.0.0.1_ --guest-ip2 "
-                                   "10.0.0.6 --mode2 tun "
-                                   "--size=65507 --timeout 0 --delay 10000 --from 2 1.2.3.4 "
-                                   "--gateway 10.0.0.9 --driver-buffer 64 "
-                                   "--dll-buffer 1024 --duration 1.5 --proceed --save --no-report "
-                                   "--socket-notify --no-debug "
-                                   "--output a.txt --json b.json");
+    const Options options = Accept(
+        "--library=SIM:loss=5 --count 5 ping --adapter eth0 --guest-ip 10.0.0.5 --mode TAP "
+        "--guest-mac 02:00:5e:80:00:04 --adapter2 _10.0.0.1_ --guest-ip2 10.0.0.6 --mode2 tun --size=65507 "
+        "--timeout 0 --delay 10000 --from 2 1.2.3.4 --gateway 10.0.0.9 --driver-buffer 64 --dll-buffer 1024 "
+        "--duration 1.5 --proceed --save --no-report --socket-notify --no-debug --output a.txt --json "
+        "b.json");
     EXPECT_TRUE(options.command == Command::Ping && options.target == L"1.2.3.4");
     EXPECT_TRUE(options.library == L"SIM:loss=5" && options.IsSimulated());
     const InterfaceOptions& first = options.interface1;

@@ -65,16 +65,5 @@ TEST_F(InterfaceHelpersTest, RecordsAreEncodedToTheByte) {
     EXPECT_EQ(TakeText(), "");
 }
 
-TEST_F(InterfaceHelpersTest, QueriesFillTheRecordOrReport) {
-    INTERFACE_INFO info;
-    info.name = L"vnx0";
-    EXPECT_TRUE(GetInterfaceMACAddr(m_library, 3, info));
-    EXPECT_EQ(FormatMACAddr(info.guestMac), L"02-00-00-00-00-09");
-    m_library.failRequests[VNETX_SIOCGIFADDR] = ENODEV;
-    EXPECT_FALSE(GetAdapterIPAddr(m_library, 3, info));
-    EXPECT_EQ(errno, ENODEV);
-    EXPECT_EQ(TakeText(), "** GetAdapterIPAddr(vnx0) failed; errno=19: No such device\n");
-}
-
 } // namespace
 } // namespace vnxtest

@@ -74,33 +74,15 @@ TEST_F(InterfaceLifecycleTest, FollowsModesAndMissingTexts) {
     EXPECT_EQ(FormatMACAddr(m_info.guestMac), L"02-00-00-00-00-09");
 }
 
-TEST_F(InterfaceLifecycleTest, FallsBackToTheOldCodeOnInvalidArgumentOnly) {
-    m_library.failRequests[VNETX_TUNSETIFF] = EINVAL;
-    EXPECT_EQ(Create(), 3);
-    EXPECT_EQ(Record(VNETX_TUNSETIFF_OLD).u.flags, 0x1001U);
-    EXPECT_EQ(TakeText(), "*** Interface vnx0 enabled/up... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n\n");
-
-    m_library.requests.clear();
-    m_library.failRequests[VNETX_TUNSETIFF] = EPERM;
-    EXPECT_EQ(Create(), -1);
-    EXPECT_EQ(Codes(), (std::vector<std::uint32_t>{0x800454C9, 0x800454CA}));
-}
-
 // Each single failure: tests/guest/test_faults.cpp.
 TEST_F(InterfaceLifecycleTest, AFailureClosesAndKeepsItsErrno) {
     const std::string closed = " closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n";
-    using Case = std::tuple<std::uint32_t, std::string, std::string>;
-    for (const auto& [code, failure, name] :
-         {Case{VNETX_TUNSETIFF, "(10.1.2.3): vnetx32_ioctl(TUNSETIFF)", ""},
-          Case{VNETX_SIOCSIFHWADDR, "(vnx0): VNETX_SetMACAddr(02-00-5E-81-02-6F)", "vnx0"}}) {
-        m_library.failRequests = {{code, ENODEV}};
-        EXPECT_EQ(Create(), -1);
-        EXPECT_EQ(errno, ENODEV);
-        EXPECT_EQ(m_info.handle, -1);
-        EXPECT_FALSE(m_library.IsOpen());
-        EXPECT_EQ(TakeText(), "** CreateInterface" + failure +
-                                  " failed; errno=19: No such device\n*** Interface " + name + closed);
-    }
+    m_library.failRequests = {{VNETX_SIOCSIFHWADDR, ENODEV}};
+    EXPECT_EQ(Create(), -1);
+    EXPECT_EQ(errno, ENODEV);
+    EXPECT_EQ(TakeText(), "** CreateInterface(vnx0): VNETX_SetMACAddr(02-00-5E-81-02-6F) failed; errno=19: "
+                          "No such device\n*** Interface vnx0" +
+                              closed);
     m_library.failRequests.clear();
     m_library.interfaceName.clear();
     EXPECT_EQ(Create(), -1);

@@ -1,6 +1,5 @@
 #include <cerrno>
 #include <regex>
-#include <thread>
 
 #include "support/output_fixture.h"
 #include "wrenlib/trace.h"
@@ -35,31 +34,6 @@ TEST_F(OutputChannelTest, PostsOnceUntilTheQueueIsTaken) {
     DebugOutputCallback("from %s the library\nsecond", "ignored");
     EXPECT_EQ(errno, ENODEV);
     EXPECT_EQ(TakeText(), "three\nfrom %s the library\nsecond\n");
-}
-
-TEST_F(OutputChannelTest, LosesNothingFromManyThreads) {
-    std::vector<std::thread> producers;
-    for (int producer = 0; producer < 4; ++producer) {
-        producers.emplace_back([producer] {
-            for (int line = 0; line < 500; ++line) {
-                LogMsg(L"%d %d\n", producer, line);
-            }
-        });
-    }
-    std::string text;
-    for (std::thread& producer : producers) {
-        text += TakeText();
-        producer.join();
-    }
-    text += TakeText();
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2000);
-    for (int producer = 0; producer < 4; ++producer) {
-        std::size_t at = 0; // each producer's lines are in its own order
-        for (int line = 0; line < 500; ++line) {
-            at = text.find(std::to_string(producer) + " " + std::to_string(line) + "\n", at);
-            ASSERT_NE(at, std::string::npos);
-        }
-    }
 }
 
 TEST_F(OutputChannelTest, DropsTextWithoutAViewAndTracesItWithoutACallback) {

@@ -5,8 +5,8 @@ import pathlib
 import subprocess
 import time
 
-from lab import frames
-from lab.cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase
+import frames
+from cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase
 
 FAKETIME = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1"), None)
 
@@ -17,7 +17,7 @@ class Changes(NetworkCase):
             with self.subTest(mode=mode, extra=extra):
                 guest = self.run_guest(mode, "--proceed", *extra)
                 self.host.ip("link", "set", "adapter", "down")
-                self.assertEqual(guest.wait_end(5), 2, guest.story())
+                self.assertEqual(guest.wait_end(10), 2, guest.story())
                 self.assertRegex(guest.errors(), r"vnetx32_read failed; errno=100: Network is down")
                 self.assertIn("*** Statistics for Interface", guest.text())
                 self.assert_nothing_left(guest)

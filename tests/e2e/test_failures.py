@@ -1,8 +1,7 @@
 """Two interfaces, one TUN and one TAP, on two adapters; and what fails: the message, the hint, nothing left open."""
 
-from lab import frames
-from lab.cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
-from lab.guest import interface_statistics, ping_statistics
+import frames
+from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase, interface_statistics, ping_statistics
 
 SECOND_HOST, SECOND_PEER, SECOND_GUEST = "10.78.0.1", "10.78.0.2", "10.78.0.100"
 SECOND_MAC = "02:77:00:00:01:64"
@@ -46,7 +45,7 @@ class TwoInterfaces(NetworkCase):
                 if command[0] == "ping":
                     guest.wait_for(" Reply to ping #5 ")
                 self.peer.ip("link", "del", "far2")
-                status = guest.wait_end(5)
+                status = guest.wait_end(10)
                 self.cable("adapter2", "far2", SECOND_HOST, SECOND_PEER)
                 self.assertEqual(status, 2, guest.story())
                 text = guest.text()

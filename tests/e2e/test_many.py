@@ -4,8 +4,8 @@ import re
 import subprocess
 import time
 
-from lab.cases import PEER_IP, NetworkCase, alone, timeout
-from lab.guest import ping_statistics, without_stamps
+from cases import PEER_IP, NetworkCase, alone, ping_statistics, timeout
+from lab.guest import without_stamps
 
 GRACE = 1.0
 # That nothing is lost can be asked of a program that gets to run: one that is kept waiting for some milliseconds

@@ -1,36 +1,22 @@
-"""The guest pings on a real wire: the text to the letter, the requests, every fate of a reply, sizes, where they go."""
+"""The guest pings on a real wire: the requests, every fate of a reply, sizes, where they go. The text to the letter:
+tests/guest/test_guest.cpp."""
 
-from lab import frames
-from lab.cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
-from lab.guest import interface_statistics, ping_statistics
+import frames
+from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase, interface_statistics, ping_statistics
 
 GATEWAY_IP, GATEWAY_MAC = "10.77.0.254", "02:77:00:00:00:fe"
 BEHIND = "10.88.0.2"
 PATTERN = b"abcdefghijklmnopqrstuvwxyz0123456789"
 
-SUCCESS = (
-    r"\n\*\* START PING TEST \*\*\n"
-    r"\n ping  -c 3  -i 100  -s 32  -w 500  10\.77\.0\.2\n\n"
-    + "".join(rf" Sending ping #{number} bytes=32 to 10\.77\.0\.2\.\.\.\n"
-              rf" Reply to ping #{number} received from 10\.77\.0\.2: bytes=32 time=(<1|\d+)ms TTL=64\n" for number in (1, 2, 3))
-    + r"\n Ping statistics for 10\.77\.0\.2:\n"
-    r"\n     3 Pings Sent\n"
-    r"     3 Replies Received \(Minimum = \d+ms, Maximum = \d+ms, Average = \d+ms\)\n"
-    r"     0 Pings Timeouts\n"
-    r"     0 Duplicate Replies\n"
-    r"     0 Pings Lost \(0%\)\n"
-    r"\n Ping test successful\.\n"
-    r"\n\*\* END PING TEST \*\*\n\n")
-
 
 class GuestPings(NetworkCase):
-    def test_success_to_the_letter(self):
+    def test_success(self):
         for mode in ("tap", "tun"):
             for extra in ((), ("--socket-notify",)):
                 with self.subTest(mode=mode, extra=extra):
                     guest = self.ping(PEER_IP, mode, "--count", 3, "--delay", 100, *extra)
                     self.assertEqual(guest.status, 0, guest.story())
-                    self.assertRegex(guest.text(), SUCCESS)
+                    self.assertEqual(ping_statistics(guest.text())["received"], 3, guest.story())
                     self.assertIsNotNone(interface_statistics(guest.text()), guest.text())
                     self.assert_nothing_left(guest)
 
@@ -52,23 +38,17 @@ class GuestPings(NetworkCase):
                 for number in (1, 2, 3):
                     sent, out = (float(next(line for line in guest.lines() if text in line)[6:12]) for text in
                                  (f" Sending ping #{number} ", f" Ping #{number} has timed out."))
-                    self.assertTrue(0.499 <= (out - sent) % 60 < 0.7, out - sent)
-                self.assertIn("\n     3 Pings Sent\n"
-                              "     0 Replies Received (Minimum = 0ms, Maximum = 0ms, Average = 0ms)\n"
-                              "     3 Pings Timeouts\n"
-                              "     0 Duplicate Replies\n"
-                              "     3 Pings Lost (100%)\n"
-                              "\n Ping test has FAILED.\n"
-                              "\n** END PING TEST **\n", guest.text())
+                    self.assertTrue(0.499 <= (out - sent) % 60 < 1.5, out - sent)
+                self.assertEqual(ping_statistics(guest.text())["timeouts"], 3)
         self.assert_frames_sound(silent, at_least=6)
 
     def test_every_fate_of_a_reply(self):
-        """In turn; all of one test together. The test's time-out is 300 ms, its grace a second."""
+        """In turn; all of one test together. The test's time-out is 500 ms, its grace a second."""
         foreign = "192.0.2.33"
         fates = (  # the replies, the lines about them, and whether the ping times out
             (lambda reply: [(0, reply)], (" Reply to ping #{} received from 10.77.0.50: ",), False),
             (lambda reply: [(0, reply), (0.05, reply)], (" Reply to ping #{} ", " Reply #2 to ping #{} "), False),
-            (lambda reply: [(0.5, reply), (0.6, reply)], (r" Reply to ping #{} .* TTL=64 \((1[5-9]|[23]\d)\dms late\)$",
+            (lambda reply: [(0.7, reply), (0.8, reply)], (r" Reply to ping #{} .* TTL=64 \((1[5-9]|[2-8]\d)\dms late\)$",
                                                          " Reply #2 to ping #{} .*ms late"), True),
             (lambda reply: [(0.1, reply)], (" Reply to ping #{} ",), False),  # overtaken
             (lambda reply: [(0, reply._replace(flags=frames.DONT_FRAGMENT))], (), True),
@@ -79,13 +59,13 @@ class GuestPings(NetworkCase):
         responder = self.respond(lambda reply, number: fates[(number - 1) % len(fates)][0](reply))
         for mode in ("tap", "tun"):
             with self.subTest(mode=mode):
-                guest = self.ping(responder.address, mode, "--count", 14, "--delay", 30, "--timeout", 300, "--debug")
+                guest = self.ping(responder.address, mode, "--count", 14, "--delay", 30, "--timeout", 500, "--debug")
                 self.assertEqual(guest.status, 1, guest.story())
                 text = guest.text()
                 figures = ping_statistics(text)
                 self.assertEqual([figures[name] for name in ("sent", "received", "timeouts", "duplicates", "lost", "percent")],
                                  [14, 10, 6, 4, 4, 29], guest.story())
-                self.assertTrue(590 <= figures["maximum"] <= 900, "the latest reply's time counts")
+                self.assertTrue(790 <= figures["maximum"] <= 1500, "the latest reply's time counts")
                 for number in range(1, 15):
                     _, wanted, timed_out = fates[(number - 1) % len(fates)]
                     replies = [line for line in text.splitlines() if f" to ping #{number} received" in line]
@@ -142,6 +122,10 @@ class Gateway(NetworkCase):
                 ("tap", BEHIND, None, False, adapter_mac, 1),
                 ("tap", BEHIND, None, True, GATEWAY_MAC, 0),  # asked by ARP at the start; then there is no question
                 ("tun", BEHIND, None, True, GATEWAY_MAC, 0),
+                ("tun", PEER_IP, None, True, peer_mac, 0),
+                ("tun", "255.255.255.255", None, True, frames.BROADCAST, 1),
+                ("tun", "10.77.0.255", None, True, frames.BROADCAST, 1),
+                ("tun", "239.129.2.3", None, True, "01:00:5e:01:02:03", 1),
                 ("tun", "10.77.0.99", None, True, None, 1)):
             with self.subTest(mode=mode, target=target, given=given, route=route):
                 if route:
@@ -153,14 +137,17 @@ class Gateway(NetworkCase):
                 self.assertEqual([(echo.destination_mac, echo.destination, echo.source_mac)
                                   for echo in heard.echoes(frames.ECHO_REQUEST)], [(mac, target, GUEST_MAC)] * 2 if mac else [])
                 self.assertNotIn("Assertion Failed", guest.text())
+        asked = [question for question in map(frames.parse_arp, heard.heard()) if question and question.sender_ip == GUEST_IP]
+        self.assertEqual([question.target_ip for question in asked], ["10.77.0.99"] * 2, "one exchange: asked twice")
 
     def test_a_guest_of_another_subnet(self):
         """Asked about, and with IP forwarding in other words; answered by "proceed" it is reached by a route."""
         for forwarding, gateway, text in ((1, None, "Even though IP Routing is enabled"), (0, PEER_IP, "is a true router")):
             self.host.write("net/ipv4/ip_forward", forwarding)
-            options = self.arguments(["run"], "tap", guest_ip="10.66.0.5", gateway=gateway)
+            options = self.arguments(["run"], guest_ip="10.66.0.5", gateway=gateway)
             self.assert_refused(self.run_program(*options, namespace=self.host), text.replace(" ", r"\s+"), "--proceed")
-        guest = self.start(*options, "--proceed", namespace=self.host).wait_up()
         self.peer.ip("route", "add", "10.66.0.5", "dev", "far")
-        self.assert_pinged(self.peer, "10.66.0.5", 3, "-i", "0.05", "-I", PEER_IP)
-        self.assertEqual(guest.stop()[0], 0, guest.story())
+        for mode in ("tap", "tun"):
+            guest = self.run_guest(mode, "--proceed", guest_ip="10.66.0.5")
+            self.assert_pinged(self.peer, "10.66.0.5", 3, "-i", "0.05", "-I", PEER_IP)
+            self.assertEqual(guest.stop()[0], 0, guest.story())

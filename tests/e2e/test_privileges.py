@@ -5,7 +5,7 @@ import pathlib
 import re
 import subprocess
 
-from lab.cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase, program_for_everybody
+from cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase, program_for_everybody
 from lab.network import why_no_tun_device
 
 ORDINARY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all"]

@@ -7,7 +7,8 @@ import pathlib
 import re
 import shutil
 
-from lab import cases, frames
+import cases
+import frames
 
 ZERO = "0.0.0.0"
 NETWORK_HEADING = "-------------------------  Network Information  -------------------------"
@@ -118,14 +119,15 @@ class Host(cases.NetworkCase):
                         "route add unreachable 10.67.0.0/16",
                         "route add unreachable default metric 999999"):
             self.host.ip(*command.split())
-        self.resolver_file("# made for this test\nsearch example.net\nnameserver 10.77.0.53\n"
-                           ";nameserver 10.77.0.54\nnameserver 2001:db8::53 # the second\n")
+        self.resolver_file("# made for this test\n;nameserver 1.1.1.1\nsearch example.net\nnameserver\t10.77.0.53  # first\r\n"
+                           "  nameserver 10.0.0.3\nnameserver10.0.0.4\nnameserver\nnameserver not.an.address\n"
+                           "nameserver 300.1.1.1\noptions nameserver 10.0.0.5\nnameserver 2001:db8::53\nnameserver 10.77.0.54")
         for forwarding, word in ((0, "no"), (1, "yes")):
             self.host.write("net/ipv4/ip_forward", forwarding)
             report = self.report()
             self.assertIn(f"  IP Routing Enabled. . . . . : {word}\n", report.network)
         self.assertIn(f"  Host Name . . . . . . . . . : {os.uname().nodename}\n", report.network)
-        self.assertEqual(report.name_servers(), ["10.77.0.53", "2001:db8::53"])
+        self.assertEqual(report.name_servers(), ["10.77.0.53", "2001:db8::53", "10.77.0.54"])
         self.assert_routes(report)
         # The last default route wins, not the one with the lowest metric; and that gateway answers.
         self.assertEqual(report.gateway, ("10.77.0.2", self.peer_mac))

@@ -4,9 +4,8 @@ import signal
 import subprocess
 import time
 
-from lab.cases import GUEST_IP, PEER_IP, NetworkCase, alone
+from cases import GUEST_IP, PEER_IP, NetworkCase, alone, interface_statistics, ping_statistics
 from lab.network import die_with_parent
-from lab.guest import interface_statistics, ping_statistics
 
 READ_TIMEOUT = 0.25
 # The way from the signal to the program's end beside the waiting itself. The kernel lets each packet socket wait for

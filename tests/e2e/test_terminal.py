@@ -8,8 +8,8 @@ import select
 import signal
 import time
 
-from lab.cases import Case, as_ordinary_user, program_for_everybody
-from lab.guest import STAMP, interface_statistics, ping_statistics
+from cases import Case, as_ordinary_user, interface_statistics, ping_statistics, program_for_everybody
+from lab.guest import STAMP
 
 ECHO_HOST, SILENT, GATEWAY = "198.18.0.2", "198.18.0.150", "198.18.0.254"
 # The fields of the results file, object by object, in their order.

@@ -42,15 +42,15 @@ struct SimGuest {
             return confirm;
         };
         frontEnd.askPingWho = [this](PingWhoParameters& asked) {
-            twoOffered = asked.twoInterfaces;
             asked = who;
             return true;
         };
     }
 
-    void UseInterface2(const std::wstring& adapter = FormatIPAddr(kSimAdapterIp)) {
+    void UseInterface2() {
         parameters.useTwoInterfaces = true;
-        parameters.interface2 = {false, L"198.18.0.222", L"02-00-5E-80-00-DE", adapter, L""};
+        parameters.interface2 = {false, L"198.18.0.222", L"02-00-5E-80-00-DE", FormatIPAddr(kSimAdapterIp),
+                                 L""};
     }
 
     // Starts the guest; returns when all interfaces are open, or when one has failed and the guest has ended.
@@ -75,7 +75,6 @@ struct SimGuest {
     GuestParameters parameters; // of the next start; refused unless `confirm`
     bool confirm = true;
     PingWhoParameters who; // of the next ping test
-    bool twoOffered = false;
 };
 
 } // namespace vnxtest

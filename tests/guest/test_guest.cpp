@@ -1,37 +1,99 @@
 // The whole engine on the simulated LAN.
+#include <regex>
+
+#include <gmock/gmock.h>
+
 #include "guest/sim_guest.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
 
+using ::testing::EndsWith, ::testing::StartsWith;
+
 class GuestTest : public OutputFixture {
 protected:
+    // The text of one ping test, its times as "T".
+    std::string PingOn(const wchar_t* lanOptions, Ipv4Address target, std::uint32_t timeout) {
+        const auto lan = MakeLan(lanOptions);
+        SimGuest sim(*lan);
+        sim.parameters.interface1.tapMode = false;
+        sim.who.to = FormatIPAddr(sim.who.address = target);
+        sim.who.timeout = timeout;
+        sim.Start();
+        TakeText();
+        sim.Ping();
+        return std::regex_replace(TakeText(), std::regex("<?\\d+ms"), "T");
+    }
+
     const std::unique_ptr<SimLibrary> m_lan = MakeLan(L"seed=7");
     SimGuest m_sim{*m_lan};
     Guest& m_guest = m_sim.guest;
 };
 
-TEST_F(GuestTest, OneFailingInterfaceStopsTheOther) {
-    m_sim.UseInterface2(L"198.18.0.77"); // no adapter has this address
-    m_sim.Start();
-    EXPECT_FALSE(m_guest.IsRunning());
-    EXPECT_EQ(m_guest.Interface(0).handle, -1);
-    std::string text = TakeText();
-    const char* const told =
-        "** CreateInterface(198.18.0.77): vnetx32_open failed; errno=19: No such device\n";
-    EXPECT_EQ(CountOf(text, told), 1) << text;
-    EXPECT_EQ(CountOf(text, "*** Statistics for Interface "), 1) << text;
+// How the lines of replies stand between those of requests is the scheduler's; everything else is fixed.
+TEST_F(GuestTest, APingTestToTheLetter) {
+    struct Case {
+        const wchar_t* lan;
+        Ipv4Address target;
+        std::uint32_t timeout;
+        std::vector<std::string> lines; // about each ping, "#" for its number, "@" for the target
+        const char* figures;
+    };
+    for (const auto& [lan, target, timeout, lines, figures] :
+         {Case{L"",
+               kSimFirstEchoHost,
+               500,
+               {" Reply to ping # received from @: bytes=32 time=T TTL=64\n"},
+               "     3 Replies Received (Minimum = T, Maximum = T, Average = T)\n     0 Pings Timeouts\n"
+               "     0 Duplicate Replies\n     0 Pings Lost (0%)\n\n Ping test successful.\n"},
+          {L"",
+           kSimSilentHost,
+           30,
+           {" Ping # has timed out.\n"},
+           "     0 Replies Received (Minimum = T, Maximum = T, Average = T)\n     3 Pings Timeouts\n"
+           "     0 Duplicate Replies\n     3 Pings Lost (100%)\n\n Ping test has FAILED.\n"},
+          {L"late=100,lateby=300,dup=100",
+           kSimFirstEchoHost,
+           100,
+           {" Ping # has timed out.\n", " Reply to ping # received from @: bytes=32 time=T TTL=64 (T late)\n",
+            " Reply #2 to ping # received from @: bytes=32 time=T TTL=64 (T late)\n"},
+           "     3 Replies Received (Minimum = T, Maximum = T, Average = T)\n     3 Pings Timeouts\n"
+           "     3 Duplicate Replies\n     0 Pings Lost (0%)\n\n Ping test successful.\n"}}) {
+        const std::string text = PingOn(lan, target, timeout);
+        const std::string name = ToUtf8(FormatIPAddr(target));
+        EXPECT_THAT(text, StartsWith("\n** START PING TEST **\n\n ping  -c 3  -i 0  -s 32  -w " +
+                                     std::to_string(timeout) + "  " + name + "\n\n"));
+        for (int number = 1; number <= 3; ++number) {
+            EXPECT_EQ(
+                CountOf(text, " Sending ping #" + std::to_string(number) + " bytes=32 to " + name + "...\n"),
+                1);
+            for (std::string line : lines) {
+                line = std::regex_replace(line, std::regex("# "), "#" + std::to_string(number) + " ");
+                EXPECT_EQ(CountOf(text, std::regex_replace(line, std::regex("@"), name)), 1) << text;
+            }
+        }
+        EXPECT_THAT(text, EndsWith("\n Ping statistics for " + name + ":\n\n     3 Pings Sent\n" + figures +
+                                   "\n** END PING TEST **\n\n"));
+    }
+}
 
-    // The guest starts again afterwards.
-    m_sim.UseInterface2();
+TEST_F(GuestTest, TheNextPingTestGoesOnWithTheSequenceAndNumbersFromOne) {
     m_sim.Start();
-    m_sim.who.fromInterface = 1;
-    m_sim.Ping();
-    EXPECT_TRUE(m_sim.twoOffered);
-    m_guest.StopGuest();
-    text = TakeText();
-    EXPECT_EQ(CountOf(text, " Ping test successful.\n"), 1) << text;
-    EXPECT_EQ(CountOf(text, "*** Statistics for Interface "), 2) << text;
+    m_guest.Ping().KeepRecords(true);
+    std::vector<int> sequence;
+    for (const int test : {1, 2}) {
+        TakeText();
+        m_sim.Ping();
+        EXPECT_EQ(CountOf(TakeText(), " Sending ping #1 bytes="), 1) << test;
+        for (const CPing& ping : m_guest.Ping().Result().pings) {
+            sequence.push_back(SwapNetwork16(ping.wIcmpSeq));
+            EXPECT_EQ(ping.wIcmpId, m_guest.Ping().Result().pings[0].wIcmpId);
+        }
+    }
+    for (std::size_t n = 0; n < 6; ++n) {
+        EXPECT_EQ((sequence.at(n) - sequence[0]) & 0xFFFF, static_cast<int>(n));
+    }
 }
 
 TEST_F(GuestTest, StoresWhatWasConfirmedAndOnlyThen) {

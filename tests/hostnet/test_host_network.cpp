@@ -88,7 +88,6 @@ TEST_F(HostNetworkTest, TakesTheAdapterThatTheLibraryNamesAndProbesItsGateway) {
     library.defaultInterface = "02-00-00-00-00-0C"; // nobody's
     EXPECT_TRUE(network.RedetectAdapters());
     EXPECT_EQ(network.DefaultAdapter(), nullptr);
-    EXPECT_EQ(network.DefaultAdapterIpText(), L"0.0.0.0");
 }
 
 TEST_F(HostNetworkTest, LooksUpTheFirstRowOfSeveral) {
@@ -105,15 +104,11 @@ TEST_F(HostNetworkTest, LooksUpTheFirstRowOfSeveral) {
     EXPECT_TRUE(network.GetHostMaskByIP({10, 0, 0, 3}).IsZero());
     EXPECT_FALSE(network.IsAdapterIP({})) << "an adapter without an address has none";
 
-    // Adapters and addresses came and went.
+    // Adapters came and went.
     adapters.entries = {MakeAdapter(L"c", kMacB, {10, 9, 0, 1}, {255, 255, 0, 0})};
-    tables.addresses.clear();
-    tables.AddAddress({10, 9, 0, 1}, {255, 255, 0, 0}, 3);
     EXPECT_TRUE(network.RedetectAdapters());
-    EXPECT_FALSE(network.IsAdapterMAC(kMacA) || network.IsAdapterIP({10, 0, 0, 1}) ||
-                 network.DefaultAdapter());
+    EXPECT_FALSE(network.IsAdapterMAC(kMacA) || network.DefaultAdapter());
     EXPECT_TRUE(network.IsAdapterIP({10, 9, 0, 1}));
-    EXPECT_EQ(network.GetInterfaceIPString(7) + network.GetInterfaceIPString(3), L"10.9.0.1");
 }
 
 TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
@@ -127,9 +122,7 @@ TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
     host.InitGlobals();
     ASSERT_TRUE(host.Adapters().size() == 2 && host.Routes()->size() == 2);
     EXPECT_EQ(host.Routes()->front().nextHop, Ipv4Address(10, 0, 0, 254));
-    EXPECT_TRUE(host.FindDefaultGateway() && host.DefaultGateway() == kSimGatewayIp);
-    EXPECT_EQ(host.DefaultGatewayMac(), kSimGatewayMac);
-    EXPECT_EQ(host.GetInterfaceIPString(host.Routes()->back().interfaceIndex), L"198.18.0.1");
+    EXPECT_TRUE(host.FindDefaultGateway() && host.DefaultGatewayMac() == kSimGatewayMac);
     // Each adapter is opened and closed by its own library.
     std::vector<AdapterHandle> handles;
     for (const auto& entry : host.Adapters()) {

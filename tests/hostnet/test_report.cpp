@@ -119,12 +119,9 @@ TEST_F(ReportTest, OnlyTheDefaultAdapterIsWarnedOf) {
 TEST_F(ReportTest, ModulesAreNamedWithTheirVersions) {
     adapters.driver.driverVersion = L"7.8";
     ReportContext context;
-    context.programName = L"prog";
-    context.programVersion = L"1.0.0.1";
-    context.buildDate = L"Jan  2 2026";
-    context.buildTime = L"03:04:05";
-    context.specialBuild = L"special";
-    context.copyright = L"copyright";
+    std::tie(context.programName, context.programVersion, context.buildDate, context.buildTime,
+             context.specialBuild, context.copyright) =
+        std::tuple(L"prog", L"1.0.0.1", L"Jan  2 2026", L"03:04:05", L"special", L"copyright");
     EXPECT_THAT(TextOf(WriteModules, context),
                 StartsWith("Begin prog, version: \"1.0.0.1\" (Jan  2 2026) 03:04:05 special ...\n"
                            "copyright\n\n"

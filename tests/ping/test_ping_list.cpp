@@ -50,28 +50,6 @@ TEST(PingList, FindsTheOldestByIdentifierAndSequence) {
     EXPECT_FALSE(Find(list, 7, 6));
 }
 
-TEST(PingList, FirstUndecidedPassesOverTheDecided) {
-    CPingList list;
-    EXPECT_FALSE(list.FirstUndecided());
-    for (std::uint32_t n = 0; n < 4; ++n) {
-        list.AddTail(Ping(7, n));
-    }
-    const auto decide = [&](CPingList::Position position, std::uint32_t CPing::*member) {
-        CPing ping = list.GetAt(position);
-        ping.*member = 1;
-        list.SetAt(position, ping);
-    };
-    decide(1, &CPing::nReplies);
-    EXPECT_EQ(list.FirstUndecided(), 0U);
-    decide(0, &CPing::nTimeouts);
-    EXPECT_EQ(list.FirstUndecided(), 2U);
-    decide(2, &CPing::nReplies);
-    decide(3, &CPing::nReplies);
-    EXPECT_FALSE(list.FirstUndecided());
-    list.AddTail(Ping(7, 4));
-    EXPECT_EQ(list.FirstUndecided(), 4U);
-}
-
 TEST(PingStatistics, CountEveryRecordOnceAndRoundAsStated) {
     const auto loss = [](int lost, int sent) {
         CPingList list;

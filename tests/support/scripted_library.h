@@ -1,16 +1,12 @@
-// An interface library under a test's control: it delivers the frames the test queues, keeps what is
-// written, records every request, and fails where it is told to. For faults and frames that no real
-// library gives; everything else is tested on the real ones.
+// An interface library under a test's control: it keeps what is written, records every request, and fails
+// where it is told to. For faults and bytes that no real library gives; everything else is tested on the real
+// ones.
 #pragma once
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <cstring>
-#include <deque>
-#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -69,28 +65,14 @@ public:
         }
         return 0;
     }
-    std::int32_t Read(std::int32_t, void* buffer, std::uint32_t) override {
-        std::unique_lock lock(m_lock);
-        m_arrived.wait_for(lock, std::chrono::milliseconds(20), [this] { return !m_frames.empty(); });
-        if (m_frames.empty()) {
-            return failRead != 0 ? FailWith(failRead) : 0;
-        }
-        const Frame frame = std::move(m_frames.front());
-        m_frames.pop_front();
-        std::ranges::copy(frame, static_cast<std::uint8_t*>(buffer));
-        return static_cast<std::int32_t>(frame.size());
-    }
+    std::int32_t Read(std::int32_t, void*, std::uint32_t) override { return FailWith(EIO); }
     std::int32_t Write(std::int32_t handle, const void* frame, std::uint32_t length) override {
         if (handle != kHandle || failWrite != 0) {
             return FailWith(handle != kHandle ? EBADF : failWrite);
         }
         const auto* const bytes = static_cast<const std::uint8_t*>(frame);
-        Frame copy(bytes, bytes + length);
-        if (onWrite) {
-            onWrite(copy);
-        }
         const std::lock_guard lock(m_lock);
-        m_written.push_back(std::move(copy));
+        m_written.emplace_back(bytes, bytes + length);
         return static_cast<std::int32_t>(length);
     }
     std::int32_t GetStats(std::int32_t, VnetxStatistics* record) override {
@@ -120,11 +102,6 @@ public:
     std::wstring ModuleName() const override { return L"scripted"; }
     std::wstring ModulePath() const override { return {}; }
 
-    void QueueFrame(Frame frame) {
-        const std::lock_guard lock(m_lock);
-        m_frames.push_back(std::move(frame));
-        m_arrived.notify_all();
-    }
     std::vector<Frame> Written() {
         const std::lock_guard lock(m_lock);
         return m_written;
@@ -135,11 +112,8 @@ public:
     std::map<std::uint32_t, int> failRequests;
     int failOpen = 0;
     int failWrite = 0;
-    int failRead = 0; // once the queue is empty
     bool acceptCallback = true;
     std::string interfaceName = "vnx0";
-    // Called with every frame written, for libraries that answer; may queue frames.
-    std::function<void(const Frame&)> onWrite;
     // The MAC and the address of every neighbour; none when empty. The first requests go unanswered.
     std::vector<std::uint8_t> neighbourMac;
     Ipv4Address neighbourIp;
@@ -162,8 +136,6 @@ private:
     }
 
     std::mutex m_lock;
-    std::condition_variable m_arrived;
-    std::deque<Frame> m_frames;
     std::vector<Frame> m_written;
     bool m_open = false;
 };

@@ -3,7 +3,7 @@
 import pathlib
 import time
 
-from lab import DesktopCase
+from cases import DesktopCase
 
 INVALID_IP = "IP Address. The IP Address you entered is invalid. Please enter a valid IP address."
 INVALID_MAC = "MAC Address. The hardware address you entered is invalid. Please enter a valid hardware address"

@@ -1,11 +1,10 @@
 """The program's main job from the first window to the saved report, also over a real wire and under load."""
 
-import os
 import re
-import subprocess
 import time
 
-from lab import DesktopCase
+from cases import DesktopCase
+from lab import network
 
 PINGS = r" Sending ping #(\d+) bytes="
 REPLIES = r" Reply to ping #(\d+) received"
@@ -84,15 +83,15 @@ class RealWire(JobCase):
     arguments = None
 
     def test_veth(self):
-        if os.geteuid() != 0:
-            self.skipTest("needs root, for a network namespace")
-        self.addCleanup(subprocess.run, "ip netns del vnxui-peer".split(), capture_output=True)
-        for command in ("ip netns add vnxui-peer", "ip link add vnxui0 type veth peer name vnxui1 netns vnxui-peer",
-                        "ip addr add 10.86.0.1/24 dev vnxui0", "ip link set vnxui0 up",
-                        "ip -n vnxui-peer addr add 10.86.0.2/24 dev vnxui1", "ip -n vnxui-peer link set vnxui1 up"):
-            made = subprocess.run(command.split(), capture_output=True, text=True)
-            if made.returncode != 0:
-                self.skipTest(f"{command}: {made.stderr.strip()}")
+        if network.why_no_namespaces():
+            self.skipTest(network.why_no_namespaces())
+        network.remove_leftovers()
+        peer = network.Namespace("peer")
+        self.addCleanup(peer.remove)
+        for command in (f"link add vnxui0 type veth peer name vnxui1 netns {peer.name}",
+                        "address add 10.86.0.1/24 dev vnxui0", "link set vnxui0 up",
+                        f"-n {peer.name} address add 10.86.0.2/24 dev vnxui1", f"-n {peer.name} link set vnxui1 up"):
+            network.ip(*command.split())
         program = self.program = self.start("--library", "pcap")
         dialog = program.choose_dialog("t", 'Start "Vantor"...', "VNXTest64UD Parameters")
         dialog.find("radio button", "Tap").click()

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "ui/ping_chart.h"
-
 namespace vnxtest {
 namespace {
 
@@ -89,13 +87,6 @@ TEST(PingHistory, EveryPingFallsToAColumnAndNoMarkIsLost) {
     EXPECT_EQ(history.ColumnOf(2, 101), 100U);
     history.Finish({Ping(0, 1)});
     EXPECT_EQ(history.ColumnOf(0, 101), 50U) << "what was stopped early fills the width";
-}
-
-TEST(PingChart, AxisIsRoundAndNeverBelowTheValue) {
-    for (const auto& [value, top] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
-             {0, 1}, {3, 5}, {5, 5}, {51, 100}, {10'001, 20'000}, {0xFFFFFFFF, 0xFFFFFFFF}}) {
-        EXPECT_EQ(RoundAxis(value), top);
-    }
 }
 
 } // namespace

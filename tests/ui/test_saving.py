@@ -4,7 +4,7 @@ import os
 import subprocess
 import time
 
-from lab import DesktopCase
+from cases import DesktopCase
 
 
 class Saving(DesktopCase):

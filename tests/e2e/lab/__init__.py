@@ -1,1 +1,0 @@
-"""A small laboratory for the real program: namespaces, veth pairs, raw frames, and vnxtest-cli in it."""

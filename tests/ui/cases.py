@@ -1,0 +1,30 @@
+"""What the cases of the window stand on: a display of their own, and the real program on it."""
+
+import os
+import unittest
+
+from lab.desktop import Desktop, Program, missing, wait
+
+
+class DesktopCase(unittest.TestCase):
+    """A case with a display and, unless `arguments` is None, the program on it."""
+
+    label = "ui"
+    case_timeout = 300
+    arguments = ("--library", "sim")
+
+    def setUp(self):
+        reason = missing() or (None if "VNXTEST_WINDOW" in os.environ else "VNXTEST_WINDOW does not name the program")
+        if reason:
+            self.skipTest(reason)
+        self.desktop = Desktop().__enter__()
+        self.addCleanup(self.desktop.__exit__)
+        if self.arguments is not None:
+            self.program = self.start(*self.arguments)
+
+    def start(self, *arguments):
+        program = Program(self.desktop, *arguments)
+        self.addCleanup(program.kill)
+        return program
+
+    wait = staticmethod(wait)
