@@ -1,3 +1,5 @@
+#include <vector>
+
 #include "core/output_channel.h"
 #include "hostnet/banner.h"
 #include "hostnet/report_sections.h"
@@ -59,7 +61,25 @@ ModuleDescription DescribeVnetx(VnetxLibrary& library) {
     const char* copyright = library.CopyrightString();
     module.copyright = copyright != nullptr ? ToWide(copyright) : L"";
     module.detail = module.path.empty() ? L"built into this program" : module.path;
+    module.substitution = library.WhyNotThePackage();
     return module;
+}
+
+// One banner for all modules of the package that are not used.
+void WriteSubstitutions(const std::vector<ModuleDescription>& modules) {
+    std::vector<std::wstring> paragraphs;
+    bool unusable = false;
+    for (const ModuleDescription& module : modules) {
+        if (!module.substitution.empty()) {
+            paragraphs.push_back(module.substitution);
+            unusable = unusable || module.unusable;
+        }
+    }
+    if (!paragraphs.empty()) {
+        paragraphs.emplace_back(L"The test works without Netorra, through the packet driver alone. To test "
+                                L"Netorra itself, install its package and start this program again.");
+        LogBanner(unusable ? BannerKind::Error : BannerKind::Warning, paragraphs, kHelpTopicModules);
+    }
 }
 
 ModuleDescription DescribeWrenLib(const ReportContext& context) {
@@ -82,14 +102,16 @@ void WriteModules(HostNetwork& host, const ReportContext& context) {
            context.buildDate, L" " + context.buildTime, context.specialBuild, context.copyright);
     const WrenPackLibrary& adapters = host.Sources().adapters;
     WritePacketDriver(adapters.DescribePacketDriver());
-    for (ModuleDescription module :
-         {adapters.DescribeModule(), DescribeVnetx(host.Library()), DescribeWrenLib(context)}) {
+    std::vector<ModuleDescription> modules{adapters.DescribeModule(), DescribeVnetx(host.Library()),
+                                           DescribeWrenLib(context)};
+    for (ModuleDescription& module : modules) {
         AddFileVersion(module);
         if (module.copyright.empty()) {
             module.copyright = context.copyright;
         }
         WriteModule(module);
     }
+    WriteSubstitutions(modules);
 }
 
 } // namespace vnxtest

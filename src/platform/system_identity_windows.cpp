@@ -90,9 +90,7 @@ SystemIdentity GetSystemIdentity() {
         identity.productName.starts_with(kWindows10)) {
         identity.productName.replace(0, kWindows10.size(), L"Windows 11");
     }
-    SYSTEM_INFO system{};
-    GetNativeSystemInfo(&system);
-    identity.processorCount = system.dwNumberOfProcessors;
+    identity.processorCount = GetActiveProcessorCount(ALL_PROCESSOR_GROUPS);
     identity.elevated = IsElevated();
     return identity;
 }

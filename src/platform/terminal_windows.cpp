@@ -13,6 +13,11 @@ bool IsTerminal(std::FILE* stream) {
 }
 
 void PrepareTerminal() {
+    // The code page is the console's, which outlives the program.
+    static const struct Before {
+        const UINT codePage = GetConsoleOutputCP();
+        ~Before() { SetConsoleOutputCP(codePage); }
+    } before;
     SetConsoleOutputCP(CP_UTF8);
 }
 

@@ -88,6 +88,13 @@ std::unique_ptr<ArpResolver> ArpResolver::Open(const std::string& device, Neighb
                                                         std::move(reverseCapture), std::move(gate)));
 }
 
+std::vector<std::unique_ptr<Capture>> ArpResolver::TakeCaptures() {
+    std::vector<std::unique_ptr<Capture>> captures;
+    captures.push_back(std::move(m_capture));
+    captures.push_back(std::move(m_reverseCapture));
+    return captures;
+}
+
 void ArpResolver::Send(Capture& capture, std::span<const std::uint8_t> frame) {
     if (capture.Send(frame.data(), static_cast<std::uint32_t>(frame.size())) == 0) {
         m_sent(frame);

@@ -44,6 +44,9 @@ public:
     // Asks without waiting for the answer, which whoever reads the frames will learn from.
     void Ask(const Asker& asker, Ipv4Address address);
 
+    // The captures, to be closed; nothing is asked any more.
+    std::vector<std::unique_ptr<Capture>> TakeCaptures();
+
     // True when this resolver asked for `address` within the last second: an answer is for it.
     bool HasAsked(Ipv4Address address);
 
@@ -64,8 +67,8 @@ private:
 
     std::mutex m_exchangeMutex; // one exchange at a time
     // Both are there from the start: the right to open them may be gone later.
-    const std::unique_ptr<Capture> m_capture;
-    const std::unique_ptr<Capture> m_reverseCapture;
+    std::unique_ptr<Capture> m_capture;
+    std::unique_ptr<Capture> m_reverseCapture;
     const std::unique_ptr<ReaderGate> m_gate;
 
     std::mutex m_askedMutex;

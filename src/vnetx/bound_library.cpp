@@ -1,10 +1,9 @@
 #include "vnetx/bound_library.h"
 
-#include <cstring>
 #include <filesystem>
 
-#include "vnetx/shared_object.h"
 #include "wrenlib/format.h"
+#include "wrenlib/shared_object.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -28,29 +27,6 @@ struct Operations {
     VnetxTextFunction copyrightString = nullptr;
 };
 
-// Binds each operation by its name and gathers the names that are missing.
-class Binder {
-public:
-    explicit Binder(const SharedObject& module) : m_module(module) {}
-
-    template <typename Function>
-    void Bind(Function& function, const char* name) {
-        static_assert(sizeof(Function) == sizeof(void*));
-        void* const address = m_module.Find(name);
-        // Data and function pointers are not converted into each other by the language.
-        std::memcpy(&function, &address, sizeof function);
-        if (!address) {
-            m_missing += (m_missing.empty() ? L"" : L", ") + ToWide(name);
-        }
-    }
-
-    const std::wstring& Missing() const { return m_missing; }
-
-private:
-    const SharedObject& m_module;
-    std::wstring m_missing;
-};
-
 class BoundLibrary final : public VnetxLibrary {
 public:
     BoundLibrary(std::unique_ptr<SharedObject> module, const Operations& operations, const std::wstring& path)
@@ -58,20 +34,25 @@ public:
     ~BoundLibrary() override { m_operations.setDebugOutput(nullptr); }
 
     std::int32_t Open(const char* name, std::int32_t flags) override {
-        return m_operations.open(name, flags);
+        const std::int32_t handle = m_operations.open(name, flags);
+        return Told(handle, handle < 0);
     }
     void Close(std::int32_t handle) override { m_operations.close(handle); }
     std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override {
-        return m_operations.ioctl(handle, request, record);
+        const std::int32_t result = m_operations.ioctl(handle, request, record);
+        return Told(result, result != 0);
     }
     std::int32_t Read(std::int32_t handle, void* buffer, std::uint32_t size) override {
-        return m_operations.read(handle, buffer, size);
+        const std::int32_t length = m_operations.read(handle, buffer, size);
+        return Told(length, length < 0);
     }
     std::int32_t Write(std::int32_t handle, const void* frame, std::uint32_t length) override {
-        return m_operations.write(handle, frame, length);
+        const std::int32_t written = m_operations.write(handle, frame, length);
+        return Told(written, written != static_cast<std::int32_t>(length));
     }
     std::int32_t GetStats(std::int32_t handle, VnetxStatistics* record) override {
-        return m_operations.getStats(handle, record);
+        const std::int32_t result = m_operations.getStats(handle, record);
+        return Told(result, result != 0);
     }
     std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override {
         return m_operations.calcInetChecksum(bytes, length);
@@ -96,6 +77,14 @@ public:
     std::wstring ModulePath() const override { return m_path; }
 
 private:
+    // `result`, after the errno of a failure was taken from the library.
+    std::int32_t Told(std::int32_t result, bool failed) const {
+        if (failed) {
+            m_module->TakeErrno();
+        }
+        return result;
+    }
+
     const std::unique_ptr<SharedObject> m_module;
     const Operations m_operations;
     const std::wstring m_path;
@@ -121,24 +110,25 @@ std::unique_ptr<VnetxLibrary> BindVnetxLibrary(std::wstring_view name, std::wstr
         return nullptr;
     }
     Operations operations;
-    Binder binder(*module);
-    binder.Bind(operations.open, "vnetx32_open");
-    binder.Bind(operations.close, "vnetx32_close");
-    binder.Bind(operations.ioctl, "vnetx32_ioctl");
-    binder.Bind(operations.read, "vnetx32_read");
-    binder.Bind(operations.write, "vnetx32_write");
-    binder.Bind(operations.getStats, "vnetx32_get_stats");
-    binder.Bind(operations.calcInetChecksum, "vnetx32_calc_inet_checksum");
-    binder.Bind(operations.buildVantIfaceMac, "vnetx32_build_vant_iface_mac");
-    binder.Bind(operations.getDefaultIface, "vnetx32_get_default_iface");
-    binder.Bind(operations.setDebugOutput, "vnetx32_set_debug_output_func");
-    binder.Bind(operations.versionNumbers, "vnetx32_version_numbers");
-    binder.Bind(operations.versionString, "vnetx32_version_string");
-    binder.Bind(operations.copyrightString, "vnetx32_copyright_string");
-    if (!binder.Missing().empty()) {
+    std::wstring missing;
+    const auto bind = [&](auto& operation, const char* symbol) { module->Bind(operation, symbol, missing); };
+    bind(operations.open, "vnetx32_open");
+    bind(operations.close, "vnetx32_close");
+    bind(operations.ioctl, "vnetx32_ioctl");
+    bind(operations.read, "vnetx32_read");
+    bind(operations.write, "vnetx32_write");
+    bind(operations.getStats, "vnetx32_get_stats");
+    bind(operations.calcInetChecksum, "vnetx32_calc_inet_checksum");
+    bind(operations.buildVantIfaceMac, "vnetx32_build_vant_iface_mac");
+    bind(operations.getDefaultIface, "vnetx32_get_default_iface");
+    bind(operations.setDebugOutput, "vnetx32_set_debug_output_func");
+    bind(operations.versionNumbers, "vnetx32_version_numbers");
+    bind(operations.versionString, "vnetx32_version_string");
+    bind(operations.copyrightString, "vnetx32_copyright_string");
+    if (!missing.empty()) {
         error = Sprintf(L"The interface library \"%s\" lacks these exports: %s. It is another library, or of "
                         L"another version than this program needs.",
-                        *path, binder.Missing());
+                        *path, missing);
         return nullptr;
     }
     return std::make_unique<BoundLibrary>(std::move(module), operations, *path);

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <system_error>
 #include <thread>
 
 #include "vnetx/failure.h"
@@ -107,6 +108,21 @@ int Capture::Send(const void* frame, std::uint32_t length) {
         }
     }
     return Fail(errno);
+}
+
+void CloseTogether(std::vector<std::unique_ptr<Capture>> captures) {
+    std::vector<std::thread> threads;
+    for (std::size_t at = 1; at < captures.size(); ++at) {
+        try {
+            threads.emplace_back([&one = captures[at]] { one.reset(); });
+        } catch (const std::system_error&) {
+            break; // no thread to be had: the rest is closed one after the other
+        }
+    }
+    captures.front().reset();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 } // namespace vnxtest

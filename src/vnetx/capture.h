@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "vnetx/pcap_api.h"
 
@@ -44,5 +45,9 @@ private:
     const PcapApi& m_api;
     PcapHandle* const m_handle;
 };
+
+// Closes all of them (null ones are none). Each waits for the kernel to be done with it, which takes as long
+// for all at a time as for one.
+void CloseTogether(std::vector<std::unique_ptr<Capture>> captures);
 
 } // namespace vnxtest

@@ -11,7 +11,11 @@ namespace {
 // The first adapter that `matches`, those that are up before the others.
 template <typename Matches>
 std::optional<HostLink> Find(Matches matches) {
+    errno = 0;
     std::vector<HostLink> links = ListHostLinks();
+    if (links.empty() && errno != 0) {
+        return std::nullopt; // the system does not tell
+    }
     for (const bool up : {true, false}) {
         const auto found = std::find_if(links.begin(), links.end(),
                                         [&](const HostLink& link) { return link.up == up && matches(link); });

@@ -33,7 +33,7 @@ struct HostLink {
 std::vector<HostLink> ListHostLinks();
 
 // The adapter that has the address; one that is up before one that is down. Nothing with errno
-// ENODEV when there is none.
+// ENODEV when there is none, or with the error when the system does not tell.
 std::optional<HostLink> FindHostLink(Ipv4Address address);
 std::optional<HostLink> FindHostLink(MacAddress mac);
 std::optional<HostLink> FindHostLinkByIndex(std::uint32_t index);

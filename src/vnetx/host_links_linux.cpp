@@ -142,11 +142,12 @@ std::uint32_t DefaultRouteLinkIndex() {
 int HostLinkHealth(std::uint32_t index) {
     ifreq request{};
     if (!if_indextoname(index, request.ifr_name)) {
-        return ENODEV;
+        // A failure to ask is no failure of the adapter.
+        return errno == ENXIO || errno == ENODEV ? ENODEV : 0;
     }
     const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (ioctl(socket.Get(), SIOCGIFFLAGS, &request) != 0) {
-        return errno == ENODEV ? ENODEV : 0; // a failure to ask is no failure of the adapter
+        return errno == ENODEV ? ENODEV : 0; // likewise
     }
     return (request.ifr_flags & IFF_UP) != 0 ? 0 : ENETDOWN;
 }

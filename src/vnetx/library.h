@@ -45,6 +45,8 @@ public:
     virtual std::wstring ModuleName() const = 0;
     // The file the library was bound from; empty for a built-in one.
     virtual std::wstring ModulePath() const = 0;
+    // Where "auto" took a built-in library because the package's is not installed: sentences that say so.
+    virtual std::wstring WhyNotThePackage() const { return {}; }
 };
 
 // The library that `--library` names: "auto", "pcap", "tun", "sim", "sim:loss=5,...", "Vnetx64UD.dll",

@@ -3,13 +3,12 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include <windows.h>
 
 #include "vnetx/failure.h"
 #include "vnetx/pcap_api.h"
-#include "vnetx/shared_object.h"
+#include "wrenlib/shared_object.h"
 #include "wrenlib/trace.h"
 
 namespace vnxtest {
@@ -100,13 +99,6 @@ void Close(PcapHandle* handle) {
     g_close(handle);
 }
 
-// Npcap has a folder of its own below the system folder; older ones lie in the system folder itself.
-std::vector<std::wstring> Places() {
-    wchar_t folder[MAX_PATH] = {};
-    const std::wstring system(folder, GetSystemDirectoryW(folder, MAX_PATH));
-    return {system + L"\\Npcap\\wpcap.dll", system + L"\\wpcap.dll"};
-}
-
 // Wine's capture library exports names that it has no function for: calling one ends the program.
 bool IsWine() {
     const HMODULE module = GetModuleHandleW(L"ntdll.dll");
@@ -116,51 +108,59 @@ bool IsWine() {
 class Binding {
 public:
     Binding() {
-        for (const std::wstring& path : Places()) {
-            std::wstring error;
-            m_library = SharedObject::Load(path, error);
-            if (m_library) {
-                m_complete = BindAll();
-                return;
-            }
-            WrenLibAfxTrace(L"%s: %s\n", path, error);
+        std::wstring problem;
+        m_library = LoadPacketDriverLibrary(L"wpcap.dll", problem);
+        if (m_library != nullptr) {
+            BindAll(problem);
+        }
+        m_complete = m_library != nullptr && problem.empty();
+        if (!m_complete) {
+            WrenLibAfxTrace(L"wpcap.dll cannot be used: %s\n", problem);
         }
     }
 
     const PcapApi* Api() const { return m_complete ? &m_api : nullptr; }
 
 private:
-    template <typename Function>
-    bool Bind(Function& function, const char* name) {
-        function = reinterpret_cast<Function>(m_library->Find(name));
-        return function != nullptr;
-    }
-
-    bool BindAll() {
-        Bind(m_api.setDirection, "pcap_setdirection"); // older drivers have none
+    // Gathers the names of what the library lacks and this program needs.
+    void BindAll(std::wstring& missing) {
+        std::wstring unneeded;
+        const auto mayBind = [&](auto& function, const char* name) {
+            return m_library->Bind(function, name, unneeded);
+        };
+        const auto bind = [&](auto& function, const char* name) {
+            return m_library->Bind(function, name, missing);
+        };
+        mayBind(m_api.setDirection, "pcap_setdirection"); // older drivers have none
         m_api.restrictToType = RestrictToType;
         m_api.send = Send;
         m_api.waitObject = GetWaitObject;
         m_api.inboundFilter = "";
         m_api.close = Close;
         if (!IsWine()) {
-            Bind(g_setMinimumToCopy, "pcap_setmintocopy");
-            Bind(g_getEvent, "pcap_getevent");
+            mayBind(g_setMinimumToCopy, "pcap_setmintocopy");
+            mayBind(g_getEvent, "pcap_getevent");
         }
-        if (Bind(m_api.setImmediateMode, "pcap_set_immediate_mode")) {
-            Bind(m_api.activate, "pcap_activate");
-        } else if (Bind(g_activate, "pcap_activate")) {
+        if (mayBind(m_api.setImmediateMode, "pcap_set_immediate_mode")) {
+            bind(m_api.activate, "pcap_activate");
+        } else if (bind(g_activate, "pcap_activate")) {
             m_api.setImmediateMode = SetNoImmediateMode;
             m_api.activate = ActivateImmediately;
         }
-        return m_api.activate != nullptr && Bind(m_api.create, "pcap_create") &&
-               Bind(m_api.setSnapshotLength, "pcap_set_snaplen") &&
-               Bind(m_api.setPromiscuous, "pcap_set_promisc") && Bind(m_api.setTimeout, "pcap_set_timeout") &&
-               Bind(m_api.setBufferSize, "pcap_set_buffer_size") && Bind(g_close, "pcap_close") &&
-               Bind(m_api.dataLink, "pcap_datalink") && Bind(m_api.compile, "pcap_compile") &&
-               Bind(m_api.setFilter, "pcap_setfilter") && Bind(m_api.freeProgram, "pcap_freecode") &&
-               Bind(m_api.setNonBlocking, "pcap_setnonblock") && Bind(m_api.dispatch, "pcap_dispatch") &&
-               Bind(m_api.errorText, "pcap_geterr") && Bind(g_sendPacket, "pcap_sendpacket");
+        bind(m_api.create, "pcap_create");
+        bind(m_api.setSnapshotLength, "pcap_set_snaplen");
+        bind(m_api.setPromiscuous, "pcap_set_promisc");
+        bind(m_api.setTimeout, "pcap_set_timeout");
+        bind(m_api.setBufferSize, "pcap_set_buffer_size");
+        bind(g_close, "pcap_close");
+        bind(m_api.dataLink, "pcap_datalink");
+        bind(m_api.compile, "pcap_compile");
+        bind(m_api.setFilter, "pcap_setfilter");
+        bind(m_api.freeProgram, "pcap_freecode");
+        bind(m_api.setNonBlocking, "pcap_setnonblock");
+        bind(m_api.dispatch, "pcap_dispatch");
+        bind(m_api.errorText, "pcap_geterr");
+        bind(g_sendPacket, "pcap_sendpacket");
     }
 
     std::unique_ptr<SharedObject> m_library;

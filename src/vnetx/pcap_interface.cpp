@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include <fmt/format.h>
-
 #include "vnetx/failure.h"
 #include "vnetx/wire_format.h"
 #include "wrenlib/text.h"
@@ -62,10 +60,16 @@ FrameBatch::Frame FrameBatch::TakeFirst() {
 PcapInterface::PcapInterface(const HostLink& link, std::unique_ptr<ReaderGate> gate, bool socketNotify,
                              const std::atomic<VnetxDebugOutput>& debugSink)
     : VirtualInterface(std::move(gate), socketNotify, debugSink), m_device(link.captureName),
-      m_linkIndex(link.index), m_linkMtu(link.mtu), m_link(link) {}
+      m_linkIndex(link.index), m_linkMtu(link.mtu), m_watch(link) {}
 
 PcapInterface::~PcapInterface() {
     Gate().StopWatching();
+    std::vector<std::unique_ptr<Capture>> captures;
+    if (m_resolver) {
+        captures = m_resolver->TakeCaptures();
+    }
+    captures.push_back(std::move(m_capture));
+    CloseTogether(std::move(captures));
 }
 
 int PcapInterface::Open() {
@@ -134,32 +138,9 @@ int PcapInterface::BringUp() {
 int PcapInterface::Health() {
     const int code = HostLinkHealth(m_linkIndex);
     if (code == 0) {
-        TellChanges();
+        m_watch.Look(Name(), Debug());
     }
     return code;
-}
-
-// The guest goes on with what it was started with; who has changed the adapter should know.
-void PcapInterface::TellChanges() {
-    const std::unique_lock lock(m_linkMutex, std::try_to_lock);
-    const auto link = lock ? FindHostLinkByIndex(m_linkIndex) : std::nullopt;
-    if (!link) {
-        return;
-    }
-    const auto addressOf = [](const HostLink& of) {
-        return of.addresses.empty() ? "none" : ToNarrow(FormatIPAddr(of.addresses.front().address));
-    };
-    const auto compare = [this](const char* what, const std::string& before, const std::string& now) {
-        if (before != now) {
-            Debug().Tell(fmt::format("** Interface {}: the adapter's {} was {} and is {} now; the guest goes "
-                                     "on as it was started.",
-                                     Name(), what, before, now));
-        }
-    };
-    compare("MAC address", ToNarrow(FormatMACAddr(m_link.mac)), ToNarrow(FormatMACAddr(link->mac)));
-    compare("IP address", addressOf(m_link), addressOf(*link));
-    compare("MTU", std::to_string(m_link.mtu), std::to_string(link->mtu));
-    m_link = *link;
 }
 
 std::optional<Ipv4Address> PcapInterface::AdapterAddress() {

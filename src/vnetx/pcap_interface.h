@@ -2,13 +2,12 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "vnetx/adapter_watch.h"
 #include "vnetx/arp_resolver.h"
 #include "vnetx/capture.h"
-#include "vnetx/host_links.h"
 #include "vnetx/ipv4_over_ethernet.h"
 #include "vnetx/neighbours.h"
 #include "vnetx/virtual_interface.h"
@@ -66,7 +65,6 @@ private:
     int DoTimedWork() override { return Mode() == InterfaceMode::Tun ? m_ipv4->TimedWork(Guest()) : -1; }
     std::int32_t WriteFrame(const std::uint8_t* frame, std::uint32_t length) override;
 
-    void TellChanges();
     std::string Filter() const;
     ArpResolver::Asker Asker() const { return {GuestMac(), GuestIp()}; }
     Ipv4OverEthernet::Guest Guest() const { return {GuestMac(), GuestIp(), NetMask(), BroadcastIp()}; }
@@ -83,8 +81,7 @@ private:
     const std::string m_device;
     const std::uint32_t m_linkIndex;
     const std::uint32_t m_linkMtu;
-    std::mutex m_linkMutex;
-    HostLink m_link; // as it was when last looked at
+    AdapterWatch m_watch;
     NeighbourTable m_neighbours;
     std::unique_ptr<ArpResolver> m_resolver;
     std::unique_ptr<Ipv4OverEthernet> m_ipv4;

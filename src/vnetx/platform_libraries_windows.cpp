@@ -1,7 +1,9 @@
 #include "vnetx/bound_library.h"
 #include "vnetx/builtin.h"
+#include "vnetx/forwarding_library.h"
 #include "vnetx/platform_libraries.h"
-#include "vnetx/shared_object.h"
+#include "wrenlib/format.h"
+#include "wrenlib/shared_object.h"
 
 namespace vnxtest {
 
@@ -9,14 +11,31 @@ namespace {
 
 constexpr const wchar_t* kPackageLibrary = L"Vnetx64UD.dll";
 
+// A built-in library in the place of the package's.
+class StandIn final : public ForwardingLibrary {
+public:
+    StandIn(std::unique_ptr<VnetxLibrary> library, std::wstring why)
+        : ForwardingLibrary(*library), m_library(std::move(library)), m_why(std::move(why)) {}
+    std::wstring WhyNotThePackage() const override { return m_why; }
+
+private:
+    const std::unique_ptr<VnetxLibrary> m_library;
+    const std::wstring m_why;
+};
+
 } // namespace
 
 // The package's library where the package is installed. One that is there but cannot be used is an
 // error of its own, not a reason to take another.
 std::unique_ptr<VnetxLibrary> OpenAutoLibrary(std::wstring& error) {
     std::wstring places;
-    return FindSharedObject(kPackageLibrary, places) ? BindVnetxLibrary(kPackageLibrary, error)
-                                                     : MakePcapLibrary();
+    if (FindSharedObject(kPackageLibrary, places)) {
+        return BindVnetxLibrary(kPackageLibrary, error);
+    }
+    return std::make_unique<StandIn>(
+        MakePcapLibrary(), Sprintf(L"%s was not found in %s. The library pcap, which is built into this "
+                                   L"program, takes its place.",
+                                   std::wstring(kPackageLibrary), places));
 }
 
 std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring& error) {

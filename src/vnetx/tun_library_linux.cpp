@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include "vnetx/adapter_watch.h"
 #include "vnetx/builtin.h"
 #include "vnetx/builtin_library.h"
 #include "vnetx/failure.h"
@@ -22,9 +23,10 @@ constexpr std::uint32_t kMaximumTunMtu =
 
 class TunInterface final : public VirtualInterface {
 public:
-    TunInterface(std::uint32_t adapterIndex, std::unique_ptr<ReaderGate> gate, bool socketNotify,
+    TunInterface(const HostLink& adapter, std::unique_ptr<ReaderGate> gate, bool socketNotify,
                  const std::atomic<VnetxDebugOutput>& debugSink)
-        : VirtualInterface(std::move(gate), socketNotify, debugSink), m_adapterIndex(adapterIndex) {}
+        : VirtualInterface(std::move(gate), socketNotify, debugSink), m_adapterIndex(adapter.index),
+          m_adapter(adapter) {}
     ~TunInterface() override { Gate().StopWatching(); }
 
 private:
@@ -55,7 +57,11 @@ private:
 
     void TakeDown() override { m_device.TakeDown(); }
     std::uint32_t MaximumMtu() const override { return kMaximumTunMtu; }
-    int Health() override { return HostLinkHealth(m_device.Index()); }
+    // The adapter only lends the host's end its address: whatever becomes of it, frames go on to flow.
+    int Health() override {
+        m_adapter.Look(Name(), Debug());
+        return HostLinkHealth(m_device.Index());
+    }
 
     std::optional<Ipv4Address> AdapterAddress() override {
         const auto link = FindHostLinkByIndex(m_adapterIndex);
@@ -175,6 +181,7 @@ private:
     bool IsTap() const { return Mode() == InterfaceMode::Tap; }
 
     const std::uint32_t m_adapterIndex;
+    AdapterWatch m_adapter;
     TunDevice m_device;
     std::uint32_t m_largestFrame = 0;
     MacAddress m_mac;
@@ -192,7 +199,7 @@ private:
         if (!link) {
             return nullptr;
         }
-        return std::make_unique<TunInterface>(link->index, std::move(gate), socketNotify, DebugSink());
+        return std::make_unique<TunInterface>(*link, std::move(gate), socketNotify, DebugSink());
     }
 };
 

@@ -18,7 +18,7 @@ namespace {
 
 // A waiting read looks at the adapter's health at least so often.
 constexpr int kHealthIntervalMs = 250;
-constexpr auto kNotifyHealthInterval = std::chrono::milliseconds(100);
+constexpr auto kLeastHealthInterval = std::chrono::milliseconds(100);
 constexpr std::uint32_t kMinimumMtu = 46;
 constexpr std::uint32_t kMaximumDeviceBuffer = 1u << 30;
 constexpr std::uint32_t kMaximumIoBuffer = 1u << 26;
@@ -336,6 +336,15 @@ std::int32_t VirtualInterface::Read(void* buffer, std::uint32_t size) {
     return result;
 }
 
+// Not at the end of every burst: asking costs more than an echo does.
+int VirtualInterface::HealthOnceInAWhile(PollPolicy::Clock::time_point now) {
+    if (now - m_lastHealthCheck < kLeastHealthInterval) {
+        return 0;
+    }
+    m_lastHealthCheck = now;
+    return Health();
+}
+
 std::int32_t VirtualInterface::WaitForFrame(std::uint8_t* buffer, std::uint32_t size) {
     const auto start = PollPolicy::Clock::now();
     const auto budget = m_policy.Budget();
@@ -350,16 +359,15 @@ std::int32_t VirtualInterface::WaitForFrame(std::uint8_t* buffer, std::uint32_t 
     }
     if (m_socketNotify) {
         DoTimedWork();
-        // Not at the end of every burst: asking costs more than an echo does.
-        if (start - m_lastHealthCheck > kNotifyHealthInterval) {
-            m_lastHealthCheck = start;
-            if (const int code = Health(); code != 0) {
-                return Fail(code);
-            }
+        if (const int code = HealthOnceInAWhile(start); code != 0) {
+            return Fail(code);
         }
         m_policy.PauseBegins(start);
         m_gate->Rearm();
         return 0;
+    }
+    if (const int code = HealthOnceInAWhile(start); code != 0) {
+        return Fail(code);
     }
     const std::uint32_t timeout = m_timeout.load(std::memory_order_relaxed);
     for (;;) {
@@ -387,7 +395,7 @@ std::int32_t VirtualInterface::WaitForFrame(std::uint8_t* buffer, std::uint32_t 
             }
             break;
         case ReaderGate::WaitResult::TimedOut:
-            if (const int code = Health(); code != 0) {
+            if (const int code = HealthOnceInAWhile(PollPolicy::Clock::now()); code != 0) {
                 return Fail(code);
             }
             break;

@@ -129,6 +129,7 @@ private:
     int SetMtu(std::uint32_t mtu);
     void SetNumber(std::string_view setting, std::atomic<std::uint32_t>& number, std::uint32_t value);
     int Query(std::uint32_t request, VnetxArpRequest& record);
+    int HealthOnceInAWhile(PollPolicy::Clock::time_point now);
     std::int32_t WaitForFrame(std::uint8_t* buffer, std::uint32_t size);
 
     const std::unique_ptr<ReaderGate> m_gate;

@@ -88,6 +88,9 @@ std::wstring FormatLastError(std::uint32_t code) {
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
         code, 0, buffer, static_cast<DWORD>(std::size(buffer)), nullptr);
     std::wstring text = TrimBlanks(std::wstring_view(buffer, length));
+    if (text.ends_with(L'.')) {
+        text.pop_back(); // it stands within our own sentences and lines
+    }
     return text.empty() ? Sprintf(L"Unknown error %u", code) : text;
 }
 

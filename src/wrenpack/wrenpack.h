@@ -79,6 +79,9 @@ struct ModuleDescription {
     std::wstring detail;       // stands in brackets behind the version: date of the build, or the like
     std::wstring specialBuild; // follows the bracket
     std::wstring copyright;
+    // Where another module does the work of the one that was looked for: sentences that say so and why.
+    std::wstring substitution;
+    bool unusable = false; // that other one is there, and cannot be used
 };
 
 // The packet driver through which adapters are opened.

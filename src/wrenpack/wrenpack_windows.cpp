@@ -5,10 +5,11 @@
 #include <windows.h>
 
 #include <string_view>
-#include <type_traits>
+#include <utility>
 
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
+#include "wrenlib/shared_object.h"
 #include "wrenlib/text.h"
 #include "wrenpack/adapter_list_windows.h"
 
@@ -19,46 +20,31 @@ const std::uint32_t kErrorNoAdapter = ERROR_NO_DATA;
 
 namespace {
 
-struct ModuleFreer {
-    void operator()(HMODULE module) const { FreeLibrary(module); }
-};
-using Module = std::unique_ptr<std::remove_pointer_t<HMODULE>, ModuleFreer>;
-
-template <typename Function>
-Function Find(const Module& module, const char* name) {
-    return module == nullptr
-               ? nullptr
-               : reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module.get(), name)));
-}
-
-// Npcap keeps its libraries in a folder of its own below the system folder.
-Module LoadPacketLibrary(const wchar_t* name) {
-    wchar_t folder[MAX_PATH] = {};
-    const UINT length = GetSystemDirectoryW(folder, MAX_PATH);
-    if (length != 0 && length < MAX_PATH) {
-        const std::wstring path = std::wstring(folder) + L"\\Npcap\\" + name;
-        if (HMODULE found = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
-            return Module(found);
-        }
-    }
-    return Module(LoadLibraryW(name));
-}
-
 // The packet driver's capture library, as far as it is needed here.
 class PacketDriver {
 public:
-    PacketDriver()
-        : m_wpcap(LoadPacketLibrary(L"wpcap.dll")), m_loadCode(m_wpcap == nullptr ? GetLastError() : 0) {
-        m_openLive = Find<OpenLiveFunction>(m_wpcap, "pcap_open_live");
-        m_close = Find<CloseFunction>(m_wpcap, "pcap_close");
-        m_version = Find<TextFunction>(m_wpcap, "pcap_lib_version");
-        m_packet = LoadPacketLibrary(L"Packet.dll");
-        m_driverVersion = Find<TextFunction>(m_packet, "PacketGetDriverVersion");
+    PacketDriver() {
+        m_wpcap = LoadPacketDriverLibrary(L"wpcap.dll", m_problem);
+        if (m_wpcap == nullptr) {
+            m_problem = L"could not be loaded: " + m_problem;
+        } else {
+            m_wpcap->Bind(m_openLive, "pcap_open_live", m_problem);
+            m_wpcap->Bind(m_close, "pcap_close", m_problem);
+            m_problem = (m_problem.empty() ? L"" : L"lacks these exports: ") + m_problem;
+        }
+        std::wstring unneeded;
+        if (m_wpcap != nullptr) {
+            m_wpcap->Bind(m_version, "pcap_lib_version", unneeded);
+        }
+        m_packet = LoadPacketDriverLibrary(L"Packet.dll", unneeded);
+        if (m_packet != nullptr) {
+            m_packet->Bind(m_driverVersion, "PacketGetDriverVersion", unneeded);
+        }
     }
 
     void* Open(const std::wstring& adapterName) const {
-        if (m_openLive == nullptr || m_close == nullptr) {
-            SetLastError(m_loadCode != 0 ? m_loadCode : ERROR_PROC_NOT_FOUND);
+        if (!m_problem.empty()) {
+            SetLastError(m_wpcap == nullptr ? ERROR_MOD_NOT_FOUND : ERROR_PROC_NOT_FOUND);
             return nullptr;
         }
         constexpr int kSnapshotLength = 128;
@@ -78,13 +64,9 @@ public:
     PacketDriverDescription Describe() const {
         PacketDriverDescription driver;
         driver.name = L"wpcap.dll";
-        driver.usable = m_openLive != nullptr && m_close != nullptr;
+        driver.usable = m_problem.empty();
         if (!driver.usable) {
-            driver.problem =
-                m_wpcap == nullptr
-                    ? Sprintf(L"The packet driver's library wpcap.dll could not be loaded; rc=%d: %s.",
-                              m_loadCode, FormatLastError(m_loadCode))
-                    : L"The packet driver's library wpcap.dll lacks pcap_open_live or pcap_close.";
+            driver.problem = L"The packet driver's library wpcap.dll " + m_problem + L".";
             return driver;
         }
         // "Npcap version 1.75, based on libpcap version 1.10.4"
@@ -103,31 +85,48 @@ private:
     using CloseFunction = void (*)(void*);
     using TextFunction = const char* (*)();
 
-    Module m_wpcap;
-    DWORD m_loadCode;
-    Module m_packet;
+    std::unique_ptr<SharedObject> m_wpcap;
+    std::unique_ptr<SharedObject> m_packet;
+    std::wstring m_problem; // why the capture library cannot be used: "could not be loaded: ..."
     OpenLiveFunction m_openLive = nullptr;
     CloseFunction m_close = nullptr;
     TextFunction m_version = nullptr;
     TextFunction m_driverVersion = nullptr;
 };
 
+constexpr wchar_t kFileName[] = L"WrenPack64UD.dll";
+
 // WrenPack64UD.dll.
 class BoundWrenPack final : public WrenPackLibrary {
 public:
-    // Null when the library is not there or lacks a function that is needed.
-    static std::unique_ptr<WrenPackLibrary> Bind() {
-        auto library = std::make_unique<BoundWrenPack>();
-        return library->m_getAdaptersList != nullptr && library->m_openAdapter != nullptr &&
-                       library->m_closeAdapter != nullptr
-                   ? std::move(library)
-                   : nullptr;
+    // Null when the library is not there or cannot be used, which `substitution` then says.
+    static std::unique_ptr<WrenPackLibrary> Bind(ModuleDescription& substitution) {
+        std::wstring places;
+        const auto path = FindSharedObject(kFileName, places);
+        if (!path) {
+            substitution.substitution = Sprintf(L"%s was not found in %s.", std::wstring(kFileName), places);
+            return nullptr;
+        }
+        substitution.unusable = true;
+        std::wstring problem;
+        auto module = SharedObject::Load(*path, problem);
+        if (module == nullptr) {
+            substitution.substitution = Sprintf(L"%s could not be loaded: %s.", *path, problem);
+            return nullptr;
+        }
+        auto library = std::make_unique<BoundWrenPack>(std::move(module), *path, problem);
+        if (!problem.empty()) {
+            substitution.substitution = Sprintf(L"%s lacks these exports: %s.", *path, problem);
+            return nullptr;
+        }
+        return library;
     }
 
-    BoundWrenPack() : m_module(LoadLibraryW(kFileName)) {
-        m_getAdaptersList = Find<GetAdaptersListFunction>(m_module, "WrenPackGetAdaptersList");
-        m_openAdapter = Find<OpenAdapterFunction>(m_module, "WrenPackOpenAdapter");
-        m_closeAdapter = Find<CloseAdapterFunction>(m_module, "WrenPackCloseAdapter");
+    BoundWrenPack(std::unique_ptr<SharedObject> module, std::wstring path, std::wstring& missing)
+        : m_module(std::move(module)), m_path(std::move(path)) {
+        m_module->Bind(m_getAdaptersList, "WrenPackGetAdaptersList", missing);
+        m_module->Bind(m_openAdapter, "WrenPackOpenAdapter", missing);
+        m_module->Bind(m_closeAdapter, "WrenPackCloseAdapter", missing);
     }
 
     bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
@@ -144,21 +143,21 @@ public:
     ModuleDescription DescribeModule() const override {
         ModuleDescription module;
         module.name = kFileName;
-        wchar_t path[MAX_PATH] = {};
-        if (GetModuleFileNameW(m_module.get(), path, MAX_PATH - 1) != 0) {
-            module.path = path;
-        }
-        // The texts are wide in the library's Unicode build, which is the one bound here.
-        if (const auto text = Find<TextFunction>(m_module, "WrenPackGetVersionString")) {
+        module.path = m_path;
+        // These are asked for only where they are there. The texts are wide in the library's Unicode build,
+        // which is the one bound here.
+        std::wstring unneeded;
+        TextFunction text = nullptr;
+        if (m_module->Bind(text, "WrenPackGetVersionString", unneeded)) {
             module.version = Copy(text());
         }
         int numbers[4] = {};
-        if (const auto version = Find<NumbersFunction>(m_module, "WrenPackGetVersionNumbers");
-            version != nullptr && module.version.empty()) {
+        NumbersFunction version = nullptr;
+        if (m_module->Bind(version, "WrenPackGetVersionNumbers", unneeded) && module.version.empty()) {
             version(&numbers[0], &numbers[1], &numbers[2], &numbers[3]);
             module.version = Sprintf(L"%d.%d.%d.%d", numbers[0], numbers[1], numbers[2], numbers[3]);
         }
-        if (const auto text = Find<TextFunction>(m_module, "WrenPackGetCopyrightString")) {
+        if (m_module->Bind(text, "WrenPackGetCopyrightString", unneeded)) {
             module.copyright = Copy(text());
         }
         return module;
@@ -167,8 +166,6 @@ public:
     PacketDriverDescription DescribePacketDriver() const override { return m_driver.Describe(); }
 
 private:
-    static constexpr wchar_t kFileName[] = L"WrenPack64UD.dll";
-
     using GetAdaptersListFunction = std::uint8_t (*)(ADAPTER_INFO_LIST_ENTRY*, std::uint32_t*);
     using OpenAdapterFunction = void* (*)(const wchar_t*);
     using CloseAdapterFunction = void (*)(void*);
@@ -177,7 +174,8 @@ private:
 
     static std::wstring Copy(const wchar_t* text) { return text != nullptr ? text : L""; }
 
-    Module m_module;
+    std::unique_ptr<SharedObject> m_module;
+    std::wstring m_path;
     PacketDriver m_driver;
     GetAdaptersListFunction m_getAdaptersList = nullptr;
     OpenAdapterFunction m_openAdapter = nullptr;
@@ -187,6 +185,14 @@ private:
 // This program's own adapter list.
 class BuiltInWrenPack final : public WrenPackLibrary {
 public:
+    // In the place of the package's library, as `substitution` says.
+    explicit BuiltInWrenPack(ModuleDescription substitution) : m_description(std::move(substitution)) {
+        m_description.name = L"WrenPack";
+        m_description.version = L"" VNXTEST_VERSION;
+        m_description.detail = L"built into this program; adapters from the IP helper";
+        m_description.substitution += L" The list of adapters comes from Windows' own IP helper.";
+    }
+
     bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
         if (m_entries.empty()) {
             if (const std::uint32_t code = ListAdapters(m_entries)) {
@@ -204,18 +210,12 @@ public:
 
     void CloseAdapter(AdapterHandle handle) override { m_driver.Close(handle); }
 
-    ModuleDescription DescribeModule() const override {
-        ModuleDescription module;
-        module.name = L"WrenPack";
-        module.version = L"" VNXTEST_VERSION;
-        module.detail =
-            L"built into this program, since WrenPack64UD.dll was not found; adapters from the IP helper";
-        return module;
-    }
+    ModuleDescription DescribeModule() const override { return m_description; }
 
     PacketDriverDescription DescribePacketDriver() const override { return m_driver.Describe(); }
 
 private:
+    ModuleDescription m_description;
     PacketDriver m_driver;
     std::vector<ADAPTER_INFO_LIST_ENTRY> m_entries;
 };
@@ -223,8 +223,9 @@ private:
 } // namespace
 
 std::unique_ptr<WrenPackLibrary> MakeWrenPackLibrary() {
-    std::unique_ptr<WrenPackLibrary> bound = BoundWrenPack::Bind();
-    return bound != nullptr ? std::move(bound) : std::make_unique<BuiltInWrenPack>();
+    ModuleDescription substitution;
+    std::unique_ptr<WrenPackLibrary> bound = BoundWrenPack::Bind(substitution);
+    return bound != nullptr ? std::move(bound) : std::make_unique<BuiltInWrenPack>(std::move(substitution));
 }
 
 } // namespace vnxtest

@@ -67,7 +67,7 @@ public:
     }
     void CloseAdapter(AdapterHandle handle) override { open -= handle == this ? 1 : 1000; }
     ModuleDescription DescribeModule() const override {
-        return {L"WrenPack", L"", L"1.2.3.4", L"test", L"", L"(c)"};
+        return {L"WrenPack", L"", L"1.2.3.4", L"test", L"", L"(c)", L""};
     }
     PacketDriverDescription DescribePacketDriver() const override { return driver; }
 

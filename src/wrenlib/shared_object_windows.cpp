@@ -1,9 +1,11 @@
+#include <cerrno>
+#include <cstddef>
 #include <vector>
 
 #include <windows.h>
 
-#include "vnetx/shared_object.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/shared_object.h"
 
 namespace vnxtest {
 
@@ -45,12 +47,53 @@ std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::
     return nullptr;
 }
 
+SharedObject::SharedObject(void* module) : m_module(module) {
+    const auto* const base = static_cast<const std::byte*>(module);
+    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
+    const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    if (imports.VirtualAddress == 0) {
+        return;
+    }
+    for (const auto* import = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
+         import->Name != 0; ++import) {
+        const HMODULE imported = GetModuleHandleA(reinterpret_cast<const char*>(base + import->Name));
+        void* const address =
+            imported != nullptr ? reinterpret_cast<void*>(GetProcAddress(imported, "_errno")) : nullptr;
+        if (const auto place = reinterpret_cast<int* (*)()>(address); place != nullptr && place() != &errno) {
+            m_errno = place;
+        }
+    }
+}
+
+void SharedObject::TakeErrno() const {
+    if (m_errno != nullptr) {
+        const DWORD code = GetLastError();
+        errno = *m_errno();
+        ::SetLastError(code);
+    }
+}
+
 SharedObject::~SharedObject() {
     FreeLibrary(static_cast<HMODULE>(m_module));
 }
 
 void* SharedObject::Find(const char* name) const {
     return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(m_module), name));
+}
+
+std::unique_ptr<SharedObject> LoadPacketDriverLibrary(const wchar_t* name, std::wstring& error) {
+    std::wstring tried;
+    for (const wchar_t* const folder : {L"\\Npcap\\", L"\\"}) {
+        const std::wstring path = SystemFolder() + folder + name;
+        std::wstring reason = FormatLastError(ERROR_MOD_NOT_FOUND);
+        if (auto library = IsFile(path) ? SharedObject::Load(path, reason) : nullptr) {
+            return library;
+        }
+        tried += (tried.empty() ? L"" : L"; ") + path + L": " + reason;
+    }
+    error = tried;
+    return nullptr;
 }
 
 std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstring& places) {

@@ -6,7 +6,7 @@
 #include <link.h>
 #include <sys/auxv.h>
 
-#include "vnetx/shared_object.h"
+#include "wrenlib/shared_object.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -64,9 +64,13 @@ std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::
     return nullptr;
 }
 
+SharedObject::SharedObject(void* module) : m_module(module) {}
+
 SharedObject::~SharedObject() {
     dlclose(m_module);
 }
+
+void SharedObject::TakeErrno() const {}
 
 void* SharedObject::Find(const char* name) const {
     return dlsym(m_module, name);
