@@ -1,72 +1,21 @@
 #include "helpui/balloon.h"
 
-#include <algorithm>
 #include <memory>
 #include <utility>
 
-#include <wx/app.h>
-#include <wx/artprov.h>
-#include <wx/dcbuffer.h>
-#include <wx/display.h>
+#include <wx/event.h>
 #include <wx/eventfilter.h>
-#include <wx/graphics.h>
-#include <wx/popupwin.h>
-#include <wx/settings.h>
-#include <wx/sizer.h>
-#include <wx/statbmp.h>
-#include <wx/stattext.h>
 #include <wx/textentry.h>
 #include <wx/toplevel.h>
 #include <wx/utils.h>
-#include <wx/weakref.h>
 
-#include "helpui/accessible_name.h"
+#include "helpui/balloon_window.h"
 #include "helpui/ip_address_ctrl.h"
-#include "helpui/make_child.h"
 #include "helpui/number_entry.h"
 
 namespace vnxtest {
 
 namespace {
-
-// Measures in device-independent pixels.
-constexpr int kTail = 10;       // height of the tip that points at the control
-constexpr int kTailOffset = 18; // from the balloon's left edge to the tip
-constexpr int kRadius = 6;      // of the corners
-constexpr int kPadding = 10;    // around the contents
-constexpr int kOverlap = 3;     // how far the tip reaches over the control's edge
-
-constexpr int kTextWidth = 48; // characters, at which the text is wrapped
-
-// Colours of our own instead of the theme's: a theme gives no pair for this kind of window that can be
-// relied on to be readable.
-struct Colours {
-    wxColour background;
-    wxColour border;
-    wxColour text;
-};
-
-Colours BalloonColours() {
-    if (wxSystemSettings::GetAppearance().IsUsingDarkBackground()) {
-        return {wxColour(58, 61, 66), wxColour(150, 154, 160), wxColour(245, 245, 245)};
-    }
-    return {wxColour(255, 255, 236), wxColour(118, 118, 118), wxColour(20, 20, 20)};
-}
-
-wxBitmap IconBitmap(BalloonIcon icon, const wxWindow& window) {
-    const wxSize size = window.FromDIP(wxSize(24, 24));
-    switch (icon) {
-    case BalloonIcon::Information:
-        return wxArtProvider::GetBitmap(wxART_INFORMATION, wxART_MESSAGE_BOX, size);
-    case BalloonIcon::Warning:
-        return wxArtProvider::GetBitmap(wxART_WARNING, wxART_MESSAGE_BOX, size);
-    case BalloonIcon::Error:
-        return wxArtProvider::GetBitmap(wxART_ERROR, wxART_MESSAGE_BOX, size);
-    case BalloonIcon::None:
-        break;
-    }
-    return {};
-}
 
 bool IsInside(const wxWindow* window, const wxWindow* outer) {
     while (window != nullptr && window != outer) {
@@ -75,139 +24,38 @@ bool IsInside(const wxWindow* window, const wxWindow* outer) {
     return window != nullptr;
 }
 
-struct Contents {
-    wxString title;
-    wxString text;
-    BalloonIcon icon = BalloonIcon::None;
-    bool isHelp = false;
-};
-
-class BalloonWindow final : public wxPopupWindow, private wxEventFilter {
+// The balloon that is shown, if any, and what ends it. One for the program, so that it is still there when an
+// event that ended the balloon is handed on.
+class Balloon final : private wxEventFilter {
 public:
     // Points at `part` (screen coordinates) of or in `anchor`.
-    BalloonWindow(wxWindow* anchor, const wxRect& part, Contents contents)
-        : wxPopupWindow(wxGetTopLevelParent(anchor), wxBORDER_NONE | wxFRAME_SHAPED), m_anchor(anchor),
-          m_anchorPlace(anchor->GetScreenRect()), m_contents(std::move(contents)),
-          m_colours(BalloonColours()) {
-        SetBackgroundStyle(wxBG_STYLE_PAINT);
-        SetBackgroundColour(m_colours.background);
-        Fill();
-        Place(part);
-        SetAccessibleName(*this, m_contents.title + ". " + m_contents.text);
-        Bind(wxEVT_PAINT, &BalloonWindow::OnPaint, this);
+    void Show(wxWindow* anchor, const wxRect& part, BalloonContents contents) {
+        Dismiss();
+        m_anchor = anchor;
+        m_owner = wxGetTopLevelParent(anchor);
+        m_anchorPlace = anchor->GetScreenRect();
+        m_contents = std::move(contents);
+        m_window = MakeBalloonWindow(m_owner, part, m_contents);
         wxEvtHandler::AddFilter(this);
     }
-    BalloonWindow(const BalloonWindow&) = delete;
-    BalloonWindow& operator=(const BalloonWindow&) = delete;
-    ~BalloonWindow() override { Retire(); }
 
-    // Ends its look at events. It may be destroyed later than the control it points at.
-    void Retire() {
-        if (std::exchange(m_watching, false)) {
+    void Dismiss() {
+        if (m_window != nullptr) {
             wxEvtHandler::RemoveFilter(this);
+            m_window.reset();
+            m_anchor = nullptr;
         }
     }
 
-    wxWindow* Anchor() const { return m_anchor; }
-    const Contents& What() const { return m_contents; }
+    ShownBalloon Now() const {
+        if (m_window == nullptr) {
+            return {};
+        }
+        return {m_anchor,        m_window->Window(), m_window->Place(), m_contents.title,
+                m_contents.text, m_contents.icon,    m_contents.isHelp};
+    }
 
 private:
-    void Fill() {
-        auto* row = MakeChild<wxBoxSizer>(wxHORIZONTAL);
-        const wxBitmap bitmap = IconBitmap(m_contents.icon, *this);
-        if (bitmap.IsOk()) {
-            row->Add(MakeChild<wxStaticBitmap>(this, wxID_ANY, bitmap),
-                     wxSizerFlags().Border(wxRIGHT, FromDIP(8)));
-        }
-        auto* column = MakeChild<wxBoxSizer>(wxVERTICAL);
-        if (!m_contents.title.empty()) {
-            wxStaticText* title = AddText(m_contents.title);
-            title->SetFont(GetFont().Bold());
-            column->Add(title, wxSizerFlags().Border(wxBOTTOM, FromDIP(4)));
-        }
-        column->Add(AddText(m_contents.text));
-        row->Add(column);
-        m_body = MakeChild<wxBoxSizer>(wxVERTICAL);
-        m_body->Add(row, wxSizerFlags().Border(wxALL, FromDIP(kPadding)));
-        SetSizer(m_body);
-    }
-
-    wxStaticText* AddText(const wxString& text) {
-        auto* label = MakeChild<wxStaticText>(this, wxID_ANY, wxControl::EscapeMnemonics(text));
-        label->SetForegroundColour(m_colours.text);
-        label->SetBackgroundColour(m_colours.background);
-        label->Wrap(kTextWidth * GetCharWidth());
-        return label;
-    }
-
-    // Below what it points at if there is room, else above; the tip at the first part of it.
-    void Place(const wxRect& part) {
-        const int tail = FromDIP(kTail);
-        const int overlap = std::min(FromDIP(kOverlap), part.height / 2);
-        wxSize size = m_body->CalcMin();
-        size.x = std::max(size.x, 2 * FromDIP(kTailOffset));
-        size.y += tail;
-        const int display = wxDisplay::GetFromPoint(part.GetTopLeft());
-        const wxRect screen =
-            wxDisplay(static_cast<unsigned>(display == wxNOT_FOUND ? 0 : display)).GetClientArea();
-
-        m_tailUp = part.GetBottom() - overlap + size.y <= screen.GetBottom() ||
-                   part.GetTop() + overlap - size.y < screen.GetTop();
-        const wxPoint tip(part.x + std::min(FromDIP(kTailOffset), part.width / 2),
-                          m_tailUp ? part.GetBottom() + 1 - overlap : part.GetTop() + overlap);
-        wxPoint corner(tip.x - FromDIP(kTailOffset), m_tailUp ? tip.y : tip.y - size.y);
-        corner.x = std::max(std::min(corner.x, screen.GetRight() - size.x), screen.GetLeft());
-        corner.y = std::max(std::min(corner.y, screen.GetBottom() - size.y), screen.GetTop());
-        m_tip = tip.x - corner.x;
-
-        m_body->InsertSpacer(m_tailUp ? 0 : m_body->GetItemCount(), tail);
-        SetSize(wxRect(corner, size));
-        Layout();
-        if (wxGraphicsRenderer* renderer = wxGraphicsRenderer::GetDefaultRenderer()) {
-            SetShape(Outline(*renderer));
-        }
-    }
-
-    wxGraphicsPath Outline(wxGraphicsRenderer& renderer) const {
-        const double tail = FromDIP(kTail);
-        const double radius = FromDIP(kRadius);
-        const double right = GetSize().x - 1;
-        const double bottom = GetSize().y - 1;
-        const double top = m_tailUp ? tail : 0;
-        const double low = m_tailUp ? bottom : bottom - tail;
-        const double tip = std::clamp<double>(m_tip, radius + 1, right - radius - 1);
-        const double foot = std::min(tip + tail, right - radius);
-        wxGraphicsPath path = renderer.CreatePath();
-        path.MoveToPoint(0, top + radius);
-        path.AddArcToPoint(0, top, radius, top, radius);
-        if (m_tailUp) {
-            path.AddLineToPoint(tip, top);
-            path.AddLineToPoint(tip, 0);
-            path.AddLineToPoint(foot, top);
-        }
-        path.AddArcToPoint(right, top, right, top + radius, radius);
-        path.AddArcToPoint(right, low, right - radius, low, radius);
-        if (!m_tailUp) {
-            path.AddLineToPoint(foot, low);
-            path.AddLineToPoint(tip, bottom);
-            path.AddLineToPoint(tip, low);
-        }
-        path.AddArcToPoint(0, low, 0, low - radius, radius);
-        path.CloseSubpath();
-        return path;
-    }
-
-    void OnPaint(wxPaintEvent&) {
-        wxAutoBufferedPaintDC dc(this);
-        dc.SetBackground(wxBrush(m_colours.background));
-        dc.Clear();
-        const std::unique_ptr<wxGraphicsContext> graphics(wxGraphicsContext::Create(dc));
-        if (graphics != nullptr) {
-            graphics->SetPen(wxPen(m_colours.border, std::max(2, FromDIP(2))));
-            graphics->StrokePath(Outline(*graphics->GetRenderer()));
-        }
-    }
-
     // Sees every event of the program before its window does, while the balloon is shown.
     int FilterEvent(wxEvent& event) override {
         const wxEventType type = event.GetEventType();
@@ -215,7 +63,7 @@ private:
             return OnKey(static_cast<wxKeyEvent&>(event).GetKeyCode());
         }
         if (type == wxEVT_MENU_OPEN) {
-            DismissBalloon();
+            Dismiss();
             return Event_Skip;
         }
         auto* window = dynamic_cast<wxWindow*>(event.GetEventObject());
@@ -223,30 +71,30 @@ private:
             return Event_Skip;
         }
         if (type == wxEVT_LEFT_DOWN || type == wxEVT_RIGHT_DOWN || type == wxEVT_MIDDLE_DOWN) {
-            if (IsInside(window, this)) {
-                DismissBalloon();
+            if (IsInside(window, m_window->Window())) {
+                Dismiss();
                 return Event_Processed;
             }
             if (m_contents.isHelp) {
-                DismissBalloon();
+                Dismiss();
             }
         } else if (HasGoneFromUnder(event, *window) ||
                    (!m_contents.isHelp && HasBeenAnswered(event, *window))) {
-            DismissBalloon();
+            Dismiss();
         }
         return Event_Skip;
     }
 
     int OnKey(int key) {
         if (key == WXK_ESCAPE) {
-            DismissBalloon();
+            Dismiss();
             return Event_Processed;
         }
         const bool modifier =
             key == WXK_SHIFT || key == WXK_CONTROL || key == WXK_RAW_CONTROL || key == WXK_ALT;
         // F1 over a help balloon asks for more; its window decides.
         if (m_contents.isHelp && key != WXK_F1 && !modifier) {
-            DismissBalloon();
+            Dismiss();
         }
         return Event_Skip;
     }
@@ -254,7 +102,7 @@ private:
     // True when what the balloon points at is hidden, moved, left or destroyed.
     bool HasGoneFromUnder(const wxEvent& event, const wxWindow& window) const {
         const wxEventType type = event.GetEventType();
-        const bool holds = IsInside(m_anchor, &window) || &window == GetParent();
+        const bool holds = IsInside(m_anchor, &window) || &window == m_owner;
         if (!holds) {
             return false;
         }
@@ -277,34 +125,24 @@ private:
     bool HasBeenAnswered(const wxEvent& event, const wxWindow& window) const {
         const wxEventType type = event.GetEventType();
         if (type == wxEVT_SET_FOCUS) {
-            return !IsInside(&window, m_anchor) && !IsInside(&window, this) && &window != GetParent();
+            return !IsInside(&window, m_anchor) && !IsInside(&window, m_window->Window()) &&
+                   &window != m_owner;
         }
         return IsInside(&window, m_anchor) &&
                (type == wxEVT_TEXT || type == EVT_IP_ADDRESS_CHANGED || type == EVT_NUMBER_CHANGED ||
                 type == wxEVT_CHECKBOX || type == wxEVT_RADIOBUTTON || type == wxEVT_CHOICE);
     }
 
-    wxWindow* m_anchor;
+    std::unique_ptr<BalloonWindow> m_window;
+    wxWindow* m_anchor = nullptr;
+    wxWindow* m_owner = nullptr;
     wxRect m_anchorPlace;
-    Contents m_contents;
-    Colours m_colours;
-    wxBoxSizer* m_body = nullptr;
-    bool m_watching = true;
-    bool m_tailUp = true;
-    int m_tip = 0;
+    BalloonContents m_contents;
 };
 
-wxWeakRef<BalloonWindow>& Shown() {
-    static wxWeakRef<BalloonWindow> shown;
-    return shown;
-}
-
-void Show(wxWindow* anchor, const wxRect& part, Contents contents) {
-    DismissBalloon();
-    // A child of its window, which destroys it if nothing else did.
-    auto* balloon = MakeChild<BalloonWindow>(anchor, part, std::move(contents));
-    Shown() = balloon;
-    balloon->Show();
+Balloon& TheBalloon() {
+    static Balloon balloon;
+    return balloon;
 }
 
 } // namespace
@@ -314,35 +152,25 @@ bool ErrorBalloon(wxWindow* control, const wxString& title, const wxString& text
     if (auto* entry = dynamic_cast<wxTextEntry*>(control)) {
         entry->SelectAll();
     }
-    Show(control, control->GetScreenRect(), {title, text, icon, false});
+    TheBalloon().Show(control, control->GetScreenRect(), {title, text, icon, false});
     wxBell();
     return false;
 }
 
 void ShowHelpBalloon(wxWindow* control, const wxString& title, const wxString& text) {
-    Show(control, control->GetScreenRect(), {title, text, BalloonIcon::None, true});
+    TheBalloon().Show(control, control->GetScreenRect(), {title, text, BalloonIcon::None, true});
 }
 
 void ShowHelpBalloonAt(wxWindow* owner, const wxRect& part, const wxString& title, const wxString& text) {
-    Show(owner, part, {title, text, BalloonIcon::None, true});
+    TheBalloon().Show(owner, part, {title, text, BalloonIcon::None, true});
 }
 
 void DismissBalloon() {
-    if (BalloonWindow* balloon = Shown().get()) {
-        Shown() = nullptr;
-        balloon->Retire();
-        balloon->Hide();
-        balloon->Destroy();
-    }
+    TheBalloon().Dismiss();
 }
 
 ShownBalloon CurrentBalloon() {
-    BalloonWindow* balloon = Shown().get();
-    if (balloon == nullptr) {
-        return {};
-    }
-    const Contents& contents = balloon->What();
-    return {balloon->Anchor(), balloon, contents.title, contents.text, contents.icon, contents.isHelp};
+    return TheBalloon().Now();
 }
 
 } // namespace vnxtest

@@ -32,7 +32,8 @@ void DismissBalloon();
 // What is shown now, for those who look from outside (a second F1, tests).
 struct ShownBalloon {
     wxWindow* anchor = nullptr; // null when nothing is shown
-    wxWindow* window = nullptr; // the balloon itself
+    wxWindow* window = nullptr; // the balloon itself; null where it is the system's
+    wxRect place;               // where it is, in screen coordinates
     wxString title;
     wxString text;
     BalloonIcon icon = BalloonIcon::None;

@@ -75,12 +75,30 @@ CVisualStylesXP& VisualStyles() {
     return styles;
 }
 
+// The toolkit lets the innermost control that holds others look for a mnemonic, which finds only its own.
+// This lets the dialog look, before the toolkit does.
+void OnMnemonic(wxKeyEvent& event) {
+    const int key = event.GetKeyCode();
+    if (event.GetModifiers() != wxMOD_ALT || ((key < 'A' || key > 'Z') && (key < '0' || key > '9'))) {
+        event.Skip();
+        return;
+    }
+    constexpr LPARAM kAltIsDown = LPARAM{1} << 29;
+    MSG message{};
+    message.hwnd = GetFocus();
+    message.message = WM_SYSCHAR;
+    message.wParam = static_cast<WPARAM>(key >= 'A' ? key - 'A' + 'a' : key);
+    message.lParam = kAltIsDown;
+    IsDialogMessageW(GetAncestor(message.hwnd, GA_ROOT), &message);
+}
+
 class WindowsCaption final : public CaptionButton {
 public:
     WindowsCaption(wxTopLevelWindow& window, CaptionCallbacks callbacks)
         : m_window(window), m_handle(static_cast<HWND>(window.GetHandle())),
           m_callbacks(std::move(callbacks)), m_ownButton(dynamic_cast<wxDialog*>(&window) == nullptr) {
         if (!m_ownButton) {
+            window.Bind(wxEVT_CHAR_HOOK, &OnMnemonic);
             SetWindowLongPtrW(m_handle, GWL_EXSTYLE,
                               GetWindowLongPtrW(m_handle, GWL_EXSTYLE) | WS_EX_CONTEXTHELP);
             SetWindowPos(m_handle, nullptr, 0, 0, 0, 0,

@@ -1,9 +1,10 @@
 // Pointer and keyboard in "What's This?" mode on Windows: the window captures the mouse, which keeps the
-// cursor and sends every click here, and a filter takes the keys.
+// cursor and sends every click here, and a hook takes the keys.
 #include <utility>
 
 #include <wx/app.h>
 #include <wx/eventfilter.h>
+#include <wx/msw/wrapwin.h>
 #include <wx/toplevel.h>
 
 #include "helpui/whats_this_mode.h"
@@ -17,6 +18,9 @@ public:
     WindowsCapture(wxTopLevelWindow& window, std::function<void(std::optional<wxPoint>)> ended)
         : m_window(window), m_ended(std::move(ended)), m_alive(std::make_shared<bool>(true)) {
         wxEvtHandler::AddFilter(this);
+        // The toolkit tells of no keys while a window has the mouse.
+        Holder() = this;
+        m_keys = SetWindowsHookExW(WH_KEYBOARD, &WindowsCapture::OnKey, nullptr, GetCurrentThreadId());
         m_window.CaptureMouse();
         wxSetCursor(wxCursor(wxCURSOR_QUESTION_ARROW));
     }
@@ -25,6 +29,8 @@ public:
 
     ~WindowsCapture() override {
         *m_alive = false;
+        UnhookWindowsHookEx(m_keys);
+        Holder() = nullptr;
         wxEvtHandler::RemoveFilter(this);
         if (m_window.HasCapture()) {
             m_window.ReleaseMouse();
@@ -33,6 +39,24 @@ public:
     }
 
 private:
+    // A hook has no data of its own; there is one such mode at a time.
+    static WindowsCapture*& Holder() {
+        static WindowsCapture* holder = nullptr;
+        return holder;
+    }
+
+    static LRESULT CALLBACK OnKey(int code, WPARAM key, LPARAM state) {
+        constexpr LPARAM kReleased = LPARAM{1} << 31;
+        if (code < 0 || Holder() == nullptr) {
+            return CallNextHookEx(nullptr, code, key, state);
+        }
+        if ((state & kReleased) == 0 && (key == VK_ESCAPE || key == VK_F1)) {
+            Holder()->End(std::nullopt);
+        }
+        // No key reaches a control; that one is let go is what the system itself must know.
+        return (state & kReleased) != 0 ? CallNextHookEx(nullptr, code, key, state) : 1;
+    }
+
     int FilterEvent(wxEvent& event) override {
         const wxEventType type = event.GetEventType();
         if (type == wxEVT_LEFT_DOWN) {
@@ -47,13 +71,6 @@ private:
         }
         if (type == wxEVT_RIGHT_UP || type == wxEVT_MIDDLE_UP || type == wxEVT_MOUSE_CAPTURE_LOST) {
             End(std::nullopt);
-            return Event_Processed;
-        }
-        if (type == wxEVT_CHAR_HOOK) {
-            const int key = static_cast<wxKeyEvent&>(event).GetKeyCode();
-            if (key == WXK_ESCAPE || key == WXK_F1) {
-                End(std::nullopt);
-            }
             return Event_Processed;
         }
         if (type == wxEVT_ACTIVATE && !static_cast<wxActivateEvent&>(event).GetActive()) {
@@ -79,6 +96,7 @@ private:
     wxTopLevelWindow& m_window;
     std::function<void(std::optional<wxPoint>)> m_ended;
     std::shared_ptr<bool> m_alive;
+    HHOOK m_keys = nullptr;
     bool m_pressed = false;
     bool m_reported = false;
 };

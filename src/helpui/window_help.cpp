@@ -291,6 +291,10 @@ void WindowHelp::OnCharHook(wxKeyEvent& event) {
 
 void WindowHelp::OnHelp(wxHelpEvent& event) {
     auto* control = dynamic_cast<wxWindow*>(event.GetEventObject());
+    // Some systems send the message for every F1, which has been answered already.
+    if (m_mode.IsOn() || (control != nullptr && CurrentBalloon().isHelp && KeyOf(*control) == m_shownKey)) {
+        return;
+    }
     if (control != nullptr && control != &m_window) {
         ShowHelp(*control);
     } else {

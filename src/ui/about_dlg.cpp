@@ -1,5 +1,7 @@
 #include "ui/about_dlg.h"
 
+#include <algorithm>
+
 #include <wx/hyperlink.h>
 #include <wx/sizer.h>
 #include <wx/statbmp.h>
@@ -27,6 +29,14 @@ wxString MailAddress(const wxString& version) {
     return wxString("mailto:") + kSupportMail + "?subject=" + subject;
 }
 
+// The system may count its text shorter than it draws it.
+wxHyperlinkCtrl* MakeLink(wxWindow* parent, int id, const wxString& label, const wxString& target) {
+    auto* const link = MakeChild<wxHyperlinkCtrl>(parent, id, label, target);
+    const int width = link->GetTextExtent(label).x + parent->FromDIP(4);
+    link->SetMinSize(wxSize(std::max(link->GetBestSize().x, width), -1));
+    return link;
+}
+
 } // namespace
 
 CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
@@ -46,12 +56,12 @@ CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
                wxSizerFlags().Border(wxBOTTOM, gap));
     lines->Add(MakeChild<wxStaticText>(this, ids::kLegalNotice, facts.copyright),
                wxSizerFlags().Border(wxBOTTOM, gap));
-    lines->Add(MakeChild<wxHyperlinkCtrl>(this, ids::kWebPage, kProductPage, kProductPage),
+    lines->Add(MakeLink(this, ids::kWebPage, kProductPage, kProductPage),
                wxSizerFlags().Border(wxBOTTOM, gap));
     auto* const contact = MakeChild<wxBoxSizer>(wxHORIZONTAL);
     contact->Add(MakeChild<wxStaticText>(this, wxID_ANY, "Support contact:"),
                  wxSizerFlags().CentreVertical().Border(wxRIGHT, gap));
-    contact->Add(MakeChild<wxHyperlinkCtrl>(this, ids::kSupportMail, kSupportMail, MailAddress(version)),
+    contact->Add(MakeLink(this, ids::kSupportMail, kSupportMail, MailAddress(version)),
                  wxSizerFlags().CentreVertical());
     lines->Add(contact);
     content->Add(lines, wxSizerFlags(1));

@@ -13,6 +13,7 @@
 #include "platform/atomic_file.h"
 #include "platform/terminal.h"
 #include "ui/product.h"
+#include "ui/task_dialogs.h"
 #include "ui/view.h"
 
 namespace vnxtest {
@@ -131,16 +132,12 @@ bool CVNXTestDoc::SaveAs() {
 bool CVNXTestDoc::OnSaveModified() {
     while (IsModified()) {
         const wxString name = HasPath() ? wxFileNameFromPath(GetFilename()) : wxString("Untitled");
-        wxMessageDialog prompt(GetDocumentWindow(),
-                               wxString::Format("Do you want to save changes to %s?", name), kProductName,
-                               wxYES_NO | wxCANCEL | wxCANCEL_DEFAULT | wxICON_NONE | wxCENTRE);
-        prompt.SetYesNoCancelLabels("&Save", "Do&n't Save", "Cancel");
-        const int answer = prompt.ShowModal();
-        if (answer == wxID_NO) {
+        const int answer = ShowSaveTaskDialog(GetDocumentWindow(), name);
+        if (answer == kDontSaveButton) {
             return true;
         }
-        if (answer != wxID_YES) {
-            Verify(answer == wxID_CANCEL);
+        if (answer != kSaveButton) {
+            Verify(answer == kCancelButton);
             return false;
         }
         // A cancelled file dialog or a failed save brings the question back.

@@ -15,8 +15,8 @@
 #include "ui/menus.h"
 #include "ui/parameters_dlg.h"
 #include "ui/ping_who_dlg.h"
-#include "ui/proceed_dialog.h"
 #include "ui/product.h"
+#include "ui/task_dialogs.h"
 #include "wrenlib/ticks.h"
 
 namespace vnxtest {

@@ -19,17 +19,7 @@ HelpMaps MapsOf(int templateId) {
     return maps;
 }
 
-TEST(HelpTexts, EveryNumberHasItsTextOfABodyALineBreakAndATitle) {
-    const std::pair<int, int> ranges[] = {{6000, 6004},   {6100, 6107},   {6200, 6207},   {6300, 6301},
-                                          {6400, 6402},   {6500, 6507},   {30100, 30101}, {30103, 30104},
-                                          {30110, 30116}, {30130, 30135}, {30140, 30146}, {30150, 30158},
-                                          {30170, 30178}, {30190, 30196}};
-    for (const auto& [first, last] : ranges) {
-        for (int id = first; id <= last; ++id) {
-            EXPECT_TRUE(FindHelpString(id)) << id;
-        }
-    }
-    EXPECT_FALSE(FindHelpString(30102));
+TEST(HelpTexts, EachHasABodyALineBreakAndATitle) {
     for (const auto table : {ProgramHelpStrings(), StandardHelpStrings()}) {
         for (const HelpString& string : table) {
             if (string.id >= kTextWhatsThisHelp && string.id <= kTextNoHelp) {
@@ -83,10 +73,7 @@ TEST(HelpRegistrations, EachLeadsToATextAndATopicAndEveryTextIsUsed) {
         int topic;
     } cases[] = {
         {131, 0, L"Ping Test", 347},
-        {131, 1009, L"Interface 1", 350},
         {131, 1020, L"To", 353},
-        {131, 1016, L"Size", 355},
-        {131, 1012, L"Delay", 371},
         {131, standard_button::kOk, L"'OK' Button", 347}, // no topic of its own: the dialog's
         {130, 1020, L"Tap", kTopicParametersMode},        // the same number elsewhere
         {134, 1020, L"DLL Buffer Size", kTopicDllBuffer},

@@ -30,13 +30,9 @@ protected:
     }
 };
 
-TEST_F(HelpViewerTest, OpensEveryTopic) {
+// That every topic has its page: test_help_book.py.
+TEST_F(HelpViewerTest, OpensTheTopicOrElseTheContents) {
     HelpBook book(HELP_BOOK);
-    for (const HelpTopic& topic : HelpTopics()) {
-        EXPECT_TRUE(book.OpenTopic(m_dialog, topic.id)) << topic.id;
-        Settle(20);
-        EXPECT_FALSE(PageTitle().empty()) << topic.id;
-    }
     EXPECT_TRUE(book.OpenTopic(m_dialog, kTopicPingTo));
     EXPECT_EQ(PageTitle(), "Ping dialog");
     EXPECT_TRUE(book.OpenTopic(m_dialog, 12345)); // unknown: the contents

@@ -1,7 +1,10 @@
 // The help button in the caption, "What's This?" mode, F1 and the help message.
 #include "helpui/desktop_fixture.h"
 
+#include <optional>
+
 #include <wx/menu.h>
+#include <wx/platinfo.h>
 
 #include "helpui/dialog_ids.h"
 #include "helpui/make_child.h"
@@ -13,10 +16,13 @@ class WhatsThisTest : public DesktopTest {
 protected:
     // A point on a part of the caption or the border, found by asking along lines.
     template <typename Window>
-    static wxPoint Find(const Window& window, int area) {
+    static std::optional<wxPoint> Look(const Window& window, int area) {
         const wxRect inside(window.ClientToScreen(wxPoint()), window.GetClientSize());
         for (int y = inside.GetBottom() + 12; y > inside.y - 80; y -= 2) {
             for (int x = inside.GetRight() + 12; x > inside.x - 12; x -= 4) {
+                if (inside.Contains(x, y)) {
+                    continue;
+                }
                 const auto part = window.GetHelp()->Caption().HitTest(wxPoint(x, y));
                 if (part && part->area == area) {
                     const bool button = part->place.width > 1 && area != frame_area::kTitleBar;
@@ -24,22 +30,46 @@ protected:
                 }
             }
         }
-        ADD_FAILURE() << "no such part: " << std::hex << area;
-        return {};
+        return std::nullopt;
+    }
+    template <typename Window>
+    static wxPoint Find(const Window& window, int area) {
+        const auto point = Look(window, area);
+        EXPECT_TRUE(point) << "no such part: " << std::hex << area;
+        return point.value_or(wxPoint());
+    }
+    // Where the help button of a window is; asking along lines takes long where the caption is the system's.
+    template <typename Window>
+    std::optional<wxPoint> HelpButton(const Window& window) {
+        if (m_asked != &window) {
+            m_asked = &window;
+            m_button = Look(window, frame_area::kHelpButton);
+        }
+        return m_button;
     }
     // What the balloon says after the help button of `window` and then `point` are clicked.
     template <typename Window>
     wxString Ask(const Window& window, const wxPoint& point) {
-        ClickAt(Find(window, frame_area::kHelpButton));
+        if (const auto button = HelpButton(window)) {
+            ClickAt(*button);
+        } else {
+            EXPECT_FALSE(IsOwnCaption()); // Wine's captions of dialogs have no such button
+            Press(WXK_F1, wxMOD_SHIFT);
+        }
         EXPECT_TRUE(WaitFor([&window] { return window.GetHelp()->Mode().IsOn(); }));
         ClickAt(point);
         EXPECT_FALSE(window.GetHelp()->Mode().IsOn());
         return Title();
     }
+    // Where the system draws the captions of dialogs, their parts are the system's matter.
+    static bool IsOwnCaption() { return wxPlatformInfo::Get().GetPortId() == wxPORT_GTK; }
     wxString Ask(const wxWindow& control) {
         return Ask(*m_dialog, control.GetScreenRect().GetPosition() + control.GetSize() / 2);
     }
     wxString Ask(int area) { return Ask(*m_dialog, Find(*m_dialog, area)); }
+
+    const void* m_asked = nullptr;
+    std::optional<wxPoint> m_button;
 };
 
 TEST_F(WhatsThisTest, TheNextClickAsksInsteadOfActing) {
@@ -58,8 +88,10 @@ TEST_F(WhatsThisTest, TheNextClickAsksInsteadOfActing) {
     EXPECT_EQ(Ask(*m_dialog->box->GetPrevSibling()), "VNXTest64UD Parameters"); // a text that is no label
     EXPECT_EQ(Ask(*m_dialog, m_dialog->ClientToScreen(wxPoint(4, 4))), "VNXTest64UD Parameters");
     EXPECT_EQ(Ask(frame_area::kTitleBar), "Title Bar");
-    EXPECT_EQ(Ask(frame_area::kHelpButton), "Context Help Button");
-    EXPECT_EQ(Ask(frame_area::kBorder), "Border");
+    if (IsOwnCaption()) {
+        EXPECT_EQ(Ask(frame_area::kHelpButton), "Context Help Button");
+        EXPECT_EQ(Ask(frame_area::kBorder), "Border");
+    }
     EXPECT_EQ(Ask(frame_area::kCloseButton), "Close Button");
     EXPECT_TRUE(m_dialog->IsShown());
     EXPECT_EQ(m_dialog->GetHelp()->ControlsWithoutHelp(), std::vector<const wxWindow*>{m_dialog->before});

@@ -7,7 +7,8 @@
 #include <wx/stattext.h>
 
 #include "helpui/make_child.h"
-#include "ui/proceed_dialog.h"
+#include "ui/product.h"
+#include "ui/task_dialogs.h"
 
 namespace vnxtest {
 
@@ -50,6 +51,22 @@ int ShowProceedTaskDialog(wxWindow* parent, const ProceedQuestion& question) {
     dialog.SetExtendedMessage(text(question.content));
     dialog.ShowDetailedText(text(question.expandedInformation));
     return dialog.ShowModal() == wxID_OK ? kProceedButton : kCancelButton;
+}
+
+int ShowSaveTaskDialog(wxWindow* parent, const wxString& name) {
+    wxMessageDialog prompt(parent, wxString::Format("Do you want to save changes to %s?", name), kProductName,
+                           wxYES_NO | wxCANCEL | wxCANCEL_DEFAULT | wxICON_NONE | wxCENTRE);
+    prompt.SetYesNoCancelLabels("&Save", "Do&n't Save", "Cancel");
+    switch (prompt.ShowModal()) {
+    case wxID_YES:
+        return kSaveButton;
+    case wxID_NO:
+        return kDontSaveButton;
+    case wxID_CANCEL:
+        return kCancelButton;
+    default:
+        return 0;
+    }
 }
 
 } // namespace vnxtest

@@ -1,0 +1,38 @@
+// The small window of a balloon, without when it is shown and when it goes: balloon.cpp knows that. One
+// source per platform: the system's own balloon on Windows, a popup window of ours elsewhere.
+#pragma once
+
+#include <memory>
+
+#include <wx/gdicmn.h>
+#include <wx/string.h>
+
+#include "helpui/balloon.h"
+
+namespace vnxtest {
+
+struct BalloonContents {
+    wxString title;
+    wxString text;
+    BalloonIcon icon = BalloonIcon::None;
+    bool isHelp = false;
+};
+
+// Hides and removes the window when it goes. User-interface thread only.
+class BalloonWindow {
+public:
+    virtual ~BalloonWindow() = default;
+
+    // The window, if it is one of the toolkit's and still there; null otherwise.
+    virtual wxWindow* Window() const = 0;
+    // Where it is, in screen coordinates.
+    virtual wxRect Place() const = 0;
+};
+
+// Shows a balloon over `owner`, a top-level window, that points at `part` (screen coordinates) from below, or
+// from above where there is no room, and covers no more of it than its edge. It takes no focus. A click on it
+// is for who shows it, if it has a Window(); else it calls DismissBalloon itself.
+std::unique_ptr<BalloonWindow> MakeBalloonWindow(wxWindow* owner, const wxRect& part,
+                                                 const BalloonContents& contents);
+
+} // namespace vnxtest

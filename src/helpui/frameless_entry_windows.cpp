@@ -1,8 +1,0 @@
-#include "helpui/frameless_entry.h"
-
-namespace vnxtest {
-
-// An entry without a border is bare already.
-void MakeFrameless(wxTextCtrl&) {}
-
-} // namespace vnxtest
