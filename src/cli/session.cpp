@@ -1,5 +1,7 @@
 #include "cli/session.h"
 
+#include <thread>
+
 #include "cli/adapter_list.h"
 #include "cli/json_report.h"
 #include "hostnet/report.h"
@@ -12,6 +14,8 @@
 namespace vnxtest {
 
 namespace {
+
+constexpr std::chrono::milliseconds kGatherTime(5);
 
 const wchar_t* NameOf(Command command) {
     switch (command) {
@@ -188,6 +192,9 @@ TerminalEvent Session::Step(std::optional<Moment> deadline) {
     }
     switch (next.message) {
     case ViewMessage::OutputPending:
+        // What follows closely is written together: under a flood a wake-up and a write for every line
+        // would cost more than all the rest of it.
+        std::this_thread::sleep_until(m_lastDrain + kGatherTime);
         Drain();
         break;
     case ViewMessage::InterfaceOpened:
@@ -334,6 +341,7 @@ void Session::StopGuest() {
 
 void Session::Drain() {
     m_output.Write(m_channel.TakePending());
+    m_lastDrain = std::chrono::steady_clock::now();
 }
 
 void Session::TellProfileProblem() {

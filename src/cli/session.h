@@ -81,6 +81,7 @@ private:
     bool m_guestEndedByItself = false;
     std::wstring m_toldProfileProblem;
     std::wstring m_problem;
+    Moment m_lastDrain{};
 };
 
 } // namespace vnxtest

@@ -17,11 +17,12 @@ namespace vnxtest {
 namespace {
 // After the last ping is decided, late and duplicate replies are still counted for this long.
 constexpr std::uint32_t kGrace = 1000;
-// How many pings without a delay may be unanswered before the sender looks whether their replies wait
-// to be read: about half of what the capture buffer holds of full-sized frames at its default.
-constexpr std::uint32_t kFirstWindow = 256;
+// How many pings without a delay may be unanswered before the sender waits for their replies to be read:
+// about half of what the capture buffer holds of full-sized frames at its default. And for how long it does
+// so while nothing comes: the reading thread may have to wait for a processor, too.
+constexpr std::int64_t kFirstWindow = 256;
 constexpr std::chrono::microseconds kPause{100};
-constexpr int kPauses = 50;
+constexpr std::chrono::milliseconds kPatience{250};
 } // namespace
 
 PingTest::PingTest(HostNetwork& host, ViewPort& view) : m_host(host), m_view(view) {}
@@ -140,6 +141,7 @@ void PingTest::PingThread() {
         identifier = m_wPingIdent;
         m_waiting = Waiting::ForPings;
         m_decided = 0;
+        m_replies = 0;
     }
     m_strPingTargetIP = FormatIPAddr(m_parameters.target);
     m_strPingTarget = m_parameters.targetName.empty() || m_parameters.targetName == m_strPingTargetIP
@@ -158,10 +160,11 @@ void PingTest::PingThread() {
 
     // The first ping that was sent starts the wait thread.
     bool waitThreadStarted = false;
-    std::uint32_t window = kFirstWindow;
+    Pace pace{.window = kFirstWindow};
     std::uint32_t remaining = m_parameters.numPings;
     do {
         ++counter;
+        ++pace.sent;
         if (!SendPing(SwapNetwork16(counter))) {
             LogMsg(L"\n***  Ping #%hu failed; abort  ***\n\n",
                    static_cast<std::uint16_t>(counter - m_wPingSeqBase));
@@ -174,7 +177,7 @@ void PingTest::PingThread() {
             waitThreadStarted = true;
         }
         const bool goOn =
-            m_parameters.delay != 0 ? !m_endSendingEvent.WaitFor(m_parameters.delay) : PaceSender(window);
+            m_parameters.delay != 0 ? !m_endSendingEvent.WaitFor(m_parameters.delay) : PaceSender(pace);
         if (!goOn) {
             break;
         }
@@ -191,20 +194,43 @@ void PingTest::StartWaitThread() {
 }
 
 // A sender that never pauses can fill the capture buffer while the thread that reads it waits for a
-// processor, and replies are lost that did arrive. A few milliseconds without any progress mean that
-// the replies are still on their way, or will never come: then more may be unanswered from now on.
-bool PingTest::PaceSender(std::uint32_t& window) {
-    for (int pause = 0; pause < kPauses && !m_endSendingEvent.IsSet(); ++pause) {
-        {
-            const std::lock_guard lock(m_pingListLock);
-            if (m_pingList.GetCount() - m_decided <= window) {
-                return true;
-            }
+// processor, and replies are lost that did arrive. No progress for a long time means that the replies will
+// never come, or have a very long way: those are written off, and more may be open, until that proves to be
+// more than it takes. Once the sequence numbers have wrapped, replies count for the first pings of the test
+// and leave those that they answer undecided: then the replies tell how far the receiving side is.
+bool PingTest::PaceSender(Pace& pace) {
+    using Clock = std::chrono::steady_clock;
+    std::int64_t lastDone = -1;
+    for (Clock::time_point lastProgress; !m_endSendingEvent.IsSet(); std::this_thread::sleep_for(kPause)) {
+        const std::int64_t done =
+            std::max(m_decided.load(std::memory_order_relaxed), m_replies.load(std::memory_order_relaxed));
+        std::int64_t open = pace.sent - pace.writtenOff - done;
+        if (open < 0) { // some of what was written off has come after all
+            pace.writtenOff += open;
+            open = 0;
         }
-        std::this_thread::sleep_for(kPause);
+        pace.most = std::max(pace.most, open);
+        if (done - pace.mostSince >= pace.window) {
+            const bool tooWide = pace.most <= pace.window / 4 && pace.window > kFirstWindow;
+            pace.window /= tooWide ? 2 : 1;
+            pace.most = open;
+            pace.mostSince = done;
+        }
+        if (open < pace.window) {
+            return true;
+        }
+        if (done != lastDone) {
+            lastDone = done;
+            lastProgress = Clock::now();
+        } else if (Clock::now() - lastProgress >= kPatience) {
+            pace.writtenOff = pace.sent - done;
+            pace.window *= 2;
+            pace.most = 0;
+            pace.mostSince = done;
+            return true;
+        }
     }
-    window *= 2;
-    return !m_endSendingEvent.IsSet();
+    return false;
 }
 
 // Writing and recording are one step under the lock, so that a reply cannot be looked for before its
@@ -253,7 +279,8 @@ void PingTest::RecordReply(std::uint16_t icmpId, std::uint16_t icmpSeq, Ipv4Addr
         if (!TickReached(now, ping.dwSentTick)) {
             now = ping.dwSentTick;
         }
-        m_decided += ping.IsUndecided() ? 1 : 0;
+        m_decided.fetch_add(ping.IsUndecided() ? 1 : 0, std::memory_order_relaxed);
+        m_replies.fetch_add(1, std::memory_order_relaxed);
         ping.dwReplyTick = now;
         ++ping.nReplies;
         const std::uint32_t roundTrip = now - ping.dwSentTick;
@@ -285,7 +312,7 @@ std::optional<std::uint32_t> PingTest::CheckDeadlines(std::uint32_t& graceEnd) {
         }
         LogMsg(L" Ping #%hu has timed out.\n", PingNumber(ping.wIcmpSeq));
         ping.nTimeouts = 1;
-        ++m_decided;
+        m_decided.fetch_add(1, std::memory_order_relaxed);
         m_pingList.SetAt(*position, ping);
     }
     if (!AllSent()) {

@@ -103,6 +103,14 @@ public:
 private:
     // What the wait thread is waiting for, so that others wake it only when its answer would change.
     enum class Waiting { ForPings, ForDeadline, ForGrace };
+    // How a sender without a delay keeps pace with the receiving side; in pings.
+    struct Pace {
+        std::int64_t window = 0; // so many may be open
+        std::int64_t sent = 0;
+        std::int64_t writtenOff = 0; // of these, no more waited for
+        std::int64_t most = 0;       // open at a time, since so many were done:
+        std::int64_t mostSince = 0;
+    };
 
     void PingThread();
     void PingWaitThread();
@@ -110,7 +118,7 @@ private:
     bool SendPing(std::uint16_t sequence);
     void StartWaitThread();
     // Without a delay, lets the receiving side catch up. False when the sending is to end.
-    bool PaceSender(std::uint32_t& window);
+    bool PaceSender(Pace& pace);
     void JoinSendThread();
     void JoinWaitThread();
     // The wait thread's pass over the list: the milliseconds to wait (0: until something happens),
@@ -143,7 +151,9 @@ private:
     std::uint16_t m_wPingSeqBase = 0;
     bool m_identChosen = false;
     Waiting m_waiting = Waiting::ForPings;
-    std::uint32_t m_decided = 0; // pings of this test that are answered or timed out
+    // What came of this test's pings so far: changed under the lock, read by the sender without.
+    std::atomic<std::int64_t> m_decided{0}; // pings that are answered or timed out
+    std::atomic<std::int64_t> m_replies{0}; // replies, to whichever ping they count for
 
     WorkerThread m_pingThread;
     // Whether the wait thread exists; it is started by the send thread and joined by another.

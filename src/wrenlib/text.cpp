@@ -89,9 +89,14 @@ std::wstring TrimBlanks(std::wstring_view text) {
 }
 
 std::string ToUtf8(std::wstring_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    // Nearly every text is ASCII up to its end or to a name near it.
+    std::string out(text.size(), '\0');
+    std::size_t ascii = 0;
+    for (; ascii < text.size() && static_cast<char32_t>(text[ascii]) < 0x80; ++ascii) {
+        out[ascii] = static_cast<char>(text[ascii]);
+    }
+    out.resize(ascii);
+    for (std::size_t i = ascii; i < text.size(); ++i) {
         auto code = static_cast<char32_t>(text[i]);
         if (code < 0x80) {
             out.push_back(static_cast<char>(code));
