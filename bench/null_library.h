@@ -10,7 +10,7 @@
 
 namespace vnxtest {
 
-class NullLibrary final : public VnetxLibrary {
+class NullLibrary : public VnetxLibrary {
 public:
     std::int32_t Open(const char*, std::int32_t) override { return 0; }
     void Close(std::int32_t) override {}

@@ -1,0 +1,147 @@
+// A whole ping test in the engine, with 64 and with 65,535 pings outstanding: what a ping costs, from its
+// request to its reply's line, must not depend on how many are outstanding.
+//
+// The library writes nothing, but keeps the requests back until as many are outstanding as wanted, or all
+// are sent; then it has them answered. What counts is the processor time of all threads: that the sender
+// lets the receiving side catch up now and then is waiting, and no cost.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "core/output_channel.h"
+#include "hostnet/host_network.h"
+#include "null_library.h"
+#include "packets/icmp_echo.h"
+#include "packets/ipv4_packet.h"
+#include "ping/ping_test.h"
+#include "ping/receive_path.h"
+#include "platform/host_tables.h"
+#include "wrenpack/wrenpack.h"
+
+namespace vnxtest {
+
+namespace {
+
+constexpr std::uint32_t kPings = 65535;
+constexpr Ipv4Address kGuestIp{10, 77, 0, 100};
+constexpr Ipv4Address kPeerIp{10, 77, 0, 2};
+
+using Packet = std::vector<std::uint8_t>;
+
+// Keeps what is written.
+class HoldingLibrary final : public NullLibrary {
+public:
+    std::int32_t Write(std::int32_t, const void* packet, std::uint32_t length) override {
+        const auto* const bytes = static_cast<const std::uint8_t*>(packet);
+        const std::lock_guard lock(m_mutex);
+        m_held.emplace_back(ReceivedPacket::kHeadroom + length);
+        std::copy_n(bytes, length, m_held.back().begin() + ReceivedPacket::kHeadroom);
+        return static_cast<std::int32_t>(length);
+    }
+    // What was written since the last time, when it is `wanted` or more.
+    std::vector<Packet> Take(std::size_t wanted) {
+        const std::lock_guard lock(m_mutex);
+        return m_held.size() >= wanted ? std::exchange(m_held, {}) : std::vector<Packet>();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<Packet> m_held;
+};
+
+class SilentView final : public ViewPort {
+public:
+    void PostViewMessage(ViewMessage) override {}
+};
+
+// Makes a request, as it was written behind its headroom, the reply to it.
+void MakeReply(std::span<std::uint8_t> storage) {
+    const auto packet = storage.subspan(ReceivedPacket::kHeadroom);
+    auto ip = Ipv4View::Over(packet);
+    const auto message = packet.subspan(Ipv4View::kLength);
+    auto icmp = IcmpEchoView::Over(message);
+    ip->BuildHeader(static_cast<std::uint16_t>(packet.size()), 64, kIpProtocolIcmp, kPeerIp, kGuestIp);
+    std::memset(packet.data() + 6, 0, 2); // without Don't-Fragment
+    ip->SetChecksum(0);
+    ip->SetChecksum(InetChecksum(packet.data(), Ipv4View::kLength));
+    icmp->SetType(kIcmpEchoReply);
+    icmp->SetChecksum(0);
+    icmp->SetChecksum(InetChecksum(message.data(), message.size()));
+}
+
+double Seconds(clockid_t clock) {
+    timespec now{};
+    clock_gettime(clock, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+} // namespace
+
+static void PingTestWithOutstanding(benchmark::State& state) {
+    SilentView view;
+    HoldingLibrary library;
+    const std::unique_ptr<HostTables> tables = MakeHostTables();
+    const std::unique_ptr<WrenPackLibrary> adapters = MakeWrenPackLibrary();
+    OutputChannel output(view);
+    HostNetwork host({*tables, *adapters}, library);
+    const RunSettings run;
+    PingTest test(host, view);
+    ReceivePath path(host, run, test);
+    output.Attach();
+    RegisterDebugOutput(library);
+    INTERFACE_INFO info;
+    info.handle = 1;
+    info.name = L"bench0";
+    info.guestIp = kGuestIp;
+    PingParameters parameters;
+    parameters.target = kPeerIp;
+    parameters.dataSize = 8;
+    parameters.numPings = kPings;
+    parameters.timeout = 60000;
+    parameters.delay = 0;
+    const auto outstanding = static_cast<std::size_t>(state.range(0));
+    for (auto _ : state) {
+        double preparing = 0; // the replies: not the guest's work
+        const double begin = Seconds(CLOCK_PROCESS_CPUTIME_ID);
+        test.Start(info, parameters);
+        std::size_t answered = 0;
+        while (answered < kPings) {
+            const double before = Seconds(CLOCK_THREAD_CPUTIME_ID);
+            std::vector<Packet> held = library.Take(std::min(outstanding, kPings - answered));
+            for (Packet& packet : held) {
+                MakeReply(packet);
+            }
+            preparing += Seconds(CLOCK_THREAD_CPUTIME_ID) - before;
+            for (Packet& packet : held) {
+                path.HandleReceivedPacket(info, ReceivedPacket(packet));
+            }
+            answered += held.size();
+            if (held.empty()) {
+                std::this_thread::sleep_for(std::chrono::microseconds(20));
+            }
+            benchmark::DoNotOptimize(output.TakePending());
+        }
+        state.SetIterationTime(Seconds(CLOCK_PROCESS_CPUTIME_ID) - begin - preparing);
+        test.StopPingTest(); // without the grace
+        if (test.Result().statistics.received != kPings) {
+            state.SkipWithError("a ping was lost");
+        }
+        output.TakePending();
+    }
+    state.SetItemsProcessed(state.iterations() * kPings);
+    output.Detach();
+    UnregisterDebugOutput();
+}
+BENCHMARK(PingTestWithOutstanding)->Arg(64)->Arg(65535)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+} // namespace vnxtest
