@@ -20,8 +20,9 @@ constexpr std::uint32_t kGrace = 1000;
 // How many pings without a delay may be unanswered before the sender waits for their replies to be read:
 // about half of what the capture buffer holds of full-sized frames at its default. And for how long it does
 // so while nothing comes: the reading thread may have to wait for a processor, too.
-constexpr std::int64_t kFirstWindow = 256;
-constexpr std::chrono::microseconds kPause{100};
+constexpr std::size_t kFirstWindow = 256;
+constexpr std::chrono::microseconds kShortestPause{100};
+constexpr std::chrono::milliseconds kLongestPause{10};
 constexpr std::chrono::milliseconds kPatience{250};
 } // namespace
 
@@ -140,8 +141,7 @@ void PingTest::PingThread() {
         counter = m_wPingNextSeq;
         identifier = m_wPingIdent;
         m_waiting = Waiting::ForPings;
-        m_decided = 0;
-        m_replies = 0;
+        m_done = 0;
     }
     m_strPingTargetIP = FormatIPAddr(m_parameters.target);
     m_strPingTarget = m_parameters.targetName.empty() || m_parameters.targetName == m_strPingTargetIP
@@ -193,22 +193,26 @@ void PingTest::StartWaitThread() {
         m_pingWaitThread.Start([this] { PingWaitThread(); }, m_view, ViewMessage::PingWaitThreadEnded);
 }
 
+// Remembers how far the receiving side is: a reply to the ping at `position`, or its time-out, says that
+// what was sent before it is answered, lost or late. Under the list's lock.
+void PingTest::NoteDone(CPingList::Position position) {
+    if (position >= m_done.load(std::memory_order_relaxed)) {
+        m_done.store(position + 1, std::memory_order_relaxed);
+    }
+}
+
 // A sender that never pauses can fill the capture buffer while the thread that reads it waits for a
 // processor, and replies are lost that did arrive. No progress for a long time means that the replies will
 // never come, or have a very long way: those are written off, and more may be open, until that proves to be
-// more than it takes. Once the sequence numbers have wrapped, replies count for the first pings of the test
-// and leave those that they answer undecided: then the replies tell how far the receiving side is.
+// more than it takes.
 bool PingTest::PaceSender(Pace& pace) {
     using Clock = std::chrono::steady_clock;
-    std::int64_t lastDone = -1;
-    for (Clock::time_point lastProgress; !m_endSendingEvent.IsSet(); std::this_thread::sleep_for(kPause)) {
-        const std::int64_t done =
-            std::max(m_decided.load(std::memory_order_relaxed), m_replies.load(std::memory_order_relaxed));
-        std::int64_t open = pace.sent - pace.writtenOff - done;
-        if (open < 0) { // some of what was written off has come after all
-            pace.writtenOff += open;
-            open = 0;
-        }
+    const Clock::time_point never{};
+    Clock::time_point lastProgress = never;
+    std::size_t lastDone = 0;
+    while (!m_endSendingEvent.IsSet()) {
+        const std::size_t done = m_done.load(std::memory_order_relaxed);
+        const std::size_t open = pace.sent - std::min(pace.sent, std::max(done, pace.writtenOff));
         pace.most = std::max(pace.most, open);
         if (done - pace.mostSince >= pace.window) {
             const bool tooWide = pace.most <= pace.window / 4 && pace.window > kFirstWindow;
@@ -219,16 +223,17 @@ bool PingTest::PaceSender(Pace& pace) {
         if (open < pace.window) {
             return true;
         }
-        if (done != lastDone) {
+        const Clock::time_point now = Clock::now();
+        if (lastProgress == never || done != lastDone) {
+            lastProgress = now;
             lastDone = done;
-            lastProgress = Clock::now();
-        } else if (Clock::now() - lastProgress >= kPatience) {
-            pace.writtenOff = pace.sent - done;
-            pace.window *= 2;
-            pace.most = 0;
-            pace.mostSince = done;
+        } else if (now - lastProgress >= kPatience) {
+            pace = {.window = pace.window * 2, .sent = pace.sent, .writtenOff = pace.sent, .mostSince = done};
             return true;
         }
+        // The longer nothing has come, the less often it pays to look.
+        std::this_thread::sleep_for(
+            std::clamp<Clock::duration>((now - lastProgress) / 4, kShortestPause, kLongestPause));
     }
     return false;
 }
@@ -279,8 +284,10 @@ void PingTest::RecordReply(std::uint16_t icmpId, std::uint16_t icmpSeq, Ipv4Addr
         if (!TickReached(now, ping.dwSentTick)) {
             now = ping.dwSentTick;
         }
-        m_decided.fetch_add(ping.IsUndecided() ? 1 : 0, std::memory_order_relaxed);
-        m_replies.fetch_add(1, std::memory_order_relaxed);
+        // After a wrap of the sequence numbers the reply counts for the first ping with its number, but it
+        // was the latest that was answered.
+        const CPingList::Position last = m_pingList.GetCount() - 1;
+        NoteDone(last - (last - *position) % 0x10000);
         ping.dwReplyTick = now;
         ++ping.nReplies;
         const std::uint32_t roundTrip = now - ping.dwSentTick;
@@ -312,7 +319,7 @@ std::optional<std::uint32_t> PingTest::CheckDeadlines(std::uint32_t& graceEnd) {
         }
         LogMsg(L" Ping #%hu has timed out.\n", PingNumber(ping.wIcmpSeq));
         ping.nTimeouts = 1;
-        m_decided.fetch_add(1, std::memory_order_relaxed);
+        NoteDone(*position);
         m_pingList.SetAt(*position, ping);
     }
     if (!AllSent()) {

@@ -105,11 +105,11 @@ private:
     enum class Waiting { ForPings, ForDeadline, ForGrace };
     // How a sender without a delay keeps pace with the receiving side; in pings.
     struct Pace {
-        std::int64_t window = 0; // so many may be open
-        std::int64_t sent = 0;
-        std::int64_t writtenOff = 0; // of these, no more waited for
-        std::int64_t most = 0;       // open at a time, since so many were done:
-        std::int64_t mostSince = 0;
+        std::size_t window = 0; // so many may be open
+        std::size_t sent = 0;
+        std::size_t writtenOff = 0; // up to here, no more waited for
+        std::size_t most = 0;       // open at a time, since so many were done:
+        std::size_t mostSince = 0;
     };
 
     void PingThread();
@@ -119,6 +119,7 @@ private:
     void StartWaitThread();
     // Without a delay, lets the receiving side catch up. False when the sending is to end.
     bool PaceSender(Pace& pace);
+    void NoteDone(CPingList::Position position);
     void JoinSendThread();
     void JoinWaitThread();
     // The wait thread's pass over the list: the milliseconds to wait (0: until something happens),
@@ -151,9 +152,8 @@ private:
     std::uint16_t m_wPingSeqBase = 0;
     bool m_identChosen = false;
     Waiting m_waiting = Waiting::ForPings;
-    // What came of this test's pings so far: changed under the lock, read by the sender without.
-    std::atomic<std::int64_t> m_decided{0}; // pings that are answered or timed out
-    std::atomic<std::int64_t> m_replies{0}; // replies, to whichever ping they count for
+    // Up to here the test's pings are done with, for the pace of the sender, which reads it without the lock.
+    std::atomic<std::size_t> m_done{0};
 
     WorkerThread m_pingThread;
     // Whether the wait thread exists; it is started by the send thread and joined by another.
