@@ -132,6 +132,11 @@ class Guests(NetworkCase):
                 self.assertEqual(guest.text().count("** Sending PING reply to "), 20)
                 self.assertEqual(self.host.ip("route").stdout, routes)
                 guest = self.run_guest(mode, "--proceed", *extra, library="tun", gateway=None)
+                # The adapter lends its address only; what becomes of it is told, and the guest goes on.
+                for before, now in (("up", "down"), ("down", "up")):
+                    self.host.ip("link", "set", "adapter", now)
+                    guest.wait_for(f"Interface {device}: the adapter's state was {before} and is {now} now; the guest goes on")
+                    self.assert_pinged(self.host, GUEST_IP, 3, "-i", "0.05")
                 self.host.ip("link", "del", device)
                 self.assertEqual(guest.wait_end(10), 2, guest.story())
                 self.assertIn("vnetx32_read failed; errno=19: No such device", guest.errors())
