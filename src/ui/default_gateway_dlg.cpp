@@ -36,11 +36,12 @@ bool CDefaultGatewayDlg::TransferDataToWindow() {
 bool CDefaultGatewayDlg::UseSilentGateway() {
     wxMessageDialog question(
         this, wxString::Format("The gateway %s does not answer.", wxString(FormatIPAddr(m_gateway))),
-        kProductName, wxYES_NO | wxNO_DEFAULT | wxICON_WARNING | wxCENTRE);
+        kProductName, wxOK | wxCANCEL | wxCANCEL_DEFAULT | wxICON_WARNING | wxCENTRE);
     question.SetExtendedMessage("It was asked for its hardware address and sent no reply. Without it packets "
                                 "for other subnets cannot be sent to the gateway in TAP mode.");
-    question.SetYesNoLabels("&Use the entered value.", "&Let me fix the error.");
-    return question.ShowModal() == wxID_YES;
+    // The second is what Escape chooses.
+    question.SetOKCancelLabels("&Use the entered value.", "&Let me fix the error.");
+    return question.ShowModal() == wxID_OK;
 }
 
 bool CDefaultGatewayDlg::Validate() {
