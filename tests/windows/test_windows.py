@@ -331,6 +331,10 @@ class GuestOnAWire(WineCase):
                 self.assertIn(" 0% packet loss", ping.stdout, rest)
                 self.assertIn("** Someone is PINGing Vant!", rest)
                 self.assertRegex(rest, r"\*\* Interface vnx\d+ closed")
+        # And the other way round.
+        guest = self.start(folder / "vnxtest-cli.exe", "ping", "10.77.0.1", "--library", "auto", "--adapter", "10.77.0.2",
+                           "--guest-ip", "10.77.0.99", "--mode", "tun", "--no-report", "--proceed")
+        self.assertIn("3 Replies Received", guest.communicate(timeout=60)[0].decode())
 
 
 class Installer(WineCase):
