@@ -18,13 +18,12 @@ constexpr std::uint32_t kSnapshotLength = 128;
 constexpr std::uint32_t kBufferSize = 64 * 1024;
 constexpr std::size_t kMostAsked = 256;
 
-std::unique_ptr<Capture> OpenCapture(const std::string& device, std::uint16_t etherType, const char* filter) {
+std::unique_ptr<Capture> OpenCapture(const std::string& device, CaptureOptions::Wanted wanted) {
     CaptureOptions options;
     options.device = device;
     options.snapshotLength = kSnapshotLength;
     options.bufferSize = kBufferSize;
-    options.filter = filter;
-    options.onlyEtherType = etherType;
+    options.wanted = wanted;
     return Capture::Open(options);
 }
 
@@ -44,8 +43,8 @@ struct ArpResolver::Exchange {
     bool reverse = false;
     bool answered = false;
 
-    static void OnFrame(unsigned char* user, const PcapPacketHeader* header, const unsigned char* bytes) {
-        reinterpret_cast<Exchange*>(user)->Look({bytes, header->captured});
+    static void OnFrame(void* user, const CapturedFrame& frame) {
+        static_cast<Exchange*>(user)->Look({frame.bytes, frame.captured});
     }
 
     void Look(std::span<const std::uint8_t> frame) {
@@ -76,11 +75,11 @@ std::unique_ptr<ArpResolver> ArpResolver::Open(const std::string& device, Neighb
         Fail(errno);
         return nullptr;
     }
-    std::unique_ptr<Capture> capture = OpenCapture(device, kEtherTypeArp, "arp");
+    std::unique_ptr<Capture> capture = OpenCapture(device, CaptureOptions::Wanted::ArpReplies);
     if (!capture) {
         return nullptr;
     }
-    std::unique_ptr<Capture> reverseCapture = OpenCapture(device, kEtherTypeReverseArp, "rarp");
+    std::unique_ptr<Capture> reverseCapture = OpenCapture(device, CaptureOptions::Wanted::ReverseArpReplies);
     if (!reverseCapture) {
         return nullptr;
     }
@@ -130,7 +129,7 @@ void ArpResolver::Ask(const Asker& asker, Ipv4Address address) {
 // the answer is there or the time is over.
 bool ArpResolver::Run(Capture& capture, Exchange& exchange, std::span<const std::uint8_t> question) {
     // What has piled up since the last exchange is old: it answers nothing.
-    const auto discard = [](unsigned char*, const PcapPacketHeader*, const unsigned char*) {};
+    const auto discard = [](void*, const CapturedFrame&) {};
     while (capture.Dispatch(-1, discard, nullptr) > 0) {
     }
     const auto start = Clock::now();

@@ -1,8 +1,8 @@
 // The functions of the packet capture library that are used, as one table.
 //
-// Linux links libpcap; Windows binds Npcap's wpcap.dll at run time. The types are declared here so
-// that no header of the capture library is needed to build; they are its binary interface, which
-// has not changed since its first versions.
+// Windows binds Npcap's wpcap.dll at run time. The types are declared here so that no header of the
+// capture library is needed to build; they are its binary interface, which has not changed since its
+// first versions.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +23,13 @@ struct PcapPacketHeader {
 struct PcapProgram {
     unsigned int length;
     void* instructions;
+};
+
+struct PcapStatistics {
+    unsigned int received;
+    unsigned int dropped; // for the kernel's buffer was full
+    unsigned int droppedByAdapter;
+    unsigned int ofWindows[3]; // not there elsewhere
 };
 
 using PcapPacketHandler = void (*)(unsigned char* user, const PcapPacketHeader* header,
@@ -56,15 +63,12 @@ struct PcapApi {
     int (*dispatch)(PcapHandle*, int count, PcapPacketHandler, unsigned char* user);
     char* (*errorText)(PcapHandle*);
 
-    // The platform's own. Restricts the capture to one Ethernet type before activation, where the
-    // system can do so ahead of the filter; else it does nothing.
-    void (*restrictToType)(PcapHandle*, std::uint16_t etherType);
-    // Writes one frame: 0, or -1 with errno.
+    int (*statistics)(PcapHandle*, PcapStatistics*); // null: not asked
+
+    // The platform's own. Writes one frame: 0, or -1 with errno.
     int (*send)(PcapHandle*, const void* frame, std::uint32_t length);
     // What becomes ready when there are frames.
     WaitObject (*waitObject)(PcapHandle*);
-    // What stands before a filter's text so that frames sent by this host are left out in the kernel.
-    const char* inboundFilter;
 };
 
 // The table; null with errno set when the capture library cannot be had. Bound once; any thread.

@@ -36,8 +36,6 @@ int ActivateImmediately(PcapHandle* handle) {
     return result;
 }
 
-void RestrictToType(PcapHandle*, std::uint16_t) {} // the filter does it
-
 int Send(PcapHandle* handle, const void* frame, std::uint32_t length) {
     SetLastError(0);
     if (g_sendPacket(handle, static_cast<const unsigned char*>(frame), static_cast<int>(length)) == 0) {
@@ -132,14 +130,13 @@ private:
             return m_library->Bind(function, name, missing);
         };
         mayBind(m_api.setDirection, "pcap_setdirection"); // older drivers have none
-        m_api.restrictToType = RestrictToType;
         m_api.send = Send;
         m_api.waitObject = GetWaitObject;
-        m_api.inboundFilter = "";
         m_api.close = Close;
         if (!IsWine()) {
             mayBind(g_setMinimumToCopy, "pcap_setmintocopy");
             mayBind(g_getEvent, "pcap_getevent");
+            mayBind(m_api.statistics, "pcap_stats");
         }
         if (mayBind(m_api.setImmediateMode, "pcap_set_immediate_mode")) {
             bind(m_api.activate, "pcap_activate");

@@ -95,13 +95,6 @@ int PcapInterface::Attach(InterfaceMode, std::string& name) {
     return 0;
 }
 
-std::string PcapInterface::Filter() const {
-    std::string mac = ToNarrow(FormatMACAddr(m_mac));
-    std::replace(mac.begin(), mac.end(), '-', ':');
-    // The all-zeroes address is nobody's; such frames are let through to be counted.
-    return "ether dst " + mac + " or ether multicast or ether dst 00:00:00:00:00:00";
-}
-
 int PcapInterface::BringUp() {
     m_mac = GuestMac();
     if (m_mac.IsZero()) {
@@ -115,7 +108,7 @@ int PcapInterface::BringUp() {
         options.snapshotLength =
             LargestPacket() + static_cast<std::uint32_t>(kEthernetHeaderLength) + kVlanTagLength;
         options.bufferSize = DeviceBufferSize();
-        options.filter = Filter();
+        options.guest = m_mac;
         std::unique_ptr<Capture> capture = Capture::Open(options);
         if (!capture) {
             return errno;
@@ -126,7 +119,7 @@ int PcapInterface::BringUp() {
         return 0;
     }
     // Up again: what came meanwhile was for nobody.
-    if (!m_capture->SetFilter(Filter())) {
+    if (!m_capture->Restart(m_mac)) {
         return errno;
     }
     while (Refill() > 0) {
@@ -136,11 +129,11 @@ int PcapInterface::BringUp() {
 }
 
 int PcapInterface::Health() {
-    const int code = HostLinkHealth(m_linkIndex);
-    if (code == 0) {
-        m_watch.Look(Name(), Debug());
+    if (const int code = HostLinkHealth(m_linkIndex); code != 0) {
+        return code;
     }
-    return code;
+    m_watch.Look(Name(), Debug());
+    return m_capture ? m_capture->Error() : 0;
 }
 
 std::optional<Ipv4Address> PcapInterface::AdapterAddress() {
@@ -177,8 +170,8 @@ Ipv4Address PcapInterface::FindNeighbourByMac(MacAddress mac) {
 // Fills the I/O buffer with what the driver has; the number of frames, or -1.
 int PcapInterface::Refill() {
     m_batch.Clear();
-    const auto append = [](unsigned char* user, const PcapPacketHeader* header, const unsigned char* bytes) {
-        reinterpret_cast<FrameBatch*>(user)->Append(bytes, header->captured, header->length);
+    const auto append = [](void* user, const CapturedFrame& frame) {
+        static_cast<FrameBatch*>(user)->Append(frame.bytes, frame.captured, frame.length);
     };
     return m_capture->Dispatch(m_batch.Capacity(), append, &m_batch);
 }

@@ -65,7 +65,6 @@ private:
     int DoTimedWork() override { return Mode() == InterfaceMode::Tun ? m_ipv4->TimedWork(Guest()) : -1; }
     std::int32_t WriteFrame(const std::uint8_t* frame, std::uint32_t length) override;
 
-    std::string Filter() const;
     ArpResolver::Asker Asker() const { return {GuestMac(), GuestIp()}; }
     Ipv4OverEthernet::Guest Guest() const { return {GuestMac(), GuestIp(), NetMask(), BroadcastIp()}; }
     std::uint32_t LargestPacket() const { return Mtu() != 0 ? Mtu() : m_linkMtu; }
@@ -87,7 +86,7 @@ private:
     std::unique_ptr<Ipv4OverEthernet> m_ipv4;
     std::unique_ptr<Capture> m_capture; // made once, when first brought up
     FrameBatch m_batch;
-    MacAddress m_mac; // the guest's, as the filter has it
+    MacAddress m_mac; // the guest's, as the capture has it
 };
 
 } // namespace vnxtest

@@ -1,6 +1,6 @@
 // Frames from a hostile wire through the pcap library, the receive path and out again.
 //
-// The capture library below the pcap library is replaced by a wire that holds the input's frames, so
+// The capture below the pcap library is replaced by a wire that holds the input's frames, so
 // that everything above it runs as it is, without rights and without waiting. Whatever comes in,
 // every frame that goes out is sound.
 #include <atomic>
@@ -15,15 +15,10 @@
 #include "ping/receive_path.h"
 #include "support/quiet_host.h"
 #include "vnetx/builtin.h"
-#include "vnetx/pcap_api.h"
+#include "vnetx/capture.h"
 #include "vnetx/wire_format.h"
 
 namespace vnxtest {
-
-// An open capture: the one of the interface, or one that hears ARP answers only.
-struct PcapHandle {
-    bool arpOnly = false;
-};
 
 namespace {
 
@@ -91,62 +86,49 @@ struct Wire {
 };
 Wire* g_wire = nullptr;
 
-int Hand(PcapPacketHandler handler, unsigned char* user, const Frame& frame) {
+int Hand(FrameHandler handler, void* user, const Frame& frame) {
     const auto length = static_cast<std::uint32_t>(frame.size());
-    const PcapPacketHeader header{0, 0, length, length};
-    handler(user, &header, frame.empty() ? reinterpret_cast<const std::uint8_t*>("") : frame.data());
+    const auto* bytes = frame.empty() ? reinterpret_cast<const std::uint8_t*>("") : frame.data();
+    handler(user, {bytes, length, length});
     return 1;
 }
 
-int Dispatch(PcapHandle* handle, int count, PcapPacketHandler handler, unsigned char* user) {
-    const std::lock_guard guard(g_wire->lock);
-    std::deque<Incoming>& frames = g_wire->toGuest;
-    int handed = 0;
-    if (handle->arpOnly) {
-        if (g_wire->arpAnswer) { // something else comes before it
-            handed = frames.empty() ? 0 : Hand(handler, user, frames.back().frame);
-            handed += Hand(handler, user, *g_wire->arpAnswer);
-            g_wire->arpAnswer.reset();
+// A capture: the one of the interface, or one that hears ARP answers only.
+class FuzzedCapture final : public Capture {
+public:
+    explicit FuzzedCapture(bool arpOnly) : m_arpOnly(arpOnly) {}
+
+    int Dispatch(int count, FrameHandler handler, void* user) override {
+        const std::lock_guard guard(g_wire->lock);
+        std::deque<Incoming>& frames = g_wire->toGuest;
+        int handed = 0;
+        if (m_arpOnly) {
+            if (g_wire->arpAnswer) { // something else comes before it
+                handed = frames.empty() ? 0 : Hand(handler, user, frames.back().frame);
+                handed += Hand(handler, user, *g_wire->arpAnswer);
+                g_wire->arpAnswer.reset();
+            }
+            return handed;
         }
-        return handed;
+        while (handed < count && !frames.empty() && (handed == 0 || !frames.front().replyToPing)) {
+            handed += Hand(handler, user, g_wire->TakeFirst());
+        }
+        return handed > 0 ? handed : (errno = EIO, -1); // at the end the adapter breaks
     }
-    while (handed < count && !frames.empty() && (handed == 0 || !frames.front().replyToPing)) {
-        handed += Hand(handler, user, g_wire->TakeFirst());
-    }
-    return handed > 0 ? handed : (errno = EIO, -1); // at the end the adapter breaks
-}
-
-// Takes whatever is asked of a capture.
-constexpr auto kAccept = [](auto...) { return 0; };
-
-constexpr PcapApi kApi = {
-    .create = [](const char*, char*) { return new PcapHandle; },
-    .setSnapshotLength = kAccept,
-    .setPromiscuous = kAccept,
-    .setTimeout = kAccept,
-    .setImmediateMode = kAccept,
-    .setBufferSize = kAccept,
-    .activate = kAccept,
-    .close = [](PcapHandle* handle) { delete handle; },
-    .dataLink = [](PcapHandle*) { return kPcapLinkTypeEthernet; },
-    .setDirection = kAccept,
-    .compile = kAccept,
-    .setFilter = kAccept,
-    .freeProgram = [](PcapProgram*) {},
-    .setNonBlocking = kAccept,
-    .dispatch = Dispatch,
-    .errorText = [](PcapHandle*) { return static_cast<char*>(nullptr); },
-    .restrictToType = [](PcapHandle* handle, std::uint16_t) { handle->arpOnly = true; },
-    .send =
-        [](PcapHandle*, const void* frame, std::uint32_t length) {
-            g_wire->TakeFromGuest({static_cast<const std::uint8_t*>(frame), length});
-            return 0;
-        },
-    .waitObject = [](PcapHandle*) -> WaitObject {
+    bool Restart(MacAddress) override { return true; }
+    WaitObject GetWaitObject() const override {
         static const int alwaysReadable = eventfd(1, EFD_CLOEXEC);
         return alwaysReadable;
-    },
-    .inboundFilter = "",
+    }
+    std::optional<std::uint64_t> Dropped() override { return 0; }
+
+private:
+    int TrySend(const void* frame, std::uint32_t length) override {
+        g_wire->TakeFromGuest({static_cast<const std::uint8_t*>(frame), length});
+        return 0;
+    }
+
+    const bool m_arpOnly;
 };
 
 class NoView : public ViewPort {
@@ -200,8 +182,8 @@ struct Engine {
 
 } // namespace
 
-const PcapApi* LoadPcapApi() {
-    return &kApi;
+std::unique_ptr<Capture> Capture::Open(const CaptureOptions& options) {
+    return std::make_unique<FuzzedCapture>(options.wanted != CaptureOptions::Wanted::Guest);
 }
 
 } // namespace vnxtest

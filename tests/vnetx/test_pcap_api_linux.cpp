@@ -9,6 +9,8 @@ namespace vnxtest {
 static_assert(sizeof(PcapPacketHeader) == sizeof(pcap_pkthdr));
 static_assert(offsetof(PcapPacketHeader, captured) == offsetof(pcap_pkthdr, caplen));
 static_assert(offsetof(PcapPacketHeader, length) == offsetof(pcap_pkthdr, len));
+static_assert(offsetof(PcapStatistics, dropped) == offsetof(pcap_stat, ps_drop) &&
+              sizeof(PcapStatistics) >= sizeof(pcap_stat));
 static_assert(sizeof(PcapProgram) == sizeof(bpf_program));
 static_assert(offsetof(PcapProgram, instructions) == offsetof(bpf_program, bf_insns));
 static_assert(kPcapLinkTypeEthernet == DLT_EN10MB && kPcapDirectionIn == PCAP_D_IN);
