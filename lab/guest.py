@@ -95,6 +95,9 @@ class Guest:
         self._reader.join()
         return status
 
+    def has_ended(self):
+        return self._process.poll() is not None
+
     def send_signal(self, number):
         self._process.send_signal(number)
 

@@ -223,23 +223,30 @@ std::optional<Session::Moment> Session::DurationFromNow() const {
                               : std::nullopt;
 }
 
+bool Session::MayGoOn() const {
+    return m_guest->IsRunning() && !m_output.HasFailed() && m_keptRights.empty();
+}
+
 int Session::RunGuest() {
     const std::optional<Moment> end = DurationFromNow();
-    while (m_guest->IsRunning() && !m_output.HasFailed()) {
+    while (MayGoOn()) {
         if (Step(end) != TerminalEvent::Message) {
             break; // interrupted, or the time is up
         }
     }
     StopGuest();
+    if (!m_keptRights.empty()) {
+        return Fail(m_keptRights);
+    }
     return m_guestEndedByItself ? Fail(DescribeStoppedGuest()) : kExitSuccess;
 }
 
 bool Session::WaitForInterfaces() {
     const int wanted = InterfacesWanted();
-    while (m_guest->IsRunning() && m_interfacesOpened < wanted && !m_interrupted && !m_output.HasFailed()) {
+    while (MayGoOn() && m_interfacesOpened < wanted && !m_interrupted) {
         Step(std::nullopt);
     }
-    return m_guest->IsRunning() && m_interfacesOpened >= wanted;
+    return m_guest->IsRunning() && m_interfacesOpened >= wanted && m_keptRights.empty();
 }
 
 // The guest is started once, so the rights to open an interface have done their work. What a library
@@ -247,9 +254,7 @@ bool Session::WaitForInterfaces() {
 void Session::GiveUpWhatIsNotNeeded() {
     const bool saves = m_options.outputFile || !m_options.jsonFile.empty() || m_options.save;
     m_rightsGivenUp = true;
-    if (!GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves})) {
-        Complain(L"warning: not every right that is needed no more could be given up.");
-    }
+    GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves}, m_keptRights);
 }
 
 int Session::PingFromGuest() {
@@ -293,6 +298,9 @@ int Session::JudgePingTest() {
         }
         if (m_guestEndedByItself) {
             return Fail(DescribeStoppedGuest());
+        }
+        if (!m_keptRights.empty()) {
+            return Fail(m_keptRights);
         }
         return Fail(m_interrupted ? L"Interrupted before the ping test began." : m_port.Refusal());
     }

@@ -40,6 +40,7 @@ private:
     bool StartGuest();
     int InterfacesWanted() const { return m_guest->UsesTwoInterfaces() ? 2 : 1; }
     bool WaitForInterfaces();
+    bool MayGoOn() const;
     void GiveUpWhatIsNotNeeded();
 
     void GatherHost();
@@ -76,6 +77,7 @@ private:
     bool m_guestStarted = false;
     int m_interfacesOpened = 0;
     bool m_rightsGivenUp = false;
+    std::wstring m_keptRights; // why this must not go on; empty when all is as it should be
     bool m_pingStarted = false;
     bool m_interrupted = false;
     bool m_guestEndedByItself = false;

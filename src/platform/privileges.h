@@ -23,10 +23,13 @@ struct KeptPrivileges {
     bool files = false;   // as root, to save a file where root's own rights do not reach
 };
 
-// Gives up, in every thread of this process, every capability but those kept, and sets no_new_privs, so
-// that no program that is started from here has more (capabilities(7)). Cannot be undone. False when a
-// thread could not be reached within a second: one that blocks every signal cannot. Does nothing on
-// Windows, where a token's rights stay. One call at a time.
-bool GiveUpPrivileges(const KeptPrivileges& kept);
+// Gives up, in every thread of this process, every capability but those kept (capabilities(7)), from the
+// permitted set, so that none can be taken up again, and asks the kernel of every thread whether it is so.
+// Sets no_new_privs, so that no program that is started from here has more.
+// False, with a sentence in `problem`, when a thread holds more after a second (one that blocks every signal
+// cannot be reached) or the kernel does not tell: the program must not go on then. Threads that run now are
+// meant; those they start have no more than they. True on Windows without doing anything: a token's rights
+// stay. One call at a time.
+bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem);
 
 } // namespace vnxtest

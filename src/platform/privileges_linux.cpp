@@ -2,11 +2,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <linux/capability.h>
 #include <sys/prctl.h>
@@ -14,6 +13,8 @@
 #include <unistd.h>
 
 #include "platform/privileges.h"
+#include "platform/process_threads_linux.h"
+#include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
 
@@ -53,7 +54,7 @@ std::uint64_t MaskOf(std::initializer_list<int> capabilities) {
     return mask;
 }
 
-// In a signal handler: system calls only.
+// In a signal handler: system calls only. Whether it did is asked from outside.
 void GiveUpInThisThread(int) {
     const int code = errno;
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
@@ -71,32 +72,41 @@ void GiveUpInThisThread(int) {
     errno = code;
 }
 
-// By what the kernel says of the thread. One that has ended has nothing to give up.
-bool HasGivenUp(const std::filesystem::path& thread) {
-    std::ifstream status(thread / "status");
-    bool less = true;
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("CapPrm:") || line.starts_with("CapInh:")) {
-            const std::uint64_t kept = line[3] == 'P' ? g_keptCapabilities : 0;
-            less = less && (std::strtoull(line.c_str() + 7, nullptr, 16) & ~kept) == 0;
-        } else if (line.starts_with("NoNewPrivs:")) {
-            less = less && line.back() == '1';
-        }
+// By what the kernel says of the thread. One that has ended holds nothing; one of which the kernel does not
+// tell holds everything.
+bool HoldsMore(pid_t thread) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, thread};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    if (syscall(SYS_capget, &header, data) != 0) {
+        return errno != ESRCH;
     }
-    return less;
+    bool more = false;
+    for (std::size_t word = 0; word < _LINUX_CAPABILITY_U32S_3; ++word) {
+        const auto kept = static_cast<std::uint32_t>(g_keptCapabilities >> (32 * word));
+        more = more || (data[word].permitted & ~kept) != 0 || data[word].inheritable != 0;
+    }
+    return more;
 }
 
-// Asks every thread that has not given up yet. Returns whether there was none.
-bool AskThreadsToGiveUp(int signal) {
-    bool done = true;
-    std::error_code error;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task", error)) {
-        if (!HasGivenUp(thread.path())) {
-            done = false;
-            syscall(SYS_tgkill, getpid(), std::stoi(thread.path().filename().string()), signal);
-        }
+std::vector<pid_t> ThreadsThatHoldMore() {
+    std::vector<pid_t> threads = ThreadsOfThisProcess();
+    std::erase_if(threads, [](pid_t thread) { return !HoldsMore(thread); });
+    return threads;
+}
+
+// Asks these threads and waits for them. Leaves those that still hold more after a second.
+void AskToGiveUp(std::vector<pid_t>& threads, int signal) {
+    using Clock = std::chrono::steady_clock;
+    for (const pid_t thread : threads) {
+        syscall(SYS_tgkill, getpid(), thread, signal);
     }
-    return done && !error;
+    for (const auto end = Clock::now() + std::chrono::seconds(1); Clock::now() < end;) {
+        std::erase_if(threads, [](pid_t thread) { return !HoldsMore(thread); });
+        if (threads.empty()) {
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 // The running program's own file.
@@ -140,7 +150,7 @@ std::wstring HowToGrant(Privilege privilege) {
     return text + L"or run the program as root.";
 }
 
-bool GiveUpPrivileges(const KeptPrivileges& kept) {
+bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
     g_keptCapabilities = (kept.network ? MaskOf({CAP_NET_RAW, CAP_NET_ADMIN, CAP_SYS_NICE}) : 0) |
                          (kept.files ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
     const int signal = SIGRTMAX - 1;
@@ -149,18 +159,30 @@ bool GiveUpPrivileges(const KeptPrivileges& kept) {
     action.sa_handler = GiveUpInThisThread;
     action.sa_flags = SA_RESTART;
     if (sigaction(signal, &action, nullptr) != 0) {
+        problem =
+            Sprintf(L"Rights cannot be given up: sigaction failed; errno=%d: %s", errno, StrError(errno));
         return false;
     }
-    using Clock = std::chrono::steady_clock;
-    bool done = false;
-    // Once more when all have: what a thread has started before it was asked is seen then.
-    for (const auto end = Clock::now() + std::chrono::seconds(1); !done && Clock::now() < end;) {
-        done = AskThreadsToGiveUp(signal) && AskThreadsToGiveUp(signal);
-        if (!done) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    GiveUpInThisThread(signal);
+    // Done when a look at all threads finds none that holds more: what a thread has started before it was
+    // asked is seen in the next look.
+    constexpr int kLooks = 10;
+    std::vector<pid_t> threads;
+    for (int look = 0; look < kLooks; ++look) {
+        threads = ThreadsThatHoldMore();
+        if (threads.empty()) {
+            return true;
+        }
+        AskToGiveUp(threads, signal);
+        if (!threads.empty()) {
+            break;
         }
     }
-    return done;
+    problem =
+        Sprintf(L"The rights (capabilities) that are needed no more could not be given up by every thread of "
+                L"this program, and it does not go on with them. Thread %d still holds more.",
+                threads.empty() ? 0 : static_cast<int>(threads.front()));
+    return false;
 }
 
 } // namespace vnxtest

@@ -22,7 +22,7 @@ std::wstring HowToGrant(Privilege) {
            L"administrator\".";
 }
 
-bool GiveUpPrivileges(const KeptPrivileges&) {
+bool GiveUpPrivileges(const KeptPrivileges&, std::wstring&) {
     return true;
 }
 

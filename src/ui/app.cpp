@@ -1,5 +1,8 @@
 #include "ui/app.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include <wx/cmdline.h>
 #include <wx/image.h>
 
@@ -10,12 +13,14 @@
 #include "ui/main_frame.h"
 #include "ui/product.h"
 #include "ui/view.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
 namespace {
 
 constexpr int kRecentFiles = 4;
+constexpr int kEndedForRights = 2; // the exit status
 
 class DocumentManager final : public wxDocManager {
 public:
@@ -32,7 +37,11 @@ CVNXTestApp& TheApp() {
 CVNXTestApp::CVNXTestApp() {
     // What is kept is for starting the guest, also once more, and for saving. Now, while this is the only
     // thread: the toolkit's own cannot be asked later.
-    GiveUpPrivileges({.network = true, .files = true});
+    std::wstring problem;
+    if (!GiveUpPrivileges({.network = true, .files = true}, problem)) {
+        std::fprintf(stderr, "vnxtest: %s\n", ToUtf8(problem).c_str());
+        std::exit(kEndedForRights);
+    }
     SetAppName(kProductName);
     SetAppDisplayName(kProductName);
     SetVendorName(kCompanyName);

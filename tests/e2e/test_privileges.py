@@ -4,6 +4,7 @@ import os
 import pathlib
 import re
 import subprocess
+import time
 
 from cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase, program_for_everybody
 from lab.network import why_no_tun_device
@@ -20,6 +21,16 @@ class Privileges(NetworkCase):
             fields = dict(line.split(":\t", 1) for line in status.read_text(encoding="ascii").splitlines() if ":\t" in line)
             found.add((int(fields["CapPrm"], 16) | int(fields["CapEff"], 16), fields["NoNewPrivs"]))
         return found
+
+    def comes_up_without_rights(self, guest):
+        """Whether it runs with no right left; False when it ended. Fails when it goes on with rights."""
+        deadline = time.monotonic() + 20  # without /proc it looks for its threads one by one
+        while (rights := self.rights_of(guest)) != {(0, "1")}:
+            if guest.has_ended():
+                return False
+            self.assertLess(time.monotonic(), deadline, f"{rights}\n{guest.story()}")
+            time.sleep(0.05)
+        return True
 
     def granted_program(self, library):
         """A copy of the program, given what it asks for by the commands that it prints itself."""
@@ -67,6 +78,29 @@ class Privileges(NetworkCase):
             self.assertEqual(self.rights_of(guest), {(kept, "1")}, guest.errors())
             self.assertEqual(guest.stop()[0], 0, guest.errors())
         self.assertIn("*** Statistics", (folder / "document").read_text(encoding="utf-8"))
+
+    def test_rights_go_however_little_there_is_left(self):
+        """Root without a descriptor to spare, or without /proc: no rights are left, or the program ends and says why."""
+        without_proc = ["unshare", "--mount", "sh", "-c", 'mount -t tmpfs none /proc && exec "$@"', "sh"]
+        up = 0
+        for prefix in (*(["prlimit", f"--nofile={limit}"] for limit in range(8, 17)), without_proc):
+            with self.subTest(prefix=prefix):
+                guest = self.start(*self.arguments(["run"]), namespace=self.host, prefix=prefix)
+                if not self.comes_up_without_rights(guest):
+                    guest.status = guest.wait_end()
+                    self.assert_refused(guest)
+                    continue
+                self.assert_pinged(self.peer, GUEST_IP, 1)
+                self.assertEqual(guest.stop()[0], 0, guest.story())
+                up += 1
+        self.assertGreaterEqual(up, 3, "the limits were too low to show anything")
+
+    def test_a_thread_that_keeps_its_rights_ends_the_program(self):
+        library = os.environ.get("VNXTEST_DEAF_THREAD") or self.skipTest("the thread's library was not built")
+        for command in (["run"], ["ping", PEER_IP]):
+            guest = self.run_program(*self.arguments(command), namespace=self.host, prefix=["env", f"LD_PRELOAD={library}"])
+            self.assert_refused(guest, "could not be given up by every thread")
+            self.assert_nothing_left(guest)
 
     def test_no_code_of_the_user_gets_granted_rights(self):
         library = os.environ.get("VNXTEST_SHARED_OBJECT") or self.skipTest("the shared library was not built")
