@@ -32,8 +32,8 @@ public:
     // Whole sentences about it.
     const std::wstring& Problem() const { return m_problem; }
 
-    // Where the unfinished file lies; empty when there is none.
-    const std::filesystem::path& TemporaryPath() const { return m_file.TemporaryPath(); }
+    // The file, which is not open when none was asked for.
+    const AtomicFile& File() const { return m_file; }
 
     // The last message of a failure that went through since ForgetFailures: its line, and the one below when
     // the message has two. Without time stamps; empty when there was none.

@@ -10,11 +10,7 @@
 int main(int argc, char** argv) {
     using namespace vnxtest;
     PrepareTerminal();
-    std::vector<std::string> arguments;
-    for (int i = 1; i < argc; ++i) {
-        arguments.push_back(ToUtf8(ToWide(argv[i])));
-    }
-    const auto parsed = ParseOptions(arguments);
+    const auto parsed = ParseOptions(CommandLineWords(argc, argv));
     if (const auto* const answer = std::get_if<OptionsAnswer>(&parsed)) {
         if (answer->isError) {
             Complain(answer->text);

@@ -36,7 +36,10 @@ const wchar_t* NameOf(Command command) {
 Session::Session(const Options& options) : m_options(options), m_port(options) {}
 
 int Session::Run() {
-    if (!OpenFiles() || !OpenLibrary()) {
+    if (!OpenFiles()) {
+        return kExitFailure; // whatever was there stays
+    }
+    if (!OpenLibrary()) {
         return Finish(kExitFailure);
     }
     if (m_options.command == Command::Adapters) {
@@ -62,29 +65,61 @@ int Session::Run() {
 
 bool Session::OpenFiles() {
     if (m_options.outputFile && !m_output.OpenFile(*m_options.outputFile)) {
-        return false; // Finish tells it
+        Fail(m_output.Problem());
+        return false;
     }
     if (!m_options.jsonFile.empty() && !m_jsonFile.Open(m_options.jsonFile, FileAccess::Document)) {
         Fail(L"The results cannot be saved: " + m_jsonFile.Problem());
         return false;
     }
+    if (!FilesAreDistinct()) {
+        return false;
+    }
     // From here on an interrupt ends things in order.
-    m_stopSignal.emplace(
-        [this, temporary = std::array{m_output.TemporaryPath(), m_jsonFile.TemporaryPath()}](int count) {
-            if (count == 1) {
-                if (IsTerminal(stderr)) {
-                    Complain(L"stopping; a second interrupt ends the program at once.");
-                }
-                m_port.Queue().PostInterrupt();
-                return;
+    m_stopSignal.emplace([this, temporary = std::array{m_output.File().TemporaryPath(),
+                                                       m_jsonFile.TemporaryPath()}](int count) {
+        if (count == 1) {
+            if (IsTerminal(stderr)) {
+                Complain(L"stopping; a second interrupt ends the program at once.");
             }
-            Complain(L"ended at once by a second interrupt.");
-            for (const std::filesystem::path& file : temporary) {
-                std::error_code ignored;
-                std::filesystem::remove(file, ignored);
-            }
-            EndProcessAtOnce(kExitFailure);
-        });
+            m_port.Queue().PostInterrupt();
+            return;
+        }
+        Complain(L"ended at once by a second interrupt.");
+        for (const std::filesystem::path& file : temporary) {
+            std::error_code ignored;
+            std::filesystem::remove(file, ignored);
+        }
+        EndProcessAtOnce(kExitFailure);
+    });
+    return true;
+}
+
+// One file for two purposes would lose what it got first. The same file can go by several paths.
+bool Session::FilesAreDistinct() {
+    if (m_output.File().IsSameAs(m_jsonFile)) {
+        Fail(L"--output and --json name the same file. Name another one.");
+        return false;
+    }
+    const std::pair<const wchar_t*, const AtomicFile*> files[] = {{L"--output", &m_output.File()},
+                                                                  {L"--json", &m_jsonFile}};
+    const std::string name = ToUtf8(m_options.library);
+    const std::filesystem::path library(std::u8string(name.begin(), name.end()));
+    for (const auto& [option, file] : files) {
+        const wchar_t* other = nullptr;
+        if (file->IsSameAs(stdout)) {
+            other = L"standard output goes to";
+        } else if (file->IsSameAs(stderr)) {
+            other = L"standard error goes to";
+        } else if (IsLibraryFile(m_options.library) && file->IsSameAs(library)) {
+            other = L"the interface library is loaded from";
+        }
+        if (other != nullptr) {
+            Fail(Sprintf(L"%s names the file that %s. Name another one.", std::wstring(option),
+                         std::wstring(other)));
+            return false;
+        }
+    }
     return true;
 }
 

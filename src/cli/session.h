@@ -35,6 +35,7 @@ private:
 
     // Each returns false when the command ends here; Fail() has said why.
     bool OpenFiles();
+    bool FilesAreDistinct();
     bool OpenLibrary();
     bool ResolvePingTarget();
     bool StartGuest();

@@ -19,6 +19,7 @@
 #include <wx/sstream.h>
 
 #include "platform/atomic_file.h"
+#include "platform/descriptor_linux.h"
 #include "platform/profile.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
@@ -65,22 +66,6 @@ private:
     wxLog* m_previous;
     wxAssertHandler_t m_previousHandler;
     std::wstring m_first;
-};
-
-class Descriptor {
-public:
-    explicit Descriptor(int value) : m_value(value) {}
-    ~Descriptor() {
-        if (m_value >= 0) {
-            close(m_value);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const { return m_value; }
-
-private:
-    int m_value;
 };
 
 // The folder that holds the users' configurations; empty when there is none. A relative
@@ -209,7 +194,7 @@ private:
         }
         // Not blocking: what lies there may be a pipe that nobody writes to.
         const Descriptor file(open(m_file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-        if (file.Get() < 0) {
+        if (!file.IsOpen()) {
             const bool missing = errno == ENOENT;
             const bool good = missing || RefuseCall(L"open", m_file);
             if (m_identity != Identity{}) {
@@ -290,7 +275,7 @@ private:
         // The lock has a file of its own, since every write replaces the profile's.
         const std::string lockName = m_folder + "/.lock";
         const Descriptor lock(open(lockName.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-        if (lock.Get() < 0) {
+        if (!lock.IsOpen()) {
             return RefuseCall(L"open", lockName);
         }
         const auto giveUp = std::chrono::steady_clock::now() + kLockPatience;
@@ -358,7 +343,8 @@ private:
 
     bool Replace(const std::string& name, const std::string& bytes) {
         AtomicFile file;
-        if (!file.Open(name, FileAccess::Private) || !file.Write(bytes) || !file.Commit()) {
+        if (!file.Open(name, FileAccess::Private, SpecialFiles::Refuse) || !file.Write(bytes) ||
+            !file.Commit()) {
             m_identity.reset();
             return Refuse(file.Problem());
         }

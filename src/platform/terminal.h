@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
+#include <vector>
 
 namespace vnxtest {
 
@@ -12,6 +14,10 @@ bool IsTerminal(std::FILE* stream);
 // it that no file that is opened later takes the place of a standard stream that was closed by the
 // program's starter: writing to such a stream fails.
 void PrepareTerminal();
+
+// The words of the command line behind the program's name, as UTF-8. On Linux byte for byte as they were
+// given: the name of a file need not be UTF-8.
+std::vector<std::string> CommandLineWords(int argc, char** argv);
 
 // The line end of text files: "\n", or "\r\n" on Windows.
 extern const char* const kTextLineEnd;

@@ -23,4 +23,8 @@ void PrepareTerminal() {
     }
 }
 
+std::vector<std::string> CommandLineWords(int argc, char** argv) {
+    return {argv + (argc > 0 ? 1 : 0), argv + argc};
+}
+
 } // namespace vnxtest

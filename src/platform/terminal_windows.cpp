@@ -3,6 +3,7 @@
 #include <io.h>
 
 #include "platform/terminal.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
@@ -19,6 +20,14 @@ void PrepareTerminal() {
         ~Before() { SetConsoleOutputCP(codePage); }
     } before;
     SetConsoleOutputCP(CP_UTF8);
+}
+
+std::vector<std::string> CommandLineWords(int argc, char** argv) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        words.push_back(ToUtf8(ToWide(argv[i])));
+    }
+    return words;
 }
 
 } // namespace vnxtest

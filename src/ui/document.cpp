@@ -72,8 +72,9 @@ bool CVNXTestDoc::OnOpenDocument(const wxString&) {
 bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
     AtomicFile file;
     const std::filesystem::path destination(path.ToStdWstring());
-    if (file.Open(destination, FileAccess::Document) && WriteText(file, ViewOf(*this).WholeText()) &&
-        file.Commit()) {
+    // A pipe without a reader would hold the window up.
+    if (file.Open(destination, FileAccess::Document, SpecialFiles::Refuse) &&
+        WriteText(file, ViewOf(*this).WholeText()) && file.Commit()) {
         return true;
     }
     wxMessageBox("The report could not be saved.\n\n" + wxString(file.Problem()), kProductName,

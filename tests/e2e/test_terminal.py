@@ -181,6 +181,26 @@ class Output(TerminalCase):
         self.assertIn("closed...", self.document.read_text("utf-8"), "everything was closed in order, and saved")
         self.assertIn("Standard output", self.results()["problem"])
 
+    def test_one_file_serves_one_purpose(self):
+        self.document.write_text("old", "utf-8")
+        other, link = self.folder / "other", self.folder / "link"
+        os.link(self.document, other)
+        link.symlink_to("missing")
+        for first, second in ((self.document, f"{self.folder}/./{self.document.name}"), (self.document, other),
+                              (self.folder / "missing", link)):
+            self.ping("--output", first, "--json", second, status=2, note="--output and --json name the same file")
+        with open(self.document, "a", encoding="utf-8") as output:
+            for option, one in (("--output", self.document), ("--json", other)):
+                self.ping(option, one, status=2, output=output, note=f"{option} names the file that standard output goes to")
+        self.ping("--output", self.document, "--json", "/no/such/file", status=2, note="/no/such/file")
+        self.assertEqual(self.document.read_text("utf-8"), "old", "refused before anything is touched")
+
+    def test_names_of_files_are_bytes(self):
+        for name in (b"gr\xfcn \xff", b"a" * 255):
+            path = os.fsencode(self.folder) + b"/" + name
+            self.ping("--count", 1, "--output", os.fsdecode(path))
+            self.assertIn(name, os.listdir(os.fsencode(self.folder)))
+
     def test_a_reader_that_goes_away_and_closed_standard_streams(self):
         read, write = os.pipe()
         guest = self.begin("ping", ECHO_HOST, "--count", 65535, "--delay", 1, output=write)
