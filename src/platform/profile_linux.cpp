@@ -35,6 +35,8 @@ constexpr const char* kFileName = "VNXTest64UD.conf";
 constexpr off_t kLargestFile = 1 << 20;
 // How long a write waits for another program that is writing.
 constexpr std::chrono::milliseconds kLockPatience{2000};
+// The writes of one set of values follow each other within this time.
+constexpr std::chrono::milliseconds kOneSet{1000};
 
 // The toolkit's messages of its lifetime, kept instead of shown: what it logs, and what it takes for
 // mistakes of ours although a damaged file alone can be at fault (a line "=1").
@@ -278,14 +280,26 @@ private:
         if (!lock.IsOpen()) {
             return RefuseCall(L"open", lockName);
         }
-        const auto giveUp = std::chrono::steady_clock::now() + kLockPatience;
+        return TakeLock(lock, lockName) && Refresh() && Merge(name, value);
+    }
+
+    // A set of values is stored one by one: after a wait in vain for the first the others are not waited for.
+    bool TakeLock(const Descriptor& lock, const std::string& lockName) {
+        using Clock = std::chrono::steady_clock;
+        const auto giveUp =
+            m_gaveUp && Clock::now() - *m_gaveUp < kOneSet ? *m_gaveUp : Clock::now() + kLockPatience;
         while (flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-            if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > giveUp) {
+            if (errno != EWOULDBLOCK && errno != EINTR) {
+                return RefuseCall(L"flock", lockName);
+            }
+            if (Clock::now() > giveUp) {
+                m_gaveUp = Clock::now();
                 return RefuseCall(L"flock", lockName);
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
-        return Refresh() && Merge(name, value);
+        m_gaveUp.reset();
+        return true;
     }
 
     // Under the lock, with the file's present content in memory.
@@ -359,6 +373,7 @@ private:
     bool m_readable = true;
     bool m_damaged = false;
     std::string m_damagedBytes;
+    std::optional<std::chrono::steady_clock::time_point> m_gaveUp; // the last wait for the lock, in vain
     std::wstring m_problem;
 };
 

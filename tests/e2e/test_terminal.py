@@ -1,5 +1,6 @@
 """The program in a terminal, on the simulated LAN: no rights, no network; what it prints, saves, stores and refuses."""
 
+import fcntl
 import json
 import os
 import pty
@@ -253,6 +254,16 @@ class Profile(TerminalCase):
         self.assertIn(" ping  -c 2  -i 1  -s 32  -w 300 ", guest.text())
         interface = self.results()["interfaces"][0]
         self.assertEqual((interface["guestIp"], interface["mode"]), ("198.18.0.177", "tap"))
+
+    def test_a_lock_that_is_never_given_back_is_waited_for_once(self):
+        self.profile.parent.mkdir()
+        with open(self.profile.parent / ".lock", "w", encoding="ascii") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            started = time.monotonic()
+            self.ping("--count", 1, "--save", "--debug=none", status=2, note=r"(?s)flock of .*\.lock failed.*--save: ")
+            # Two seconds for the lock, one of the ping test's grace, and the time that a busy machine needs.
+            self.assertLess(time.monotonic() - started, 2 + 1 + SLACK)
+        self.assertEqual(os.listdir(self.profile.parent), [".lock"])
 
     def test_what_does_not_fit_is_left_out_and_left_alone(self):
         text = (b"[Settings]\nInterface1_strAdapter_IPAddr=192.0.2.200\nInterface1_strInterface_IPAddr=192.0.2.201\n"
