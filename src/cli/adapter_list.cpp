@@ -57,6 +57,28 @@ const ADAPTER_INFO_LIST_ENTRY* FindAdapter(const HostNetwork& host, std::wstring
     return find([&](const auto& entry) { return IsNamed(entry, text); });
 }
 
+const ADAPTER_INFO_LIST_ENTRY* OpenedFor(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry) {
+    return FindAdapter(host, HasAddress(entry) ? FormatIPAddr(Ipv4Address::FromMemory(entry.IPAddr))
+                                               : FormatMACAddr(AdapterMac(entry)));
+}
+
+namespace {
+
+std::wstring StateOf(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry) {
+    const ADAPTER_INFO_LIST_ENTRY* const opened = OpenedFor(host, entry);
+    if (opened != nullptr && opened != &entry) { // it cannot be chosen
+        const std::wstring master = host.Sources().adapters.FactsOf(entry).portOf;
+        return master.empty() ? L"same address as " + AdapterDisplayName(*opened) : L"port of " + master;
+    }
+    const ADAPTER_INFO_LIST_ENTRY* const standard = host.DefaultAdapter();
+    const bool isDefault = standard != nullptr && standard->dwIndex == entry.dwIndex &&
+                           AdapterMac(*standard) == AdapterMac(entry);
+    return std::wstring(entry.MediaConnected != 0 ? L"connected" : L"not connected") +
+           (isDefault ? L", default" : L"");
+}
+
+} // namespace
+
 std::wstring AdapterTable(const HostNetwork& host) {
     if (host.Adapters().empty()) {
         return L"No host adapters were found.\n";
@@ -65,13 +87,8 @@ std::wstring AdapterTable(const HostNetwork& host) {
     std::vector<Row> rows = {{L"Name", L"IP address", L"MAC address", L"State", L"Description"}};
     for (const ADAPTER_INFO_LIST_ENTRY& entry : host.Adapters()) {
         const AdapterTexts texts = GetAdapterTexts(entry, host.Sources().adapters);
-        const bool isDefault = host.DefaultAdapter() != nullptr &&
-                               host.DefaultAdapter()->dwIndex == entry.dwIndex &&
-                               AdapterMac(*host.DefaultAdapter()) == AdapterMac(entry);
-        std::wstring state = entry.MediaConnected != 0 ? L"connected" : L"not connected";
-        state += isDefault ? L", default" : L"";
-        rows.push_back({AdapterDisplayName(entry), HasAddress(entry) ? texts.address : L"-", texts.mac, state,
-                        texts.description});
+        rows.push_back({AdapterDisplayName(entry), HasAddress(entry) ? texts.address : L"-", texts.mac,
+                        StateOf(host, entry), texts.description});
     }
     std::array<std::size_t, 4> widths{};
     for (const Row& row : rows) {
@@ -100,7 +117,8 @@ std::string AdapterJson(const HostNetwork& host) {
         const auto address = [](std::uint32_t image) {
             return image == 0 ? Json() : Json(ToUtf8(FormatIPAddr(Ipv4Address::FromMemory(image))));
         };
-        const bool dhcpKnown = host.Sources().adapters.IsDhcpKnown(entry);
+        const AdapterFacts facts = host.Sources().adapters.FactsOf(entry);
+        const auto fact = [](std::uint32_t field, bool known) { return known ? Json(field != 0) : Json(); };
         list.push_back(Json{
             {"name", ToUtf8(AdapterDisplayName(entry))},
             {"driverName", ToUtf8(texts.name)},
@@ -113,8 +131,9 @@ std::string AdapterJson(const HostNetwork& host) {
             {"medium", ToUtf8(texts.medium)},
             {"linkSpeed", entry.LinkSpeed == 0 ? Json() : Json(std::uint64_t{entry.LinkSpeed} * 100)},
             {"connected", entry.MediaConnected != 0},
-            {"dhcp", dhcpKnown ? Json(entry.DHCP != 0) : Json()},
-            {"promiscuous", entry.PromiscuousMode != 0},
+            {"dhcp", fact(entry.DHCP, facts.dhcpKnown)},
+            {"promiscuous", fact(entry.PromiscuousMode, facts.promiscuousKnown)},
+            {"portOf", facts.portOf.empty() ? Json() : Json(ToUtf8(facts.portOf))},
             {"largestPacket", entry.MaxPacketLen},
             {"default", host.DefaultAdapter() != nullptr && host.DefaultAdapter()->dwIndex == entry.dwIndex &&
                             AdapterMac(*host.DefaultAdapter()) == AdapterMac(entry)},

@@ -12,6 +12,10 @@ namespace vnxtest {
 // case. Null when there is none.
 const ADAPTER_INFO_LIST_ENTRY* FindAdapter(const HostNetwork& host, std::wstring_view text);
 
+// The adapter that is opened for this one, which is of the list: adapters are opened by their IP address, and
+// without one by their MAC address, which may be another's, too (a port has its bridge's).
+const ADAPTER_INFO_LIST_ENTRY* OpenedFor(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry);
+
 // The name by which users know the adapter: the connection's, else the packet driver's without its prefix.
 std::wstring AdapterDisplayName(const ADAPTER_INFO_LIST_ENTRY& entry);
 

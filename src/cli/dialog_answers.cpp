@@ -94,6 +94,15 @@ private:
                 L"another library than sim.",
                 std::wstring(m_facts.suffix), m_host.DefaultAdapterIpText());
         }
+        if (const ADAPTER_INFO_LIST_ENTRY* const opened = OpenedFor(m_host, *adapter); opened != adapter) {
+            return WithAdapters(
+                Sprintf(L"--adapter%s %s: An adapter is opened by its IP address and without one by its MAC "
+                        L"address, and that is the address of %s, too. Choose %s, or give %s an IP address. "
+                        L"There are:",
+                        std::wstring(m_facts.suffix), *m_given.adapter, AdapterDisplayName(*opened),
+                        AdapterDisplayName(*opened), *m_given.adapter),
+                m_host);
+        }
         const bool changed = adapter != PresentAdapter(texts, m_host);
         const bool byAddress = adapter->IPAddr != 0 && !ParseMACAddress(*m_given.adapter);
         texts.adapterIpText = byAddress ? FormatIPAddr(Ipv4Address::FromMemory(adapter->IPAddr)) : L"";

@@ -8,6 +8,12 @@
 
 namespace vnxtest {
 
+namespace {
+std::wstring YesOrNo(std::uint32_t field, bool known) {
+    return field != 0 ? L"Yes" : known ? L"No" : L"unknown";
+}
+} // namespace
+
 AdapterTexts GetAdapterTexts(const ADAPTER_INFO_LIST_ENTRY& entry, const WrenPackLibrary& library) {
     AdapterTexts texts;
     texts.connection = TrimBlanks(FieldText(entry.Connection));
@@ -19,7 +25,9 @@ AdapterTexts GetAdapterTexts(const ADAPTER_INFO_LIST_ENTRY& entry, const WrenPac
     texts.address = FormatIPAddr(Ipv4Address::FromMemory(entry.IPAddr));
     texts.mask = FormatIPAddr(Ipv4Address::FromMemory(entry.IPAddrMask));
     texts.gateway = FormatIPAddr(Ipv4Address::FromMemory(entry.GatewayIPAddr));
-    texts.dhcp = entry.DHCP != 0 ? L"Yes" : library.IsDhcpKnown(entry) ? L"No" : L"unknown";
+    const AdapterFacts facts = library.FactsOf(entry);
+    texts.dhcp = YesOrNo(entry.DHCP, facts.dhcpKnown);
+    texts.promiscuous = YesOrNo(entry.PromiscuousMode, facts.promiscuousKnown);
     return texts;
 }
 

@@ -21,7 +21,8 @@ struct AdapterTexts {
     std::wstring address; // "0.0.0.0" when it has none; the same below
     std::wstring mask;
     std::wstring gateway;
-    std::wstring dhcp; // "Yes", "No", or "unknown" where the system does not tell
+    std::wstring dhcp;        // "Yes", "No", or "unknown" where the system does not tell
+    std::wstring promiscuous; // the same
 };
 
 // `library` is the one the entry came from.

@@ -51,8 +51,9 @@ void WriteIdentity(const ADAPTER_INFO_LIST_ENTRY& entry, const AdapterTexts& tex
     LogMsg(L"Default Adapter?    = %s\n", std::wstring(isDefault ? L"Yes" : L"No"));
     LogMsg(L"MediaConnected?     = %s\n",
            std::wstring(entry.MediaConnected != 0 ? L"Yes" : L"No                   ** CABLE UNPLUGGED **"));
-    LogMsg(L"PromiscuousMode?    = %s\n",
-           std::wstring(entry.PromiscuousMode != 0 ? L"Yes" : L"No                   ** WARNING **"));
+    LogMsg(L"PromiscuousMode?    = %s\n", texts.promiscuous == L"No"
+                                              ? texts.promiscuous + L"                   ** WARNING **"
+                                              : texts.promiscuous);
     LogMsg(L"DHCP Enabled?       = %s\n", texts.dhcp);
     LogMsg(L"LinkSpeed           = %s\n", texts.linkSpeed);
     LogMsg(L"MaxPacketLen        = %d\n", entry.MaxPacketLen);
@@ -105,7 +106,7 @@ void WarnOfDefaultAdapter(const ADAPTER_INFO_LIST_ENTRY& entry, const AdapterTex
              L"guest."},
             kHelpTopicAdapters);
     }
-    if (entry.PromiscuousMode == 0) {
+    if (texts.promiscuous == L"No") {
         LogBanner(BannerKind::Warning,
                   {L"Your default adapter \"" + texts.connection +
                        L"\" cannot be put into promiscuous mode, as is common for wireless adapters.",

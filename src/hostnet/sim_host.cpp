@@ -138,8 +138,8 @@ void SimWrenPack::CloseAdapters(const std::vector<AdapterHandle>& handles) {
     m_real.CloseAdapters(others);
 }
 
-bool SimWrenPack::IsDhcpKnown(const ADAPTER_INFO_LIST_ENTRY& entry) const {
-    return entry.dwIndex == kSimInterfaceIndex || m_real.IsDhcpKnown(entry);
+AdapterFacts SimWrenPack::FactsOf(const ADAPTER_INFO_LIST_ENTRY& entry) const {
+    return entry.dwIndex == kSimInterfaceIndex ? AdapterFacts{} : m_real.FactsOf(entry);
 }
 
 } // namespace vnxtest

@@ -39,7 +39,7 @@ public:
     AdapterHandle OpenAdapter(const char16_t* adapterName) override;
     void CloseAdapter(AdapterHandle handle) override;
     void CloseAdapters(const std::vector<AdapterHandle>& handles) override;
-    bool IsDhcpKnown(const ADAPTER_INFO_LIST_ENTRY& entry) const override;
+    AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY& entry) const override;
     ModuleDescription DescribeModule() const override { return m_real.DescribeModule(); }
     PacketDriverDescription DescribePacketDriver() const override { return m_real.DescribePacketDriver(); }
 

@@ -3,28 +3,44 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "wrenlib/adapter_rank.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
 
-// The first adapter that `matches`, those that are up before the others.
+// All adapters that `match`; none with errno ENODEV, or with the error when the system does not tell.
 template <typename Matches>
-std::optional<HostLink> Find(Matches matches) {
+std::vector<HostLink> FindAll(Matches matches) {
     errno = 0;
     std::vector<HostLink> links = ListHostLinks();
     if (links.empty() && errno != 0) {
-        return std::nullopt; // the system does not tell
+        return links;
     }
-    for (const bool up : {true, false}) {
-        const auto found = std::find_if(links.begin(), links.end(),
-                                        [&](const HostLink& link) { return link.up == up && matches(link); });
-        if (found != links.end()) {
-            return std::move(*found);
-        }
+    std::erase_if(links, [&](const HostLink& link) { return !matches(link); });
+    errno = links.empty() ? ENODEV : 0;
+    return links;
+}
+
+// The first adapter that `matches`, those that are up before the others.
+template <typename Matches>
+std::optional<HostLink> Find(Matches matches) {
+    std::vector<HostLink> links = FindAll(matches);
+    const auto up = std::ranges::find(links, true, &HostLink::up);
+    return links.empty() ? std::nullopt : std::optional(std::move(up != links.end() ? *up : links.front()));
+}
+
+// The one that is meant by the MAC address that all of them have.
+HostLink TakeMeant(std::vector<HostLink> links) {
+    if (links.size() == 1) {
+        return std::move(links.front());
     }
-    errno = ENODEV;
-    return std::nullopt;
+    const std::uint32_t best = DefaultRouteLinkIndex();
+    const auto rank = [best](const HostLink& link) {
+        return AdapterRank{link.index != best, !link.up || link.addresses.empty(),
+                           IsPortOfAnother(link.index), !link.up, link.index};
+    };
+    return std::move(*std::ranges::min_element(links, {}, rank));
 }
 
 } // namespace
@@ -41,7 +57,8 @@ std::optional<HostLink> FindHostLink(MacAddress mac) {
         errno = ENODEV;
         return std::nullopt;
     }
-    return Find([mac](const HostLink& link) { return link.mac == mac; });
+    std::vector<HostLink> links = FindAll([mac](const HostLink& link) { return link.mac == mac; });
+    return links.empty() ? std::nullopt : std::optional(TakeMeant(std::move(links)));
 }
 
 std::optional<HostLink> FindHostLinkByIndex(std::uint32_t index) {

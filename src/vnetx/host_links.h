@@ -33,7 +33,8 @@ struct HostLink {
 std::vector<HostLink> ListHostLinks();
 
 // The adapter that has the address; one that is up before one that is down. Nothing with errno
-// ENODEV when there is none, or with the error when the system does not tell.
+// ENODEV when there is none, or with the error when the system does not tell. Of several adapters with one
+// MAC address it is the one that is meant by it (wrenlib/adapter_rank.h).
 std::optional<HostLink> FindHostLink(Ipv4Address address);
 std::optional<HostLink> FindHostLink(MacAddress mac);
 std::optional<HostLink> FindHostLinkByIndex(std::uint32_t index);
@@ -53,5 +54,7 @@ std::optional<Ipv4Address> GatewayTowards(std::uint32_t index, Ipv4Address desti
 
 // What the platforms supply besides: the number of the adapter with the best default route, or 0.
 std::uint32_t DefaultRouteLinkIndex();
+// And whether the adapter is a port of a bridge or a bond.
+bool IsPortOfAnother(std::uint32_t index);
 
 } // namespace vnxtest

@@ -9,6 +9,7 @@
 #include <net/if.h>
 #include <netinet/in.h>
 #include <netlink/msg.h>
+#include <netlink/route/link.h>
 #include <netlink/route/route.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -137,6 +138,16 @@ std::uint32_t DefaultRouteLinkIndex() {
     };
     AskRoutes(NLM_F_REQUEST | NLM_F_DUMP, header, 0, Ipv4Address(), visit);
     return index;
+}
+
+bool IsPortOfAnother(std::uint32_t index) {
+    const RouteNetlink socket = ConnectRouteNetlink();
+    rtnl_link* link = nullptr;
+    if (!socket || rtnl_link_get_kernel(socket.get(), static_cast<int>(index), nullptr, &link) != 0) {
+        return false;
+    }
+    const std::unique_ptr<rtnl_link, decltype(&rtnl_link_put)> owner(link, rtnl_link_put);
+    return rtnl_link_get_master(link) != 0;
 }
 
 int HostLinkHealth(std::uint32_t index) {

@@ -107,6 +107,11 @@ std::uint32_t DefaultRouteLinkIndex() {
     return index;
 }
 
+// What is bound to a bridge or a team has no address family of its own here and is not listed.
+bool IsPortOfAnother(std::uint32_t) {
+    return false;
+}
+
 int HostLinkHealth(std::uint32_t index) {
     MIB_IF_ROW2 row{};
     row.InterfaceIndex = index;

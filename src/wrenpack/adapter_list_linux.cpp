@@ -1,11 +1,14 @@
 #include "wrenpack/adapter_list_linux.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
+#include <map>
 #include <memory>
+#include <optional>
 #include <unordered_map>
+#include <utility>
 
 #include <linux/rtnetlink.h>
 #include <net/if.h>
@@ -18,9 +21,11 @@
 #include <netlink/route/route.h>
 #include <sys/socket.h>
 
+#include "wrenlib/adapter_rank.h"
 #include "wrenlib/text.h"
 #include "wrenpack/dhcp_linux.h"
 #include "wrenpack/ethtool_linux.h"
+#include "wrenpack/promiscuous_linux.h"
 
 namespace vnxtest {
 
@@ -41,6 +46,12 @@ struct LinkAddresses {
     bool dhcp = false;
 };
 using AddressesByLink = std::unordered_map<int, LinkAddresses>;
+
+// The link of the host's best default route.
+struct DefaultRoute {
+    int link = 0; // 0: there is none
+    std::uint32_t metric = 0;
+};
 
 template <typename Row, typename Visit>
 void ForEach(nl_cache* cache, Visit visit) {
@@ -74,7 +85,7 @@ void TakeAddress(rtnl_addr* row, AddressesByLink& links) {
 }
 
 // The gateway of an adapter is the next hop of its default route with the lowest metric.
-void TakeRoute(rtnl_route* route, AddressesByLink& links) {
+void TakeRoute(rtnl_route* route, AddressesByLink& links, DefaultRoute& best) {
     if (rtnl_route_get_table(route) != RT_TABLE_MAIN || rtnl_route_get_type(route) != RTN_UNICAST) {
         return;
     }
@@ -84,6 +95,9 @@ void TakeRoute(rtnl_route* route, AddressesByLink& links) {
     for (int i = 0; i < rtnl_route_get_nnexthops(route); ++i) {
         rtnl_nexthop* nextHop = rtnl_route_nexthop_n(route, i);
         LinkAddresses& link = links[rtnl_route_nh_get_ifindex(nextHop)];
+        if (isDefault && i == 0 && (best.link == 0 || metric < best.metric)) {
+            best = {rtnl_route_nh_get_ifindex(nextHop), metric};
+        }
         link.dhcp = link.dhcp || rtnl_route_get_protocol(route) == RTPROT_DHCP;
         const std::uint32_t gateway = MemoryOf(rtnl_route_nh_get_gateway(nextHop));
         if (isDefault && gateway != 0 && (link.gateway == 0 || metric < link.gatewayMetric)) {
@@ -99,14 +113,17 @@ bool IsEthernetLike(rtnl_link* link) {
            mac != nullptr && nl_addr_get_len(mac) == 6;
 }
 
+// The name of the link with this index; empty when there is none (or it is in another namespace).
+std::string NameOfLink(int index) {
+    char name[IF_NAMESIZE] = {};
+    return index > 0 && if_indextoname(static_cast<unsigned>(index), name) != nullptr ? name : "";
+}
+
 std::string Describe(rtnl_link* link, const std::string& name, Ethtool& ethtool) {
     std::string text;
     if (rtnl_link_is_vlan(link) != 0) {
-        char parent[IF_NAMESIZE] = {};
-        text = "VLAN " + std::to_string(rtnl_link_vlan_get_id(link));
-        if (if_indextoname(static_cast<unsigned>(rtnl_link_get_link(link)), parent) != nullptr) {
-            text += std::string(" on ") + parent;
-        }
+        const std::string below = NameOfLink(rtnl_link_get_link(link));
+        text = "VLAN " + std::to_string(rtnl_link_vlan_get_id(link)) + (below.empty() ? "" : " on " + below);
     } else {
         text = ethtool.DescribeDriver(name);
     }
@@ -114,15 +131,11 @@ std::string Describe(rtnl_link* link, const std::string& name, Ethtool& ethtool)
         const char* kind = rtnl_link_get_type(link);
         text = kind != nullptr ? kind : "network adapter";
     }
+    if (const std::string master = NameOfLink(rtnl_link_get_master(link)); !master.empty()) {
+        text += ", port of " + master;
+    }
     const char* alias = rtnl_link_get_ifalias(link);
     return alias != nullptr ? text + ", " + alias : text;
-}
-
-bool IsWireless(const std::string& name) {
-    std::error_code failure;
-    const std::string folder = "/sys/class/net/" + name;
-    return std::filesystem::exists(folder + "/phy80211", failure) ||
-           std::filesystem::exists(folder + "/wireless", failure);
 }
 
 void FillChecksumOffload(const Ethtool::Features& features, ADAPTER_INFO_LIST_ENTRY& entry) {
@@ -140,7 +153,14 @@ void FillChecksumOffload(const Ethtool::Features& features, ADAPTER_INFO_LIST_EN
     entry.V6Receive = receive ? kTransport : 0;
 }
 
-ADAPTER_INFO_LIST_ENTRY MakeEntry(rtnl_link* link, const LinkAddresses& addresses, Ethtool& ethtool) {
+// What every adapter is asked through.
+struct Questions {
+    Ethtool ethtool;
+    PromiscuousProbe promiscuous;
+};
+
+ADAPTER_INFO_LIST_ENTRY MakeEntry(rtnl_link* link, const LinkAddresses& addresses, Questions& ask,
+                                  AdapterFacts& facts) {
     ADAPTER_INFO_LIST_ENTRY entry;
     const char* linkName = rtnl_link_get_name(link);
     const std::string name = linkName != nullptr ? linkName : "";
@@ -148,11 +168,11 @@ ADAPTER_INFO_LIST_ENTRY MakeEntry(rtnl_link* link, const LinkAddresses& addresse
     entry.leadingWord = sizeof entry;
     SetField(entry.AdapterName, kAdapterPrefix + wideName);
     SetField(entry.Connection, wideName);
-    SetField(entry.Description, ToWide(Describe(link, name, ethtool)));
+    SetField(entry.Description, ToWide(Describe(link, name, ask.ethtool)));
     std::memcpy(entry.PhysAddr, nl_addr_get_binary_addr(rtnl_link_get_addr(link)), sizeof entry.PhysAddr);
     entry.LinkType = kNdisMedium802_3;
     entry.LinkSpeed = static_cast<std::uint32_t>(
-        std::min<std::uint64_t>(ethtool.GetLinkSpeed(name) * kSpeedUnitsOfMegabit, UINT32_MAX));
+        std::min<std::uint64_t>(ask.ethtool.GetLinkSpeed(name) * kSpeedUnitsOfMegabit, UINT32_MAX));
     entry.IPAddr = addresses.address;
     if (addresses.address != 0) {
         const unsigned length = std::min(addresses.prefixLength, 32U);
@@ -163,20 +183,48 @@ ADAPTER_INFO_LIST_ENTRY MakeEntry(rtnl_link* link, const LinkAddresses& addresse
     constexpr unsigned kLowerUp = 0x10000; // the carrier is there (IFF_LOWER_UP)
     entry.MediaConnected = (rtnl_link_get_flags(link) & (IFF_UP | kLowerUp)) == (IFF_UP | kLowerUp) ? 1 : 0;
     entry.MaxPacketLen = rtnl_link_get_mtu(link) + kEthernetHeader;
-    // An access point hands a station its own frames only, whatever the driver promises.
-    entry.PromiscuousMode = IsWireless(name) ? 0 : 1;
+    const std::optional<bool> promiscuous = ask.promiscuous.IsCapable(
+        name, entry.dwIndex,
+        (rtnl_link_get_flags(link) & IFF_PROMISC) != 0 || rtnl_link_get_promiscuity(link) != 0);
+    entry.PromiscuousMode = promiscuous.value_or(false) ? 1 : 0;
+    facts.promiscuousKnown = promiscuous.has_value();
+    facts.portOf = ToWide(NameOfLink(rtnl_link_get_master(link)));
     const bool dhcp =
         addresses.dhcp || HasDhcpLease("", name, entry.dwIndex, Ipv4Address::FromMemory(addresses.address));
     entry.DHCP = dhcp ? 1 : 0;
-    entry.unused1372[0] = dhcp ? kDhcpKnown : kDhcpUnknown;
-    FillChecksumOffload(ethtool.GetFeatures(name), entry);
+    facts.dhcpKnown = dhcp;
+    FillChecksumOffload(ask.ethtool.GetFeatures(name), entry);
     return entry;
+}
+
+AdapterRank RankOf(const ADAPTER_INFO_LIST_ENTRY& entry, bool isUp, const AdapterFacts& facts,
+                   const DefaultRoute& best) {
+    return {static_cast<int>(entry.dwIndex) != best.link, !isUp || entry.IPAddr == 0, !facts.portOf.empty(),
+            !isUp, entry.dwIndex};
+}
+
+using Ranks = std::unordered_map<std::uint32_t, AdapterRank>; // by the adapter's index
+
+// Of several adapters with one MAC address the one that is meant by it comes to the place of the first.
+void PutMeantOnesFirst(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, const Ranks& ranks) {
+    std::map<std::array<std::uint8_t, 6>, std::pair<std::size_t, std::size_t>>
+        places; // the first, the meant one
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        auto& [first, meant] = places.try_emplace(std::to_array(entries[i].PhysAddr), i, i).first->second;
+        if (ranks.at(entries[i].dwIndex) < ranks.at(entries[meant].dwIndex)) {
+            meant = i;
+        }
+    }
+    for (const auto& [mac, place] : places) {
+        std::swap(entries[place.first], entries[place.second]);
+    }
 }
 
 } // namespace
 
-std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries) {
+std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, FactsByIndex& facts) {
     entries.clear();
+    facts.clear();
     const std::unique_ptr<nl_sock, decltype(&nl_socket_free)> socket(nl_socket_alloc(), nl_socket_free);
     nl_cache* links = nullptr;
     nl_cache* addresses = nullptr;
@@ -193,14 +241,21 @@ std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries) {
     }
     AddressesByLink byLink;
     ForEach<rtnl_addr>(addresses, [&](rtnl_addr* row) { TakeAddress(row, byLink); });
-    ForEach<rtnl_route>(routes, [&](rtnl_route* row) { TakeRoute(row, byLink); });
-    Ethtool ethtool;
+    DefaultRoute best;
+    ForEach<rtnl_route>(routes, [&](rtnl_route* route) { TakeRoute(route, byLink, best); });
+    Questions ask;
+    Ranks ranks;
     ForEach<rtnl_link>(links, [&](rtnl_link* link) {
         if (IsEthernetLike(link)) {
-            entries.push_back(MakeEntry(link, byLink[rtnl_link_get_ifindex(link)], ethtool));
+            AdapterFacts known;
+            entries.push_back(MakeEntry(link, byLink[rtnl_link_get_ifindex(link)], ask, known));
+            const ADAPTER_INFO_LIST_ENTRY& entry = entries.back();
+            ranks[entry.dwIndex] = RankOf(entry, (rtnl_link_get_flags(link) & IFF_UP) != 0, known, best);
+            facts[entry.dwIndex] = std::move(known);
         }
     });
     std::ranges::sort(entries, {}, &ADAPTER_INFO_LIST_ENTRY::dwIndex);
+    PutMeantOnesFirst(entries, ranks);
     return 0;
 }
 

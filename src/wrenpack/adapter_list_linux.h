@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "wrenpack/wrenpack.h"
@@ -12,11 +13,12 @@ namespace vnxtest {
 inline constexpr wchar_t kAdapterPrefix[] = L"NPF_";
 inline constexpr std::size_t kAdapterPrefixLength = 4;
 
-// unused1372[0] of an entry of this list: the DHCP field is known, or it could not be found out.
-inline constexpr std::uint8_t kDhcpKnown = 0, kDhcpUnknown = 1;
+// The facts of adapters by the adapter's index.
+using FactsByIndex = std::unordered_map<std::uint32_t, AdapterFacts>;
 
 // One entry per link with Ethernet framing (physical, wireless, VLAN, bridge, bond, veth, tap; up or
-// down; not lo), in the order of their indexes, not linked yet. 0, or the errno value of the failure.
-std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries);
+// down; not lo), in the order of their indexes, not linked yet. Of several with one MAC address the one that
+// is meant by it (wrenlib/adapter_rank.h) stands first. 0, or the errno value of the failure.
+std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, FactsByIndex& facts);
 
 } // namespace vnxtest

@@ -94,6 +94,13 @@ struct PacketDriverDescription {
     std::wstring driverVersion; // of the driver in the system's kernel; empty when not known
 };
 
+// What is known of an adapter besides its entry. The defaults are what holds where the entry tells all.
+struct AdapterFacts {
+    bool dhcpKnown = true;        // else DHCP is 0 because the system does not tell
+    bool promiscuousKnown = true; // else PromiscuousMode is 0 because it could not be found out
+    std::wstring portOf; // the bridge or bond that takes what comes in on it; empty when there is none
+};
+
 // Names an adapter that OpenAdapter opened; null is none.
 using AdapterHandle = void*;
 
@@ -113,8 +120,8 @@ public:
     // Closes all of them, and sooner than one by one where closing means waiting for the system.
     virtual void CloseAdapters(const std::vector<AdapterHandle>& handles);
 
-    // Whether the entry's DHCP field says what is so. Some systems do not tell; the field is 0 then.
-    virtual bool IsDhcpKnown(const ADAPTER_INFO_LIST_ENTRY&) const { return true; }
+    // Of an entry of the list that was delivered last.
+    virtual AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY&) const { return {}; }
 
     virtual ModuleDescription DescribeModule() const = 0;
     virtual PacketDriverDescription DescribePacketDriver() const = 0;

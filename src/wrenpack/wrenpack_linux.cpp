@@ -64,7 +64,7 @@ public:
     bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
         // The list is kept from the question for its size until it was delivered.
         if (m_entries.empty()) {
-            if (const std::uint32_t code = ListAdapters(m_entries)) {
+            if (const std::uint32_t code = ListAdapters(m_entries, m_facts)) {
                 *size = 0;
                 SetLastError(code);
                 return false;
@@ -113,8 +113,9 @@ public:
         }
     }
 
-    bool IsDhcpKnown(const ADAPTER_INFO_LIST_ENTRY& entry) const override {
-        return entry.unused1372[0] == kDhcpKnown;
+    AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY& entry) const override {
+        const auto found = m_facts.find(entry.dwIndex);
+        return found != m_facts.end() ? found->second : AdapterFacts{};
     }
 
     ModuleDescription DescribeModule() const override {
@@ -149,6 +150,7 @@ public:
 
 private:
     std::vector<ADAPTER_INFO_LIST_ENTRY> m_entries;
+    FactsByIndex m_facts;
 };
 
 } // namespace

@@ -181,6 +181,12 @@ class Host(cases.NetworkCase):
         for text in ("Running in Normal User mode on ", "Your default adapter \"adapter\" could not be opened",
                      "** WrenPackOpenAdapter(NPF_adapter) failed; rc=1: Operation not permitted"):
             self.assertIn(text, report.text)
+        # Nobody may try it out for this user; what others did shows.
+        self.assertEqual(report.adapters["adapter"]["PromiscuousMode?"], "unknown")
+        self.host.ip("link", "set", "dev", "adapter", "promisc", "on")
+        report = self.report(prefix=cases.as_ordinary_user(), timeout=10.0,
+                             executable=cases.program_for_everybody(self.scratch()))
+        self.assertEqual(report.adapters["adapter"]["PromiscuousMode?"], "Yes")
         # The kernel is asked instead of the wire: the gateway is found all the same.
         self.assertEqual(report.gateway, ("10.77.0.2", self.peer_mac))
         self.assert_routes(report)

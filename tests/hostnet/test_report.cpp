@@ -114,6 +114,11 @@ TEST_F(ReportTest, OnlyTheDefaultAdapterIsWarnedOf) {
                       HasSubstr("Checksum Offloading = OVERRIDDEN\n"),
                       HasSubstr("\"main\" cannot be put into promiscuous mode"),
                       Not(HasSubstr("\"other\""))));
+    adapters.facts.dhcpKnown = adapters.facts.promiscuousKnown = false;
+    EXPECT_THAT(TextOf(WriteDetectedAdapters),
+                AllOf(HasSubstr("PromiscuousMode?    = unknown\nDHCP Enabled?       = unknown\n"),
+                      Not(HasSubstr("promiscuous mode"))))
+        << "what is not known is no reason to warn";
 }
 
 TEST_F(ReportTest, ModulesAreNamedWithTheirVersions) {

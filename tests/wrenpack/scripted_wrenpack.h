@@ -66,6 +66,7 @@ public:
         return this;
     }
     void CloseAdapter(AdapterHandle handle) override { open -= handle == this ? 1 : 1000; }
+    AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY&) const override { return facts; }
     ModuleDescription DescribeModule() const override {
         return {L"WrenPack", L"", L"1.2.3.4", L"test", L"", L"(c)", L""};
     }
@@ -77,6 +78,7 @@ public:
     bool sizeSucceeds = false;
     const std::ptrdiff_t* links = nullptr; // of the entries, in bytes from the first; -1: none
     std::set<std::wstring> failOpen;
+    AdapterFacts facts; // of every entry
     PacketDriverDescription driver{true, L"", L"driver", L"4.5", L"detail", L""};
 
     int calls = 0, open = 0;

@@ -1,0 +1,64 @@
+#include "wrenpack/promiscuous_linux.h"
+
+#include <cstring>
+#include <filesystem>
+
+#include <linux/if_packet.h>
+#include <linux/wireless.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace vnxtest {
+
+namespace {
+
+// The kernel's files tell it of every driver, the older request of most.
+bool IsWireless(int requests, const std::string& name) {
+    std::error_code failure;
+    const std::string folder = "/sys/class/net/" + name;
+    if (std::filesystem::exists(folder + "/phy80211", failure) ||
+        std::filesystem::exists(folder + "/wireless", failure)) {
+        return true;
+    }
+    iwreq request{};
+    if (name.size() >= sizeof request.ifr_name) {
+        return false;
+    }
+    std::memcpy(request.ifr_name, name.c_str(), name.size());
+    return ioctl(requests, SIOCGIWNAME, &request) == 0;
+}
+
+} // namespace
+
+PromiscuousProbe::PromiscuousProbe()
+    : m_packets(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0)), // protocol 0: of no frames
+      m_requests(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
+
+PromiscuousProbe::~PromiscuousProbe() {
+    for (const int descriptor : {m_packets, m_requests}) {
+        if (descriptor >= 0) {
+            close(descriptor);
+        }
+    }
+}
+
+std::optional<bool> PromiscuousProbe::IsCapable(const std::string& name, std::uint32_t index,
+                                                bool isPromiscuous) const {
+    if (IsWireless(m_requests, name)) {
+        return false;
+    }
+    if (m_packets < 0) {
+        return isPromiscuous ? std::optional(true) : std::nullopt;
+    }
+    packet_mreq membership{};
+    membership.mr_ifindex = static_cast<int>(index);
+    membership.mr_type = PACKET_MR_PROMISC;
+    if (setsockopt(m_packets, SOL_PACKET, PACKET_ADD_MEMBERSHIP, &membership, sizeof membership) != 0) {
+        return false;
+    }
+    setsockopt(m_packets, SOL_PACKET, PACKET_DROP_MEMBERSHIP, &membership, sizeof membership);
+    return true;
+}
+
+} // namespace vnxtest
