@@ -17,7 +17,6 @@ namespace vnxtest {
 namespace {
 
 constexpr std::uint32_t kNdisMedium802_3 = 0;
-constexpr std::uint32_t kNdisMediumNative802_11 = 16;
 constexpr std::uint32_t kEthernetHeader = 14;
 
 // The IPv4 address of a socket address as it stands in memory; 0 when it is none.
@@ -91,7 +90,6 @@ ADAPTER_INFO_LIST_ENTRY MakeEntry(const IP_ADAPTER_ADDRESSES& adapter) {
     entry.dwIndex = adapter.IfIndex;
     entry.MediaConnected = adapter.OperStatus == IfOperStatusUp ? 1 : 0;
     entry.MaxPacketLen = adapter.Mtu + kEthernetHeader;
-    entry.PromiscuousMode = wireless ? 0 : 1;
     entry.DHCP = (adapter.Flags & IP_ADAPTER_DHCP_ENABLED) != 0 ? 1 : 0;
     FillAddresses(adapter, entry);
     FillChecksumOffload(instance, entry);

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -42,7 +44,7 @@ public:
         }
     }
 
-    void* Open(const std::wstring& adapterName) const {
+    void* Open(const std::wstring& adapterName, bool promiscuous) const {
         if (!m_problem.empty()) {
             SetLastError(m_wpcap == nullptr ? ERROR_MOD_NOT_FOUND : ERROR_PROC_NOT_FOUND);
             return nullptr;
@@ -52,7 +54,8 @@ public:
         char message[256] = {};
         const std::string device = ToNarrow(L"\\Device\\" + adapterName);
         SetLastError(0);
-        void* capture = m_openLive(device.c_str(), kSnapshotLength, 0, kReadTimeout, message);
+        void* capture =
+            m_openLive(device.c_str(), kSnapshotLength, promiscuous ? 1 : 0, kReadTimeout, message);
         if (capture == nullptr && LastError() == 0) {
             SetLastError(ERROR_OPEN_FAILED);
         }
@@ -60,6 +63,18 @@ public:
     }
 
     void Close(void* capture) const { m_close(capture); }
+
+    // Whether the adapter can be put into promiscuous mode, found out by doing it; nullopt when it cannot be
+    // opened at all.
+    std::optional<bool> IsPromiscuousCapable(const std::wstring& adapterName) const {
+        for (const bool promiscuous : {true, false}) {
+            if (void* const capture = Open(adapterName, promiscuous)) {
+                Close(capture);
+                return promiscuous;
+            }
+        }
+        return std::nullopt;
+    }
 
     PacketDriverDescription Describe() const {
         PacketDriverDescription driver;
@@ -200,24 +215,48 @@ public:
                 SetLastError(code);
                 return false;
             }
+            FillPromiscuousMode();
         }
         return DeliverAdapters(m_entries, list, size);
     }
 
     AdapterHandle OpenAdapter(const char16_t* adapterName) override {
-        return m_driver.Open(FieldText(adapterName, std::char_traits<char16_t>::length(adapterName)));
+        return m_driver.Open(FieldText(adapterName, std::char_traits<char16_t>::length(adapterName)), false);
     }
 
     void CloseAdapter(AdapterHandle handle) override { m_driver.Close(handle); }
+
+    AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY& entry) const override {
+        AdapterFacts facts;
+        facts.promiscuousKnown = !m_promiscuousUnknown.contains(entry.dwIndex);
+        return facts;
+    }
 
     ModuleDescription DescribeModule() const override { return m_description; }
 
     PacketDriverDescription DescribePacketDriver() const override { return m_driver.Describe(); }
 
 private:
+    // An access point hands a wireless station its own frames only, whatever the driver promises: that field
+    // stays 0.
+    void FillPromiscuousMode() {
+        m_promiscuousUnknown.clear();
+        for (ADAPTER_INFO_LIST_ENTRY& entry : m_entries) {
+            if (entry.LinkType == kNdisMediumNative802_11) {
+                continue;
+            }
+            const std::optional<bool> capable = m_driver.IsPromiscuousCapable(FieldText(entry.AdapterName));
+            entry.PromiscuousMode = capable.value_or(false) ? 1 : 0;
+            if (!capable) {
+                m_promiscuousUnknown.insert(entry.dwIndex);
+            }
+        }
+    }
+
     ModuleDescription m_description;
     PacketDriver m_driver;
     std::vector<ADAPTER_INFO_LIST_ENTRY> m_entries;
+    std::set<std::uint32_t> m_promiscuousUnknown; // indexes
 };
 
 } // namespace
