@@ -366,7 +366,7 @@ int Session::JudgePingTest() {
 }
 
 int Session::ListAdapters() {
-    m_engine.Host().RedetectAdapters();
+    m_engine.Host().GatherAdapters();
     if (!m_options.json) {
         m_output.Write(ToUtf8(AdapterTable(m_engine.Host())));
     } else if (m_options.jsonFile.empty()) {

@@ -69,15 +69,15 @@ void TraceAdapterListFailure(const AdapterListOutcome& outcome) {
 HostNetwork::HostNetwork(HostSources sources, VnetxLibrary& library)
     : m_sources(sources), m_library(library) {}
 
-void HostNetwork::InitGlobals() {
-    RegisterDebugOutput(m_library);
+void HostNetwork::GatherTables() {
     TraceTableFailure(L"GetNetworkParams", ReadNetworkParameters(m_sources.tables, m_parameters));
     TraceTableFailure(L"GetIpForwardTable", ReadRoutes(m_sources.tables, m_routes));
-    TraceTableFailure(L"GetIpAddrTable", ReadAddresses(m_sources.tables, m_addresses));
-    IndexAddresses();
-    if (InitFPAdaptersList()) {
-        FindDefaultAdapter();
-    } else {
+}
+
+void HostNetwork::InitGlobals() {
+    RegisterDebugOutput(m_library);
+    GatherTables();
+    if (!GatherAdapters()) {
         WrenLibAfxTrace(L"** InitGlobals: InitFPAdaptersList() failed!\n");
     }
     ProbeDefaultAdapterGateway();
@@ -106,7 +106,7 @@ bool HostNetwork::InitFPAdaptersList() {
     return m_haveAdapters;
 }
 
-bool HostNetwork::RedetectAdapters() {
+bool HostNetwork::GatherAdapters() {
     m_adapters.clear();
     m_haveAdapters = false;
     m_defaultAdapter = {};
@@ -118,6 +118,16 @@ bool HostNetwork::RedetectAdapters() {
     if (found) {
         FindDefaultAdapter();
     }
+    return found;
+}
+
+bool HostNetwork::RedetectAdapters() {
+    GatherTables();
+    const bool found = GatherAdapters();
+    if (m_gatewayOrigin == GatewayOrigin::RoutingTable) {
+        TakeGateway({}, {}, GatewayOrigin::None);
+    }
+    FindDefaultGateway();
     return found;
 }
 
@@ -147,16 +157,21 @@ bool HostNetwork::IpForwardingEnabled() const {
     return m_parameters && m_parameters->enableRouting;
 }
 
-void HostNetwork::SetDefaultGateway(Ipv4Address gateway, MacAddress mac) {
+void HostNetwork::TakeGateway(Ipv4Address gateway, MacAddress mac, GatewayOrigin origin) {
+    m_gatewayOrigin = origin;
     m_gateway = gateway;
     m_gatewayMac = mac;
     m_gatewayText = FormatIPAddr(gateway);
     m_gatewayMacText = mac.IsZero() ? L"" : FormatMACAddr(mac);
 }
 
+void HostNetwork::SetDefaultGateway(Ipv4Address gateway, MacAddress mac) {
+    TakeGateway(gateway, mac, GatewayOrigin::User);
+}
+
 bool HostNetwork::FindDefaultGateway() {
-    if (!m_routes) {
-        return false;
+    if (HasDefaultGateway() || !m_routes) {
+        return HasDefaultGateway();
     }
     const auto last = std::find_if(m_routes->rbegin(), m_routes->rend(),
                                    [](const RouteRow& row) { return row.IsDefault(); });
@@ -168,7 +183,7 @@ bool HostNetwork::FindDefaultGateway() {
     if (!last->nextHop.IsZero()) {
         IsIPAddrResponsive(last->nextHop, &mac, Ipv4Address());
     }
-    SetDefaultGateway(last->nextHop, mac);
+    TakeGateway(last->nextHop, mac, GatewayOrigin::RoutingTable);
     return true;
 }
 

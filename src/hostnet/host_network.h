@@ -1,8 +1,9 @@
 // The host's own networking as the program knows it: network parameters, routes, addresses, the
 // adapters, the default adapter and the default gateway.
 //
-// Gathered once at start-up and again by "Re-detect adapters"; read by everybody else. A part that
-// cannot be gathered stays empty and is traced; nothing here stops the program.
+// Gathered at start-up and again by "Re-detect adapters", all of it each time, so that what is known is of
+// one moment; read by everybody else. A part that cannot be gathered stays empty and is traced; nothing here
+// stops the program. The default gateway that the user defined outlives a gathering.
 #pragma once
 
 #include <cstdint>
@@ -32,15 +33,19 @@ public:
     HostNetwork(HostSources sources, VnetxLibrary& library);
 
     // Registers the output routine, then gathers tables, adapter list and default adapter, and
-    // probes the default adapter's gateway. User-interface thread; takes at most a bounded probe.
+    // probes the default adapter's gateway. Once, at the start. User-interface thread; takes at most a
+    // bounded probe.
     void InitGlobals();
 
     // Builds the adapter list if there is none yet; true if there is one afterwards.
     bool InitFPAdaptersList();
 
-    // Forgets the adapter list, builds it anew and finds the default adapter again. Only while the
-    // guest is stopped. Returns what InitFPAdaptersList returned.
+    // Gathers all of it anew: tables, adapter list, default adapter and, unless the user defined it, the
+    // default gateway. Only while the guest is stopped. Returns whether there is a list of adapters. Takes at
+    // most a bounded probe.
     bool RedetectAdapters();
+    // The part of it that concerns adapters: addresses, adapter list and default adapter. Nobody is probed.
+    bool GatherAdapters();
 
     // The adapters in list order; empty when there is no list.
     const std::vector<ADAPTER_INFO_LIST_ENTRY>& Adapters() const { return m_adapters; }
@@ -55,16 +60,17 @@ public:
     // The host forwards packets between its adapters. False when it is not known.
     bool IpForwardingEnabled() const;
 
-    // The default gateway: set from the routing table by the report (FindDefaultGateway) and by the
-    // user. The MAC is all zeroes when the gateway is not known or did not answer.
+    // The default gateway: taken from the routing table (FindDefaultGateway) or defined by the user. The MAC
+    // is all zeroes when the gateway is not known or did not answer.
+    bool HasDefaultGateway() const { return m_gatewayOrigin != GatewayOrigin::None; }
     Ipv4Address DefaultGateway() const { return m_gateway; }
     MacAddress DefaultGatewayMac() const { return m_gatewayMac; }
     const std::wstring& DefaultGatewayText() const { return m_gatewayText; }
     const std::wstring& DefaultGatewayMacText() const { return m_gatewayMacText; }
-    // Only while the guest is stopped.
+    // What the user says holds until the user says otherwise. Only while the guest is stopped.
     void SetDefaultGateway(Ipv4Address gateway, MacAddress mac);
-    // Takes the next hop of the last default route of the table and probes it. Returns whether
-    // there is one.
+    // Unless it is known already, takes the next hop of the last default route of the table and probes it.
+    // Returns whether it is known.
     bool FindDefaultGateway();
 
     // ARP probe: true when `destination` answered within the platform's bound; the MAC goes to
@@ -87,6 +93,10 @@ public:
     VnetxLibrary& Library() const { return m_library; }
 
 private:
+    enum class GatewayOrigin { None, RoutingTable, User };
+
+    void GatherTables();
+    void TakeGateway(Ipv4Address gateway, MacAddress mac, GatewayOrigin origin);
     void FindDefaultAdapter();
     void ProbeDefaultAdapterGateway();
     void IndexAdapters();
@@ -106,6 +116,7 @@ private:
     ADAPTER_INFO_LIST_ENTRY m_defaultAdapter{};
     std::wstring m_defaultAdapterIpText;
     std::wstring m_defaultInterfaceMacText;
+    GatewayOrigin m_gatewayOrigin = GatewayOrigin::None;
     Ipv4Address m_gateway;
     MacAddress m_gatewayMac;
     std::wstring m_gatewayText;

@@ -52,8 +52,8 @@ void WriteNetworkInformation(HostNetwork& host) {
     if (host.Routes()) {
         WriteRoutes(host, *host.Routes());
     }
-    const bool found = host.FindDefaultGateway();
-    LogMsg(L"\n  Default gateway:  %s  (%s)\n\n", found ? host.DefaultGatewayText() : std::wstring(L"(none)"),
+    const bool known = host.FindDefaultGateway();
+    LogMsg(L"\n  Default gateway:  %s  (%s)\n\n", known ? host.DefaultGatewayText() : std::wstring(L"(none)"),
            host.DefaultGatewayMac().IsZero() ? std::wstring(L"unresponsive") : host.DefaultGatewayMacText());
 }
 

@@ -78,7 +78,11 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
 
 void CVNXTestView::InitialUpdate() {
     m_channel.Attach();
-    GatherHost();
+    {
+        const wxBusyCursor busy;
+        m_engine.Host().InitGlobals();
+        WriteStartupReport(m_engine.Host(), ReportContext());
+    }
     m_ready = true;
     if (IsDebugOutputRefused()) {
         wxMessageBox("The interface library refused to take the program's output, so the document stays "
@@ -88,18 +92,13 @@ void CVNXTestView::InitialUpdate() {
     }
 }
 
-void CVNXTestView::GatherHost() {
-    const wxBusyCursor busy;
-    m_engine.Host().InitGlobals();
-    WriteStartupReport(m_engine.Host(), ReportContext());
-}
-
 void CVNXTestView::StartOver() {
     m_pump->Drop();
     m_panes->Text().EmptyText();
     GetDocument()->Modify(false);
     if (IsStopped()) {
-        GatherHost();
+        const wxBusyCursor busy;
+        WriteStartupReport(m_engine.Host(), ReportContext()); // of what was gathered at the start
     }
 }
 

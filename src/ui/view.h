@@ -50,7 +50,6 @@ private:
     using Handler = void (CVNXTestView::*)();
     using Rule = bool (CVNXTestView::*)();
 
-    void GatherHost();
     void HandleViewMessage(ViewMessage message);
     void BindCommands();
     void BindCommand(Command command, Handler handler, Rule enabled, Rule checked = nullptr);

@@ -1,6 +1,7 @@
 // The commands of the view: what they do, when they may be chosen, and what their menu items show.
 #include <algorithm>
 
+#include <wx/log.h>
 #include <wx/utils.h>
 
 #include "ui/buffer_sizes_dlg.h"
@@ -165,10 +166,15 @@ void CVNXTestView::OnDefineGateway() {
 }
 
 void CVNXTestView::OnRedetectAdapters() {
-    if (IsStopped()) {
-        const wxBusyCursor busy;
-        m_engine.Host().RedetectAdapters();
+    if (!IsStopped()) {
+        return;
     }
+    const wxBusyCursor busy;
+    m_engine.Host().RedetectAdapters();
+    const std::size_t count = m_engine.Host().Adapters().size();
+    wxLogStatus(count == 0   ? wxString("No adapters were found.")
+                : count == 1 ? wxString("1 adapter found.")
+                             : wxString::Format("%zu adapters found.", count));
 }
 
 void CVNXTestView::OnSocketNotifyMode() {

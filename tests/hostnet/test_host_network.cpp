@@ -111,6 +111,46 @@ TEST_F(HostNetworkTest, LooksUpTheFirstRowOfSeveral) {
     EXPECT_TRUE(network.IsAdapterIP({10, 9, 0, 1}));
 }
 
+TEST_F(HostNetworkTest, IsOfOneMomentAndKeepsTheUsersGateway) {
+    const Ipv4Address old(10, 0, 0, 254), own(10, 0, 0, 77), later(10, 9, 0, 254);
+    tables.AddRoute({}, {}, old, 7);
+    tables.AddAddress({10, 0, 0, 1}, kMask24, 7);
+    network.InitGlobals();
+    EXPECT_FALSE(network.HasDefaultGateway()) << "the report looks for it";
+    for (int report = 0; report < 2; ++report) {
+        EXPECT_TRUE(network.FindDefaultGateway());
+        EXPECT_EQ(network.DefaultGateway(), old);
+    }
+    EXPECT_THAT(tables.probes, ElementsAre(Pair(old, Ipv4Address()))) << "once";
+
+    // The host changes as a whole, and the gateway of its routes with it.
+    tables.routes.clear();
+    tables.AddRoute({}, {}, later, 8);
+    tables.addresses.clear();
+    tables.networkParameters.enableRouting = true;
+    tables.answers[later] = {2, 0, 0, 0, 0, 9};
+    EXPECT_TRUE(network.RedetectAdapters());
+    EXPECT_TRUE(network.IpForwardingEnabled() && network.Addresses()->empty());
+    EXPECT_EQ(network.Routes()->front().nextHop, later);
+    EXPECT_EQ(network.DefaultGateway(), later);
+    EXPECT_EQ(network.DefaultGatewayMac(), MacAddress({2, 0, 0, 0, 0, 9}));
+
+    // None is left, and nothing of the one before.
+    tables.routes.clear();
+    network.RedetectAdapters();
+    EXPECT_FALSE(network.FindDefaultGateway());
+    EXPECT_TRUE(network.DefaultGateway().IsZero() && network.DefaultGatewayMac().IsZero());
+
+    network.SetDefaultGateway(own, kMacB);
+    tables.AddRoute({}, {}, old, 7);
+    tables.probes.clear();
+    network.RedetectAdapters();
+    EXPECT_TRUE(network.FindDefaultGateway());
+    EXPECT_EQ(network.DefaultGateway(), own);
+    EXPECT_EQ(network.DefaultGatewayMac(), kMacB);
+    EXPECT_TRUE(tables.probes.empty());
+}
+
 TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
     ScriptedHost real;
     SimHostTables simTables{real.tables};

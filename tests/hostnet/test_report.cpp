@@ -53,6 +53,26 @@ TEST_F(ReportTest, NetworkInformationLineByLine) {
               "  Default gateway:  10.0.0.254  (02-00-00-00-00-0A)\n\n");
 }
 
+TEST_F(ReportTest, TheGatewayLineFollowsTheUserAndNeverContradictsItself) {
+    network.SetDefaultGateway({10, 0, 0, 77}, kMacA); // no route names a gateway
+    EXPECT_THAT(TextOf(WriteNetworkInformation),
+                HasSubstr("  Default gateway:  10.0.0.77  (02-00-00-00-00-0A)\n"));
+    network.SetDefaultGateway({10, 0, 0, 78}, {});
+    tables.AddRoute({}, {}, {10, 0, 0, 254}, 8);
+    EXPECT_THAT(TextOf(WriteNetworkInformation),
+                HasSubstr("  Default gateway:  10.0.0.78  (unresponsive)\n"));
+    EXPECT_TRUE(tables.probes.empty());
+}
+
+TEST_F(ReportTest, ADefaultRouteWithoutANextHopIsListedAndNotProbed) {
+    tables.AddRoute({}, {}, {}, 8, 3);
+    EXPECT_THAT(
+        TextOf(WriteNetworkInformation),
+        AllOf(HasSubstr("          0.0.0.0          0.0.0.0          0.0.0.0                        3\n"),
+              HasSubstr("  Default gateway:  0.0.0.0  (unresponsive)\n")));
+    EXPECT_TRUE(tables.probes.empty());
+}
+
 TEST_F(ReportTest, WhatIsMissingLeavesTheSectionShort) {
     tables.parametersCode = tables.routesCode = tables.addressesCode = 5;
     EXPECT_THAT(TextOf(WriteNetworkInformation),

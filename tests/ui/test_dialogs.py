@@ -191,9 +191,28 @@ class Others(DialogCase):
         self.open("Define default gateway...", "Define Default Gateway")
         last = self.box.find("text", name.format(4))
         self.assertEqual(last.text, "150")
-        last.fill("254")  # answers
+        self.cancel()
+        # It stays, in a new document and when the adapters are looked for once more, and the line says so.
+        for _ in range(2):
+            self.assertIn("  Default gateway:  198.18.0.150  (unresponsive)\n", self.new_document())
+            program.choose("t", "Re-detect adapters")
+        self.open("Define default gateway...", "Define Default Gateway")
+        self.box.find("text", name.format(4)).fill("254")  # answers
         self.ok()
+        self.assertRegex(self.new_document(), r"\n  Default gateway:  198\.18\.0\.254  \((\w\w-){5}\w\w\)\n")
         program.start_guest()
+
+    def new_document(self):
+        """The text of a new document, saved."""
+        self.desktop.keys("ctrl+n")
+        self.program.answer("Don't Save")
+        self.program.wait_no_dialog()
+        file = self.desktop.path / "new.txt"
+        self.document = "\n".join(line[13:] for line in self.program.save(file).splitlines())
+        file.unlink()
+        self.desktop.keys("ctrl+n")  # untitled again
+        self.program.wait_enabled('Start "Vantor"...')
+        return self.document
 
 
 class DebugFlags(DialogCase):
