@@ -114,7 +114,7 @@ std::optional<wxString> CVNXTestDoc::AskPath() {
 }
 
 bool CVNXTestDoc::Save() {
-    if (AlreadySaved()) {
+    if (AlreadySaved() && wxFileExists(GetFilename())) {
         return true;
     }
     return (HasPath() && OnSaveDocument(GetFilename())) || SaveAs();

@@ -18,7 +18,8 @@ public:
     bool HasPath() const { return GetDocumentSaved(); }
 
     // wxDocument
-    // The Save command. Where the document's path cannot be written, another one is asked for.
+    // The Save command. Also writes a file anew that is there no more. Where the document's path cannot be
+    // written, another one is asked for.
     bool Save() override;
     bool SaveAs() override;
     // Loading is not supported: writes the assertion line and returns false.

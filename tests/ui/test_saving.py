@@ -45,6 +45,22 @@ class Saving(DesktopCase):
         self.assertTrue(program.ended(), program.complaints())
         self.assertIn("Simulated adapter", path.read_text(encoding="utf-8"))
 
+    def test_a_file_that_is_gone_and_one_that_is_none(self):
+        program, path = self.program, self.desktop.path / "report.vnt"
+        text = program.save(path)
+        path.unlink()
+        self.desktop.keys("ctrl+s")  # nothing has changed but that
+        self.wait(path.exists, "it is written anew")
+        self.assertEqual(path.read_text(encoding="utf-8"), text)
+        path.unlink()
+        os.mkfifo(path)
+        self.desktop.keys("ctrl+s")
+        self.assertIn("no ordinary file", self.failure())
+        program.dialog("Save As")  # another place is asked for
+        self.desktop.keys("Escape")
+        program.wait_no_dialog()
+        self.assertTrue(path.is_fifo())
+
     def test_names_full_disk_and_read_only_folder(self):
         program, disk = self.program, self.desktop.path / "disk"
         disk.mkdir()
