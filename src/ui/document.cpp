@@ -58,7 +58,7 @@ bool WriteText(AtomicFile& file, std::string_view text) {
 } // namespace
 
 void CVNXTestDoc::StartOver() {
-    if (!OnSaveModified()) {
+    if (!MayDiscard(Afterwards::StartOver)) {
         return;
     }
     OnNewDocument();
@@ -122,15 +122,23 @@ bool CVNXTestDoc::Save() {
 
 bool CVNXTestDoc::SaveAs() {
     const std::optional<wxString> path = AskPath();
-    if (!path || !OnSaveDocument(*path)) {
+    return path && SaveTo(*path);
+}
+
+bool CVNXTestDoc::SaveTo(const wxString& path) {
+    if (!OnSaveDocument(path)) {
         return false;
     }
-    SetTitle(wxFileNameFromPath(*path));
-    SetFilename(*path, true);
+    SetTitle(wxFileNameFromPath(path));
+    SetFilename(path, true);
     return true;
 }
 
 bool CVNXTestDoc::OnSaveModified() {
+    return MayDiscard(Afterwards::Close);
+}
+
+bool CVNXTestDoc::MayDiscard(Afterwards afterwards) {
     while (IsModified()) {
         const wxString name = HasPath() ? wxFileNameFromPath(GetFilename()) : wxString("Untitled");
         const int answer = ShowSaveTaskDialog(GetDocumentWindow(), name);
@@ -142,7 +150,12 @@ bool CVNXTestDoc::OnSaveModified() {
             return false;
         }
         // A cancelled file dialog or a failed save brings the question back.
-        if (HasPath() ? OnSaveDocument(GetFilename()) : SaveAs()) {
+        const std::optional<wxString> path = HasPath() ? std::optional(GetFilename()) : AskPath();
+        if (path && afterwards == Afterwards::Close) {
+            // What a test and the interfaces say at their end is a part of the report.
+            ViewOf(*this).StopGuest();
+        }
+        if (path && SaveTo(*path)) {
             Modify(false);
             return true;
         }

@@ -1,7 +1,8 @@
 // The document: the report text as it stands in the output view. It can be saved, not loaded.
 //
 // Saving writes UTF-8 with the platform's line ends and is atomic: a failed save leaves the old file and
-// the document as they were. User-interface thread.
+// the document as they were. Leaving the program with "Save" stops the guest first, so that the report has
+// its end. User-interface thread.
 #pragma once
 
 #include <optional>
@@ -24,14 +25,18 @@ public:
     bool SaveAs() override;
     // Loading is not supported: writes the assertion line and returns false.
     bool OnOpenDocument(const wxString& path) override;
-    // The save prompt. True when the document may be discarded.
+    // The save prompt before the program ends. True when the document may be discarded.
     bool OnSaveModified() override;
 
 protected:
     bool DoSaveDocument(const wxString& path) override;
 
 private:
+    enum class Afterwards { Close, StartOver };
+
+    bool MayDiscard(Afterwards afterwards);
     std::optional<wxString> AskPath();
+    bool SaveTo(const wxString& path);
 
     wxDECLARE_DYNAMIC_CLASS(CVNXTestDoc);
 };

@@ -31,6 +31,8 @@ public:
     void InitialUpdate();
     // Empties the document and, when the guest is stopped, writes the report anew.
     void StartOver();
+    // Stops the guest and its ping test, if they run, and waits for their last words.
+    void StopGuest();
     // The whole document, with everything that waited to be shown. Valid until the next event.
     std::string_view WholeText();
 
@@ -63,7 +65,6 @@ private:
     void OnFindNext();
     void OnNextPane();
     void OnStartGuest();
-    void OnStopGuest();
     void OnStartPing();
     void OnStopPing();
     void OnDefineBufferSizes();

@@ -41,7 +41,7 @@ void CVNXTestView::BindCommands() {
     BindCommand(kCmdStartGuest, &View::OnStartGuest, &View::IsStopped);
     BindCommand(kCmdStartPing, &View::OnStartPing, &View::CanStartPing);
     BindCommand(kCmdStopPing, &View::OnStopPing, &View::CanStopPing);
-    BindCommand(kCmdStopGuest, &View::OnStopGuest, &View::IsRunning);
+    BindCommand(kCmdStopGuest, &View::StopGuest, &View::IsRunning);
     BindCommand(kCmdDefineBufferSizes, &View::OnDefineBufferSizes, &View::IsStopped);
     BindCommand(kCmdDefineGateway, &View::OnDefineGateway, &View::IsStopped);
     BindCommand(kCmdRedetectAdapters, &View::OnRedetectAdapters, &View::IsStopped);
@@ -131,7 +131,7 @@ void CVNXTestView::OnStartGuest() {
     m_guest->OnStartGuest();
 }
 
-void CVNXTestView::OnStopGuest() {
+void CVNXTestView::StopGuest() {
     const wxBusyCursor busy;
     m_guest->StopGuest();
     FinishPingDisplay();

@@ -55,10 +55,17 @@ class MainJob(JobCase):
         program.wait_ping_end()
         stopped = numbers(r"Sent (\d+)", program.chart())[0]
         self.close_while_pinging("Save")
+        program.enter_path("Save As", "/proc/report.vnt")
+        program.dialog("VNXTest64UD").find(None, name=None)
+        self.desktop.keys("Return")  # it could not be saved: the question again
+        program.answer("Save")
         program.enter_path("Save As", path)
         self.assertTrue(program.ended(), program.complaints())
-        self.assertEqual(numbers(r" (\d+) Pings Sent\n", path.read_text())[0], stopped, "the chart tells the same")
-        sent = numbers(PINGS, path.read_text())
+        text = path.read_text()
+        self.assertEqual(text.count("** END PING TEST **"), 2, "the test was stopped before it was saved")
+        self.assertRegex(text, r"(?s)END PING TEST.*\*\*\* Statistics for Interface.*\*\* Interface sim0 closed[^\n]*\n$")
+        sent = numbers(PINGS, text)
+        self.assertEqual(numbers(r" (\d+) Pings Sent\n", text), [stopped, len(sent) - stopped], "the chart tells the same")
         self.assertEqual(sent, [*range(1, stopped + 1), *range(1, len(sent) - stopped + 1)])
         self.assertGreater(len(sent), stopped + 10)
 
