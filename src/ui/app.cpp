@@ -4,6 +4,8 @@
 #include <cstdlib>
 
 #include <wx/cmdline.h>
+#include <wx/filedlg.h>
+#include <wx/filename.h>
 #include <wx/image.h>
 
 #include "helpui/make_child.h"
@@ -119,14 +121,18 @@ void CVNXTestApp::BindFileCommands() {
         WindowId(kCmdNew));
 }
 
-// The framework's way up to the point where a document would be read.
+// The framework's way up to the point where a document would be read. Its own dialog would name the filter's
+// pattern twice.
 void CVNXTestApp::OnOpen() {
     CVNXTestDoc* const document = Document();
-    wxString path;
-    wxDocTemplate* documentTemplate = document != nullptr ? document->GetDocumentTemplate() : nullptr;
-    if (documentTemplate != nullptr &&
-        m_documents->SelectDocumentPath(&documentTemplate, 1, path, 0) != nullptr) {
-        document->OnOpenDocument(path);
+    if (document == nullptr) {
+        return;
+    }
+    wxFileDialog dialog(m_frame, "Open File", m_documents->GetLastDirectory(), "", kReportFilter,
+                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+    if (dialog.ShowModal() == wxID_OK) {
+        m_documents->SetLastDirectory(wxPathOnly(dialog.GetPath()));
+        document->OnOpenDocument(dialog.GetPath());
     }
 }
 

@@ -90,7 +90,7 @@ std::optional<wxString> CVNXTestDoc::AskPath() {
     wxString folder = GetDocumentManager()->GetLastDirectory();
     while (true) {
         wxFileDialog dialog(parent, "Save As", folder, name,
-                            "VNXTest Reports (*.vnt)|*.vnt|Text Files (*.txt)|*.txt|All Files (*.*)|*",
+                            wxString(kReportFilter) + "|Text Files (*.txt)|*.txt|All Files (*.*)|*",
                             wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
         if (dialog.ShowModal() != wxID_OK) {
             return std::nullopt;

@@ -11,6 +11,9 @@
 
 namespace vnxtest {
 
+// Of the file dialogs: reports.
+inline constexpr const char* kReportFilter = "VNXTest Reports (*.vnt)|*.vnt";
+
 class CVNXTestDoc final : public wxDocument {
 public:
     // The New command: asks whether the present text may go, and starts over in the same window.
