@@ -59,11 +59,18 @@ int HeightOf(std::uint32_t roundTrip, const wxRect& plot, std::uint32_t top) {
     return plot.GetBottom() - static_cast<int>(part * (plot.height - 1));
 }
 
-wxString Milliseconds(double value) {
-    return wxString::Format(value < 10 && value > 0 ? "%.1f ms" : "%.0f ms", value);
-}
+constexpr int kMostDivisions = 4;
 
 } // namespace
+
+wxString Milliseconds(double value) {
+    wxString text = wxString::FromCDouble(value, 2);
+    while (text.EndsWith("0")) {
+        text.RemoveLast();
+    }
+    text.EndsWith(".", &text);
+    return text + " ms";
+}
 
 std::uint32_t RoundAxis(std::uint32_t value) {
     constexpr std::array<std::uint32_t, 3> kSteps = {1, 2, 5};
@@ -146,7 +153,11 @@ void CPingChart::OnPaint(wxPaintEvent&) {
     // Late replies take much longer than the others: the axis ends at these, and they stand at its top.
     const PingSummary& summary = m_history.Summary();
     const std::uint32_t top = RoundAxis(summary.maximumInTime != 0 ? summary.maximumInTime : summary.maximum);
-    const int axisWidth = paintDc.GetTextExtent(Milliseconds(top) + " ").x;
+    int axisWidth = 0;
+    for (int division = 1; division <= kMostDivisions; ++division) {
+        const wxString label = Milliseconds(static_cast<double>(top) * division / kMostDivisions) + " ";
+        axisWidth = std::max(axisWidth, paintDc.GetTextExtent(label).x);
+    }
     const wxRect plot(area.x + axisWidth, area.y + headerHeight + lineHeight, area.width - axisWidth - gap,
                       area.height - headerHeight - 2 * lineHeight - gap);
     DrawLegend(surface, palette, wxRect(plot.x, area.GetBottom() - lineHeight, plot.width, lineHeight));
@@ -208,7 +219,9 @@ void CPingChart::DrawLegend(const Surface& surface, const Palette& palette, cons
 void CPingChart::DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
                            std::uint32_t top) const {
     const int lineHeight = GetCharHeight();
-    const int divisions = plot.height >= 8 * lineHeight ? 4 : plot.height >= 4 * lineHeight ? 2 : 1;
+    const int divisions = plot.height >= 8 * lineHeight   ? kMostDivisions
+                          : plot.height >= 4 * lineHeight ? 2
+                                                          : 1;
     for (int division = 0; division <= divisions; ++division) {
         const int y = plot.GetBottom() - (plot.height - 1) * division / divisions;
         surface.shapes.SetPen(wxPen(palette.faint));

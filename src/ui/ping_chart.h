@@ -39,6 +39,10 @@ private:
     const PingHistory& m_history;
 };
 
+// "0.25 ms", "12 ms": as many decimals as `value` has, two at most, so that a grid line is labelled with
+// where it stands.
+wxString Milliseconds(double value);
+
 // The smallest of 1, 2, 5, 10, 20, 50 ... that is not below `value`: the top of a chart's axis.
 std::uint32_t RoundAxis(std::uint32_t value);
 
