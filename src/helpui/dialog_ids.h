@@ -66,6 +66,7 @@ inline constexpr int kVersionLine = 1028;
 inline constexpr int kLegalNotice = 1029;
 inline constexpr int kWebPage = 1030;
 inline constexpr int kSupportMail = 1031;
+inline constexpr int kHelpBook = 1032;
 } // namespace about_control
 
 namespace debug_flags_control {
@@ -82,6 +83,7 @@ inline constexpr int kEnable = 1027;
 namespace frame_control {
 inline constexpr int kChartPane = 1040;
 inline constexpr int kProgress = 1041;
+inline constexpr int kLibrary = 1042;
 inline constexpr int kStatusBar = 0xE801;
 inline constexpr int kOutputPane = 0xE900;
 } // namespace frame_control

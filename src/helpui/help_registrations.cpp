@@ -27,6 +27,7 @@ constexpr Registration kRegistrations[] = {
     {kTemplateFrame, 0, 30135, kTopicMainWindow},
     {kTemplateFrame, frame_control::kChartPane, 6600, kTopicChart},
     {kTemplateFrame, frame_control::kProgress, 6601, kTopicChart},
+    {kTemplateFrame, frame_control::kLibrary, 6602, kTopicMainWindow},
 
     {kDialogParameters, 0, 6200, kTopicParameters},
     {kDialogParameters, parameters::kTun1, 6201, kTopicParametersMode},
@@ -70,6 +71,7 @@ constexpr Registration kRegistrations[] = {
     {kDialogAbout, about::kLegalNotice, 6002, kTopicAbout},
     {kDialogAbout, about::kWebPage, 6003, kTopicAbout},
     {kDialogAbout, about::kSupportMail, 6004, kTopicAbout},
+    {kDialogAbout, about::kHelpBook, 6603, kTopicAbout},
 
     {kDialogDebugFlags, 0, 6500, kTopicDebugFlags},
     {kDialogDebugFlags, debug_flags::kOldNewValues, 6501, kTopicDebugFlags},

@@ -93,6 +93,12 @@ constexpr HelpString kProgramStrings[] = {
     {6600, L"This chart shows the pings of the running test as their replies arrive: the round trip time of "
            L"each, those that timed out, and those that were answered late.\nPing Chart"},
     {6601, L"This shows how much of the ping test is done.\nProgress"},
+    {6602,
+     L"This is the interface library that the guest uses. When it is not that of the Netorra package, a "
+     L"test says nothing about Netorra.\nInterface Library"},
+
+    // About box without a web page
+    {6603, L"Click here to open the help book.\nHelp Book"},
 };
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <wx/uri.h>
 
 #include "helpui/dialog_ids.h"
+#include "helpui/help_book.h"
 #include "helpui/make_child.h"
 #include "helpui/program_icons.h"
 #include "hostnet/report.h"
@@ -23,6 +24,13 @@ namespace ids = about_control;
 constexpr const wchar_t* kPlacement = L"About";
 constexpr int kIconSize = 48;
 
+constexpr const char* kProductPage = VNXTEST_PRODUCT_PAGE;
+constexpr const char* kSupportMail = VNXTEST_SUPPORT_MAIL;
+
+bool HasAddress(const char* setting) {
+    return *setting != '\0';
+}
+
 wxString MailAddress(const wxString& version) {
     wxString subject = wxString(kProductDescription) + " " + version;
     subject.Replace(" ", "%20");
@@ -30,10 +38,26 @@ wxString MailAddress(const wxString& version) {
 }
 
 // The system may count its text shorter than it draws it.
-wxHyperlinkCtrl* MakeLink(wxWindow* parent, int id, const wxString& label, const wxString& target) {
-    auto* const link = MakeChild<wxHyperlinkCtrl>(parent, id, label, target);
+wxHyperlinkCtrl* MakeLink(wxWindow* parent, int id, const wxString& label, const wxString& target,
+                          long style = wxHL_DEFAULT_STYLE) {
+    auto* const link =
+        MakeChild<wxHyperlinkCtrl>(parent, id, label, target, wxDefaultPosition, wxDefaultSize, style);
     const int width = link->GetTextExtent(label).x + parent->FromDIP(4);
     link->SetMinSize(wxSize(std::max(link->GetBestSize().x, width), -1));
+    return link;
+}
+
+// Leads to no address: there is none that could be copied.
+wxHyperlinkCtrl* MakeHelpLink(wxWindow* parent) {
+    const wxString label = "Netorra Help";
+    wxHyperlinkCtrl* const link =
+        MakeLink(parent, ids::kHelpBook, label, label, wxHL_ALIGN_CENTRE | wxNO_BORDER);
+    link->UnsetToolTip();
+    link->Bind(wxEVT_HYPERLINK, [parent](wxHyperlinkEvent&) {
+        if (HelpBook* const book = HelpBook::Current()) {
+            book->OpenContents(parent);
+        }
+    });
     return link;
 }
 
@@ -56,12 +80,16 @@ CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
                wxSizerFlags().Border(wxBOTTOM, gap));
     lines->Add(MakeChild<wxStaticText>(this, ids::kLegalNotice, facts.copyright),
                wxSizerFlags().Border(wxBOTTOM, gap));
-    lines->Add(MakeLink(this, ids::kWebPage, kProductPage, kProductPage),
-               wxSizerFlags().Border(wxBOTTOM, gap));
+    if (HasAddress(kProductPage)) {
+        lines->Add(MakeLink(this, ids::kWebPage, kProductPage, kProductPage),
+                   wxSizerFlags().Border(wxBOTTOM, gap));
+    }
     auto* const contact = MakeChild<wxBoxSizer>(wxHORIZONTAL);
     contact->Add(MakeChild<wxStaticText>(this, wxID_ANY, "Support contact:"),
                  wxSizerFlags().CentreVertical().Border(wxRIGHT, gap));
-    contact->Add(MakeLink(this, ids::kSupportMail, kSupportMail, MailAddress(version)),
+    contact->Add(HasAddress(kSupportMail)
+                     ? MakeLink(this, ids::kSupportMail, kSupportMail, MailAddress(version))
+                     : MakeHelpLink(this),
                  wxSizerFlags().CentreVertical());
     lines->Add(contact);
     content->Add(lines, wxSizerFlags(1));

@@ -6,8 +6,5 @@ namespace vnxtest {
 inline constexpr const char* kProductName = "VNXTest64UD";
 inline constexpr const char* kCompanyName = "Corvane Software Works";
 inline constexpr const char* kProductDescription = "Vnetx for Windows Testing Program";
-// Where the product is described and supported.
-inline constexpr const char* kProductPage = "https://www.corvane.example/vnxtest";
-inline constexpr const char* kSupportMail = "support@corvane.example";
 
 } // namespace vnxtest
