@@ -12,7 +12,6 @@ inline constexpr int kTemplateFrame = 128;
 inline constexpr int kDialogParameters = 130;
 inline constexpr int kDialogPingWho = 131;
 inline constexpr int kDialogDefaultGateway = 132;
-inline constexpr int kContextMenuView = 133;
 inline constexpr int kDialogBufferSizes = 134;
 inline constexpr int kDialogAbout = 135;
 inline constexpr int kDialogDebugFlags = 136;

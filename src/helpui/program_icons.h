@@ -2,15 +2,11 @@
 // PNG images, or the program's resources.
 #pragma once
 
-#include <wx/bmpbndl.h>
 #include <wx/iconbndl.h>
 
 namespace vnxtest {
 
 // For wxTopLevelWindow::SetIcons.
 wxIconBundle ProgramIcons();
-
-// For a place in a dialog, at whatever resolution its screen has.
-wxBitmapBundle ProgramIconBitmaps();
 
 } // namespace vnxtest

@@ -2,7 +2,6 @@
 
 #include <wx/bitmap.h>
 #include <wx/icon.h>
-#include <wx/vector.h>
 
 #include "helpui/embedded_icons.h"
 
@@ -16,14 +15,6 @@ wxIconBundle ProgramIcons() {
         icons.AddIcon(icon);
     }
     return icons;
-}
-
-wxBitmapBundle ProgramIconBitmaps() {
-    wxVector<wxBitmap> bitmaps;
-    for (const std::span<const unsigned char> png : EmbeddedIcons()) {
-        bitmaps.push_back(wxBitmap::NewFromPNGData(png.data(), png.size()));
-    }
-    return wxBitmapBundle::FromBitmaps(bitmaps);
 }
 
 } // namespace vnxtest
