@@ -16,6 +16,9 @@ namespace vnxtest {
 
 namespace {
 constexpr const wchar_t* kPlacement = L"MainFrame";
+// Device-independent pixels.
+constexpr int kSmallestWidth = 480;
+constexpr int kSmallestHeight = 320;
 } // namespace
 
 CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
@@ -35,7 +38,8 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
     const wxSize screen = wxDisplay(this).GetClientArea().GetSize();
     wxSize size(120 * GetCharWidth(), 42 * GetCharHeight());
     size.DecTo(screen);
-    SetInitialSize(size);
+    SetMinSize(FromDIP(wxSize(kSmallestWidth, kSmallestHeight)));
+    SetSize(size);
     m_placement.Restore(PlacementParts::PositionAndSize);
 
     Bind(
