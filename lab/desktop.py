@@ -254,6 +254,10 @@ class Program:
         """What the chart says of itself, or None when it is hidden."""
         return next((panel.name for panel in self.frame.select("panel") if panel.name.startswith("Ping chart")), None)
 
+    def status(self):
+        """What the status bar shows."""
+        return next(panel.name for panel in self.frame.select("panel") if panel.name.startswith("Status bar"))
+
     def start_guest(self):
         self.choose_dialog("t", 'Start "Vantor"...', "VNXTest64UD Parameters")
         self.desktop.keys("Return")

@@ -3,7 +3,6 @@
 #include <memory>
 
 #include <wx/frame.h>
-#include <wx/log.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 #include <wx/utils.h>
@@ -60,11 +59,15 @@ void OutputFinder::ShowDialog(wxWindow* parent) {
 }
 
 void OutputFinder::FindNext() {
-    if (!HasText() || m_text.FindText(m_data.GetFindString(), m_data.GetFlags())) {
+    if (!HasText()) {
+        return;
+    }
+    if (m_text.FindText(m_data.GetFindString(), m_data.GetFlags())) {
+        m_tell(wxString());
         return;
     }
     wxBell();
-    wxLogStatus("Cannot find \"%s\"", m_data.GetFindString());
+    m_tell(wxString::Format("Cannot find \"%s\"", m_data.GetFindString()));
 }
 
 } // namespace vnxtest

@@ -2,6 +2,7 @@
 // User-interface thread.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include <wx/fdrepdlg.h>
@@ -12,8 +13,9 @@ namespace vnxtest {
 
 class OutputFinder {
 public:
-    // `text` must outlive this.
-    explicit OutputFinder(COutputText& text) : m_text(text) {}
+    // `text` must outlive this. `tell` shows the user a message; an empty one takes the last away.
+    OutputFinder(COutputText& text, std::function<void(const wxString&)> tell)
+        : m_text(text), m_tell(std::move(tell)) {}
     ~OutputFinder();
     OutputFinder(const OutputFinder&) = delete;
     OutputFinder& operator=(const OutputFinder&) = delete;
@@ -29,6 +31,7 @@ private:
     void CloseDialog();
 
     COutputText& m_text;
+    std::function<void(const wxString&)> m_tell;
     wxFindReplaceData m_data{wxFR_DOWN};
     wxFindReplaceDialog* m_dialog = nullptr;
 };

@@ -1,11 +1,10 @@
 #include "ui/main_frame.h"
 
-#include <array>
-
 #include <wx/display.h>
 
 #include "helpui/dialog_ids.h"
 #include "helpui/help_book.h"
+#include "helpui/make_child.h"
 #include "helpui/program_icons.h"
 #include "ui/about_dlg.h"
 #include "ui/command_ids.h"
@@ -29,10 +28,9 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
     SetMenuBar(MakeMainMenu().release());
     SetAcceleratorTable(MakeAccelerators());
 
-    constexpr std::array kWidths = {-3, -4};
-    CreateStatusBar(static_cast<int>(kWidths.size()));
-    SetStatusWidths(static_cast<int>(kWidths.size()), kWidths.data());
-    GetHelp()->Assign(*GetStatusBar(), frame_control::kStatusBar);
+    m_statusBar = MakeChild<CStatusBar>(this);
+    SetStatusBar(m_statusBar);
+    GetHelp()->Assign(*m_statusBar, frame_control::kStatusBar);
 
     // A report's lines with their time stamps, and a chart below them.
     const wxSize screen = wxDisplay(this).GetClientArea().GetSize();
@@ -63,6 +61,8 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
 void CMainFrame::RegisterHelp(HelpMaps& maps) {
     maps.remap.Register(MakeHelpKey(kTemplateFrame, frame_area::kStatusField + kProgressField),
                         MakeHelpKey(kTemplateFrame, frame_control::kProgress));
+    maps.remap.Register(MakeHelpKey(kTemplateFrame, frame_area::kStatusField + kLibraryField),
+                        MakeHelpKey(kTemplateFrame, frame_control::kLibrary));
 }
 
 void CMainFrame::FillSystemMenu(wxMenu& menu) {

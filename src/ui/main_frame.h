@@ -4,18 +4,17 @@
 
 #include "helpui/help_button_wnd.h"
 #include "platform/profile.h"
+#include "ui/status_bar.h"
 #include "ui/window_placement.h"
 
 namespace vnxtest {
-
-// The fields of the status bar.
-inline constexpr int kPromptField = 0;   // prompts of menu items, and messages
-inline constexpr int kProgressField = 1; // the running ping test
 
 class CMainFrame final : public CHelpButtonFrameWnd {
 public:
     // `profile` must outlive this; the window's place is kept there.
     CMainFrame(wxDocManager& manager, Profile& profile);
+
+    CStatusBar& StatusBar() { return *m_statusBar; }
 
 protected:
     void RegisterHelp(HelpMaps& maps) override;
@@ -27,6 +26,7 @@ private:
 
     Profile& m_profile;
     WindowPlacement m_placement;
+    CStatusBar* m_statusBar = nullptr;
 };
 
 } // namespace vnxtest

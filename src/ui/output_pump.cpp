@@ -31,10 +31,19 @@ void OutputPump::OnOutputPending() {
     wxWakeUpIdle();
 }
 
+// One batch may go beyond what the control has room for, so that the control knows that it is full.
+void OutputPump::TakeBatch() {
+    std::string batch = m_channel.TakePending();
+    if (m_waiting <= m_text.Room()) {
+        m_waiting += batch.size();
+        m_backlog.push_back(std::move(batch));
+    }
+}
+
 bool OutputPump::AppendSlice(std::size_t largest) {
     // Taken at once even when there is a backlog: what grows in the channel grows under its lock.
     if (std::exchange(m_pending, false)) {
-        m_backlog.push_back(m_channel.TakePending());
+        TakeBatch();
     }
     while (!m_backlog.empty() && m_backlogAt == m_backlog.front().size()) {
         m_backlog.pop_front();
@@ -49,9 +58,11 @@ bool OutputPump::AppendSlice(std::size_t largest) {
         lineEnd = lineEnd == std::string_view::npos ? slice.find('\n', largest) : lineEnd;
         slice = slice.substr(0, lineEnd == std::string_view::npos ? lineEnd : lineEnd + 1);
     }
-    m_text.AppendLines(slice);
     m_backlogAt += slice.size();
-    m_appended();
+    m_waiting -= slice.size();
+    if (m_text.AppendLines(slice)) {
+        m_appended();
+    }
     return true;
 }
 
@@ -81,6 +92,7 @@ void OutputPump::Drop() {
     m_pending = false;
     m_backlog.clear();
     m_backlogAt = 0;
+    m_waiting = 0;
 }
 
 } // namespace vnxtest

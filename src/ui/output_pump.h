@@ -1,7 +1,8 @@
 // Moves what waits in the output channel into the control, without ever holding up the window.
 //
 // A batch is appended at once; one that is too large for that is cut into slices at line ends, and
-// keys, clicks and drawing come first between two of them. Order is kept and nothing is lost.
+// keys, clicks and drawing come first between two of them. Order is kept and nothing is lost, up to what
+// the control may hold: what is beyond that does not wait for it.
 // User-interface thread.
 #pragma once
 
@@ -35,6 +36,7 @@ public:
 private:
     void OnIdle(wxIdleEvent& event);
     bool AppendSlice(std::size_t largest);
+    void TakeBatch();
 
     OutputChannel& m_channel;
     COutputText& m_text;
@@ -42,6 +44,7 @@ private:
     bool m_pending = false;            // the channel has lines
     std::deque<std::string> m_backlog; // batches taken from it, not yet shown
     std::size_t m_backlogAt = 0;       // how much of the first is shown
+    std::size_t m_waiting = 0;         // bytes of the backlog that are not shown
 };
 
 } // namespace vnxtest

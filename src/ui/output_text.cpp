@@ -78,12 +78,16 @@ void COutputText::AppendRaw(std::string_view lines) {
     SetReadOnly(true);
 }
 
-void COutputText::AppendLines(std::string_view lines) {
+std::size_t COutputText::Room() const {
+    return m_full ? 0 : m_mostBytes - std::min(m_mostBytes, static_cast<std::size_t>(GetLength()));
+}
+
+bool COutputText::AppendLines(std::string_view lines) {
     if (m_full) {
-        return;
+        return false;
     }
     const bool follow = IsAtEnd();
-    const std::size_t room = m_mostBytes - std::min(m_mostBytes, static_cast<std::size_t>(GetLength()));
+    const std::size_t room = Room();
     m_full = lines.size() > room;
     if (m_full) {
         const std::size_t lineEnd = lines.substr(0, room).rfind('\n');
@@ -95,6 +99,7 @@ void COutputText::AppendLines(std::string_view lines) {
     if (follow) {
         GotoPos(GetLength());
     }
+    return true;
 }
 
 // The control grows its buffer by a sixth at a time and copies all of it each time, which holds a large
@@ -102,7 +107,7 @@ void COutputText::AppendLines(std::string_view lines) {
 // Memory that is only reserved costs nothing.
 void COutputText::Reserve(int bytes) {
     constexpr int kMebi = 1024 * 1024;
-    constexpr std::array kSteps = {kMebi, 256 * kMebi, 1024 * kMebi, 2040 * kMebi};
+    constexpr std::array kSteps = {kMebi, 128 * kMebi, 520 * kMebi};
     if (bytes <= m_reserved) {
         return;
     }

@@ -2,7 +2,7 @@
 //
 // It holds millions of lines and appends without redrawing what is there. A reader who has put the
 // caret or a selection anywhere but at the end keeps it, and the part of the text he looks at, whatever
-// is appended. When it can hold no more it says so in its last line and leaves out what follows.
+// is appended. When it holds as much as it may it says so in its last line and leaves out what follows.
 // User-interface thread.
 #pragma once
 
@@ -14,13 +14,20 @@ namespace vnxtest {
 
 class COutputText final : public wxStyledTextCtrl {
 public:
-    // The control counts its bytes in 31 bits, and needs room to work.
-    static constexpr std::size_t kMostBytes = 0x7F000000;
+    // Millions of lines. The control keeps two bytes for each of the text, so that a full report takes a
+    // gigabyte of memory.
+    static constexpr std::size_t kMostBytes = std::size_t{512} * 1024 * 1024;
 
+    // Holds `mostBytes` of text, at most kMostBytes.
     explicit COutputText(wxWindow* parent, std::size_t mostBytes = kMostBytes);
 
     // Appends `lines` (UTF-8). When the caret stood at the end it is at the end afterwards, and in view.
-    void AppendLines(std::string_view lines);
+    // False when it is full and nothing was appended.
+    bool AppendLines(std::string_view lines);
+    // The report is full: its last line says so.
+    bool IsFull() const { return m_full; }
+    // How much it can still take, in bytes.
+    std::size_t Room() const;
     // Empties the document.
     void EmptyText();
 

@@ -1,5 +1,6 @@
 #include "ui/panes.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "helpui/make_child.h"
@@ -8,12 +9,19 @@ namespace vnxtest {
 
 namespace {
 constexpr const wchar_t* kShowChart = L"ShowPingChart";
+constexpr const wchar_t* kReportLimit = L"ReportLimit"; // mebibytes
+constexpr std::size_t kMebi = std::size_t{1024} * 1024;
+
+std::size_t ReportLimit(Profile& profile) {
+    constexpr std::uint32_t kMost = COutputText::kMostBytes / kMebi;
+    return std::clamp(profile.ReadNumber(kReportLimit, kMost), 1U, kMost) * kMebi;
+}
 } // namespace
 
 CPanes::CPanes(wxWindow* parent, const PingHistory& history, Profile& profile)
     : wxSplitterWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                        wxSP_3DSASH | wxSP_LIVE_UPDATE | wxSP_NOBORDER),
-      m_profile(profile), m_text(MakeChild<COutputText>(this)),
+      m_profile(profile), m_text(MakeChild<COutputText>(this, ReportLimit(profile))),
       m_chart(MakeChild<CPingChart>(this, history)) {
     // The chart keeps its height when the window is resized; the text takes what is left.
     SetSashGravity(1.0);

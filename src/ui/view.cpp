@@ -11,6 +11,7 @@
 #include "helpui/make_child.h"
 #include "hostnet/report.h"
 #include "ui/app.h"
+#include "ui/document.h"
 #include "ui/main_frame.h"
 #include "ui/menus.h"
 #include "ui/parameters_dlg.h"
@@ -37,8 +38,10 @@ CVNXTestView::~CVNXTestView() {
     m_channel.Detach();
     m_finder.reset();
     m_pump.reset();
-    if (m_panes != nullptr) {
-        m_panes->Destroy();
+    for (wxWindow* const child : {static_cast<wxWindow*>(m_fullBar), static_cast<wxWindow*>(m_panes)}) {
+        if (child != nullptr) {
+            child->Destroy();
+        }
     }
 }
 
@@ -53,18 +56,19 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
     CMainFrame& frame = app.MainFrame();
     SetFrame(&frame);
     m_panes = MakeChild<CPanes>(&frame, m_history, app.UserProfile());
+    m_fullBar = MakeChild<CFullReportBar>(
+        &frame, [this] { GetDocument()->Save(); },
+        [this] { wxStaticCast(GetDocument(), CVNXTestDoc)->StartOver(); });
     auto* const client = MakeChild<wxBoxSizer>(wxVERTICAL);
+    client->Add(m_fullBar, wxSizerFlags().Expand());
     client->Add(m_panes, wxSizerFlags(1).Expand());
     frame.SetSizer(client);
     frame.Layout();
     frame.GetHelp()->Assign(m_panes->Text(), frame_control::kOutputPane);
     frame.GetHelp()->Assign(m_panes->Chart(), frame_control::kChartPane);
-    m_pump.emplace(m_channel, m_panes->Text(), [this] {
-        if (!GetDocument()->IsModified()) {
-            GetDocument()->Modify(true);
-        }
-    });
-    m_finder.emplace(m_panes->Text());
+    m_pump.emplace(m_channel, m_panes->Text(), [this] { OnAppended(); });
+    m_finder.emplace(m_panes->Text(), [&frame](const wxString& message) { frame.StatusBar().Tell(message); });
+    ShowLibrary();
     Bind(EVT_VIEW_MESSAGE,
          [this](wxThreadEvent& event) { HandleViewMessage(static_cast<ViewMessage>(event.GetInt())); });
     m_refreshTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshPingDisplay(); });
@@ -92,9 +96,34 @@ void CVNXTestView::InitialUpdate() {
     }
 }
 
+// Also what has taken the place of the package's library: a test of that one would prove nothing of Netorra.
+void CVNXTestView::ShowLibrary() {
+    const VnetxLibrary& library = *m_engine.Library();
+    const wxString name = library.ModuleName();
+    TheApp().MainFrame().SetStatusText(
+        library.WhyNotThePackage().empty() ? "Library: " + name : "Not the package's library: " + name,
+        kLibraryField);
+}
+
+void CVNXTestView::OnAppended() {
+    if (!GetDocument()->IsModified()) {
+        GetDocument()->Modify(true);
+    }
+    if (m_panes->Text().IsFull()) {
+        ShowWhetherFull();
+    }
+}
+
+void CVNXTestView::ShowWhetherFull() {
+    const bool full = m_panes->Text().IsFull();
+    TheApp().MainFrame().StatusBar().TellStanding(full ? "The report is full: what follows is left out" : "");
+    m_fullBar->ShowWhile(full);
+}
+
 void CVNXTestView::StartOver() {
     m_pump->Drop();
     m_panes->Text().EmptyText();
+    ShowWhetherFull();
     GetDocument()->Modify(false);
     if (IsStopped()) {
         const wxBusyCursor busy;

@@ -15,6 +15,7 @@
 #include "guest/front_end.h"
 #include "ui/command_ids.h"
 #include "ui/find.h"
+#include "ui/full_report_bar.h"
 #include "ui/output_pump.h"
 #include "ui/panes.h"
 #include "ui/ping_history.h"
@@ -52,6 +53,9 @@ private:
     using Handler = void (CVNXTestView::*)();
     using Rule = bool (CVNXTestView::*)();
 
+    void ShowLibrary();
+    void OnAppended();
+    void ShowWhetherFull();
     void HandleViewMessage(ViewMessage message);
     void BindCommands();
     void BindCommand(Command command, Handler handler, Rule enabled, Rule checked = nullptr);
@@ -98,6 +102,7 @@ private:
     PingHistory m_history;
     PingWhoParameters m_asked; // of the last ping test
     CPanes* m_panes = nullptr;
+    CFullReportBar* m_fullBar = nullptr;
     std::optional<OutputPump> m_pump;
     std::optional<OutputFinder> m_finder;
     wxTimer m_refreshTimer;

@@ -113,9 +113,65 @@ class Menus(DesktopCase):
         self.assertEqual(*([line[13:] for line in text.splitlines() if "vnxtest" not in line]
                            for text in (again, told)))
 
+    def test_a_prompt_that_goes_and_what_the_status_bar_and_the_open_dialog_say(self):
+        program, desktop = self.program, self.desktop
+        self.assertIn(": Library: built-in sim", program.status())
+        desktop.keys("ctrl+f")
+        program.dialog("Find").find("text").fill("nowhere to be found")
+        for again in ("Return", "Return"):
+            desktop.keys(again)
+            self.wait(lambda: 'Cannot find "nowhere to be found"' in program.status(), "it is said")
+        self.wait(lambda: "Cannot find" not in program.status(), "it is no more said", 12)
+        desktop.keys("Return")
+        self.wait(lambda: "Cannot find" in program.status(), "it is said again")
+        program.dialog("Find").find("text").fill("gateway")
+        desktop.keys("Return")
+        self.wait(lambda: "Cannot find" not in program.status(), "found: it is no more said at once", 2)
+        desktop.keys("Escape")
+        program.wait_no_dialog()
+        desktop.keys("ctrl+o")
+        program.dialog("Open File").find("combo box", "VNXTest Reports (*.vnt)")
+        desktop.keys("Escape")
+        program.wait_no_dialog()
+
+    def test_smallest_window(self):
+        window = self.desktop.xdotool("search", "--onlyvisible", "--name", "Untitled - VNXTest").split()[-1]
+        self.desktop.xdotool("windowsize", window, 100, 100)
+        self.wait(lambda: self.program.frame.place.width < 900, "it is smaller")
+        time.sleep(SHORTEST)
+        place = self.program.frame.place
+        self.assertTrue(480 <= place.width < 500 and 320 <= place.height < 360, place)
+        self.assertIsNotNone(self.program.chart(), "the chart is still there")
+
     def clipboard(self):
         """What another program finds on the clipboard."""
         script = "import gi; gi.require_version('Gtk', '3.0'); from gi.repository import Gtk, Gdk; " \
                  "print(Gtk.Clipboard.get(Gdk.SELECTION_CLIPBOARD).wait_for_text(), end='')"
         return subprocess.run(["/usr/bin/python3", "-c", script], env=self.desktop.env, capture_output=True, text=True,
                               check=True, timeout=20).stdout
+
+
+class FullReport(DesktopCase):
+    arguments = None
+    END = "** The report is full, what follows is left out. Save it and start a new one (Ctrl+N).\n"
+
+    def test_is_told_saved_and_started_anew(self):
+        (self.desktop.path / "config/VNXTest64UD").mkdir()
+        (self.desktop.path / "config/VNXTest64UD/VNXTest64UD.conf").write_text("[Settings]\nReportLimit=1\n")
+        program = self.program = self.start("--library", "sim")
+        program.start_guest()
+        self.assertEqual(program.frame.select("push button", "New report"), [])
+        program.start_ping(Count=20000, Size=8, Delay=0, Timeout=10000)
+        self.wait(lambda: "The report is full" in program.status(), "it is full", 60)
+        program.wait_ping_end()
+        program.press(program.frame, "Save")
+        path = self.desktop.path / "full.vnt"
+        program.enter_path("Save As", path)
+        self.wait(path.exists, "it is saved")
+        text = path.read_text()
+        self.assertTrue(text.endswith(self.END) and 0 <= 2**20 + len(self.END) - len(text) < 200, text[-300:])
+        program.stop_guest()  # its lines are left out, so there is nothing to be asked for
+        program.press(program.frame, "New report")
+        self.wait(lambda: "The report is full" not in program.status(), "there is a new one")
+        self.assertEqual(program.frame.select("push button", "New report"), [])
+        self.assertIn("Simulated adapter", program.save(self.desktop.path / "new.vnt"))

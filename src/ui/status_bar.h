@@ -1,0 +1,34 @@
+// The status bar: prompts of menu items and messages, the running ping test, the interface library. What it
+// shows is also what assistive software reads of it. User-interface thread.
+#pragma once
+
+#include <wx/statusbr.h>
+#include <wx/timer.h>
+
+namespace vnxtest {
+
+// The fields behind the first, which is for prompts and messages.
+inline constexpr int kProgressField = 1;
+inline constexpr int kLibraryField = 2;
+
+class CStatusBar final : public wxStatusBar {
+public:
+    explicit CStatusBar(wxWindow* parent);
+
+    // Shows a message for some seconds; an empty one takes the last away at once.
+    void Tell(const wxString& message);
+    // Shows a message whenever there is no other, until it is replaced by an empty one.
+    void TellStanding(const wxString& message);
+
+protected:
+    void DoUpdateStatusText(int field) override;
+
+private:
+    void OnTimer();
+
+    wxString m_message;
+    wxString m_standing;
+    wxTimer m_timer;
+};
+
+} // namespace vnxtest
