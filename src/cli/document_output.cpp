@@ -11,6 +11,9 @@ namespace vnxtest {
 
 namespace {
 
+// What the library says of something that takes more rights than there are (DebugLines::TellRefusal).
+constexpr std::string_view kRefusalMark = " may not be opened by this program itself. ";
+
 constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
 
 std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
@@ -73,12 +76,19 @@ void DocumentOutput::NoteFailures(std::string_view text) {
         const std::string_view line = text.substr(0, end);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
         const std::string_view message = line.substr(std::min(line.size(), kStampLength));
-        if (m_failureGoesOn) {
+        const bool begins = message.starts_with("** ") || message.starts_with("*** ");
+        if (message.find(kRefusalMark) != std::string_view::npos) {
+            m_refusal = FromUtf8(message) + L"\n";
+            m_refusalGoesOn = true;
+        } else if (m_refusalGoesOn && !begins) {
+            m_refusal += FromUtf8(message) + L"\n";
+        } else if (m_failureGoesOn) {
             m_lastFailure += L"\n" + FromUtf8(message);
             m_failureGoesOn = false;
         } else if ((message.starts_with("** ") || message.starts_with("*** MonitorThread: ")) &&
                    message.find(" failed") != std::string_view::npos) {
-            m_lastFailure = FromUtf8(message);
+            m_lastFailure = m_refusal + FromUtf8(message);
+            m_refusalGoesOn = false;
             m_failureGoesOn = message.ends_with(';');
         }
     }

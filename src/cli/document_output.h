@@ -38,7 +38,13 @@ public:
     // The last message of a failure that went through since ForgetFailures: its line, and the one below when
     // the message has two. Without time stamps; empty when there was none.
     const std::wstring& LastFailureMessage() const { return m_lastFailure; }
-    void ForgetFailures() { m_lastFailure.clear(); }
+    // Before that failure the library said what this program may not open and what is to be done about it;
+    // it is a part of the message.
+    bool WasRefused() const { return !m_refusal.empty(); }
+    void ForgetFailures() {
+        m_lastFailure.clear();
+        m_refusal.clear();
+    }
 
 private:
     void NoteFailures(std::string_view text);
@@ -50,6 +56,8 @@ private:
     std::wstring m_problem;
     std::wstring m_lastFailure;
     bool m_failureGoesOn = false; // the next line belongs to m_lastFailure
+    std::wstring m_refusal;       // the lines of it
+    bool m_refusalGoesOn = false;
 };
 
 } // namespace vnxtest

@@ -402,7 +402,7 @@ std::wstring Session::DescribeStoppedGuest() const {
     const bool tun = EqualNoCase(m_options.library, L"tun");
     const bool capture = EqualNoCase(m_options.library, L"pcap") || EqualNoCase(m_options.library, L"auto");
     const Privilege needed = tun ? Privilege::NetworkAdministration : Privilege::Capture;
-    if ((tun || capture) && !m_rightsGivenUp && !HasPrivilege(needed)) {
+    if ((tun || capture) && !m_rightsGivenUp && !m_output.WasRefused() && !MayOpen(needed)) {
         return text + L"\n" + HowToGrant(needed);
     }
     return text +

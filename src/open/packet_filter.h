@@ -101,4 +101,10 @@ private:
     std::uint16_t m_length = 0;
 };
 
+// A packet socket bound to one adapter, promiscuous, since the guest's MAC is not the adapter's, and filtered
+// from its first frame on; `lock` locks the filter for good. The descriptor, or -1 with errno and, in `call`,
+// the name of what failed. Takes CAP_NET_RAW.
+int OpenPacketSocket(PacketSocketKind kind, std::uint32_t adapter, MacAddress guest, bool lock,
+                     const char*& call);
+
 } // namespace vnxtest

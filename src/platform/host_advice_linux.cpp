@@ -11,7 +11,7 @@ HostAdvice GetHostAdvice() {
         L"loopback adapter serves: see Microsoft knowledge-base article 839013.)";
     advice.driverMissing = L"Install libpcap from your distribution's packages and start the program again.";
     advice.openFailed = L"Set the adapter up with \"ip link set NAME up\" if it is down.";
-    if (!HasPrivilege(Privilege::Capture)) {
+    if (!MayOpen(Privilege::Capture)) {
         advice.openFailed = HowToGrant(Privilege::Capture);
         advice.noAdapters = advice.openFailed + L"\n" + advice.noAdapters;
     }

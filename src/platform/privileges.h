@@ -14,18 +14,24 @@ enum class Privilege {
 // This process has the right. Any thread.
 bool HasPrivilege(Privilege privilege);
 
-// Whole sentences that say which right is missing and the exact command that grants it to this program.
+// Something that takes the right can be opened: by this process, or for it by the helper `vnxtest-open`.
+// Any thread.
+bool MayOpen(Privilege privilege);
+
+// Whole sentences that say what is missing for MayOpen and the exact command that grants it: to the helper,
+// never to the programs.
 std::wstring HowToGrant(Privilege privilege);
 
 // What a running guest may still have to be allowed.
 struct KeptPrivileges {
     bool network = false; // to open interfaces again
     bool files = false;   // as root, to save a file where root's own rights do not reach
+    bool helper = false;  // to start the helper, which has rights of its own: no_new_privs is left out
 };
 
 // Gives up, in every thread of this process, every capability but those kept (capabilities(7)), from the
 // permitted set, so that none can be taken up again, and asks the kernel of every thread whether it is so.
-// Sets no_new_privs, so that no program that is started from here has more.
+// Sets no_new_privs, so that no program that is started from here has more, unless the helper is kept.
 // False, with a sentence in `problem`, when a thread holds more after a second (one that blocks every signal
 // cannot be reached) or the kernel does not tell: the program must not go on then. Threads that run now are
 // meant; those they start have no more than they. True on Windows without doing anything: a token's rights

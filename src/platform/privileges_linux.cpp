@@ -12,6 +12,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "open/helper.h"
 #include "platform/privileges.h"
 #include "platform/process_threads_linux.h"
 #include "wrenlib/errors.h"
@@ -45,6 +46,7 @@ bool MayOpenTunDevice() {
 // Capabilities belong to a thread, so each thread has to give up its own: a signal makes it do so. What
 // is kept is set before the signal is sent.
 std::uint64_t g_keptCapabilities = 0;
+bool g_keepsHelper = false;
 
 std::uint64_t MaskOf(std::initializer_list<int> capabilities) {
     std::uint64_t mask = 0;
@@ -68,7 +70,9 @@ void GiveUpInThisThread(int) {
         }
         syscall(SYS_capset, &header, data);
     }
-    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    if (!g_keepsHelper) {
+        prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    }
     errno = code;
 }
 
@@ -109,50 +113,30 @@ void AskToGiveUp(std::vector<pid_t>& threads, int signal) {
     }
 }
 
-// The running program's own file.
-std::wstring ProgramPath() {
-    std::error_code error;
-    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? L"vnxtest-cli" : FromUtf8(path.native());
-}
-
-// As a word of a shell command.
-std::wstring Quoted(const std::wstring& text) {
-    const bool plain = text.find_first_of(L" \t\"'\\$`&|;<>()*?[]#~!") == std::wstring::npos;
-    if (plain) {
-        return text;
-    }
-    std::wstring quoted = L"'";
-    for (const wchar_t c : text) {
-        quoted += c == L'\'' ? std::wstring(L"'\\''") : std::wstring(1, c);
-    }
-    return quoted + L"'";
-}
-
 } // namespace
 
 bool HasPrivilege(Privilege privilege) {
     return HasCapability(privilege) && (privilege == Privilege::Capture || MayOpenTunDevice());
 }
 
+bool MayOpen(Privilege privilege) {
+    return HasPrivilege(privilege) || (StateOfHelper(HelperPath()) == HelperState::Ready &&
+                                       (privilege == Privilege::Capture || MayOpenTunDevice()));
+}
+
 std::wstring HowToGrant(Privilege privilege) {
-    std::wstring text;
     if (privilege == Privilege::NetworkAdministration && !MayOpenTunDevice()) {
-        text = L"You may not open the device file /dev/net/tun. Open it to its users with\n"
-               L"    sudo chmod a+rw /dev/net/tun\n";
+        return L"You may not open the device file /dev/net/tun. Open it to its users with\n"
+               L"    sudo chmod a+rw /dev/net/tun\n"
+               L"or run the program as root.";
     }
-    if (!HasCapability(privilege)) {
-        const wchar_t* const name = privilege == Privilege::Capture ? L"cap_net_raw" : L"cap_net_admin";
-        text += Sprintf(L"This program lacks the capability %s. Grant it to the program with\n"
-                        L"    sudo setcap %s+ep %s\n",
-                        std::wstring(name), std::wstring(name), Quoted(ProgramPath()));
-    }
-    return text + L"or run the program as root.";
+    return L"This program opens no adapter itself. " + FromUtf8(HowToReadyHelper(HelperPath()));
 }
 
 bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
     g_keptCapabilities = (kept.network ? MaskOf({CAP_NET_RAW, CAP_NET_ADMIN, CAP_SYS_NICE}) : 0) |
                          (kept.files ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
+    g_keepsHelper = kept.helper;
     const int signal = SIGRTMAX - 1;
     // The handler stays: a signal may arrive late, and doing it twice does no harm.
     struct sigaction action {};
@@ -164,6 +148,10 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
         return false;
     }
     GiveUpInThisThread(signal);
+    // Also who holds nothing: of what it starts, nothing is to gain rights.
+    for (const pid_t thread : ThreadsOfThisProcess()) {
+        syscall(SYS_tgkill, getpid(), thread, signal);
+    }
     // Done when a look at all threads finds none that holds more: what a thread has started before it was
     // asked is seen in the next look.
     constexpr int kLooks = 10;

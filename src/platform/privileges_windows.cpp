@@ -16,6 +16,10 @@ bool HasPrivilege(Privilege) {
     return known != FALSE && elevation.TokenIsElevated != 0;
 }
 
+bool MayOpen(Privilege privilege) {
+    return HasPrivilege(privilege);
+}
+
 std::wstring HowToGrant(Privilege) {
     return L"This program needs administrator rights. Start it from a command prompt that was opened with "
            L"\"Run as "

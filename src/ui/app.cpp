@@ -37,10 +37,12 @@ CVNXTestApp& TheApp() {
 }
 
 CVNXTestApp::CVNXTestApp() {
-    // What is kept is for starting the guest, also once more, and for saving. Now, while this is the only
-    // thread: the toolkit's own cannot be asked later.
+    // What is kept is for starting the guest, also once more, and for saving. An ordinary user has nothing to
+    // give up; the helper opens adapters for him. Now, while this is the only thread: the toolkit's own
+    // cannot be asked later.
     std::wstring problem;
-    if (!GiveUpPrivileges({.network = true, .files = true}, problem)) {
+    if (!GiveUpPrivileges({.network = true, .files = true, .helper = !HasPrivilege(Privilege::Capture)},
+                          problem)) {
         std::fprintf(stderr, "vnxtest: %s\n", ToUtf8(problem).c_str());
         std::exit(kEndedForRights);
     }

@@ -18,12 +18,14 @@ constexpr std::uint32_t kSnapshotLength = 128;
 constexpr std::uint32_t kBufferSize = 64 * 1024;
 constexpr std::size_t kMostAsked = 256;
 
-std::unique_ptr<Capture> OpenCapture(const std::string& device, CaptureOptions::Wanted wanted) {
+std::unique_ptr<Capture> OpenCapture(const std::string& device, CaptureOptions::Wanted wanted,
+                                     const std::function<void(const std::string&)>& tell) {
     CaptureOptions options;
     options.device = device;
     options.snapshotLength = kSnapshotLength;
     options.bufferSize = kBufferSize;
     options.wanted = wanted;
+    options.tell = tell;
     return Capture::Open(options);
 }
 
@@ -69,17 +71,19 @@ struct ArpResolver::Exchange {
 };
 
 std::unique_ptr<ArpResolver> ArpResolver::Open(const std::string& device, NeighbourTable& table,
-                                               SentFunction sent) {
+                                               SentFunction sent,
+                                               const std::function<void(const std::string&)>& tell) {
     std::unique_ptr<ReaderGate> gate = ReaderGate::Make(false);
     if (!gate) {
         Fail(errno);
         return nullptr;
     }
-    std::unique_ptr<Capture> capture = OpenCapture(device, CaptureOptions::Wanted::ArpReplies);
+    std::unique_ptr<Capture> capture = OpenCapture(device, CaptureOptions::Wanted::ArpReplies, tell);
     if (!capture) {
         return nullptr;
     }
-    std::unique_ptr<Capture> reverseCapture = OpenCapture(device, CaptureOptions::Wanted::ReverseArpReplies);
+    std::unique_ptr<Capture> reverseCapture =
+        OpenCapture(device, CaptureOptions::Wanted::ReverseArpReplies, tell);
     if (!reverseCapture) {
         return nullptr;
     }

@@ -33,9 +33,10 @@ public:
     // Told of every frame that an exchange has sent.
     using SentFunction = std::function<void(std::span<const std::uint8_t> frame)>;
 
-    // Null with errno set: Capture::Open says which.
+    // Null with errno set: Capture::Open says which, and `tell` is its.
     static std::unique_ptr<ArpResolver> Open(const std::string& device, NeighbourTable& table,
-                                             SentFunction sent);
+                                             SentFunction sent,
+                                             const std::function<void(const std::string&)>& tell);
 
     // The MAC of `address`; zero when nobody answered within kExchangeTime, or lately.
     MacAddress Resolve(const Asker& asker, Ipv4Address address);

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,8 +27,11 @@ struct CaptureOptions {
     std::string device; // the adapter, as HostLink::captureName has it
     Wanted wanted = Wanted::Guest;
     MacAddress guest;
+    Ipv4Address guestIp;
     std::uint32_t snapshotLength = 0; // bytes of a frame that are kept
     std::uint32_t bufferSize = 0;     // bytes of the kernel's buffer
+    // Told why it was refused, in whole sentences, where the error alone does not say it.
+    std::function<void(const std::string& why)> tell = [](const std::string&) {};
 };
 
 struct CapturedFrame {

@@ -2,7 +2,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include <arpa/inet.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
 #include <net/if_arp.h>
@@ -13,6 +12,7 @@
 #include "vnetx/capture.h"
 #include "vnetx/descriptor_linux.h"
 #include "vnetx/failure.h"
+#include "vnetx/open_helper_linux.h"
 #include "vnetx/packet_ring_linux.h"
 
 namespace vnxtest {
@@ -36,7 +36,9 @@ bool AttachFilter(int socket, PacketFilter filter) {
 }
 
 // The index of the adapter `device` if frames can be had from it, else 0 with errno.
-std::uint32_t UsableAdapter(int socket, const std::string& device) {
+std::uint32_t UsableAdapter(const std::string& device) {
+    const Descriptor asking(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const int socket = asking.Get();
     ifreq request{};
     if (device.size() >= sizeof request.ifr_name) {
         errno = ENODEV;
@@ -60,20 +62,26 @@ std::uint32_t UsableAdapter(int socket, const std::string& device) {
     return ioctl(socket, SIOCGIFINDEX, &request) == 0 ? static_cast<std::uint32_t>(request.ifr_ifindex) : 0;
 }
 
-// Promiscuous, since the guest's MAC is not the adapter's.
-bool BecomePromiscuous(int socket, std::uint32_t adapter) {
-    packet_mreq membership{};
-    membership.mr_ifindex = static_cast<int>(adapter);
-    membership.mr_type = PACKET_MR_PROMISC;
-    return setsockopt(socket, SOL_PACKET, PACKET_ADD_MEMBERSHIP, &membership, sizeof membership) == 0;
-}
-
-bool Bind(int socket, std::uint32_t adapter, std::uint16_t protocol) {
-    sockaddr_ll address{};
-    address.sll_family = AF_PACKET;
-    address.sll_ifindex = static_cast<int>(adapter);
-    address.sll_protocol = htons(protocol);
-    return bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+// By this process itself if it may, else by the helper; invalid with errno.
+Descriptor OpenSocket(const CaptureOptions& options, PacketSocketKind kind, std::uint32_t adapter) {
+    const char* call = "";
+    Descriptor socket(OpenPacketSocket(kind, adapter, options.guest, false, call));
+    if (socket || (errno != EPERM && errno != EACCES)) {
+        return socket;
+    }
+    OpenRequest request;
+    request.kind = static_cast<OpenKind>(kind);
+    request.adapter = ToAdapterName(options.device);
+    if (kind == PacketSocketKind::Guest) {
+        request.guestMac = options.guest.Bytes();
+        request.guestIp = options.guestIp.Bytes();
+    }
+    HelperAnswer answer = AskHelper(request);
+    if (!answer.problem.empty()) {
+        options.tell(answer.problem);
+    }
+    errno = answer.error;
+    return std::move(answer.descriptor);
 }
 
 class RingCapture final : public Capture {
@@ -149,21 +157,12 @@ private:
 } // namespace
 
 std::unique_ptr<Capture> Capture::Open(const CaptureOptions& options) {
-    // Without a protocol it receives nothing until everything is set.
-    Descriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
-    const std::uint32_t adapter = socket ? UsableAdapter(socket.Get(), options.device) : 0;
-    if (adapter == 0) {
-        Fail(errno);
-        return nullptr;
-    }
-    // Spares a copy of each frame that this host sends; an older kernel leaves them to the filter.
-    const int on = 1;
-    setsockopt(socket.Get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
-    const PacketSocketKind kind = KindOf(options.wanted);
-    std::unique_ptr<PacketRing> ring;
-    if (!AttachFilter(socket.Get(), PacketFilter(kind, adapter, options.guest)) ||
-        !(ring = PacketRing::Make(socket.Get(), options.snapshotLength, options.bufferSize)) ||
-        !BecomePromiscuous(socket.Get(), adapter) || !Bind(socket.Get(), adapter, ProtocolOf(kind))) {
+    const std::uint32_t adapter = UsableAdapter(options.device);
+    Descriptor socket = adapter != 0 ? OpenSocket(options, KindOf(options.wanted), adapter) : Descriptor();
+    // Frames that have come since the socket was bound are forgotten with this.
+    std::unique_ptr<PacketRing> ring =
+        socket ? PacketRing::Make(socket.Get(), options.snapshotLength, options.bufferSize) : nullptr;
+    if (!ring) {
         Fail(errno);
         return nullptr;
     }

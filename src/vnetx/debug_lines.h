@@ -23,6 +23,10 @@ public:
 
     // A whole line that is for everybody, whatever is asked for.
     void Tell(const std::string& line) const { Put(line + "\n"); }
+    // Why `what` could not be opened, in whole sentences, for everybody.
+    void TellRefusal(const std::string& what, const std::string& why) const {
+        Tell("** " + what + " may not be opened by this program itself. " + why);
+    }
     // One line with an old and a new value of a setting, when those are asked for.
     void Change(std::string_view interfaceName, std::string_view setting, std::string_view oldValue,
                 std::string_view newValue) const;

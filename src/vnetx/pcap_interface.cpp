@@ -73,10 +73,12 @@ PcapInterface::~PcapInterface() {
 }
 
 int PcapInterface::Open() {
-    m_resolver = ArpResolver::Open(m_device, m_neighbours, [this](std::span<const std::uint8_t> frame) {
+    const auto sent = [this](std::span<const std::uint8_t> frame) {
         Counters().writing.ios.Add();
         CountWritten(frame);
-    });
+    };
+    m_resolver =
+        ArpResolver::Open(m_device, m_neighbours, sent, [this](const std::string& why) { TellRefusal(why); });
     if (!m_resolver) {
         return errno;
     }
@@ -109,6 +111,8 @@ int PcapInterface::BringUp() {
             LargestPacket() + static_cast<std::uint32_t>(kEthernetHeaderLength) + kVlanTagLength;
         options.bufferSize = DeviceBufferSize();
         options.guest = m_mac;
+        options.guestIp = GuestIp();
+        options.tell = [this](const std::string& why) { TellRefusal(why); };
         std::unique_ptr<Capture> capture = Capture::Open(options);
         if (!capture) {
             return errno;

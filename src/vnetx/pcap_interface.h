@@ -70,6 +70,7 @@ private:
     std::uint32_t LargestPacket() const { return Mtu() != 0 ? Mtu() : m_linkMtu; }
     std::int32_t AcceptTap(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);
     std::int32_t AcceptTun(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);
+    void TellRefusal(const std::string& why) const { Debug().TellRefusal("The adapter " + m_device, why); }
     void CountWritten(std::span<const std::uint8_t> frame);
     int Refill();
     std::int32_t Accept(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);

@@ -1,5 +1,7 @@
 #include "vnetx/tun_device_linux.h"
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -14,7 +16,9 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include "open/helper.h"
 #include "vnetx/host_links.h"
+#include "vnetx/open_helper_linux.h"
 #include "vnetx/route_netlink_linux.h"
 
 namespace vnxtest {
@@ -69,6 +73,58 @@ void LeaveOutIpv6(std::uint32_t index) {
 } // namespace
 
 int TunDevice::Create(bool tap) {
+    const int code = MakeItself(tap);
+    return code == EPERM || code == EACCES ? AwaitHelper(tap) : code;
+}
+
+// Its name is needed now. Numbers are not used twice in this process, whose interfaces come up side by side.
+int TunDevice::AwaitHelper(bool tap) {
+    m_problem = HowToReadyHelper(HelperPath());
+    if (access("/dev/net/tun", R_OK | W_OK) != 0 && errno == EACCES) {
+        m_problem += std::string(m_problem.empty() ? "" : "\n") +
+                     "You may not open the device file /dev/net/tun. Open it to its users with\n"
+                     "    sudo chmod a+rw /dev/net/tun";
+    }
+    if (!m_problem.empty()) {
+        return EPERM;
+    }
+    static std::atomic<unsigned> next{0};
+    do {
+        m_name = "vnxtun" + std::to_string(next.fetch_add(1));
+    } while (if_nametoindex(m_name.c_str()) != 0);
+    m_helpersKind = tap ? OpenKind::TapDevice : OpenKind::TunDevice;
+    return 0;
+}
+
+int TunDevice::BringUpByHelper(const TunSettings& settings) {
+    if (m_descriptor) {
+        // What came while nobody read was for nobody.
+        for (std::array<std::uint8_t, 2048> frame;
+             read(m_descriptor.Get(), frame.data(), frame.size()) > 0;) {
+        }
+        return settings == m_settings ? 0 : EPERM;
+    }
+    OpenRequest request;
+    request.kind = m_helpersKind;
+    request.adapter = ToAdapterName(settings.adapter);
+    request.guestMac = HasMac(m_helpersKind) ? settings.guestMac.Bytes() : MacAddress().Bytes();
+    request.guestIp = settings.guest.Bytes();
+    request.hostEnd = settings.hostEnd.Bytes();
+    request.mtu = settings.mtu;
+    request.queueLength = settings.queueLength;
+    request.device = ToAdapterName(m_name);
+    HelperAnswer answer = AskHelper(request);
+    m_problem = std::move(answer.problem);
+    if (answer.error != 0) {
+        return answer.error;
+    }
+    m_descriptor = std::move(answer.descriptor);
+    m_settings = settings;
+    m_index = if_nametoindex(m_name.c_str());
+    return m_index != 0 ? 0 : ENODEV;
+}
+
+int TunDevice::MakeItself(bool tap) {
     Descriptor descriptor(open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC));
     if (!descriptor) {
         return errno;
@@ -109,6 +165,9 @@ int TunDevice::ChangeAddress(bool add) const {
 }
 
 int TunDevice::BringUp(const TunSettings& settings) {
+    if (m_helpersKind != OpenKind{}) {
+        return BringUpByHelper(settings);
+    }
     m_settings = settings;
     LeaveOutIpv6(m_index);
     const Link changes(rtnl_link_alloc(), rtnl_link_put);
@@ -133,6 +192,9 @@ int TunDevice::BringUp(const TunSettings& settings) {
 }
 
 int TunDevice::TakeDown() {
+    if (m_helpersKind != OpenKind{}) {
+        return 0;
+    }
     const Link changes(rtnl_link_alloc(), rtnl_link_put);
     if (!changes) {
         return ENOMEM;

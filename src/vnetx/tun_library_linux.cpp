@@ -26,14 +26,14 @@ public:
     TunInterface(const HostLink& adapter, std::unique_ptr<ReaderGate> gate, bool socketNotify,
                  const std::atomic<VnetxDebugOutput>& debugSink)
         : VirtualInterface(std::move(gate), socketNotify, debugSink), m_adapterIndex(adapter.index),
-          m_adapter(adapter) {}
+          m_adapterName(adapter.captureName), m_adapter(adapter) {}
     ~TunInterface() override { Gate().StopWatching(); }
 
 private:
     int Attach(InterfaceMode mode, std::string& name) override {
         const int code = m_device.Create(mode == InterfaceMode::Tap);
         name = m_device.Name();
-        return code;
+        return Told(code);
     }
 
     int BringUp() override {
@@ -42,6 +42,7 @@ private:
             return EADDRNOTAVAIL;
         }
         TunSettings settings;
+        settings.adapter = m_adapterName;
         settings.hostEnd = *hostEnd;
         settings.guest = GuestIp();
         settings.mtu = Mtu() != 0 ? Mtu() : kDefaultMtu;
@@ -51,8 +52,16 @@ private:
         }
         // The kernel counts its queue in frames: as many as the buffer asked for holds.
         settings.queueLength = std::max(1u, DeviceBufferSize() / m_largestFrame);
-        m_mac = GuestMac();
-        return m_device.BringUp(settings);
+        settings.guestMac = m_mac = GuestMac();
+        return Told(m_device.BringUp(settings));
+    }
+
+    // `code`, once what the helper has to say to it has been said.
+    int Told(int code) const {
+        if (code != 0 && !m_device.Problem().empty()) {
+            Debug().TellRefusal("A device of /dev/net/tun", m_device.Problem());
+        }
+        return code;
     }
 
     void TakeDown() override { m_device.TakeDown(); }
@@ -181,6 +190,7 @@ private:
     bool IsTap() const { return Mode() == InterfaceMode::Tap; }
 
     const std::uint32_t m_adapterIndex;
+    const std::string m_adapterName;
     AdapterWatch m_adapter;
     TunDevice m_device;
     std::uint32_t m_largestFrame = 0;

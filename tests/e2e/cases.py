@@ -15,6 +15,10 @@ HOST_IP, PEER_IP, GUEST_IP = "10.77.0.1", "10.77.0.2", "10.77.0.100"
 GUEST_MAC = "02:77:00:00:00:64"
 
 
+# Before a command: it runs as a user without any right.
+ORDINARY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all"]
+
+
 def timeout(seconds):
     """The whole case takes at most this long; the test runner ends it then."""
 
@@ -163,8 +167,9 @@ def as_ordinary_user():
 
 
 def program_for_everybody(folder):
-    """A copy of the program where any user can run it: the tree may lie in a private folder."""
-    copy = folder / "vnxtest-cli"
-    shutil.copy(guest_module.program(), copy)
-    os.chmod(copy, 0o755)
+    """A copy of the program, its helper beside it, where any user can run it: the tree may lie in a private folder."""
+    for name in ("vnxtest-open", "vnxtest-cli"):
+        copy = folder / name
+        shutil.copy(pathlib.Path(guest_module.program()).with_name(name), copy)
+        os.chmod(copy, 0o755)
     return str(copy)

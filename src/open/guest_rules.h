@@ -1,0 +1,38 @@
+// Whom a guest must not pass itself off as: the rules of the helper, which refuses, and of the program of an
+// administrator, which warns. Pure; any thread.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "open/open_request.h"
+#include "wrenlib/address.h"
+
+namespace vnxtest {
+
+struct HostFacts {
+    struct Subnet {
+        Ipv4Address address, mask;
+    };
+    std::vector<MacAddress> macs;       // of every adapter
+    std::vector<Ipv4Address> addresses; // likewise
+    std::vector<Ipv4Address> gateways;  // of every route
+    std::vector<Subnet> adapter;        // the addresses of the adapter in question
+};
+
+// The record in `bytes`, if it is one to the last byte: sizes, version, names, zeroes where nothing is
+// asked for. What it asks for is not judged.
+std::optional<OpenRequest> ParseOpenRequest(const void* bytes, std::size_t size);
+
+// The guest's addresses beside the host's.
+Refusal JudgeMac(MacAddress mac, const HostFacts& host);
+Refusal JudgeIp(Ipv4Address ip, const HostFacts& host);
+// A guest to which the host gets a route, `hostEnd` being the host's own address of it.
+Refusal JudgeRoute(Ipv4Address ip, Ipv4Address hostEnd, const HostFacts& host);
+// All of it that concerns the kind of `request`.
+Refusal JudgeRequest(const OpenRequest& request, const HostFacts& host);
+
+// The reason, as a whole sentence.
+const char* Explain(Refusal refusal);
+
+} // namespace vnxtest

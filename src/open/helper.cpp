@@ -1,0 +1,94 @@
+#include "open/helper.h"
+
+#include <climits>
+#include <cstdint>
+#include <cstring>
+
+#include <linux/capability.h>
+#include <sys/prctl.h>
+#include <sys/statvfs.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace vnxtest {
+namespace {
+
+constexpr const char* kName = "/vnxtest-open";
+constexpr std::uint32_t kRights = 1u << CAP_NET_RAW | 1u << CAP_NET_ADMIN;
+
+std::string FolderOfProgram() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    const std::string program(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+    const std::size_t slash = program.rfind('/');
+    return slash == std::string::npos ? std::string() : program.substr(0, slash);
+}
+
+// What capabilities(7) calls the file's permitted set (VFS_CAP_REVISION_2 and 3 begin alike), if it is put
+// into force at the start.
+std::uint32_t RightsOfFile(const std::string& path) {
+    vfs_ns_cap_data data{};
+    const ssize_t size = getxattr(path.c_str(), "security.capability", &data, sizeof data);
+    const bool known = size >= static_cast<ssize_t>(sizeof(vfs_cap_data));
+    return known ? data.data[0].permitted : 0;
+}
+
+std::string Quoted(const std::string& text) {
+    if (text.find_first_of(" \t\"'\\$`&|;<>()*?[]#~!") == std::string::npos) {
+        return text;
+    }
+    std::string quoted = "'";
+    for (const char c : text) {
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return quoted + "'";
+}
+
+} // namespace
+
+std::string HelperPath() {
+    const std::string folder = FolderOfProgram();
+    const std::string beside = folder.empty() ? std::string() : folder + kName;
+    const std::string installed = VNXTEST_HELPER_FOLDER + std::string(kName);
+    const bool isBeside = !beside.empty() && access(beside.c_str(), F_OK) == 0;
+    return isBeside || (!beside.empty() && access(installed.c_str(), F_OK) != 0) ? beside : installed;
+}
+
+HelperState StateOfHelper(const std::string& path) {
+    if (access(path.c_str(), F_OK) != 0) {
+        return HelperState::Missing;
+    }
+    if (getuid() != 0 && (RightsOfFile(path) & kRights) != kRights) {
+        return HelperState::LacksRights;
+    }
+    struct statvfs system {};
+    const bool nosuid = statvfs(path.c_str(), &system) == 0 && (system.f_flag & ST_NOSUID) != 0;
+    return nosuid || prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1 ? HelperState::Powerless
+                                                                 : HelperState::Ready;
+}
+
+std::string HelperCommand(const std::string& path) {
+    return "sudo setcap cap_net_raw,cap_net_admin+ep " + Quoted(path);
+}
+
+std::string HowToReadyHelper(const std::string& path) {
+    switch (StateOfHelper(path)) {
+    case HelperState::Ready:
+        return {};
+    case HelperState::Missing:
+        return "Its helper, which would do it, is missing. Install vnxtest-open and give it its rights "
+               "with\n    " +
+               HelperCommand(path) + "\nor run the program as root.";
+    case HelperState::LacksRights:
+        return "Its helper would do it if it had the rights. Give them to it with\n    " +
+               HelperCommand(path) + "\nor run the program as root.";
+    case HelperState::Powerless:
+        return "Its helper " + path +
+               " gets no rights here: programs are kept from gaining any (no_new_privs, or a file system "
+               "that "
+               "is mounted nosuid). Run the program as root.";
+    }
+    return {};
+}
+
+} // namespace vnxtest

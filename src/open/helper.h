@@ -1,0 +1,28 @@
+// Where the helper `vnxtest-open` is, and whether it can open anything for this program.
+#pragma once
+
+#include <string>
+
+namespace vnxtest {
+
+enum class HelperState {
+    Ready,
+    Missing,     // no such file
+    LacksRights, // the file has not been given the rights it needs
+    Powerless,   // it has, but here no program gains rights: no_new_privs, or a file system mounted nosuid
+};
+
+// Beside the program's own file, else where the package puts it; beside the program when it is at neither.
+// Never looked for elsewhere. Any thread.
+std::string HelperPath();
+
+HelperState StateOfHelper(const std::string& path);
+
+// The command that gives the helper its rights, as one line of a shell.
+std::string HelperCommand(const std::string& path);
+
+// What is to be done so that the helper can open something: sentences, of which one is a command on a line of
+// its own. Empty when it is ready.
+std::string HowToReadyHelper(const std::string& path);
+
+} // namespace vnxtest

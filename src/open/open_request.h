@@ -1,0 +1,70 @@
+// What a program asks of the helper `vnxtest-open`, and what it answers: one record each way over a
+// SOCK_SEQPACKET pair, whose end is descriptor 3 of the helper; with the answer comes the descriptor.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <type_traits>
+
+namespace vnxtest {
+
+inline constexpr int kHelperSocket = 3;
+inline constexpr std::uint32_t kOpenMagic = 0x564E584F;
+inline constexpr std::uint16_t kOpenVersion = 1;
+inline constexpr std::size_t kAdapterNameSize = 16; // IFNAMSIZ
+
+// The first three are packet sockets: see PacketSocketKind.
+enum class OpenKind : std::uint8_t { GuestSocket = 1, ArpSocket, ReverseArpSocket, TunDevice, TapDevice };
+
+constexpr bool IsDevice(OpenKind kind) {
+    return kind == OpenKind::TunDevice || kind == OpenKind::TapDevice;
+}
+constexpr bool IsQuestion(OpenKind kind) {
+    return kind == OpenKind::ArpSocket || kind == OpenKind::ReverseArpSocket;
+}
+constexpr bool HasMac(OpenKind kind) {
+    return kind == OpenKind::GuestSocket || kind == OpenKind::TapDevice;
+}
+
+using AdapterName = std::array<char, kAdapterNameSize>; // with zeroes behind it, at least one
+
+struct OpenRequest {
+    std::uint32_t magic = kOpenMagic;
+    std::uint16_t version = kOpenVersion;
+    OpenKind kind{};
+    std::uint8_t reserved = 0;
+    AdapterName adapter{};
+    std::array<std::uint8_t, 6> guestMac{}; // GuestSocket, TapDevice
+    std::array<std::uint8_t, 2> alsoReserved{};
+    std::array<std::uint8_t, 4> guestIp{}; // all but the ARP and RARP sockets
+    std::array<std::uint8_t, 4> hostEnd{}; // of a device: an address of the adapter
+    std::uint32_t mtu = 0;                 // of a device
+    std::uint32_t queueLength = 0;         // of a device: frames that the kernel keeps for the guest
+    AdapterName device{};                  // of a device: "vnxtun" and a number
+};
+static_assert(sizeof(OpenRequest) == 64 && std::has_unique_object_representations_v<OpenRequest>);
+
+// Why a request was refused.
+enum class Refusal : std::uint8_t {
+    None,
+    BadRequest,
+    MacUnusable,
+    MacOfHost,
+    IpUnusable,
+    IpOfHost,
+    IpOfGateway,
+    IpOutsideSubnet,
+    NotTheAdaptersAddress
+};
+
+struct OpenAnswer {
+    std::uint32_t magic = kOpenMagic;
+    std::uint16_t version = kOpenVersion;
+    Refusal refusal = Refusal::None;
+    std::uint8_t reserved = 0;
+    std::int32_t error = 0;      // 0: the descriptor comes with it; else an errno value
+    std::array<char, 20> call{}; // the system call that failed
+};
+static_assert(sizeof(OpenAnswer) == 32 && std::has_unique_object_representations_v<OpenAnswer>);
+
+} // namespace vnxtest
