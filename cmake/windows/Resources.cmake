@@ -5,6 +5,9 @@
 #   RIGHTS: a program; without it no icon and no manifest. TOOLKIT: with the toolkit's own cursors.
 enable_language(RC)
 
+# What the two programs are, for whoever looks at the properties of their files.
+set(VNXTEST_WINDOWS_DESCRIPTION "Vnetx for Windows Testing Program")
+
 function(vnxtest_resources target)
   cmake_parse_arguments(ARG "TOOLKIT" "DESCRIPTION;RIGHTS" "" ${ARGN})
   get_target_property(resource_name ${target} OUTPUT_NAME)

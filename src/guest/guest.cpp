@@ -2,49 +2,12 @@
 
 #include "core/monitor_thread.h"
 #include "core/output_channel.h"
+#include "guest/pre_start_questions.h"
 #include "platform/socket_wait.h"
 
 namespace vnxtest {
 
 namespace {
-
-constexpr std::wstring_view kProceedContent = L"Do you wish to proceed anyway?";
-
-// Neither gateway nor forwarding, in two steps: first in general, then for a guest that is outside
-// its adapter's subnet.
-constexpr ProceedQuestion kNoGateway = {L"Undefined Gateway", L"Your default gateway is undefined!",
-                                        kProceedContent,
-                                        L"The default gateway for your network has not been defined to "
-                                        L"VNXTest64UD yet and IP Forwarding cannot be used "
-                                        L"since it is not enabled on your Windows system.\n\nWithout IP "
-                                        L"Forwarding packets will not be routed properly "
-                                        L"and some tests may fail. You should either define a default "
-                                        L"gateway to VNXTest64UD or enable IP Forwarding."};
-constexpr ProceedQuestion kNoGatewayOtherSubnet = {
-    L"Undefined Gateway", L"Your default gateway is undefined!", kProceedContent,
-    L"The default gateway for your network has not been defined to VNXTest64UD yet and IP Forwarding cannot "
-    L"be used "
-    L"since it is not enabled on your Windows system.\n\nThe test cannot possibly work unless you are only "
-    L"interested "
-    L"in exchanging packets between virtual subnets which are known to be using the same physical adapter."};
-constexpr ProceedQuestion kForwardingOtherSubnet = {
-    L"Subnets Warning", L"Your guest IP is in a different subnet!", kProceedContent,
-    L"The IP addresses you defined for your virtual interface(s) are not within the same physical subnet as "
-    L"the "
-    L"physical adapter that the virtual interface is using.\n\nEven though IP Routing is enabled, unless "
-    L"each "
-    L"workstation on each subnet wishing to communicate with the other subnet contains a manual routing "
-    L"entry to "
-    L"route packets through this physical adapter, the test is unlikely to succeed."};
-constexpr ProceedQuestion kGatewayOtherSubnet = {
-    L"Subnets Warning", L"Your guest IP is in a different subnet!", kProceedContent,
-    L"The IP addresses you defined for your virtual interface(s) are not within the same physical subnet as "
-    L"the "
-    L"physical adapter that the virtual interface is using.\n\nUnless the default gateway defined for the "
-    L"physical "
-    L"adapter that your virtual interface(s) is/are using is a true router that knows how to route packets "
-    L"between "
-    L"the two subnets, your tests are likely to fail."};
 
 InterfaceParameters TextsOf(const INTERFACE_INFO& info) {
     return {info.tapMode, info.guestIpText, info.guestMacText, info.adapterIpText, info.adapterMacText};
@@ -140,16 +103,16 @@ bool Guest::MayStart() {
         PrepareInterface(m_interfaces[1], m_host);
         subnetsFine = subnetsFine && m_interfaces[1].inAdapterSubnet;
     }
-    if (!forwarding && !gatewayKnown && !AskProceed(kNoGateway)) {
+    if (!forwarding && !gatewayKnown && !AskProceed(UndefinedGatewayQuestion())) {
         return false;
     }
     if (subnetsFine) {
         return true;
     }
     if (gatewayKnown) {
-        return AskProceed(kGatewayOtherSubnet);
+        return AskProceed(OtherSubnetQuestion(true));
     }
-    return AskProceed(forwarding ? kForwardingOtherSubnet : kNoGatewayOtherSubnet);
+    return AskProceed(forwarding ? OtherSubnetQuestion(false) : UndefinedGatewayOtherSubnetQuestion());
 }
 
 bool Guest::OnStartGuest() {

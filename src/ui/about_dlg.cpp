@@ -13,6 +13,7 @@
 #include "helpui/make_child.h"
 #include "helpui/program_icons.h"
 #include "hostnet/report.h"
+#include "platform/system_name.h"
 #include "ui/dialog_layout.h"
 #include "ui/product.h"
 
@@ -31,8 +32,12 @@ bool HasAddress(const char* setting) {
     return *setting != '\0';
 }
 
+wxString ProductDescription() {
+    return "Vnetx for " + wxString(std::wstring(SystemName())) + " Testing Program";
+}
+
 wxString MailAddress(const wxString& version) {
-    wxString subject = wxString(kProductDescription) + " " + version;
+    wxString subject = ProductDescription() + " " + version;
     subject.Replace(" ", "%20");
     return wxString("mailto:") + kSupportMail + "?subject=" + subject;
 }
@@ -75,9 +80,9 @@ CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
     auto* const content = MakeChild<wxBoxSizer>(wxHORIZONTAL);
     content->Add(MakeChild<wxStaticBitmap>(this, wxID_ANY, icon), wxSizerFlags().Border(wxRIGHT, 3 * gap));
     auto* const lines = MakeChild<wxBoxSizer>(wxVERTICAL);
-    lines->Add(MakeChild<wxStaticText>(this, ids::kVersionLine,
-                                       wxString(kProductDescription) + " -- Version " + version),
-               wxSizerFlags().Border(wxBOTTOM, gap));
+    lines->Add(
+        MakeChild<wxStaticText>(this, ids::kVersionLine, ProductDescription() + " -- Version " + version),
+        wxSizerFlags().Border(wxBOTTOM, gap));
     lines->Add(MakeChild<wxStaticText>(this, ids::kLegalNotice, facts.copyright),
                wxSizerFlags().Border(wxBOTTOM, gap));
     if (HasAddress(kProductPage)) {

@@ -5,6 +5,5 @@ namespace vnxtest {
 
 inline constexpr const char* kProductName = "VNXTest64UD";
 inline constexpr const char* kCompanyName = "Corvane Software Works";
-inline constexpr const char* kProductDescription = "Vnetx for Windows Testing Program";
 
 } // namespace vnxtest

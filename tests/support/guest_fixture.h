@@ -31,7 +31,11 @@ public:
         return askParameters && askParameters(parameters);
     }
     int ShowProceedTaskDialog(const ProceedQuestion& question) override {
-        questions.push_back(std::wstring(question.expandedInformation));
+        std::wstring& asked = questions.emplace_back();
+        for (const std::wstring_view part :
+             {question.title, question.mainInstruction, question.content, question.expandedInformation}) {
+            asked.append(asked.empty() ? L"" : L"|").append(part);
+        }
         const bool proceed = !answers.empty() && answers.front();
         if (!answers.empty()) {
             answers.pop_front();
@@ -64,8 +68,8 @@ public:
 
     std::function<bool(GuestParameters&)> askParameters;
     std::function<bool(PingWhoParameters&)> askPingWho;
-    std::deque<bool> answers; // to the proceed questions; "no" when there is none left
-    std::vector<std::wstring> questions;
+    std::deque<bool> answers;            // to the proceed questions; "no" when there is none left
+    std::vector<std::wstring> questions; // their parts, with "|" between them
     std::vector<GuestParameters> offered;
     int opened = 0;
 

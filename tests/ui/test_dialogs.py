@@ -250,7 +250,7 @@ class Restart(DialogCase):
 
     def open_about(self):
         self.open("About VNXTest...", "About VNXTest64UD", "h")
-        self.box.find("label", "Vnetx for Windows Testing Program -- Version 3.9.0.6222-UD")
+        self.box.find("label", "Vnetx for Linux Testing Program -- Version 3.9.0.6222-UD")
 
     def test_every_setting_survives_a_restart(self):
         program = self.program
