@@ -9,6 +9,7 @@
 #include "cli/json_report.h"
 #include "hostnet/adapter_text.h"
 #include "wrenlib/text.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -25,10 +26,13 @@ bool HasAddress(const ADAPTER_INFO_LIST_ENTRY& entry) {
     return entry.IPAddr != 0;
 }
 
+// As the system has the names, and as they are shown.
 bool IsNamed(const ADAPTER_INFO_LIST_ENTRY& entry, std::wstring_view name) {
-    return EqualNoCase(TrimBlanks(FieldText(entry.Connection)), name) ||
-           EqualNoCase(DriverName(entry), name) ||
-           EqualNoCase(TrimBlanks(FieldText(entry.AdapterName)), name);
+    return std::ranges::any_of(std::array{TrimBlanks(FieldText(entry.Connection)), DriverName(entry),
+                                          TrimBlanks(FieldText(entry.AdapterName))},
+                               [name](const std::wstring& own) {
+                                   return EqualNoCase(own, name) || EqualNoCase(MakeVisible(own), name);
+                               });
 }
 
 } // namespace
@@ -39,7 +43,7 @@ MacAddress AdapterMac(const ADAPTER_INFO_LIST_ENTRY& entry) {
 
 std::wstring AdapterDisplayName(const ADAPTER_INFO_LIST_ENTRY& entry) {
     const std::wstring connection = TrimBlanks(FieldText(entry.Connection));
-    return connection.empty() ? DriverName(entry) : connection;
+    return MakeVisible(connection.empty() ? DriverName(entry) : connection);
 }
 
 const ADAPTER_INFO_LIST_ENTRY* FindAdapter(const HostNetwork& host, std::wstring_view text) {
@@ -67,7 +71,7 @@ namespace {
 std::wstring StateOf(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry) {
     const ADAPTER_INFO_LIST_ENTRY* const opened = OpenedFor(host, entry);
     if (opened != nullptr && opened != &entry) { // it cannot be chosen
-        const std::wstring master = host.Sources().adapters.FactsOf(entry).portOf;
+        const std::wstring master = MakeVisible(host.Sources().adapters.FactsOf(entry).portOf);
         return master.empty() ? L"same address as " + AdapterDisplayName(*opened) : L"port of " + master;
     }
     const ADAPTER_INFO_LIST_ENTRY* const standard = host.DefaultAdapter();
@@ -133,7 +137,7 @@ std::string AdapterJson(const HostNetwork& host) {
             {"connected", entry.MediaConnected != 0},
             {"dhcp", fact(entry.DHCP, facts.dhcpKnown)},
             {"promiscuous", fact(entry.PromiscuousMode, facts.promiscuousKnown)},
-            {"portOf", facts.portOf.empty() ? Json() : Json(ToUtf8(facts.portOf))},
+            {"portOf", facts.portOf.empty() ? Json() : Json(ToUtf8(MakeVisible(facts.portOf)))},
             {"largestPacket", entry.MaxPacketLen},
             {"default", host.DefaultAdapter() != nullptr && host.DefaultAdapter()->dwIndex == entry.dwIndex &&
                             AdapterMac(*host.DefaultAdapter()) == AdapterMac(entry)},

@@ -5,12 +5,15 @@
 
 #include "platform/terminal.h"
 #include "wrenlib/text.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
 void Complain(std::wstring_view text) {
+    std::wstring lines(text);
+    MakeLinesVisible(lines);
     std::string line = "vnxtest-cli: ";
-    line += ToUtf8(text);
+    line += ToUtf8(lines);
     while (line.ends_with('\n')) {
         line.pop_back();
     }

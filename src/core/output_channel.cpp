@@ -8,6 +8,7 @@
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
 #include "wrenlib/trace.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -154,12 +155,15 @@ void DebugOutputCallback(const char* text, ...) {
         return;
     }
     const ErrorKeeper keeper;
-    QueueText(ToUtf8(ToWide(text)));
+    std::wstring lines = ToWide(text);
+    MakeLinesVisible(lines);
+    QueueText(ToUtf8(lines));
 }
 
 void LogMsgV(std::wstring_view format, WideFormatArgs args) {
     const ErrorKeeper keeper;
-    const std::wstring text = FormatWide(format, args);
+    std::wstring text = FormatWide(format, args);
+    MakeLinesVisible(text);
     if (g_callbackRegistered.load(std::memory_order_acquire)) {
         QueueText(ToUtf8(text));
     } else {

@@ -5,6 +5,7 @@
 #include "wrenlib/address.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -16,9 +17,9 @@ std::wstring YesOrNo(std::uint32_t field, bool known) {
 
 AdapterTexts GetAdapterTexts(const ADAPTER_INFO_LIST_ENTRY& entry, const WrenPackLibrary& library) {
     AdapterTexts texts;
-    texts.connection = TrimBlanks(FieldText(entry.Connection));
-    texts.name = TrimBlanks(FieldText(entry.AdapterName));
-    texts.description = TrimBlanks(FieldText(entry.Description));
+    texts.connection = MakeVisible(TrimBlanks(FieldText(entry.Connection)));
+    texts.name = MakeVisible(TrimBlanks(FieldText(entry.AdapterName)));
+    texts.description = MakeVisible(TrimBlanks(FieldText(entry.Description)));
     texts.mac = FormatMACAddr(MacAddress(std::to_array(entry.PhysAddr)));
     texts.medium = GetNdisMediumName(entry.LinkType);
     texts.linkSpeed = LinkSpeedText(entry.LinkSpeed);

@@ -11,10 +11,11 @@
 
 namespace vnxtest {
 
+// Trimmed and made visible (wrenlib/visible_text.h): these name no adapter to the system.
 struct AdapterTexts {
-    std::wstring connection;  // trimmed
-    std::wstring name;        // AdapterName, trimmed
-    std::wstring description; // trimmed
+    std::wstring connection;
+    std::wstring name; // AdapterName
+    std::wstring description;
     std::wstring mac;
     std::wstring medium;
     std::wstring linkSpeed;

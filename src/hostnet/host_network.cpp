@@ -8,6 +8,7 @@
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
 #include "wrenlib/trace.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -71,6 +72,10 @@ HostNetwork::HostNetwork(HostSources sources, VnetxLibrary& library)
 
 void HostNetwork::GatherTables() {
     TraceTableFailure(L"GetNetworkParams", ReadNetworkParameters(m_sources.tables, m_parameters));
+    if (m_parameters) {
+        m_parameters->hostName = MakeVisible(m_parameters->hostName);
+        std::ranges::transform(m_parameters->dnsServers, m_parameters->dnsServers.begin(), MakeVisible);
+    }
     TraceTableFailure(L"GetIpForwardTable", ReadRoutes(m_sources.tables, m_routes));
 }
 

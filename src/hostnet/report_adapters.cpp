@@ -6,6 +6,7 @@
 #include "hostnet/report_sections.h"
 #include "platform/host_advice.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/text.h"
 #include "wrenpack/offload_settings.h"
 
 namespace vnxtest {
@@ -151,7 +152,7 @@ void WriteAdapter(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry,
     const bool isDefault =
         defaultAdapter != nullptr && std::memcmp(defaultAdapter, &entry, sizeof entry) == 0;
     const AdapterTexts texts = GetAdapterTexts(entry, library);
-    const std::uint8_t lsoFlags = GetAdapterLSOFlags(texts.name);
+    const std::uint8_t lsoFlags = GetAdapterLSOFlags(TrimBlanks(FieldText(entry.AdapterName)));
     WriteIdentity(entry, texts, isDefault);
     WriteChecksumOffload(entry);
     WriteLso(lsoFlags);

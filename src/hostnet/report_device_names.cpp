@@ -2,6 +2,7 @@
 #include "hostnet/report_sections.h"
 #include "platform/device_names.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -14,7 +15,7 @@ void WriteDeviceNames() {
         LogMsg(L"(none)\n");
     }
     for (const std::wstring& name : devices.names) {
-        LogMsg(L"%s\n", name);
+        LogMsg(L"%s\n", MakeVisible(name));
     }
     LogMsg(L"\n");
 }

@@ -6,6 +6,7 @@
 #include "platform/host_advice.h"
 #include "platform/module_version.h"
 #include "wrenlib/text.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -35,7 +36,7 @@ void AddFileVersion(ModuleDescription& module) {
 void WritePacketDriver(const PacketDriverDescription& driver) {
     if (!driver.usable) {
         LogBanner(BannerKind::Error,
-                  {driver.problem,
+                  {MakeVisible(driver.problem),
                    L"Netorra reaches the network through the packet driver. Without it no host adapter can "
                    L"be opened, "
                    L"and no test that uses one can work.",
@@ -43,8 +44,10 @@ void WritePacketDriver(const PacketDriverDescription& driver) {
                   kHelpTopicModules);
         return;
     }
-    LogMsg(L"Using WinPCap %s, version \"%s\" (%s)%s ...\n\n", driver.name, driver.version, driver.detail,
-           driver.driverVersion.empty() ? L"" : L", driver version \"" + driver.driverVersion + L"\"");
+    LogMsg(L"Using WinPCap %s, version \"%s\" (%s)%s ...\n\n", driver.name, MakeVisible(driver.version),
+           MakeVisible(driver.detail),
+           driver.driverVersion.empty() ? L""
+                                        : L", driver version \"" + MakeVisible(driver.driverVersion) + L"\"");
 }
 
 ModuleDescription DescribeVnetx(VnetxLibrary& library) {
@@ -108,6 +111,12 @@ void WriteModules(HostNetwork& host, const ReportContext& context) {
         AddFileVersion(module);
         if (module.copyright.empty()) {
             module.copyright = context.copyright;
+        }
+        for (std::wstring ModuleDescription::*text :
+             {&ModuleDescription::name, &ModuleDescription::version, &ModuleDescription::detail,
+              &ModuleDescription::specialBuild, &ModuleDescription::copyright,
+              &ModuleDescription::substitution}) {
+            module.*text = MakeVisible(module.*text);
         }
         WriteModule(module);
     }

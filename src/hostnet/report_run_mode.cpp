@@ -1,6 +1,7 @@
 #include "core/output_channel.h"
 #include "hostnet/report_sections.h"
 #include "platform/system_identity.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -14,9 +15,9 @@ void WriteRunMode() {
     // A blank stands before the edition already.
     const std::wstring processors =
         Sprintf(edition.empty() ? L"(MP=%u)" : L" (MP=%u)", identity.processorCount);
-    LogMsg(L"Running in %s mode on \"%s\" (%s %d.%d.%d) %s%s.\n\n", mode, identity.computerName,
-           identity.productName, identity.majorVersion, identity.minorVersion, identity.buildNumber, edition,
-           processors);
+    LogMsg(L"Running in %s mode on \"%s\" (%s %d.%d.%d) %s%s.\n\n", mode, MakeVisible(identity.computerName),
+           MakeVisible(identity.productName), identity.majorVersion, identity.minorVersion,
+           identity.buildNumber, MakeVisible(edition), processors);
 }
 
 } // namespace vnxtest

@@ -5,6 +5,7 @@
 
 #include "platform/resolver.h"
 #include "wrenlib/text.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -14,7 +15,7 @@ bool ResolveIpv4Name(std::wstring_view name, Ipv4Address& address, std::wstring&
     addrinfo* found = nullptr;
     const int result = getaddrinfo(ToNarrow(name).c_str(), nullptr, &hints, &found);
     if (result != 0) {
-        errorText = ToWide(gai_strerror(result));
+        errorText = MakeVisible(ToWide(gai_strerror(result)));
         return false;
     }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, &freeaddrinfo);

@@ -1,6 +1,7 @@
 #include "settings/settings.h"
 
 #include "core/output_channel.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -121,7 +122,7 @@ void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO&
     }
 
     const auto read = [this](std::wstring_view name, std::wstring& text) {
-        text = m_profile.ReadText(name, text);
+        text = MakeVisible(m_profile.ReadText(name, text));
     };
     read(kInterface1.adapterIp, interface1.adapterIpText);
     read(kInterface2.adapterIp, interface2.adapterIpText);
@@ -173,7 +174,7 @@ void Settings::LoadPingSettings(PingSettings& settings) {
     m_pingLoaded = true;
 
     const std::uint32_t target = m_profile.ReadNumber(kWhoPingIpAddr, 0);
-    settings.whoPingName = m_profile.ReadText(kWhoPingName, settings.whoPingName);
+    settings.whoPingName = MakeVisible(m_profile.ReadText(kWhoPingName, settings.whoPingName));
     settings.dataSize = m_profile.ReadNumber(kPingDataSize, settings.dataSize);
     settings.numPings = m_profile.ReadNumber(kNumPings, settings.numPings);
     settings.timeout = m_profile.ReadNumber(kPingTimeout, settings.timeout);

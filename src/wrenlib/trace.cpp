@@ -7,6 +7,7 @@
 
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -34,7 +35,8 @@ void WrenLibAfxTraceV(std::wstring_view format, WideFormatArgs args) {
         return;
     }
     const ErrorKeeper keeper;
-    const std::wstring text = FormatWide(format, args);
+    std::wstring text = FormatWide(format, args);
+    MakeLinesVisible(text);
     if (Sink()) {
         Sink()(text);
     } else {

@@ -6,6 +6,7 @@ import os
 import pathlib
 import re
 import shutil
+import sys
 
 import cases
 import frames
@@ -190,6 +191,41 @@ class Host(cases.NetworkCase):
         # The kernel is asked instead of the wire: the gateway is found all the same.
         self.assertEqual(report.gateway, ("10.77.0.2", self.peer_mac))
         self.assert_routes(report)
+
+    def test_names_from_elsewhere_forge_nothing(self):
+        """Of the host, of adapters and their aliases, of a resolver's scope: shown, and never followed."""
+        trick = "\x1b[31m\x7f\u202e\u009b"
+        shown = r"\x1b[31m\x7f\u202e\x9b"
+        name = f"e\x1b[2J\u202e"
+        self.host.ip("link", "set", "dev", "adapter", "down")
+        self.host.ip("link", "set", "dev", "adapter", "name", name)
+        self.host.ip("link", "set", "dev", name, "up", "alias", f"alias\nforged = Yes{trick}")
+        self.resolver_file(f"nameserver fe80::1%{trick}\n")
+        rename = ("import os, socket, sys; "
+                  f"socket.sethostname('host\\nforged' + {trick!r}); os.execv(sys.argv[1], sys.argv[1:])")
+        commands = [self.run_program(*command, namespace=self.host,
+                                     prefix=("unshare", "--uts", sys.executable, "-c", rename))
+                    for command in (("report",), ("adapters",), ("adapters", "--json"),
+                                    ("run", "--adapter", name, "--guest-ip", "10.77.0.100", "--duration", "1", "--proceed"),
+                                    ("run", "--adapter", "no\x1bsuch"))]
+        for guest in commands:
+            said = "\n".join(guest.lines()) + guest.errors()
+            self.assertNotRegex(said, "[^\\n -~\u00a0-\u2027\u2030-\u2065]", guest.story())
+            self.assertNotRegex(said, r"(?m)^(\S+ )?forged", guest.story())
+        report = commands[0].text()
+        for line in (f"  Host Name . . . . . . . . . : host\\x0aforged{shown}", f"  DNS Servers . . . . . . . . : fe80::1%{shown}",
+                     r"Connection          = e\x1b[2J\u202e", r"AdapterName         = NPF_e\x1b[2J\u202e",
+                     rf"Description         = veth, alias\x0aforged = Yes{shown}", r"e\x1b[2J\u202e"):
+            self.assertIn(line + "\n", report)
+        self.assertIn(rf'mode on "host\x0aforged{shown}" (Linux', report)
+        self.assertNotIn("WrenPackOpenAdapter", report, "it is opened by its true name")
+        self.assertEqual([guest.status for guest in commands], [0, 0, 0, 0, 2], commands[3].errors())
+        entry = json.loads("\n".join(commands[2].lines()))["adapters"][0]
+        self.assertEqual((entry["name"], entry["description"]), (r"e\x1b[2J\u202e", rf"veth, alias\x0aforged = Yes{shown}"))
+        # The name as it is shown chooses the adapter, too.
+        again = self.run_program("run", "--adapter", entry["name"], "--guest-ip", "10.77.0.100", "--duration", "1", "--proceed",
+                                 namespace=self.host)
+        self.assertEqual(again.status, 0, again.story())
 
     @cases.timeout(180)
     def test_no_adapters_and_large_tables(self):

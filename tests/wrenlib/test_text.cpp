@@ -5,6 +5,7 @@
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 namespace {
@@ -24,6 +25,22 @@ TEST(Text, ReplacesWhatIsNotUtf8) {
         EXPECT_EQ(wide.back(), L'z');
         EXPECT_NE(wide.find(L'\uFFFD'), std::wstring::npos) << bad;
     }
+}
+
+TEST(VisibleText, ShowsWhatHasNoShapeByItsNumberAndLeavesAllElse) {
+    const std::wstring fine = L"C:\\x1b \u00A0B\u00FCro\u2027\u202F\u2065\u206A\u20AC~\uFFFD\U0001F310";
+    EXPECT_EQ(MakeVisible(fine), fine);
+    // The first and the last of every range, and a NUL.
+    EXPECT_EQ(MakeVisible(std::wstring_view(L"\0\x01\t\r\n\x1b[2J\x1f\x7f\u0080\u009b\u009f", 14)),
+              L"\\x00\\x01\\x09\\x0d\\x0a\\x1b[2J\\x1f\\x7f\\x80\\x9b\\x9f");
+    EXPECT_EQ(MakeVisible(L"\u061C\u200E\u200F\u2028\u2029\u202A\u202E\u2066\u2069\uFEFF"),
+              L"\\u061c\\u200e\\u200f\\u2028\\u2029\\u202a\\u202e\\u2066\\u2069\\ufeff");
+    const auto lines = [](std::wstring text) {
+        MakeLinesVisible(text);
+        return text;
+    };
+    EXPECT_EQ(lines(fine + L"\n\n"), fine + L"\n\n");
+    EXPECT_EQ(lines(L"a\tb\r\n\rc\x1b\u202e\r"), L"a b\n\\x0dc\\x1b\\u202e") << "lines stay lines";
 }
 
 TEST(Format, FollowsPrintfOnWideText) {
