@@ -42,6 +42,9 @@ public:
     // the second byte do not.
     bool LooksFragmented() const { return m_bytes[6] != 0 || (m_bytes[7] & 0x3F) != 0; }
 
+    // The fragment offset is not 0: what follows the header is not the beginning of a message.
+    bool IsLaterFragment() const { return (m_bytes[6] & 0x1F) != 0 || m_bytes[7] != 0; }
+
     // Version 4, five words, type of service 0, identification 0, Don't-Fragment; the checksum is 0.
     void BuildHeader(std::uint16_t totalLength, std::uint8_t timeToLive, std::uint8_t protocol,
                      Ipv4Address source, Ipv4Address destination) {

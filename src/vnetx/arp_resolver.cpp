@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "vnetx/failure.h"
+#include "vnetx/reading_thread.h"
 #include "vnetx/wire_format.h"
 
 namespace vnxtest {
@@ -123,10 +124,30 @@ bool ArpResolver::HasAsked(Ipv4Address address) {
     });
 }
 
-void ArpResolver::Ask(const Asker& asker, Ipv4Address address) {
+// Whoever answers strangers' frames must not ask as often as they would have him. True counts as asked.
+bool ArpResolver::MayReaderAsk() {
+    const auto now = Clock::now();
+    const std::lock_guard lock(m_askedMutex);
+    auto& asked = m_askedByReaders;
+    while (!asked.empty() && now - asked.front() >= std::chrono::seconds(1)) {
+        asked.pop_front();
+    }
+    if (asked.size() >= kMostASecond ||
+        (asked.size() >= kMostAtATime && now - asked[asked.size() - kMostAtATime] < kExchangeTime)) {
+        return false;
+    }
+    asked.push_back(now);
+    return true;
+}
+
+bool ArpResolver::Ask(const Asker& asker, Ipv4Address address) {
+    if (reading_thread::IsOne() && !MayReaderAsk()) {
+        return false;
+    }
     NoteAsked(address);
     Send(*m_capture, BuildArpFrame(MacAddress::Broadcast(), asker.mac,
                                    {kArpRequest, asker.mac, asker.ip, MacAddress(), address}));
+    return true;
 }
 
 // Sends the question, once more when it stays unanswered for a while, and takes what comes until

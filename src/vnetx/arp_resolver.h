@@ -1,12 +1,13 @@
 // The neighbour queries of an open interface: what is known first, then one ARP exchange (RFC 826)
 // or RARP exchange (RFC 903), bounded in time.
 //
-// The exchange has a small capture of its own, so that it works on any thread, the reading one
-// included, and whether or not anybody reads.
+// The exchange has a small capture of its own, so that it works whether or not anybody reads. A thread
+// that reads must not wait for it; it asks beside its work, and only so often as it should for strangers.
 #pragma once
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -30,6 +31,11 @@ public:
         MacAddress mac;
         Ipv4Address ip;
     };
+    // The questions of reading threads: so many within the time that an exchange may take, so many within a
+    // second.
+    static constexpr std::size_t kMostAtATime = 16;
+    static constexpr std::size_t kMostASecond = 64;
+
     // Told of every frame that an exchange has sent.
     using SentFunction = std::function<void(std::span<const std::uint8_t> frame)>;
 
@@ -42,8 +48,9 @@ public:
     MacAddress Resolve(const Asker& asker, Ipv4Address address);
     // The address of `mac`; zero likewise.
     Ipv4Address ResolveReverse(const Asker& asker, MacAddress mac);
-    // Asks without waiting for the answer, which whoever reads the frames will learn from.
-    void Ask(const Asker& asker, Ipv4Address address);
+    // Asks without waiting for the answer, which whoever reads the frames will learn from. On a reading
+    // thread only within the limits above; false when it was not asked.
+    bool Ask(const Asker& asker, Ipv4Address address);
 
     // The captures, to be closed; nothing is asked any more.
     std::vector<std::unique_ptr<Capture>> TakeCaptures();
@@ -61,6 +68,7 @@ private:
 
     void Send(Capture& capture, std::span<const std::uint8_t> frame);
     void NoteAsked(Ipv4Address address);
+    bool MayReaderAsk();
     bool Run(Capture& capture, Exchange& exchange, std::span<const std::uint8_t> question);
 
     NeighbourTable& m_table;
@@ -72,7 +80,8 @@ private:
     std::unique_ptr<Capture> m_reverseCapture;
     const std::unique_ptr<ReaderGate> m_gate;
 
-    std::mutex m_askedMutex;
+    std::mutex m_askedMutex;                                        // of the two below
+    std::deque<NeighbourTable::Clock::time_point> m_askedByReaders; // in the last second
     std::vector<std::pair<Ipv4Address, NeighbourTable::Clock::time_point>> m_asked;
     std::unordered_map<std::uint64_t, NeighbourTable::Clock::time_point>
         m_silentMacs; // under m_exchangeMutex

@@ -1,10 +1,11 @@
 #include "vnetx/ipv4_over_ethernet.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 
+#include "packets/reply_scope.h"
 #include "vnetx/host_links.h"
+#include "vnetx/reading_thread.h"
 
 namespace vnxtest {
 namespace {
@@ -18,54 +19,51 @@ MacAddress MulticastMac(Ipv4Address group) {
     return MacAddress({0x01, 0x00, 0x5E, static_cast<std::uint8_t>(bytes[1] & 0x7F), bytes[2], bytes[3]});
 }
 
-int MillisecondsUntil(Ipv4OverEthernet::Clock::duration left) {
-    return std::max(0, static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(left).count()));
-}
-
 } // namespace
 
-Ipv4OverEthernet::Route Ipv4OverEthernet::FindRoute(const Guest& guest, Ipv4Address destination) const {
-    const auto onSubnet = [&](Ipv4Address own, Ipv4Address mask) {
-        return !mask.IsZero() && (destination & mask) == (own & mask);
-    };
-    const auto direct = [&](Ipv4Address mask) {
-        // The subnet's highest address is its broadcast address where there is room for one.
-        const bool broadcast = (~mask).Host() > 1 && destination == (destination | ~mask);
-        return Route{destination, broadcast, {}};
-    };
-    if (!guest.mask.IsZero() && guest.mask != kAllOnes) {
-        if (onSubnet(guest.ip, guest.mask)) {
-            return direct(guest.mask);
-        }
-    } else if (const auto link = FindHostLinkByIndex(m_linkIndex)) {
-        for (const HostLinkAddress& own : link->addresses) {
-            if (own.mask != kAllOnes && onSubnet(own.address, own.mask)) {
-                return direct(own.mask);
-            }
-        }
+// The way within the subnet of `own`, if it leads there.
+std::optional<Ipv4OverEthernet::Route> Ipv4OverEthernet::Direct(Ipv4Address own, Ipv4Address mask,
+                                                                Ipv4Address destination) {
+    if (mask.IsZero() || mask == kAllOnes || (destination & mask) != (own & mask)) {
+        return std::nullopt;
     }
-    return {GatewayTowards(m_linkIndex, destination).value_or(destination), false, {}};
+    // The subnet's highest address is its broadcast address where there is room for one.
+    return Route{destination, (~mask).Host() > 1 && destination == (destination | ~mask), {}};
 }
 
-// The route as it was within the last second, so that a change on the host is seen soon.
 Ipv4OverEthernet::Route Ipv4OverEthernet::RouteTo(const Guest& guest, Ipv4Address destination) {
-    const std::uint64_t key = static_cast<std::uint64_t>(guest.mask.Memory()) << 32 | destination.Memory();
+    if (const auto route = Direct(guest.ip, guest.mask, destination)) {
+        return *route;
+    }
     const auto now = Clock::now();
     {
         const std::lock_guard lock(m_routeMutex);
-        const auto found = m_routes.find(key);
+        const auto found = m_routes.find(destination.Memory());
         if (found != m_routes.end() && now - found->second.found < kRouteLifetime) {
             return found->second;
         }
     }
-    Route route = FindRoute(guest, destination);
+    Route route = AskHost(guest, destination);
     route.found = now;
     const std::lock_guard lock(m_routeMutex);
     if (m_routes.size() >= kMostRoutes) {
         m_routes.clear();
     }
-    m_routes.insert_or_assign(key, route);
+    m_routes.insert_or_assign(destination.Memory(), route);
     return route;
+}
+
+Ipv4OverEthernet::Route Ipv4OverEthernet::AskHost(const Guest& guest, Ipv4Address destination) {
+    if (guest.mask.IsZero() || guest.mask == kAllOnes) {
+        if (const auto link = m_around.hostLinks.FindByIndex(m_around.linkIndex)) {
+            for (const HostLinkAddress& own : link->addresses) {
+                if (const auto route = Direct(own.address, own.mask, destination)) {
+                    return *route;
+                }
+            }
+        }
+    }
+    return {GatewayTowards(m_around.linkIndex, destination).value_or(destination), false, {}};
 }
 
 std::int32_t Ipv4OverEthernet::SendTo(MacAddress mac, const Guest& guest, const std::uint8_t* packet,
@@ -90,128 +88,96 @@ std::int32_t Ipv4OverEthernet::Write(const Guest& guest, const std::uint8_t* pac
     if (route.broadcast) {
         return SendTo(MacAddress::Broadcast(), guest, packet, length);
     }
-    const auto neighbour = m_table.Find(route.hop);
+    const auto neighbour = m_around.table.Find(route.hop);
     if (neighbour.refresh) {
-        m_resolver.Ask({guest.mac, guest.ip}, route.hop);
+        Ask(guest, route.hop);
     }
     if (neighbour.state == State::Known) {
         return SendTo(neighbour.mac, guest, packet, length);
     }
+    // Only where no router is between: the sender of a router's frame is not the station that sent it.
+    if (const auto mac = reading_thread::SenderOf(m_around.reader, destination);
+        mac && route.hop == destination) {
+        return SendTo(*mac, guest, packet, length);
+    }
     if (neighbour.state == State::Silent) {
-        m_functions.drop();
+        Drop(1);
     } else {
-        Keep(guest, route.hop, packet, length);
+        Keep(guest, route.hop, {packet, length});
     }
     return static_cast<std::int32_t>(length);
 }
 
-void Ipv4OverEthernet::Keep(const Guest& guest, Ipv4Address hop, const std::uint8_t* packet,
-                            std::uint32_t length) {
-    TimedWork(guest); // should nobody be reading
-    bool ask = false;
-    {
-        const std::lock_guard lock(m_waitingMutex);
-        if (m_waitingPackets >= kMostWaitingPackets) {
-            m_functions.drop();
-            return;
-        }
-        Waiting& waiting = m_waiting[hop.Memory()];
-        if (waiting.packets.empty()) {
-            waiting.since = Clock::now();
-            ask = true;
-        }
-        waiting.packets.emplace_back(packet, packet + length);
-        ++m_waitingPackets;
-        m_isWaiting.store(true);
+bool Ipv4OverEthernet::Ask(const Guest& guest, Ipv4Address hop) {
+    return m_around.resolver.Ask({guest.mac, guest.ip}, hop);
+}
+
+void Ipv4OverEthernet::Drop(std::size_t count) {
+    for (; count > 0; --count) {
+        m_functions.drop();
     }
-    if (ask) {
-        m_resolver.Ask({guest.mac, guest.ip}, hop);
+}
+
+void Ipv4OverEthernet::Keep(const Guest& guest, Ipv4Address hop, std::span<const std::uint8_t> packet) {
+    TimedWork(guest); // should nobody be reading
+    const bool known = m_waiting.Knows(hop);
+    if (!known && !Ask(guest, hop)) {
+        Drop(1);
+        return;
+    }
+    Drop(m_waiting.Keep(hop, packet, reading_thread::IsOne(), Clock::now()));
+    if (!known) {
         m_functions.wakeReader();
     }
     // The answer may have come between the first look and now; whoever took it saw no packet yet.
-    if (const auto neighbour = m_table.Find(hop); neighbour.state == NeighbourTable::State::Known) {
+    if (const auto neighbour = m_around.table.Find(hop); neighbour.state == NeighbourTable::State::Known) {
         SendWaiting(guest, hop, neighbour.mac);
     }
 }
 
 void Ipv4OverEthernet::SendWaiting(const Guest& guest, Ipv4Address hop, MacAddress mac) {
-    if (!m_isWaiting.load()) {
-        return;
-    }
-    std::vector<std::vector<std::uint8_t>> packets;
-    {
-        const std::lock_guard lock(m_waitingMutex);
-        const auto found = m_waiting.find(hop.Memory());
-        if (found == m_waiting.end()) {
-            return;
-        }
-        packets = std::move(found->second.packets);
-        m_waitingPackets -= packets.size();
-        m_waiting.erase(found);
-        m_isWaiting.store(!m_waiting.empty());
-    }
-    for (const auto& packet : packets) {
+    for (const auto& packet : m_waiting.Take(hop)) {
         if (SendTo(mac, guest, packet.data(), static_cast<std::uint32_t>(packet.size())) < 0) {
-            m_functions.drop(); // its writer was told that it is on its way
+            Drop(1); // its writer was told that it is on its way
         }
     }
 }
 
-void Ipv4OverEthernet::HandleArp(const Guest& guest, const ArpPacket& arp) {
+bool Ipv4OverEthernet::HandleArp(const Guest& guest, const ArpPacket& arp) {
+    if (!IsAnotherStation(arp.senderMac, guest.mac)) {
+        return false;
+    }
     const bool forGuest = arp.targetIp == guest.ip && !guest.ip.IsZero();
     if (arp.senderIp != guest.ip) {
         if (forGuest) {
-            m_table.Learn(arp.senderIp, arp.senderMac);
+            m_around.table.Learn(arp.senderIp, arp.senderMac);
         } else {
-            m_table.Update(arp.senderIp, arp.senderMac);
+            m_around.table.Update(arp.senderIp, arp.senderMac);
         }
-        if (const auto neighbour = m_table.Find(arp.senderIp);
-            neighbour.state == NeighbourTable::State::Known) {
-            SendWaiting(guest, arp.senderIp, neighbour.mac);
+        if (!m_waiting.IsEmpty()) {
+            if (const auto neighbour = m_around.table.Find(arp.senderIp);
+                neighbour.state == NeighbourTable::State::Known) {
+                SendWaiting(guest, arp.senderIp, neighbour.mac);
+            }
         }
     }
     if (forGuest && arp.operation == kArpRequest) {
         m_functions.send(BuildArpFrame(arp.senderMac, guest.mac,
                                        {kArpReply, guest.mac, guest.ip, arp.senderMac, arp.senderIp}));
     }
+    return true;
 }
 
 int Ipv4OverEthernet::TimedWork(const Guest& guest) {
-    if (!m_isWaiting.load(std::memory_order_relaxed)) {
-        return -1;
+    const WaitingPackets::Due due = m_waiting.Work(Clock::now());
+    for (const Ipv4Address hop : due.silent) {
+        m_around.table.NoteSilence(hop);
     }
-    std::vector<Ipv4Address> askAgain;
-    int next = -1;
-    {
-        const auto now = Clock::now();
-        const std::lock_guard lock(m_waitingMutex);
-        for (auto entry = m_waiting.begin(); entry != m_waiting.end();) {
-            const Ipv4Address hop = Ipv4Address::FromMemory(entry->first);
-            Waiting& waiting = entry->second;
-            const auto age = now - waiting.since;
-            if (age >= ArpResolver::kExchangeTime) {
-                m_table.NoteSilence(hop);
-                m_waitingPackets -= waiting.packets.size();
-                std::for_each(waiting.packets.begin(), waiting.packets.end(),
-                              [this](auto&) { m_functions.drop(); });
-                entry = m_waiting.erase(entry);
-                continue;
-            }
-            if (!waiting.repeated && age >= ArpResolver::kRepeatAfter) {
-                waiting.repeated = true;
-                askAgain.push_back(hop);
-            }
-            const int due = MillisecondsUntil(
-                (waiting.repeated ? ArpResolver::kExchangeTime : ArpResolver::kRepeatAfter) - age);
-            next = next < 0 ? due : std::min(next, due);
-            ++entry;
-        }
-        m_isWaiting.store(!m_waiting.empty());
+    Drop(due.dropped);
+    for (const Ipv4Address hop : due.askAgain) {
+        Ask(guest, hop);
     }
-    for (const Ipv4Address hop : askAgain) {
-        m_resolver.Ask({guest.mac, guest.ip}, hop);
-    }
-    return next;
+    return due.next;
 }
 
 } // namespace vnxtest

@@ -2,10 +2,10 @@
 //
 // It answers ARP for the guest (RFC 826), finds a packet's next hop and its MAC, and keeps a packet
 // whose next hop is being asked for. A packet is never held longer than an ARP exchange may take;
-// then it is dropped and counted, as a router would: a silent host looks silent to the program.
+// then it is dropped and counted, as a router would: a silent host looks silent to the program. The
+// sender of the frame that a thread has just read is answered without a question.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -13,10 +13,11 @@
 #include <optional>
 #include <span>
 #include <unordered_map>
-#include <vector>
 
 #include "vnetx/arp_resolver.h"
 #include "vnetx/neighbours.h"
+#include "vnetx/recent_host_links.h"
+#include "vnetx/waiting_packets.h"
 #include "vnetx/wire_format.h"
 
 namespace vnxtest {
@@ -38,20 +39,29 @@ public:
         std::function<void()> wakeReader; // so that TimedWork() is called in time
     };
 
-    Ipv4OverEthernet(NeighbourTable& table, ArpResolver& resolver, std::uint32_t linkIndex,
-                     Functions functions)
-        : m_table(table), m_resolver(resolver), m_linkIndex(linkIndex), m_functions(std::move(functions)) {}
+    // What it works with, all of which outlives it. `reader` is the interface's number among the reading
+    // threads' (reading_thread.h).
+    struct Surroundings {
+        NeighbourTable& table;
+        ArpResolver& resolver;
+        RecentHostLinks& hostLinks;
+        std::uint32_t linkIndex;
+        std::uint64_t reader;
+    };
+
+    Ipv4OverEthernet(const Surroundings& around, Functions functions)
+        : m_around(around), m_functions(std::move(functions)) {}
 
     // Sends or keeps one IPv4 packet; its length, or -1 with errno. Any thread.
     std::int32_t Write(const Guest& guest, const std::uint8_t* packet, std::uint32_t length);
-    // An ARP packet from the wire: answers a question for the guest and learns.
-    void HandleArp(const Guest& guest, const ArpPacket& arp);
+    // An ARP packet from the wire: answers a question for the guest and learns. False when it came from
+    // no single station and nothing was done with it.
+    bool HandleArp(const Guest& guest, const ArpPacket& arp);
     // Repeats questions and drops packets whose time has come. Milliseconds until there is something
     // to do again, negative when nothing is waiting.
     int TimedWork(const Guest& guest);
 
 private:
-    static constexpr std::size_t kMostWaitingPackets = 256;
     static constexpr std::size_t kMostRoutes = 1024;
     static constexpr auto kRouteLifetime = std::chrono::seconds(1);
 
@@ -60,30 +70,23 @@ private:
         bool broadcast = false;
         Clock::time_point found;
     };
-    struct Waiting {
-        Clock::time_point since;
-        bool repeated = false;
-        std::vector<std::vector<std::uint8_t>> packets;
-    };
 
+    static std::optional<Route> Direct(Ipv4Address own, Ipv4Address mask, Ipv4Address destination);
     Route RouteTo(const Guest& guest, Ipv4Address destination);
-    Route FindRoute(const Guest& guest, Ipv4Address destination) const;
+    Route AskHost(const Guest& guest, Ipv4Address destination);
     std::int32_t SendTo(MacAddress mac, const Guest& guest, const std::uint8_t* packet, std::uint32_t length);
-    void Keep(const Guest& guest, Ipv4Address hop, const std::uint8_t* packet, std::uint32_t length);
+    void Keep(const Guest& guest, Ipv4Address hop, std::span<const std::uint8_t> packet);
+    bool Ask(const Guest& guest, Ipv4Address hop);
+    void Drop(std::size_t count);
     void SendWaiting(const Guest& guest, Ipv4Address hop, MacAddress mac);
 
-    NeighbourTable& m_table;
-    ArpResolver& m_resolver;
-    const std::uint32_t m_linkIndex;
+    const Surroundings m_around;
     const Functions m_functions;
 
     std::mutex m_routeMutex;
-    std::unordered_map<std::uint64_t, Route> m_routes; // by destination and mask
+    std::unordered_map<std::uint32_t, Route> m_routes; // the host's, by destination
 
-    std::mutex m_waitingMutex;
-    std::unordered_map<std::uint32_t, Waiting> m_waiting; // by next hop
-    std::size_t m_waitingPackets = 0;
-    std::atomic<bool> m_isWaiting{false};
+    WaitingPackets m_waiting{ArpResolver::kRepeatAfter, ArpResolver::kExchangeTime};
 };
 
 } // namespace vnxtest

@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstring>
 
+#include "packets/reply_scope.h"
 #include "vnetx/failure.h"
+#include "vnetx/reading_thread.h"
 #include "vnetx/wire_format.h"
 #include "wrenlib/text.h"
 
@@ -88,7 +90,9 @@ int PcapInterface::Open() {
     };
     functions.drop = [this] { Counters().ignored.Add(); };
     functions.wakeReader = [this] { Gate().Wake(); };
-    m_ipv4 = std::make_unique<Ipv4OverEthernet>(m_neighbours, *m_resolver, m_linkIndex, std::move(functions));
+    m_ipv4 = std::make_unique<Ipv4OverEthernet>(
+        Ipv4OverEthernet::Surroundings{m_neighbours, *m_resolver, m_hostLinks, m_linkIndex, Reader()},
+        std::move(functions));
     return 0;
 }
 
@@ -149,24 +153,52 @@ MacAddress PcapInterface::FindNeighbour(Ipv4Address address) {
     if (address.IsZero()) {
         return {};
     }
-    // What is known or known to be silent needs no look at the host: this is asked for every packet.
-    if (m_neighbours.Find(address).state == NeighbourTable::State::Unknown) {
-        if (const auto link = FindHostLink(address)) {
+    using State = NeighbourTable::State;
+    const NeighbourTable::Answer known = m_neighbours.Find(address);
+    if (known.state == State::Known) {
+        if (known.refresh) {
+            m_resolver->Ask(Asker(), address);
+        }
+        return known.mac;
+    }
+    if (const auto mac = reading_thread::SenderOf(Reader(), address)) {
+        return *mac;
+    }
+    if (known.state == State::Unknown) {
+        if (const auto link = m_hostLinks.Find(address)) {
             return link->mac;
         }
         if (address == GuestIp()) {
             return GuestMac();
         }
     }
-    return GuestMac().IsZero() ? MacAddress() : m_resolver->Resolve(Asker(), address);
+    if (GuestMac().IsZero()) {
+        return {};
+    }
+    if (!reading_thread::IsOne()) {
+        return m_resolver->Resolve(Asker(), address);
+    }
+    // The answer is read like any frame; until then, and for a while if there is none, it is not asked again.
+    if (known.state == State::Unknown && m_resolver->Ask(Asker(), address)) {
+        m_neighbours.NoteSilence(address);
+    }
+    return {};
 }
 
 Ipv4Address PcapInterface::FindNeighbourByMac(MacAddress mac) {
-    if (const auto link = FindHostLink(mac); link && !link->addresses.empty()) {
+    const bool reading = reading_thread::IsOne();
+    auto link = m_hostLinks.FindByIndex(m_linkIndex);
+    if ((!link || link->mac != mac) && !reading) {
+        link = FindHostLink(mac);
+    }
+    if (link && link->mac == mac && !link->addresses.empty()) {
         return link->addresses.front().address;
     }
     if (mac == GuestMac()) {
         return GuestIp();
+    }
+    if (reading) {
+        return m_neighbours.FindByMac(mac);
     }
     return GuestMac().IsZero() ? Ipv4Address() : m_resolver->ResolveReverse(Asker(), mac);
 }
@@ -191,6 +223,7 @@ std::int32_t PcapInterface::TakeFrame(std::uint8_t* buffer, std::uint32_t size) 
             return 0;
         }
         Counters().NoteTransfer(m_batch.FrameBytes());
+        DoTimedWork(); // frames that keep coming leave no pause for it
     }
     while (!m_batch.IsEmpty()) {
         if (const std::int32_t result = Accept(m_batch.TakeFirst(), buffer, size); result != 0) {
@@ -228,12 +261,23 @@ std::int32_t PcapInterface::Accept(const FrameBatch::Frame& frame, std::uint8_t*
     return Mode() == InterfaceMode::Tap ? AcceptTap(frame, buffer, size) : AcceptTun(frame, buffer, size);
 }
 
+// Whoever answers this frame finds its sender without a question.
+void PcapInterface::NoteSender(const FrameBatch::Frame& frame) {
+    if (frame.captured >= kEthernetHeaderLength + kIpv4HeaderLength) {
+        reading_thread::NoteSender(LoadIpv4(frame.bytes + kEthernetHeaderLength + 12),
+                                   LoadMac(frame.bytes + 6));
+    }
+}
+
 std::int32_t PcapInterface::AcceptTap(const FrameBatch::Frame& frame, std::uint8_t* buffer,
                                       std::uint32_t size) {
-    if (LoadBe16(frame.bytes + 12) == kEtherTypeArp) {
+    const std::uint16_t type = LoadBe16(frame.bytes + 12);
+    if (type == kEtherTypeIpv4) {
+        NoteSender(frame);
+    } else if (type == kEtherTypeArp) {
         const auto arp =
             ParseArp({frame.bytes + kEthernetHeaderLength, frame.captured - kEthernetHeaderLength});
-        if (arp && arp->senderIp != GuestIp()) {
+        if (arp && arp->senderIp != GuestIp() && IsAnotherStation(arp->senderMac, m_mac)) {
             if (arp->targetIp == GuestIp()) {
                 m_neighbours.Learn(arp->senderIp, arp->senderMac);
             } else {
@@ -256,14 +300,14 @@ std::int32_t PcapInterface::AcceptTun(const FrameBatch::Frame& frame, std::uint8
                                                 frame.captured - kEthernetHeaderLength);
     switch (LoadBe16(frame.bytes + 12)) {
     case kEtherTypeArp:
-        if (const auto arp = ParseArp(payload)) {
+        if (const auto arp = ParseArp(payload); arp && m_ipv4->HandleArp(Guest(), *arp)) {
             Counters().reading.internalArps.Add();
-            m_ipv4->HandleArp(Guest(), *arp);
         } else {
             Counters().ignored.Add();
         }
         return 0;
     case kEtherTypeIpv4: {
+        NoteSender(frame);
         // A short packet was padded to the shortest frame; what is behind its end is not part of it.
         // One that is longer than its frame is for the program to judge.
         std::size_t length = payload.size();

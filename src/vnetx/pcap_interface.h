@@ -10,6 +10,7 @@
 #include "vnetx/capture.h"
 #include "vnetx/ipv4_over_ethernet.h"
 #include "vnetx/neighbours.h"
+#include "vnetx/recent_host_links.h"
 #include "vnetx/virtual_interface.h"
 
 namespace vnxtest {
@@ -68,6 +69,7 @@ private:
     ArpResolver::Asker Asker() const { return {GuestMac(), GuestIp()}; }
     Ipv4OverEthernet::Guest Guest() const { return {GuestMac(), GuestIp(), NetMask(), BroadcastIp()}; }
     std::uint32_t LargestPacket() const { return Mtu() != 0 ? Mtu() : m_linkMtu; }
+    static void NoteSender(const FrameBatch::Frame& frame);
     std::int32_t AcceptTap(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);
     std::int32_t AcceptTun(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);
     void TellRefusal(const std::string& why) const { Debug().TellRefusal("The adapter " + m_device, why); }
@@ -82,6 +84,7 @@ private:
     const std::uint32_t m_linkIndex;
     const std::uint32_t m_linkMtu;
     AdapterWatch m_watch;
+    RecentHostLinks m_hostLinks;
     NeighbourTable m_neighbours;
     std::unique_ptr<ArpResolver> m_resolver;
     std::unique_ptr<Ipv4OverEthernet> m_ipv4;

@@ -317,6 +317,7 @@ std::int32_t VirtualInterface::Read(void* buffer, std::uint32_t size) {
     if (!buffer || size == 0) {
         return Fail(EINVAL);
     }
+    reading_thread::Begin(m_reader);
     const std::lock_guard lock(m_readMutex);
     m_counters.reading.calls.Add();
     if (m_gate->IsInterrupted()) {

@@ -17,6 +17,7 @@
 #include "vnetx/interface_counters.h"
 #include "vnetx/poll_policy.h"
 #include "vnetx/reader_gate.h"
+#include "vnetx/reading_thread.h"
 #include "vnetx/vnetx.h"
 #include "wrenlib/address.h"
 
@@ -105,6 +106,8 @@ protected:
     InterfaceCounters& Counters() { return m_counters; }
     const DebugLines& Debug() const { return m_debug; }
     const std::string& Name() const { return m_name; } // stable once attached
+    // Its number among the reading threads' (reading_thread.h).
+    std::uint64_t Reader() const { return m_reader; }
     // The guest's MAC: the one set, else the one that follows from the guest's address.
     MacAddress GuestMac() const;
     Ipv4Address GuestIp() const { return m_guestIp.Get(); }
@@ -133,6 +136,7 @@ private:
     std::int32_t WaitForFrame(std::uint8_t* buffer, std::uint32_t size);
 
     const std::unique_ptr<ReaderGate> m_gate;
+    const std::uint64_t m_reader = reading_thread::NewReader();
     const bool m_socketNotify;
     InterfaceCounters m_counters;
     DebugLines m_debug;
