@@ -5,6 +5,7 @@
 #include "core/output_channel.h"
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
+#include "packets/reply_scope.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {
@@ -37,12 +38,13 @@ std::optional<ArpFrame> AcceptRequest(const INTERFACE_INFO& info, std::span<std:
     return ArpFrame{*ethernet, *arp};
 }
 
+// True when the reply was written, to somebody: a library need not send any other.
 bool WriteReply(INTERFACE_INFO& info, VnetxLibrary& library, std::span<std::uint8_t> frame,
                 const wchar_t* function) {
     const std::int32_t written =
         library.Write(info.handle.load(std::memory_order_relaxed), frame.data(), kArpFrameLength);
     if (written == static_cast<std::int32_t>(kArpFrameLength)) {
-        return true;
+        return !IsReplyToNobody(frame.first(kArpFrameLength), true, ReplyScopeOf(info));
     }
     const SavedErrors& saved = SaveErrors();
     LogMsg(L"** CVNXTestView(%s)::%s: vnetx32_write failed; rc=%d: %s\n", info.name, function,

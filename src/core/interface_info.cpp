@@ -28,6 +28,15 @@ void INTERFACE_INFO::Reset() {
     statisticsValid = false;
 }
 
+ReplyScope ReplyScopeOf(INTERFACE_INFO& info) {
+    std::unique_lock lock(info.addressLock, std::defer_lock);
+    if (!info.addressesKnown.load(std::memory_order_acquire)) {
+        lock.lock(); // they may be found out at this moment
+    }
+    return {info.guestMac, info.guestIp, info.inAdapterSubnet ? info.guestIp : info.adapterIp, info.netMask,
+            info.broadcastIp};
+}
+
 std::wstring INTERFACE_INFO::NameCopy() {
     const std::lock_guard lock(addressLock);
     return name;

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "packets/reply_scope.h"
 #include "vnetx/vnetx.h"
 #include "wrenlib/address.h"
 
@@ -76,5 +77,8 @@ struct INTERFACE_INFO {
     // True when the interface names a host adapter (interface 2 is in use only then).
     bool NamesAdapter() const { return !adapterIpText.empty() || !adapterMacText.empty(); }
 };
+
+// Whom the guest of the interface may answer. Monitor thread.
+ReplyScope ReplyScopeOf(INTERFACE_INFO& info);
 
 } // namespace vnxtest

@@ -5,6 +5,7 @@
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
 #include "packets/ipv4_packet.h"
+#include "packets/reply_scope.h"
 #include "ping/echo_request.h"
 #include "ping/packet_writer.h"
 
@@ -133,7 +134,9 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
     ip.SetChecksum(library.CalcInetChecksum(bytes.data(), Ipv4View::kLength));
     icmp.SetChecksum(library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
     LogMsg(L"** Someone is PINGing Vant!\n** Sending PING reply to %s\n", FormatIPAddr(ip.Destination()));
-    if (WritePingIPPacket(info, m_host, packet.WithHeadroom())) {
+    const std::span<std::uint8_t> frame = packet.WithHeadroom();
+    if (WritePingIPPacket(info, m_host, frame) &&
+        !IsReplyToNobody(info.tapMode ? frame : bytes, info.tapMode, ReplyScopeOf(info))) {
         info.counters.echoRequestsAnswered.fetch_add(1, std::memory_order_relaxed);
     }
 }

@@ -45,7 +45,7 @@ struct InterfaceCounters {
     struct alignas(64) Writing {
         SharedCounter calls, ios, packets, bytes, toZeroMac, fromZeroMac;
     } writing;
-    // Frames dropped unread, and packets whose next hop did not answer.
+    // Frames dropped unread, packets whose next hop did not answer, and replies to nobody.
     alignas(64) SharedCounter ignored;
 
     // Fills every counter of `record`; its length and the two buffer sizes are the caller's.

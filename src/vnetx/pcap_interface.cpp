@@ -106,6 +106,9 @@ int PcapInterface::BringUp() {
     if (m_mac.IsZero()) {
         return EADDRNOTAVAIL;
     }
+    if (const auto link = m_hostLinks.FindByIndex(m_linkIndex); link && !link->addresses.empty()) {
+        SetAdapterSubnet(link->addresses.front().address, link->addresses.front().mask);
+    }
     if (!m_capture) {
         CaptureOptions options;
         options.device = m_device;

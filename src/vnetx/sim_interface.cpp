@@ -51,6 +51,7 @@ int SimInterface::BringUp() {
                                  ToNarrow(FormatIPAddr(kSimLastFreeIp))));
     }
     m_batchSize = m_next = 0;
+    SetAdapterSubnet(kSimAdapterIp, kSimNetMask);
     RefreshIdentity();
     m_network->PlugIn(m_port);
     return 0;
@@ -135,9 +136,8 @@ std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
     if (Mode() == InterfaceMode::Tap) {
         return bytes;
     }
-    if (header->type == kEtherTypeArp) {
+    if (header->type == kEtherTypeArp && HandleArpInside(bytes)) {
         reading.internalArps.Add();
-        HandleArpInside(bytes);
         return {};
     }
     if (header->type != kEtherTypeIpv4) {
@@ -147,14 +147,18 @@ std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
     return bytes.subspan(kEthernetHeaderLength);
 }
 
-// TUN: the guest's address is asked for, and the library answers for it (RFC 826).
-void SimInterface::HandleArpInside(std::span<const std::uint8_t> frame) {
+// TUN: the guest's address is asked for, and the library answers for it (RFC 826). False when there is no
+// single station to answer.
+bool SimInterface::HandleArpInside(std::span<const std::uint8_t> frame) {
     const auto arp = ParseArp(frame.subspan(kEthernetHeaderLength));
-    if (!arp || arp->operation != kArpRequest || arp->targetIp != GuestIp()) {
-        return;
+    if (arp && !IsAnotherStation(arp->senderMac, GuestMac())) {
+        return false;
     }
-    SendFrame(BuildArpFrame(arp->senderMac, GuestMac(),
-                            {kArpReply, GuestMac(), GuestIp(), arp->senderMac, arp->senderIp}));
+    if (arp && arp->operation == kArpRequest && arp->targetIp == GuestIp()) {
+        SendFrame(BuildArpFrame(arp->senderMac, GuestMac(),
+                                {kArpReply, GuestMac(), GuestIp(), arp->senderMac, arp->senderIp}));
+    }
+    return true;
 }
 
 std::int32_t SimInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t length) {

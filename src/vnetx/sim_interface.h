@@ -34,7 +34,7 @@ private:
 
     std::int32_t WritePacket(const std::uint8_t* packet, std::uint32_t length);
     std::span<const std::uint8_t> Accept(const SimFrame& frame);
-    void HandleArpInside(std::span<const std::uint8_t> frame);
+    bool HandleArpInside(std::span<const std::uint8_t> frame);
     void ShowArpExchange(Ipv4Address neighbour);
     void SendFrame(std::span<const std::uint8_t> frame);
     void RefreshIdentity() { m_port->SetIdentity(GuestIp(), GuestMac()); }

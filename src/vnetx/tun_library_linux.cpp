@@ -53,6 +53,9 @@ private:
         // The kernel counts its queue in frames: as many as the buffer asked for holds.
         settings.queueLength = std::max(1u, DeviceBufferSize() / m_largestFrame);
         settings.guestMac = m_mac = GuestMac();
+        if (const auto link = FindHostLinkByIndex(m_adapterIndex); link && !link->addresses.empty()) {
+            SetAdapterSubnet(link->addresses.front().address, link->addresses.front().mask);
+        }
         return Told(m_device.BringUp(settings));
     }
 

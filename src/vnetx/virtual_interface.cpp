@@ -416,7 +416,19 @@ std::int32_t VirtualInterface::Write(const void* frame, std::uint32_t length) {
     if (!IsUp()) {
         return Fail(ENETDOWN);
     }
-    return WriteFrame(static_cast<const std::uint8_t*>(frame), length);
+    const auto* const bytes = static_cast<const std::uint8_t*>(frame);
+    if (IsReplyToNobody({bytes, length}, Mode() == InterfaceMode::Tap, Scope())) {
+        m_counters.ignored.Add();
+        return static_cast<std::int32_t>(length);
+    }
+    return WriteFrame(bytes, length);
+}
+
+ReplyScope VirtualInterface::Scope() const {
+    const Ipv4Address mask = NetMask();
+    const bool ownSubnet = !mask.IsZero() && mask != Ipv4Address(255, 255, 255, 255);
+    return {GuestMac(), GuestIp(), ownSubnet ? GuestIp() : m_adapterIp.Get(),
+            ownSubnet ? mask : m_adapterMask.Get(), BroadcastIp()};
 }
 
 std::int32_t VirtualInterface::GetStats(VnetxStatistics* record) {

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 
+#include "packets/reply_scope.h"
 #include "vnetx/debug_lines.h"
 #include "vnetx/interface_counters.h"
 #include "vnetx/poll_policy.h"
@@ -118,6 +119,11 @@ protected:
     std::uint32_t Mtu() const { return m_mtu.load(std::memory_order_relaxed); }
     std::uint32_t DeviceBufferSize() const { return m_deviceBufferSize.load(std::memory_order_relaxed); }
     std::uint32_t IoBufferSize() const { return m_ioBufferSize.load(std::memory_order_relaxed); }
+    // The adapter's own subnet, for guests that have none set.
+    void SetAdapterSubnet(Ipv4Address address, Ipv4Address mask) {
+        m_adapterIp.Set(address);
+        m_adapterMask.Set(mask);
+    }
     // What the driver really got, for the statistics.
     void SetDeviceBufferSize(std::uint32_t bytes) { m_deviceBufferSize.store(bytes); }
     void SetIoBufferSize(std::uint32_t bytes) { m_ioBufferSize.store(bytes); }
@@ -132,6 +138,7 @@ private:
     int SetMtu(std::uint32_t mtu);
     void SetNumber(std::string_view setting, std::atomic<std::uint32_t>& number, std::uint32_t value);
     int Query(std::uint32_t request, VnetxArpRequest& record);
+    ReplyScope Scope() const;
     int HealthOnceInAWhile(PollPolicy::Clock::time_point now);
     std::int32_t WaitForFrame(std::uint8_t* buffer, std::uint32_t size);
 
@@ -149,7 +156,7 @@ private:
     std::atomic<InterfaceMode> m_mode{InterfaceMode::None};
     std::atomic<bool> m_up{false};
     bool m_wasUp = false;
-    AtomicIpv4 m_hostIp, m_guestIp, m_netMask, m_broadcastIp;
+    AtomicIpv4 m_hostIp, m_guestIp, m_netMask, m_broadcastIp, m_adapterIp, m_adapterMask;
     AtomicMac m_guestMac;
     std::atomic<std::uint32_t> m_mtu{0};
     std::atomic<std::uint32_t> m_timeout{0};

@@ -4,7 +4,7 @@ import json
 import time
 
 import frames
-from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
+from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase, interface_statistics
 
 
 def request(source, source_mac, destination_mac=GUEST_MAC):
@@ -82,4 +82,32 @@ class Strangers(NetworkCase):
                 guest = self.ping(responder.address, mode, "--count", 20, "--delay", 20)
                 self.assertEqual(guest.status, 0, guest.story())
                 self.assertEqual({echo.destination_mac for echo in station.echoes(frames.ECHO_REQUEST)}, {responder.mac})
+                self.end_station(station)
+
+    def test_replies_to_nobody_stay_away(self):
+        """To groups, to addresses that no host has, to the guest itself: ignored, counted, and not answered."""
+        impossible = ("255.255.255.255", "10.77.0.255", "10.77.0.0", "224.0.0.1", "239.1.2.3", "127.0.0.1", "0.0.0.0", "0.1.2.3",
+                      GUEST_IP)
+        nobody = (frames.BROADCAST, "01:00:5e:00:00:01", frames.NO_MAC, GUEST_MAC)
+        for mode in ("tap", "tun"):
+            with self.subTest(mode=mode):
+                station = self.listen()
+                guest = self.run_with_results(mode)
+                for source in impossible:
+                    for destination in (GUEST_MAC, frames.BROADCAST):
+                        station.send(request(source, station.mac, destination))
+                for sender in nobody:
+                    asked = frames.arp(1, sender, "10.77.0.9", frames.NO_MAC, GUEST_IP)
+                    reverse = frames.arp(3, sender, "0.0.0.0", GUEST_MAC, "0.0.0.0")
+                    station.send(frames.ethernet(frames.BROADCAST, station.mac, frames.ARP, asked))
+                    station.send(frames.ethernet(frames.BROADCAST, station.mac, frames.RARP, reverse))
+                self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
+                written = [frame for frame in station.heard() if frame[6:12] == frames.mac_bytes(GUEST_MAC)]
+                told = self.told(guest)
+                self.assertEqual({frame[:6].hex(":") for frame in written}, {station.mac}, "nothing but the kernel's")
+                arps = told["answered"]["arp"] if mode == "tap" else interface_statistics(guest.text())[
+                    "Internally Handled ARP Packets"]
+                self.assertEqual(told["answered"]["echo"], 3)
+                self.assertEqual(len(written), 3 + arps)
+                self.assertEqual(told["statistics"]["ignored"], 2 * len(impossible) + 2 * len(nobody))
                 self.end_station(station)

@@ -16,7 +16,7 @@ using namespace vnxtest;
 
 void Mend(std::span<std::uint8_t> frame, unsigned choice) {
     constexpr std::uint8_t kGuestMac[] = {0x02, 0, 0x5E, 0x80, 0, 0x6F};
-    constexpr std::uint8_t kGuestIp[] = {127, 0, 0, 111};
+    constexpr std::uint8_t kGuestIp[] = {10, 77, 0, 111};
     constexpr std::size_t kIp = kEthernetHeaderLength, kIcmp = kIp + kIpv4HeaderLength;
     if (frame.size() < kIcmp + 8 || (choice & 7) == 0) {
         return;

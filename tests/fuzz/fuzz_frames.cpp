@@ -12,6 +12,7 @@
 #include "core/interface_lifecycle.h"
 #include "core/output_channel.h"
 #include "fuzz_input.h"
+#include "packets/reply_scope.h"
 #include "ping/receive_path.h"
 #include "support/quiet_host.h"
 #include "vnetx/builtin.h"
@@ -22,7 +23,9 @@ namespace vnxtest {
 
 namespace {
 
-constexpr Ipv4Address kAdapterIp(127, 0, 0, 1), kGuestIp(127, 0, 0, 111), kTarget(127, 0, 0, 2);
+// What is opened is lo, which every user may ask for; the guest lives in a subnet that can be a real one.
+constexpr wchar_t kOpened[] = L"127.0.0.1";
+constexpr Ipv4Address kAdapterIp(10, 77, 0, 1), kGuestIp(10, 77, 0, 111), kTarget(10, 77, 0, 2);
 constexpr MacAddress kGuestMac({0x02, 0, 0x5E, 0x80, 0, 0x6F}), kOtherMac({0x02, 0, 0, 0, 0, 0x0B});
 constexpr std::size_t kIcmp = kEthernetHeaderLength + kIpv4HeaderLength;
 
@@ -44,6 +47,9 @@ struct Wire {
         const std::lock_guard guard(lock);
         Claim(frame.size() >= kEthernetHeaderLength, "a frame has an Ethernet header");
         Claim(LoadMac(frame.data() + 6) == kGuestMac, "a frame is the guest's own");
+        Claim(
+            !IsReplyToNobody(frame, true, {kGuestMac, kGuestIp, kGuestIp, Ipv4Address(255, 255, 255, 0), {}}),
+            "a reply is for another station");
         const std::uint16_t type = LoadBe16(frame.data() + 12);
         const auto payload = frame.subspan(kEthernetHeaderLength);
         if (type == kEtherTypeIpv4) {
@@ -157,7 +163,8 @@ struct Engine {
         info.Reset();
         run.debugMode = (options & kDebugMode) != 0;
         info.tapMode = (options & kTapMode) != 0;
-        info.adapterIpText = FormatIPAddr(info.adapterIp = kAdapterIp);
+        info.adapterIpText = kOpened;
+        info.adapterIp = kAdapterIp;
         info.guestIpText = FormatIPAddr(info.guestIp = kGuestIp);
         info.guestMacText = FormatMACAddr(info.guestMac = kGuestMac);
         info.adapterMac = kOtherMac;
@@ -197,7 +204,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     engine.Prepare(options);
     Claim(CreateInterface(engine.info, *engine.library, engine.run) >= 0, "lo can be opened");
     if ((options & kWithPings) != 0) {
-        engine.pingTest.Start(engine.info, {kTarget, L"127.0.0.2", 8, 1, 10000, 0});
+        engine.pingTest.Start(engine.info, {kTarget, L"10.77.0.2", 8, 1, 10000, 0});
         while (!(engine.info.tapMode ? wire.pinged : wire.asked)) {
             std::this_thread::yield();
         }

@@ -1,0 +1,83 @@
+// To whom a reply may go, and that a library sends no other.
+
+#include <gtest/gtest.h>
+
+#include "vnetx/library_guest.h"
+
+namespace vnxtest {
+namespace {
+
+constexpr Ipv4Address kMask24(255, 255, 255, 0);
+
+TEST(ReplyScope, AnotherHostIsOneThatThereCanBe) {
+    ReplyScope scope{{}, {10, 1, 2, 111}, {10, 1, 2, 111}, kMask24, {}};
+    for (const Ipv4Address host :
+         {Ipv4Address(10, 1, 2, 1), Ipv4Address(10, 1, 2, 254), Ipv4Address(10, 1, 3, 0),
+          Ipv4Address(10, 1, 3, 255), Ipv4Address(1, 0, 0, 1), Ipv4Address(223, 255, 255, 255),
+          Ipv4Address(240, 0, 0, 1)}) {
+        EXPECT_TRUE(IsAnotherHost(host, scope)) << std::hex << host.Host();
+    }
+    for (const Ipv4Address nobody :
+         {Ipv4Address(10, 1, 2, 0), Ipv4Address(10, 1, 2, 255), Ipv4Address(10, 1, 2, 111),
+          Ipv4Address(0, 0, 0, 0), Ipv4Address(0, 9, 9, 9), Ipv4Address(127, 0, 0, 1),
+          Ipv4Address(127, 255, 255, 255), Ipv4Address(224, 0, 0, 1), Ipv4Address(239, 9, 9, 9),
+          Ipv4Address(255, 255, 255, 255)}) {
+        EXPECT_FALSE(IsAnotherHost(nobody, scope)) << std::hex << nobody.Host();
+    }
+    scope.broadcast = {10, 1, 9, 9};
+    EXPECT_FALSE(IsAnotherHost({10, 1, 9, 9}, scope)) << "as it was set";
+    scope.mask = {255, 255, 255, 254};
+    EXPECT_TRUE(IsAnotherHost({10, 1, 2, 110}, scope)) << "two hosts and nothing else";
+    scope.mask = {};
+    EXPECT_TRUE(IsAnotherHost({10, 1, 2, 255}, scope)) << "no subnet is known";
+}
+
+class ReplyModes : public ::testing::TestWithParam<bool> {};
+INSTANTIATE_TEST_SUITE_P(Sim, ReplyModes, ::testing::Bool(),
+                         [](const auto& mode) { return mode.param ? "Tap" : "Tun"; });
+
+// What is written counts as written, and goes nowhere.
+TEST_P(ReplyModes, ALibrarySendsNoReplyToNobodyAndEverythingElse) {
+    const auto lan = Lan();
+    LibraryGuest guest(*lan, {.tap = GetParam(), .timeout = 20});
+    const auto write = [&](Bytes packet, MacAddress to) {
+        if (GetParam()) {
+            packet = EthernetFrame(to, guest.Mac(), kEtherTypeIpv4, packet);
+        }
+        const VnetxStatistics before = guest.Statistics();
+        EXPECT_EQ(guest.Write(packet), static_cast<std::int32_t>(packet.size()));
+        const VnetxStatistics after = guest.Statistics();
+        EXPECT_EQ(after.packetsWritten > before.packetsWritten, after.ignored == before.ignored);
+        return after.packetsWritten > before.packetsWritten;
+    };
+    const auto echo = [&](std::uint8_t type, Ipv4Address to) {
+        return EchoPacket({.source = guest.Ip(), .destination = to, .type = type});
+    };
+    const MacAddress station = SimStationMac(2);
+    EXPECT_TRUE(write(echo(kIcmpEchoReply, kSimFirstEchoHost), station));
+    for (const Ipv4Address nobody : {kSimNetwork, kSimBroadcast, Ipv4Address(255, 255, 255, 255),
+                                     Ipv4Address(224, 0, 0, 1), Ipv4Address(127, 0, 0, 1), guest.Ip()}) {
+        EXPECT_FALSE(write(echo(kIcmpEchoReply, nobody), station)) << std::hex << nobody.Host();
+    }
+    EXPECT_TRUE(write(echo(kIcmpEchoRequest, kSimBroadcast), MacAddress::Broadcast())) << "nobody's answer";
+    Bytes fragment = echo(kIcmpEchoReply, kSimBroadcast);
+    fragment[7] = 1;
+    EXPECT_TRUE(write(fragment, MacAddress::Broadcast())) << "the middle of something else";
+    if (!GetParam()) {
+        return;
+    }
+    for (const MacAddress nobody :
+         {MacAddress::Broadcast(), MacAddress(), MacAddress({1, 0, 0x5E, 0, 0, 1}), guest.Mac()}) {
+        EXPECT_FALSE(write(echo(kIcmpEchoReply, kSimFirstEchoHost), nobody));
+        for (std::uint16_t operation = 1; operation <= 4; ++operation) {
+            const auto frame =
+                BuildArpFrame(nobody, guest.Mac(), {operation, guest.Mac(), guest.Ip(), nobody, {}});
+            const std::int64_t before = guest.Statistics().packetsWritten;
+            EXPECT_EQ(guest.Write(frame), 42);
+            EXPECT_EQ(guest.Statistics().packetsWritten - before, operation % 2) << "questions may go to all";
+        }
+    }
+}
+
+} // namespace
+} // namespace vnxtest
