@@ -2,6 +2,7 @@
 
 #include "core/monitor_thread.h"
 #include "core/output_channel.h"
+#include "guest/beside_host.h"
 #include "guest/pre_start_questions.h"
 #include "platform/socket_wait.h"
 
@@ -115,12 +116,25 @@ bool Guest::MayStart() {
     return AskProceed(forwarding ? OtherSubnetQuestion(false) : UndefinedGatewayOtherSubnetQuestion());
 }
 
+// After those: whether the guest would pass itself off as this host.
+bool Guest::MayStartBesideHost() {
+    for (const INTERFACE_INFO& info : m_interfaces) {
+        if (!info.NamesAdapter()) {
+            continue;
+        }
+        if (const auto question = QuestionBesideHost(info, m_host); question && !AskProceed(*question)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool Guest::OnStartGuest() {
     while (!IsRunning()) {
         if (!AskAndApplyParameters()) {
             return false;
         }
-        if (MayStart()) {
+        if (MayStart() && MayStartBesideHost()) {
             Start();
             return true;
         }

@@ -58,6 +58,7 @@ public:
 private:
     bool AskAndApplyParameters();
     bool MayStart();
+    bool MayStartBesideHost();
     bool AskProceed(const ProceedQuestion& question);
     void Start();
     void StartMonitorThread(std::size_t index);

@@ -68,6 +68,19 @@ class Helper(NetworkCase):
                             (PEER_IP, "is that of a gateway"), (HOST_IP, "is one of this host's own")):
                 self.refused(folder, f"The guest's IP address {why}", library="tun", mode="tun", guest_ip=ip, guest_mac=None)
 
+    def test_who_may_open_it_himself_is_warned(self):
+        mac = self.host.mac_of("adapter")  # of a veth, locally administered
+        for options, told in (({"guest_mac": mac}, "Your guest MAC is that of a host adapter!"),
+                              ({"guest_ip": HOST_IP}, "Your guest IP is your own!"),
+                              ({"guest_ip": PEER_IP}, "Your guest IP is that of a gateway!")):
+            with self.subTest(told=told):
+                start = [*self.arguments(["run"], **options), "--duration", "0.2"]
+                self.assert_refused(self.run_program(*start, namespace=self.host), f"Address Warning: {told}",
+                                    "Give --proceed to start all the same")
+                proceeding = self.run_program(*start, "--proceed", namespace=self.host)
+                self.assertEqual(proceeding.status, 0, proceeding.story())
+                self.assertIn(f"warning: {told} Proceeding", proceeding.errors())
+
     def test_what_it_gives_cannot_be_widened(self):
         """The filter is locked, and holds at another adapter, too."""
         self.cable("other", "other_far", "10.78.0.1", "10.78.0.2")

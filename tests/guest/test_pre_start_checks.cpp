@@ -48,14 +48,15 @@ protected:
 
     // Starts with these circumstances; returns a letter for each question asked, and "!" when the guest was
     // started.
-    std::string Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers) {
+    std::string Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers,
+                      const wchar_t* guestIp = nullptr) {
         m_tables.networkParameters.enableRouting = forwarding;
         HostNetwork host({m_tables, m_adapters}, m_library);
         host.InitGlobals();
         if (gateway) {
             host.SetDefaultGateway(Ipv4Address(10, 1, 2, 254), MacAddress({2, 0, 0, 0, 0, 1}));
         }
-        m_guestIp = inSubnet ? L"10.1.2.111" : L"10.9.9.9";
+        m_guestIp = guestIp ? guestIp : inSubnet ? L"10.1.2.111" : L"10.9.9.9";
         m_frontEnd.answers = std::move(answers);
         m_frontEnd.questions.clear();
         m_frontEnd.offered.clear();
@@ -65,7 +66,13 @@ protected:
         std::string asked;
         for (const std::wstring& question : m_frontEnd.questions) {
             const auto* const found = std::ranges::find(kTexts, question);
-            asked += found != std::end(kTexts) ? static_cast<char>('A' + (found - kTexts)) : '?';
+            char letter = found != std::end(kTexts) ? static_cast<char>('A' + (found - kTexts)) : '?';
+            for (const auto& [besideHost, words] : {std::pair{'H', L"already used by this system"},
+                                                    {'G', L"already used by a gateway"},
+                                                    {'R', L"is reserved"}}) {
+                letter = question.find(words) != std::wstring::npos ? besideHost : letter;
+            }
+            asked += letter;
         }
         return asked + (started ? "!" : "");
     }
@@ -96,6 +103,15 @@ TEST_F(PreStartChecksTest, AskWhatTheCircumstancesCallForAndCancelGoesBackToTheP
     EXPECT_EQ(m_frontEnd.offered.back().interface1.guestIpText, L"10.9.9.9") << "those just entered";
     EXPECT_EQ(Start(false, false, true, {false}), "A");
     EXPECT_EQ(m_frontEnd.offered.size(), 2U);
+}
+
+TEST_F(PreStartChecksTest, AskLastWhetherTheGuestIsToPassItselfOffAsItsHost) {
+    EXPECT_EQ(Start(true, false, true, {true}, L"10.1.2.3"), "H!");
+    EXPECT_EQ(Start(true, false, true, {false}, L"10.1.2.3"), "H");
+    EXPECT_EQ(Start(false, true, true, {true}, L"10.1.2.254"), "G!");
+    EXPECT_EQ(Start(false, true, false, {true, true}, L"127.0.0.9"), "DR!");
+    EXPECT_EQ(Start(false, true, false, {true, false}, L"127.0.0.9"), "DR");
+    EXPECT_EQ(Start(false, false, true, {true, true}, L"10.1.2.3"), "AH!");
 }
 
 } // namespace

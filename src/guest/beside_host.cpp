@@ -1,0 +1,79 @@
+#include "guest/beside_host.h"
+
+#include "open/guest_rules.h"
+
+namespace vnxtest {
+
+namespace {
+
+constexpr std::wstring_view kTitle = L"Address Warning";
+constexpr std::wstring_view kContent = L"Do you wish to proceed anyway?";
+
+constexpr ProceedQuestion kMacOfHost = {
+    kTitle, L"Your guest MAC is that of a host adapter!", kContent,
+    L"The hardware address you defined for your virtual interface is already used by an adapter of this "
+    L"system.\n\nThe guest would answer packets which are meant for your system, and both would disturb each "
+    L"other."};
+constexpr ProceedQuestion kIpOfHost = {
+    kTitle, L"Your guest IP is your own!", kContent,
+    L"The IP address you defined for your virtual interface is already used by this system.\n\nThe guest "
+    L"would answer for your system, and connections of your system are likely to break."};
+constexpr ProceedQuestion kIpOfGateway = {
+    kTitle, L"Your guest IP is that of a gateway!", kContent,
+    L"The IP address you defined for your virtual interface is already used by a gateway of this "
+    L"system.\n\nThe guest would take the place of the gateway, and your system is likely to lose its way to "
+    L"other networks."};
+constexpr ProceedQuestion kIpUnusable = {
+    kTitle, L"Your guest IP cannot be a workstation's!", kContent,
+    L"The IP address you defined for your virtual interface is reserved: it stands for this network, for "
+    L"this system itself, for a group or for everybody.\n\nNo other system will send packets to it, and the "
+    L"test is unlikely to succeed."};
+
+HostFacts FactsOf(const HostNetwork& host) {
+    HostFacts facts;
+    for (const ADAPTER_INFO_LIST_ENTRY& entry : host.Adapters()) {
+        std::array<std::uint8_t, 6> mac{};
+        std::copy(std::begin(entry.PhysAddr), std::end(entry.PhysAddr), mac.begin());
+        facts.macs.emplace_back(mac);
+        facts.addresses.push_back(Ipv4Address::FromMemory(entry.IPAddr));
+        if (entry.GatewayIPAddr != 0) {
+            facts.gateways.push_back(Ipv4Address::FromMemory(entry.GatewayIPAddr));
+        }
+    }
+    if (host.Addresses()) {
+        for (const AddressRow& row : *host.Addresses()) {
+            facts.addresses.push_back(row.address);
+        }
+    }
+    if (host.Routes()) {
+        for (const RouteRow& row : *host.Routes()) {
+            facts.gateways.push_back(row.nextHop);
+        }
+    }
+    if (host.HasDefaultGateway()) {
+        facts.gateways.push_back(host.DefaultGateway());
+    }
+    return facts;
+}
+
+} // namespace
+
+std::optional<ProceedQuestion> QuestionBesideHost(const INTERFACE_INFO& info, const HostNetwork& host) {
+    const HostFacts facts = FactsOf(host);
+    // Without a MAC address of its own it gets one that no adapter has.
+    if (!info.guestMac.IsZero() && JudgeMac(info.guestMac, facts) == Refusal::MacOfHost) {
+        return kMacOfHost;
+    }
+    switch (JudgeIp(info.guestIp, facts)) {
+    case Refusal::IpOfHost:
+        return kIpOfHost;
+    case Refusal::IpOfGateway:
+        return kIpOfGateway;
+    case Refusal::IpUnusable:
+        return kIpUnusable;
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace vnxtest
