@@ -1,13 +1,51 @@
 #include "cli/console.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <mutex>
 
+#include "cli/background_writer.h"
 #include "platform/terminal.h"
 #include "wrenlib/text.h"
 #include "wrenlib/visible_text.h"
 
 namespace vnxtest {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kMostWaiting = std::size_t{1024} * 1024;
+// Until then what was said stands where it was said, unless nobody takes it.
+constexpr std::chrono::milliseconds kMoment = 50ms;
+
+BackgroundWriter& ErrorWriter() {
+    static BackgroundWriter writer({[](std::string_view text) {
+                                       WriteAll(stderr, text); // whom could a failure be told?
+                                       return std::wstring();
+                                   }},
+                                   nullptr, kMostWaiting);
+    return writer;
+}
+
+std::mutex& ErrorWriterLock() {
+    static std::mutex lock;
+    return lock;
+}
+
+void Say(std::string text) {
+    const std::lock_guard lock(ErrorWriterLock());
+    BackgroundWriter& writer = ErrorWriter();
+    const bool wasIdle = writer.IsIdle();
+    const auto shared = std::make_shared<const std::string>(std::move(text));
+    writer.Append(shared);
+    if (!writer.Problem().empty()) {
+        WriteAll(stderr, *shared); // there is no thread to do it
+    } else if (wasIdle) {
+        writer.WaitUntilIdle(kMoment);
+    }
+}
+
+} // namespace
 
 void Complain(std::wstring_view text) {
     std::wstring lines(text);
@@ -17,8 +55,13 @@ void Complain(std::wstring_view text) {
     while (line.ends_with('\n')) {
         line.pop_back();
     }
-    line += '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    Say(line + '\n');
+}
+
+void AwaitComplaints(std::optional<std::chrono::milliseconds> limit) {
+    do {
+        ErrorWriter().WaitUntilIdle(limit.value_or(1h));
+    } while (!limit && !ErrorWriter().IsIdle());
 }
 
 Progress::Progress() : m_on(IsTerminal(stderr) && !IsTerminal(stdout)) {}
@@ -34,8 +77,7 @@ void Progress::Show(const std::wstring& text) {
         line += '\r';
     }
     m_shown = text.size();
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
+    Say(std::move(line));
 }
 
 } // namespace vnxtest

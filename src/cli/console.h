@@ -1,6 +1,11 @@
 // What the program says besides the document: everything here goes to standard error.
+//
+// Nothing here waits for a reader: a thread writes, which is given a moment so that what is said comes before
+// what is said next on the same terminal.
 #pragma once
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,6 +21,9 @@ enum ExitStatus : int {
 // Writes "vnxtest-cli: ", the text and a line end; further lines of the text stand below as they are.
 // Any thread.
 void Complain(std::wstring_view text);
+
+// Waits until everything is written; without a limit for as long as that takes. Any thread.
+void AwaitComplaints(std::optional<std::chrono::milliseconds> limit);
 
 // One line that overwrites itself while a long command works; an empty text removes it. Only shown to
 // somebody who looks at a terminal and does not see the document there already. Main thread.

@@ -29,45 +29,86 @@ std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
     return converted;
 }
 
+BackgroundWriter::Destination WriteTo(std::FILE* stream) {
+    const auto write = [stream](std::string_view text) {
+        // Out at once: what was said must be seen even if the program is killed.
+        if (WriteAll(stream, text)) {
+            return std::wstring();
+        }
+        const int code = errno;
+        return Sprintf(L"Standard output cannot be written; errno=%d: %s", code, StrError(code));
+    };
+    return {write, nullptr, IsOrdinaryFile(stream)};
+}
+
 } // namespace
 
+BackgroundWriter::Destination WriteTo(std::shared_ptr<AtomicFile> file, std::wstring what) {
+    const auto write = [file, what](std::string_view text) {
+        const std::string_view lineEnd = kTextLineEnd;
+        const bool written = file->Write(lineEnd == "\n" ? text : WithLineEnds(text, lineEnd));
+        return written ? std::wstring() : what + file->Problem();
+    };
+    const auto finish = [file, what] { return file->Commit() ? std::wstring() : what + file->Problem(); };
+    return {write, finish, !file->IsWrittenThrough()};
+}
+
+DocumentOutput::DocumentOutput(std::FILE* stream, std::function<void()> onEnd)
+    : m_onEnd(std::move(onEnd)), m_stream(WriteTo(stream), m_onEnd) {}
+
 bool DocumentOutput::OpenFile(const std::filesystem::path& path) {
-    m_fileWanted = true;
-    if (!m_file.Open(path, FileAccess::Document)) {
-        m_problem = L"The document cannot be saved: " + m_file.Problem();
+    if (!m_file->Open(path, FileAccess::Document)) {
+        m_openProblem = L"The document cannot be saved: " + m_file->Problem();
         return false;
     }
+    m_fileWriter = std::make_unique<BackgroundWriter>(
+        vnxtest::WriteTo(m_file, L"The document cannot be saved: "), m_onEnd);
     return true;
 }
 
-void DocumentOutput::Write(std::string_view text) {
-    if (text.empty()) {
-        return;
-    }
-    if (!m_streamFailed) {
-        // One call a batch, and out at once: what was said must be seen even if the program is killed.
-        const bool written = std::fwrite(text.data(), 1, text.size(), m_stream) == text.size();
-        if (!written || std::fflush(m_stream) != 0) {
-            const int code = errno;
-            m_streamFailed = true;
-            m_problem += Sprintf(L"Standard output cannot be written; errno=%d: %s\n", code, StrError(code));
-        }
-    }
-    if (m_file.IsOpen() && m_file.Problem().empty()) {
-        const std::string_view lineEnd = kTextLineEnd;
-        if (!m_file.Write(lineEnd == "\n" ? text : WithLineEnds(text, lineEnd))) {
-            m_problem += L"The document cannot be saved: " + m_file.Problem() + L"\n";
-        }
-    }
+void DocumentOutput::Write(std::string text) {
     NoteFailures(text);
+    const auto lines = std::make_shared<const std::string>(std::move(text));
+    m_stream.Append(lines);
+    if (m_fileWriter) {
+        m_fileWriter->Append(lines);
+    }
 }
 
-bool DocumentOutput::Finish() {
-    if (m_fileWanted && m_file.IsOpen() && m_file.Problem().empty() && !m_file.Commit()) {
-        m_problem += L"The document cannot be saved: " + m_file.Problem() + L"\n";
+void DocumentOutput::Close() {
+    for (BackgroundWriter* const writer : Writers()) {
+        writer->Close();
     }
-    m_file.Discard();
-    return !HasFailed();
+}
+
+std::vector<BackgroundWriter*> DocumentOutput::Writers() {
+    return m_fileWriter ? std::vector{&m_stream, m_fileWriter.get()} : std::vector{&m_stream};
+}
+
+std::wstring DocumentOutput::Problem() const {
+    std::wstring text = m_openProblem;
+    for (const BackgroundWriter* const writer :
+         {&m_stream, static_cast<const BackgroundWriter*>(m_fileWriter.get())}) {
+        const std::wstring problem = writer != nullptr ? writer->Problem() : std::wstring();
+        text += text.empty() || problem.empty() ? problem : L"\n" + problem;
+    }
+    return text;
+}
+
+std::wstring DocumentOutput::LeftOut() const {
+    std::wstring text;
+    if (const std::uint64_t count = m_stream.LinesLeftOut(); count > 0) {
+        text = Sprintf(
+            L"Standard output was not read fast enough: %u lines of the document are missing there.", count);
+    }
+    if (const std::uint64_t count = m_fileWriter ? m_fileWriter->LinesLeftOut() : 0; count > 0) {
+        text += text.empty() ? L"" : L"\n";
+        text +=
+            Sprintf(L"The file of --output could not be written fast enough: %u lines of the document are "
+                    L"missing there.",
+                    count);
+    }
+    return text;
 }
 
 void DocumentOutput::NoteFailures(std::string_view text) {

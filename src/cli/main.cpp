@@ -1,24 +1,54 @@
 // vnxtest-cli: the simulated guest in a terminal.
+#include <cerrno>
 #include <cstdio>
 
 #include "cli/console.h"
 #include "cli/options.h"
 #include "cli/session.h"
 #include "platform/terminal.h"
+#include "wrenlib/errors.h"
+#include "wrenlib/format.h"
 #include "wrenlib/text.h"
+
+namespace vnxtest {
+namespace {
+
+struct Outcome {
+    int status = kExitFailure;
+    bool stopped = false; // by the user
+};
+
+Outcome ShowAnswer(const OptionsAnswer& answer) {
+    if (answer.isError) {
+        Complain(answer.text);
+        return {};
+    }
+    if (!WriteAll(stdout, ToUtf8(answer.text))) {
+        const int code = errno;
+        Complain(Sprintf(L"Standard output cannot be written; errno=%d: %s", code, StrError(code)));
+        return {};
+    }
+    return {kExitSuccess};
+}
+
+Outcome CarryOut(int argc, char** argv) {
+    const auto parsed = ParseOptions(CommandLineWords(argc, argv));
+    if (const auto* const answer = std::get_if<OptionsAnswer>(&parsed)) {
+        return ShowAnswer(*answer);
+    }
+    Session session(std::get<Options>(parsed));
+    const int status = session.Run();
+    return {status, session.WasStopped()};
+}
+
+} // namespace
+} // namespace vnxtest
 
 int main(int argc, char** argv) {
     using namespace vnxtest;
     PrepareTerminal();
-    const auto parsed = ParseOptions(CommandLineWords(argc, argv));
-    if (const auto* const answer = std::get_if<OptionsAnswer>(&parsed)) {
-        if (answer->isError) {
-            Complain(answer->text);
-            return kExitFailure;
-        }
-        DocumentOutput output(stdout);
-        output.Write(ToUtf8(answer->text));
-        return output.HasFailed() ? kExitFailure : kExitSuccess;
-    }
-    return Session(std::get<Options>(parsed)).Run();
+    const Outcome outcome = CarryOut(argc, argv);
+    // Who has asked for an end does not wait for a reader of what is said.
+    AwaitComplaints(outcome.stopped ? std::optional(std::chrono::milliseconds(100)) : std::nullopt);
+    return outcome.status;
 }

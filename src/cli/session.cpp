@@ -1,5 +1,6 @@
 #include "cli/session.h"
 
+#include <algorithm>
 #include <thread>
 
 #include "cli/adapter_list.h"
@@ -36,6 +37,13 @@ const wchar_t* NameOf(Command command) {
 Session::Session(const Options& options) : m_options(options), m_port(options) {}
 
 int Session::Run() {
+    const int status = CarryOut();
+    m_stopSignal.reset(); // from here on a request ends the program as the system does it
+    WasInterrupted();     // one may have come meanwhile
+    return status;
+}
+
+int Session::CarryOut() {
     if (!OpenFiles()) {
         return kExitFailure; // whatever was there stays
     }
@@ -68,8 +76,8 @@ bool Session::OpenFiles() {
         Fail(m_output.Problem());
         return false;
     }
-    if (!m_options.jsonFile.empty() && !m_jsonFile.Open(m_options.jsonFile, FileAccess::Document)) {
-        Fail(L"The results cannot be saved: " + m_jsonFile.Problem());
+    if (!m_options.jsonFile.empty() && !m_jsonFile->Open(m_options.jsonFile, FileAccess::Document)) {
+        Fail(L"The results cannot be saved: " + m_jsonFile->Problem());
         return false;
     }
     if (!FilesAreDistinct()) {
@@ -77,7 +85,7 @@ bool Session::OpenFiles() {
     }
     // From here on an interrupt ends things in order.
     m_stopSignal.emplace([this, temporary = std::array{m_output.File().TemporaryPath(),
-                                                       m_jsonFile.TemporaryPath()}](int count) {
+                                                       m_jsonFile->TemporaryPath()}](int count) {
         if (count == 1) {
             if (IsTerminal(stderr)) {
                 Complain(L"stopping; a second interrupt ends the program at once.");
@@ -90,6 +98,7 @@ bool Session::OpenFiles() {
             std::error_code ignored;
             std::filesystem::remove(file, ignored);
         }
+        AwaitComplaints(std::chrono::milliseconds(100));
         EndProcessAtOnce(kExitFailure);
     });
     return true;
@@ -97,12 +106,12 @@ bool Session::OpenFiles() {
 
 // One file for two purposes would lose what it got first. The same file can go by several paths.
 bool Session::FilesAreDistinct() {
-    if (m_output.File().IsSameAs(m_jsonFile)) {
+    if (m_output.File().IsSameAs(*m_jsonFile)) {
         Fail(L"--output and --json name the same file. Name another one.");
         return false;
     }
     const std::pair<const wchar_t*, const AtomicFile*> files[] = {{L"--output", &m_output.File()},
-                                                                  {L"--json", &m_jsonFile}};
+                                                                  {L"--json", m_jsonFile.get()}};
     const std::string name = ToUtf8(m_options.library);
     const std::filesystem::path library(std::u8string(name.begin(), name.end()));
     for (const auto& [option, file] : files) {
@@ -220,7 +229,7 @@ bool Session::StartGuest() {
 TerminalEvent Session::Step(std::optional<Moment> deadline) {
     const TerminalMessage next = m_port.Queue().Wait(deadline);
     if (next.event == TerminalEvent::Interrupted) {
-        m_interrupted = true;
+        NoteInterrupt();
     }
     if (next.event != TerminalEvent::Message) {
         return next.event;
@@ -248,9 +257,16 @@ TerminalEvent Session::Step(std::optional<Moment> deadline) {
     return next.event;
 }
 
+void Session::NoteInterrupt() {
+    m_interrupted = true;
+    m_interruptedAt = std::chrono::steady_clock::now();
+}
+
 bool Session::WasInterrupted() {
-    return m_interrupted ||
-           (m_interrupted = m_port.Queue().Wait(Moment::min()).event == TerminalEvent::Interrupted);
+    if (!m_interrupted && m_port.Queue().Wait(Moment::min()).event == TerminalEvent::Interrupted) {
+        NoteInterrupt();
+    }
+    return m_interrupted;
 }
 
 std::optional<Session::Moment> Session::DurationFromNow() const {
@@ -371,8 +387,8 @@ int Session::ListAdapters() {
         m_output.Write(ToUtf8(AdapterTable(m_engine.Host())));
     } else if (m_options.jsonFile.empty()) {
         m_output.Write(AdapterJson(m_engine.Host()));
-    } else if (!m_jsonFile.Write(AdapterJson(m_engine.Host())) || !m_jsonFile.Commit()) {
-        return Finish(Fail(L"The adapters cannot be saved: " + m_jsonFile.Problem()));
+    } else if (!SaveJson(AdapterJson(m_engine.Host()), L"The adapters cannot be saved: ")) {
+        return Finish(kExitFailure);
     }
     return Finish(kExitSuccess);
 }
@@ -385,6 +401,62 @@ void Session::StopGuest() {
 void Session::Drain() {
     m_output.Write(m_channel.TakePending());
     m_lastDrain = std::chrono::steady_clock::now();
+    if (!m_toldLeftOut && LinesAreMissing()) {
+        m_toldLeftOut = true;
+        Complain(L"warning: the document is not taken as fast as it comes: lines are left out. The guest "
+                 L"goes on.");
+    }
+}
+
+bool Session::LinesAreMissing() {
+    const std::vector<BackgroundWriter*> writers = m_output.Writers();
+    return m_channel.LinesLeftOut() > 0 ||
+           std::ranges::any_of(writers, [](const auto* writer) { return writer->LinesLeftOut() > 0; });
+}
+
+// Until everything is where it belongs. After an interrupt a reader gets a moment for what waits and another
+// one for its last lines; a file on a disk is waited for.
+void Session::Await(const std::vector<BackgroundWriter*>& writers) {
+    constexpr std::chrono::milliseconds kForAll(300);
+    constexpr std::chrono::milliseconds kAtLeast(100);
+    constexpr std::chrono::milliseconds kForTheEnd(150);
+    const Moment earliest = std::chrono::steady_clock::now() + kAtLeast;
+    Moment end = earliest;
+    bool skipped = false;
+    const auto isUnderWay = [](const auto* writer) { return !writer->IsDone(); };
+    const auto mayStayForEver = [](const auto* writer) { return !writer->IsDone() && !writer->IsPatient(); };
+    while (std::ranges::any_of(writers, isUnderWay)) {
+        const bool limited = m_interrupted && std::ranges::any_of(writers, mayStayForEver);
+        if (limited && !skipped) {
+            end = std::max(earliest, m_interruptedAt + kForAll);
+        }
+        const TerminalEvent event = m_port.Queue().Wait(limited ? std::optional(end) : std::nullopt).event;
+        if (event == TerminalEvent::Interrupted) {
+            NoteInterrupt();
+        }
+        for (BackgroundWriter* const writer : writers) {
+            if (event == TerminalEvent::TimedOut && mayStayForEver(writer)) {
+                skipped ? writer->GiveUp() : writer->SkipToLastLines();
+            }
+        }
+        if (event == TerminalEvent::TimedOut) {
+            skipped = true;
+            end += kForTheEnd;
+        }
+    }
+}
+
+bool Session::SaveJson(std::string text, const std::wstring& complaint) {
+    BackgroundWriter writer(WriteTo(m_jsonFile, complaint), [this] { WakeUp(); });
+    writer.Append(std::make_shared<const std::string>(std::move(text)));
+    writer.Close();
+    Await({&writer});
+    if (!writer.Problem().empty()) {
+        Fail(writer.Problem());
+    } else if (writer.LinesLeftOut() > 0) {
+        Fail(complaint + L"nobody reads them.");
+    }
+    return writer.Problem().empty() && writer.LinesLeftOut() == 0;
 }
 
 void Session::TellProfileProblem() {
@@ -410,7 +482,18 @@ std::wstring Session::DescribeStoppedGuest() const {
            L"adapters there are and whether they are connected.";
 }
 
+// Of lines that came while the main thread was held up.
+std::wstring Session::LeftOutUnderWay() {
+    const std::uint64_t count = m_channel.LinesLeftOut();
+    return count == 0
+               ? std::wstring()
+               : Sprintf(L"%u lines came faster than they could be taken, and are missing in the document.",
+                         count);
+}
+
 int Session::Fail(std::wstring problem) {
+    constexpr std::chrono::milliseconds kMoment(50);
+    m_output.Writers().front()->WaitUntilIdle(kMoment); // so that it stands behind the lines that it is about
     m_problem = std::move(problem);
     Complain(m_problem);
     return kExitFailure;
@@ -421,12 +504,16 @@ int Session::Finish(int status) {
     if (m_runProfile && m_runProfile->FailedWrites() > 0) {
         status = Fail(L"--save: the values could not be stored: " + m_profile->LastProblem());
     }
-    if (!m_output.Finish()) {
-        Complain(m_output.Problem());
-        m_problem += (m_problem.empty() ? L"" : L"\n") + m_output.Problem();
-        status = kExitFailure;
+    m_output.Close();
+    Await(m_output.Writers());
+    for (const std::wstring& problem : {m_output.Problem(), m_output.LeftOut(), LeftOutUnderWay()}) {
+        if (!problem.empty()) {
+            Complain(problem);
+            m_problem += (m_problem.empty() ? L"" : L"\n") + problem;
+            status = kExitFailure;
+        }
     }
-    if (m_jsonFile.IsOpen()) {
+    if (m_jsonFile->IsOpen()) {
         RunResults results;
         results.library =
             m_engine.Library() != nullptr ? m_engine.Library()->ModuleName() : m_options.library;
@@ -438,8 +525,8 @@ int Session::Finish(int status) {
             results.interfaces[index] = info.NamesAdapter() ? &info : nullptr;
         }
         results.ping = m_pingStarted ? &m_guest->Ping().Result() : nullptr;
-        if (!m_jsonFile.Write(RunResultsJson(results)) || !m_jsonFile.Commit()) {
-            status = Fail(L"The results cannot be saved: " + m_jsonFile.Problem());
+        if (!SaveJson(RunResultsJson(results), L"The results cannot be saved: ")) {
+            status = kExitFailure;
         }
     }
     return status;

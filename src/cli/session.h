@@ -7,6 +7,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "cli/console.h"
 #include "cli/document_output.h"
@@ -29,6 +30,8 @@ public:
 
     // Carries out the command and returns the exit status. Once.
     int Run();
+    // The user wanted the program to stop. Afterwards.
+    bool WasStopped() const { return m_interrupted; }
 
 private:
     using Moment = MessageQueue::Moment;
@@ -54,6 +57,16 @@ private:
     void AwaitPingTest();
     int JudgePingTest();
 
+    int CarryOut();
+
+    // Waits until they are done; from an interrupt on for a moment only, but for ordinary files.
+    void Await(const std::vector<BackgroundWriter*>& writers);
+    void NoteInterrupt();
+    bool LinesAreMissing();
+    std::wstring LeftOutUnderWay();
+    // False when it could not be saved; Fail() has said why, beginning with `complaint`.
+    bool SaveJson(std::string text, const std::wstring& complaint);
+
     // Carries out the next message, or notes the interrupt or that `deadline` has come.
     TerminalEvent Step(std::optional<Moment> deadline);
     bool WasInterrupted();
@@ -62,14 +75,16 @@ private:
     void Drain();
     void TellProfileProblem();
     std::wstring DescribeStoppedGuest() const;
+    // The main thread looks around when it has any message.
+    void WakeUp() { m_port.Queue().Post(ViewMessage::OutputPending); }
     int Fail(std::wstring problem);
     int Finish(int status);
 
     const Options& m_options;
     TerminalPort m_port;
     OutputChannel m_channel{m_port};
-    DocumentOutput m_output{stdout};
-    AtomicFile m_jsonFile;
+    DocumentOutput m_output{stdout, [this] { WakeUp(); }};
+    std::shared_ptr<AtomicFile> m_jsonFile = std::make_shared<AtomicFile>();
     std::optional<StopSignal> m_stopSignal;
     std::unique_ptr<Profile> m_profile;
     std::optional<RunProfile> m_runProfile;
@@ -81,6 +96,8 @@ private:
     std::wstring m_keptRights; // why this must not go on; empty when all is as it should be
     bool m_pingStarted = false;
     bool m_interrupted = false;
+    Moment m_interruptedAt{};
+    bool m_toldLeftOut = false;
     bool m_guestEndedByItself = false;
     std::wstring m_toldProfileProblem;
     std::wstring m_problem;

@@ -1,5 +1,6 @@
 #include "core/output_channel.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <ctime>
@@ -17,6 +18,7 @@ namespace {
 std::atomic<OutputChannel*> g_outputView{nullptr};
 std::atomic<bool> g_callbackRegistered{false};
 bool g_registrationTried = false;
+constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
 
 // "hh:mm:ss.mmm " of now. Only the milliseconds change within a second, so the rest is kept per
 // thread: the conversion to local time costs more than a whole line otherwise.
@@ -106,7 +108,14 @@ void OutputChannel::Append(std::string_view lines) {
     {
         const std::lock_guard lock(m_outputLock);
         wasEmpty = m_pending.empty();
-        m_pending += lines;
+        if (m_leftOut == 0 && m_pending.size() + lines.size() <= kMostPending) {
+            m_pending += lines;
+        } else {
+            m_firstLeftOut = m_leftOut == 0 ? lines.substr(0, kStampLength) : m_firstLeftOut;
+            const auto count = static_cast<std::uint64_t>(std::ranges::count(lines, '\n'));
+            m_leftOut += count;
+            m_allLeftOut += count;
+        }
     }
     if (wasEmpty) {
         m_view.PostViewMessage(ViewMessage::OutputPending);
@@ -118,6 +127,10 @@ std::string OutputChannel::TakePending() {
     {
         const std::lock_guard lock(m_outputLock);
         taken.swap(m_pending);
+        if (m_leftOut > 0) {
+            taken += LeftOutMark(m_firstLeftOut, m_leftOut);
+            m_leftOut = 0;
+        }
     }
     if (IsTraceOn()) {
         std::string_view rest = taken;
@@ -128,6 +141,19 @@ std::string OutputChannel::TakePending() {
         }
     }
     return taken;
+}
+
+std::uint64_t OutputChannel::LinesLeftOut() {
+    const std::lock_guard lock(m_outputLock);
+    return m_allLeftOut;
+}
+
+std::string LeftOutMark(std::string_view firstMissing, std::uint64_t count) {
+    const std::string text = "** " + (count == 1 ? "1 line is" : std::to_string(count) + " lines are") +
+                             " left out here, for nobody took them.";
+    std::string mark;
+    StampLines(text, firstMissing.substr(0, kStampLength), mark);
+    return mark;
 }
 
 void RegisterDebugOutput(VnetxLibrary& library) {

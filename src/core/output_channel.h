@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <source_location>
 #include <string>
@@ -34,12 +35,19 @@ public:
     void Detach();
 
     // Appends finished lines (UTF-8) and posts OutputPending when the queue was empty. Any thread.
-    // The lock is held for one append only.
+    // The lock is held for one append only. What waits is bounded: beyond kMostPending lines are left out
+    // until the next TakePending.
     void Append(std::string_view lines);
 
     // Takes every pending line, in order, as one UTF-8 text, and leaves the queue empty. The lines
-    // are handed to the debug trace on the way. User-interface thread, on OutputPending.
+    // are handed to the debug trace on the way. A line stands for those that were left out. User-interface
+    // thread, on OutputPending.
     std::string TakePending();
+
+    // Lines that were left out so far.
+    std::uint64_t LinesLeftOut();
+
+    static constexpr std::size_t kMostPending = std::size_t{32} * 1024 * 1024;
 
 private:
     ViewPort& m_view;
@@ -47,7 +55,14 @@ private:
     // All lines in one text: a line costs its characters and nothing else, and is appended without
     // an allocation of its own.
     std::string m_pending;
+    std::uint64_t m_leftOut = 0; // since the last TakePending
+    std::uint64_t m_allLeftOut = 0;
+    std::string m_firstLeftOut; // its beginning
 };
+
+// The line that stands where `count` lines are missing, with the time stamp of the first of them,
+// `firstMissing`.
+std::string LeftOutMark(std::string_view firstMissing, std::uint64_t count);
 
 // Registers the debug-output callback with `library`. Tried once per process; when the library
 // refuses, LogMsg writes to the debug trace from then on. User-interface thread, before any

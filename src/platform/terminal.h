@@ -3,12 +3,20 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vnxtest {
 
 // True when `stream` leads to a terminal that somebody may be looking at.
 bool IsTerminal(std::FILE* stream);
+
+// True when writing to `stream` always comes to an end: it leads to an ordinary file.
+bool IsOrdinaryFile(std::FILE* stream);
+
+// Writes all of `bytes` to where `stream` leads, past its buffer, for as long as that takes. False with
+// errno. Any thread.
+bool WriteAll(std::FILE* stream, std::string_view bytes);
 
 // To be called first of all. Makes the terminal show UTF-8 where it does not do so anyway, and sees to
 // it that no file that is opened later takes the place of a standard stream that was closed by the

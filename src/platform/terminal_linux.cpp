@@ -1,6 +1,9 @@
+#include <cerrno>
 #include <initializer_list>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/terminal.h"
@@ -11,6 +14,27 @@ const char* const kTextLineEnd = "\n";
 
 bool IsTerminal(std::FILE* stream) {
     return isatty(fileno(stream)) == 1;
+}
+
+bool IsOrdinaryFile(std::FILE* stream) {
+    struct stat status {};
+    return fstat(fileno(stream), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool WriteAll(std::FILE* stream, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(fileno(stream), bytes.data(), bytes.size());
+        if (written >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno == EAGAIN) {
+            // Another program that has the same terminal or pipe may have made it so.
+            pollfd wait{fileno(stream), POLLOUT, 0};
+            poll(&wait, 1, -1);
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void PrepareTerminal() {

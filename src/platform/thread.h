@@ -1,6 +1,8 @@
 // The monitor threads' standing with the scheduler, and the system timer's resolution.
 #pragma once
 
+#include <memory>
+
 namespace vnxtest {
 
 // Raises the calling thread to above-normal priority. Returns false with the last error set when the
@@ -17,6 +19,20 @@ public:
     ~TimerResolution();
     TimerResolution(const TimerResolution&) = delete;
     TimerResolution& operator=(const TimerResolution&) = delete;
+};
+
+// For its lifetime the requests to stop (platform/stop_signal.h) do not go to the calling thread, nor, for
+// good, to the threads that it makes meanwhile.
+class StopSignalsHeldBack {
+public:
+    StopSignalsHeldBack();
+    ~StopSignalsHeldBack();
+    StopSignalsHeldBack(const StopSignalsHeldBack&) = delete;
+    StopSignalsHeldBack& operator=(const StopSignalsHeldBack&) = delete;
+
+private:
+    struct Mask;
+    std::unique_ptr<Mask> m_before;
 };
 
 } // namespace vnxtest

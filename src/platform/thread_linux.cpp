@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <csignal>
 
 #include <sys/resource.h>
 #include <sys/types.h>
@@ -19,5 +20,22 @@ bool RaiseThreadPriority() {
 
 TimerResolution::TimerResolution() = default;
 TimerResolution::~TimerResolution() = default;
+
+struct StopSignalsHeldBack::Mask {
+    sigset_t signals{};
+};
+
+StopSignalsHeldBack::StopSignalsHeldBack() : m_before(std::make_unique<Mask>()) {
+    sigset_t held{};
+    sigemptyset(&held);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&held, number);
+    }
+    pthread_sigmask(SIG_BLOCK, &held, &m_before->signals);
+}
+
+StopSignalsHeldBack::~StopSignalsHeldBack() {
+    pthread_sigmask(SIG_SETMASK, &m_before->signals, nullptr);
+}
 
 } // namespace vnxtest

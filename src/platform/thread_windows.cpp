@@ -17,4 +17,9 @@ TimerResolution::~TimerResolution() {
     timeEndPeriod(1);
 }
 
+// The system calls its handler on a thread of its own.
+struct StopSignalsHeldBack::Mask {};
+StopSignalsHeldBack::StopSignalsHeldBack() = default;
+StopSignalsHeldBack::~StopSignalsHeldBack() = default;
+
 } // namespace vnxtest

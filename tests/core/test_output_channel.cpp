@@ -40,6 +40,21 @@ TEST_F(OutputChannelTest, PostsOnceUntilTheQueueIsTaken) {
     EXPECT_EQ(TakeText(), "\\x1b]0;title\\x07\\x0dforged\n\\x9b x\\u202e\xEF\xBF\xBD\n\\x08\\x7f\n");
 }
 
+TEST_F(OutputChannelTest, WhatNobodyTakesIsBounded) {
+    const std::string lines = "12:00:00.000 first\n12:00:00.001 " + std::string(1 << 20, 'x') + "\n";
+    for (int round = 0; round < 40; ++round) {
+        m_channel.Append(lines);
+    }
+    const std::string text = m_channel.TakePending();
+    EXPECT_LE(text.size(), OutputChannel::kMostPending + 100);
+    const auto missing = 2 * (40 - text.size() / lines.size());
+    EXPECT_TRUE(text.ends_with("x\n12:00:00.000 ** " + std::to_string(missing) +
+                               " lines are left out here, for nobody took them.\n"));
+    m_channel.Append("12:00:00.002 one\n");
+    EXPECT_EQ(m_channel.TakePending(), "12:00:00.002 one\n");
+    EXPECT_EQ(m_channel.LinesLeftOut(), missing);
+}
+
 TEST_F(OutputChannelTest, DropsTextWithoutAViewAndTracesItWithoutACallback) {
     m_channel.Detach();
     LogMsg(L"before the view\n");

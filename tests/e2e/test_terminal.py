@@ -1,5 +1,6 @@
 """The program in a terminal, on the simulated LAN: no rights, no network; what it prints, saves, stores and refuses."""
 
+import contextlib
 import fcntl
 import json
 import os
@@ -7,6 +8,7 @@ import pty
 import re
 import select
 import signal
+import termios
 import time
 
 from cases import Case, as_ordinary_user, interface_statistics, ping_statistics, program_for_everybody
@@ -181,6 +183,42 @@ class Output(TerminalCase):
                 self.go(command, status=2, output=full, note="Standard output cannot be written")
         self.assertIn("closed...", self.document.read_text("utf-8"), "everything was closed in order, and saved")
         self.assertIn("Standard output", self.results()["problem"])
+
+    def test_nobody_reads_and_one_signal_ends_it(self):
+        """A reader that has stopped, a full pipe on standard error, a suspended terminal for both."""
+        stopped, output = os.pipe()
+        full, errors = os.pipe()
+        terminal, screen = pty.openpty()
+        for end in (stopped, output, full, errors, terminal, screen):
+            self.addCleanup(os.close, end)
+        os.set_blocking(errors, False)
+        with contextlib.suppress(BlockingIOError):
+            while True:
+                os.write(errors, b"x" * 4096)
+        os.set_blocking(errors, True)
+        termios.tcflow(screen, termios.TCOOFF)
+        for number, to, say in ((signal.SIGTERM, output, None), (signal.SIGINT, output, errors),
+                                (signal.SIGTERM, screen, screen)):
+            guest = self.begin("run", "--no-report", "--debug=all", "--json", self.json, "--output", self.document, output=to,
+                               errors=say, library="sim:pinger=1")
+            time.sleep(1.5)
+            status, seconds = guest.stop(number)
+            self.assertEqual(status, 2, guest.story())
+            self.assertLess(seconds, 1 + SLACK, guest.story())
+            results, document = self.results(), self.document.read_text("utf-8")
+            self.assertRegex(results["problem"], r"^Standard output was not read fast enough: \d+ lines of the document are missing")
+            answered = results["interfaces"][0]["answered"]["echo"]
+            self.assertEqual(answered, document.count("** Someone is PINGing Vant!"))
+            self.assertIn("closed...", document.splitlines()[-1], "the file got everything")
+            if say is None:
+                self.assertIn(results["problem"], guest.errors())
+                os.set_blocking(stopped, False)
+                seen = b""
+                with contextlib.suppress(BlockingIOError):
+                    while piece := os.read(stopped, 1 << 16):
+                        seen += piece
+                self.assertGreater(answered, seen.count(b"** Someone is PINGing Vant!"), "the wire went on being answered")
+                os.write(output, b"x" * (1 << 16))
 
     def test_one_file_serves_one_purpose(self):
         self.document.write_text("old", "utf-8")
