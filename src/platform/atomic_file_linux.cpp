@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <sys/statfs.h>
 
-#include "platform/descriptor_linux.h"
+#include "wrenlib/descriptor_linux.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"

@@ -19,8 +19,8 @@
 #include <wx/sstream.h>
 
 #include "platform/atomic_file.h"
-#include "platform/descriptor_linux.h"
 #include "platform/profile.h"
+#include "wrenlib/descriptor_linux.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"

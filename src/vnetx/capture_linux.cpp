@@ -8,12 +8,12 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include "open/ask_helper.h"
 #include "open/packet_filter.h"
 #include "vnetx/capture.h"
-#include "vnetx/descriptor_linux.h"
 #include "vnetx/failure.h"
-#include "vnetx/open_helper_linux.h"
 #include "vnetx/packet_ring_linux.h"
+#include "wrenlib/descriptor_linux.h"
 
 namespace vnxtest {
 namespace {

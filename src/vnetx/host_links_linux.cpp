@@ -14,9 +14,9 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
-#include "vnetx/descriptor_linux.h"
 #include "vnetx/host_links.h"
 #include "vnetx/route_netlink_linux.h"
+#include "wrenlib/descriptor_linux.h"
 
 namespace vnxtest {
 namespace {

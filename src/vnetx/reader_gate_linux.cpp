@@ -13,8 +13,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "vnetx/descriptor_linux.h"
 #include "vnetx/notify_socket.h"
+#include "wrenlib/descriptor_linux.h"
 
 namespace vnxtest {
 namespace {

@@ -16,9 +16,9 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include "open/ask_helper.h"
 #include "open/helper.h"
 #include "vnetx/host_links.h"
-#include "vnetx/open_helper_linux.h"
 #include "vnetx/route_netlink_linux.h"
 
 namespace vnxtest {

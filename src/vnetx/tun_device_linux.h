@@ -9,8 +9,8 @@
 #include <string>
 
 #include "open/open_request.h"
-#include "vnetx/descriptor_linux.h"
 #include "wrenlib/address.h"
+#include "wrenlib/descriptor_linux.h"
 
 namespace vnxtest {
 

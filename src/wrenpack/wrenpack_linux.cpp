@@ -18,6 +18,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include "open/ask_helper.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
 #include "wrenpack/adapter_list_linux.h"
@@ -59,6 +60,19 @@ int BindForCapture(int descriptor, const std::string& interfaceName) {
     return getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &fault, &length) == 0 ? fault : errno;
 }
 
+// As a guest of this user would be opened.
+AdapterHandle OpenByHelper(const std::string& interfaceName) {
+    OpenRequest request;
+    request.kind = OpenKind::ArpSocket;
+    request.adapter = ToAdapterName(interfaceName);
+    HelperAnswer answer = AskHelper(request);
+    if (answer.error != 0) {
+        SetLastError(static_cast<std::uint32_t>(answer.error));
+        return nullptr;
+    }
+    return ToHandle(answer.descriptor.Release());
+}
+
 class LinuxWrenPack final : public WrenPackLibrary {
 public:
     bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
@@ -81,11 +95,12 @@ public:
         }
         // What libpcap opens beneath a capture, without the ring that would hold its packets: protocol 0
         // until it is bound, so that nothing of other interfaces comes in meanwhile.
+        const std::string interfaceName = ToNarrow(name.substr(kAdapterPrefixLength));
         const int descriptor = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
         if (descriptor < 0) {
-            return nullptr;
+            return errno == EPERM ? OpenByHelper(interfaceName) : nullptr;
         }
-        if (const int code = BindForCapture(descriptor, ToNarrow(name.substr(kAdapterPrefixLength)))) {
+        if (const int code = BindForCapture(descriptor, interfaceName)) {
             close(descriptor);
             SetLastError(static_cast<std::uint32_t>(code));
             return nullptr;

@@ -52,6 +52,16 @@ class Helper(NetworkCase):
         self.grant(broken / "vnxtest-open")
         self.refused(broken, "has ended without an answer")
 
+    def test_the_report_tells_what_the_helper_can_do(self):
+        report = {}
+        for rights in (True, False):
+            done = self.run_program("report", namespace=self.host, prefix=ORDINARY,
+                                    executable=str(self.folder(rights=rights) / "vnxtest-cli"))
+            self.assertEqual(done.status, 0, done.story())
+            report[rights] = done.text()
+        self.assertNotIn("could not be opened", report[True])
+        self.assertRegex(report[False], r'(?s)Your default adapter "adapter" could not be opened: .*sudo setcap')
+
     def test_the_guest_is_not_the_host(self):
         folder = self.folder()
         self.host.ip("route", "add", "default", "via", PEER_IP)

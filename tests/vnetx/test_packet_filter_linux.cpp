@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 
 #include "open/packet_filter.h"
-#include "vnetx/descriptor_linux.h"
+#include "wrenlib/descriptor_linux.h"
 
 namespace vnxtest {
 namespace {

@@ -1,4 +1,4 @@
-#include "vnetx/open_helper_linux.h"
+#include "open/ask_helper.h"
 
 #include <algorithm>
 #include <array>

@@ -16,14 +16,15 @@ public:
         std::swap(m_descriptor, other.m_descriptor);
         return *this;
     }
-    ~Descriptor() {
-        if (m_descriptor >= 0) {
-            close(m_descriptor);
-        }
-    }
+    ~Descriptor() { Close(); }
 
     int Get() const { return m_descriptor; }
-    explicit operator bool() const { return m_descriptor >= 0; }
+    bool IsOpen() const { return m_descriptor >= 0; }
+    explicit operator bool() const { return IsOpen(); }
+    // The descriptor is the caller's from now on.
+    int Release() { return std::exchange(m_descriptor, -1); }
+    // False with errno when the system reports a failure; closed it is all the same.
+    bool Close() { return m_descriptor < 0 || close(std::exchange(m_descriptor, -1)) == 0; }
 
 private:
     int m_descriptor = -1;

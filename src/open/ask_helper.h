@@ -4,7 +4,7 @@
 #include <string>
 
 #include "open/open_request.h"
-#include "vnetx/descriptor_linux.h"
+#include "wrenlib/descriptor_linux.h"
 
 namespace vnxtest {
 
