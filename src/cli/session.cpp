@@ -185,16 +185,8 @@ bool Session::ResolvePingTarget() {
 }
 
 void Session::MakeGuest() {
-    m_profile = OpenProfile();
+    m_profile = OpenGuestProfile(m_options.library);
     m_runProfile.emplace(*m_profile);
-    if (m_options.IsSimulated()) {
-        m_runProfile->LeaveOutRealAddresses(m_engine.Host());
-        if (m_runProfile->LeavesOut(0) || (m_options.UsesTwoInterfaces() && m_runProfile->LeavesOut(1))) {
-            Complain(Sprintf(L"note: the addresses stored in %s belong to a real adapter and are left out "
-                             L"for the simulated LAN.",
-                             m_profile->Location()));
-        }
-    }
     m_port.SetSources(m_engine.Host(), *m_runProfile);
     m_engine.MakeGuest(*m_runProfile, m_port);
     m_guest = &m_engine.TheGuest();

@@ -5,6 +5,10 @@
 
 namespace vnxtest {
 
+std::unique_ptr<Profile> OpenGuestProfile(std::wstring_view libraryName) {
+    return OpenProfile(IsSimulatedLan(libraryName) ? ProfileSection::SimulatedLan : ProfileSection::Settings);
+}
+
 Engine::~Engine() {
     EndGuest();
     if (m_library) {

@@ -19,6 +19,10 @@
 
 namespace vnxtest {
 
+// The profile of a guest that uses the library of this name: the user's settings, or on the simulated LAN a
+// section of its own, so that neither's values get to the other.
+std::unique_ptr<Profile> OpenGuestProfile(std::wstring_view libraryName);
+
 class Engine {
 public:
     Engine() = default;

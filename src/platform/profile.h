@@ -1,4 +1,4 @@
-// The per-user profile: numbers and texts by name, in the section "Settings".
+// The per-user profile: numbers and texts by name, in the section "Settings" or in that of the simulated LAN.
 //
 // On Windows it is the registry key of the program under HKEY_CURRENT_USER, elsewhere a file of the
 // same section and value names under the user's configuration folder. Reading never fails: what is
@@ -29,7 +29,12 @@ public:
     virtual std::wstring LastProblem() const = 0;
 };
 
-// Opens the user's profile. A profile that does not exist yet is empty, and is made by the first write.
-std::unique_ptr<Profile> OpenProfile();
+// "Settings", and "SimulatedLan": the addresses and values of a guest on the simulated LAN fit no real one,
+// and its tests are to leave no trace among the user's settings.
+enum class ProfileSection { Settings, SimulatedLan };
+
+// Opens a section of the user's profile. A profile that does not exist yet is empty, and is made by the first
+// write.
+std::unique_ptr<Profile> OpenProfile(ProfileSection section = ProfileSection::Settings);
 
 } // namespace vnxtest

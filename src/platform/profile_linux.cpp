@@ -1,3 +1,4 @@
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -109,15 +110,14 @@ std::optional<std::uint32_t> ParseNumber(std::wstring_view text) {
     return value > 0xFFFFFFFFU ? std::nullopt : std::optional(static_cast<std::uint32_t>(value));
 }
 
-wxString ValuePath(std::wstring_view name) {
-    return wxString(L"/Settings/" + std::wstring(name));
-}
+// By ProfileSection.
+constexpr std::array kSections = {L"/Settings", L"/SimulatedLan"};
 
 // A file of one section, read anew when it changed and rewritten whole under a lock, so that two
 // programs that write at once keep each other's values.
 class FileProfile final : public Profile {
 public:
-    FileProfile() {
+    explicit FileProfile(ProfileSection section) : m_section(kSections[static_cast<std::size_t>(section)]) {
         // In the window the toolkit is running already.
         if (wxAppConsole::GetInstance() == nullptr) {
             m_toolkit.emplace();
@@ -343,14 +343,16 @@ private:
         wxStringInputStream nothing{wxString()};
         auto sound = std::make_unique<wxFileConfig>(nothing, wxConvUTF8);
         sound->SetExpandEnvVars(false);
-        m_values->SetPath("/Settings");
-        wxString name;
-        long index = 0;
-        for (bool more = m_values->GetFirstEntry(name, index); more;
-             more = m_values->GetNextEntry(name, index)) {
-            wxString value;
-            m_values->Read(name, &value);
-            sound->Write("/Settings/" + name, value);
+        for (const wchar_t* const section : kSections) {
+            m_values->SetPath(section);
+            wxString name;
+            long index = 0;
+            for (bool more = m_values->GetFirstEntry(name, index); more;
+                 more = m_values->GetNextEntry(name, index)) {
+                wxString value;
+                m_values->Read(name, &value);
+                sound->Write(section + ("/" + name), value);
+            }
         }
         m_values = std::move(sound);
     }
@@ -365,7 +367,12 @@ private:
         return true;
     }
 
+    wxString ValuePath(std::wstring_view name) const {
+        return m_section + "/" + wxString(std::wstring(name));
+    }
+
     std::optional<wxInitializer> m_toolkit; // first, so that it ends last
+    const wxString m_section;
     std::string m_folder;
     std::string m_file; // empty when there is no place for it
     std::unique_ptr<wxFileConfig> m_values;
@@ -379,8 +386,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<Profile> OpenProfile() {
-    return std::make_unique<FileProfile>();
+std::unique_ptr<Profile> OpenProfile(ProfileSection section) {
+    return std::make_unique<FileProfile>(section);
 }
 
 } // namespace vnxtest

@@ -11,11 +11,13 @@ namespace vnxtest {
 
 namespace {
 
-constexpr wchar_t kKeyPath[] = L"Software\\Corvane Software Works\\VNXTest64UD\\Settings";
+// By ProfileSection.
+constexpr const wchar_t* kKeyPaths[] = {L"Software\\Corvane Software Works\\VNXTest64UD\\Settings",
+                                        L"Software\\Corvane Software Works\\VNXTest64UD\\SimulatedLan"};
 
 class Key {
 public:
-    Key() = default;
+    explicit Key(const wchar_t* path) : m_path(path) {}
     ~Key() {
         if (m_key != nullptr) {
             RegCloseKey(m_key);
@@ -24,28 +26,30 @@ public:
     Key(const Key&) = delete;
     Key& operator=(const Key&) = delete;
 
-    LSTATUS OpenForReading() {
-        return RegOpenKeyExW(HKEY_CURRENT_USER, kKeyPath, 0, KEY_QUERY_VALUE, &m_key);
-    }
+    LSTATUS OpenForReading() { return RegOpenKeyExW(HKEY_CURRENT_USER, m_path, 0, KEY_QUERY_VALUE, &m_key); }
     LSTATUS OpenForWriting() {
-        return RegCreateKeyExW(HKEY_CURRENT_USER, kKeyPath, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &m_key,
+        return RegCreateKeyExW(HKEY_CURRENT_USER, m_path, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &m_key,
                                nullptr);
     }
     HKEY Get() const { return m_key; }
 
 private:
+    const wchar_t* m_path;
     HKEY m_key = nullptr;
 };
 
 // Each value is written by one call of the system, which other programs see whole or not at all.
 class RegistryProfile final : public Profile {
 public:
+    explicit RegistryProfile(ProfileSection section)
+        : m_keyPath(kKeyPaths[static_cast<std::size_t>(section)]) {}
+
     std::uint32_t ReadNumber(std::wstring_view name, std::uint32_t defaultValue) override {
         const std::wstring value(name);
         DWORD number = 0;
         DWORD size = sizeof number;
         DWORD kind = REG_NONE;
-        Key key;
+        Key key(m_keyPath);
         LSTATUS result = key.OpenForReading();
         if (result == ERROR_SUCCESS) {
             result = RegQueryValueExW(key.Get(), value.c_str(), nullptr, &kind,
@@ -68,7 +72,7 @@ public:
 
     std::wstring ReadText(std::wstring_view name, std::wstring_view defaultValue) override {
         const std::wstring value(name);
-        Key key;
+        Key key(m_keyPath);
         LSTATUS result = key.OpenForReading();
         std::vector<wchar_t> text(64);
         DWORD kind = REG_NONE;
@@ -109,7 +113,7 @@ public:
         return Write(name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
     }
 
-    std::wstring Location() const override { return std::wstring(L"HKEY_CURRENT_USER\\") + kKeyPath; }
+    std::wstring Location() const override { return std::wstring(L"HKEY_CURRENT_USER\\") + m_keyPath; }
     std::wstring LastProblem() const override { return m_problem; }
 
 private:
@@ -125,7 +129,7 @@ private:
 
     bool Write(std::wstring_view name, DWORD kind, const void* bytes, std::size_t size) {
         const std::wstring value(name);
-        Key key;
+        Key key(m_keyPath);
         LSTATUS result = key.OpenForWriting();
         if (result == ERROR_SUCCESS) {
             result = RegSetValueExW(key.Get(), value.c_str(), 0, kind, static_cast<const BYTE*>(bytes),
@@ -140,13 +144,14 @@ private:
         return false;
     }
 
+    const wchar_t* m_keyPath;
     std::wstring m_problem;
 };
 
 } // namespace
 
-std::unique_ptr<Profile> OpenProfile() {
-    return std::make_unique<RegistryProfile>();
+std::unique_ptr<Profile> OpenProfile(ProfileSection section) {
+    return std::make_unique<RegistryProfile>(section);
 }
 
 } // namespace vnxtest

@@ -8,6 +8,7 @@
 #include <wx/filename.h>
 #include <wx/image.h>
 
+#include "guest/engine.h"
 #include "helpui/make_child.h"
 #include "platform/privileges.h"
 #include "ui/command_ids.h"
@@ -73,6 +74,7 @@ bool CVNXTestApp::OnInit() {
     }
     wxInitAllImageHandlers(); // the icons
     m_profile = OpenProfile();
+    m_guestProfile = OpenGuestProfile(m_libraryName);
     m_helpBook = std::make_unique<HelpBook>();
     m_documents = std::make_unique<DocumentManager>();
     m_documents->SetMaxDocsOpen(1);
@@ -100,6 +102,7 @@ bool CVNXTestApp::OnInit() {
 int CVNXTestApp::OnExit() {
     m_documents.reset();
     m_helpBook.reset();
+    m_guestProfile.reset();
     m_profile.reset();
     return wxApp::OnExit();
 }

@@ -19,7 +19,9 @@ class CVNXTestApp final : public wxApp {
 public:
     CVNXTestApp();
 
+    // Of the window, and of the guest that uses this library.
     Profile& UserProfile() { return *m_profile; }
+    Profile& GuestProfile() { return *m_guestProfile; }
     const std::wstring& LibraryName() const { return m_libraryName; }
     CMainFrame& MainFrame() { return *m_frame; }
 
@@ -36,6 +38,7 @@ private:
 
     std::wstring m_libraryName = L"auto";
     std::unique_ptr<Profile> m_profile;
+    std::unique_ptr<Profile> m_guestProfile;
     std::unique_ptr<HelpBook> m_helpBook;
     std::unique_ptr<wxDocManager> m_documents;
     CMainFrame* m_frame = nullptr;

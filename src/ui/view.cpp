@@ -72,7 +72,7 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
     Bind(EVT_VIEW_MESSAGE,
          [this](wxThreadEvent& event) { HandleViewMessage(static_cast<ViewMessage>(event.GetInt())); });
     m_refreshTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshPingDisplay(); });
-    m_engine.MakeGuest(app.UserProfile(), *this);
+    m_engine.MakeGuest(app.GuestProfile(), *this);
     m_guest = &m_engine.TheGuest();
     m_guest->Ping().KeepRecords(true);
     BindCommands();

@@ -2,7 +2,6 @@
 
 #include "cli/adapter_list.h"
 #include "cli/dialog_answers.h"
-#include "cli/run_profile.h"
 #include "settings/settings.h"
 #include "settings/test_host.h"
 #include "support/guest_fixture.h"
@@ -134,26 +133,6 @@ TEST_F(DialogAnswers, RefusalsNameTheOption) {
     ExpectRefused({}, {L"No such host adapter exists with this IP address.", L"--adapter", L"eth0"});
     Store(L"Interface1_str", L"nonsense", L"", L"10.1.2.3");
     ExpectRefused({}, {L"--guest-ip"});
-}
-
-TEST_F(DialogAnswers, TheSimulatedLanLeavesRealAddressesOut) {
-    // eth0 stands for the simulated adapter here: it is the library's default.
-    Store(L"Interface1_str", L"10.9.0.50", L"x", L"10.9.0.7");
-    Store(L"Interface2_str", L"10.1.2.50", L"x", L"10.1.2.3");
-    RunProfile simulated(profile);
-    simulated.LeaveOutRealAddresses(host.network);
-    EXPECT_TRUE(simulated.LeavesOut(0) && !simulated.LeavesOut(1));
-    EXPECT_EQ(simulated.ReadText(L"Interface1_strInterface_IPAddr", L"default"), L"default");
-    EXPECT_EQ(simulated.ReadText(L"Interface2_strInterface_IPAddr", L""), L"10.1.2.50");
-    EXPECT_TRUE(simulated.WriteText(L"WhoPingName", L"x"));
-    EXPECT_EQ(profile.texts[L"WhoPingName"], L"x") << "the real profile is what is written to";
-    // Texts that were stored empty are left out silently: they would leave the
-    // interface without an adapter.
-    Store(L"Interface1_str", L"", L"", L"");
-    RunProfile emptied(profile);
-    emptied.LeaveOutRealAddresses(host.network);
-    EXPECT_FALSE(emptied.LeavesOut(0));
-    EXPECT_EQ(emptied.ReadText(L"Interface1_strAdapter_IPAddr", L"derived"), L"derived");
 }
 
 } // namespace

@@ -303,12 +303,24 @@ class Profile(TerminalCase):
             self.assertLess(time.monotonic() - started, 2 + 1 + SLACK)
         self.assertEqual(os.listdir(self.profile.parent), [".lock"])
 
+    def test_the_simulated_lan_has_settings_of_its_own(self):
+        real = ("[Settings]\nInterface1_strAdapter_IPAddr=192.0.2.200\nInterface1_strInterface_IPAddr=192.0.2.201\n"
+                "NumPings=9\nDebugMode=1\n")
+        self.profile.parent.mkdir()
+        self.profile.write_text(real, "utf-8")
+        for step in ("none stored", "stored"):
+            guest = self.ping("--save", "--json", self.json, *(("--count", 2) if step == "none stored" else ()))
+            self.assertIn(f" ping  -c {2}  -i ", guest.text())
+            self.assertEqual(self.results()["interfaces"][0]["guestIp"], "198.18.0.111", step)
+            stored = self.profile.read_text("utf-8")
+            self.assertTrue(stored.startswith(real + "[SimulatedLan]\n"), stored)
+
     def test_what_does_not_fit_is_left_out_and_left_alone(self):
-        text = (b"[Settings]\nInterface1_strAdapter_IPAddr=192.0.2.200\nInterface1_strInterface_IPAddr=192.0.2.201\n"
+        text = (b"[SimulatedLan]\nInterface1_strAdapter_IPAddr=198.18.0.1\n"
                 b"PingDataSize=99999\nNumPings=0\nPingTimeout=soon\nPingDelay=4294967295\n\xff\xfe rubbish\n")
         self.profile.parent.mkdir()
         self.profile.write_bytes(text)
-        guest = self.ping("--json", self.json, note="left out")
+        guest = self.ping("--json", self.json, note="is damaged")
         self.assertIn(" ping  -c 3  -i 1  -s 32  -w 500 ", guest.text())
         self.assertEqual(self.results()["interfaces"][0]["guestIp"], "198.18.0.111")
         for word in ("is damaged", "PingDataSize", "NumPings", "PingTimeout"):

@@ -81,6 +81,19 @@ TEST_F(ProfileTest, NumbersOfThirtyTwoBitsAndNothingElse) {
     }
 }
 
+TEST_F(ProfileTest, TheSimulatedLanHasASectionOfItsOwnThatSurvivesDamageToo) {
+    ASSERT_TRUE(OpenProfile()->WriteNumber(L"NumPings", 9));
+    const auto simulated = OpenProfile(ProfileSection::SimulatedLan);
+    EXPECT_EQ(simulated->ReadNumber(L"NumPings", 3), 3U);
+    ASSERT_TRUE(simulated->WriteNumber(L"NumPings", 5) && simulated->WriteText(L"WhoPingName", L"x"));
+    EXPECT_EQ(Slurp(m_file), "[Settings]\nNumPings=9\n[SimulatedLan]\nNumPings=5\nWhoPingName=x\n");
+    SetContent(Slurp(m_file) + "no equals sign\n");
+    ASSERT_TRUE(OpenProfile()->WriteNumber(L"PingDelay", 7));
+    EXPECT_EQ(OpenProfile()->ReadNumber(L"NumPings", 3), 9U);
+    EXPECT_EQ(OpenProfile(ProfileSection::SimulatedLan)->ReadText(L"WhoPingName", L""), L"x");
+    EXPECT_EQ(OpenProfile(ProfileSection::SimulatedLan)->LastProblem(), L"");
+}
+
 TEST_F(ProfileTest, ADamagedFileYieldsWhatCanBeReadAndIsKeptAside) {
     for (const std::string& bytes :
          {"[Settings]\nNumPings=9\n\xff\xfe\x80 garbage\n"s, "[Settings]\nNumPings=9\nA\0B=\0\n"s,

@@ -222,7 +222,9 @@ class DebugFlags(DialogCase):
         # Of these the bit 0x40 belongs to a box; all others are nobody's.
         folder = self.desktop.path / "config/VNXTest64UD"
         folder.mkdir()
-        (folder / "VNXTest64UD.conf").write_text(f"[Settings]\nDebugFlags={0x12345}\n")
+        profile = folder / "VNXTest64UD.conf"
+        real = "[Settings]\nInterface1_strAdapter_IPAddr=192.0.2.200\nDebugMode=1\nAbout=40,60,0,0,0\nMainFrame=10,10,900,700,0\n"
+        profile.write_text(f"{real}[SimulatedLan]\nDebugFlags={0x12345}\n")
         self.program = self.start("--library", "sim")
         before = self.program.profile()
         self.open("Set debug flags...", "Set Debug Flags")
@@ -240,6 +242,14 @@ class DebugFlags(DialogCase):
         self.assertEqual(self.program.profile(), before)
         self.trace_packet_contents()
         self.assertEqual(int(self.program.profile()["DebugFlags"]) & 0xFFFFFFFF, 0x40012345)
+        # The user's settings for real adapters are not offered here, and stay as they were.
+        self.open_parameters()
+        self.assertEqual([self.entry("Host adapter IP", field=field).text for field in range(1, 5)],
+                         ["198", "18", "0", "1"])
+        self.ok()
+        self.program.wait_enabled("Start ping test...")
+        self.assertIn("Interface1_strAdapter_IPAddr=198.18.0.1\n", profile.read_text())
+        self.assertTrue(profile.read_text().startswith(real), profile.read_text())
 
 
 class Restart(DialogCase):

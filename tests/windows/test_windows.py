@@ -25,6 +25,7 @@ from lab import network  # noqa: E402
 
 WINE = str(SOURCE / "cmake/windows/wine")
 KEY = r"HKCU\Software\Corvane Software Works\VNXTest64UD\Settings"
+SIM_KEY = KEY.replace("Settings", "SimulatedLan")  # of guests on the simulated LAN
 CLASS_KEY = r"HKLM\SYSTEM\CurrentControlSet\Control\Class\{4D36E972-E325-11CE-BFC1-08002BE10318}"
 SIM = ("--library", "sim", "--no-report")
 
@@ -132,24 +133,28 @@ class PackageLibrary(WineCase):
 class Settings(WineCase):
     def setUp(self):
         super().setUp()
-        subprocess.run([WINE, "reg", "delete", KEY, "/f"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        for key in (KEY, SIM_KEY):
+            subprocess.run([WINE, "reg", "delete", key, "/f"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def test_values_of_the_registry_are_honoured_and_saved_with_their_kinds(self):
         for name, kind, data in (("Interface1_bTAPMode", "REG_DWORD", 7), ("NumPings", "REG_DWORD", 2),
                                  ("Interface1_strAdapter_IPAddr", "REG_SZ", "198.18.0.1"),
                                  ("Interface1_strInterface_IPAddr", "REG_SZ", "198.18.0.110"),
                                  ("PingDelay", "REG_SZ", "no number")):
-            self.set(name, kind, data)
+            self.set(name, kind, data, SIM_KEY)
+        self.set("Interface1_strInterface_IPAddr", "REG_SZ", "192.0.2.7")  # the user's own
         out, _ = self.cli("ping", "198.18.0.2", *SIM, "--save", "--timeout", 400)
         self.assertIn("(ip=198.18.0.110, mac=", out)
         self.assertIn("ping  -c 2  -i 1000  -s 32  -w 400  198.18.0.2", out)
-        values = self.values()
+        self.assertEqual(self.values(), {"Interface1_strInterface_IPAddr": ("REG_SZ", "192.0.2.7")})
+        values = self.values(SIM_KEY)
         self.assertEqual(values["Interface1_bTAPMode"], ("REG_DWORD", "0x1"))
         self.assertEqual(values["Interface1_strInterface_IPAddr"], ("REG_SZ", "198.18.0.110"))
         self.assertEqual(values["WhoPingIPAddr"], ("REG_DWORD", "0x20012c6"))  # first octet in the lowest byte
         self.assertEqual(values["WhoPingName"], ("REG_SZ", "198.18.0.2"))
         self.assertEqual(values["PingTimeout"], ("REG_DWORD", "0x190"))
-        self.wine("reg", "delete", KEY, "/f")
+        for key in (KEY, SIM_KEY):
+            self.wine("reg", "delete", key, "/f")
 
 
 class OffloadSettings(WineCase):
@@ -280,11 +285,12 @@ class Window(WineCase):
         self.saved_text("** Interface sim0 closed")
         self.command("alt+f", "x")
         self.assertEqual(self.program.wait(30), 0)
-        values = self.values()
+        values = self.values(SIM_KEY)
         self.assertEqual(values["Interface1_strInterface_IPAddr"], ("REG_SZ", "10.9.9.9"))
         self.assertEqual(values["WhoPingName"], ("REG_SZ", "198.18.0.2"))
         self.assertEqual(values["NumPings"], ("REG_DWORD", "0x3"))
-        self.wine("reg", "delete", KEY, "/f")
+        for key in (KEY, SIM_KEY):
+            self.wine("reg", "delete", key, "/f")
 
 
 class GuestOnAWire(WineCase):
