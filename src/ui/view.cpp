@@ -94,6 +94,21 @@ void CVNXTestView::InitialUpdate() {
                      "to see the lines there.",
                      kProductName, wxOK | wxICON_WARNING, GetFrame());
     }
+    TellProfileProblem();
+}
+
+void CVNXTestView::TellProfileProblem() {
+    wxString text;
+    for (const Profile* const profile : {&TheApp().UserProfile(), &TheApp().GuestProfile()}) {
+        const std::wstring problem = profile->LastProblem();
+        if (!problem.empty() && m_toldProblems.insert(problem).second) {
+            text += "\n\n" + wxString(problem);
+        }
+    }
+    if (!text.empty()) {
+        wxMessageBox("The settings could not all be read or stored." + text, kProductName,
+                     wxOK | wxICON_WARNING, GetFrame());
+    }
 }
 
 // Also what has taken the place of the package's library: a test of that one would prove nothing of Netorra.

@@ -6,6 +6,8 @@
 #pragma once
 
 #include <optional>
+#include <set>
+#include <string>
 
 #include <wx/docview.h>
 #include <wx/timer.h>
@@ -54,6 +56,8 @@ private:
     using Rule = bool (CVNXTestView::*)();
 
     void ShowLibrary();
+    // Says, once, what is wrong with the settings, if something is.
+    void TellProfileProblem();
     void OnAppended();
     void ShowWhetherFull();
     void HandleViewMessage(ViewMessage message);
@@ -106,7 +110,8 @@ private:
     std::optional<OutputPump> m_pump;
     std::optional<OutputFinder> m_finder;
     wxTimer m_refreshTimer;
-    bool m_ready = false; // the first display is done
+    std::set<std::wstring> m_toldProblems; // of the settings
+    bool m_ready = false;                  // the first display is done
 
     wxDECLARE_DYNAMIC_CLASS(CVNXTestView);
 };

@@ -1,12 +1,13 @@
 // The commands of the view: what they do, when they may be chosen, and what their menu items show.
 #include <algorithm>
 
-#include <wx/log.h>
 #include <wx/utils.h>
 
+#include "ui/app.h"
 #include "ui/buffer_sizes_dlg.h"
 #include "ui/debug_flags_dialog.h"
 #include "ui/default_gateway_dlg.h"
+#include "ui/main_frame.h"
 #include "ui/menus.h"
 #include "ui/view.h"
 
@@ -129,6 +130,7 @@ void CVNXTestView::OnNextPane() {
 
 void CVNXTestView::OnStartGuest() {
     m_guest->OnStartGuest();
+    TellProfileProblem();
 }
 
 void CVNXTestView::StopGuest() {
@@ -144,6 +146,7 @@ void CVNXTestView::OnStartPing() {
     m_history.Begin(m_asked.count, m_asked.to);
     m_refreshTimer.Start(kRefreshInterval);
     RefreshPingDisplay();
+    TellProfileProblem();
 }
 
 void CVNXTestView::OnStopPing() {
@@ -172,15 +175,16 @@ void CVNXTestView::OnRedetectAdapters() {
     const wxBusyCursor busy;
     m_engine.Host().RedetectAdapters();
     const std::size_t count = m_engine.Host().Adapters().size();
-    wxLogStatus(count == 0   ? wxString("No adapters were found.")
-                : count == 1 ? wxString("1 adapter found.")
-                             : wxString::Format("%zu adapters found.", count));
+    TheApp().MainFrame().StatusBar().Tell(count == 0   ? wxString("No adapters were found.")
+                                          : count == 1 ? wxString("1 adapter found.")
+                                                       : wxString::Format("%zu adapters found.", count));
 }
 
 void CVNXTestView::OnSocketNotifyMode() {
     RunSettings& run = m_guest->Run();
     run.socketNotifyMode = !run.socketNotifyMode;
     m_engine.UserSettings().StoreSocketNotifyMode(run);
+    TellProfileProblem();
 }
 
 void CVNXTestView::OnSetDebugFlags() {
@@ -190,11 +194,13 @@ void CVNXTestView::OnSetDebugFlags() {
         run.debugMode = dialog.IsEnabled();
         run.debugFlags = dialog.Flags();
         m_engine.UserSettings().StoreDebugSettings(run);
+        TellProfileProblem();
     }
 }
 
 void CVNXTestView::OnShowPingChart() {
     m_panes->ShowChart(!m_panes->IsChartShown());
+    TellProfileProblem();
 }
 
 } // namespace vnxtest

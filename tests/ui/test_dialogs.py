@@ -196,6 +196,9 @@ class Others(DialogCase):
         for _ in range(2):
             self.assertIn("  Default gateway:  198.18.0.150  (unresponsive)\n", self.new_document())
             program.choose("t", "Re-detect adapters")
+            found = self.document.count("Connection          = ")
+            told = "1 adapter found." if found == 1 else f"{found} adapters found."
+            self.wait(lambda: told in program.status(), told)
         self.open("Define default gateway...", "Define Default Gateway")
         self.box.find("text", name.format(4)).fill("254")  # answers
         self.ok()
@@ -213,6 +216,30 @@ class Others(DialogCase):
         self.desktop.keys("ctrl+n")  # untitled again
         self.program.wait_enabled('Start "Vantor"...')
         return self.document
+
+
+class Settings(DialogCase):
+    def told(self, text):
+        self.box = self.program.dialog("VNXTest64UD")
+        label = self.box.find("label").name
+        self.assertTrue(label.startswith("The settings could not all be read or stored.\n\n"), label)
+        self.assertIn(text, label)
+        self.desktop.keys("Return")
+        self.program.wait_no_dialog()
+
+    def test_what_cannot_be_stored_or_read_is_told_once(self):
+        folder = self.desktop.path / "config/VNXTest64UD"
+        (folder / ".lock").unlink(missing_ok=True)
+        (folder / ".lock").mkdir(parents=True)
+        self.program.choose("t", "Socket-notify mode")
+        self.told("/.lock failed; errno=21: Is a directory")
+        self.program.choose("t", "Socket-notify mode")
+        time.sleep(0.5)
+        self.assertEqual(self.program.dialogs(), [])
+        (folder / "VNXTest64UD.conf").write_text("[SimulatedLan]\nno equals sign\n")
+        self.open_parameters()
+        self.desktop.keys("Escape")
+        self.told("/VNXTest64UD.conf is damaged (")
 
 
 class DebugFlags(DialogCase):
