@@ -174,9 +174,18 @@ void Session::DefineGateway() {
 }
 
 bool Session::ResolvePingTarget() {
+    const TargetLookup lookup(m_options.target, [this] { WakeUp(); });
+    while (!lookup.IsOver()) {
+        if (m_port.Queue().Wait(std::nullopt).event == TerminalEvent::Interrupted) {
+            NoteInterrupt();
+            Fail(Sprintf(L"Interrupted while the name \"%s\" was looked up.", m_options.target));
+            return false;
+        }
+        Drain();
+    }
     Ipv4Address target;
     std::wstring message;
-    if (!ValidateTarget(m_options.target, target, message)) {
+    if (!lookup.Result(target, message)) {
         Fail(Sprintf(L"The ping target \"%s\" cannot be used: %s", m_options.target, message));
         return false;
     }

@@ -1,6 +1,8 @@
 // Resolving a ping target: a host name or a dotted address to one IPv4 address.
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -10,11 +12,31 @@ namespace vnxtest {
 
 // Resolves `name` (getaddrinfo, IPv4 only; a dotted address resolves to itself). True with the first
 // address in `address`; false with the system's text in `errorText`. May block for as long as the
-// system's resolver does. User-interface thread.
+// system's resolver does. Any thread.
 bool ResolveTarget(std::wstring_view name, Ipv4Address& address, std::wstring& errorText);
 
 // The check of the target field: an empty target fails without resolving. False with the whole
 // message to show ("Please enter a valid IP address or name.", after the system's text if any).
 bool ValidateTarget(std::wstring_view name, Ipv4Address& address, std::wstring& message);
+
+// ValidateTarget on a thread of its own, so that its caller can do something else, or let it be.
+class TargetLookup {
+public:
+    // `onEnd` is called on any thread when the result is there, and never after the destructor has begun.
+    // Throws std::system_error, which names the call, when the thread cannot be made.
+    TargetLookup(std::wstring name, std::function<void()> onEnd);
+    // Waits for nothing: the system's resolver goes on by itself and comes to its end sometime.
+    ~TargetLookup();
+    TargetLookup(const TargetLookup&) = delete;
+    TargetLookup& operator=(const TargetLookup&) = delete;
+
+    bool IsOver() const;
+    // What ValidateTarget returned. When it is over.
+    bool Result(Ipv4Address& address, std::wstring& message) const;
+
+private:
+    struct State;
+    std::shared_ptr<State> m_state;
+};
 
 } // namespace vnxtest

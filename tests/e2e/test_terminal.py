@@ -8,8 +8,10 @@ import pty
 import re
 import select
 import signal
+import socket
 import termios
 import time
+import unittest
 
 from cases import Case, as_ordinary_user, interface_statistics, ping_statistics, program_for_everybody
 from lab.guest import STAMP
@@ -157,6 +159,22 @@ class Ends(TerminalCase):
                 self.assertEqual(os.listdir(self.folder), [], "the unfinished file is gone")
                 return
         self.fail("the first interrupt was always faster")
+
+    @unittest.skipUnless(os.geteuid() == 0, "needs a name server of its own")
+    def test_a_name_that_nobody_looks_up(self):
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as silent:
+            silent.bind(("127.0.0.77", 53))
+            servers = self.folder / "resolv.conf"
+            servers.write_text("nameserver 127.0.0.77\noptions timeout:30 attempts:1\n", "ascii")
+            guest = self.begin("ping", "nobody.example", "--no-report", "--json", self.json, prefix=[
+                "unshare", "-m", "sh", "-c", f'mount --bind {servers} /etc/resolv.conf && exec "$0" "$@"'])
+            silent.settimeout(20)
+            silent.recv(512)
+            status, seconds = guest.stop(signal.SIGTERM)
+        self.assertEqual(status, 2, guest.story())
+        self.assertIn('Interrupted while the name "nobody.example" was looked up.', guest.errors())
+        self.assertLess(seconds, 1 + SLACK)
+        self.assertIn("Interrupted", self.results()["problem"])
 
     def test_a_starter_that_ignores_hangups_is_heeded_and_waiting_costs_nothing(self):
         guest = self.begin("run", "--no-report", prepare=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)).wait_up()
