@@ -54,10 +54,20 @@ std::vector<std::string> NameServers() {
     return servers;
 }
 
+// The kernel is asked, not its file: that is not everywhere. Unknown is false.
+bool IsForwarding() {
+    std::uint32_t code = 0;
+    const NetlinkOwner<nl_cache> settings = DumpNetworkSettings(code);
+    const NetlinkOwner<rtnl_netconf> all(
+        settings != nullptr ? rtnl_netconf_get_all(settings.get(), AF_INET) : nullptr);
+    int forwarding = 0;
+    return all != nullptr && rtnl_netconf_get_forwarding(all.get(), &forwarding) == 0 && forwarding != 0;
+}
+
 Bytes MakeParameters() {
     ParametersHead head;
     gethostname(head.hostName, sizeof head.hostName - 1);
-    head.enableRouting = ReadFile("/proc/sys/net/ipv4/ip_forward").starts_with("1") ? 1 : 0;
+    head.enableRouting = IsForwarding() ? 1 : 0;
     const std::vector<std::string> servers = NameServers();
     head.serverCount = static_cast<std::uint32_t>(servers.size());
     Bytes bytes(sizeof head);

@@ -49,6 +49,10 @@ NetlinkOwner<nl_cache> DumpNeighbours(std::uint32_t& code) {
     return Dump(code, rtnl_neigh_alloc_cache);
 }
 
+NetlinkOwner<nl_cache> DumpNetworkSettings(std::uint32_t& code) {
+    return Dump(code, rtnl_netconf_alloc_cache);
+}
+
 std::uint32_t NetlinkErrno(int result) {
     switch (result < 0 ? -result : result) {
     case NLE_INTR:

@@ -9,6 +9,7 @@
 #include <netlink/route/addr.h>
 #include <netlink/route/link.h>
 #include <netlink/route/neighbour.h>
+#include <netlink/route/netconf.h>
 #include <netlink/route/route.h>
 
 #include "wrenlib/address.h"
@@ -20,6 +21,7 @@ struct NetlinkDeleter {
     void operator()(nl_cache* cache) const { nl_cache_free(cache); }
     void operator()(rtnl_link* link) const { rtnl_link_put(link); }
     void operator()(rtnl_route* route) const { rtnl_route_put(route); }
+    void operator()(rtnl_netconf* settings) const { rtnl_netconf_put(settings); }
     void operator()(nl_msg* message) const { nlmsg_free(message); }
 };
 template <typename T>
@@ -32,6 +34,7 @@ NetlinkOwner<nl_sock> OpenNetlink(std::uint32_t& code);
 NetlinkOwner<nl_cache> DumpRoutes(std::uint32_t& code);    // IPv4
 NetlinkOwner<nl_cache> DumpAddresses(std::uint32_t& code); // IPv4 among others
 NetlinkOwner<nl_cache> DumpNeighbours(std::uint32_t& code);
+NetlinkOwner<nl_cache> DumpNetworkSettings(std::uint32_t& code);
 
 // The errno value nearest to a negative libnl result. Never one of the codes that mean "buffer too
 // small" to the host tables.

@@ -192,6 +192,28 @@ class Host(cases.NetworkCase):
         self.assertEqual(report.gateway, ("10.77.0.2", self.peer_mac))
         self.assert_routes(report)
 
+    def test_without_the_kernels_files(self):
+        """Neither /proc nor /sys: everything that is told without them is told, and nothing is taken for "no"."""
+        self.host.ip("route", "add", "default", "via", "10.77.0.2")
+        self.host.write("net/ipv4/ip_forward", 1)
+        there = self.report()
+        bare = ("unshare", "--mount", "sh", "-c", 'for each in /proc /sys; do mount -t tmpfs none $each || exit 9; done; exec "$@"', "sh")
+        facts = re.compile(r"(?m)^Begin .*|^\d\d:.*")
+        self.assertEqual(facts.sub("", self.report(prefix=bare).text), facts.sub("", there.text))
+        self.assertIn("  IP Routing Enabled. . . . . : yes\n", there.text)
+        self.assertEqual(self.run_program("adapters", namespace=self.host, prefix=bare).status, 0)
+        for library in ("pcap", "tun"):
+            guest = self.start("run", "--library", library, "--adapter", cases.HOST_IP, "--guest-ip", cases.GUEST_IP, "--no-report",
+                               "--proceed", namespace=self.host, prefix=bare).wait_up()
+            self.assert_pinged(self.peer if library == "pcap" else self.host, cases.GUEST_IP, 2, "-i", "0.2")
+            self.assertEqual(guest.stop()[0], 0, guest.story())
+        done = self.run_program("ping", cases.PEER_IP, "--count", 2, "--delay", 1, "--adapter", cases.HOST_IP, "--guest-ip",
+                                cases.GUEST_IP, "--proceed", "--no-report", namespace=self.host, prefix=bare)
+        self.assertEqual(done.status, 0, done.story())
+        # What needs a file of the kernel is refused with a sentence: here it is all that is there.
+        missing = self.run_program("run", "--library", "/sys/no-such-library.so", namespace=self.host, prefix=bare)
+        self.assert_refused(missing, "The interface library cannot be used")
+
     def test_names_from_elsewhere_forge_nothing(self):
         """Of the host, of adapters and their aliases, of a resolver's scope: shown, and never followed."""
         trick = "\x1b[31m\x7f\u202e\u009b"
