@@ -1,8 +1,10 @@
 // vnxtest-cli: the simulated guest in a terminal.
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 
 #include "cli/console.h"
+#include "cli/failure.h"
 #include "cli/options.h"
 #include "cli/session.h"
 #include "platform/terminal.h"
@@ -46,8 +48,14 @@ Outcome CarryOut(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace vnxtest;
+    std::set_terminate(&EndAfterFailure);
     PrepareTerminal();
-    const Outcome outcome = CarryOut(argc, argv);
+    Outcome outcome;
+    try {
+        outcome = CarryOut(argc, argv);
+    } catch (const std::exception& failure) {
+        Complain(DescribeFailure(failure));
+    }
     // Who has asked for an end does not wait for a reader of what is said.
     AwaitComplaints(outcome.stopped ? std::optional(std::chrono::milliseconds(100)) : std::nullopt);
     return outcome.status;

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "cli/adapter_list.h"
+#include "cli/failure.h"
 #include "cli/json_report.h"
 #include "hostnet/report.h"
 #include "ping/target.h"
@@ -37,7 +38,18 @@ const wchar_t* NameOf(Command command) {
 Session::Session(const Options& options) : m_options(options), m_port(options) {}
 
 int Session::Run() {
-    const int status = CarryOut();
+    int status = kExitFailure;
+    try {
+        status = CarryOut();
+    } catch (const std::exception& failure) {
+        if (!m_stopSignal) {
+            throw; // nothing has begun: whatever files there are stay
+        }
+        if (m_guest != nullptr) {
+            StopGuest();
+        }
+        status = Finish(Fail(DescribeFailure(failure)));
+    }
     m_stopSignal.reset(); // from here on a request ends the program as the system does it
     WasInterrupted();     // one may have come meanwhile
     return status;

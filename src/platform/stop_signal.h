@@ -16,6 +16,7 @@ public:
     // then a request ends the program as the system does it. One object at a time, made on the main
     // thread before any other thread. A signal that the program's starter has told it to ignore
     // (nohup) stays ignored. A reader that goes away shows as a failed write (EPIPE), not as a signal.
+    // Throws std::system_error, which names the call, when there is no thread or no descriptor for it.
     explicit StopSignal(std::function<void(int count)> handler);
     // Ends the calls. On Windows the closing of a console is held up until then, some seconds at most.
     ~StopSignal();

@@ -1,5 +1,7 @@
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <system_error>
 #include <thread>
 
 #include <poll.h>
@@ -22,6 +24,11 @@ struct StopSignal::Watch {
     int end = -1;      // eventfd
     std::thread thread;
 
+    ~Watch() {
+        close(end);
+        close(requests);
+    }
+
     void Run() {
         pollfd waits[2] = {{end, POLLIN, 0}, {requests, POLLIN, 0}};
         for (int count = 1;;) {
@@ -39,6 +46,12 @@ struct StopSignal::Watch {
     }
 };
 
+namespace {
+[[noreturn]] void ThrowSystemError(int code, const char* call) {
+    throw std::system_error(code, std::generic_category(), call);
+}
+} // namespace
+
 StopSignal::StopSignal(std::function<void(int)> handler) : m_watch(std::make_unique<Watch>()) {
     m_watch->handler = std::move(handler);
     sigemptyset(&m_watch->signals);
@@ -52,10 +65,15 @@ StopSignal::StopSignal(std::function<void(int)> handler) : m_watch(std::make_uni
     m_watch->requests = signalfd(-1, &m_watch->signals, SFD_CLOEXEC);
     m_watch->end = eventfd(0, EFD_CLOEXEC);
     if (m_watch->requests < 0 || m_watch->end < 0) {
-        return; // out of descriptors: the signals keep their ordinary effect
+        ThrowSystemError(errno, m_watch->requests < 0 ? "signalfd" : "eventfd");
     }
     pthread_sigmask(SIG_BLOCK, &m_watch->signals, &m_watch->maskBefore);
-    m_watch->thread = std::thread([watch = m_watch.get()] { watch->Run(); });
+    try {
+        m_watch->thread = std::thread([watch = m_watch.get()] { watch->Run(); });
+    } catch (const std::system_error& failure) {
+        pthread_sigmask(SIG_SETMASK, &m_watch->maskBefore, nullptr);
+        ThrowSystemError(failure.code().value(), "pthread_create");
+    }
 }
 
 StopSignal::~StopSignal() {
@@ -65,8 +83,6 @@ StopSignal::~StopSignal() {
         m_watch->thread.join();
         pthread_sigmask(SIG_SETMASK, &m_watch->maskBefore, nullptr);
     }
-    close(m_watch->end);
-    close(m_watch->requests);
 }
 
 void EndProcessAtOnce(int status) {

@@ -6,6 +6,7 @@ import json
 import os
 import pty
 import re
+import resource
 import select
 import signal
 import socket
@@ -175,6 +176,30 @@ class Ends(TerminalCase):
         self.assertIn('Interrupted while the name "nobody.example" was looked up.', guest.errors())
         self.assertLess(seconds, 1 + SLACK)
         self.assertIn("Interrupted", self.results()["problem"])
+
+    @unittest.skipUnless(os.geteuid() == 0, "becomes another user")
+    def test_too_few_threads_or_descriptors(self):
+        def one_process():
+            os.setgroups([])
+            os.setgid(64999)
+            os.setuid(64999)
+            resource.setrlimit(resource.RLIMIT_NPROC, (1, 1))
+
+        def few_files():
+            resource.setrlimit(resource.RLIMIT_NOFILE, (4, 4))
+
+        self.document.write_text("old", "utf-8")
+        program = program_for_everybody(self.folder)
+        for prepare, extra, note in ((one_process, (), r"pthread_create failed; errno=11: (.*\n)+.*ulimit -u"),
+                                     (few_files, (), r"eventfd failed; errno=24: (.*\n)+.*ulimit -n"),
+                                     (few_files, ("--output", self.document), r"failed; errno=24: ")):
+            for command in (("run",), ("ping", ECHO_HOST)):
+                guest = self.start("--library", "sim", *command, "--no-report", *extra, prepare=prepare, executable=program,
+                                   environment={"ASAN_OPTIONS": "detect_leaks=0"})
+                guest.status = guest.wait_end(20)
+                self.assert_refused(guest, note)
+                self.assertEqual(guest.errors().count("vnxtest-cli: "), 1, guest.errors())
+        self.assertEqual(self.document.read_text("utf-8"), "old")
 
     def test_a_starter_that_ignores_hangups_is_heeded_and_waiting_costs_nothing(self):
         guest = self.begin("run", "--no-report", prepare=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)).wait_up()
