@@ -177,9 +177,9 @@ void Session::DefineGateway() {
     }
     MacAddress mac;
     if (!m_engine.Host().IsIPAddrResponsive(*m_options.gateway, &mac, Ipv4Address())) {
-        Complain(Sprintf(
-            L"warning: the gateway %s does not answer ARP. It is used as entered; packets for other subnets "
-            L"go to the host adapter instead.",
+        m_port.SetGatewayNote(Sprintf(
+            L"the gateway %s does not answer ARP. It is used as entered; packets for other subnets go to the "
+            L"host adapter instead.",
             FormatIPAddr(*m_options.gateway)));
     }
     m_engine.Host().SetDefaultGateway(*m_options.gateway, mac);
@@ -233,6 +233,9 @@ bool Session::StartGuest() {
     m_guestStarted = m_guest->OnStartGuest();
     TellProfileProblem();
     Drain();
+    if (const std::wstring note = m_port.TakeGatewayNote(); !note.empty()) {
+        Complain(L"warning: " + note);
+    }
     if (!m_guestStarted) {
         Fail(m_port.Refusal());
     }

@@ -26,13 +26,21 @@ bool TerminalPort::AskParameters(GuestParameters& parameters) {
 }
 
 int TerminalPort::ShowProceedTaskDialog(const ProceedQuestion& question) {
+    const bool aboutGateway = question.title == L"Undefined Gateway";
+    const std::wstring note = aboutGateway ? TakeGatewayNote() : std::wstring();
     if (m_options.proceed) {
-        Complain(L"warning: " + std::wstring(question.mainInstruction) + L" Proceeding, as --proceed says.");
+        Complain(L"warning: " + (note.empty() ? std::wstring(question.mainInstruction) : note) +
+                 L" Proceeding, as --proceed says.");
         return kProceedButton;
     }
-    m_refusal =
-        DescribeWarning(question) + L" Give --proceed to start all the same" +
-        (question.title == L"Undefined Gateway" ? L", or --gateway IP to define the default gateway." : L".");
+    m_refusal = note + (note.empty() ? L"" : L"\n") + DescribeWarning(question) +
+                L" Give --proceed to start all the same";
+    if (aboutGateway) {
+        m_refusal += m_options.gateway ? L", or --gateway IP with a gateway that answers."
+                                       : L", or --gateway IP to define the default gateway.";
+    } else {
+        m_refusal += L".";
+    }
     return kCancelButton;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "cli/message_queue.h"
 #include "cli/options.h"
@@ -24,6 +25,11 @@ public:
     // What the target of the command line resolved to. Before the ping test.
     void SetTarget(Ipv4Address target) { m_target = target; }
 
+    // What is wrong with the gateway of the command line. The question about the gateway tells it, unless it
+    // was taken before.
+    void SetGatewayNote(std::wstring note) { m_gatewayNote = std::move(note); }
+    std::wstring TakeGatewayNote() { return std::exchange(m_gatewayNote, {}); }
+
     MessageQueue& Queue() { return m_queue; }
     // Why the last question was answered with "no"; empty when none was.
     const std::wstring& Refusal() const { return m_refusal; }
@@ -38,6 +44,7 @@ private:
     const HostNetwork* m_host = nullptr;
     Profile* m_profile = nullptr;
     Ipv4Address m_target;
+    std::wstring m_gatewayNote;
     MessageQueue m_queue;
     std::wstring m_refusal;
 };

@@ -402,5 +402,8 @@ class Refusals(TerminalCase):
     def test_what_is_said_and_done_all_the_same(self):
         self.go("run", "--no-report", "--guest-ip", "10.77.0.1", "--duration", 0.1, "--proceed",
                 note="warning: Your guest IP is in a different subnet!")
-        self.ping("--gateway", SILENT, "--proceed", note=f"the gateway {SILENT} does not answer")
+        for proceed, status in (("--proceed", 0), (None, 2)):
+            guest = self.ping("--gateway", SILENT, *filter(None, [proceed]), status=status,
+                              note=f"the gateway {SILENT} does not answer ARP" + ("" if proceed else "(.*\n)+.*Undefined Gateway"))
+            self.assertEqual((guest.errors().count(SILENT), guest.errors().count("vnxtest-cli: ")), (1, 1), guest.errors())
         self.ping("--gateway", GATEWAY)
