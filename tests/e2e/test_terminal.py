@@ -85,7 +85,8 @@ class Ping(TerminalCase):
                          r".*\*\* END PING TEST \*\*\n.*\n\*\* Interface \S+ closed\.\.\.")
         self.assertEqual(ping_statistics(guest.text())["received"], 3)
         self.assertEqual(self.document.read_text("utf-8"), "".join(line + "\n" for line in guest.lines()))
-        self.assertEqual({*os.listdir(self.folder)}, {self.document.name, "vnxtest-cli"}, "nothing is stored unasked")
+        self.assertEqual({*os.listdir(self.folder)}, {self.document.name, "vnxtest-cli", "vnxtest-open"},
+                         "nothing is stored unasked")
 
     def test_every_fate(self):
         for library, target, extra, figures, text in (
