@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/value_parsing.h"
+#include "platform/sandbox.h"
 #include "vnetx/library.h"
 #include "wrenlib/text.h"
 
@@ -46,7 +47,7 @@ struct Raw {
         target;
     std::string debug;
     bool socketNotify = false;
-    bool proceed = false, noReport = false, save = false;
+    bool proceed = false, noReport = false, save = false, noSandbox = false;
 };
 
 constexpr const char* kEngineGroup = "The guest (run, ping)";
@@ -75,6 +76,7 @@ const Belonging kBelongings[] = {
     {"--size", kPing},         {"--timeout", kPing},
     {"--delay", kPing},        {"--from", kPing},
     {"--output", kDocument},   {"--json", {Command::Adapters, Command::Run, Command::Ping}},
+    {"--no-sandbox", kEngine},
 };
 
 const char* NameOf(Command command) {
@@ -121,6 +123,10 @@ void AddGuestOptions(CLI::App& app, Raw& raw) {
     app.add_flag("--debug{on},!--no-debug", raw.debug,
                  "Show debug messages. --debug=FLAGS chooses which: a number, or names out of " +
                      DebugFlagNames())
+        ->group(kEngineGroup);
+    app.add_flag("--no-sandbox", raw.noSandbox,
+                 "For debugging: do not end the program when it makes a system call that a running guest has "
+                 "no use for")
         ->group(kEngineGroup);
     app.add_flag("--save", raw.save, "Store the values of this run in the profile, as the window's OK does")
         ->group(kEngineGroup);
@@ -259,6 +265,10 @@ Options CheckValues(const CLI::App& app, const Raw& raw, Command command) {
     options.proceed = raw.proceed;
     options.noReport = raw.noReport;
     options.save = raw.save;
+    options.noSandbox = raw.noSandbox;
+    if (options.noSandbox && !HasSandbox()) {
+        throw OptionError("--no-sandbox has no effect on this system: there is no filter of system calls.");
+    }
     CheckPing(raw, options);
     CheckFiles(app, raw, options);
     return options;

@@ -53,6 +53,7 @@ struct Options {
     bool proceed = false;
     bool noReport = false;
     bool save = false;
+    bool noSandbox = false;
     std::optional<std::filesystem::path> outputFile{};
     bool json = false;                // JSON was asked for
     std::filesystem::path jsonFile{}; // empty: standard output (`adapters` only)

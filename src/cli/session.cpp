@@ -9,6 +9,7 @@
 #include "hostnet/report.h"
 #include "ping/target.h"
 #include "platform/privileges.h"
+#include "platform/sandbox.h"
 #include "platform/terminal.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
@@ -107,8 +108,9 @@ bool Session::OpenFiles() {
         }
         Complain(L"ended at once by a second interrupt.");
         for (const std::filesystem::path& file : temporary) {
-            std::error_code ignored;
-            std::filesystem::remove(file, ignored);
+            if (std::error_code ignored; !file.empty()) {
+                std::filesystem::remove(file, ignored);
+            }
         }
         AwaitComplaints(std::chrono::milliseconds(100));
         EndProcessAtOnce(kExitFailure);
@@ -321,7 +323,19 @@ bool Session::WaitForInterfaces() {
 void Session::GiveUpWhatIsNotNeeded() {
     const bool saves = m_options.outputFile || !m_options.jsonFile.empty() || m_options.save;
     m_rightsGivenUp = true;
-    GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves}, m_keptRights);
+    if (GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves}, m_keptRights) &&
+        m_options.command == Command::Run) {
+        EnterTheSandbox();
+    }
+}
+
+// The last step: what the guest, and a ping test that has begun, still need is known then. What a library of
+// somebody else's needs is not.
+void Session::EnterTheSandbox() {
+    EnterSandbox({.everything = m_options.noSandbox || IsLibraryFile(m_options.library),
+                  .files = m_options.outputFile || !m_options.jsonFile.empty(),
+                  .devices = EqualNoCase(m_options.library, L"tun")},
+                 m_keptRights);
 }
 
 int Session::PingFromGuest() {
@@ -329,6 +343,7 @@ int Session::PingFromGuest() {
         m_pingStarted = m_guest->OnTestStartPing();
         TellProfileProblem();
         if (m_pingStarted) {
+            EnterTheSandbox();
             AwaitPingTest();
         }
     }

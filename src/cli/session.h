@@ -46,6 +46,7 @@ private:
     bool WaitForInterfaces();
     bool MayGoOn() const;
     void GiveUpWhatIsNotNeeded();
+    void EnterTheSandbox();
 
     void GatherHost();
     void DefineGateway();

@@ -26,12 +26,10 @@ std::wstring HowToGrant(Privilege privilege);
 struct KeptPrivileges {
     bool network = false; // to open interfaces again
     bool files = false;   // as root, to save a file where root's own rights do not reach
-    bool helper = false;  // to start the helper, which has rights of its own: no_new_privs is left out
 };
 
 // Gives up, in every thread of this process, every capability but those kept (capabilities(7)), from the
 // permitted set, so that none can be taken up again, and asks the kernel of every thread whether it is so.
-// Sets no_new_privs, so that no program that is started from here has more, unless the helper is kept.
 // False, with a sentence in `problem`, when a thread holds more after a second (one that blocks every signal
 // cannot be reached) or the kernel does not tell: the program must not go on then. Threads that run now are
 // meant; those they start have no more than they. True on Windows without doing anything: a token's rights

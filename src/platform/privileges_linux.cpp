@@ -8,7 +8,6 @@
 #include <vector>
 
 #include <linux/capability.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -46,7 +45,6 @@ bool MayOpenTunDevice() {
 // Capabilities belong to a thread, so each thread has to give up its own: a signal makes it do so. What
 // is kept is set before the signal is sent.
 std::uint64_t g_keptCapabilities = 0;
-bool g_keepsHelper = false;
 
 std::uint64_t MaskOf(std::initializer_list<int> capabilities) {
     std::uint64_t mask = 0;
@@ -69,9 +67,6 @@ void GiveUpInThisThread(int) {
             data[word].inheritable = 0; // the ambient ones go with them
         }
         syscall(SYS_capset, &header, data);
-    }
-    if (!g_keepsHelper) {
-        prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     }
     errno = code;
 }
@@ -136,7 +131,6 @@ std::wstring HowToGrant(Privilege privilege) {
 bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
     g_keptCapabilities = (kept.network ? MaskOf({CAP_NET_RAW, CAP_NET_ADMIN, CAP_SYS_NICE}) : 0) |
                          (kept.files ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
-    g_keepsHelper = kept.helper;
     const int signal = SIGRTMAX - 1;
     // The handler stays: a signal may arrive late, and doing it twice does no harm.
     struct sigaction action {};
@@ -148,10 +142,6 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
         return false;
     }
     GiveUpInThisThread(signal);
-    // Also who holds nothing: of what it starts, nothing is to gain rights.
-    for (const pid_t thread : ThreadsOfThisProcess()) {
-        syscall(SYS_tgkill, getpid(), thread, signal);
-    }
     // Done when a look at all threads finds none that holds more: what a thread has started before it was
     // asked is seen in the next look.
     constexpr int kLooks = 10;

@@ -42,8 +42,7 @@ CVNXTestApp::CVNXTestApp() {
     // give up; the helper opens adapters for him. Now, while this is the only thread: the toolkit's own
     // cannot be asked later.
     std::wstring problem;
-    if (!GiveUpPrivileges({.network = true, .files = true, .helper = !HasPrivilege(Privilege::Capture)},
-                          problem)) {
+    if (!GiveUpPrivileges({.network = true, .files = true}, problem)) {
         std::fprintf(stderr, "vnxtest: %s\n", ToUtf8(problem).c_str());
         std::exit(kEndedForRights);
     }

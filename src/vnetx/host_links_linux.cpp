@@ -33,6 +33,12 @@ ifreq RequestFor(std::string_view name) {
     return request;
 }
 
+// Any socket will do to ask about adapters by name. Netlink's are the only ones that a running guest may make
+// (platform/sandbox.h); one of netlink can send nothing to anybody else.
+Descriptor SocketForRequests() {
+    return Descriptor(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
+}
+
 std::uint32_t MtuOf(int socket, std::string_view name) {
     ifreq request = RequestFor(name);
     return ioctl(socket, SIOCGIFMTU, &request) == 0 ? static_cast<std::uint32_t>(request.ifr_mtu) : 0;
@@ -74,7 +80,9 @@ void AskRoutes(int flags, const rtmsg& header, std::uint32_t link, Ipv4Address d
         return NL_OK;
     };
     nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, onMessage, &visit);
-    if (nl_send_auto(socket.get(), message.get()) >= 0) {
+    // By sendto: a running guest has no sendmsg (platform/sandbox.h).
+    nl_complete_msg(socket.get(), message.get());
+    if (nl_sendto(socket.get(), nlmsg_hdr(message.get()), nlmsg_hdr(message.get())->nlmsg_len) >= 0) {
         nl_recvmsgs_default(socket.get());
     }
 }
@@ -88,7 +96,7 @@ std::vector<HostLink> ListHostLinks() {
         return links;
     }
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
-    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor socket = SocketForRequests();
     for (const ifaddrs* entry = list; entry; entry = entry->ifa_next) {
         if (!entry->ifa_addr) {
             continue;
@@ -151,12 +159,12 @@ bool IsPortOfAnother(std::uint32_t index) {
 }
 
 int HostLinkHealth(std::uint32_t index) {
+    const Descriptor socket = SocketForRequests();
     ifreq request{};
-    if (!if_indextoname(index, request.ifr_name)) {
-        // A failure to ask is no failure of the adapter.
-        return errno == ENXIO || errno == ENODEV ? ENODEV : 0;
+    request.ifr_ifindex = static_cast<int>(index);
+    if (ioctl(socket.Get(), SIOCGIFNAME, &request) != 0) {
+        return errno == ENODEV ? ENODEV : 0; // a failure to ask is no failure of the adapter
     }
-    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (ioctl(socket.Get(), SIOCGIFFLAGS, &request) != 0) {
         return errno == ENODEV ? ENODEV : 0; // likewise
     }

@@ -1,0 +1,123 @@
+"""The filter of system calls: in every mode the guest does all its work under it, and nothing else can be done."""
+
+import itertools
+import os
+import pathlib
+import re
+import signal
+import threading
+import time
+
+from cases import GUEST_IP, PEER_IP, Case, NetworkCase, program_for_everybody, timeout
+from lab.network import why_no_tun_device
+
+SIMULATED = ["--library", "sim", "--no-report", "--proceed"]
+OPTIONS = [(), ("--socket-notify",), ("--debug",), ("--output", "DOCUMENT", "--json", "RESULTS"), ("--save",),
+           ("--socket-notify", "--debug", "--save", "--json", "RESULTS")]
+
+
+class Sandbox:
+    def wait_filtered(self, guest):
+        """Until the kernel says of every thread that it is under a filter and can have no more rights."""
+        deadline = time.monotonic() + 10
+        while True:
+            found = set()
+            for status in pathlib.Path(f"/proc/{guest.pid}/task").glob("*/status"):
+                try:
+                    found.add(tuple(re.findall(r"^(?:NoNewPrivs|Seccomp):\t(.*)$", status.read_text(encoding="ascii"), re.M)))
+                except (FileNotFoundError, ProcessLookupError):
+                    pass  # a thread that has ended meanwhile
+            if found == {("1", "2")}:
+                return guest
+            self.assertLess(time.monotonic(), deadline, f"{found}\n{guest.story()}")
+            time.sleep(0.05)
+
+    def with_files(self, options):
+        folder = self.scratch()
+        return [folder / option.lower() if option.isupper() else option for option in options]
+
+    def assert_ends_well(self, guest):
+        self.assertEqual((guest.stop()[0], guest.errors()), (0, ""), guest.story())
+        self.assertIn("*** Statistics", guest.text())
+
+
+class Simulated(Sandbox, Case):
+    @timeout(180)
+    def test_every_option_on_the_simulated_lan(self):
+        for mode, options in itertools.product(("tun", "tap"), OPTIONS):
+            with self.subTest(mode=mode, options=options):
+                arguments = [*SIMULATED, "--mode", mode, *self.with_files(options)]
+                tested = self.run_program("ping", "198.18.0.2", "--count", 5, "--delay", 20, *arguments)
+                self.assertEqual((tested.status, tested.errors()), (0, ""), tested.story())
+                self.assert_ends_well(self.wait_filtered(self.start("run", *arguments).wait_up()))
+
+    def test_a_pipe_as_output_and_a_second_interrupt(self):
+        fifo = self.scratch() / "document"
+        os.mkfifo(fifo)
+        read = []
+        reader = threading.Thread(target=lambda: read.append(fifo.read_text(encoding="utf-8")))
+        reader.start()
+        self.assert_ends_well(self.wait_filtered(self.start("run", *SIMULATED, "--output", fifo).wait_up()))
+        reader.join()
+        self.assertIn("*** Statistics", read[0])
+        for options in OPTIONS:
+            guest = self.wait_filtered(self.start("run", *SIMULATED, *self.with_files(options)).wait_up())
+            guest.send_signal(signal.SIGTERM)
+            guest.send_signal(signal.SIGINT)
+            self.assertIn(guest.wait_end(), (0, 2), guest.story())  # ended in order before the second one, or at once
+            self.assertNotIn("is not allowed", guest.errors())
+
+
+class OnAWire(Sandbox, NetworkCase):
+    @timeout(300)
+    def test_every_option_on_a_wire(self):
+        ordinary = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=+net_raw",
+                    "--ambient-caps=+net_raw"]
+        copy = program_for_everybody(self.scratch())
+        for library, mode, prefix in (("pcap", "tap", []), ("pcap", "tun", []), ("pcap", "tun", ordinary), ("tun", "tap", []),
+                                      ("tun", "tun", [])):
+            if library == "tun" and why_no_tun_device():
+                continue
+            for options in OPTIONS:
+                with self.subTest(library=library, mode=mode, prefix=prefix, options=options):
+                    self.guest_at_work(library, mode, prefix, copy, self.with_files(options))
+
+    def guest_at_work(self, library, mode, prefix, copy, options):
+        where = {"namespace": self.host, "prefix": prefix, "executable": copy}
+        if library == "pcap":
+            tested = self.run_program(*self.arguments(["ping", PEER_IP], mode), *options, "--count", 5, "--delay", 20, **where)
+            self.assertEqual((tested.status, tested.errors()), (0, ""), tested.story())
+        guest = self.start(*self.arguments(["run"], mode, library=library), *options, **where).wait_up()
+        self.wait_filtered(guest)
+        self.assert_pinged(self.host if library == "tun" else self.peer, GUEST_IP, 3, "-i", "0.05")
+        self.assert_ends_well(guest)
+        self.assert_nothing_left(guest)
+
+    def test_what_a_guest_was_not_written_for_ends_it(self):
+        if "VNXTEST_SANITIZED" in os.environ:
+            self.skipTest("there is no filter in a build with a sanitizer")
+        intruder = os.environ.get("VNXTEST_INTRUDER") or self.skipTest("the intruder was not built")
+        library = os.environ.get("VNXTEST_SHARED_OBJECT") or self.skipTest("the shared library was not built")
+        ping = ["ping", PEER_IP, "--count", 1000]
+        for arguments, status in (([*SIMULATED, "run"], 2), (self.arguments(["run"]), 2), (self.arguments(ping), 2),
+                                  ([*self.arguments(["run"]), "--no-sandbox"], 42),
+                                  # Code from a file cannot be foreseen: it is kept from nothing.
+                                  (self.arguments(["run"], library=library), 42)):
+            with self.subTest(arguments=arguments):
+                guest = self.start(*arguments, namespace=self.host, prefix=["env", f"LD_PRELOAD={intruder}"])
+                self.wait_filtered(guest.wait_up()).send_signal(signal.SIGUSR2)
+                self.assertEqual(guest.wait_end(10), status, guest.story())
+                ended = "vnxtest-cli: Ended: the system call execve (59) is not allowed to a running guest"
+                self.assertEqual(guest.errors().startswith(ended), status == 2, guest.story())
+                self.assertIn("promiscuity 0", self.host.ip("-d", "link", "show", "dev", "adapter").stdout)
+
+    def test_the_adapter_vanishes(self):
+        for options in ((), ("--socket-notify", "--debug")):
+            for change in (("link", "set", "adapter", "down"), ("link", "del", "adapter")):
+                with self.subTest(change=change, options=options):
+                    guest = self.wait_filtered(self.run_guest("tap", *options))
+                    self.host.ip(*change)
+                    self.assertEqual(guest.wait_end(10), 2, guest.story())
+                    self.assertIn("The guest has stopped because an interface failed", guest.errors())
+                    self.host.ip("link", "set", "adapter", "up", check=False)
+            self.cable("adapter", "far", "10.77.0.1", "10.77.0.2")
