@@ -8,7 +8,7 @@ namespace vnxtest {
 namespace {
 
 constexpr std::string_view kDevicePrefix = "vnxtun";
-constexpr std::uint32_t kLeastMtu = 46, kLargestMtu = 65521, kLongestQueue = 1u << 20;
+constexpr std::uint32_t kLeastMtu = 46, kLargestMtu = 65521;
 
 bool Contains(const auto& list, const auto& one) {
     return std::find(list.begin(), list.end(), one) != list.end();

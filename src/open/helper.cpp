@@ -63,8 +63,10 @@ HelperState StateOfHelper(const std::string& path) {
     }
     struct statvfs system {};
     const bool nosuid = statvfs(path.c_str(), &system) == 0 && (system.f_flag & ST_NOSUID) != 0;
-    return nosuid || prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1 ? HelperState::Powerless
-                                                                 : HelperState::Ready;
+    const bool within = prctl(PR_CAPBSET_READ, CAP_NET_RAW, 0, 0, 0) == 1 &&
+                        prctl(PR_CAPBSET_READ, CAP_NET_ADMIN, 0, 0, 0) == 1;
+    const bool gains = within && prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 0 && (!nosuid || getuid() == 0);
+    return gains ? HelperState::Ready : HelperState::Powerless;
 }
 
 std::string HelperCommand(const std::string& path) {
@@ -84,9 +86,8 @@ std::string HowToReadyHelper(const std::string& path) {
                HelperCommand(path) + "\nor run the program as root.";
     case HelperState::Powerless:
         return "Its helper " + path +
-               " gets no rights here: programs are kept from gaining any (no_new_privs, or a file system "
-               "that "
-               "is mounted nosuid). Run the program as root.";
+               " gets no rights here: programs are kept from gaining any (no_new_privs, a file system that "
+               "is mounted nosuid, or a container without the rights cap_net_raw and cap_net_admin).";
     }
     return {};
 }

@@ -9,7 +9,8 @@ enum class HelperState {
     Ready,
     Missing,     // no such file
     LacksRights, // the file has not been given the rights it needs
-    Powerless,   // it has, but here no program gains rights: no_new_privs, or a file system mounted nosuid
+    Powerless, // it has, but here no program gains them: no_new_privs, a file system that is mounted nosuid,
+               // or a container that has none
 };
 
 // Beside the program's own file, else where the package puts it; beside the program when it is at neither.

@@ -11,7 +11,8 @@ namespace vnxtest {
 inline constexpr int kHelperSocket = 3;
 inline constexpr std::uint32_t kOpenMagic = 0x564E584F;
 inline constexpr std::uint16_t kOpenVersion = 1;
-inline constexpr std::size_t kAdapterNameSize = 16; // IFNAMSIZ
+inline constexpr std::size_t kAdapterNameSize = 16;     // IFNAMSIZ
+inline constexpr std::uint32_t kLongestQueue = 500'000; // of a device; the kernel makes hardly more
 
 // The first three are packet sockets: see PacketSocketKind.
 enum class OpenKind : std::uint8_t { GuestSocket = 1, ArpSocket, ReverseArpSocket, TunDevice, TapDevice };

@@ -1,5 +1,6 @@
 #include "vnetx/tun_device_linux.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -111,7 +112,7 @@ int TunDevice::BringUpByHelper(const TunSettings& settings) {
     request.guestIp = settings.guest.Bytes();
     request.hostEnd = settings.hostEnd.Bytes();
     request.mtu = settings.mtu;
-    request.queueLength = settings.queueLength;
+    request.queueLength = std::min(settings.queueLength, kLongestQueue);
     request.device = ToAdapterName(m_name);
     HelperAnswer answer = AskHelper(request);
     m_problem = std::move(answer.problem);

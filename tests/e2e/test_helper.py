@@ -35,10 +35,10 @@ class Helper(NetworkCase):
         if granted.returncode != 0:
             self.skipTest(f"setcap does not work here: {granted.stderr.strip()}")
 
-    def refused(self, folder, *wanted, library="pcap", mode="tap", prefix=(), **options):
+    def refused(self, folder, *wanted, library="pcap", mode="tap", prefix=(), prefix_first=False, **options):
         guest = self.run_program(*self.arguments(["run"], mode, library=library, **options), "--duration", 5,
                                  "--proceed", namespace=self.host, executable=str(folder / "vnxtest-cli"),
-                                 prefix=[*ORDINARY, *prefix])
+                                 prefix=[*prefix, *ORDINARY] if prefix_first else [*ORDINARY, *prefix])
         self.assert_refused(guest, *wanted)
         self.assert_nothing_left(guest)
         return guest
@@ -47,6 +47,8 @@ class Helper(NetworkCase):
         self.refused(self.folder(helper=False), REFUSED + "Its helper, .* is missing", "setcap .*vnxtest-open")
         self.refused(self.folder(rights=False), REFUSED + "Its helper would do it if it had the rights", "setcap .*vnxtest-open")
         self.refused(self.folder(), REFUSED + "Its helper .* gets no rights here", prefix=["setpriv", "--no-new-privs"])
+        self.refused(self.folder(), REFUSED + "Its helper .* gets no rights here: .* a container without the rights",
+                     prefix=["setpriv", "--bounding-set=-net_admin"], prefix_first=True)
         broken = self.folder(rights=False)
         shutil.copy("/bin/true", broken / "vnxtest-open")
         self.grant(broken / "vnxtest-open")
