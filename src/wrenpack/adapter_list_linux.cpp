@@ -205,19 +205,25 @@ AdapterRank RankOf(const ADAPTER_INFO_LIST_ENTRY& entry, bool isUp, const Adapte
 
 using Ranks = std::unordered_map<std::uint32_t, AdapterRank>; // by the adapter's index
 
-// Of several adapters with one MAC address the one that is meant by it comes to the place of the first.
-void PutMeantOnesFirst(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, const Ranks& ranks) {
-    std::map<std::array<std::uint8_t, 6>, std::pair<std::size_t, std::size_t>>
-        places; // the first, the meant one
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        auto& [first, meant] = places.try_emplace(std::to_array(entries[i].PhysAddr), i, i).first->second;
-        if (ranks.at(entries[i].dwIndex) < ranks.at(entries[meant].dwIndex)) {
-            meant = i;
-        }
+// By their indexes; of several adapters with one MAC address the one that is meant by it stands before the
+// first.
+void SortByIndex(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, const Ranks& ranks) {
+    struct Group {
+        std::uint32_t first;
+        std::uint32_t meant;
+    };
+    std::map<std::array<std::uint8_t, 6>, Group> groups;
+    for (const ADAPTER_INFO_LIST_ENTRY& entry : entries) {
+        const std::uint32_t index = entry.dwIndex;
+        Group& group = groups.try_emplace(std::to_array(entry.PhysAddr), Group{index, index}).first->second;
+        group.first = std::min(group.first, index);
+        group.meant = ranks.at(index) < ranks.at(group.meant) ? index : group.meant;
     }
-    for (const auto& [mac, place] : places) {
-        std::swap(entries[place.first], entries[place.second]);
-    }
+    std::ranges::sort(entries, {}, [&](const ADAPTER_INFO_LIST_ENTRY& entry) {
+        const Group& group = groups.at(std::to_array(entry.PhysAddr));
+        const bool meant = entry.dwIndex == group.meant;
+        return std::pair(meant ? group.first : entry.dwIndex, !meant);
+    });
 }
 
 } // namespace
@@ -254,8 +260,7 @@ std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, FactsB
             facts[entry.dwIndex] = std::move(known);
         }
     });
-    std::ranges::sort(entries, {}, &ADAPTER_INFO_LIST_ENTRY::dwIndex);
-    PutMeantOnesFirst(entries, ranks);
+    SortByIndex(entries, ranks);
     return 0;
 }
 
