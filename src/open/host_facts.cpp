@@ -1,8 +1,11 @@
 #include "open/host_facts.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <span>
+#include <string_view>
 
 #include <ifaddrs.h>
 #include <linux/rtnetlink.h>
@@ -43,20 +46,38 @@ void Note(const ifaddrs& entry, bool wanted, HostFacts& host, AdapterFacts& adap
     }
 }
 
-// The gateways in a list of attributes: of a route, or of one of its next hops.
-void NoteGateways(const rtattr* attribute, std::size_t left, HostFacts& host) {
-    for (; RTA_OK(attribute, left); attribute = RTA_NEXT(attribute, left)) {
-        if (attribute->rta_type == RTA_GATEWAY && RTA_PAYLOAD(attribute) == 4) {
+using Bytes = std::span<const std::uint8_t>;
+
+// Takes the first of the records in `bytes` (rtnetlink(7): a header with the length of both, then what it
+// holds, both of lengths that are multiples of four) off them. False when there is none, or none that is
+// whole.
+template <typename Header, typename Length>
+bool TakeRecord(Bytes& bytes, Length Header::*length, Header& header, Bytes& content) {
+    if (bytes.size() < sizeof header) {
+        return false;
+    }
+    std::memcpy(&header, bytes.data(), sizeof header);
+    const std::size_t size = header.*length;
+    if (size < sizeof header || size > bytes.size()) {
+        return false;
+    }
+    content = bytes.subspan(sizeof header, size - sizeof header);
+    bytes = bytes.subspan(std::min(bytes.size(), (size + 3) / 4 * 4));
+    return true;
+}
+
+// The gateways in the attributes of a route, or of one of its next hops.
+void NoteGateways(Bytes attributes, HostFacts& host) {
+    rtattr attribute{};
+    for (Bytes content; TakeRecord(attributes, &rtattr::rta_len, attribute, content);) {
+        if (attribute.rta_type == RTA_GATEWAY && content.size() == 4) {
             std::uint32_t image = 0;
-            std::memcpy(&image, RTA_DATA(attribute), sizeof image);
+            std::memcpy(&image, content.data(), sizeof image);
             host.gateways.push_back(Ipv4Address::FromMemory(image));
-        } else if (attribute->rta_type == RTA_MULTIPATH) {
-            const auto* hop = static_cast<const rtnexthop*>(RTA_DATA(attribute));
-            for (std::size_t hops = RTA_PAYLOAD(attribute);
-                 hops >= sizeof *hop && hop->rtnh_len >= sizeof *hop && hop->rtnh_len <= hops;) {
-                NoteGateways(RTNH_DATA(hop), hop->rtnh_len - sizeof *hop, host);
-                hops -= std::min<std::size_t>(hops, RTNH_ALIGN(hop->rtnh_len));
-                hop = RTNH_NEXT(hop);
+        } else if (attribute.rta_type == RTA_MULTIPATH) {
+            rtnexthop hop{};
+            for (Bytes ofHop; TakeRecord(content, &rtnexthop::rtnh_len, hop, ofHop);) {
+                NoteGateways(ofHop, host);
             }
         }
     }
@@ -72,24 +93,22 @@ bool GatherGateways(int socket, HostFacts& host) {
     if (send(socket, &request, sizeof request, 0) != static_cast<ssize_t>(sizeof request)) {
         return false;
     }
-    alignas(nlmsghdr) static std::array<std::uint8_t, 65536> buffer;
+    static std::array<std::uint8_t, 65536> buffer;
     for (;;) {
         const ssize_t got = recv(socket, buffer.data(), buffer.size(), 0);
         if (got <= 0) {
             return false;
         }
-        auto left = static_cast<std::size_t>(got);
-        for (auto* message = reinterpret_cast<const nlmsghdr*>(buffer.data()); NLMSG_OK(message, left);
-             message = NLMSG_NEXT(message, left)) {
-            if (message->nlmsg_type == NLMSG_DONE) {
+        Bytes messages(buffer.data(), static_cast<std::size_t>(got)), content;
+        for (nlmsghdr header{}; TakeRecord(messages, &nlmsghdr::nlmsg_len, header, content);) {
+            if (header.nlmsg_type == NLMSG_DONE) {
                 return true;
             }
-            if (message->nlmsg_type != RTM_NEWROUTE || message->nlmsg_len < NLMSG_LENGTH(sizeof(rtmsg))) {
+            if (header.nlmsg_type != RTM_NEWROUTE || content.size() < sizeof(rtmsg)) {
                 errno = EPROTO;
                 return false;
             }
-            const auto* route = static_cast<const rtmsg*>(NLMSG_DATA(message));
-            NoteGateways(RTM_RTA(route), RTM_PAYLOAD(message), host);
+            NoteGateways(content.subspan(sizeof(rtmsg)), host);
         }
     }
 }

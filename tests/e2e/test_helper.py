@@ -72,6 +72,9 @@ class Helper(NetworkCase):
                      guest_mac=self.host.mac_of("adapter"))
         self.refused(folder, "The guest's IP address is one of this host's own", guest_ip=HOST_IP)
         self.refused(folder, "The guest's IP address is that of a gateway of this host", guest_ip=PEER_IP, gateway=None)
+        self.host.ip("route", "add", "10.99.0.0/16", "table", "77", "nexthop", "via", "10.77.0.51", "nexthop", "via", "10.77.0.52")
+        for gateway in ("10.77.0.51", "10.77.0.52"):
+            self.refused(folder, "The guest's IP address is that of a gateway of this host", guest_ip=gateway)
         self.refused(folder, "The guest's IP address cannot be a station's", guest_ip="127.0.0.9")
         if not why_no_tun_device():
             self.addCleanup(os.chmod, "/dev/net/tun", os.stat("/dev/net/tun").st_mode & 0o777)
