@@ -7,6 +7,7 @@
 #include "cli/failure.h"
 #include "cli/options.h"
 #include "cli/session.h"
+#include "platform/privileges.h"
 #include "platform/terminal.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
@@ -34,6 +35,10 @@ Outcome ShowAnswer(const OptionsAnswer& answer) {
 }
 
 Outcome CarryOut(int argc, char** argv) {
+    if (const auto refusal = WhyNotWithRightsOfItsFile()) {
+        Complain(*refusal);
+        return {};
+    }
     const auto parsed = ParseOptions(CommandLineWords(argc, argv));
     if (const auto* const answer = std::get_if<OptionsAnswer>(&parsed)) {
         return ShowAnswer(*answer);

@@ -17,9 +17,7 @@ constexpr const char* kName = "/vnxtest-open";
 constexpr std::uint32_t kRights = 1u << CAP_NET_RAW | 1u << CAP_NET_ADMIN;
 
 std::string FolderOfProgram() {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    const std::string program(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+    const std::string program = ProgramPath();
     const std::size_t slash = program.rfind('/');
     return slash == std::string::npos ? std::string() : program.substr(0, slash);
 }
@@ -33,6 +31,14 @@ std::uint32_t RightsOfFile(const std::string& path) {
     return known ? data.data[0].permitted : 0;
 }
 
+} // namespace
+
+std::string ProgramPath() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    return {path, length > 0 ? static_cast<std::size_t>(length) : 0};
+}
+
 std::string Quoted(const std::string& text) {
     if (text.find_first_of(" \t\"'\\$`&|;<>()*?[]#~!") == std::string::npos) {
         return text;
@@ -43,8 +49,6 @@ std::string Quoted(const std::string& text) {
     }
     return quoted + "'";
 }
-
-} // namespace
 
 std::string HelperPath() {
     const std::string folder = FolderOfProgram();

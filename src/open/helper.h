@@ -19,6 +19,12 @@ std::string HelperPath();
 
 HelperState StateOfHelper(const std::string& path);
 
+// The program's own file; empty when it is not known. Any thread.
+std::string ProgramPath();
+
+// `text` as one word of a shell command.
+std::string Quoted(const std::string& text);
+
 // The command that gives the helper its rights, as one line of a shell.
 std::string HelperCommand(const std::string& path);
 

@@ -2,6 +2,7 @@
 // up again once they have done their work.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace vnxtest {
@@ -13,6 +14,12 @@ enum class Privilege {
 
 // This process has the right. Any thread.
 bool HasPrivilege(Privilege privilege);
+
+// Why this program does not run as it was started: its file has rights that its user has not (capabilities,
+// set-user-ID, set-group-ID), which a user's own code would get through it, too. Whole sentences with the
+// commands that mend it. Nullopt when it may run: nobody's rights are greater than his own, ambient
+// capabilities among them, which whoever gives them means for every program. As the first thing in main.
+std::optional<std::wstring> WhyNotWithRightsOfItsFile();
 
 // Something that takes the right can be opened: by this process, or for it by the helper `vnxtest-open`.
 // Any thread.

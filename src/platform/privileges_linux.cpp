@@ -8,6 +8,8 @@
 #include <vector>
 
 #include <linux/capability.h>
+#include <sys/auxv.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -93,6 +95,23 @@ std::vector<pid_t> ThreadsThatHoldMore() {
     return threads;
 }
 
+// This thread's permitted set beyond the ambient one. Behind execve(2) that is what the program's file
+// brought, but for root, who has all by being root.
+bool HoldsMoreThanAmbient() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    if (syscall(SYS_capget, &header, data) != 0) {
+        return getauxval(AT_SECURE) != 0;
+    }
+    for (unsigned capability = 0; capability < 32 * _LINUX_CAPABILITY_U32S_3; ++capability) {
+        if ((data[CAP_TO_INDEX(capability)].permitted & CAP_TO_MASK(capability)) != 0 &&
+            prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_IS_SET, capability, 0, 0) != 1) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Asks these threads and waits for them. Leaves those that still hold more after a second.
 void AskToGiveUp(std::vector<pid_t>& threads, int signal) {
     using Clock = std::chrono::steady_clock;
@@ -114,6 +133,22 @@ bool HasPrivilege(Privilege privilege) {
     return HasCapability(privilege) && (privilege == Privilege::Capture || MayOpenTunDevice());
 }
 
+std::optional<std::wstring> WhyNotWithRightsOfItsFile() {
+    const bool setId = getuid() != geteuid() || getgid() != getegid();
+    if (!setId && (getuid() == 0 || !HoldsMoreThanAmbient())) {
+        return std::nullopt;
+    }
+    const std::string program = ProgramPath();
+    const std::string file = program.empty() ? "PROGRAM" : Quoted(program);
+    return Sprintf(L"This program's file has been given rights that you do not have (%s). It does not run "
+                   L"with them, for "
+                   L"any code that you bring into it would get them, too. Take them away with\n    sudo %s\n"
+                   L"Its helper alone may have rights, and opens adapters for it:\n    %s",
+                   std::wstring(setId ? L"set-user-ID or set-group-ID" : L"capabilities"),
+                   FromUtf8((setId ? "chmod u-s,g-s " : "setcap -r ") + file),
+                   FromUtf8(HelperCommand(HelperPath())));
+}
+
 bool MayOpen(Privilege privilege) {
     return HasPrivilege(privilege) || (StateOfHelper(HelperPath()) == HelperState::Ready &&
                                        (privilege == Privilege::Capture || MayOpenTunDevice()));
@@ -130,7 +165,7 @@ std::wstring HowToGrant(Privilege privilege) {
 
 bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
     g_keptCapabilities = (kept.network ? MaskOf({CAP_NET_RAW, CAP_NET_ADMIN, CAP_SYS_NICE}) : 0) |
-                         (kept.files ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
+                         (kept.files && getuid() == 0 ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
     const int signal = SIGRTMAX - 1;
     // The handler stays: a signal may arrive late, and doing it twice does no harm.
     struct sigaction action {};

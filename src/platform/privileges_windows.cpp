@@ -20,6 +20,10 @@ bool MayOpen(Privilege privilege) {
     return HasPrivilege(privilege);
 }
 
+std::optional<std::wstring> WhyNotWithRightsOfItsFile() {
+    return std::nullopt; // a file has none here
+}
+
 std::wstring HowToGrant(Privilege) {
     return L"This program needs administrator rights. Start it from a command prompt that was opened with "
            L"\"Run as "

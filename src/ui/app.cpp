@@ -38,11 +38,16 @@ CVNXTestApp& TheApp() {
 }
 
 CVNXTestApp::CVNXTestApp() {
-    // What is kept is for starting the guest, also once more, and for saving. An ordinary user has nothing to
-    // give up; the helper opens adapters for him. Now, while this is the only thread: the toolkit's own
-    // cannot be asked later.
+    // Whatever rights there are, the toolkit and what it loads never see them: the helper opens adapters.
+    // Root keeps the right to its user's display and files. Now, while this is the only thread: the toolkit's
+    // own cannot be asked later.
     std::wstring problem;
-    if (!GiveUpPrivileges({.network = true, .files = true}, problem)) {
+    if (const auto refusal = WhyNotWithRightsOfItsFile()) {
+        problem = *refusal;
+    } else {
+        GiveUpPrivileges({.files = true}, problem);
+    }
+    if (!problem.empty()) {
         std::fprintf(stderr, "vnxtest: %s\n", ToUtf8(problem).c_str());
         std::exit(kEndedForRights);
     }

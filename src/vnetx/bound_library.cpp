@@ -93,10 +93,6 @@ private:
 } // namespace
 
 std::unique_ptr<VnetxLibrary> BindVnetxLibrary(std::wstring_view name, std::wstring& error) {
-    if (const auto reason = WhyNoForeignCode()) {
-        error = Sprintf(L"The interface library \"%s\" is not loaded: %s.", std::wstring(name), *reason);
-        return nullptr;
-    }
     std::wstring places;
     const auto path = FindSharedObject(name, places);
     if (!path) {

@@ -47,11 +47,6 @@ private:
     [[maybe_unused]] int* (*m_errno)() = nullptr; // where the library's errno is, if it is not this program's
 };
 
-// Nothing when a library that the user names may run in this process; else a sentence why not: the
-// process has rights that its user has not (Linux: a program file with capabilities or the set-user-ID
-// bit), and code of the user's would get them.
-std::optional<std::wstring> WhyNoForeignCode();
-
 // Loads a library of the packet driver that captures for this program, as libraries of one driver lie
 // together: Npcap has a folder of its own below the system folder, older drivers lie in the system folder
 // itself. Null, with where it was looked for and why it was not loaded in `error`. Windows only: elsewhere

@@ -4,7 +4,6 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <sys/auxv.h>
 
 #include "wrenlib/shared_object.h"
 #include "wrenlib/text.h"
@@ -45,14 +44,6 @@ std::vector<fs::path> SystemLibraryFolders() {
 }
 
 } // namespace
-
-std::optional<std::wstring> WhyNoForeignCode() {
-    if (getauxval(AT_SECURE) == 0) {
-        return std::nullopt;
-    }
-    return L"this program has been given rights (setcap) that you do not have, and the library would get "
-           L"them, too. Run it as root, or use a copy of the program that has not been given any";
-}
 
 std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::wstring& error) {
     const std::string file = ToNarrow(path);

@@ -31,10 +31,6 @@ bool IsFile(const std::wstring& path) {
 
 } // namespace
 
-std::optional<std::wstring> WhyNoForeignCode() {
-    return std::nullopt; // a program here has the rights of who started it
-}
-
 std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::wstring& error) {
     // What the library itself needs may lie beside it or in the system folder, nowhere else.
     if (HMODULE module =
