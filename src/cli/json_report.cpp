@@ -124,6 +124,7 @@ std::string RunResultsJson(const RunResults& results) {
         {"version", kJsonVersion},
         {"program", "VNXTest64UD " VNXTEST_VERSION},
         {"library", ToUtf8(results.library)},
+        {"whyNotThePackage", TextOrNull(results.whyNotThePackage)},
         {"command", ToUtf8(results.command)},
         {"exitStatus", results.exitStatus},
         {"problem", TextOrNull(results.problem)},

@@ -22,6 +22,7 @@ inline constexpr int kJsonVersion = 1;
 // What a run leaves to tell. Interfaces that were not used are null.
 struct RunResults {
     std::wstring library;
+    std::wstring whyNotThePackage; // of a library that was taken in its place
     std::wstring command;
     std::array<const INTERFACE_INFO*, 2> interfaces{};
     const PingTestResult* ping = nullptr; // null when no ping test was started

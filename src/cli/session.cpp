@@ -152,6 +152,10 @@ bool Session::OpenLibrary() {
         Fail(L"The interface library cannot be used: " + error);
         return false;
     }
+    // Also without the report, whose banner says it: what follows says nothing about the package.
+    if (const std::wstring why = m_engine.Library()->WhyNotThePackage(); !why.empty()) {
+        Complain(L"warning: " + why);
+    }
     return true;
 }
 
@@ -548,6 +552,8 @@ int Session::Finish(int status) {
         RunResults results;
         results.library =
             m_engine.Library() != nullptr ? m_engine.Library()->ModuleName() : m_options.library;
+        results.whyNotThePackage =
+            m_engine.Library() != nullptr ? m_engine.Library()->WhyNotThePackage() : std::wstring();
         results.command = NameOf(m_options.command);
         results.exitStatus = status;
         results.problem = m_problem;

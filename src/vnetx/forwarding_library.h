@@ -42,6 +42,7 @@ public:
     const char* CopyrightString() override { return m_inner.CopyrightString(); }
     std::wstring ModuleName() const override { return m_inner.ModuleName(); }
     std::wstring ModulePath() const override { return m_inner.ModulePath(); }
+    std::wstring WhyNotThePackage() const override { return m_inner.WhyNotThePackage(); }
 
 protected:
     VnetxLibrary& Inner() { return m_inner; }

@@ -19,7 +19,7 @@ from lab.guest import STAMP
 
 ECHO_HOST, SILENT, GATEWAY = "198.18.0.2", "198.18.0.150", "198.18.0.254"
 # The fields of the results file, object by object, in their order.
-FIELDS = ("version program library command exitStatus problem ping interfaces",
+FIELDS = ("version program library whyNotThePackage command exitStatus problem ping interfaces",
           "complete writeFailed target targetIp size count timeoutMs delayMs statistics pings",
           "sent received timeouts duplicates lost lossPercent minimumMs maximumMs averageMs",
           "number sequence sentMs replies timeMs timedOut lateMs",

@@ -6,6 +6,7 @@ initialized Wine prefix that is the tests' own (script/windows makes one). VNXTE
 screenshots of the window.
 """
 
+import json
 import os
 import pathlib
 import re
@@ -116,6 +117,21 @@ class PackageLibrary(WineCase):
         _, err = self.cli("run", "--library", "Vnetx64UD.dll", status=2, **self.install_beside(None))
         self.assertIn(self.folder.name, err)
         self.assertIn("system32", err.lower())
+
+    def test_that_is_absent_is_told_without_the_report_too(self):
+        results = self.folder / "results.json"
+        _, err = self.cli("run", "--library", "auto", "--no-report", "--json", results, "--guest-ip", "10.9.9.9",
+                          "--adapter", "10.9.9.1", status=2, **self.install_beside(None))
+        told = json.loads(results.read_text(encoding="utf-8"))
+        self.assertEqual(told["library"], "built-in pcap")
+        self.assertRegex(told["whyNotThePackage"], r"^Vnetx64UD\.dll was not found in .*, takes its place\.$")
+        self.assertIn("warning: " + told["whyNotThePackage"], " ".join(err.split()))
+        self.assertIsNone(self.results_of("--library", "sim")["whyNotThePackage"])
+
+    def results_of(self, *options):
+        results = self.folder / "results.json"
+        self.cli("ping", "198.18.0.2", "--no-report", "--count", 1, "--json", results, *options)
+        return json.loads(results.read_text(encoding="utf-8"))
 
     def test_that_is_not_used_is_told_in_a_banner(self):
         def banner(word, **options):
