@@ -138,7 +138,7 @@ void ReportOpenFailure(const AdapterTexts& texts, bool isDefault) {
         LogBanner(
             BannerKind::Error,
             {L"Your default adapter \"" + texts.connection + L"\" could not be opened: " +
-                 FormatLastError(code) + L".",
+                 EndSentence(FormatLastError(code)),
              L"Netorra cannot read or write packets on it, so a guest that is bound to it cannot be started.",
              GetHostAdvice().openFailed},
             kHelpTopicAdapters);

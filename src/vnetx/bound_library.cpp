@@ -102,7 +102,7 @@ std::unique_ptr<VnetxLibrary> BindVnetxLibrary(std::wstring_view name, std::wstr
     std::wstring reason;
     std::unique_ptr<SharedObject> module = SharedObject::Load(*path, reason);
     if (!module) {
-        error = Sprintf(L"The interface library \"%s\" could not be loaded: %s.", *path, reason);
+        error = EndSentence(Sprintf(L"The interface library \"%s\" could not be loaded: %s", *path, reason));
         return nullptr;
     }
     Operations operations;

@@ -22,7 +22,9 @@ void SetLastError(std::uint32_t code);
 // The text of an errno value, without a line end. Never empty.
 std::wstring StrError(int code);
 
-// The text of a last-error code (FormatMessage; strerror on Linux), without a line end. Never empty.
+// The text of a last-error code (FormatMessage; strerror on Linux) to the letter, without a line end. Never
+// empty. Windows ends its texts with a full stop: EndSentence (text.h) where a sentence of ours ends with
+// one.
 std::wstring FormatLastError(std::uint32_t code);
 
 // The saved errno and the saved last error. A failure's own values are kept here while its message

@@ -87,14 +87,22 @@ std::wstring FormatLastError(std::uint32_t code) {
     const DWORD length = FormatMessageW(
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
         code, 0, buffer, static_cast<DWORD>(std::size(buffer)), nullptr);
-    std::wstring text = TrimBlanks(std::wstring_view(buffer, length));
-    if (text.ends_with(L'.')) {
-        text.pop_back(); // it stands within our own sentences and lines
-    }
+    const std::wstring text = TrimBlanks(std::wstring_view(buffer, length));
     return text.empty() ? Sprintf(L"Unknown error %u", code) : text;
 }
 
+// A debugger, or a program that shows what others write for one. Without either nobody would read it, and
+// each text would still cost the system an exception.
 bool IsDebuggerTraceOn() {
+    if (IsDebuggerPresent() != FALSE) {
+        return true;
+    }
+    const ErrorKeeper keeper;
+    const HANDLE reader = OpenEventW(SYNCHRONIZE, FALSE, L"DBWIN_BUFFER_READY");
+    if (reader == nullptr) {
+        return false;
+    }
+    CloseHandle(reader);
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include "wrenlib/errors.h"
 #include "wrenlib/shared_object.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
@@ -86,7 +87,7 @@ std::unique_ptr<SharedObject> LoadPacketDriverLibrary(const wchar_t* name, std::
         if (auto library = IsFile(path) ? SharedObject::Load(path, reason) : nullptr) {
             return library;
         }
-        tried += (tried.empty() ? L"" : L"; ") + path + L": " + reason;
+        tried += (tried.empty() ? L"" : L" ") + EndSentence(path + L": " + reason);
     }
     error = tried;
     return nullptr;

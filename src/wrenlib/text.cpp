@@ -79,6 +79,10 @@ wchar_t ToLowerAscii(wchar_t c) {
 
 } // namespace
 
+std::wstring EndSentence(std::wstring text) {
+    return text.ends_with(L'.') ? text : text + L".";
+}
+
 std::wstring TrimBlanks(std::wstring_view text) {
     const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == std::wstring_view::npos) {

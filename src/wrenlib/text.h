@@ -14,6 +14,9 @@ namespace vnxtest {
 // `text` without the blanks (space, tab, carriage return, line feed) at both of its ends.
 std::wstring TrimBlanks(std::wstring_view text);
 
+// `text` with a full stop at its end, unless it has one.
+std::wstring EndSentence(std::wstring text);
+
 // Wide text as narrow text in the process code page, and back.
 std::string ToNarrow(std::wstring_view text);
 std::wstring ToWide(std::string_view text);

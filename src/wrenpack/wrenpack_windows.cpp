@@ -81,7 +81,7 @@ public:
         driver.name = L"wpcap.dll";
         driver.usable = m_problem.empty();
         if (!driver.usable) {
-            driver.problem = L"The packet driver's library wpcap.dll " + m_problem + L".";
+            driver.problem = EndSentence(L"The packet driver's library wpcap.dll " + m_problem);
             return driver;
         }
         // "Npcap version 1.75, based on libpcap version 1.10.4"
@@ -126,7 +126,7 @@ public:
         std::wstring problem;
         auto module = SharedObject::Load(*path, problem);
         if (module == nullptr) {
-            substitution.substitution = Sprintf(L"%s could not be loaded: %s.", *path, problem);
+            substitution.substitution = EndSentence(Sprintf(L"%s could not be loaded: %s", *path, problem));
             return nullptr;
         }
         auto library = std::make_unique<BoundWrenPack>(std::move(module), *path, problem);

@@ -64,6 +64,8 @@ TEST(Errors, SavedPairIsPutBack) {
     EXPECT_FALSE(StrError(ENODEV).empty());
     EXPECT_FALSE(StrError(99999).empty());
     EXPECT_FALSE(FormatLastError(kErrorInvalidParameter).empty());
+    EXPECT_EQ(EndSentence(L"Access is denied."), L"Access is denied.");
+    EXPECT_EQ(EndSentence(L"Permission denied"), L"Permission denied.");
 }
 
 } // namespace
