@@ -133,12 +133,7 @@ std::string OutputChannel::TakePending() {
         }
     }
     if (IsTraceOn()) {
-        std::string_view rest = taken;
-        while (!rest.empty()) {
-            const std::size_t length = rest.find('\n') + 1;
-            WrenLibAfxTrace(L"%s", FromUtf8(rest.substr(0, length)));
-            rest.remove_prefix(length);
-        }
+        m_trace.Hand(taken);
     }
     return taken;
 }

@@ -17,6 +17,7 @@
 #include "core/view_port.h"
 #include "vnetx/library.h"
 #include "wrenlib/format.h"
+#include "wrenlib/trace_feed.h"
 
 namespace vnxtest {
 
@@ -58,6 +59,7 @@ private:
     std::uint64_t m_leftOut = 0; // since the last TakePending
     std::uint64_t m_allLeftOut = 0;
     std::string m_firstLeftOut; // its beginning
+    TraceFeed m_trace;
 };
 
 // The line that stands where `count` lines are missing, with the time stamp of the first of them,

@@ -1,0 +1,75 @@
+#include "wrenlib/trace_feed.h"
+
+#include <atomic>
+#include <chrono>
+#include <future>
+
+#include <gtest/gtest.h>
+
+#include "wrenlib/text.h"
+#include "wrenlib/trace.h"
+
+namespace vnxtest {
+namespace {
+
+std::string Lines(int count) {
+    std::string lines;
+    for (int index = 0; index < count; ++index) {
+        lines += "line " + std::to_string(index) + "\n";
+    }
+    return lines;
+}
+
+TEST(TraceFeed, TracesInFewPiecesOffTheCallersThread) {
+    std::string traced;
+    int pieces = 0;
+    bool elsewhere = true;
+    SetTraceSink([&, caller = std::this_thread::get_id()](std::wstring_view text) {
+        traced += ToUtf8(text);
+        ++pieces;
+        elsewhere = elsewhere && std::this_thread::get_id() != caller;
+    });
+    {
+        TraceFeed feed;
+        feed.Hand(Lines(2000));
+        feed.Hand(Lines(3));
+    } // waits
+    SetTraceSink(nullptr);
+    EXPECT_EQ(traced, Lines(2000) + Lines(3));
+    EXPECT_TRUE(elsewhere);
+    EXPECT_LT(pieces, 20);
+}
+
+TEST(TraceFeed, ASlowReaderHoldsNobodyUpAndMissesWhatIsTooMuch) {
+    std::promise<void> reader;
+    std::shared_future<void> going = reader.get_future().share();
+    std::string traced;
+    std::atomic<bool> over = false;
+    SetTraceSink([&, going](std::wstring_view text) {
+        going.wait();
+        traced += ToUtf8(text);
+        over = over || text.find(L"the last line") != std::wstring_view::npos;
+    });
+    {
+        TraceFeed feed;
+        const std::string batch = Lines(100'000);
+        int handed = 0;
+        for (std::size_t bytes = 0; bytes < 3 * TraceFeed::kMostWaiting; bytes += batch.size()) {
+            feed.Hand(batch); // nobody reads, and still it returns
+            ++handed;
+        }
+        EXPECT_GT(handed, 8);
+        reader.set_value();
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        do {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            feed.Hand("the last line\n");
+        } while (!over && std::chrono::steady_clock::now() < end);
+    }
+    SetTraceSink(nullptr);
+    EXPECT_NE(traced.find("00000 lines were left out of the trace\nthe last line\n"), std::string::npos);
+    EXPECT_LT(traced.size(), 3 * TraceFeed::kMostWaiting);
+}
+
+} // namespace
+} // namespace vnxtest
