@@ -14,6 +14,7 @@
 #include <commctrl.h>
 #include <vssym32.h>
 
+#include "helpui/caption_glyph_windows.h"
 #include "helpui/dialog_ids.h"
 #include "helpui/visual_styles_windows.h"
 
@@ -225,17 +226,7 @@ private:
 
     void OpenTheme() {
         CloseTheme();
-        CVisualStylesXP& styles = VisualStyles();
-        if (styles.IsThemeActive()) {
-            m_theme = styles.OpenThemeData(m_handle, L"WINDOW");
-        }
-        // With composition the window manager's caption stays and ours is let through; without, the caption
-        // is the system's own, which is painted as any other.
-        if (styles.IsCompositionActive()) {
-            styles.AllowNonClientPaint(m_handle);
-        } else if (m_theme != nullptr) {
-            styles.SetNonClientRendering(m_handle, false);
-        }
+        m_theme = VisualStyles().OpenCaptionTheme(m_handle);
     }
 
     void CloseTheme() {
@@ -310,22 +301,18 @@ private:
         if (!styles.IsCompositionActive()) {
             return SUCCEEDED(styles.DrawThemeBackground(m_theme, dc, WP_HELPBUTTON, state, &place, nullptr));
         }
-        // The window manager's buttons have no frame: so ours is a question mark in the caption's font.
-        LOGFONTW description{};
-        if (!styles.GetCaptionFont(m_theme, description)) {
-            return false;
-        }
-        const HFONT font = CreateFontIndirectW(&description);
-        const HGDIOBJ before = SelectObject(dc, font);
-        SetBkMode(dc, OPAQUE);
-        SetBkColor(dc, GetSysColor(state == HBS_NORMAL ? COLOR_WINDOW : COLOR_3DLIGHT));
-        SetTextColor(dc, GetSysColor(COLOR_WINDOWTEXT));
-        RECT field = place;
-        ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &field, nullptr, 0, nullptr);
-        DrawTextW(dc, L"?", 1, &field, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
-        SelectObject(dc, before);
-        DeleteObject(font);
-        return true;
+        // The window manager's buttons have no frame: so ours is a question mark in the caption's font, with
+        // a veil while it is pointed at.
+        constexpr BYTE kHotVeil = 0x30;
+        constexpr BYTE kPushedVeil = 0x60;
+        LOGFONTW font{};
+        return styles.GetCaptionFont(m_theme, font) &&
+               DrawCaptionGlyph(
+                   dc, place, L'?', font,
+                   GetSysColor(GetActiveWindow() == m_handle ? COLOR_CAPTIONTEXT : COLOR_INACTIVECAPTIONTEXT),
+                   state == HBS_PUSHED ? kPushedVeil
+                   : state == HBS_HOT  ? kHotVeil
+                                       : BYTE{0});
     }
 
     // Our items, once, behind the system's.

@@ -81,6 +81,21 @@ bool CVisualStylesXP::AllowNonClientPaint(HWND window) {
                      L"DwmSetWindowAttribute( DWMWA_ALLOW_NCPAINT )");
 }
 
+HTHEME CVisualStylesXP::OpenCaptionTheme(HWND window) {
+    const HTHEME theme = IsThemeActive() != FALSE ? OpenThemeData(window, L"WINDOW") : nullptr;
+    bool ready = true;
+    if (IsCompositionActive() != FALSE) {
+        ready = AllowNonClientPaint(window);
+    } else if (theme != nullptr) {
+        ready = SetNonClientRendering(window, false);
+    }
+    if (!ready && theme != nullptr) {
+        CloseThemeData(theme);
+        return nullptr;
+    }
+    return theme;
+}
+
 bool CVisualStylesXP::GetCaptionFont(HTHEME theme, LOGFONTW& font) {
     return Succeeded(GetThemeSysFont(theme, TMT_CAPTIONFONT, &font), L"GetThemeSysFont()");
 }

@@ -79,6 +79,12 @@ public:
     bool SetNonClientRendering(HWND window, bool byWindowManager);
     bool AllowNonClientPaint(HWND window);
     bool GetCaptionFont(HTHEME theme, LOGFONTW& font);
+
+    // The visual style for the caption of `window`, which is made ready for being drawn upon: with
+    // composition the window manager's caption stays and what is drawn is let through; without, the caption
+    // is the system's own, painted as any other. Null when the classic look is to be drawn: there is no
+    // style, or one of the calls failed.
+    HTHEME OpenCaptionTheme(HWND window);
 };
 
 } // namespace vnxtest
