@@ -5,6 +5,7 @@
 #include <wx/clipbrd.h>
 
 #include "helpui/accessible_name.h"
+#include "helpui/balloon.h"
 #include "helpui/control_hints.h"
 #include "helpui/ip_address_fields.h"
 #include "helpui/make_child.h"
@@ -24,9 +25,16 @@ bool IsIpFieldText(const wxString& text) {
            text.find_first_not_of("0123456789") == wxString::npos;
 }
 
-wxString ClampIpField(const wxString& digits) {
+bool FitsIpField(const wxString& digits) {
     long value = 0;
-    return digits.ToLong(&value) && value <= kFieldMaximum ? digits : wxString::Format("%ld", kFieldMaximum);
+    return digits.ToLong(&value) && value <= kFieldMaximum;
+}
+
+void RefuseIpField(IpAddressCtrl& control, int field) {
+    ErrorBalloon(
+        &control, "IP Address",
+        wxString::Format("Each of the four numbers of an IP address is at most %ld.", kFieldMaximum));
+    control.SetFocusField(field);
 }
 
 std::optional<IpFieldTexts> SplitIpAddress(const wxString& text) {

@@ -39,8 +39,11 @@ std::unique_ptr<IpAddressFields> MakeIpAddressFields(IpAddressCtrl& control, con
 // One to three decimal digits and no more are put into a field, and no more than 255.
 inline constexpr unsigned kIpFieldDigits = 3;
 bool IsIpFieldText(const wxString& text);
-// What a field makes of digits: at most 255.
-wxString ClampIpField(const wxString& digits);
+// The digits are 255 at most.
+bool FitsIpField(const wxString& digits);
+// Tells that a number is too large for the field, which stays as it was. Its text is selected, so that what
+// is typed on replaces it: an address that nobody meant does not come about unseen.
+void RefuseIpField(IpAddressCtrl& control, int field);
 // The four numbers of a dotted address in decimal (blanks around it allowed), or nothing.
 std::optional<IpFieldTexts> SplitIpAddress(const wxString& text);
 

@@ -56,8 +56,10 @@ private:
     void OnText(int field, wxCommandEvent& event);
     void OnPaste(int field);
     void OnCopy(int field, wxClipboardTextEvent& event);
-    // Replaces the selection of a field by digits if they fit, the result at most 255; beeps otherwise.
+    // Replaces the selection of a field by digits if they fit, the result at most 255; refuses them
+    // otherwise.
     bool Insert(int field, const wxString& digits);
+    void Refuse(int field);
     // Puts the caret into another field; false when there is no such field.
     bool MoveTo(int field, long position);
     void EraseAt(int field, long position);
@@ -66,6 +68,7 @@ private:
     IpAddressCtrl& m_control;
     std::function<void()> m_changed;
     std::array<wxTextCtrl*, kIpFields> m_fields{};
+    int m_typedOver = -1; // the field whose text is to be selected
 };
 
 int EntryFields::EntryHeight() {
@@ -169,6 +172,9 @@ bool EntryFields::MoveTo(int field, long position) {
 }
 
 void EntryFields::OnChar(int field, wxKeyEvent& event) {
+    if (std::exchange(m_typedOver, -1) == field) {
+        Field(field)->SelectAll();
+    }
     const wxChar typed = event.GetUnicodeKey();
     if (typed > L' ' && typed != WXK_DELETE && !event.HasModifiers()) {
         if (typed >= L'0' && typed <= L'9') {
@@ -246,13 +252,25 @@ bool EntryFields::Insert(int field, const wxString& digits) {
         wxBell();
         return false;
     }
-    const wxString clamped = ClampIpField(text);
-    if (clamped != text) {
-        wxBell();
+    if (!FitsIpField(text)) {
+        Refuse(field);
+        return false;
     }
-    entry->ChangeValue(clamped);
+    entry->ChangeValue(text);
     entry->SetInsertionPoint(from + static_cast<long>(digits.length()));
     return true;
+}
+
+// The toolkit sets the caret once more behind the event of a key: the text is selected after that, or before the
+// next key if it is faster.
+void EntryFields::Refuse(int field) {
+    RefuseIpField(m_control, field);
+    m_typedOver = field;
+    m_control.CallAfter([this, field] {
+        if (std::exchange(m_typedOver, -1) == field) {
+            Field(field)->SelectAll();
+        }
+    });
 }
 
 void EntryFields::OnTypedDigit(int field, wxChar digit) {
@@ -303,13 +321,18 @@ void EntryFields::OnText(int field, wxCommandEvent& event) {
             digits += character;
         }
     }
-    if (!digits.empty()) {
-        digits = ClampIpField(digits.Left(kIpFieldDigits));
+    digits = digits.Left(kIpFieldDigits);
+    const bool fits = digits.empty() || FitsIpField(digits);
+    if (!fits) {
+        digits.clear();
     }
     if (digits != entry->GetValue()) {
         wxBell();
         entry->ChangeValue(digits);
         entry->SetInsertionPointEnd();
+    }
+    if (!fits) {
+        Refuse(field);
     }
     m_changed();
 }

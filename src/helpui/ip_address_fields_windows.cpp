@@ -64,9 +64,9 @@ bool IsWhollySelected(HWND entry) {
 // size for it makes another one.
 class SystemAddress final : public wxControl {
 public:
-    SystemAddress(wxWindow* parent, const wxSize& size, const wxString& accessibleName,
+    SystemAddress(IpAddressCtrl* parent, const wxSize& size, const wxString& accessibleName,
                   std::function<void()> changed)
-        : m_changed(std::move(changed)) {
+        : m_control(*parent), m_changed(std::move(changed)) {
         const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_INTERNET_CLASSES};
         InitCommonControlsEx(&classes);
         CreateControl(parent, wxID_ANY, wxPoint(), size, wxBORDER_NONE, wxDefaultValidator, accessibleName);
@@ -166,6 +166,11 @@ private:
                 if (wide == L',' || wide == L' ') {
                     wide = L'.';
                 }
+                // The system would make 255 of a larger number without a word.
+                if (wide >= L'0' && wide <= L'9' && !Fits(entry, wxString(static_cast<wxChar>(wide)))) {
+                    Refuse(entry);
+                    return true;
+                }
                 // A dot behind a full field, or a second one, finds the next field entered already.
                 return wide == L'.' && IsWhollySelected(entry);
             }
@@ -254,18 +259,31 @@ private:
             m_changed();
             return;
         }
+        if (!IsIpFieldText(text) || !IsIpFieldText(WithInserted(entry, text))) {
+            wxBell();
+        } else if (!Fits(entry, text)) {
+            Refuse(entry);
+        } else {
+            SendMessageW(entry, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text.wc_str()));
+        }
+    }
+
+    // The text of a field with its selection replaced.
+    static wxString WithInserted(HWND entry, const wxString& text) {
         const auto [from, to] = Selection(entry);
         wxString field = TextOf(entry);
         field.replace(from, to - from, text);
-        if (!IsIpFieldText(text) || !IsIpFieldText(field)) {
-            wxBell();
-            return;
-        }
-        SendMessageW(entry, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text.wc_str()));
-        const wxString clamped = ClampIpField(field);
-        if (clamped != TextOf(entry)) {
-            SetWindowTextW(entry, clamped.wc_str());
-        }
+        return field;
+    }
+
+    // False for a number of three digits that is too large; what is longer the field refuses itself.
+    static bool Fits(HWND entry, const wxString& inserted) {
+        const wxString field = WithInserted(entry, inserted);
+        return !IsIpFieldText(field) || FitsIpField(field);
+    }
+
+    void Refuse(HWND entry) {
+        RefuseIpField(m_control, static_cast<int>(std::ranges::find(m_entries, entry) - m_entries.begin()));
     }
 
     // False when the system is to copy a part of the field.
@@ -281,6 +299,7 @@ private:
 
     HWND GetHwnd() const { return static_cast<HWND>(GetHWND()); }
 
+    IpAddressCtrl& m_control;
     std::function<void()> m_changed;
     std::array<HWND, kIpFields> m_entries{};
     IpFieldTexts m_known;

@@ -38,13 +38,14 @@ TEST_F(AddressTest, Typing) {
         {"", 0, "192.168.0.1", "192 168 0 1", 3},             // a dot behind a full field skips none
         {"", 0, "10..2", "10 2 _ _", 1},                      // nor do two dots
         {"", 0, "30.99.a-1", "30 99 1 _", 2},                 // no digits
-        {"", 0, "300999.a-1", "255 255 1 _", 2, true},        // too large
-        {"1.2.3.4", 3, "2560", "1 2 3 255", 3},               // full: refused
+        {"", 0, "300999.a-1", "1 _ _ _", 0},                  // too large: refused, and typed over
+        {"1.2.3.4", 3, "2560", "1 2 3 0", 3},                 // the same in the last one
+        {"1.2.3.4", 3, "2550", "1 2 3 255", 3},               // full: refused
         {"198.18.0.254", 0, "198.18.0.77", "198 18 0 77", 3}, // over another address
         {"1.2.3.4", 1, "L5", "1 52 3 4", 1},                  // at the caret
         {"10.20.30.40", 2, "LLR", "10 20 30 40", 2, true},    // the caret drops the selection and crosses
         {"10.20.30.40", 2, "LBD", "10 2 0 40", 2, true},      // Backspace and Delete cross, too
-        {"10.20.30.40", 2, "HB9", "255 20 30 40", 0, true},   // nothing before the first
+        {"10.20.30.40", 2, "HB9", "10 20 30 40", 0, true},    // nothing before the first
         {"10.20.30.40", 0, "EBB", "10 20 30 _", 3, true},     // emptied
         {"10.20.30.40", 3, "BB", "10 20 3 _", 2, true},       // then on into the field before
     };
@@ -60,6 +61,25 @@ TEST_F(AddressTest, Typing) {
         Type(each.keys);
         EXPECT_EQ(Fields(), each.fields);
         EXPECT_EQ(Focus(), each.focus);
+    }
+}
+
+TEST_F(AddressTest, TellsOfANumberThatIsTooLarge) {
+    m_dialog->address->SetText("10.20.30.40");
+    for (const bool pasted : {false, true}) {
+        m_dialog->address->SetFocusField(2);
+        Settle();
+        EXPECT_EQ(Title(), "");
+        if (pasted) {
+            Paste("300");
+        } else {
+            Type("300");
+        }
+        EXPECT_EQ(Title(), "IP Address");
+        EXPECT_EQ(CurrentBalloon().text, "Each of the four numbers of an IP address is at most 255.");
+        EXPECT_EQ(Fields(), "10 20 30 40");
+        EXPECT_EQ(Focus(), 2);
+        Press(WXK_ESCAPE);
     }
 }
 
