@@ -89,9 +89,7 @@ public:
     Controller m_controller;
 };
 
-HelpBook::HelpBook() : HelpBook(FindBook()) {}
-
-HelpBook::HelpBook(const wxString& path) : m_path(path) {
+HelpBook::HelpBook() : m_path(FindBook()) {
     g_current = this;
 }
 

@@ -18,17 +18,12 @@ public:
     // Looks for vnxtest.htb beside the program, then in the share folder of its installation. The book is
     // opened when it is first shown. Becomes Current() until destroyed.
     HelpBook();
-    // The same with the book at a path of the caller's.
-    explicit HelpBook(const wxString& path);
     ~HelpBook();
     HelpBook(const HelpBook&) = delete;
     HelpBook& operator=(const HelpBook&) = delete;
 
     // The application's book, or null when there is none.
     static HelpBook* Current();
-
-    // Where the book is; empty when it was not found.
-    const wxString& Path() const { return m_path; }
 
     // Shows the table of contents, or a topic (help_topics.h; an unknown number shows the contents).
     // `parent` is the window whose user asked. False, and a message to the user, when there is no book or

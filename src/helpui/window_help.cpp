@@ -251,25 +251,6 @@ void WindowHelp::OpenTopic(HelpKey key) {
     }
 }
 
-std::vector<const wxWindow*> WindowHelp::ControlsWithoutHelp() const {
-    std::vector<const wxWindow*> found;
-    std::vector<const wxWindow*> waiting{&m_window};
-    while (!waiting.empty()) {
-        const wxWindow* window = waiting.back();
-        waiting.pop_back();
-        for (const wxWindow* child : window->GetChildren()) {
-            if (child->IsTopLevel()) {
-                continue;
-            }
-            if (NumberOf(*child) != 0 && !FindHelp(m_maps, MakeHelpKey(m_templateId, NumberOf(*child)))) {
-                found.push_back(child);
-            }
-            waiting.push_back(child);
-        }
-    }
-    return found;
-}
-
 void WindowHelp::OnCharHook(wxKeyEvent& event) {
     if (event.GetKeyCode() != WXK_F1 || event.HasAnyModifiers()) {
         if (event.GetKeyCode() == WXK_F1 && event.GetModifiers() == wxMOD_SHIFT) {

@@ -5,7 +5,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <vector>
 
 #include <wx/event.h>
 #include <wx/toplevel.h>
@@ -49,9 +48,6 @@ public:
 
     WhatsThisMode& Mode() { return m_mode; }
     const CaptionButton& Caption() const { return *m_button; }
-
-    // The controls (with numbers) that have no text: none in a finished dialog.
-    std::vector<const wxWindow*> ControlsWithoutHelp() const;
 
 private:
     void OnAssignedGone(wxWindowDestroyEvent& event);

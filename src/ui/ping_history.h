@@ -52,7 +52,6 @@ public:
     bool IsRunning() const { return m_running; }
     const std::wstring& Target() const { return m_target; }
     std::uint32_t Planned() const { return m_planned; }
-    const std::vector<CPing>& Records() const { return m_records; }
     const PingSummary& Summary() const { return m_summary; }
 
     // The test in `width` columns: column c stands for the planned pings that fall to it. At least one

@@ -32,7 +32,7 @@ protected:
 
 // That every topic has its page: test_help_book.py.
 TEST_F(HelpViewerTest, OpensTheTopicOrElseTheContents) {
-    HelpBook book(HELP_BOOK);
+    HelpBook book; // beside the tests
     EXPECT_TRUE(book.OpenTopic(m_dialog, kTopicPingTo));
     EXPECT_EQ(PageTitle(), "Ping dialog");
     EXPECT_TRUE(book.OpenTopic(m_dialog, 12345)); // unknown: the contents
@@ -44,7 +44,7 @@ TEST_F(HelpViewerTest, HelpButtonAndSecondF1OpenTheTopicOverAModalDialog) {
     auto* frame = MakeChild<wxFrame>(nullptr, wxID_ANY, "Main window");
     ShowAndWait(*frame);
     wxTheApp->SetTopWindow(frame);
-    HelpBook book(HELP_BOOK);
+    HelpBook book; // beside the tests
     ProbeDialog dialog(frame);
     Later(800, [&] {
         Click(*dialog.FindWindow(wxID_HELP));
