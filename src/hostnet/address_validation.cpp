@@ -1,18 +1,6 @@
 #include "hostnet/address_validation.h"
 
-#include "wrenlib/format.h"
-
 namespace vnxtest {
-
-std::optional<std::wstring> ValidateIPAddress(const std::array<std::optional<int>, 4>& fields) {
-    for (const std::optional<int>& field : fields) {
-        if (!field) {
-            return std::nullopt;
-        }
-    }
-    std::wstring text = Sprintf(L"%d.%d.%d.%d", *fields[0], *fields[1], *fields[2], *fields[3]);
-    return ParseIPAddress(text) ? std::optional(std::move(text)) : std::nullopt;
-}
 
 std::optional<Ipv4Address> ValidateIPAddress(std::wstring_view text) {
     return ParseIPAddress(text);

@@ -4,9 +4,7 @@
 // All functions may run on any thread.
 #pragma once
 
-#include <array>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "hostnet/host_network.h"
@@ -14,10 +12,8 @@
 
 namespace vnxtest {
 
-// The four fields of an IP address entry; an empty field is nothing. All four must be filled and 0 to
-// 255. The result is the dotted text.
-std::optional<std::wstring> ValidateIPAddress(const std::array<std::optional<int>, 4>& fields);
-// The same for a text that was typed as one.
+// Four numbers from 0 to 255 with dots between them; an entry whose fields are not all filled has no such
+// text.
 std::optional<Ipv4Address> ValidateIPAddress(std::wstring_view text);
 
 // A MAC address of one station: the group bit must be clear, and with `requireLocal` the locally

@@ -139,10 +139,10 @@ bool HostNetwork::RedetectAdapters() {
 void HostNetwork::FindDefaultAdapter() {
     m_defaultAdapter = {};
     const char* text = m_library.GetDefaultIface();
-    m_defaultInterfaceMacText = text != nullptr ? ToWide(text) : L"";
-    const std::optional<MacAddress> mac = ParseMACAddress(m_defaultInterfaceMacText);
+    const std::wstring macText = text != nullptr ? ToWide(text) : L"";
+    const std::optional<MacAddress> mac = ParseMACAddress(macText);
     // A library without a default says so by an empty text; any other text must be an address.
-    if (!m_defaultInterfaceMacText.empty()) {
+    if (!macText.empty()) {
         Verify(mac.has_value());
     }
     const auto found =

@@ -52,7 +52,6 @@ public:
     // The default adapter, or null when it is undefined.
     const ADAPTER_INFO_LIST_ENTRY* DefaultAdapter() const;
     const std::wstring& DefaultAdapterIpText() const { return m_defaultAdapterIpText; }
-    const std::wstring& DefaultInterfaceMacText() const { return m_defaultInterfaceMacText; }
 
     const std::optional<NetworkParameters>& Parameters() const { return m_parameters; }
     const std::optional<std::vector<RouteRow>>& Routes() const { return m_routes; }
@@ -115,7 +114,6 @@ private:
     std::unordered_set<std::uint64_t> m_adapterMacs;
     ADAPTER_INFO_LIST_ENTRY m_defaultAdapter{};
     std::wstring m_defaultAdapterIpText;
-    std::wstring m_defaultInterfaceMacText;
     GatewayOrigin m_gatewayOrigin = GatewayOrigin::None;
     Ipv4Address m_gateway;
     MacAddress m_gatewayMac;
