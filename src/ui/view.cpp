@@ -133,6 +133,12 @@ void CVNXTestView::ShowWhetherFull() {
     const bool full = m_panes->Text().IsFull();
     TheApp().MainFrame().StatusBar().TellStanding(full ? "The report is full: what follows is left out" : "");
     m_fullBar->ShowWhile(full);
+    // The bar takes its room from the text, whose last line says it, too.
+    m_panes->CallAfter([&text = m_panes->Text()] {
+        if (text.IsAtEnd()) {
+            text.GotoPos(text.GetLength());
+        }
+    });
 }
 
 void CVNXTestView::StartOver() {
