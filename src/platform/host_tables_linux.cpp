@@ -58,8 +58,8 @@ std::vector<std::string> NameServers() {
 bool IsForwarding() {
     std::uint32_t code = 0;
     const NetlinkOwner<nl_cache> settings = DumpNetworkSettings(code);
-    const NetlinkOwner<rtnl_netconf> all(
-        settings != nullptr ? rtnl_netconf_get_all(settings.get(), AF_INET) : nullptr);
+    const NetlinkOwner<rtnl_netconf> all(settings != nullptr ? rtnl_netconf_get_all(settings.get(), AF_INET)
+                                                             : nullptr);
     int forwarding = 0;
     return all != nullptr && rtnl_netconf_get_forwarding(all.get(), &forwarding) == 0 && forwarding != 0;
 }
