@@ -1,6 +1,5 @@
 #include "cli/background_writer.h"
 
-#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -31,8 +30,13 @@ std::string_view FirstPiece(std::string_view text) {
     return text.substr(0, end == std::string_view::npos ? kPiece : end + 1);
 }
 
+// The end of a program can wait for this over all that is let go.
 std::uint64_t LinesIn(std::string_view text) {
-    return static_cast<std::uint64_t>(std::ranges::count(text, '\n'));
+    std::uint64_t count = 0;
+    for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1)) {
+        ++count;
+    }
+    return count;
 }
 
 } // namespace
@@ -72,8 +76,9 @@ struct BackgroundWriter::State {
         if (gap.leftOut == 0) {
             gap.firstLeftOut = text.substr(0, kBeginning);
         }
-        gap.leftOut += LinesIn(text);
-        leftOut += LinesIn(text);
+        const std::uint64_t lines = LinesIn(text);
+        gap.leftOut += lines;
+        leftOut += lines;
     }
 
     // Nobody is there to take `text`: it goes into the gap at the end.

@@ -68,6 +68,7 @@ bool DocumentOutput::OpenFile(const std::filesystem::path& path) {
 
 void DocumentOutput::Write(std::string text) {
     NoteFailures(text);
+    text.shrink_to_fit(); // it may have to wait, and what waits is bounded
     const auto lines = std::make_shared<const std::string>(std::move(text));
     m_stream.Append(lines);
     if (m_fileWriter) {
