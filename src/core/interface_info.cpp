@@ -42,4 +42,21 @@ std::wstring INTERFACE_INFO::NameCopy() {
     return name;
 }
 
+void INTERFACE_INFO::PublishHandle(std::int32_t opened) {
+    const std::lock_guard lock(m_handleLock);
+    handle.store(opened, std::memory_order_release);
+}
+
+void INTERFACE_INFO::WithdrawHandle() {
+    const std::lock_guard lock(m_handleLock);
+    handle = -1;
+}
+
+void INTERFACE_INFO::WithHandle(const std::function<void(std::int32_t)>& wake) {
+    const std::lock_guard lock(m_handleLock);
+    if (handle >= 0) {
+        wake(handle);
+    }
+}
+
 } // namespace vnxtest

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -61,8 +62,7 @@ struct INTERFACE_INFO {
     Ipv4Address netMask;
     bool inAdapterSubnet = false;
 
-    // Guards name and the four fields above while the interface runs, and the end of the handle: who
-    // holds it and sees a handle may use it until he lets go.
+    // Guards name and the four fields above while the interface runs.
     std::mutex addressLock;
     std::atomic<bool> addressesKnown{false}; // both adapter addresses are there: they change no more
 
@@ -74,8 +74,19 @@ struct INTERFACE_INFO {
     void Reset();
     // The library's name of the interface. Any thread.
     std::wstring NameCopy();
+    // The monitor thread's: from now on the interface can be used by its handle, which comes after all that
+    // was set up before; and no more, before it is closed.
+    void PublishHandle(std::int32_t opened);
+    void WithdrawHandle();
+    // Calls `wake` with the handle when there is one, which stays open meanwhile. What the caller did before
+    // is seen by a monitor thread that publishes its handle afterwards: it is woken, or need not be. Any
+    // thread.
+    void WithHandle(const std::function<void(std::int32_t)>& wake);
     // True when the interface names a host adapter (interface 2 is in use only then).
     bool NamesAdapter() const { return !adapterIpText.empty() || !adapterMacText.empty(); }
+
+private:
+    std::mutex m_handleLock; // beginning and end of the handle; nothing of the library is called under it
 };
 
 // Whom the guest of the interface may answer. Monitor thread.

@@ -190,7 +190,7 @@ std::int32_t InterfaceCreator::Run() {
         return CloseExit();
     }
     // Published last: a writer that sees the handle sees everything that was set up above.
-    m_info.handle.store(m_handle, std::memory_order_release);
+    m_info.PublishHandle(m_handle);
     return m_handle;
 }
 
@@ -238,10 +238,7 @@ void ReportStatisticsAndClose(INTERFACE_INFO& info, VnetxLibrary& library) {
                 statistics.fromZeroMacRead, statistics.packetsRead, statistics.bytesRead);
     LogMsg(L"%s", text);
 
-    {
-        const std::lock_guard lock(info.addressLock);
-        info.handle = -1;
-    }
+    info.WithdrawHandle();
     library.Close(handle);
     LogMsg(L"** Interface %s closed... (ip=%s, mac=%s)\n", info.name, info.guestIpText, info.guestMacText);
 }
