@@ -243,9 +243,15 @@ bool Session::StartGuest() {
         Complain(L"warning: " + note);
     }
     if (!m_guestStarted) {
-        Fail(m_port.Refusal());
+        FailStart(L"The guest could not be started:");
     }
     return m_guestStarted;
+}
+
+// A command of the guest was refused by the options, or the system had no thread for it.
+int Session::FailStart(const std::wstring& what) {
+    const std::wstring& problem = m_guest->Problem();
+    return Fail(problem.empty() ? m_port.Refusal() : what + L"\n" + problem);
 }
 
 TerminalEvent Session::Step(std::optional<Moment> deadline) {
@@ -359,15 +365,13 @@ void Session::AwaitPingTest() {
     constexpr std::chrono::milliseconds kProgressInterval(250);
     std::optional<Moment> end = DurationFromNow();
     Progress progress;
-    std::size_t sent = 0;
     Moment nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
     while (m_guest->IsPinging()) {
         const bool progressFirst = progress.IsOn() && (!end || nextProgress < *end);
         const TerminalEvent event = Step(progressFirst ? std::optional(nextProgress) : end);
         if (event == TerminalEvent::TimedOut && progressFirst) {
             nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
-            sent += m_guest->Ping().CopyPings(sent).size();
-            progress.Show(Sprintf(L"%u pings sent", static_cast<std::uint32_t>(sent)));
+            progress.Show(Sprintf(L"%u pings sent", m_guest->Ping().PingsSent()));
         } else if (event == TerminalEvent::TimedOut) {
             m_guest->Ping().EndSending(); // the time is up; what is under way is still waited for
             end.reset();
@@ -388,7 +392,8 @@ int Session::JudgePingTest() {
         if (!m_keptRights.empty()) {
             return Fail(m_keptRights);
         }
-        return Fail(m_interrupted ? L"Interrupted before the ping test began." : m_port.Refusal());
+        return m_interrupted ? Fail(L"Interrupted before the ping test began.")
+                             : FailStart(L"The ping test could not be started:");
     }
     const PingTestResult& result = m_guest->Ping().Result();
     if (result.writeFailed) {
@@ -406,6 +411,9 @@ int Session::JudgePingTest() {
     }
     if (m_guestEndedByItself) {
         return Fail(DescribeStoppedGuest());
+    }
+    if (!result.problem.empty()) {
+        return Fail(L"The ping test could not be watched while it ran:\n" + result.problem);
     }
     if (!result.complete) {
         return Fail(L"The ping test was stopped before its first ping.");

@@ -79,6 +79,7 @@ private:
     // The main thread looks around when it has any message.
     void WakeUp() { m_port.Queue().Post(ViewMessage::OutputPending); }
     int Fail(std::wstring problem);
+    int FailStart(const std::wstring& what);
     int Finish(int status);
 
     const Options& m_options;

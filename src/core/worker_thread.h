@@ -24,7 +24,8 @@ public:
     ~WorkerThread() { Join(); }
 
     // Runs `procedure` on a thread of its own and posts `ended` to `view` behind it. False, with the
-    // assertion line of the caller, when the system has no thread to give. Not while one exists.
+    // assertion line of the caller and StartError(), when the system has no thread to give. Not while one
+    // exists.
     template <typename Procedure>
     bool Start(Procedure procedure, ViewPort& view, ViewMessage ended,
                std::source_location where = std::source_location::current()) {
@@ -36,11 +37,14 @@ public:
                 view.PostViewMessage(ended);
             });
             return true;
-        } catch (const std::system_error&) {
+        } catch (const std::system_error& error) {
+            m_startError = error.code().value();
             return Verify(false, where);
         }
     }
 
+    // The errno value of the last Start that failed.
+    int StartError() const { return m_startError; }
     // From a successful Start until Join.
     bool Exists() const { return m_thread.joinable(); }
     // It exists and has done its work: Join will not block.
@@ -55,6 +59,7 @@ public:
 private:
     std::thread m_thread;
     std::atomic<bool> m_ended{false};
+    int m_startError = 0;
 };
 
 } // namespace vnxtest

@@ -5,6 +5,8 @@
 #include "guest/beside_host.h"
 #include "guest/pre_start_questions.h"
 #include "platform/socket_wait.h"
+#include "wrenlib/errors.h"
+#include "wrenlib/format.h"
 
 namespace vnxtest {
 
@@ -36,7 +38,7 @@ void SetTexts(INTERFACE_INFO& info, const InterfaceParameters& texts) {
 
 Guest::Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd)
     : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd),
-      m_pingTest(host, frontEnd), m_receivePath(host, m_run, m_pingTest) {
+      m_pingTest(host, m_run, frontEnd), m_receivePath(host, m_run, m_pingTest) {
     m_settings.ReadDebugSettings(m_run);
 }
 
@@ -130,39 +132,42 @@ bool Guest::MayStartBesideHost() {
 }
 
 bool Guest::OnStartGuest() {
+    m_problem.clear();
     while (!IsRunning()) {
         if (!AskAndApplyParameters()) {
             return false;
         }
         if (MayStart() && MayStartBesideHost()) {
-            Start();
-            return true;
+            return Start();
         }
     }
     return true;
 }
 
-void Guest::StartMonitorThread(std::size_t index) {
+bool Guest::StartMonitorThread(std::size_t index) {
     const MonitorContext context{m_interfaces[index], m_library,     m_run,
                                  m_stopEvent,         m_receivePath, m_frontEnd};
-    m_monitorThreads[index].Start([context] { MonitorThread(context); }, m_frontEnd,
-                                  ViewMessage::MonitorThreadEnded);
+    if (m_monitorThreads[index].Start([context] { MonitorThread(context); }, m_frontEnd,
+                                      ViewMessage::MonitorThreadEnded)) {
+        return true;
+    }
+    const INTERFACE_INFO& info = m_interfaces[index];
+    const int code = m_monitorThreads[index].StartError();
+    m_problem = Sprintf(L"** OnStartGuest(%s): the monitor thread could not be started; errno=%d: %s",
+                        info.adapterIpText.empty() ? info.adapterMacText : info.adapterIpText, code,
+                        StrError(code));
+    LogMsg(L"%s\n", m_problem);
+    return false;
 }
 
-void Guest::Start() {
+// All interfaces or none: half a guest would answer for one address and be silent for the other.
+bool Guest::Start() {
     m_stopEvent.Reset();
-    StartMonitorThread(0);
-    if (m_interfaces[1].NamesAdapter()) {
-        StartMonitorThread(1);
+    if (StartMonitorThread(0) && (!m_interfaces[1].NamesAdapter() || StartMonitorThread(1))) {
+        return true;
     }
-}
-
-void Guest::WakeMonitorThread(INTERFACE_INFO& info) {
-    // Under the lock, since a thread that has just ended by itself may be closing its handle.
-    const std::lock_guard lock(info.addressLock);
-    if (m_run.socketNotifyMode && info.handle >= 0) {
-        WakeSocketWaiter(info.handle);
-    }
+    StopGuest();
+    return false;
 }
 
 void Guest::StopGuest() {
@@ -173,7 +178,9 @@ void Guest::StopGuest() {
     m_stopEvent.Set();
     for (std::size_t index = 0; index < m_monitorThreads.size(); ++index) {
         if (m_monitorThreads[index].Exists()) {
-            WakeMonitorThread(m_interfaces[index]);
+            if (m_run.socketNotifyMode) {
+                m_interfaces[index].WithHandle(WakeSocketWaiter);
+            }
             m_monitorThreads[index].Join();
         }
     }
@@ -181,6 +188,7 @@ void Guest::StopGuest() {
 }
 
 bool Guest::OnTestStartPing() {
+    m_problem.clear();
     Verify(IsRunning() && !IsPinging());
     m_pingTest.ClearPings();
     m_settings.LoadPingSettings(m_pingSettings);
@@ -200,10 +208,11 @@ bool Guest::OnTestStartPing() {
     if (answer.store) {
         m_settings.StorePingSettings(m_pingSettings);
     }
-    m_pingTest.Start(
+    const bool started = m_pingTest.Start(
         m_interfaces[m_pingFromInterface1 ? 0 : 1],
         {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay});
-    return true;
+    m_problem = m_pingTest.Result().problem;
+    return started;
 }
 
 void Guest::OnTestStopPing() {

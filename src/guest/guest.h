@@ -7,7 +7,7 @@
 #pragma once
 
 #include <array>
-#include <memory>
+#include <string>
 
 #include "core/interface_info.h"
 #include "core/run_settings.h"
@@ -34,19 +34,23 @@ public:
     void HandleViewMessage(ViewMessage message);
 
     // "Start "Vantor"...": parameters, pre-start checks, start. Returns whether the guest runs
-    // afterwards; false also when the user cancelled.
+    // afterwards; false when the user cancelled or, with a Problem(), when the system had no thread to give.
     bool OnStartGuest();
     // "Stop "Vantor"", and what a monitor thread's end leads to.
     void StopGuest();
     // At least one monitor thread exists.
     bool IsRunning() const;
 
-    // "Start ping test...": asks whom to ping and starts. Returns whether a test was started.
+    // "Start ping test...": asks whom to ping and starts. Returns whether a test was started; false as above.
     bool OnTestStartPing();
     // "Stop ping test".
     void OnTestStopPing();
     // At least one ping thread exists.
     bool IsPinging() const { return m_pingTest.IsRunning(); }
+
+    // Why the latest of the two start commands failed, as the document says it; empty when it did not, or
+    // when it was cancelled.
+    const std::wstring& Problem() const { return m_problem; }
 
     RunSettings& Run() { return m_run; }
     const INTERFACE_INFO& Interface(int index) const { return m_interfaces[static_cast<std::size_t>(index)]; }
@@ -60,9 +64,8 @@ private:
     bool MayStart();
     bool MayStartBesideHost();
     bool AskProceed(const ProceedQuestion& question);
-    void Start();
-    void StartMonitorThread(std::size_t index);
-    void WakeMonitorThread(INTERFACE_INFO& info);
+    bool Start();
+    bool StartMonitorThread(std::size_t index);
 
     VnetxLibrary& m_library;
     HostNetwork& m_host;
@@ -73,6 +76,7 @@ private:
     bool m_useTwoInterfaces = false;
     PingSettings m_pingSettings;
     bool m_pingFromInterface1 = true;
+    std::wstring m_problem;
     WaitDomain m_waitDomain;
     ManualResetEvent m_stopEvent{m_waitDomain};
     PingTest m_pingTest;

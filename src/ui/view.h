@@ -73,6 +73,7 @@ private:
     void OnFindNext();
     void OnNextPane();
     void OnStartGuest();
+    void TellProblem(const wxString& what);
     void OnStartPing();
     void OnStopPing();
     void OnDefineBufferSizes();

@@ -1,6 +1,7 @@
 // The commands of the view: what they do, when they may be chosen, and what their menu items show.
 #include <algorithm>
 
+#include <wx/msgdlg.h>
 #include <wx/utils.h>
 
 #include "ui/app.h"
@@ -9,6 +10,7 @@
 #include "ui/default_gateway_dlg.h"
 #include "ui/main_frame.h"
 #include "ui/menus.h"
+#include "ui/product.h"
 #include "ui/view.h"
 
 namespace vnxtest {
@@ -129,8 +131,17 @@ void CVNXTestView::OnNextPane() {
 }
 
 void CVNXTestView::OnStartGuest() {
-    m_guest->OnStartGuest();
+    if (!m_guest->OnStartGuest()) {
+        TellProblem("The guest could not be started.");
+    }
     TellProfileProblem();
+}
+
+// The reason of a start command that failed; without one it was cancelled.
+void CVNXTestView::TellProblem(const wxString& what) {
+    if (!m_guest->Problem().empty()) {
+        wxMessageBox(what + "\n\n" + wxString(m_guest->Problem()), kProductName, wxOK | wxICON_ERROR, GetFrame());
+    }
 }
 
 void CVNXTestView::StopGuest() {
@@ -141,6 +152,7 @@ void CVNXTestView::StopGuest() {
 
 void CVNXTestView::OnStartPing() {
     if (!m_guest->OnTestStartPing()) {
+        TellProblem("The ping test could not be started.");
         return;
     }
     m_history.Begin(m_asked.count, m_asked.to);

@@ -1,0 +1,69 @@
+"""The system refuses a thread, each one of a run in turn: what was started is stopped, and the cause is told."""
+
+import os
+import re
+
+from cases import ping_statistics, timeout
+from test_terminal import ECHO_HOST, TerminalCase
+
+TWO = ("--adapter2", "198.18.0.1", "--guest-ip2", "198.18.0.222", "--socket-notify")
+RUN = ("run", "--no-report", "--duration", 0.2)
+PING = ("ping", ECHO_HOST, "--no-report", "--count", 2, "--delay", 1)
+CAUSE = "errno=11: Resource temporarily unavailable"
+
+
+class Threads(TerminalCase):
+    def go_without(self, command, first, last):
+        """Runs with thread number `first` to `last` refused. None when it needs no such thread."""
+        module = os.environ.get("VNXTEST_FAIL_THREAD")
+        if not module:
+            self.skipTest("needs the module that refuses threads, which a sanitizer does not bear")
+        mark = self.folder / "mark"
+        mark.unlink(missing_ok=True)
+        guest = self.start("--library", "sim", *command, environment={
+            "LD_PRELOAD": module, "FAIL_THREAD": str(first), "FAIL_THREAD_LAST": str(last), "FAIL_THREAD_MARK": str(mark),
+            "XDG_CONFIG_HOME": str(self.folder)})
+        guest.status = guest.wait_end(20)
+        return guest if mark.exists() else None
+
+    def assert_told(self, guest):
+        text = guest.text()
+        self.assertRegex(guest.errors(), "(?s)^vnxtest-cli: The (guest|ping test) .*" + CAUSE, guest.story())
+        self.assertRegex(text, rf"(?m)^\*\* .*{CAUSE}$", guest.story())
+        self.assertEqual(text.count(" enabled/up..."), text.count(" closed... (ip="), guest.story())
+
+    @timeout(300)
+    def test_one_thread_of_a_run(self):
+        """But for the one that watches for an interrupt, and the watcher of a ping test, which is tried again."""
+        refused = []
+        for command in (RUN, (*RUN, *TWO), PING, (*PING, *TWO)):
+            told = 0
+            for number in range(1, 100):
+                with self.subTest(command=command, number=number):
+                    guest = self.go_without(command, number, number)
+                    if guest is None:
+                        break
+                    self.assertIn(guest.status, (0, 2), guest.story())
+                    if guest.status == 2:
+                        told += 1
+                        self.assert_told(guest)
+                    elif command[0] == "ping":
+                        self.assertEqual(ping_statistics(guest.text())["received"], 2, guest.story())
+            refused.append((told, number - 1))
+        # Interrupts, then an interface's monitor thread and socket watcher; a ping test's sender and its watcher.
+        self.assertEqual(refused, [(1, 2), (4, 5), (2, 4), (5, 7)])
+
+    @timeout(300)
+    def test_no_thread_from_some_moment_on(self):
+        for command in (RUN, (*RUN, *TWO), PING, (*PING, *TWO)):
+            for number in range(2, 100):
+                with self.subTest(command=command, number=number):
+                    guest = self.go_without(command, number, 10**6)
+                    if guest is None:
+                        break
+                    self.assertEqual(guest.status, 2, guest.story())
+                    self.assert_told(guest)
+                    if "wait thread" in guest.errors():
+                        # Nobody watched, but what is owed at the end is there.
+                        self.assertEqual(ping_statistics(guest.text())["received"], 2, guest.story())
+                        self.assertTrue(re.search(r"could not be started; .*\n.*(\n.*)*\*\* END PING TEST", guest.text()))
