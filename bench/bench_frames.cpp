@@ -39,7 +39,7 @@ class Bench {
 public:
     explicit Bench(bool tapMode)
         : m_tables(MakeHostTables()), m_adapters(MakeWrenPackLibrary()), m_output(m_view),
-          m_host({*m_tables, *m_adapters}, m_library), m_pingTest(m_host, m_view),
+          m_host({*m_tables, *m_adapters}, m_library), m_pingTest(m_host, m_run, m_view),
           m_path(m_host, m_run, m_pingTest) {
         m_output.Attach();
         RegisterDebugOutput(m_library);

@@ -101,7 +101,7 @@ static void PingTestWithOutstanding(benchmark::State& state) {
     OutputChannel output(view);
     HostNetwork host({*tables, *adapters}, library);
     const RunSettings run;
-    PingTest test(host, view);
+    PingTest test(host, run, view);
     ReceivePath path(host, run, test);
     output.Attach();
     RegisterDebugOutput(library);

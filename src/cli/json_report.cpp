@@ -30,8 +30,8 @@ Json PingTestJson(const PingTestResult& result) {
     const PingParameters& parameters = result.parameters;
     const PingStatistics& statistics = result.statistics;
     Json pings = Json::array();
-    for (const CPing& ping : result.pings) {
-        pings.push_back(PingJson(ping, pings.size(), result.pings.front().dwSentTick));
+    for (const CPing& ping : result.records.pings) {
+        pings.push_back(PingJson(ping, result.records.first + pings.size(), result.firstTick));
     }
     return Json{
         {"complete", result.complete},

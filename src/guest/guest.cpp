@@ -153,9 +153,9 @@ bool Guest::StartMonitorThread(std::size_t index) {
     }
     const INTERFACE_INFO& info = m_interfaces[index];
     const int code = m_monitorThreads[index].StartError();
-    m_problem = Sprintf(L"** OnStartGuest(%s): the monitor thread could not be started; errno=%d: %s",
-                        info.adapterIpText.empty() ? info.adapterMacText : info.adapterIpText, code,
-                        StrError(code));
+    m_problem =
+        Sprintf(L"** OnStartGuest(%s): the monitor thread could not be started; errno=%d: %s",
+                info.adapterIpText.empty() ? info.adapterMacText : info.adapterIpText, code, StrError(code));
     LogMsg(L"%s\n", m_problem);
     return false;
 }

@@ -1,5 +1,7 @@
 #include "ping/ping_list.h"
 
+#include <algorithm>
+
 #include "packets/icmp_echo.h"
 
 namespace vnxtest {
@@ -10,12 +12,20 @@ void CPingList::AddTail(const CPing& ping) {
         const auto next = static_cast<std::uint16_t>(SwapNetwork16(last.wIcmpSeq) + 1);
         m_consecutive = m_consecutive && ping.wIcmpId == last.wIcmpId && SwapNetwork16(ping.wIcmpSeq) == next;
     }
+    if (m_pings.size() == kCapacity) {
+        m_letGo.Add(m_pings.front());
+        m_pings.pop_front();
+        ++m_first;
+        m_undecidedFrom = std::max(m_undecidedFrom, m_first);
+    }
     m_pings.push_back(ping);
 }
 
 void CPingList::RemoveAll() {
     m_pings.clear();
     m_pings.shrink_to_fit();
+    m_first = 0;
+    m_letGo = {};
     m_undecidedFrom = 0;
     m_consecutive = true;
 }
@@ -25,25 +35,40 @@ std::optional<CPingList::Position> CPingList::Find(std::uint16_t icmpId, std::ui
         return std::nullopt;
     }
     if (m_consecutive) {
-        // After a wrap of the sequence numbers the oldest ping with this number is the one meant.
-        const auto position = static_cast<Position>(
+        const auto index = static_cast<Position>(
             static_cast<std::uint16_t>(SwapNetwork16(icmpSeq) - SwapNetwork16(m_pings.front().wIcmpSeq)));
-        const bool found = m_pings.front().wIcmpId == icmpId && position < m_pings.size();
-        return found ? std::optional(position) : std::nullopt;
+        const bool found = m_pings.front().wIcmpId == icmpId && index < m_pings.size();
+        return found ? std::optional(m_first + index) : std::nullopt;
     }
-    for (Position position = 0; position < m_pings.size(); ++position) {
-        if (m_pings[position].wIcmpId == icmpId && m_pings[position].wIcmpSeq == icmpSeq) {
-            return position;
-        }
-    }
-    return std::nullopt;
+    const auto found = std::find_if(m_pings.begin(), m_pings.end(), [=](const CPing& ping) {
+        return ping.wIcmpId == icmpId && ping.wIcmpSeq == icmpSeq;
+    });
+    return found != m_pings.end() ? std::optional(m_first + static_cast<Position>(found - m_pings.begin()))
+                                  : std::nullopt;
 }
 
 std::optional<CPingList::Position> CPingList::FirstUndecided() {
-    while (m_undecidedFrom < m_pings.size() && !m_pings[m_undecidedFrom].IsUndecided()) {
+    while (m_undecidedFrom < GetCount() && !m_pings[m_undecidedFrom - m_first].IsUndecided()) {
         ++m_undecidedFrom;
     }
-    return m_undecidedFrom < m_pings.size() ? std::optional(m_undecidedFrom) : std::nullopt;
+    return m_undecidedFrom < GetCount() ? std::optional(m_undecidedFrom) : std::nullopt;
+}
+
+PingStatistics CPingList::Statistics() const {
+    PingTotals totals = m_letGo;
+    for (const CPing& ping : m_pings) {
+        totals.Add(ping);
+    }
+    return totals.Statistics();
+}
+
+PingRecords CPingList::CopyFrom(Position from) const {
+    PingRecords records{std::max(from, m_first), {}, m_letGo};
+    if (records.first < GetCount()) {
+        records.pings.assign(m_pings.begin() + static_cast<std::ptrdiff_t>(records.first - m_first),
+                             m_pings.end());
+    }
+    return records;
 }
 
 } // namespace vnxtest

@@ -1,46 +1,48 @@
-// The pings of the current test, in sending order.
+// The pings of the current test, in sending order: the last 65,536 of them.
 //
-// A record is a plain value of 28 bytes, copied whole in and out. ICMP fields are kept as they stand
-// in the packet (network order); ticks are wrenlib/ticks.h milliseconds. The list has no lock of its
-// own: whoever owns it guards it.
+// ICMP numbers 65,536 requests before it begins again, so no more than those can be told apart by their
+// replies: an older one is decided, is added to the totals and let go, and a test of any length takes the
+// same memory. The list has no lock of its own: whoever owns it guards it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <vector>
+
+#include "ping/ping_record.h"
+#include "ping/ping_statistics.h"
 
 namespace vnxtest {
 
-struct CPing {
-    std::uint16_t wIcmpId = 0;
-    std::uint16_t wIcmpSeq = 0;
-    std::uint16_t wIcmpChecksum = 0;
-    std::uint16_t wDataSize = 0;
-    std::uint32_t dwSentTick = 0;
-    std::uint32_t dwDeadlineTick = 0;
-    std::uint32_t dwReplyTick = 0; // of the latest reply
-    std::uint32_t nReplies = 0;
-    std::uint32_t nTimeouts = 0;
-
-    // Neither answered nor timed out.
-    bool IsUndecided() const { return nReplies == 0 && nTimeouts == 0; }
+// A copy of the end of a list.
+struct PingRecords {
+    std::size_t first = 0;    // the position of the first record here
+    std::vector<CPing> pings; // from there on
+    PingTotals letGo{};       // of the pings that the list has let go
 };
 
 class CPingList {
 public:
+    // Counts from the test's first ping, whether it is still kept or not.
     using Position = std::size_t;
+    static constexpr Position kCapacity = 65536;
 
+    // Appends; a full list lets its oldest record go. Only while HasRoom().
     void AddTail(const CPing& ping);
-    Position GetCount() const { return m_pings.size(); }
-    // A copy of the record at `position` (0 is the oldest).
-    CPing GetAt(Position position) const { return m_pings[position]; }
+    // False while the list is full and its oldest ping is undecided.
+    bool HasRoom() const { return m_pings.size() < kCapacity || !m_pings.front().IsUndecided(); }
+    // How many were added.
+    Position GetCount() const { return m_first + m_pings.size(); }
+    // A copy of the record at `position`, one of the last kCapacity.
+    CPing GetAt(Position position) const { return m_pings[position - m_first]; }
     // Writes a changed copy back. The identifier, the sequence number and the deadline of a record
     // never change.
-    void SetAt(Position position, const CPing& ping) { m_pings[position] = ping; }
+    void SetAt(Position position, const CPing& ping) { m_pings[position - m_first] = ping; }
     void RemoveAll();
 
-    // The first record in list order with this identifier and sequence number (network order).
+    // The first kept record in list order with this identifier and sequence number (network order).
     // Constant time while the list is what a test makes: one identifier, consecutive sequence
     // numbers; a walk otherwise.
     std::optional<Position> Find(std::uint16_t icmpId, std::uint16_t icmpSeq) const;
@@ -49,10 +51,17 @@ public:
     // over the life of the list: records are only ever added behind and decided once.
     std::optional<Position> FirstUndecided();
 
+    // The figures of all pings, kept or let go.
+    PingStatistics Statistics() const;
+    // The kept records from `from` on, or from the oldest when that is gone.
+    PingRecords CopyFrom(Position from) const;
+
 private:
-    // A deque grows in blocks and never moves a record, so that adding the millionth ping costs what
-    // adding the first did.
+    // A deque grows in blocks and never moves a record, so that adding the last ping costs what adding
+    // the first did.
     std::deque<CPing> m_pings;
+    Position m_first = 0;
+    PingTotals m_letGo;
     Position m_undecidedFrom = 0;
     bool m_consecutive = true;
 };

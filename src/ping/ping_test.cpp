@@ -1,7 +1,5 @@
 #include "ping/ping_test.h"
 
-#include <algorithm>
-#include <chrono>
 #include <random>
 #include <thread>
 
@@ -10,6 +8,8 @@
 #include "packets/icmp_echo.h"
 #include "ping/echo_request.h"
 #include "ping/packet_writer.h"
+#include "wrenlib/errors.h"
+#include "wrenlib/format.h"
 #include "wrenlib/ticks.h"
 
 namespace vnxtest {
@@ -17,16 +17,12 @@ namespace vnxtest {
 namespace {
 // After the last ping is decided, late and duplicate replies are still counted for this long.
 constexpr std::uint32_t kGrace = 1000;
-// How many pings without a delay may be unanswered before the sender waits for their replies to be read:
-// about half of what the capture buffer holds of full-sized frames at its default. And for how long it does
-// so while nothing comes: the reading thread may have to wait for a processor, too.
-constexpr std::size_t kFirstWindow = 256;
-constexpr std::chrono::microseconds kShortestPause{100};
-constexpr std::chrono::milliseconds kLongestPause{10};
-constexpr std::chrono::milliseconds kPatience{250};
+// A list that is full of undecided pings is looked at again after so many milliseconds.
+constexpr std::uint32_t kRoomCheck = 5;
 } // namespace
 
-PingTest::PingTest(HostNetwork& host, ViewPort& view) : m_host(host), m_view(view) {}
+PingTest::PingTest(HostNetwork& host, const RunSettings& run, ViewPort& view)
+    : m_host(host), m_run(run), m_view(view) {}
 
 PingTest::~PingTest() {
     StopPingTest();
@@ -37,22 +33,31 @@ void PingTest::ClearPings() {
     m_pingList.RemoveAll();
 }
 
-void PingTest::Start(INTERFACE_INFO& info, const PingParameters& parameters) {
+bool PingTest::Start(INTERFACE_INFO& info, const PingParameters& parameters) {
     m_interface = &info;
     m_parameters = parameters;
     m_result = {};
+    m_result.parameters = parameters;
     ClearPings();
     m_stopPingEvent.Reset();
     m_endSendingEvent.Reset();
-    m_pingThread.Start([this] { PingThread(); }, m_view, ViewMessage::PingThreadEnded);
+    if (m_pingThread.Start([this] { PingThread(); }, m_view, ViewMessage::PingThreadEnded)) {
+        return true;
+    }
+    ReportThreadFailure(L"OnTestStartPing", L"send thread", m_pingThread);
+    return false;
+}
+
+void PingTest::ReportThreadFailure(std::wstring_view where, std::wstring_view which,
+                                   const WorkerThread& thread) {
+    const int code = thread.StartError();
+    m_result.problem = Sprintf(L"** %s: the ping test's %s could not be started; errno=%d: %s",
+                               std::wstring(where), std::wstring(which), code, StrError(code));
+    LogMsg(L"%s\n", m_result.problem);
 }
 
 bool PingTest::IsRunning() const {
     return m_pingThread.Exists() || m_waitThreadExists;
-}
-
-bool PingTest::IsDraining() const {
-    return !m_pingThread.Exists() && m_waitThreadExists;
 }
 
 void PingTest::JoinSendThread() {
@@ -97,13 +102,14 @@ void PingTest::OnPingWaitThreadEnded() {
     }
 }
 
-std::vector<CPing> PingTest::CopyPings(std::size_t from) const {
+PingRecords PingTest::CopyPings(std::size_t from) const {
     const std::lock_guard lock(m_pingListLock);
-    std::vector<CPing> pings;
-    for (std::size_t position = from; position < m_pingList.GetCount(); ++position) {
-        pings.push_back(m_pingList.GetAt(position));
-    }
-    return pings;
+    return m_pingList.CopyFrom(from);
+}
+
+std::size_t PingTest::PingsSent() const {
+    const std::lock_guard lock(m_pingListLock);
+    return m_pingList.GetCount();
 }
 
 std::uint16_t PingTest::PingNumber(std::uint16_t sequence) const {
@@ -130,41 +136,36 @@ void PingTest::ChooseIdentifier() {
     m_identChosen = true;
 }
 
-void PingTest::PingThread() {
+// Everything that is the same for all pings of the test.
+void PingTest::BeginSending() {
     LogMsg(L"\n** START PING TEST **\n\n");
-    std::uint16_t counter = 0;
     std::uint16_t identifier = 0;
     {
         const std::lock_guard lock(m_pingListLock);
         ChooseIdentifier();
         m_wPingSeqBase = m_wPingNextSeq;
-        counter = m_wPingNextSeq;
         identifier = m_wPingIdent;
         m_waiting = Waiting::ForPings;
-        m_done = 0;
+        m_pace.Begin(Pace::RingSlots(m_run.driverBufferSize, m_parameters.dataSize));
     }
-    m_strPingTargetIP = FormatIPAddr(m_parameters.target);
-    m_strPingTarget = m_parameters.targetName.empty() || m_parameters.targetName == m_strPingTargetIP
-                          ? m_strPingTargetIP
-                          : Sprintf(L"%s [%s]", m_parameters.targetName, m_strPingTargetIP);
-    m_result.target = m_strPingTarget;
-    m_result.targetIp = m_strPingTargetIP;
-    m_result.parameters = m_parameters;
-    m_result.sequenceBase = m_wPingSeqBase;
+    const std::wstring targetIp = FormatIPAddr(m_parameters.target);
+    m_strPingTarget = m_parameters.targetName.empty() || m_parameters.targetName == targetIp
+                          ? targetIp
+                          : Sprintf(L"%s [%s]", m_parameters.targetName, targetIp);
     LogMsg(L" ping  -c %d  -i %d  -s %d  -w %d  %s\n\n", m_parameters.numPings, m_parameters.delay,
            m_parameters.dataSize, m_parameters.timeout, m_strPingTarget);
-
     m_frame.assign(EthernetView::kLength + kPingHeaders + m_parameters.dataSize, 0);
     BuildEchoRequest(std::span(m_frame).subspan(EthernetView::kLength), m_host.Library(),
                      m_interface->guestIp, m_parameters.target, SwapNetwork16(identifier));
+}
 
-    // The first ping that was sent starts the wait thread.
-    bool waitThreadStarted = false;
-    Pace pace{.window = kFirstWindow};
+bool PingTest::SendPings() {
+    bool watched = false;
+    std::uint16_t counter = m_wPingNextSeq;
+    std::size_t sent = 0;
     std::uint32_t remaining = m_parameters.numPings;
     do {
         ++counter;
-        ++pace.sent;
         if (!SendPing(SwapNetwork16(counter))) {
             LogMsg(L"\n***  Ping #%hu failed; abort  ***\n\n",
                    static_cast<std::uint16_t>(counter - m_wPingSeqBase));
@@ -172,70 +173,55 @@ void PingTest::PingThread() {
             m_stopPingEvent.Set();
             break;
         }
-        if (!waitThreadStarted) {
-            StartWaitThread();
-            waitThreadStarted = true;
-        }
-        const bool goOn =
-            m_parameters.delay != 0 ? !m_endSendingEvent.WaitFor(m_parameters.delay) : PaceSender(pace);
-        if (!goOn) {
+        // The first ping that was sent starts the wait thread; when the system has none, the next one tries.
+        watched = watched || StartWaitThread();
+        if (!AwaitTurn(++sent)) {
             break;
         }
     } while (--remaining != 0);
-    {
-        const std::lock_guard lock(m_pingListLock);
-        m_wPingNextSeq = counter;
+    const std::lock_guard lock(m_pingListLock);
+    m_wPingNextSeq = counter;
+    return watched;
+}
+
+void PingTest::PingThread() {
+    BeginSending();
+    if (!SendPings() && PingsSent() != 0) {
+        PingWaitThread(); // what it does is still owed
     }
 }
 
-void PingTest::StartWaitThread() {
-    m_waitThreadExists =
-        m_pingWaitThread.Start([this] { PingWaitThread(); }, m_view, ViewMessage::PingWaitThreadEnded);
-}
-
-// Remembers how far the receiving side is: a reply to the ping at `position`, or its time-out, says that
-// what was sent before it is answered, lost or late. Under the list's lock.
-void PingTest::NoteDone(CPingList::Position position) {
-    if (position >= m_done.load(std::memory_order_relaxed)) {
-        m_done.store(position + 1, std::memory_order_relaxed);
+bool PingTest::StartWaitThread() {
+    if (m_pingWaitThread.Start([this] { PingWaitThread(); }, m_view, ViewMessage::PingWaitThreadEnded)) {
+        m_waitThreadExists = true;
+        m_result.problem.clear();
+        return true;
     }
-}
-
-// A sender that never pauses can fill the capture buffer while the thread that reads it waits for a
-// processor, and replies are lost that did arrive. No progress for a long time means that the replies will
-// never come, or have a very long way: those are written off, and more may be open, until that proves to be
-// more than it takes.
-bool PingTest::PaceSender(Pace& pace) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point never{};
-    Clock::time_point lastProgress = never;
-    std::size_t lastDone = 0;
-    while (!m_endSendingEvent.IsSet()) {
-        const std::size_t done = m_done.load(std::memory_order_relaxed);
-        const std::size_t open = pace.sent - std::min(pace.sent, std::max(done, pace.writtenOff));
-        pace.most = std::max(pace.most, open);
-        if (done - pace.mostSince >= pace.window) {
-            const bool tooWide = pace.most <= pace.window / 4 && pace.window > kFirstWindow;
-            pace.window /= tooWide ? 2 : 1;
-            pace.most = open;
-            pace.mostSince = done;
-        }
-        if (open < pace.window) {
-            return true;
-        }
-        const Clock::time_point now = Clock::now();
-        if (lastProgress == never || done != lastDone) {
-            lastProgress = now;
-            lastDone = done;
-        } else if (now - lastProgress >= kPatience) {
-            pace = {.window = pace.window * 2, .sent = pace.sent, .writtenOff = pace.sent, .mostSince = done};
-            return true;
-        }
-        // The longer nothing has come, the less often it pays to look.
-        std::this_thread::sleep_for(
-            std::clamp<Clock::duration>((now - lastProgress) / 4, kShortestPause, kLongestPause));
+    if (m_result.problem.empty()) {
+        ReportThreadFailure(L"PingThread", L"wait thread", m_pingWaitThread);
     }
     return false;
+}
+
+bool PingTest::AwaitTurn(std::size_t sent) {
+    if (m_parameters.delay != 0 && m_endSendingEvent.WaitFor(m_parameters.delay)) {
+        return false;
+    }
+    // A reply can be told from those of 65,536 pings ago only when these are decided.
+    while (!m_hasRoom && !m_endSendingEvent.WaitFor(kRoomCheck)) {
+        const std::lock_guard lock(m_pingListLock);
+        m_hasRoom = m_pingList.HasRoom();
+    }
+    if (m_parameters.delay == 0 && !m_pace.IsFree(sent)) {
+        while (!m_endSendingEvent.IsSet()) {
+            const Pace::Clock::duration wait = m_pace.Wait(sent, Pace::Clock::now());
+            if (wait == Pace::Clock::duration::zero()) {
+                break;
+            }
+            std::this_thread::sleep_for(wait);
+        }
+    }
+    return !m_endSendingEvent.IsSet();
 }
 
 // Writing and recording are one step under the lock, so that a reply cannot be looked for before its
@@ -258,7 +244,11 @@ bool PingTest::SendPing(std::uint16_t sequence) {
         ping.wDataSize = static_cast<std::uint16_t>(m_parameters.dataSize);
         ping.dwSentTick = GetTicks();
         ping.dwDeadlineTick = ping.dwSentTick + m_parameters.timeout;
+        if (m_pingList.GetCount() == 0) {
+            m_result.firstTick = ping.dwSentTick;
+        }
         m_pingList.AddTail(ping);
+        m_hasRoom = m_pingList.HasRoom();
         // While it waits for an earlier deadline, a later one changes nothing for the wait thread.
         wakeWaiter = m_waiting != Waiting::ForDeadline;
     }
@@ -284,20 +274,10 @@ void PingTest::RecordReply(std::uint16_t icmpId, std::uint16_t icmpSeq, Ipv4Addr
         if (!TickReached(now, ping.dwSentTick)) {
             now = ping.dwSentTick;
         }
-        // After a wrap of the sequence numbers the reply counts for the first ping with its number, but it
-        // was the latest that was answered.
-        const CPingList::Position last = m_pingList.GetCount() - 1;
-        NoteDone(last - (last - *position) % 0x10000);
         ping.dwReplyTick = now;
         ++ping.nReplies;
-        const std::uint32_t roundTrip = now - ping.dwSentTick;
-        const std::wstring timeText = roundTrip == 0 ? std::wstring(L"<1") : std::to_wstring(roundTrip);
-        const std::wstring countText = ping.nReplies > 1 ? Sprintf(L" #%u", ping.nReplies) : std::wstring();
-        const bool late = TickReached(now, ping.dwDeadlineTick) && now != ping.dwDeadlineTick;
-        const std::wstring lateText =
-            late ? Sprintf(L" (%ums late)", now - ping.dwDeadlineTick) : std::wstring();
-        LogMsg(L" Reply%s to ping #%hu received from %s: bytes=%d time=%sms TTL=%u%s\n", countText,
-               PingNumber(icmpSeq), FormatIPAddr(source), dataLength, timeText, timeToLive, lateText);
+        m_pace.NoteReply(*position, now - ping.dwSentTick);
+        WriteReplyLine(ping, source, dataLength, timeToLive);
         m_pingList.SetAt(*position, ping);
         // The answer to the last undecided ping begins the end of the test; any other answer leaves
         // the wait thread's deadline at worst too early, which costs it one more look.
@@ -306,6 +286,18 @@ void PingTest::RecordReply(std::uint16_t icmpId, std::uint16_t icmpSeq, Ipv4Addr
     if (wakeWaiter) {
         m_pingEvent.Set();
     }
+}
+
+void PingTest::WriteReplyLine(const CPing& ping, Ipv4Address source, std::uint32_t dataLength,
+                              std::uint8_t timeToLive) const {
+    const std::uint32_t now = ping.dwReplyTick;
+    const std::uint32_t roundTrip = now - ping.dwSentTick;
+    const std::wstring timeText = roundTrip == 0 ? std::wstring(L"<1") : std::to_wstring(roundTrip);
+    const std::wstring countText = ping.nReplies > 1 ? Sprintf(L" #%u", ping.nReplies) : std::wstring();
+    const bool late = TickReached(now, ping.dwDeadlineTick) && now != ping.dwDeadlineTick;
+    const std::wstring lateText = late ? Sprintf(L" (%ums late)", now - ping.dwDeadlineTick) : std::wstring();
+    LogMsg(L" Reply%s to ping #%hu received from %s: bytes=%d time=%sms TTL=%u%s\n", countText,
+           PingNumber(ping.wIcmpSeq), FormatIPAddr(source), dataLength, timeText, timeToLive, lateText);
 }
 
 std::optional<std::uint32_t> PingTest::CheckDeadlines(std::uint32_t& graceEnd) {
@@ -319,7 +311,7 @@ std::optional<std::uint32_t> PingTest::CheckDeadlines(std::uint32_t& graceEnd) {
         }
         LogMsg(L" Ping #%hu has timed out.\n", PingNumber(ping.wIcmpSeq));
         ping.nTimeouts = 1;
-        NoteDone(*position);
+        m_pace.NoteDone(*position);
         m_pingList.SetAt(*position, ping);
     }
     if (!AllSent()) {
@@ -356,50 +348,13 @@ void PingTest::PingWaitThread() {
     LogMsg(L"\n** END PING TEST **\n\n");
 }
 
-PingStatistics ComputePingStatistics(const CPingList& list) {
-    PingStatistics result;
-    result.minimum = 0xFFFFFFFF;
-    std::uint64_t sum = 0;
-    for (CPingList::Position position = 0; position < list.GetCount(); ++position) {
-        const CPing ping = list.GetAt(position);
-        ++result.sent;
-        if (ping.nTimeouts != 0) {
-            ++result.timeouts;
-        }
-        if (ping.nReplies == 0) {
-            ++result.lost;
-            continue;
-        }
-        ++result.received;
-        result.duplicates += ping.nReplies - 1;
-        const std::uint32_t roundTrip = ping.dwReplyTick - ping.dwSentTick;
-        result.minimum = std::min(result.minimum, roundTrip);
-        result.maximum = std::max(result.maximum, roundTrip);
-        sum += roundTrip;
-    }
-    if (result.minimum == 0xFFFFFFFF) {
-        result.minimum = 0;
-    }
-    if (result.received != 0) {
-        result.average = static_cast<std::uint32_t>(sum / result.received);
-    }
-    if (result.sent != 0) {
-        // Tenths of a percent, rounded, then rounded half up to whole percent.
-        const std::uint64_t tenths = (std::uint64_t{result.lost} * 1000 + result.sent / 2) / result.sent;
-        result.lossPercent = static_cast<std::uint32_t>((tenths + 5) / 10);
-    }
-    return result;
-}
-
 void PingTest::ReportStatistics() {
     PingStatistics statistics;
     {
         const std::lock_guard lock(m_pingListLock);
-        statistics = ComputePingStatistics(m_pingList);
+        statistics = m_pingList.Statistics();
         if (m_keepRecords) {
-            for (CPingList::Position position = 0; position < m_pingList.GetCount(); ++position) {
-                m_result.pings.push_back(m_pingList.GetAt(position));
-            }
+            m_result.records = m_pingList.CopyFrom(0);
         }
     }
     m_result.statistics = statistics;

@@ -10,12 +10,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/interface_info.h"
+#include "core/run_settings.h"
 #include "core/view_port.h"
 #include "core/worker_thread.h"
 #include "hostnet/host_network.h"
+#include "ping/pace.h"
 #include "ping/ping_list.h"
 #include "wrenlib/address.h"
 #include "wrenlib/fair_lock.h"
@@ -32,45 +35,30 @@ struct PingParameters {
     std::uint32_t delay = 1000;  // milliseconds
 };
 
-// The figures of the statistics block.
-struct PingStatistics {
-    std::uint32_t sent = 0;
-    std::uint32_t received = 0;
-    std::uint32_t timeouts = 0;
-    std::uint32_t duplicates = 0;
-    std::uint32_t lost = 0;
-    std::uint32_t minimum = 0; // milliseconds
-    std::uint32_t maximum = 0;
-    std::uint32_t average = 0;
-    std::uint32_t lossPercent = 0;
-};
-
-// Counts the records of a list.
-PingStatistics ComputePingStatistics(const CPingList& list);
-
 // What a finished test leaves for others to read.
 struct PingTestResult {
     bool complete = false;    // statistics were written
     bool writeFailed = false; // a packet could not be written: the test was broken off
-    std::wstring target;      // as shown in the messages
-    std::wstring targetIp;
+    std::wstring problem;     // a thread that the test needs could not be started: the failure line
     PingParameters parameters;
-    std::uint16_t sequenceBase = 0;
+    std::uint32_t firstTick = 0; // when the first ping was sent
     PingStatistics statistics;
-    std::vector<CPing> pings; // only when kept (KeepRecords)
+    PingRecords records; // only when kept (KeepRecords)
 };
 
 class PingTest {
 public:
-    PingTest(HostNetwork& host, ViewPort& view);
+    // The driver's buffer size of `run` is what a sender without a delay keeps pace with.
+    PingTest(HostNetwork& host, const RunSettings& run, ViewPort& view);
     ~PingTest();
     PingTest(const PingTest&) = delete;
     PingTest& operator=(const PingTest&) = delete;
 
     // Empties the list. The first step of the start command.
     void ClearPings();
-    // Starts the send thread. Not while a test runs.
-    void Start(INTERFACE_INFO& info, const PingParameters& parameters);
+    // Starts the send thread. Not while a test runs. False when the system has no thread to give: the
+    // failure line is written, and is Result().problem.
+    bool Start(INTERFACE_INFO& info, const PingParameters& parameters);
     // Ends the sending: what was sent is still decided, with the last deadlines and the grace, as if
     // all pings were sent. Returns at once; does nothing when nothing is sent any more.
     void EndSending();
@@ -79,8 +67,6 @@ public:
     void StopPingTest();
     // At least one ping thread exists.
     bool IsRunning() const;
-    // The wait thread alone exists: all pings are sent, the last deadlines are waited for.
-    bool IsDraining() const;
 
     // Handlers of PingThreadEnded and PingWaitThreadEnded: join the thread. Nothing when it is gone.
     void OnPingThreadEnded();
@@ -97,29 +83,29 @@ public:
     // The last test's result. Valid once the wait thread's end was handled.
     const PingTestResult& Result() const { return m_result; }
 
-    // Copies the records from index `from` on, for a live display. Any thread.
-    std::vector<CPing> CopyPings(std::size_t from) const;
+    // Copies the records from index `from` on, as far as they are still kept, for a live display. Any thread.
+    PingRecords CopyPings(std::size_t from) const;
+    // How many pings the test has sent so far. Any thread.
+    std::size_t PingsSent() const;
 
 private:
     // What the wait thread is waiting for, so that others wake it only when its answer would change.
     enum class Waiting { ForPings, ForDeadline, ForGrace };
-    // How a sender without a delay keeps pace with the receiving side; in pings.
-    struct Pace {
-        std::size_t window = 0; // so many may be open
-        std::size_t sent = 0;
-        std::size_t writtenOff = 0; // up to here, no more waited for
-        std::size_t most = 0;       // open at a time, since so many were done:
-        std::size_t mostSince = 0;
-    };
 
     void PingThread();
     void PingWaitThread();
     void ChooseIdentifier();
     bool SendPing(std::uint16_t sequence);
-    void StartWaitThread();
-    // Without a delay, lets the receiving side catch up. False when the sending is to end.
-    bool PaceSender(Pace& pace);
-    void NoteDone(CPingList::Position position);
+    void BeginSending();
+    // Returns whether the wait thread was started.
+    bool SendPings();
+    bool StartWaitThread();
+    // What lies between two pings: the delay, or without one what lets the receiving side keep up. False
+    // when the sending is to end.
+    bool AwaitTurn(std::size_t sent);
+    void ReportThreadFailure(std::wstring_view where, std::wstring_view which, const WorkerThread& thread);
+    void WriteReplyLine(const CPing& ping, Ipv4Address source, std::uint32_t dataLength,
+                        std::uint8_t timeToLive) const;
     void JoinSendThread();
     void JoinWaitThread();
     // The wait thread's pass over the list: the milliseconds to wait (0: until something happens),
@@ -130,10 +116,10 @@ private:
     std::uint16_t PingNumber(std::uint16_t sequence) const;
 
     HostNetwork& m_host;
+    const RunSettings& m_run;
     ViewPort& m_view;
     INTERFACE_INFO* m_interface = nullptr;
     PingParameters m_parameters;
-    std::wstring m_strPingTargetIP;
     std::wstring m_strPingTarget;
     bool m_keepRecords = false;
     PingTestResult m_result;
@@ -152,13 +138,13 @@ private:
     std::uint16_t m_wPingSeqBase = 0;
     bool m_identChosen = false;
     Waiting m_waiting = Waiting::ForPings;
-    // Up to here the test's pings are done with, for the pace of the sender, which reads it without the lock.
-    std::atomic<std::size_t> m_done{0};
 
+    Pace m_pace;
     WorkerThread m_pingThread;
     // Whether the wait thread exists; it is started by the send thread and joined by another.
     std::atomic<bool> m_waitThreadExists{false};
     WorkerThread m_pingWaitThread;
+    bool m_hasRoom = true;             // the send thread's: the list takes another ping
     std::vector<std::uint8_t> m_frame; // the send thread's: room for an Ethernet header, then the packet
 };
 

@@ -233,8 +233,8 @@ void CPingChart::DrawFrame(const Surface& surface, const Palette& palette, const
     if (!m_history.HasTest()) {
         return;
     }
-    const wxString first = "#1";
-    const wxString last = wxString::Format("#%zu", m_history.Span());
+    const wxString first = wxString::Format("#%zu", m_history.First() + 1);
+    const wxString last = wxString::Format("#%zu", m_history.First() + m_history.Span());
     const int y = GetClientRect().Deflate(std::max(4, lineHeight / 2)).GetBottom() - lineHeight;
     surface.texts.DrawText(first, plot.x, y);
     if (m_history.Span() > 1) {

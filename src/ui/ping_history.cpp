@@ -17,24 +17,6 @@ double PingSummary::Loss() const {
     return decided == 0 ? 0.0 : 100.0 * timedOut / decided;
 }
 
-void PingHistory::Totals::Add(const CPing& ping) {
-    ++summary.sent;
-    if (ping.nReplies == 0) {
-        summary.timedOut += ping.nTimeouts != 0 ? 1 : 0;
-        return;
-    }
-    const std::uint32_t roundTrip = RoundTrip(ping);
-    summary.minimum = summary.received == 0 ? roundTrip : std::min(summary.minimum, roundTrip);
-    summary.maximum = std::max(summary.maximum, roundTrip);
-    ++summary.received;
-    if (ping.nTimeouts != 0) {
-        ++summary.late;
-    } else {
-        summary.maximumInTime = std::max(summary.maximumInTime, roundTrip);
-    }
-    sum += roundTrip;
-}
-
 void PingHistory::Begin(std::uint32_t planned, std::wstring target) {
     *this = PingHistory();
     m_planned = planned;
@@ -49,44 +31,60 @@ bool PingHistory::IsSettled(const CPing& ping, std::uint32_t now) const {
     return ping.nTimeouts != 0 && TickReached(now, ping.dwDeadlineTick + kLateWatch);
 }
 
-void PingHistory::Summarize(const Totals& totals) {
-    m_summary = totals.summary;
-    if (m_summary.received != 0) {
-        m_summary.average = static_cast<std::uint32_t>(totals.sum / m_summary.received);
+void PingHistory::Summarize() {
+    PingTotals totals = m_settledTotals;
+    for (std::size_t position = m_settled; position < m_first + m_records.size(); ++position) {
+        totals.Add(m_records[position - m_first]);
     }
+    const PingStatistics statistics = totals.Statistics();
+    m_summary = {.sent = static_cast<std::uint32_t>(totals.sent),
+                 .received = static_cast<std::uint32_t>(totals.received),
+                 .late = static_cast<std::uint32_t>(totals.late),
+                 .timedOut = static_cast<std::uint32_t>(totals.timeouts - totals.late),
+                 .minimum = statistics.minimum,
+                 .maximum = statistics.maximum,
+                 .maximumInTime = totals.maximumInTime,
+                 .average = statistics.average};
 }
 
-void PingHistory::Update(std::size_t from, const std::vector<CPing>& records, std::uint32_t now) {
-    if (from > m_records.size()) {
+void PingHistory::Update(const PingRecords& records, std::uint32_t now) {
+    if (records.first > m_settled) {
+        // More were sent than the test keeps since the last look. What it let go is in its totals.
+        m_records.clear();
+        m_first = m_settled = records.first;
+        m_settledTotals = records.letGo;
+    }
+    if (records.first < m_first) {
         return;
     }
-    m_records.resize(from);
-    m_records.insert(m_records.end(), records.begin(), records.end());
-    while (m_settled < m_records.size() && IsSettled(m_records[m_settled], now)) {
-        m_settledTotals.Add(m_records[m_settled]);
+    m_records.resize(std::min(m_records.size(), records.first - m_first));
+    m_records.insert(m_records.end(), records.pings.begin(), records.pings.end());
+    while (m_settled < m_first + m_records.size() && IsSettled(m_records[m_settled - m_first], now)) {
+        m_settledTotals.Add(m_records[m_settled - m_first]);
         ++m_settled;
     }
-    Totals totals = m_settledTotals;
-    for (std::size_t index = m_settled; index < m_records.size(); ++index) {
-        totals.Add(m_records[index]);
+    while (m_records.size() > CPingList::kCapacity && m_first < m_settled) {
+        m_records.pop_front();
+        ++m_first;
     }
-    Summarize(totals);
+    Summarize();
 }
 
-void PingHistory::Finish(const std::vector<CPing>& records) {
-    m_records = records;
-    m_settled = m_records.size();
-    Totals totals;
+void PingHistory::Finish(const PingRecords& records) {
+    m_records.assign(records.pings.begin(), records.pings.end());
+    m_first = records.first;
+    m_settled = m_first + m_records.size();
+    m_settledTotals = records.letGo;
     for (const CPing& ping : m_records) {
-        totals.Add(ping);
+        m_settledTotals.Add(ping);
     }
-    Summarize(totals);
+    Summarize();
     End();
 }
 
 std::size_t PingHistory::Span() const {
-    // A finished test fills the width, however early it was stopped.
-    const std::size_t planned = m_running ? m_planned : 0;
+    // A finished test fills the width, however early it was stopped; so does one without a foreseeable end.
+    const std::size_t planned = m_running && m_planned <= CPingList::kCapacity ? m_planned : 0;
     return std::max({planned, m_records.size(), std::size_t{1}});
 }
 

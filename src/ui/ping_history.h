@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -42,10 +43,11 @@ public:
 
     // The first record that may have changed since the last Update.
     std::size_t ChangedFrom() const { return m_settled; }
-    // Takes the records from index `from` (at most ChangedFrom()) on over. `now` in ticks.
-    void Update(std::size_t from, const std::vector<CPing>& records, std::uint32_t now);
+    // Takes over the records that were copied from ChangedFrom() on, as far as the test still kept them; the
+    // history keeps no more of them than the test. `now` in ticks.
+    void Update(const PingRecords& records, std::uint32_t now);
     // Takes the whole list over at the test's end; no more will come.
-    void Finish(const std::vector<CPing>& records);
+    void Finish(const PingRecords& records);
     void End() { m_running = false; }
 
     bool HasTest() const { return !m_target.empty(); }
@@ -54,31 +56,29 @@ public:
     std::uint32_t Planned() const { return m_planned; }
     const PingSummary& Summary() const { return m_summary; }
 
-    // The test in `width` columns: column c stands for the planned pings that fall to it. At least one
-    // pass over the records, whatever the width.
-    std::vector<PingColumn> Columns(std::size_t width) const;
-    // The column of ping `index`.
-    std::size_t ColumnOf(std::size_t index, std::size_t width) const;
+    // The position of the first ping that is shown.
+    std::size_t First() const { return m_first; }
     // The number of pings that the width stands for.
     std::size_t Span() const;
+    // The test from First() on in `width` columns: column c stands for the planned pings that fall to it. At
+    // least one pass over the records, whatever the width.
+    std::vector<PingColumn> Columns(std::size_t width) const;
+    // The column of the ping that is `index` behind the first.
+    std::size_t ColumnOf(std::size_t index, std::size_t width) const;
 
     static std::uint32_t RoundTrip(const CPing& ping) { return ping.dwReplyTick - ping.dwSentTick; }
 
 private:
-    struct Totals {
-        PingSummary summary;
-        std::uint64_t sum = 0;
-        void Add(const CPing& ping);
-    };
     bool IsSettled(const CPing& ping, std::uint32_t now) const;
-    void Summarize(const Totals& totals);
+    void Summarize();
 
     std::uint32_t m_planned = 0;
     std::wstring m_target;
     bool m_running = false;
-    std::vector<CPing> m_records;
-    std::size_t m_settled = 0; // the records before this one change no more
-    Totals m_settledTotals;
+    std::size_t m_first = 0; // the position of the first record
+    std::deque<CPing> m_records;
+    std::size_t m_settled = 0; // the position before which records change no more
+    PingTotals m_settledTotals;
     PingSummary m_summary;
 };
 

@@ -202,8 +202,7 @@ bool CVNXTestView::AskPingWho(PingWhoParameters& parameters) {
 }
 
 void CVNXTestView::RefreshPingDisplay() {
-    const std::size_t from = m_history.ChangedFrom();
-    m_history.Update(from, m_guest->Ping().CopyPings(from), GetTicks());
+    m_history.Update(m_guest->Ping().CopyPings(m_history.ChangedFrom()), GetTicks());
     m_panes->Chart().ShowChange();
     ShowProgress();
 }
@@ -215,7 +214,7 @@ void CVNXTestView::FinishPingDisplay() {
     m_refreshTimer.Stop();
     const PingTestResult& result = m_guest->Ping().Result();
     if (result.complete) {
-        m_history.Finish(result.pings);
+        m_history.Finish(result.records);
     } else {
         m_history.End();
     }

@@ -140,7 +140,8 @@ void CVNXTestView::OnStartGuest() {
 // The reason of a start command that failed; without one it was cancelled.
 void CVNXTestView::TellProblem(const wxString& what) {
     if (!m_guest->Problem().empty()) {
-        wxMessageBox(what + "\n\n" + wxString(m_guest->Problem()), kProductName, wxOK | wxICON_ERROR, GetFrame());
+        wxMessageBox(what + "\n\n" + wxString(m_guest->Problem()), kProductName, wxOK | wxICON_ERROR,
+                     GetFrame());
     }
 }
 

@@ -1,7 +1,7 @@
 // Preloaded into the program: some of its threads cannot be started, as when the system has none to give.
 //
-// FAIL_THREAD is the number of the first pthread_create that fails, FAIL_THREAD_LAST that of the last; the file
-// FAIL_THREAD_MARK is made when one has failed.
+// FAIL_THREAD is the number of the first pthread_create that fails, FAIL_THREAD_LAST that of the last; the
+// file FAIL_THREAD_MARK is made when one has failed.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
@@ -13,7 +13,8 @@
 
 typedef int (*Create)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 
-int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument) {
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                   void* argument) {
     static atomic_int calls;
     const int number = atomic_fetch_add(&calls, 1) + 1;
     const char* const first = getenv("FAIL_THREAD");

@@ -66,7 +66,7 @@ protected:
         if (m_guest.IsRunning()) {
             m_guest.OnTestStartPing();
             const auto answered = [&] {
-                const auto pings = m_guest.Ping().CopyPings(0);
+                const auto pings = m_guest.Ping().CopyPings(0).pings;
                 return pings.size() == 2 && !pings[0].IsUndecided() && !pings[1].IsUndecided();
             };
             for (int wait = 0; wait < 40 && m_guest.IsPinging() && !answered(); ++wait) {

@@ -86,9 +86,9 @@ TEST_F(GuestTest, TheNextPingTestGoesOnWithTheSequenceAndNumbersFromOne) {
         TakeText();
         m_sim.Ping();
         EXPECT_EQ(CountOf(TakeText(), " Sending ping #1 bytes="), 1) << test;
-        for (const CPing& ping : m_guest.Ping().Result().pings) {
+        for (const CPing& ping : m_guest.Ping().Result().records.pings) {
             sequence.push_back(SwapNetwork16(ping.wIcmpSeq));
-            EXPECT_EQ(ping.wIcmpId, m_guest.Ping().Result().pings[0].wIcmpId);
+            EXPECT_EQ(ping.wIcmpId, m_guest.Ping().Result().records.pings[0].wIcmpId);
         }
     }
     for (std::size_t n = 0; n < 6; ++n) {

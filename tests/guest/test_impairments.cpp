@@ -41,7 +41,7 @@ TEST_P(ImpairmentsTest, StatisticsAreTheLansOwnCount) {
     EXPECT_TRUE(statistics.duplicates == extra && counters.extraRepliesRead == extra);
     EXPECT_EQ(statistics.lost, 400 - good);
     std::uint32_t timedOut = 0;
-    for (const CPing& ping : result.pings) {
+    for (const CPing& ping : result.records.pings) {
         timedOut += ping.nTimeouts;
         EXPECT_TRUE(ping.nReplies > 0 || ping.nTimeouts == 1);
     }

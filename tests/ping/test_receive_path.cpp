@@ -29,7 +29,7 @@ protected:
 
     RunSettings m_run;
     QuietHost m_host{m_library};
-    PingTest m_pingTest{m_host.network, m_view};
+    PingTest m_pingTest{m_host.network, m_run, m_view};
     ReceivePath m_path{m_host.network, m_run, m_pingTest};
 };
 

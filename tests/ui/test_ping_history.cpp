@@ -35,19 +35,19 @@ TEST(PingHistory, CountsWhatIsDecidedAndAsksOnlyForWhatMayChange) {
     using Expected = std::vector<std::uint32_t>;
     PingHistory history;
     history.Begin(4, L"host");
-    history.Update(0, {Ping(0, 10), Ping(100, kNone), Ping(200, 20)}, kStart + 250);
+    history.Update({0, {Ping(0, 10), Ping(100, kNone), Ping(200, 20)}}, kStart + 250);
     EXPECT_EQ(Figures(history), (Expected{3, 2, 0, 0, 10, 20, 15, 20, 0, 1}))
         << "an undecided ping is not lost";
     // The second one times out: it stays under watch for a late reply, then no more.
-    history.Update(1, {Ping(100, kNone, true), Ping(200, 20), Ping(300, 60)}, kStart + 700);
+    history.Update({1, {Ping(100, kNone, true), Ping(200, 20), Ping(300, 60)}}, kStart + 700);
     EXPECT_EQ(Figures(history), (Expected{4, 3, 0, 1, 10, 60, 30, 60, 25, 1}));
-    history.Update(1, {Ping(100, 900, true), Ping(200, 20), Ping(300, 60)}, kStart + 1100);
+    history.Update({1, {Ping(100, 900, true), Ping(200, 20), Ping(300, 60)}}, kStart + 1100);
     EXPECT_EQ(Figures(history), (Expected{4, 4, 1, 0, 10, 900, 247, 60, 0, 4}));
     // One that is given up is still taken when the test ends.
     history.Begin(1, L"host");
-    history.Update(0, {Ping(0, kNone, true)}, kStart + 10'000);
+    history.Update({0, {Ping(0, kNone, true)}}, kStart + 10'000);
     EXPECT_EQ(Figures(history), (Expected{1, 0, 0, 1, 0, 0, 0, 0, 100, 1}));
-    history.Finish({Ping(0, 9000, true)});
+    history.Finish({0, {Ping(0, 9000, true)}});
     EXPECT_EQ(Figures(history), (Expected{1, 1, 1, 0, 9000, 9000, 9000, 0, 0, 1}));
 }
 
@@ -60,13 +60,35 @@ TEST(PingHistory, SummaryOfUpdatesEqualsThatOfTheWholeList) {
         pings.push_back(Ping(index * 10, roundTrip, roundTrip >= 600));
         if (index % 13 == 12) { // also at the last one
             const std::size_t from = stepwise.ChangedFrom();
-            stepwise.Update(from, {pings.begin() + static_cast<std::ptrdiff_t>(from), pings.end()},
+            stepwise.Update({from, {pings.begin() + static_cast<std::ptrdiff_t>(from), pings.end()}},
                             kStart + index * 10);
         }
     }
     whole.Begin(1001, L"host");
-    whole.Update(0, pings, kStart + 10'000);
+    whole.Update({0, pings}, kStart + 10'000);
     EXPECT_EQ(Figures(stepwise), Figures(whole));
+}
+
+// A test without an end: the history keeps what the test keeps, and its figures count all.
+TEST(PingHistory, FollowsAListThatLetsPingsGo) {
+    CPingList list;
+    PingHistory history;
+    history.Begin(0, L"host");
+    const auto look = [&](std::size_t upTo) {
+        while (list.GetCount() < upTo) {
+            list.AddTail(Ping(0, 5));
+        }
+        history.Update(list.CopyFrom(history.ChangedFrom()), kStart + 10);
+    };
+    for (const std::size_t upTo : {1'000U, 60'000U, 80'000U, 300'000U}) { // the last step leaps over some
+        look(upTo);
+        EXPECT_EQ(history.Summary().received, upTo);
+        EXPECT_EQ(history.First() + history.Span(), upTo);
+        EXPECT_LE(history.Span(), CPingList::kCapacity);
+    }
+    history.Finish(list.CopyFrom(0));
+    EXPECT_EQ(history.Summary().sent, 300'000U);
+    EXPECT_EQ(history.First(), 300'000U - CPingList::kCapacity);
 }
 
 TEST(PingHistory, EveryPingFallsToAColumnAndNoMarkIsLost) {
@@ -76,7 +98,7 @@ TEST(PingHistory, EveryPingFallsToAColumnAndNoMarkIsLost) {
     pings[40'000] = Ping(0, 77);
     pings.back() = Ping(0, 700, true);
     history.Begin(65'535, L"host");
-    history.Finish(pings);
+    history.Finish({0, pings});
     EXPECT_TRUE(history.Columns(0).empty());
     for (const std::size_t width : {1U, 333U, 5000U}) {
         const std::vector<PingColumn> columns = history.Columns(width);
@@ -87,9 +109,9 @@ TEST(PingHistory, EveryPingFallsToAColumnAndNoMarkIsLost) {
     }
     // Few pings spread over the width; a running test keeps room for what is planned.
     history.Begin(3, L"host");
-    history.Update(0, {Ping(0, 1)}, kStart);
+    history.Update({0, {Ping(0, 1)}}, kStart);
     EXPECT_EQ(history.ColumnOf(2, 101), 100U);
-    history.Finish({Ping(0, 1)});
+    history.Finish({0, {Ping(0, 1)}});
     EXPECT_EQ(history.ColumnOf(0, 101), 50U) << "what was stopped early fills the width";
 }
 

@@ -1,0 +1,26 @@
+// One ping of a test, from its request to whatever became of it.
+//
+// A plain value of 28 bytes, copied whole in and out of the list. ICMP fields are kept as they stand in
+// the packet (network order); ticks are wrenlib/ticks.h milliseconds.
+#pragma once
+
+#include <cstdint>
+
+namespace vnxtest {
+
+struct CPing {
+    std::uint16_t wIcmpId = 0;
+    std::uint16_t wIcmpSeq = 0;
+    std::uint16_t wIcmpChecksum = 0;
+    std::uint16_t wDataSize = 0;
+    std::uint32_t dwSentTick = 0;
+    std::uint32_t dwDeadlineTick = 0;
+    std::uint32_t dwReplyTick = 0; // of the latest reply
+    std::uint32_t nReplies = 0;
+    std::uint32_t nTimeouts = 0;
+
+    // Neither answered nor timed out.
+    bool IsUndecided() const { return nReplies == 0 && nTimeouts == 0; }
+};
+
+} // namespace vnxtest
