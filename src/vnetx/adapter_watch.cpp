@@ -13,6 +13,10 @@ std::string StateOf(const std::optional<HostLink>& link) {
     return !link ? "gone" : link->up ? "up" : "down";
 }
 
+std::string CarrierOf(const HostLink& link) {
+    return link.carrier ? "present" : "lost";
+}
+
 std::string AddressOf(const HostLink& link) {
     return link.addresses.empty() ? "none" : ToNarrow(FormatIPAddr(link.addresses.front().address));
 }
@@ -39,6 +43,10 @@ void AdapterWatch::Look(const std::string& name, const DebugLines& debug) {
     };
     compare("state", StateOf(m_link), StateOf(link));
     if (m_link && link) {
+        compare("name", m_link->captureName, link->captureName);
+        if (m_link->up && link->up) {
+            compare("carrier", CarrierOf(*m_link), CarrierOf(*link));
+        }
         compare("MAC address", ToNarrow(FormatMACAddr(m_link->mac)), ToNarrow(FormatMACAddr(link->mac)));
         compare("IP address", AddressOf(*m_link), AddressOf(*link));
         compare("MTU", std::to_string(m_link->mtu), std::to_string(link->mtu));

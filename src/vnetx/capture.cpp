@@ -9,9 +9,12 @@
 
 namespace vnxtest {
 
-int Capture::Send(const void* frame, std::uint32_t length) {
+int Capture::Send(const void* frame, std::uint32_t length, const std::function<bool()>& isPointless) {
     if (TrySend(frame, length) == 0) {
         return 0;
+    }
+    if (const int code = errno; isPointless && isPointless()) {
+        return Fail(code);
     }
     // A full send queue empties itself; anything else is final.
     using Clock = std::chrono::steady_clock;

@@ -25,6 +25,7 @@ struct HostLink {
     MacAddress mac;          // zero when it has none
     std::uint32_t mtu = 0;
     bool up = false;
+    bool carrier = false; // up, and a cable or the like is there
     bool loopback = false;
     std::vector<HostLinkAddress> addresses; // IPv4, the primary one first
 };
@@ -47,6 +48,9 @@ std::optional<HostLink> DefaultHostLink();
 
 // 0 when the adapter is there and up, else ENODEV or ENETDOWN.
 int HostLinkHealth(std::uint32_t index);
+
+// False when the adapter is there and up, but has no carrier: what is sent is lost.
+bool HostLinkHasCarrier(std::uint32_t index);
 
 // The gateway to which the host's routes of adapter `index` send a packet for `destination`;
 // nothing when the destination is reached directly or the adapter has no route to it.

@@ -28,7 +28,7 @@ HostLink LinkOf(const IP_ADAPTER_ADDRESSES& adapter) {
     link.captureName = std::string("\\Device\\NPF_") + adapter.AdapterName;
     link.index = adapter.IfIndex;
     link.mtu = adapter.Mtu;
-    link.up = adapter.OperStatus == IfOperStatusUp;
+    link.up = link.carrier = adapter.OperStatus == IfOperStatusUp;
     link.loopback = adapter.IfType == IF_TYPE_SOFTWARE_LOOPBACK;
     if (adapter.PhysicalAddressLength == 6) {
         std::array<std::uint8_t, 6> mac{};
@@ -121,6 +121,12 @@ int HostLinkHealth(std::uint32_t index) {
     }
     // A failure to ask is no failure of the adapter.
     return result == NO_ERROR && row.AdminStatus == NET_IF_ADMIN_STATUS_DOWN ? ENETDOWN : 0;
+}
+
+bool HostLinkHasCarrier(std::uint32_t index) {
+    MIB_IF_ROW2 row{};
+    row.InterfaceIndex = index;
+    return GetIfEntry2(&row) != NO_ERROR || row.MediaConnectState != MediaConnectStateDisconnected;
 }
 
 std::optional<Ipv4Address> GatewayTowards(std::uint32_t index, Ipv4Address destination) {

@@ -358,17 +358,24 @@ std::int32_t PcapInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t 
     return SendFrame(frame, length);
 }
 
-// Sends one whole Ethernet frame and counts it; its length, or -1 with errno.
+// Sends one whole Ethernet frame and counts it; its length, or -1 with errno. A frame that the system does
+// not take because the adapter has no carrier is lost on the way, as it were behind the adapter: the program
+// goes on, and is told by the watch.
 std::int32_t PcapInterface::SendFrame(const std::uint8_t* frame, std::uint32_t length) {
     const std::uint32_t limit = LargestPacket() + static_cast<std::uint32_t>(kEthernetHeaderLength);
     if (length > limit && !(LoadBe16(frame + 12) == kEtherTypeVlan && length <= limit + kVlanTagLength)) {
         return Fail(EMSGSIZE);
     }
     Counters().writing.ios.Add();
-    if (m_capture->Send(frame, length) != 0) {
+    bool noCarrier = false;
+    const auto isPointless = [&] { return noCarrier = !HostLinkHasCarrier(m_linkIndex); };
+    if (m_capture->Send(frame, length, std::ref(isPointless)) == 0) {
+        CountWritten({frame, length});
+    } else if (noCarrier) {
+        m_watch.Look(Name(), Debug());
+    } else {
         return -1;
     }
-    CountWritten({frame, length});
     return static_cast<std::int32_t>(length);
 }
 

@@ -6,7 +6,7 @@ import subprocess
 import time
 
 import frames
-from cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase
+from cases import GUEST_IP, HOST_IP, PEER_IP, NetworkCase, ping_statistics
 
 FAKETIME = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1"), None)
 
@@ -44,6 +44,32 @@ class Changes(NetworkCase):
                 self.host.ip("link", "set", "adapter", "address", mac, "mtu", 1500)
                 self.host.ip("address", "flush", "dev", "adapter")
                 self.host.ip("address", "add", HOST_IP + "/24", "dev", "adapter")
+
+    def test_the_carrier_is_lost_and_comes_back(self):
+        """As with a cable that is pulled: it is told, what is sent meanwhile is lost, and the test goes on."""
+        for mode, extra in (("tap", ()), ("tun", ()), ("tap", ("--socket-notify",))):
+            with self.subTest(mode=mode, extra=extra):
+                guest = self.start(*self.arguments(["ping", PEER_IP], mode), "--count", 150, "--delay", 10, "--timeout",
+                                   200, *extra, namespace=self.host)
+                guest.wait_for(" Reply to ping #20 ")
+                self.peer.ip("link", "set", "far", "down")
+                time.sleep(0.5)
+                self.peer.ip("link", "set", "far", "up")
+                self.assertEqual(guest.wait_end(), 1, guest.story())
+                text, figures = guest.text(), ping_statistics(guest.text())
+                self.assertEqual(figures["sent"], 150, guest.story())
+                self.assertTrue(10 <= figures["lost"] <= 100, figures)
+                self.assertIn(" Reply to ping #150 ", text)
+                for change in ("present and is lost", "lost and is present"):
+                    self.assertEqual(text.count(f"the adapter's carrier was {change} now; the guest goes on"), 1, text)
+                self.assertNotIn("failed", text)
+
+    def test_the_adapter_gets_another_name(self):
+        guest = self.run_guest("tap")
+        self.host.ip("link", "set", "adapter", "name", "renamed")
+        guest.wait_for("the adapter's name was adapter and is renamed now; the guest goes on as it was started")
+        self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
+        self.assertEqual(guest.stop()[0], 0, guest.story())
 
     def test_another_gateway(self):
         """In TUN mode the guest follows the host's routes, also while it runs."""
