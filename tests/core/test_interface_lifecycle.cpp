@@ -51,6 +51,7 @@ TEST_F(InterfaceLifecycleTest, ConfiguresStepByStep) {
     EXPECT_EQ(Record(VNETX_VNXSTIMEOUT).u.value, 250U);
     EXPECT_EQ(Record(VNETX_VNXSDEVBUFF).u.value, 1048576U);
     EXPECT_EQ(Record(VNETX_VNXSIOBUFF).u.value, 65536U);
+    EXPECT_EQ(m_library.requests.back().record.u.flags, 1U) << "up, and no debug flag";
     EXPECT_EQ(TakeText(), "*** Interface vnx0 enabled/up... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n\n");
 }
 
@@ -104,22 +105,22 @@ TEST_F(InterfaceLifecycleTest, StatisticsAreReportedToTheLetter) {
     EXPECT_EQ(TakeText(), "*** Statistics for Interface vnx0:\n\n"
                           "Size of Kernel Capture Buffer:    1025K\n"
                           "Size of DLL I/O Buffer:             64K\n"
-                          "Maximum DLL I/O Bytes Received:      0K\n\n"
-                          "        0  Total Write Calls\n"
-                          "        0  Total Write I/Os\n"
-                          "        0  Packets To All Zeroes MAC Written\n"
-                          "        0  Packets From All Zeroes MAC Written\n"
-                          "        5  Total Packets Written\n"
-                          "        0  Total Bytes Written\n\n"
-                          "        0  Total Read Calls\n"
-                          "        0  Total Read I/Os\n"
-                          "        0  Internally Handled ARP Packets\n"
-                          "        0  Packets From Ourself\n"
-                          "        0  Total Ignored Packets\n"
-                          "        0  Packets To All Zeroes MAC Read\n"
-                          "        0  Packets From All Zeroes MAC Read\n"
-                          "        0  Total Packets Read\n"
-                          "        0  Total Bytes Read\n\n"
+                          "Maximum DLL I/O Bytes Received:      4K\n\n"
+                          "        1  Total Write Calls\n"
+                          "        2  Total Write I/Os\n"
+                          "       13  Packets To All Zeroes MAC Written\n"
+                          "       15  Packets From All Zeroes MAC Written\n"
+                          "        6  Total Packets Written\n"
+                          "        8  Total Bytes Written\n\n"
+                          "        3  Total Read Calls\n"
+                          "        4  Total Read I/Os\n"
+                          "        9  Internally Handled ARP Packets\n"
+                          "       11  Packets From Ourself\n"
+                          "       10  Total Ignored Packets\n"
+                          "       12  Packets To All Zeroes MAC Read\n"
+                          "       14  Packets From All Zeroes MAC Read\n"
+                          "        5  Total Packets Read\n"
+                          "        7  Total Bytes Read\n\n"
                           "** Interface vnx0 closed... (ip=10.1.2.111, mac=02-00-5E-81-02-6F)\n");
 }
 

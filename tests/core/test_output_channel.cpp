@@ -61,9 +61,13 @@ TEST_F(OutputChannelTest, DropsTextWithoutAViewAndTracesItWithoutACallback) {
     m_channel.Attach();
     EXPECT_EQ(TakeText(), "");
 
+    RegisterDebugOutput(m_library);
+    EXPECT_EQ(m_library.callbacksSet, 1) << "tried once, whatever came of it";
     UnregisterDebugOutput();
     m_library.acceptCallback = false;
     RegisterDebugOutput(m_library);
+    RegisterDebugOutput(m_library);
+    EXPECT_EQ(m_library.callbacksSet, 2);
     std::wstring traced;
     SetTraceSink([&](std::wstring_view line) { traced += line; });
     LogMsg(L"refused %d\n", 7);

@@ -1,9 +1,12 @@
 // The whole engine on the simulated LAN.
 #include <regex>
+#include <semaphore>
+#include <thread>
 
 #include <gmock/gmock.h>
 
 #include "guest/sim_guest.h"
+#include "vnetx/fault_library.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -122,6 +125,78 @@ TEST_F(GuestTest, WhatWasDerivedFollowsTheNextParameters) {
     m_sim.parameters.interface1.adapterMacText = FormatMACAddr(kSimAdapterMac);
     m_sim.Start();
     EXPECT_EQ(m_guest.Interface(0).adapterIp, kSimAdapterIp); // asked of the library by its MAC
+}
+
+TEST_F(GuestTest, AMessageThatAnEarlierRunHasLeftEndsNothing) {
+    m_sim.who.count = 100;
+    m_sim.who.delay = 20;
+    m_sim.Start();
+    ASSERT_TRUE(m_guest.OnTestStartPing());
+    ASSERT_TRUE(m_sim.frontEnd.Pump(m_guest, [&] { return m_guest.Ping().PingsSent() > 1; }));
+    for (const ViewMessage message :
+         {ViewMessage::PingThreadEnded, ViewMessage::PingWaitThreadEnded, ViewMessage::MonitorThreadEnded}) {
+        m_guest.HandleViewMessage(message);
+    }
+    EXPECT_LT(m_guest.Ping().PingsSent(), 100U) << "nothing was waited for";
+    EXPECT_TRUE(m_guest.IsPinging() && m_guest.IsRunning());
+}
+
+TEST_F(GuestTest, AStopEmptiesThePingListAndAnEndDoesNot) {
+    m_sim.Start();
+    m_sim.Ping();
+    EXPECT_EQ(m_guest.Ping().PingsSent(), 3U);
+    m_sim.who.count = 0;
+    ASSERT_TRUE(m_guest.OnTestStartPing());
+    ASSERT_TRUE(m_sim.frontEnd.Pump(m_guest, [&] { return m_guest.Ping().PingsSent() > 3; }));
+    m_guest.OnTestStopPing();
+    EXPECT_EQ(m_guest.Ping().PingsSent(), 0U);
+}
+
+TEST_F(GuestTest, APingThatCannotBeWrittenEndsTheTestWithTheFiguresOfTheOthers) {
+    FaultLibrary library(*m_lan);
+    SimGuest sim(library);
+    sim.who.count = 9;
+    sim.Start();
+    TakeText();
+    library.Inject({.call = LibraryCall::Write, .number = 3});
+    sim.Ping();
+    const std::string text = TakeText();
+    EXPECT_EQ(CountOf(text, "\n***  Ping #3 failed; abort  ***\n\n"), 1) << text;
+    EXPECT_EQ(CountOf(text, "Sending ping #4"), 0) << text;
+    EXPECT_EQ(CountOf(text, "     2 Pings Sent\n"), 1) << text;
+    EXPECT_THAT(text, EndsWith("\n** END PING TEST **\n\n"));
+    EXPECT_TRUE(sim.guest.Ping().Result().writeFailed && sim.guest.Ping().Result().complete);
+}
+
+// Holds an interface back while it comes up.
+class HoldingLibrary final : public ForwardingLibrary {
+public:
+    using ForwardingLibrary::ForwardingLibrary;
+    std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override {
+        if (request == VNETX_SIOCSIFFLAGS) {
+            arrived.release();
+            goOn.acquire();
+        }
+        return Inner().Ioctl(handle, request, record);
+    }
+    std::binary_semaphore arrived{0}, goOn{0};
+};
+
+// In socket-notify mode the thread has no handle yet that it could be woken by.
+TEST_F(GuestTest, AStopIsSeenByAnInterfaceThatIsStillComingUp) {
+    HoldingLibrary library(*m_lan);
+    SimGuest sim(library);
+    sim.guest.Run().socketNotifyMode = true;
+    ASSERT_TRUE(sim.guest.OnStartGuest());
+    library.arrived.acquire();
+    std::thread later([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        library.goOn.release();
+    });
+    sim.guest.StopGuest();
+    later.join();
+    EXPECT_FALSE(sim.guest.IsRunning());
+    EXPECT_EQ(CountOf(TakeText(), "** Interface sim"), 2) << "came up and was closed";
 }
 
 } // namespace

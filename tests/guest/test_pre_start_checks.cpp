@@ -41,7 +41,11 @@ protected:
         m_frontEnd.askParameters = [this](GuestParameters& parameters) {
             parameters.interface1.adapterIpText = L"10.1.2.3";
             parameters.interface1.guestIpText = m_guestIp;
-            parameters.interface2 = {};           // not used
+            parameters.interface2 = {}; // not used
+            if (!m_secondGuestIp.empty()) {
+                parameters.useTwoInterfaces = true;
+                parameters.interface2 = {true, m_secondGuestIp, L"", L"10.1.2.3", L""};
+            }
             return m_frontEnd.offered.size() < 2; // the second time the user gives up
         };
     }
@@ -78,6 +82,7 @@ protected:
     }
 
     std::wstring m_guestIp;
+    std::wstring m_secondGuestIp; // empty: one interface
     QuietTables m_tables; // a host with one address, that forwards packets or does not
     QuietAdapters m_adapters;
     ScriptedFrontEnd m_frontEnd;
@@ -112,6 +117,40 @@ TEST_F(PreStartChecksTest, AskLastWhetherTheGuestIsToPassItselfOffAsItsHost) {
     EXPECT_EQ(Start(false, true, false, {true, true}, L"127.0.0.9"), "DR!");
     EXPECT_EQ(Start(false, true, false, {true, false}, L"127.0.0.9"), "DR");
     EXPECT_EQ(Start(false, false, true, {true, true}, L"10.1.2.3"), "AH!");
+}
+
+TEST_F(PreStartChecksTest, TheSecondInterfaceIsPreparedAndCheckedLikeTheFirst) {
+    m_secondGuestIp = L"10.1.2.112";
+    EXPECT_EQ(Start(false, true, true, {true, true}), "!");
+    m_secondGuestIp = L"10.9.9.8";
+    EXPECT_EQ(Start(false, true, true, {true, true}), "D!");
+    EXPECT_EQ(Start(true, false, true, {true, true}), "C!");
+}
+
+TEST_F(PreStartChecksTest, WhatWasDerivedForOneAdapterIsNotKeptForAnother) {
+    m_tables.AddAddress(Ipv4Address(172, 16, 2, 3), Ipv4Address(255, 255, 0, 0), 2);
+    HostNetwork host({m_tables, m_adapters}, m_library);
+    host.InitGlobals();
+    host.SetDefaultGateway(Ipv4Address(10, 1, 2, 254), MacAddress({2, 0, 0, 0, 0, 1}));
+    MemoryProfile profile;
+    Settings settings(profile);
+    Guest guest(m_library, host, settings, m_frontEnd);
+    for (const auto& [guestIp, adapterIp, mac, broadcast] :
+         {std::tuple{L"10.1.2.111", L"10.1.2.3", std::uint8_t{1}, L"10.1.2.255"},
+          {L"172.16.9.9", L"172.16.2.3", std::uint8_t{2}, L"172.16.255.255"},
+          {L"10.1.2.112", L"10.1.2.3", std::uint8_t{3}, L"10.1.2.255"}}) {
+        m_library.neighbourMac = {2, 0, 0, 0, 0, mac};
+        m_frontEnd.askParameters = [&](GuestParameters& parameters) {
+            parameters.interface1 = {true, guestIp, L"", adapterIp, L""};
+            parameters.interface2 = {};
+            return true;
+        };
+        EXPECT_TRUE(guest.OnStartGuest());
+        guest.StopGuest();
+        EXPECT_EQ(guest.Interface(0).adapterMac, MacAddress({2, 0, 0, 0, 0, mac}));
+        EXPECT_EQ(guest.Interface(0).broadcastText, broadcast);
+        EXPECT_TRUE(guest.Interface(0).inAdapterSubnet);
+    }
 }
 
 } // namespace

@@ -81,7 +81,18 @@ public:
         record->length = length;
         record->kernelBufferSize = 1048577;
         record->ioBufferSize = 65536;
-        record->packetsWritten = 5;
+        // All different, in the record's order.
+        std::int64_t count = 1;
+        for (std::int64_t VnetxStatistics::*const counter :
+             {&VnetxStatistics::writeCalls, &VnetxStatistics::writeIos, &VnetxStatistics::readCalls,
+              &VnetxStatistics::readIos, &VnetxStatistics::packetsRead, &VnetxStatistics::packetsWritten,
+              &VnetxStatistics::bytesRead, &VnetxStatistics::bytesWritten, &VnetxStatistics::internalArps,
+              &VnetxStatistics::ignored, &VnetxStatistics::fromOurself, &VnetxStatistics::toZeroMacRead,
+              &VnetxStatistics::toZeroMacWritten, &VnetxStatistics::fromZeroMacRead,
+              &VnetxStatistics::fromZeroMacWritten}) {
+            record->*counter = count++;
+        }
+        record->maximumBytesReceived = 4096;
         return 0;
     }
     std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override {
@@ -92,7 +103,10 @@ public:
         std::ranges::copy(built, mac);
     }
     const char* GetDefaultIface() override { return defaultInterface.c_str(); }
-    std::int32_t SetDebugOutputFunc(VnetxDebugOutput) override { return acceptCallback ? 1 : 0; }
+    std::int32_t SetDebugOutputFunc(VnetxDebugOutput) override {
+        ++callbacksSet;
+        return acceptCallback ? 1 : 0;
+    }
     void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
                         std::int32_t* build) override {
         *major = *minor = *release = *build = 1;
@@ -113,6 +127,7 @@ public:
     int failOpen = 0;
     int failWrite = 0;
     bool acceptCallback = true;
+    int callbacksSet = 0;
     std::string interfaceName = "vnx0";
     // The MAC and the address of every neighbour; none when empty. The first requests go unanswered.
     std::vector<std::uint8_t> neighbourMac;
