@@ -13,19 +13,25 @@ int Capture::Send(const void* frame, std::uint32_t length, const std::function<b
     if (TrySend(frame, length) == 0) {
         return 0;
     }
-    if (const int code = errno; isPointless && isPointless()) {
-        return Fail(code);
-    }
-    // A full send queue empties itself; anything else is final.
+    // A full send queue empties itself; anything else is final. That there is no carrier the system may say
+    // only some milliseconds after it has refused the first frame.
+    constexpr int kTriesBetweenLooks = 64;
     using Clock = std::chrono::steady_clock;
-    for (const auto end = Clock::now() + std::chrono::milliseconds(100);
-         (errno == EAGAIN || errno == ENOBUFS) && Clock::now() < end;) {
+    const auto end = Clock::now() + std::chrono::milliseconds(100);
+    for (int tries = 0; (errno == EAGAIN || errno == ENOBUFS) && Clock::now() < end; ++tries) {
+        if (const int code = errno; isPointless && tries % kTriesBetweenLooks == 0 && isPointless()) {
+            return Fail(code);
+        }
         std::this_thread::sleep_for(std::chrono::microseconds(50));
         if (TrySend(frame, length) == 0) {
             return 0;
         }
     }
-    return Fail(errno);
+    const int code = errno;
+    if (isPointless && (code == EAGAIN || code == ENOBUFS)) {
+        isPointless();
+    }
+    return Fail(code);
 }
 
 void CloseTogether(std::vector<std::unique_ptr<Capture>> captures) {

@@ -55,7 +55,7 @@ public:
     // negative. Their number, or -1.
     virtual int Dispatch(int count, FrameHandler handler, void* user) = 0;
     // Sends one frame: 0, or -1 with errno. Waits a moment for a full send queue, unless `isPointless`, if
-    // given, says that the queue will not empty itself.
+    // given, says that the queue will not empty itself. It is asked last when the queue stayed full.
     int Send(const void* frame, std::uint32_t length, const std::function<bool()>& isPointless = {});
     // Begins anew, for `guest` from now on; what came before is still to be taken. False with errno.
     virtual bool Restart(MacAddress guest) = 0;

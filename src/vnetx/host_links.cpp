@@ -65,6 +65,11 @@ std::optional<HostLink> FindHostLinkByIndex(std::uint32_t index) {
     return Find([index](const HostLink& link) { return link.index == index; });
 }
 
+bool HostLinkHasCarrier(std::uint32_t index) {
+    const auto link = FindHostLinkByIndex(index);
+    return !link || !link->up || link->carrier;
+}
+
 std::optional<HostLink> FindHostLinkByText(std::string_view name) {
     const std::wstring text = ToWide(name);
     if (const auto address = ParseIPAddress(text)) {

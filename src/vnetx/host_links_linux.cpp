@@ -21,6 +21,10 @@
 namespace vnxtest {
 namespace {
 
+// IFF_LOWER_UP of linux/if.h, which cannot stand beside net/if.h: the carrier itself. IFF_RUNNING follows it
+// by up to a second.
+constexpr unsigned kLowerUp = 1u << 16;
+
 Ipv4Address AddressOf(const sockaddr* address) {
     sockaddr_in inet{};
     std::memcpy(&inet, address, sizeof inet);
@@ -114,7 +118,7 @@ std::vector<HostLink> ListHostLinks() {
                                        packet.sll_addr[3], packet.sll_addr[4], packet.sll_addr[5]});
             }
             link.up = (entry->ifa_flags & IFF_UP) != 0;
-            link.carrier = link.up && (entry->ifa_flags & IFF_RUNNING) != 0;
+            link.carrier = link.up && (entry->ifa_flags & kLowerUp) != 0;
             link.loopback = (entry->ifa_flags & IFF_LOOPBACK) != 0;
             link.mtu = MtuOf(socket.Get(), name);
         } else if (entry->ifa_addr->sa_family == AF_INET) {
@@ -159,33 +163,17 @@ bool IsPortOfAnother(std::uint32_t index) {
     return rtnl_link_get_master(link) != 0;
 }
 
-namespace {
-
-// The flags of an adapter; nullopt with errno ENODEV when it is gone, with another when the system does not
-// tell.
-std::optional<short> FlagsOf(std::uint32_t index) {
+int HostLinkHealth(std::uint32_t index) {
     const Descriptor socket = SocketForRequests();
     ifreq request{};
     request.ifr_ifindex = static_cast<int>(index);
-    if (ioctl(socket.Get(), SIOCGIFNAME, &request) != 0 || ioctl(socket.Get(), SIOCGIFFLAGS, &request) != 0) {
-        return std::nullopt;
-    }
-    return request.ifr_flags;
-}
-
-} // namespace
-
-int HostLinkHealth(std::uint32_t index) {
-    const std::optional<short> flags = FlagsOf(index);
-    if (!flags) {
+    if (ioctl(socket.Get(), SIOCGIFNAME, &request) != 0) {
         return errno == ENODEV ? ENODEV : 0; // a failure to ask is no failure of the adapter
     }
-    return (*flags & IFF_UP) != 0 ? 0 : ENETDOWN;
-}
-
-bool HostLinkHasCarrier(std::uint32_t index) {
-    const std::optional<short> flags = FlagsOf(index);
-    return !flags || (*flags & IFF_UP) == 0 || (*flags & IFF_RUNNING) != 0;
+    if (ioctl(socket.Get(), SIOCGIFFLAGS, &request) != 0) {
+        return errno == ENODEV ? ENODEV : 0; // likewise
+    }
+    return (request.ifr_flags & IFF_UP) != 0 ? 0 : ENETDOWN;
 }
 
 std::optional<Ipv4Address> GatewayTowards(std::uint32_t index, Ipv4Address destination) {

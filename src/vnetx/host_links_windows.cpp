@@ -123,12 +123,6 @@ int HostLinkHealth(std::uint32_t index) {
     return result == NO_ERROR && row.AdminStatus == NET_IF_ADMIN_STATUS_DOWN ? ENETDOWN : 0;
 }
 
-bool HostLinkHasCarrier(std::uint32_t index) {
-    MIB_IF_ROW2 row{};
-    row.InterfaceIndex = index;
-    return GetIfEntry2(&row) != NO_ERROR || row.MediaConnectState != MediaConnectStateDisconnected;
-}
-
 std::optional<Ipv4Address> GatewayTowards(std::uint32_t index, Ipv4Address destination) {
     SOCKADDR_INET target{};
     target.Ipv4.sin_family = AF_INET;
