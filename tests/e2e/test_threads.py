@@ -24,21 +24,20 @@ class Threads(TerminalCase):
             "LD_PRELOAD": module, "FAIL_THREAD": str(first), "FAIL_THREAD_LAST": str(last), "FAIL_THREAD_MARK": str(mark),
             "XDG_CONFIG_HOME": str(self.folder)})
         guest.status = guest.wait_end(20)
-        return guest if mark.exists() else None
+        return guest if mark.stat().st_size else None
 
     def assert_told(self, guest):
         text = guest.text()
         self.assertRegex(guest.errors(), "(?s)^vnxtest-cli: .*" + CAUSE, guest.story())
-        if "A thread to write with" in guest.errors():
-            return  # no document to look into
+        if re.search(r"pthread_create failed; " + CAUSE, guest.errors()):
+            return  # none for interrupts or for the document: that is all that was begun
         self.assertRegex(guest.errors(), "^vnxtest-cli: The (guest|ping test) ", guest.story())
         self.assertRegex(text, rf"(?m)^\*\* .*{CAUSE}$", guest.story())
         self.assertEqual(text.count(" enabled/up..."), text.count(" closed... (ip="), guest.story())
 
     @timeout(300)
     def test_one_thread_of_a_run(self):
-        """But for the one that watches for an interrupt, and the watcher of a ping test, which is tried again."""
-        refused = []
+        """But for the watcher of a ping test, which is tried again, each one ends the run."""
         for command in (RUN, (*RUN, *TWO), PING, (*PING, *TWO)):
             told = 0
             for number in range(1, 100):
@@ -52,14 +51,14 @@ class Threads(TerminalCase):
                         self.assert_told(guest)
                     elif command[0] == "ping":
                         self.assertEqual(ping_statistics(guest.text())["received"], 2, guest.story())
-            refused.append((told, number - 1))
-        # Interrupts, then an interface's monitor thread and socket watcher; a ping test's sender and its watcher.
-        self.assertEqual(refused, [(1, 2), (4, 5), (2, 4), (5, 7)])
+            self.assertEqual(told, number - (2 if command[0] == "ping" else 1))
+            # Interrupts and the document; an interface's monitor thread, a test's sender and watcher.
+            self.assertGreaterEqual(number - 1, 5 if command[0] == "ping" else 3)
 
     @timeout(300)
     def test_no_thread_from_some_moment_on(self):
         for command in (RUN, (*RUN, *TWO), PING, (*PING, *TWO)):
-            for number in range(2, 100):
+            for number in range(1, 100):
                 with self.subTest(command=command, number=number):
                     guest = self.go_without(command, number, 10**6)
                     if guest is None:
