@@ -83,7 +83,7 @@ protected:
 
     std::wstring m_guestIp;
     std::wstring m_secondGuestIp; // empty: one interface
-    QuietTables m_tables; // a host with one address, that forwards packets or does not
+    QuietTables m_tables;         // a host with one address, that forwards packets or does not
     QuietAdapters m_adapters;
     ScriptedFrontEnd m_frontEnd;
 };
