@@ -102,6 +102,7 @@ Json InterfaceJson(const INTERFACE_INFO& info, std::size_t index) {
              {"rarp", info.counters.rarpRequestsAnswered.load()},
          }},
         {"ignored", std::move(ignored)},
+        {"droppedByDriver", info.droppedByDriver ? Json(*info.droppedByDriver) : Json()},
         {"statistics", info.statisticsValid ? StatisticsJson(info.statistics) : Json()},
     };
 }

@@ -247,7 +247,7 @@ Options CheckValues(const CLI::App& app, const Raw& raw, Command command) {
     if (!raw.duration.empty()) {
         options.duration = ParseSecondsOption("--duration", raw.duration);
     }
-    if (const auto size = Number("--driver-buffer", raw.driverBuffer, 64, 16384, "Kbytes")) {
+    if (const auto size = Number("--driver-buffer", raw.driverBuffer, 64, kLargestDriverBuffer, "Kbytes")) {
         options.driverBufferSize = *size * kKilo;
     }
     if (const auto size = Number("--dll-buffer", raw.dllBuffer, 16, 1024, "Kbytes")) {

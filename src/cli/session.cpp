@@ -436,9 +436,30 @@ int Session::ListAdapters() {
     return Finish(kExitSuccess);
 }
 
+// What was not read was lost on this machine and not on the way.
+void Session::TellDroppedFrames() {
+    for (int index = 0; index < InterfacesWanted(); ++index) {
+        const INTERFACE_INFO& info = m_guest->Interface(index);
+        const std::uint64_t dropped = info.droppedByDriver.value_or(0);
+        if (dropped == 0) {
+            continue;
+        }
+        const std::uint32_t size = info.statistics.kernelBufferSize / 1024;
+        std::wstring text = Sprintf(L"note: %d frames for interface %d were dropped unread, for the driver's "
+                                    L"buffer of %uK was full. A ping that was lost may be among them.",
+                                    dropped, index + 1, size);
+        if (size < kLargestDriverBuffer) {
+            text += Sprintf(L" A larger buffer holds more: --driver-buffer %u.",
+                            std::min(size * 4, kLargestDriverBuffer));
+        }
+        Complain(text);
+    }
+}
+
 void Session::StopGuest() {
     m_guest->StopGuest();
     Drain();
+    TellDroppedFrames();
 }
 
 void Session::Drain() {

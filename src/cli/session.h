@@ -73,6 +73,7 @@ private:
     bool WasInterrupted();
     std::optional<Moment> DurationFromNow() const;
     void StopGuest();
+    void TellDroppedFrames();
     void Drain();
     void TellProfileProblem();
     std::wstring DescribeStoppedGuest() const;

@@ -26,6 +26,7 @@ void INTERFACE_INFO::Reset() {
     counters.Clear();
     statistics = {};
     statisticsValid = false;
+    droppedByDriver.reset();
 }
 
 ReplyScope ReplyScopeOf(INTERFACE_INFO& info) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "packets/reply_scope.h"
@@ -69,6 +70,8 @@ struct INTERFACE_INFO {
     PacketCounters counters;
     VnetxStatistics statistics{}; // of the last run, once its monitor thread has ended
     bool statisticsValid = false;
+    // Likewise: frames that the library's driver dropped unread, where the library tells.
+    std::optional<std::uint64_t> droppedByDriver;
 
     // Back to the empty state: TUN mode, no texts, no addresses. Not for an open interface.
     void Reset();

@@ -180,6 +180,7 @@ std::int32_t InterfaceCreator::Run() {
     }
     m_info.counters.Clear();
     m_info.statisticsValid = false;
+    m_info.droppedByDriver.reset();
     if (!OpenDevice()) {
         RestoreSavedErrors();
         m_info.handle = -1;
@@ -210,6 +211,7 @@ void ReportStatisticsAndClose(INTERFACE_INFO& info, VnetxLibrary& library) {
     statistics.length = sizeof statistics;
     info.statisticsValid = Verify(library.GetStats(handle, &statistics) == 0);
     info.statistics = statistics;
+    info.droppedByDriver = library.DroppedByDriver(handle);
     const std::wstring text =
         Sprintf(L"*** Statistics for Interface %s:\n\n"
                 L"Size of Kernel Capture Buffer:   %5uK\n"

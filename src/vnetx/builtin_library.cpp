@@ -91,6 +91,11 @@ std::int32_t BuiltinLibrary::GetStats(std::int32_t handle, VnetxStatistics* reco
     return pin ? pin->GetStats(record) : Fail(EBADF);
 }
 
+std::optional<std::uint64_t> BuiltinLibrary::DroppedByDriver(std::int32_t handle) {
+    const auto pin = m_handles.Find(handle);
+    return pin ? pin->DroppedByDriver() : std::nullopt;
+}
+
 std::uint16_t BuiltinLibrary::CalcInetChecksum(const void* bytes, std::uint32_t length) {
     return InetChecksum(bytes, length);
 }

@@ -37,6 +37,7 @@ public:
                         std::int32_t* build) override;
     const char* VersionString() override { return kBuiltinVersionText; }
     const char* CopyrightString() override { return kBuiltinCopyright; }
+    std::optional<std::uint64_t> DroppedByDriver(std::int32_t handle) override;
     std::wstring ModuleName() const override { return m_moduleName; }
     std::wstring ModulePath() const override { return {}; }
 

@@ -40,6 +40,9 @@ public:
     }
     const char* VersionString() override { return m_inner.VersionString(); }
     const char* CopyrightString() override { return m_inner.CopyrightString(); }
+    std::optional<std::uint64_t> DroppedByDriver(std::int32_t handle) override {
+        return m_inner.DroppedByDriver(handle);
+    }
     std::wstring ModuleName() const override { return m_inner.ModuleName(); }
     std::wstring ModulePath() const override { return m_inner.ModulePath(); }
     std::wstring WhyNotThePackage() const override { return m_inner.WhyNotThePackage(); }

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -40,6 +41,10 @@ public:
                                 std::int32_t* build) = 0;
     virtual const char* VersionString() = 0;
     virtual const char* CopyrightString() = 0;
+
+    // How many frames for the open interface the driver has dropped unread, for its buffer was full. It is no
+    // operation of the contract: nullopt when the library does not tell.
+    virtual std::optional<std::uint64_t> DroppedByDriver(std::int32_t) { return std::nullopt; }
 
     // What the report calls the library: the module's file name, or "built-in pcap" and the like.
     virtual std::wstring ModuleName() const = 0;

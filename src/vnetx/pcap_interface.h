@@ -52,6 +52,10 @@ public:
     // Before anything else: gets hold of the adapter. 0 or an errno value (privilege, adapter down).
     int Open();
 
+    std::optional<std::uint64_t> DroppedByDriver() override {
+        return IsUp() ? m_capture->Dropped() : std::nullopt;
+    }
+
 private:
     int Attach(InterfaceMode mode, std::string& name) override;
     int BringUp() override;

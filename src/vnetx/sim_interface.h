@@ -18,6 +18,10 @@ public:
                  const std::atomic<VnetxDebugOutput>& debugSink);
     ~SimInterface() override;
 
+    std::optional<std::uint64_t> DroppedByDriver() override {
+        return m_network->Counters(m_port->Order()).overflowed;
+    }
+
 private:
     int Attach(InterfaceMode mode, std::string& name) override;
     int BringUp() override;

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include <netlink/route/link.h>
 #include <unistd.h>
 
 #include "vnetx/adapter_watch.h"
@@ -11,6 +12,7 @@
 #include "vnetx/builtin_library.h"
 #include "vnetx/failure.h"
 #include "vnetx/host_links.h"
+#include "vnetx/route_netlink_linux.h"
 #include "vnetx/tun_device_linux.h"
 #include "vnetx/wire_format.h"
 
@@ -28,6 +30,19 @@ public:
         : VirtualInterface(std::move(gate), socketNotify, debugSink), m_adapterIndex(adapter.index),
           m_adapterName(adapter.captureName), m_adapter(adapter) {}
     ~TunInterface() override { Gate().StopWatching(); }
+
+    // The kernel counts as sent in vain what finds the device's queue full.
+    std::optional<std::uint64_t> DroppedByDriver() override {
+        const RouteNetlink socket = ConnectRouteNetlink();
+        rtnl_link* link = nullptr;
+        if (!socket ||
+            rtnl_link_get_kernel(socket.get(), static_cast<int>(m_device.Index()), nullptr, &link) < 0) {
+            return std::nullopt;
+        }
+        const std::uint64_t dropped = rtnl_link_get_stat(link, RTNL_LINK_TX_DROPPED);
+        rtnl_link_put(link);
+        return dropped;
+    }
 
 private:
     int Attach(InterfaceMode mode, std::string& name) override {

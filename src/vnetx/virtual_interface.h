@@ -65,6 +65,9 @@ public:
     std::int32_t Write(const void* frame, std::uint32_t length);
     std::int32_t GetStats(VnetxStatistics* record);
 
+    // Frames that the driver has dropped for want of room; nullopt when it does not tell. Any thread.
+    virtual std::optional<std::uint64_t> DroppedByDriver() = 0;
+
     // Ends a waiting read for good.
     void Interrupt() { m_gate->Interrupt(); }
 

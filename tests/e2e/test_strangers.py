@@ -1,10 +1,12 @@
 """Frames that a stranger on the wire has forged: they cost their sender something, and nobody else."""
 
 import json
+import signal
 import time
 
 import frames
 from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase, interface_statistics
+from lab.network import why_no_tun_device
 
 
 def request(source, source_mac, destination_mac=GUEST_MAC):
@@ -72,6 +74,29 @@ class Strangers(NetworkCase):
                 else:
                     self.assertEqual(guest.stop()[0], 0, guest.story())
                 self.end_station(station)
+
+    def test_what_was_not_read_is_told(self):
+        """A reader that is away for a while: what its driver's buffer did not hold stands in the results and in a note."""
+        for library in ("pcap", "tun", "sim"):
+            if library == "tun" and why_no_tun_device():
+                continue
+            with self.subTest(library=library):
+                options = dict(gateway=None) if library != "pcap" else {}
+                if library == "sim":
+                    options |= dict(adapter="198.18.0.1", guest_ip="198.18.0.111")
+                guest = self.run_with_results("tun", "--proceed", "--driver-buffer", 64, library=library, **options)
+                if library != "sim":
+                    namespace = self.peer if library == "pcap" else self.host
+                    self.assert_pinged(namespace, GUEST_IP, 2, "-i", "0.05")
+                    guest.send_signal(signal.SIGSTOP)
+                    namespace.run("ping", "-M", "dont", "-q", "-f", "-c", 2000, "-l", 2000, "-s", 1000, "-W", 0.1, GUEST_IP)
+                    guest.send_signal(signal.SIGCONT)
+                    self.assert_pinged(namespace, GUEST_IP, 2, "-i", "0.05")
+                told = self.told(guest)
+                dropped = told["droppedByDriver"]
+                self.assertIn(dropped, range(1000, 2000) if library != "sim" else [0], guest.story())
+                note = f"note: {dropped} frames for interface 1 were dropped unread, for the driver's buffer of 64K was full."
+                self.assertEqual((note in guest.errors(), "--driver-buffer 256." in guest.errors()), (dropped > 0,) * 2)
 
     def test_a_forged_sender_does_not_turn_the_guests_own_pings_aside(self):
         responder = self.respond(mac="02:77:00:00:00:50")

@@ -23,7 +23,7 @@ FIELDS = ("version program library whyNotThePackage command exitStatus problem p
           "complete writeFailed target targetIp size count timeoutMs delayMs statistics pings",
           "sent received timeouts duplicates lost lossPercent minimumMs maximumMs averageMs",
           "number sequence sentMs replies timeMs timedOut lateMs",
-          "interface name mode guestIp guestMac adapterIp adapterMac answered ignored statistics", "echo arp rarp",
+          "interface name mode guestIp guestMac adapterIp adapterMac answered ignored droppedByDriver statistics", "echo arp rarp",
           "Unknown packet|Too tiny|Fragmented|Bad IP hdr version|Bad IP hdr length|Not ICMP|Not ping|Bad ICMP code|"
           "Bad IP hdr checksum|Bad ICMP checksum|Not reply for us|Not ping for us".replace("|", " "),
           "length kernelBufferSize ioBufferSize maximumBytesReceived writeCalls writeIos readCalls readIos packetsRead "
