@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <ctime>
+#include <shared_mutex>
 
 #include "platform/local_time.h"
 #include "wrenlib/errors.h"
@@ -19,6 +20,9 @@ std::atomic<OutputChannel*> g_outputView{nullptr};
 std::atomic<bool> g_callbackRegistered{false};
 bool g_registrationTried = false;
 constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
+// The library goes on to have the callback after the registration has ended, for there is no way to take it
+// back: it then does nothing.
+std::shared_mutex g_callbackLock;
 
 // "hh:mm:ss.mmm " of now. Only the milliseconds change within a second, so the rest is kept per
 // thread: the conversion to local time costs more than a whole line otherwise.
@@ -167,18 +171,26 @@ bool IsDebugOutputRefused() {
 }
 
 void UnregisterDebugOutput() {
+    const std::lock_guard lock(g_callbackLock); // whoever is in the callback leaves it first
     g_registrationTried = false;
     g_callbackRegistered = false;
 }
 
-void DebugOutputCallback(const char* text, ...) {
+void DebugOutputCallback(const char* text, ...) noexcept {
     if (text == nullptr) {
         return;
     }
     const ErrorKeeper keeper;
-    std::wstring lines = ToWide(text);
-    MakeLinesVisible(lines);
-    QueueText(ToUtf8(lines));
+    try {
+        const std::shared_lock lock(g_callbackLock);
+        if (g_callbackRegistered.load(std::memory_order_acquire)) {
+            std::wstring lines = ToWide(text);
+            MakeLinesVisible(lines);
+            QueueText(ToUtf8(lines));
+        }
+    } catch (...) {
+        // Foreign code is below: it knows of no exceptions. The line is lost, there is no room for it.
+    }
 }
 
 void LogMsgV(std::wstring_view format, WideFormatArgs args) {

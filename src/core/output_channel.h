@@ -75,11 +75,11 @@ void RegisterDebugOutput(VnetxLibrary& library);
 bool IsDebugOutputRefused();
 
 // Forgets the registration at the end of a library's life, so that the next one can be registered
-// with. No other thread may be writing.
+// with. What the library says from then on is dropped; none of it is under way any more.
 void UnregisterDebugOutput();
 
 // The callback itself: `text` narrow, NUL-terminated, further arguments ignored. Any thread.
-void DebugOutputCallback(const char* text, ...);
+void DebugOutputCallback(const char* text, ...) noexcept;
 
 // Splits `text` (UTF-8) into lines, each stamped with `stamp` ("hh:mm:ss.mmm "), trimmed of blanks
 // at both ends and ended by one "\n", and appends them to `lines`. A text that ends in "\n\n" yields

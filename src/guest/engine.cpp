@@ -11,9 +11,6 @@ std::unique_ptr<Profile> OpenGuestProfile(std::wstring_view libraryName) {
 
 Engine::~Engine() {
     EndGuest();
-    if (m_library) {
-        m_library->SetDebugOutputFunc(nullptr);
-    }
     UnregisterDebugOutput();
 }
 

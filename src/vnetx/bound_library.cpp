@@ -31,7 +31,6 @@ class BoundLibrary final : public VnetxLibrary {
 public:
     BoundLibrary(std::unique_ptr<SharedObject> module, const Operations& operations, const std::wstring& path)
         : m_module(std::move(module)), m_operations(operations), m_path(path) {}
-    ~BoundLibrary() override { m_operations.setDebugOutput(nullptr); }
 
     std::int32_t Open(const char* name, std::int32_t flags) override {
         const std::int32_t handle = m_operations.open(name, flags);
@@ -62,7 +61,7 @@ public:
     }
     const char* GetDefaultIface() override { return m_operations.getDefaultIface(); }
     std::int32_t SetDebugOutputFunc(VnetxDebugOutput callback) override {
-        return m_operations.setDebugOutput(callback);
+        return callback ? m_operations.setDebugOutput(callback) : 0; // null is no part of the contract
     }
     void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
                         std::int32_t* build) override {

@@ -35,7 +35,8 @@ public:
     virtual void BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) = 0;
     // The MAC address, in text, of the adapter the library uses by default; empty when it has none.
     virtual const char* GetDefaultIface() = 0;
-    // Non-zero when accepted. A null callback ends the output.
+    // Non-zero when accepted. There is no end to it: the callback must be there as long as the library is. A
+    // built-in library takes null for an end; one from a file is never given it.
     virtual std::int32_t SetDebugOutputFunc(VnetxDebugOutput callback) = 0;
     virtual void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
                                 std::int32_t* build) = 0;

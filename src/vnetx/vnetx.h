@@ -79,12 +79,12 @@ typedef struct VnetxHardwareAddress {
 typedef struct VnetxInterfaceRequest {
     char name[VNETX_NAME_SIZE]; /* at most 15 characters and a NUL */
     union {
-        uint16_t flags; /* TUNSETIFF, SIOCSIFFLAGS */
-        uint32_t value; /* TUNSETDEBUG, VNXSDEVBUFF, VNXSIOBUFF (bytes), VNXSTIMEOUT (milliseconds) */
-        uint32_t mtu;   /* SIOCSIFMTU */
+        uint8_t bytes[16]; /* first, so that an initialiser without a value zeroes all of it */
+        uint16_t flags;    /* TUNSETIFF, SIOCSIFFLAGS */
+        uint32_t value;    /* TUNSETDEBUG, VNXSDEVBUFF, VNXSIOBUFF (bytes), VNXSTIMEOUT (milliseconds) */
+        uint32_t mtu;      /* SIOCSIFMTU */
         VnetxInetAddress inet;
         VnetxHardwareAddress hardware;
-        uint8_t bytes[16];
     } u;
 } VnetxInterfaceRequest;
 
@@ -125,7 +125,8 @@ typedef struct VnetxStatistics {
 
 /*
  * The function that receives the library's debug output: one text, which may hold several lines.
- * It may be called on any thread of the library; further arguments are ignored.
+ * It may be called on any thread of the library, as long as that is loaded; further arguments are ignored.
+ * It is never null, and throws nothing.
  */
 typedef void (*VnetxDebugOutput)(const char* text, ...);
 
@@ -151,6 +152,7 @@ typedef const char* (*VnetxTextFunction)(void);
 } /* extern "C" */
 
 static_assert(sizeof(VnetxInterfaceRequest) == 32);
+static_assert(VnetxInterfaceRequest{}.u.bytes[15] == 0); /* the language zeroes the first member only */
 static_assert(offsetof(VnetxInterfaceRequest, u) == 16);
 static_assert(offsetof(VnetxInterfaceRequest, u.inet.address) == 20);
 static_assert(offsetof(VnetxInterfaceRequest, u.hardware.mac) == 18);

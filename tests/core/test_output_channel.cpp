@@ -77,6 +77,22 @@ TEST_F(OutputChannelTest, DropsTextWithoutAViewAndTracesItWithoutACallback) {
     EXPECT_EQ(TakeText(), "");
 }
 
+TEST_F(OutputChannelTest, ForeignCodeMeetsNoExceptionAndNobodyAfterTheEnd) {
+    struct FailingView : ViewPort {
+        void PostViewMessage(ViewMessage) override { throw std::bad_alloc(); }
+    } failing;
+    m_channel.Detach();
+    {
+        OutputChannel channel(failing);
+        channel.Attach();
+        EXPECT_NO_THROW(DebugOutputCallback("too much\n"));
+    }
+    m_channel.Attach();
+    UnregisterDebugOutput();
+    DebugOutputCallback("too late\n");
+    EXPECT_EQ(TakeText(), "");
+}
+
 TEST_F(OutputChannelTest, AssertionLineNamesFileAndLine) {
     EXPECT_TRUE(Verify(true));
     EXPECT_FALSE(Verify(false));

@@ -102,6 +102,19 @@ TEST_F(Binding, ARefusedChoiceOfTheSharedLibraryIsToldAndOpensNothing) {
     EXPECT_EQ(ErrorOf(library->Open("198.18.0.1", VNETX_OPEN_READ_WRITE)), EINVAL);
 }
 
+#ifndef _WIN32
+TEST_F(Binding, ALibraryIsNeverGivenANullCallback) {
+    DebugText::Take();
+    {
+        const auto library = Open(L"Strict64UD.so");
+        ASSERT_TRUE(library) << ToUtf8(m_error);
+        EXPECT_EQ(library->SetDebugOutputFunc(&DebugText::Collect), 1);
+        EXPECT_EQ(library->SetDebugOutputFunc(nullptr), 0);
+    } // it would abort
+    EXPECT_EQ(DebugText::Take(), "taken\n");
+}
+#endif
+
 TEST_F(Binding, WhatCannotBeBoundIsSaidInWordsAndNotReplacedByAnotherLibrary) {
     EXPECT_THAT(Refusal(kLackingLibraryName),
                 AllOf(HasSubstr(L"vnetx32_get_stats, vnetx32_copyright_string"),
