@@ -13,26 +13,33 @@ VnetxArpRequest NewRequest() {
     return request;
 }
 
-// Under addressLock. A failure is silent: the address stays missing and is asked for again.
-void AskForMissingAddresses(INTERFACE_INFO& info, VnetxLibrary& library) {
-    if (info.adapterMac.IsZero()) {
+struct AdapterAddresses {
+    Ipv4Address ip;
+    MacAddress mac;
+};
+
+// Asks for what is missing. A failure is silent: the address stays missing and is asked for again. It may
+// take as long as an exchange on the wire does, so nobody who needs the lock is to wait for it.
+AdapterAddresses AskForMissing(AdapterAddresses known, std::int32_t handle, VnetxLibrary& library) {
+    if (known.mac.IsZero()) {
         VnetxArpRequest request = NewRequest();
-        std::memcpy(request.protocolAddress, info.adapterIp.Bytes().data(), 4);
-        if (library.Ioctl(info.handle, VNETX_SIOCGARP, &request) == 0) {
+        std::memcpy(request.protocolAddress, known.ip.Bytes().data(), 4);
+        if (library.Ioctl(handle, VNETX_SIOCGARP, &request) == 0) {
             std::array<std::uint8_t, 6> bytes{};
             std::memcpy(bytes.data(), request.hardwareAddress, bytes.size());
-            info.adapterMac = MacAddress(bytes);
+            known.mac = MacAddress(bytes);
         }
     }
-    if (info.adapterIp.IsZero()) {
+    if (known.ip.IsZero()) {
         VnetxArpRequest request = NewRequest();
-        std::memcpy(request.hardwareAddress, info.adapterMac.Bytes().data(), 6);
-        if (library.Ioctl(info.handle, VNETX_SIOCGRARP, &request) == 0) {
+        std::memcpy(request.hardwareAddress, known.mac.Bytes().data(), 6);
+        if (library.Ioctl(handle, VNETX_SIOCGRARP, &request) == 0) {
             std::array<std::uint8_t, 4> bytes{};
             std::memcpy(bytes.data(), request.protocolAddress, bytes.size());
-            info.adapterIp = Ipv4Address(bytes);
+            known.ip = Ipv4Address(bytes);
         }
     }
+    return known;
 }
 
 } // namespace
@@ -41,12 +48,20 @@ void RefreshAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host) {
     if (info.addressesKnown.load(std::memory_order_acquire)) {
         return;
     }
+    AdapterAddresses addresses;
+    {
+        const std::lock_guard lock(info.addressLock);
+        addresses = {info.adapterIp, info.adapterMac};
+    }
+    addresses = AskForMissing(addresses, info.handle, host.Library());
+    const Ipv4Address netMask = host.GetHostMaskByIP(addresses.ip);
     const std::lock_guard lock(info.addressLock);
     if (info.addressesKnown.load(std::memory_order_relaxed)) {
         return; // another thread was faster
     }
-    AskForMissingAddresses(info, host.Library());
-    info.netMask = host.GetHostMaskByIP(info.adapterIp);
+    info.adapterIp = addresses.ip;
+    info.adapterMac = addresses.mac;
+    info.netMask = netMask;
     if (!info.adapterMac.IsZero() && !info.adapterIp.IsZero()) {
         info.addressesKnown.store(true, std::memory_order_release);
     }

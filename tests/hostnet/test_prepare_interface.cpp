@@ -75,5 +75,20 @@ TEST_F(PrepareInterfaceTest, WhatTheLibraryDoesNotKnowIsAskedForAgainByTwoWriter
     EXPECT_EQ(library.lastArp.first, 5) << "the handle as it stands";
 }
 
+TEST_F(PrepareInterfaceTest, NobodyWhoNeedsTheLockWaitsForAnAnswer) {
+    bool isFree = false;
+    library.onArpRequest = [&] {
+        std::thread([&] {
+            isFree = info.addressLock.try_lock();
+            if (isFree) {
+                info.addressLock.unlock();
+            }
+        }).join();
+    };
+    PrepareInterface(info, network);
+    EXPECT_TRUE(isFree) << "a stop needs it";
+    EXPECT_EQ(info.adapterMac, kMacA);
+}
+
 } // namespace
 } // namespace vnxtest

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -41,6 +42,10 @@ public:
     std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override {
         if (request == VNETX_SIOCGARP || request == VNETX_SIOCGRARP) {
             auto* const arp = static_cast<VnetxArpRequest*>(record);
+            if (onArpRequest) {
+                onArpRequest();
+            }
+            const std::lock_guard lock(m_lock);
             arpRequests.push_back(request);
             lastArp = {handle, *arp};
             if (neighbourMac.empty() || arpRequests.size() <= silentArpRequests) {
@@ -133,6 +138,7 @@ public:
     std::vector<std::uint8_t> neighbourMac;
     Ipv4Address neighbourIp;
     std::size_t silentArpRequests = 0;
+    std::function<void()> onArpRequest; // while one is under way
     std::string defaultInterface;
 
     std::string openedName;
