@@ -1,11 +1,15 @@
 """Frames that a stranger on the wire has forged: they cost their sender something, and nobody else."""
 
 import json
+import os
+import random
+import re
 import signal
+import threading
 import time
 
 import frames
-from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase, interface_statistics
+from cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, alone, interface_statistics, timeout
 from lab.network import why_no_tun_device
 
 
@@ -136,3 +140,88 @@ class Strangers(NetworkCase):
                 self.assertEqual(len(written), 3 + arps)
                 self.assertEqual(told["statistics"]["ignored"], 2 * len(impossible) + 2 * len(nobody))
                 self.end_station(station)
+
+    @alone
+    @timeout(240)
+    def test_a_flood_of_forged_frames_of_many_kinds(self):
+        """A kernel's ping beside it loses no more than when a kernel answers under the same flood; memory stays as it is."""
+        guests = [(None, HOST_IP, self.host.mac_of("adapter"))] + [(mode, GUEST_IP, GUEST_MAC) for mode in ("tap", "tun")]
+        lost = {}
+        for mode, address, destination_mac in guests:
+            if mode:
+                with open(os.devnull, "wb") as nowhere:
+                    self.results = self.scratch() / "results.json"
+                    guest = self.start(*self.arguments(["run"], mode), "--json", self.results, namespace=self.host,
+                                       output=nowhere)
+                answers = any(self.peer.run("ping", "-M", "dont", "-c", 1, "-W", 1, address).returncode == 0 for _ in range(20))
+                self.assertTrue(answers, guest.errors())
+            with Flood(self.peer, many_kinds(address, destination_mac)) as flood:
+                sizes = [guest.memory()] if mode else []
+                done = self.peer.run("ping", "-M", "dont", "-n", "-q", "-i", "0.01", "-c", PINGS, "-W", "1", address)
+                sizes += [guest.memory()] if mode else []
+            received = int(re.search(r"(\d+) received", done.stdout)[1])
+            lost[mode] = PINGS - received
+            print(f"{mode or 'kernel'}: {flood.sent} frames in {flood.seconds:.1f} s, {lost[mode]} of {PINGS} pings lost, "
+                  f"{sizes} KiB resident before and after")
+            if mode:
+                self.assertLess(sizes[1] - sizes[0], 2048, "KiB")
+                self.assertLessEqual(lost[mode], lost[None] + PINGS * 2 // 100, guest.errors())
+                told = self.told(guest)
+                self.assertGreater(told["statistics"]["packetsRead"], flood.sent // 2, "it was read at all")
+
+
+PINGS = 300
+
+
+def many_kinds(address, destination_mac, seed=1):
+    """Requests from silent neighbours, from everywhere, and from where nobody can be; ARP; other types; noise."""
+    random_one = random.Random(seed)
+
+    def one(kind):
+        source_mac = "02:aa:" + random_one.randbytes(4).hex(":")
+        neighbour = f"10.77.0.{random_one.randrange(120, 250)}"
+        anybody = f"{random_one.randrange(11, 126)}.{random_one.randrange(256)}.{random_one.randrange(256)}.9"
+        nobody = random_one.choice(("255.255.255.255", "10.77.0.255", "224.0.0.1", "127.0.0.1", address))
+        if kind < 3:
+            source = (neighbour, anybody, nobody)[kind]
+            return frames.build_echo(frames.Echo(source_mac, destination_mac, source, address, 0, 64, frames.ECHO_REQUEST, 7, 7,
+                                                 bytes(32)))
+        if kind < 5:
+            question = frames.arp(1, source_mac, neighbour, frames.NO_MAC, (address, "10.77.0.99")[kind - 3])
+            return frames.ethernet(frames.BROADCAST, source_mac, frames.ARP, question)
+        payload = (bytes(60), frames.ipv4(anybody, address, bytes(40), protocol=17), random_one.randbytes(60))[kind - 5]
+        return frames.ethernet(destination_mac, source_mac, 0x86DD if kind == 5 else frames.IPV4, payload)
+
+    return [one(number % 8) for number in range(4000)]
+
+
+class Flood:
+    """Sends the frames, over and over, at a rate that a busy machine can keep up."""
+
+    RATE = 10_000
+
+    def __init__(self, namespace, forged):
+        self._socket = namespace.packet_socket("far")
+        self._frames = forged
+        self._ending = threading.Event()
+        self._thread = threading.Thread(target=self._send, daemon=True)
+        self.sent = 0
+
+    def __enter__(self):
+        self._started = time.monotonic()
+        self._thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self._ending.set()
+        self._thread.join()
+        self._socket.close()
+        self.seconds = time.monotonic() - self._started
+
+    def _send(self):
+        while not self._ending.is_set():
+            due = min(int((time.monotonic() - self._started) * self.RATE), self.sent + 2000)
+            while self.sent < due:
+                self._socket.send(self._frames[self.sent % len(self._frames)])
+                self.sent += 1
+            time.sleep(0.002)
