@@ -261,8 +261,8 @@ bool EntryFields::Insert(int field, const wxString& digits) {
     return true;
 }
 
-// The toolkit sets the caret once more behind the event of a key: the text is selected after that, or before the
-// next key if it is faster.
+// The toolkit sets the caret once more behind the event of a key: the text is selected after that, or before
+// the next key if it is faster.
 void EntryFields::Refuse(int field) {
     RefuseIpField(m_control, field);
     m_typedOver = field;

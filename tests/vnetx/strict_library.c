@@ -14,9 +14,9 @@ EXPORT int32_t vnetx32_set_debug_output_func(VnetxDebugOutput callback) {
 }
 
 /* Every other operation: nothing is opened, so nothing works. */
-#define REFUSED(name) \
-    EXPORT int32_t vnetx32_##name(void) { \
-        return -1; \
+#define REFUSED(name)                                                                                        \
+    EXPORT int32_t vnetx32_##name(void) {                                                                    \
+        return -1;                                                                                           \
     }
 REFUSED(open)
 REFUSED(close)
