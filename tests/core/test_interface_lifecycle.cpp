@@ -48,6 +48,7 @@ TEST_F(InterfaceLifecycleTest, ConfiguresStepByStep) {
     EXPECT_EQ(Record(VNETX_TUNSETDEBUG).u.value, 0x80008080U);
     EXPECT_EQ(Record(VNETX_TUNSETIFF).u.flags, 0x1001U);
     EXPECT_EQ(Record(VNETX_SIOCSIFNETMASK).u.inet.address[3], 0);
+    EXPECT_EQ(Record(VNETX_SIOCSIFHWADDR).u.hardware.family, VNETX_ARPHRD_ETHER);
     EXPECT_EQ(Record(VNETX_VNXSTIMEOUT).u.value, 250U);
     EXPECT_EQ(Record(VNETX_VNXSDEVBUFF).u.value, 1048576U);
     EXPECT_EQ(Record(VNETX_VNXSIOBUFF).u.value, 65536U);
@@ -73,6 +74,10 @@ TEST_F(InterfaceLifecycleTest, FollowsModesAndMissingTexts) {
     EXPECT_EQ(Record(VNETX_SIOCSIFNETMASK).u.inet.address[3], 255);
     EXPECT_EQ(m_library.requests.back().record.u.flags, 5U);
     EXPECT_EQ(FormatMACAddr(m_info.guestMac), L"02-00-00-00-00-09");
+    EXPECT_THAT(TakeText(), ::testing::Not(HasSubstr("Assertion Failed")));
+    m_library.hardwareFamily = VNETX_AF_INET;
+    EXPECT_EQ(Create(), 3);
+    EXPECT_THAT(TakeText(), HasSubstr("** Assertion Failed **\n")) << "no MAC address of an Ethernet";
 }
 
 // Each single failure: tests/guest/test_faults.cpp.

@@ -93,7 +93,11 @@ TEST_F(ReceivePathTest, GoesOnWithALengthThatDoesNotFitAndWithBitsThatMeanNothin
     // length beyond what came, and one below the headers, read nothing that is not there.
     Frame padded = EchoPacket(8);
     padded.resize(46);
+    std::fill(padded.begin() + 32, padded.end(), std::uint8_t{'p'});
     EXPECT_NE(Receive(padded).find("** Assertion Failed **\n** Someone is PINGing Vant!"), std::string::npos);
+    const Frame sentBack = m_library.Written().at(0);
+    EXPECT_EQ(sentBack.size(), 46U);
+    EXPECT_TRUE(std::equal(padded.begin() + 24, padded.end(), sentBack.begin() + 24));
     for (const std::uint16_t length : {std::uint16_t{0xFFFF}, std::uint16_t{5}}) {
         Frame wrong = EchoPacket(8);
         PutBe16(wrong, 2, length);

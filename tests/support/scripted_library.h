@@ -66,7 +66,7 @@ public:
             std::memcpy(own->name, interfaceName.c_str(), interfaceName.size() + 1);
         }
         if (request == VNETX_SIOCGIFHWADDR) {
-            own->u.hardware = {VNETX_ARPHRD_ETHER, {0x02, 0, 0, 0, 0, 9}, {}};
+            own->u.hardware = {hardwareFamily, {0x02, 0, 0, 0, 0, 9}, {}};
         }
         return 0;
     }
@@ -131,6 +131,7 @@ public:
     std::map<std::uint32_t, int> failRequests;
     int failOpen = 0;
     int failWrite = 0;
+    std::uint16_t hardwareFamily = VNETX_ARPHRD_ETHER; // of the MAC address it tells
     bool acceptCallback = true;
     int callbacksSet = 0;
     std::string interfaceName = "vnx0";

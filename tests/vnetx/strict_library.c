@@ -14,19 +14,39 @@ EXPORT int32_t vnetx32_set_debug_output_func(VnetxDebugOutput callback) {
 }
 
 /* Every other operation: nothing is opened, so nothing works. */
-#define REFUSED(name)                                                                                        \
-    EXPORT int32_t vnetx32_##name(void) {                                                                    \
-        return -1;                                                                                           \
-    }
-REFUSED(open)
-REFUSED(close)
-REFUSED(ioctl)
-REFUSED(read)
-REFUSED(write)
-REFUSED(get_stats)
-REFUSED(calc_inet_checksum)
-REFUSED(build_vant_iface_mac)
-REFUSED(get_default_iface)
-REFUSED(version_numbers)
-REFUSED(version_string)
-REFUSED(copyright_string)
+EXPORT int32_t vnetx32_open(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_close(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_ioctl(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_read(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_write(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_get_stats(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_calc_inet_checksum(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_build_vant_iface_mac(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_get_default_iface(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_version_numbers(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_version_string(void) {
+    return -1;
+}
+EXPORT int32_t vnetx32_copyright_string(void) {
+    return -1;
+}

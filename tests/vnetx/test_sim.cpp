@@ -154,6 +154,9 @@ TEST(Requests, WhatIsSetHoldsAndIsNotChangedUnderTheFrames) {
     constexpr MacAddress kMac({2, 0, 0, 0, 0, 0x77});
     EXPECT_EQ(guestMac(), guest.Mac()) << "it follows from the address";
     EXPECT_EQ(setMac(MacAddress({1, 0, 0, 0, 0, 0x77})), EADDRNOTAVAIL) << "a group's";
+    record.u.hardware.family = VNETX_AF_INET;
+    EXPECT_EQ(setMac(kMac), EINVAL) << "of another family";
+    record.u.hardware.family = VNETX_ARPHRD_ETHER;
     EXPECT_EQ(setMac(kMac), 0);
     EXPECT_EQ(guestMac(), kMac);
     EXPECT_EQ(guest.Set(VNETX_SIOCSIFMTU, 1000), 0);
