@@ -60,20 +60,26 @@ MacAddress ChooseDestination(INTERFACE_INFO& info, HostNetwork& host, Ipv4Addres
 } // namespace
 
 bool WritePingIPPacket(INTERFACE_INFO& info, HostNetwork& host, std::span<std::uint8_t> frame) {
-    const std::int32_t handle = info.handle.load(std::memory_order_acquire);
-    std::span<std::uint8_t> written = frame.subspan(EthernetView::kLength);
-    if (info.tapMode) {
-        // A closed interface has no addresses to build a header from; the write below fails on its
-        // handle and says so.
-        if (handle >= 0) {
-            auto ethernet = EthernetView::Over(frame);
-            const auto ip = Ipv4View::Over(written);
-            ethernet->SetEtherType(kEtherTypeIpv4);
-            ethernet->SetSource(info.guestMac);
-            ethernet->SetDestination(ChooseDestination(info, host, ip->Destination()));
-        }
-        written = frame;
+    AddressPingFrame(info, host, frame);
+    return WriteAddressedFrame(info, host, frame);
+}
+
+void AddressPingFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<std::uint8_t> frame) {
+    // A closed interface has no addresses to build a header from; the write fails on its handle and says so.
+    if (!info.tapMode || info.handle.load(std::memory_order_acquire) < 0) {
+        return;
     }
+    auto ethernet = EthernetView::Over(frame);
+    const auto ip = Ipv4View::Over(frame.subspan(EthernetView::kLength));
+    ethernet->SetEtherType(kEtherTypeIpv4);
+    ethernet->SetSource(info.guestMac);
+    ethernet->SetDestination(ChooseDestination(info, host, ip->Destination()));
+}
+
+bool WriteAddressedFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<const std::uint8_t> frame) {
+    const std::int32_t handle = info.handle.load(std::memory_order_acquire);
+    const std::span<const std::uint8_t> written =
+        info.tapMode ? frame : frame.subspan(EthernetView::kLength);
     const auto size = static_cast<std::int32_t>(written.size());
     const std::int32_t count = host.Library().Write(handle, written.data(), static_cast<std::uint32_t>(size));
     if (count == size) {

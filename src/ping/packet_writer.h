@@ -16,4 +16,9 @@ namespace vnxtest {
 // written; false, reported, otherwise. Any thread.
 bool WritePingIPPacket(INTERFACE_INFO& info, HostNetwork& host, std::span<std::uint8_t> frame);
 
+// Its two steps, for a caller with a lock: the first may wait for a neighbour's answer and belongs before
+// the lock, the second does not.
+void AddressPingFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<std::uint8_t> frame);
+bool WriteAddressedFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<const std::uint8_t> frame);
+
 } // namespace vnxtest

@@ -148,7 +148,7 @@ struct Engine {
     NoView view;
     OutputChannel channel{view};
     RunSettings run;
-    PingTest pingTest{host.network, view};
+    PingTest pingTest{host.network, run, view};
     ReceivePath receivePath{host.network, run, pingTest};
     INTERFACE_INFO info;
 

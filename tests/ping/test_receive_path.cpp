@@ -1,5 +1,8 @@
 #include <cerrno>
+#include <chrono>
+#include <future>
 #include <map>
+#include <thread>
 
 #include "ping/receive_path.h"
 #include "support/output_fixture.h"
@@ -108,6 +111,30 @@ TEST_F(ReceivePathTest, GoesOnWithALengthThatDoesNotFitAndWithBitsThatMeanNothin
     odd[7] = 0xC0; // no part of the fragment test
     MendChecksums(odd);
     EXPECT_NE(Receive(odd).find("Someone is PINGing Vant!"), std::string::npos);
+}
+
+// The library asks a silent target for as long as an ARP exchange takes. Whoever records a reply meanwhile,
+// on the thread that reads, needs the ping list.
+TEST_F(ReceivePathTest, AReaderNeedNotWaitForTheTargetsAddress) {
+    m_info.tapMode = true;
+    std::thread reader;
+    bool waited = true;
+    m_library.onArpRequest = [&] {
+        std::promise<void> promise;
+        const std::future<void> done = promise.get_future();
+        reader = std::thread([this, promise = std::move(promise)]() mutable {
+            m_pingTest.RecordReply(0, 0, Ipv4Address(10, 1, 2, 1), 32, 64);
+            promise.set_value();
+        });
+        waited = done.wait_for(std::chrono::seconds(5)) != std::future_status::ready;
+    };
+    ASSERT_TRUE(m_pingTest.Start(
+        m_info, {.target = Ipv4Address(10, 1, 2, 1), .targetName = L"", .numPings = 1, .delay = 0}));
+    EXPECT_TRUE(m_view.WaitFor(ViewMessage::PingThreadEnded));
+    m_pingTest.StopPingTest();
+    ASSERT_TRUE(reader.joinable());
+    reader.join();
+    EXPECT_FALSE(waited);
 }
 
 } // namespace
