@@ -173,10 +173,12 @@ class Control:
 class Program:
     MENUS = {"f": "File", "e": "Edit", "v": "View", "t": "Test", "h": "Help"}
 
-    def __init__(self, desktop, *arguments):
+    def __init__(self, desktop, *arguments, prefix=()):
+        """`prefix`: a command that becomes the program in the same process."""
         self.desktop = desktop
         self.log = open(desktop.path / "program.log", "ab")
-        self.process = desktop.start(os.environ["VNXTEST_WINDOW"], *arguments, stdout=self.log, stderr=self.log)
+        self.process = desktop.start(*prefix, os.environ["VNXTEST_WINDOW"], *arguments, stdout=self.log,
+                                     stderr=self.log)
         self.root = wait(self.find_root, "the program is on the accessibility bus", 60)
         self.frame = self.root.find("frame", seconds=30)
         wait(lambda: self.frame.active, "the window is active", 20)

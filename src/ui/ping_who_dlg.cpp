@@ -1,17 +1,22 @@
 #include "ui/ping_who_dlg.h"
 
+#include <system_error>
+
+#include <wx/button.h>
+#include <wx/cursor.h>
 #include <wx/radiobut.h>
 #include <wx/sizer.h>
+#include <wx/stattext.h>
 #include <wx/textctrl.h>
-#include <wx/utils.h>
 
 #include "helpui/accessible_name.h"
 #include "helpui/balloon.h"
 #include "helpui/dialog_ids.h"
 #include "helpui/make_child.h"
 #include "helpui/number_entry.h"
-#include "ping/target.h"
 #include "ui/dialog_layout.h"
+#include "wrenlib/errors.h"
+#include "wrenlib/format.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -54,13 +59,15 @@ CPingWhoDlg::CPingWhoDlg(wxWindow* parent, PingWhoParameters& parameters)
     rows->Add(from);
     AddLabel(rows, this, "");
 
-    m_to = AddRow(rows, this, "&To:", [this] {
-        auto* const to = MakeChild<wxTextCtrl>(this, ids::kTo);
-        SetAccessibleName(*to, "To");
-        constexpr int kNameWidth = 32;
-        to->SetInitialSize(wxSize(to->GetSizeFromTextSize(kNameWidth * to->GetCharWidth()).x, -1));
-        return to;
-    });
+    AddLabel(rows, this, "&To:");
+    m_to = MakeChild<wxTextCtrl>(this, ids::kTo);
+    SetAccessibleName(*m_to, "To");
+    constexpr int kNameWidth = 32;
+    m_to->SetInitialSize(wxSize(m_to->GetSizeFromTextSize(kNameWidth * m_to->GetCharWidth()).x, -1));
+    rows->Add(m_to, wxSizerFlags().Expand());
+    m_waiting = MakeChild<wxStaticText>(this, wxID_ANY, "(looking up...)");
+    rows->Add(m_waiting, wxSizerFlags().CentreVertical().ReserveSpaceEvenIfHidden());
+    m_waiting->Hide();
     const auto number = [this](int edit, int spin, const char* name) {
         return [this, edit, spin, name] { return MakeChild<NumberEntry>(this, edit, spin, name); };
     };
@@ -73,7 +80,12 @@ CPingWhoDlg::CPingWhoDlg(wxWindow* parent, PingWhoParameters& parameters)
                      "(milliseconds)");
     FinishDialog(*this, rows);
     m_to->SetFocus();
+    Bind(
+        wxEVT_BUTTON, [this](wxCommandEvent&) { OnConfirm(); }, wxID_OK);
+    Bind(wxEVT_BUTTON, &CPingWhoDlg::OnCancel, this, wxID_CANCEL);
 }
+
+CPingWhoDlg::~CPingWhoDlg() = default;
 
 bool CPingWhoDlg::TransferDataToWindow() {
     const auto asInt = [](std::uint32_t value) { return static_cast<int>(value); };
@@ -101,22 +113,67 @@ bool CPingWhoDlg::TransferDataToWindow() {
     return true;
 }
 
-bool CPingWhoDlg::ValidateTargetField() {
-    std::wstring message;
-    bool valid = false;
-    {
-        const wxBusyCursor busy;
-        valid = ValidateTarget(m_confirmed.to, m_confirmed.address, message);
-    }
-    return valid || ErrorBalloon(m_to, "Ping Who", message);
-}
-
-bool CPingWhoDlg::Validate() {
+bool CPingWhoDlg::TakeNumbers() {
     m_confirmed.fromInterface = m_interface2->GetValue() ? 1 : 0;
     m_confirmed.to = TrimBlanks(m_to->GetValue().ToStdWstring());
     return Exchange(*m_size, m_confirmed.dataSize) && Exchange(*m_count, m_confirmed.count) &&
-           Exchange(*m_timeout, m_confirmed.timeout) && Exchange(*m_delay, m_confirmed.delay) &&
-           ValidateTargetField();
+           Exchange(*m_timeout, m_confirmed.timeout) && Exchange(*m_delay, m_confirmed.delay);
+}
+
+void CPingWhoDlg::OnConfirm() {
+    if (m_lookup || !TakeNumbers()) {
+        return;
+    }
+    try {
+        // The call comes to this window's event loop, and is dropped with the window.
+        m_lookup.emplace(m_confirmed.to, [this] { CallAfter([this] { OnLookupEnd(); }); });
+    } catch (const std::system_error& failure) {
+        const int code = failure.code().value();
+        ErrorBalloon(m_to, "Ping Who",
+                     Sprintf(L"The name cannot be looked up: making a thread failed; errno=%d: %s", code,
+                             StrError(code)));
+        return;
+    }
+    ShowWaiting(true);
+}
+
+void CPingWhoDlg::OnLookupEnd() {
+    if (!m_lookup || !m_lookup->IsOver()) {
+        return; // of one that was given up
+    }
+    std::wstring message;
+    const bool valid = m_lookup->Result(m_confirmed.address, message);
+    m_lookup.reset();
+    ShowWaiting(false);
+    if (valid) {
+        AcceptAndClose();
+    } else {
+        ErrorBalloon(m_to, "Ping Who", message);
+    }
+}
+
+// Cancel, Escape and the caption's close button: they end the wait first, then the dialog.
+void CPingWhoDlg::OnCancel(wxCommandEvent& event) {
+    if (m_lookup) {
+        m_lookup.reset();
+        ShowWaiting(false);
+    } else {
+        event.Skip();
+    }
+}
+
+// While the look-up goes on nothing can be changed. The focus stays where Escape is heard.
+void CPingWhoDlg::ShowWaiting(bool waiting) {
+    m_to->SetFocus();
+    m_to->SetEditable(!waiting);
+    for (wxWindow* const number : {m_size, m_count, m_timeout, m_delay}) {
+        number->Enable(!waiting);
+    }
+    m_interface1->Enable(!waiting && m_parameters.twoInterfaces);
+    m_interface2->Enable(!waiting && m_parameters.twoInterfaces);
+    FindWindow(wxID_OK)->Enable(!waiting);
+    m_waiting->Show(waiting);
+    SetCursor(waiting ? wxCursor(wxCURSOR_ARROWWAIT) : wxNullCursor);
 }
 
 bool CPingWhoDlg::TransferDataFromWindow() {

@@ -1,11 +1,16 @@
 // The ping-who dialog: from which interface, whom, and the four numbers of a ping test. The target is
-// resolved on OK, so that no test starts with one that cannot be.
+// resolved on OK, so that no test starts with one that cannot be; the window goes on meanwhile, and Cancel
+// ends the wait. User-interface thread.
 #pragma once
+
+#include <optional>
 
 #include "guest/front_end.h"
 #include "helpui/help_button_wnd.h"
+#include "ping/target.h"
 
 class wxRadioButton;
+class wxStaticText;
 class wxTextCtrl;
 
 namespace vnxtest {
@@ -16,14 +21,19 @@ class CPingWhoDlg final : public CHelpButtonDlg {
 public:
     // `parameters` holds the values to show; OK puts the confirmed ones there, the target resolved.
     CPingWhoDlg(wxWindow* parent, PingWhoParameters& parameters);
+    ~CPingWhoDlg() override;
 
 protected:
     bool TransferDataToWindow() override;
-    bool Validate() override;
     bool TransferDataFromWindow() override;
 
 private:
-    bool ValidateTargetField();
+    // Takes what the controls hold. False, with the range message shown, when a number is out of range.
+    bool TakeNumbers();
+    void OnConfirm();
+    void OnLookupEnd();
+    void OnCancel(wxCommandEvent& event);
+    void ShowWaiting(bool waiting);
 
     PingWhoParameters& m_parameters;
     PingWhoParameters m_confirmed;
@@ -34,6 +44,8 @@ private:
     NumberEntry* m_count = nullptr;
     NumberEntry* m_timeout = nullptr;
     NumberEntry* m_delay = nullptr;
+    wxStaticText* m_waiting = nullptr;    // shown while the target is looked up
+    std::optional<TargetLookup> m_lookup; // none after it has ended or was given up
 };
 
 } // namespace vnxtest

@@ -22,8 +22,8 @@ class DesktopCase(unittest.TestCase):
         if self.arguments is not None:
             self.program = self.start(*self.arguments)
 
-    def start(self, *arguments):
-        program = Program(self.desktop, *arguments)
+    def start(self, *arguments, prefix=()):
+        program = Program(self.desktop, *arguments, prefix=prefix)
         self.addCleanup(program.kill)
         return program
 

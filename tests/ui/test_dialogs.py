@@ -1,7 +1,10 @@
 """The dialogs: every refusal once and in order, what may be typed while, what is kept and what is not."""
 
+import os
 import pathlib
+import socket
 import time
+import unittest
 
 from cases import DesktopCase
 
@@ -216,6 +219,77 @@ class Others(DialogCase):
         self.desktop.keys("ctrl+n")  # untitled again
         self.program.wait_enabled('Start "Vantor"...')
         return self.document
+
+
+@unittest.skipUnless(os.geteuid() == 0, "needs a name server of its own")
+class SilentNameServer(DialogCase):
+    """The program asks a name server that answers when it is told to."""
+
+    arguments = None
+
+    def setUp(self):
+        super().setUp()
+        self.server = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.addCleanup(self.server.close)
+        self.server.bind(("127.0.0.78", 53))
+        self.server.settimeout(30)
+        self.unanswered = []
+        servers = self.desktop.path / "resolv.conf"
+        servers.write_text("nameserver 127.0.0.78\nsearch .\noptions timeout:30 attempts:1\n", "ascii")
+        self.program = self.start("--library", "sim", prefix=[
+            "unshare", "-m", "sh", "-c", f'mount --bind {servers} /etc/resolv.conf && exec "$0" "$@"'])
+        self.program.start_guest()
+
+    def look_up(self):
+        self.desktop.keys("Return")
+        self.unanswered.append(self.server.recvfrom(512))
+        self.box.find("label", "(looking up...)")
+        self.assertEqual(self.buttons(), [False, True])
+
+    def answer_all(self):
+        """There is no such name."""
+        while self.unanswered:
+            query, asker = self.unanswered.pop(0)
+            self.server.sendto(query[:2] + b"\x81\x83" + query[4:], asker)
+        time.sleep(0.5)
+
+    def buttons(self):
+        return [self.box.find("push button", label).enabled for label in ("OK", "Cancel")]
+
+    def test_a_name_that_nobody_looks_up(self):
+        self.open("Start ping test...", "Ping who?")
+        target = self.box.find("text", "To")
+        target.fill("nobody.example")
+        for end in (lambda: self.desktop.keys("Escape"), lambda: self.program.press(self.box, "Cancel"),
+                    lambda: self.desktop.keys("alt+F4")):
+            self.look_up()
+            self.desktop.keys("Return")  # nothing more to confirm
+            self.desktop.type("x")
+            self.assertEqual(target.text, "nobody.example")
+            end()
+            self.wait(lambda: self.buttons() == [True, True], "the wait is over")
+            self.assertEqual([window.name for window in self.program.dialogs()], ["Ping who?"])
+            self.assertEqual(self.box.select("label", "(looking up...)"), [])
+        last = len(self.unanswered)
+        self.look_up()
+        mine = self.unanswered.pop(last)
+        self.answer_all()  # those who asked have gone
+        self.assertEqual(self.buttons(), [False, True])
+        self.unanswered.append(mine)
+        self.answer_all()
+        self.assertRegex(self.program.balloon(), r"(?s)^Ping Who\. \S.+\nPlease enter a valid IP address or name\.$")
+        self.desktop.keys("Escape")
+        # The dialog is gone, and a test has begun, when the look-up ends.
+        self.look_up()
+        self.desktop.keys("Escape")
+        self.wait(lambda: self.buttons() == [True, True], "the wait is over")
+        self.cancel()
+        self.program.start_ping("198.18.0.3", Count=2, Delay=0)
+        self.program.wait_ping_end()
+        self.answer_all()
+        self.program.stop_guest()
+        self.assertEqual(self.program.save(self.desktop.path / "pings.txt").count(" Sending ping #"), 2)
+        self.assertEqual(self.program.complaints(), "")
 
 
 class Settings(DialogCase):
