@@ -78,8 +78,7 @@ void AddressPingFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<std::ui
 
 bool WriteAddressedFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<const std::uint8_t> frame) {
     const std::int32_t handle = info.handle.load(std::memory_order_acquire);
-    const std::span<const std::uint8_t> written =
-        info.tapMode ? frame : frame.subspan(EthernetView::kLength);
+    const std::span<const std::uint8_t> written = info.tapMode ? frame : frame.subspan(EthernetView::kLength);
     const auto size = static_cast<std::int32_t>(written.size());
     const std::int32_t count = host.Library().Write(handle, written.data(), static_cast<std::uint32_t>(size));
     if (count == size) {
