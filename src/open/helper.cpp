@@ -82,6 +82,11 @@ std::string HowToReadyHelper(const std::string& path) {
     case HelperState::Ready:
         return {};
     case HelperState::Missing:
+        if (getuid() == 0) {
+            return "Its helper, which would do it, is missing. Install vnxtest-open as\n    " + Quoted(path) +
+                   "\nRoot's needs no rights of its own; a container has to have cap_net_raw and "
+                   "cap_net_admin.";
+        }
         return "Its helper, which would do it, is missing. Install vnxtest-open and give it its rights "
                "with\n    " +
                HelperCommand(path) + "\nor run the program as root.";

@@ -28,7 +28,7 @@ std::string Quoted(const std::string& text);
 // The command that gives the helper its rights, as one line of a shell.
 std::string HelperCommand(const std::string& path);
 
-// What is to be done so that the helper can open something: sentences, of which one is a command on a line of
+// What is to be done so that the helper can open something: sentences, and a command or a path on a line of
 // its own. Empty when it is ready.
 std::string HowToReadyHelper(const std::string& path);
 

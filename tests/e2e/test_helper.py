@@ -49,6 +49,11 @@ class Helper(NetworkCase):
         self.refused(self.folder(), REFUSED + "Its helper .* gets no rights here", prefix=["setpriv", "--no-new-privs"])
         self.refused(self.folder(), REFUSED + "Its helper .* gets no rights here: .* a container without the rights",
                      prefix=["setpriv", "--bounding-set=-net_admin"], prefix_first=True)
+        root = self.run_program(*self.arguments(["run"], "tap", library="pcap"), "--duration", 5, "--proceed", namespace=self.host,
+                                executable=str(self.folder(helper=False) / "vnxtest-cli"),
+                                prefix=["setpriv", "--bounding-set=-net_raw,-net_admin"])
+        self.assert_refused(root, "Its helper, .* is missing. Install vnxtest-open as", "Root's needs no rights")
+        self.assertNotIn("as root", root.errors())
         broken = self.folder(rights=False)
         shutil.copy("/bin/true", broken / "vnxtest-open")
         self.grant(broken / "vnxtest-open")
