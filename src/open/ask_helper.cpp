@@ -13,7 +13,6 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
-#include "open/guest_rules.h"
 #include "open/helper.h"
 
 namespace vnxtest {

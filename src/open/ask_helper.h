@@ -20,4 +20,7 @@ HelperAnswer AskHelper(const OpenRequest& request);
 // `name` as a request has it; all zeroes when it is too long for an adapter's.
 AdapterName ToAdapterName(const std::string& name);
 
+// The reason, as a whole sentence.
+const char* Explain(Refusal refusal);
+
 } // namespace vnxtest

@@ -1,4 +1,4 @@
-#include "open/guest_rules.h"
+#include "open/ask_helper.h"
 
 namespace vnxtest {
 

@@ -14,53 +14,43 @@ bool Contains(const auto& list, const auto& one) {
     return std::find(list.begin(), list.end(), one) != list.end();
 }
 
-bool IsZero(const auto& bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](auto byte) { return byte == 0; });
-}
-
-bool IsName(const AdapterName& name) {
-    const auto end = std::find(name.begin(), name.end(), '\0');
-    return end != name.begin() && end != name.end() &&
-           std::all_of(end, name.end(), [](char c) { return c == 0; });
-}
-
-bool IsDeviceName(const AdapterName& name) {
-    if (!IsName(name) || !std::string_view(name.data()).starts_with(kDevicePrefix)) {
-        return false;
-    }
-    const std::string_view number = std::string_view(name.data()).substr(kDevicePrefix.size());
-    return !number.empty() &&
-           std::all_of(number.begin(), number.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-// This network's, the loopback's, groups' and reserved addresses (RFC 6890).
-bool IsNoHost(Ipv4Address ip) {
-    const std::uint8_t first = ip.Bytes()[0];
-    return first == 0 || first == 127 || first >= 224;
+// The name without the zeroes behind it; empty when it is none.
+std::string_view TextOf(const AdapterName& name) {
+    const std::string_view all(name.data(), name.size());
+    const std::string_view text = all.substr(0, all.find_last_not_of('\0') + 1);
+    return text.size() < all.size() && text.find('\0') == text.npos ? text : std::string_view();
 }
 
 } // namespace
 
 std::optional<OpenRequest> ParseOpenRequest(const void* bytes, std::size_t size) {
-    OpenRequest request;
-    if (size != sizeof request) {
+    OpenRequest asked, whole; // what it says, and of that what its kind has
+    if (size != sizeof asked) {
         return std::nullopt;
     }
-    std::memcpy(&request, bytes, sizeof request);
-    const bool known = IsDevice(request.kind) || IsQuestion(request.kind) || HasMac(request.kind);
-    if (request.magic != kOpenMagic || request.version != kOpenVersion || !known || request.reserved != 0 ||
-        !IsZero(request.alsoReserved) || !IsName(request.adapter) ||
-        (!HasMac(request.kind) && !IsZero(request.guestMac)) ||
-        (IsQuestion(request.kind) && !IsZero(request.guestIp))) {
-        return std::nullopt;
+    std::memcpy(&asked, bytes, sizeof asked);
+    const bool known = asked.kind >= OpenKind::GuestSocket && asked.kind <= OpenKind::TapDevice;
+    bool fits = known && !TextOf(asked.adapter).empty();
+    whole.kind = asked.kind;
+    whole.adapter = asked.adapter;
+    if (asked.HasMac()) {
+        whole.guestMac = asked.guestMac;
     }
-    const bool deviceFits = IsDevice(request.kind)
-                                ? IsDeviceName(request.device) && request.mtu >= kLeastMtu &&
-                                      request.mtu <= kLargestMtu && request.queueLength >= 1 &&
-                                      request.queueLength <= kLongestQueue
-                                : IsZero(request.device) && IsZero(request.hostEnd) && request.mtu == 0 &&
-                                      request.queueLength == 0;
-    return deviceFits ? std::optional(request) : std::nullopt;
+    if (!asked.IsQuestion()) {
+        whole.guestIp = asked.guestIp;
+    }
+    if (asked.IsDevice()) {
+        whole.hostEnd = asked.hostEnd;
+        whole.mtu = asked.mtu;
+        whole.queueLength = asked.queueLength;
+        whole.device = asked.device;
+        const std::string_view name = TextOf(asked.device);
+        fits = fits && name.starts_with(kDevicePrefix) && name.size() > kDevicePrefix.size() &&
+               name.find_first_not_of("0123456789", kDevicePrefix.size()) == name.npos &&
+               asked.mtu >= kLeastMtu && asked.mtu <= kLargestMtu && asked.queueLength >= 1 &&
+               asked.queueLength <= kLongestQueue;
+    }
+    return fits && asked == whole ? std::optional(asked) : std::nullopt;
 }
 
 Refusal JudgeMac(MacAddress mac, const HostFacts& host) {
@@ -71,7 +61,8 @@ Refusal JudgeMac(MacAddress mac, const HostFacts& host) {
 }
 
 Refusal JudgeIp(Ipv4Address ip, const HostFacts& host) {
-    if (IsNoHost(ip)) {
+    // This network's, the loopback's, groups' and reserved addresses (RFC 6890).
+    if (const std::uint8_t first = ip.Bytes()[0]; first == 0 || first == 127 || first >= 224) {
         return Refusal::IpUnusable;
     }
     if (Contains(host.addresses, ip)) {
@@ -96,15 +87,13 @@ Refusal JudgeRoute(Ipv4Address ip, Ipv4Address hostEnd, const HostFacts& host) {
 }
 
 Refusal JudgeRequest(const OpenRequest& request, const HostFacts& host) {
-    if (IsQuestion(request.kind)) {
-        return Refusal::None;
+    const Ipv4Address ip(request.guestIp);
+    Refusal refusal = request.HasMac() ? JudgeMac(MacAddress(request.guestMac), host) : Refusal::None;
+    if (refusal == Refusal::None && !request.IsQuestion()) {
+        refusal = JudgeIp(ip, host);
     }
-    Refusal refusal = HasMac(request.kind) ? JudgeMac(MacAddress(request.guestMac), host) : Refusal::None;
-    if (refusal == Refusal::None) {
-        refusal = JudgeIp(Ipv4Address(request.guestIp), host);
-    }
-    if (refusal == Refusal::None && IsDevice(request.kind)) {
-        refusal = JudgeRoute(Ipv4Address(request.guestIp), Ipv4Address(request.hostEnd), host);
+    if (refusal == Refusal::None && request.IsDevice()) {
+        refusal = JudgeRoute(ip, Ipv4Address(request.hostEnd), host);
     }
     return refusal;
 }

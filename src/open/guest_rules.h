@@ -32,7 +32,4 @@ Refusal JudgeRoute(Ipv4Address ip, Ipv4Address hostEnd, const HostFacts& host);
 // All of it that concerns the kind of `request`.
 Refusal JudgeRequest(const OpenRequest& request, const HostFacts& host);
 
-// The reason, as a whole sentence.
-const char* Explain(Refusal refusal);
-
 } // namespace vnxtest

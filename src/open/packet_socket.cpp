@@ -1,48 +1,89 @@
+#include "open/packet_socket.h"
+
 #include <cerrno>
 
 #include <arpa/inet.h>
+#include <linux/if_ether.h>
+#include <linux/if_packet.h>
 #include <sys/socket.h>
-#include <unistd.h>
-
-#include "open/packet_filter.h"
 
 namespace vnxtest {
+namespace {
 
-int OpenPacketSocket(PacketSocketKind kind, std::uint32_t adapter, MacAddress guest, bool lock,
-                     const char*& call) {
+constexpr sock_filter kAccept{BPF_RET | BPF_K, 0, 0, 0xFFFFFFFF}, kDrop{BPF_RET | BPF_K, 0, 0, 0};
+constexpr sock_filter kSkipUnlessGroup{BPF_JMP | BPF_JSET | BPF_K, 0, 1, 0x01}; // IEEE 802
+
+constexpr int kTypeOffset = 12, kOperationOffset = 20; // of a frame, in bytes
+
+constexpr sock_filter Load(int size, int offset) {
+    return {static_cast<std::uint16_t>(BPF_LD | BPF_ABS | size), 0, 0, static_cast<std::uint32_t>(offset)};
+}
+
+// Skips so many instructions if what is loaded equals `value`, or else so many.
+constexpr sock_filter Compare(std::uint32_t value, std::uint8_t ifEqual, std::uint8_t ifNot) {
+    return {BPF_JMP | BPF_JEQ | BPF_K, ifEqual, ifNot, value};
+}
+
+std::uint16_t ProtocolOf(OpenKind kind) {
+    if (kind == OpenKind::GuestSocket) {
+        return ETH_P_ALL;
+    }
+    return kind == OpenKind::ArpSocket ? ETH_P_ARP : ETH_P_RARP;
+}
+
+} // namespace
+
+PacketFilter MakePacketFilter(OpenKind kind, std::uint32_t adapter, MacAddress guest) {
+    PacketFilter code;
+    const auto add = [&](std::initializer_list<sock_filter> part) { code.insert(code.end(), part); };
+    add({Load(BPF_B, SKF_AD_OFF + SKF_AD_PKTTYPE), Compare(PACKET_OUTGOING, 0, 1), kDrop});
+    add({Load(BPF_W, SKF_AD_OFF + SKF_AD_IFINDEX), Compare(adapter, 1, 0), kDrop});
+    if (kind == OpenKind::GuestSocket) {
+        add({Load(BPF_B, 0), kSkipUnlessGroup, kAccept});
+        for (const auto& mac : {guest.Bytes(), MacAddress().Bytes()}) {
+            const std::uint32_t begin = Ipv4Address(mac[0], mac[1], mac[2], mac[3]).Host();
+            const std::uint32_t end = Ipv4Address(0, 0, mac[4], mac[5]).Host();
+            add({Load(BPF_W, 0), Compare(begin, 0, 3), Load(BPF_H, 4), Compare(end, 0, 1), kAccept});
+        }
+        add({kDrop});
+    } else {
+        const std::uint32_t reply = kind == OpenKind::ArpSocket ? 2 : 4;
+        add({Load(BPF_H, kTypeOffset), Compare(ProtocolOf(kind), 1, 0), kDrop});
+        add({Load(BPF_H, kOperationOffset), Compare(reply, 1, 0), kDrop, kAccept});
+    }
+    return code;
+}
+
+bool AttachFilter(int socket, PacketFilter filter) {
+    const sock_fprog program{static_cast<std::uint16_t>(filter.size()), filter.data()};
+    return setsockopt(socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
+}
+
+Descriptor OpenPacketSocket(OpenKind kind, std::uint32_t adapter, MacAddress guest, bool lock,
+                            const char*& call) {
     // Without a protocol it receives nothing until everything is set.
     call = "socket";
-    const int made = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
-    if (made < 0) {
-        return -1;
+    Descriptor made(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
+    if (!made) {
+        return {};
     }
     const auto set = [&](int level, int option, const auto& value, const char* name) {
         call = name;
-        return setsockopt(made, level, option, &value, sizeof value) == 0;
+        return setsockopt(made.Get(), level, option, &value, sizeof value) == 0;
     };
     const int on = 1;
     // Spares a copy of each frame that this host sends; an older kernel leaves them to the filter.
     set(SOL_PACKET, PACKET_IGNORE_OUTGOING, on, "PACKET_IGNORE_OUTGOING");
-    PacketFilter filter(kind, adapter, guest);
-    packet_mreq promiscuous{};
-    promiscuous.mr_ifindex = static_cast<int>(adapter);
-    promiscuous.mr_type = PACKET_MR_PROMISC;
-    sockaddr_ll address{};
-    address.sll_family = AF_PACKET;
-    address.sll_ifindex = static_cast<int>(adapter);
-    address.sll_protocol = htons(ProtocolOf(kind));
+    const int index = static_cast<int>(adapter);
+    const packet_mreq promiscuous{index, PACKET_MR_PROMISC, 0, {}};
+    const sockaddr_ll address{AF_PACKET, htons(ProtocolOf(kind)), index, 0, 0, 0, {}};
+    call = "SO_ATTACH_FILTER";
     const bool ready =
-        set(SOL_SOCKET, SO_ATTACH_FILTER, filter.Program(), "SO_ATTACH_FILTER") &&
+        AttachFilter(made.Get(), MakePacketFilter(kind, adapter, guest)) &&
         (!lock || set(SOL_SOCKET, SO_LOCK_FILTER, on, "SO_LOCK_FILTER")) &&
         set(SOL_PACKET, PACKET_ADD_MEMBERSHIP, promiscuous, "PACKET_MR_PROMISC") &&
-        (call = "bind", bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
-    if (!ready) {
-        const int code = errno;
-        close(made);
-        errno = code;
-        return -1;
-    }
-    return made;
+        (call = "bind", bind(made.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
+    return ready ? std::move(made) : Descriptor();
 }
 
 } // namespace vnxtest

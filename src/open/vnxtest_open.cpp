@@ -5,17 +5,27 @@
 // checked (guest_rules.h) without any right in force; then one right is taken up, one thing opened, every
 // right given up, and the descriptor passed (unix(7), SCM_RIGHTS). Whatever is wrong, nothing is passed.
 // Only system calls that the record needs are made; nothing is read from the environment, standard input,
-// arguments or files.
+// arguments or files. All of it: this file, guest_rules, packet_socket and open_request.h, and small values
+// of wrenlib (address.h, descriptor_linux.h).
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
+#include <ifaddrs.h>
 #include <linux/capability.h>
 #include <linux/if_tun.h>
+#include <linux/rtnetlink.h>
 #include <net/if.h>
+#include <net/if_arp.h>
+#include <netinet/in.h>
+#include <netpacket/packet.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -23,8 +33,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "open/host_facts.h"
-#include "open/packet_filter.h"
+#include "open/guest_rules.h"
+#include "open/packet_socket.h"
 
 namespace vnxtest {
 namespace {
@@ -39,9 +49,8 @@ bool SetRights(std::uint32_t permitted, std::uint32_t effective) {
     if (syscall(SYS_capget, &header, sets) != 0) {
         return false;
     }
-    sets[0] = {effective, sets[0].permitted & permitted, 0};
-    sets[1] = {};
-    return syscall(SYS_capset, &header, sets) == 0;
+    const __user_cap_data_struct next[] = {{effective, sets[0].permitted & permitted, 0}, {}};
+    return syscall(SYS_capset, &header, next) == 0;
 }
 
 // Nothing is inherited but the socket, nothing is written, and nothing outlives a few seconds.
@@ -49,11 +58,8 @@ bool Confine() {
     bool done = prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
     for (const auto& [resource, most] :
          {std::pair(RLIMIT_CORE, 0u), std::pair(RLIMIT_CPU, kSecondsToLive), std::pair(RLIMIT_NOFILE, 16u)}) {
-        rlimit limit{};
-        done = done && getrlimit(resource, &limit) == 0;
-        limit.rlim_max = std::min<rlim_t>(limit.rlim_max, most);
-        limit.rlim_cur = std::min(limit.rlim_cur, limit.rlim_max);
-        done = done && setrlimit(resource, &limit) == 0;
+        const rlimit limit{most, most};
+        setrlimit(resource, &limit); // fails only where it is lower already
     }
     sigset_t none;
     sigemptyset(&none);
@@ -76,12 +82,10 @@ bool IsFromOwnUser() {
            getsockopt(kHelperSocket, SOL_SOCKET, SO_PEERCRED, &peer, &peerSize) == 0 && peer.uid == getuid();
 }
 
-void SendAnswer(const OpenAnswer& answer, int descriptor) {
-    iovec bytes{const_cast<OpenAnswer*>(&answer), sizeof answer};
+void SendAnswer(OpenAnswer answer, int descriptor) {
+    iovec bytes{&answer, sizeof answer};
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof descriptor)> control{};
-    msghdr message{};
-    message.msg_iov = &bytes;
-    message.msg_iovlen = 1;
+    msghdr message{nullptr, 0, &bytes, 1, nullptr, 0, 0};
     if (descriptor >= 0) {
         message.msg_control = control.data();
         message.msg_controllen = control.size();
@@ -94,123 +98,184 @@ void SendAnswer(const OpenAnswer& answer, int descriptor) {
     sendmsg(kHelperSocket, &message, MSG_NOSIGNAL);
 }
 
-// One step after the other on the new device (netdevice(7)); the first that fails is named.
-class DeviceSetup {
-public:
-    DeviceSetup(const ifreq& named, const char*& call)
-        : m_named(named), m_call(call), m_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
-    ~DeviceSetup() { close(m_socket); }
-    DeviceSetup(const DeviceSetup&) = delete;
-    DeviceSetup& operator=(const DeviceSetup&) = delete;
-
-    bool SetAddress(unsigned long what, const char* call, Ipv4Address address) {
-        sockaddr_in inet{};
-        inet.sin_family = AF_INET;
-        inet.sin_addr.s_addr = address.Memory();
-        ifreq request = m_named;
-        std::memcpy(&request.ifr_addr, &inet, sizeof inet);
-        return Do(what, call, request);
-    }
-    bool SetNumber(unsigned long what, const char* call, std::uint32_t value) {
-        ifreq request = m_named;
-        request.ifr_mtu = static_cast<int>(value); // in one place with the queue's length
-        return Do(what, call, request);
-    }
-    bool BringUp() {
-        ifreq request = m_named;
-        if (!Do(SIOCGIFFLAGS, "SIOCGIFFLAGS", request)) {
-            return false;
-        }
-        request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP);
-        return Do(SIOCSIFFLAGS, "SIOCSIFFLAGS", request);
-    }
-
-private:
-    bool Do(unsigned long what, const char* call, ifreq& request) {
-        m_call = call;
-        return ioctl(m_socket, what, &request) == 0;
-    }
-
-    const ifreq m_named;
-    const char*& m_call;
-    const int m_socket;
+// What the kernel tells of this host, as far as a request is judged by it.
+struct KernelFacts : HostFacts {
+    std::uint32_t index = 0; // of the adapter; 0: there is no such adapter
+    bool up = false, ethernet = false;
 };
+
+Ipv4Address AddressOf(const sockaddr* address) {
+    sockaddr_in inet{};
+    std::memcpy(&inet, address, sizeof inet);
+    return Ipv4Address::FromMemory(inet.sin_addr.s_addr);
+}
+
+void Note(const ifaddrs& entry, bool wanted, KernelFacts& host) {
+    if (entry.ifa_addr->sa_family == AF_INET) {
+        host.addresses.push_back(AddressOf(entry.ifa_addr));
+        if (wanted && entry.ifa_netmask) {
+            host.adapter.push_back({host.addresses.back(), AddressOf(entry.ifa_netmask)});
+        }
+    } else if (entry.ifa_addr->sa_family == AF_PACKET) {
+        sockaddr_ll link{};
+        std::memcpy(&link, entry.ifa_addr, sizeof link);
+        std::array<std::uint8_t, 6> mac{};
+        if (link.sll_halen == mac.size()) {
+            std::memcpy(mac.data(), link.sll_addr, mac.size());
+            host.macs.emplace_back(mac);
+        }
+        if (wanted) {
+            host.index = static_cast<std::uint32_t>(link.sll_ifindex);
+            host.up = (entry.ifa_flags & IFF_UP) != 0;
+            host.ethernet = link.sll_hatype == ARPHRD_ETHER;
+        }
+    }
+}
+
+// Asks for all IPv4 routes of all tables (rtnetlink(7)). A route has its gateways, and those of its next
+// hops, as attributes that begin at multiples of four: eight bytes, of which four are the address. They are
+// looked for at every one of these, so that nothing has to be taken apart. What only looks like a gateway is
+// taken for one; it keeps one more guest from being served.
+bool GatherGateways(HostFacts& host) {
+    const Descriptor kernel(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
+    struct {
+        nlmsghdr header{sizeof(nlmsghdr) + sizeof(rtmsg), RTM_GETROUTE, NLM_F_REQUEST | NLM_F_DUMP, 1, 0};
+        rtmsg route{};
+    } request;
+    request.route.rtm_family = AF_INET;
+    if (!kernel || send(kernel.Get(), &request, sizeof request, 0) != ssize_t{sizeof request}) {
+        return false;
+    }
+    constexpr auto kGateway = std::bit_cast<std::uint32_t>(rtattr{8, RTA_GATEWAY});
+    static std::array<std::uint32_t, 16384> words; // more than the kernel sends at once
+    ssize_t got = 0;
+    while ((got = recv(kernel.Get(), words.data(), sizeof words, 0)) > 0) {
+        std::span<const std::uint32_t> rest(words.data(), static_cast<std::size_t>(got) / sizeof words[0]);
+        while (!rest.empty()) {
+            nlmsghdr header{};
+            std::memcpy(&header, rest.data(), std::min(sizeof header, rest.size_bytes()));
+            const std::size_t size = (header.nlmsg_len + 3) / sizeof words[0];
+            if (header.nlmsg_type == NLMSG_DONE) {
+                return true;
+            }
+            if (header.nlmsg_type != RTM_NEWROUTE || size < 4 || size > rest.size()) {
+                errno = EPROTO;
+                return false;
+            }
+            for (std::size_t at = 0; at + 1 < size; ++at) {
+                if (rest[at] == kGateway) {
+                    host.gateways.push_back(Ipv4Address::FromMemory(rest[at + 1]));
+                }
+            }
+            rest = rest.subspan(size);
+        }
+    }
+    return false;
+}
+
+// Needs no right. False with errno when the kernel does not tell, and `call` names what failed.
+bool GatherHostFacts(const AdapterName& name, KernelFacts& host, const char*& call) {
+    call = "getifaddrs";
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0) {
+        return false;
+    }
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
+    for (const ifaddrs* entry = list; entry; entry = entry->ifa_next) {
+        // An address may carry a label ("eth0:1") in place of the adapter's name.
+        const std::string_view label = entry->ifa_name;
+        if (entry->ifa_addr) {
+            Note(*entry, label.substr(0, label.find(':')) == name.data(), host);
+        }
+    }
+    call = "rtnetlink";
+    return GatherGateways(host);
+}
 
 // The kernel would send IPv6 solicitations to a guest that has no IPv6. Where it cannot be had, it does.
 void LeaveOutIpv6(const AdapterName& device) {
-    std::array<char, 80> path{};
-    std::strcat(std::strcat(std::strcpy(path.data(), "/proc/sys/net/ipv6/conf/"), device.data()),
-                "/addr_gen_mode");
-    const int file = open(path.data(), O_WRONLY | O_CLOEXEC);
-    [[maybe_unused]] const ssize_t written = write(file, "1", 1);
-    close(file);
+    const std::string path = std::string("/proc/sys/net/ipv6/conf/") + device.data() + "/addr_gen_mode";
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    [[maybe_unused]] const ssize_t written = write(file.Get(), "1", 1);
 }
 
-int OpenDevice(const OpenRequest& request, const char*& call) {
+// A device that is set up, addressed and up; or none with errno, and `call` names what failed.
+Descriptor OpenDevice(const OpenRequest& request, const char*& call) {
     call = "/dev/net/tun";
-    const int made = open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    if (made < 0) {
-        return -1;
+    Descriptor made(open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    if (!made) {
+        return {};
     }
-    ifreq named{};
-    std::memcpy(named.ifr_name, request.device.data(), sizeof named.ifr_name);
-    ifreq create = named;
-    // Its own: one of that name that is there already would be somebody's.
-    create.ifr_flags = static_cast<short>((request.kind == OpenKind::TapDevice ? IFF_TAP : IFF_TUN) |
-                                          IFF_NO_PI | IFF_TUN_EXCL);
-    call = "TUNSETIFF";
-    if (ioctl(made, TUNSETIFF, &create) == 0) {
-        LeaveOutIpv6(request.device);
-        DeviceSetup setup(named, call);
-        // The guest is the one peer: the only route is that to itself.
-        if (setup.SetAddress(SIOCSIFADDR, "SIOCSIFADDR", Ipv4Address(request.hostEnd)) &&
-            setup.SetAddress(SIOCSIFNETMASK, "SIOCSIFNETMASK", Ipv4Address(255, 255, 255, 255)) &&
-            setup.SetAddress(SIOCSIFBRDADDR, "SIOCSIFBRDADDR", Ipv4Address()) &&
-            setup.SetAddress(SIOCSIFDSTADDR, "SIOCSIFDSTADDR", Ipv4Address(request.guestIp)) &&
-            setup.SetNumber(SIOCSIFMTU, "SIOCSIFMTU", request.mtu) &&
-            setup.SetNumber(SIOCSIFTXQLEN, "SIOCSIFTXQLEN", request.queueLength) && setup.BringUp()) {
-            return made;
-        }
+    const Descriptor inet(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    // `value` is what stands behind the device's name: flags, a number or an address (netdevice(7)).
+    const auto set = [&](const Descriptor& to, unsigned long what, const char* name, const auto& value) {
+        ifreq step{};
+        static_assert(sizeof value <= sizeof step.ifr_ifru && sizeof step.ifr_name == sizeof request.device);
+        std::memcpy(step.ifr_name, request.device.data(), sizeof step.ifr_name);
+        std::memcpy(&step.ifr_ifru, &value, sizeof value);
+        call = name;
+        return ioctl(to.Get(), what, &step) == 0;
+    };
+    const auto address = [](Ipv4Address ip) { return sockaddr_in{AF_INET, 0, {ip.Memory()}, {}}; };
+    const bool tap = request.kind == OpenKind::TapDevice;
+    // Its own (IFF_TUN_EXCL): one of that name that is there already would be somebody's.
+    const int make = (tap ? IFF_TAP : IFF_TUN) | IFF_NO_PI | IFF_TUN_EXCL;
+    // Those that the kernel gives such a device, as far as they can be set, and that it is up.
+    const int flags = IFF_UP | IFF_MULTICAST | (tap ? 0 : IFF_NOARP);
+    if (!set(made, TUNSETIFF, "TUNSETIFF", static_cast<short>(make))) {
+        return {};
     }
-    const int code = errno;
-    close(made);
-    errno = code;
-    return -1;
+    LeaveOutIpv6(request.device);
+    // The guest is the one peer: the only route is that to itself.
+    const bool ready =
+        set(inet, SIOCSIFADDR, "SIOCSIFADDR", address(Ipv4Address(request.hostEnd))) &&
+        set(inet, SIOCSIFNETMASK, "SIOCSIFNETMASK", address(Ipv4Address(255, 255, 255, 255))) &&
+        set(inet, SIOCSIFBRDADDR, "SIOCSIFBRDADDR", address(Ipv4Address())) &&
+        set(inet, SIOCSIFDSTADDR, "SIOCSIFDSTADDR", address(Ipv4Address(request.guestIp))) &&
+        set(inet, SIOCSIFMTU, "SIOCSIFMTU", request.mtu) &&
+        set(inet, SIOCSIFTXQLEN, "SIOCSIFTXQLEN", request.queueLength) &&
+        set(inet, SIOCSIFFLAGS, "SIOCSIFFLAGS", static_cast<short>(flags));
+    return ready ? std::move(made) : Descriptor();
 }
 
-// The descriptor, or -1 with what is to be answered.
-int Serve(const OpenRequest& request, OpenAnswer& answer) {
+// What was asked for, or none with what is to be answered.
+Descriptor Serve(const std::optional<OpenRequest>& request, OpenAnswer& answer) {
     const auto fail = [&](int code, const char* call) {
         answer.error = code;
         std::copy_n(call, std::min(std::strlen(call), answer.call.size() - 1), answer.call.begin());
-        return -1;
+        return Descriptor();
     };
-    const bool device = IsDevice(request.kind);
-    const std::uint32_t right = 1u << (device ? CAP_NET_ADMIN : CAP_NET_RAW);
+    if (!request) {
+        answer.refusal = Refusal::BadRequest;
+        return fail(EINVAL, "");
+    }
+    const std::uint32_t right = 1u << (request->IsDevice() ? CAP_NET_ADMIN : CAP_NET_RAW);
     const char* call = "";
-    HostFacts host;
-    AdapterFacts adapter;
-    if (!GatherHostFacts(request.adapter, host, adapter, call)) {
+    KernelFacts host;
+    if (!GatherHostFacts(request->adapter, host, call)) {
         return fail(errno, call);
     }
-    if (adapter.index == 0 || !adapter.up || !adapter.ethernet) {
-        return fail(adapter.index == 0 ? ENODEV : !adapter.up ? ENETDOWN : EAFNOSUPPORT, "adapter");
+    if (host.index == 0 || !host.up || !host.ethernet) {
+        return fail(host.index == 0 ? ENODEV : !host.up ? ENETDOWN : EAFNOSUPPORT, "adapter");
     }
-    answer.refusal = JudgeRequest(request, host);
+    answer.refusal = JudgeRequest(*request, host);
     if (answer.refusal != Refusal::None) {
         return fail(EACCES, "refused");
     }
     if (!SetRights(right, right)) {
         return fail(EPERM, "capset"); // the file has not been given it
     }
-    const auto kind = static_cast<PacketSocketKind>(request.kind);
-    const int made = device ? OpenDevice(request, call)
-                            : OpenPacketSocket(kind, adapter.index, MacAddress(request.guestMac), true, call);
-    const int code = errno;
-    return made >= 0 ? made : fail(code, call);
+    const MacAddress mac(request->guestMac);
+    Descriptor made = request->IsDevice() ? OpenDevice(*request, call)
+                                          : OpenPacketSocket(request->kind, host.index, mac, true, call);
+    return made ? std::move(made) : fail(errno, call);
 }
 
-int Main() {
+} // namespace
+} // namespace vnxtest
+
+int main() {
+    using namespace vnxtest;
     if (!Confine() || !SetRights(kBothRights, 0)) {
         return 2;
     }
@@ -222,25 +287,12 @@ int Main() {
     }
     std::array<std::uint8_t, sizeof(OpenRequest) + 1> bytes{};
     const ssize_t got = recv(kHelperSocket, bytes.data(), bytes.size(), 0); // descriptors in it are not taken
-    const auto request = ParseOpenRequest(bytes.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
     OpenAnswer answer;
-    int descriptor = -1;
-    if (request) {
-        descriptor = Serve(*request, answer);
-    } else {
-        answer.error = EINVAL;
-        answer.refusal = Refusal::BadRequest;
-    }
+    const Descriptor made =
+        Serve(ParseOpenRequest(bytes.data(), got < 0 ? 0 : static_cast<std::size_t>(got)), answer);
     if (!SetRights(0, 0)) {
         return 2;
     }
-    SendAnswer(answer, descriptor);
+    SendAnswer(answer, made.Get());
     return answer.error == 0 ? 0 : 1;
-}
-
-} // namespace
-} // namespace vnxtest
-
-int main() {
-    return vnxtest::Main();
 }

@@ -9,7 +9,7 @@
 #include <sys/socket.h>
 
 #include "open/ask_helper.h"
-#include "open/packet_filter.h"
+#include "open/packet_socket.h"
 #include "vnetx/capture.h"
 #include "vnetx/failure.h"
 #include "vnetx/packet_ring_linux.h"
@@ -18,21 +18,16 @@
 namespace vnxtest {
 namespace {
 
-PacketSocketKind KindOf(CaptureOptions::Wanted wanted) {
+OpenKind KindOf(CaptureOptions::Wanted wanted) {
     switch (wanted) {
     case CaptureOptions::Wanted::ArpReplies:
-        return PacketSocketKind::Arp;
+        return OpenKind::ArpSocket;
     case CaptureOptions::Wanted::ReverseArpReplies:
-        return PacketSocketKind::ReverseArp;
+        return OpenKind::ReverseArpSocket;
     case CaptureOptions::Wanted::Guest:
         break;
     }
-    return PacketSocketKind::Guest;
-}
-
-bool AttachFilter(int socket, PacketFilter filter) {
-    const sock_fprog program = filter.Program();
-    return setsockopt(socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) == 0;
+    return OpenKind::GuestSocket;
 }
 
 // The index of the adapter `device` if frames can be had from it, else 0 with errno.
@@ -63,16 +58,16 @@ std::uint32_t UsableAdapter(const std::string& device) {
 }
 
 // By this process itself if it may, else by the helper; invalid with errno.
-Descriptor OpenSocket(const CaptureOptions& options, PacketSocketKind kind, std::uint32_t adapter) {
+Descriptor OpenSocket(const CaptureOptions& options, OpenKind kind, std::uint32_t adapter) {
     const char* call = "";
-    Descriptor socket(OpenPacketSocket(kind, adapter, options.guest, false, call));
+    Descriptor socket = OpenPacketSocket(kind, adapter, options.guest, false, call);
     if (socket || (errno != EPERM && errno != EACCES)) {
         return socket;
     }
     OpenRequest request;
-    request.kind = static_cast<OpenKind>(kind);
+    request.kind = kind;
     request.adapter = ToAdapterName(options.device);
-    if (kind == PacketSocketKind::Guest) {
+    if (kind == OpenKind::GuestSocket) {
         request.guestMac = options.guest.Bytes();
         request.guestIp = options.guestIp.Bytes();
     }
@@ -98,7 +93,7 @@ public:
 
     bool Restart(MacAddress guest) override {
         if (guest != m_guest &&
-            !AttachFilter(m_socket.Get(), PacketFilter(PacketSocketKind::Guest, m_adapter, guest))) {
+            !AttachFilter(m_socket.Get(), MakePacketFilter(OpenKind::GuestSocket, m_adapter, guest))) {
             Fail(errno);
             return false;
         }

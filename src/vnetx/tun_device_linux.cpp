@@ -108,7 +108,7 @@ int TunDevice::BringUpByHelper(const TunSettings& settings) {
     OpenRequest request;
     request.kind = m_helpersKind;
     request.adapter = ToAdapterName(settings.adapter);
-    request.guestMac = HasMac(m_helpersKind) ? settings.guestMac.Bytes() : MacAddress().Bytes();
+    request.guestMac = request.HasMac() ? settings.guestMac.Bytes() : MacAddress().Bytes();
     request.guestIp = settings.guest.Bytes();
     request.hostEnd = settings.hostEnd.Bytes();
     request.mtu = settings.mtu;

@@ -188,7 +188,7 @@ TEST(OpenRequests, MutatedOnesAreWholeOrRefused) {
         ++taken;
         EXPECT_EQ(parsed->adapter.back(), '\0');
         EXPECT_NE(parsed->adapter.front(), '\0');
-        EXPECT_EQ(IsDevice(parsed->kind), std::strncmp(parsed->device.data(), "vnxtun", 6) == 0);
+        EXPECT_EQ(parsed->IsDevice(), std::strncmp(parsed->device.data(), "vnxtun", 6) == 0);
         EXPECT_EQ(parsed->device.back(), '\0');
         EXPECT_TRUE(parsed->mtu == 0 || (parsed->mtu >= 46 && parsed->mtu <= 65521));
         JudgeRequest(*parsed, Host());

@@ -1,17 +1,21 @@
 // What a guest's packet socket may receive. The kernel's own filter machine is asked, on a socket that takes
 // no right: datagrams stand in for frames. That the adapter and the direction are looked at: tests/e2e.
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
-#include "open/packet_filter.h"
+#include "open/packet_socket.h"
 #include "wrenlib/descriptor_linux.h"
 
 namespace vnxtest {
 namespace {
 
 constexpr MacAddress kGuest({0x02, 0x00, 0x5E, 0x80, 0x00, 0x6F});
+constexpr std::uint32_t kAdapter = 7;
 using Frame = std::vector<std::uint8_t>;
 
 Frame To(MacAddress destination, std::uint16_t type = 0x0800, std::uint16_t operation = 0) {
@@ -30,8 +34,14 @@ public:
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
         m_sender = Descriptor(ends[0]);
         m_receiver = Descriptor(ends[1]);
-        const sock_fprog program = filter.Program();
-        EXPECT_EQ(setsockopt(ends[1], SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program), 0);
+        // A datagram has no adapter: it is taken for one of the guest's.
+        const auto asksForAdapter = [](const sock_filter& one) {
+            return one.k == static_cast<std::uint32_t>(SKF_AD_OFF + SKF_AD_IFINDEX);
+        };
+        EXPECT_EQ(std::count_if(filter.begin(), filter.end(), asksForAdapter), 1);
+        std::replace_if(filter.begin(), filter.end(), asksForAdapter,
+                        sock_filter{BPF_LD | BPF_IMM, 0, 0, kAdapter});
+        EXPECT_TRUE(AttachFilter(ends[1], filter)) << std::strerror(errno);
     }
 
     bool Passes(const Frame& frame) const {
@@ -46,7 +56,7 @@ private:
 };
 
 TEST(PacketFilter, LetsTheGuestsFramesThroughAndNoOthers) {
-    const FilteredSocket socket(PacketFilter(PacketSocketKind::Guest, 0, kGuest));
+    const FilteredSocket socket(MakePacketFilter(OpenKind::GuestSocket, kAdapter, kGuest));
     EXPECT_TRUE(socket.Passes(To(kGuest)));
     EXPECT_TRUE(socket.Passes(To(MacAddress::Broadcast())));
     EXPECT_TRUE(socket.Passes(To(MacAddress({0x01, 0x00, 0x5E, 0, 0, 1}))));
@@ -64,19 +74,19 @@ TEST(PacketFilter, LetsTheGuestsFramesThroughAndNoOthers) {
 
 TEST(PacketFilter, AGuestWhoseAddressBeginsWithZeroes) {
     const FilteredSocket socket(
-        PacketFilter(PacketSocketKind::Guest, 0, MacAddress({0, 0, 0, 0, 0x12, 0x34})));
+        MakePacketFilter(OpenKind::GuestSocket, kAdapter, MacAddress({0, 0, 0, 0, 0x12, 0x34})));
     EXPECT_TRUE(socket.Passes(To(MacAddress({0, 0, 0, 0, 0x12, 0x34}))));
     EXPECT_TRUE(socket.Passes(To(MacAddress())));
     EXPECT_FALSE(socket.Passes(To(MacAddress({0, 0, 0, 0, 0x12, 0x35}))));
 }
 
 TEST(PacketFilter, AsksForAnswersOnly) {
-    const FilteredSocket arp(PacketFilter(PacketSocketKind::Arp, 0, {}));
+    const FilteredSocket arp(MakePacketFilter(OpenKind::ArpSocket, kAdapter, {}));
     EXPECT_TRUE(arp.Passes(To(kGuest, 0x0806, 2)));
     EXPECT_FALSE(arp.Passes(To(kGuest, 0x0806, 1)));
     EXPECT_FALSE(arp.Passes(To(kGuest, 0x8035, 4)));
     EXPECT_FALSE(arp.Passes(To(kGuest)));
-    const FilteredSocket rarp(PacketFilter(PacketSocketKind::ReverseArp, 0, {}));
+    const FilteredSocket rarp(MakePacketFilter(OpenKind::ReverseArpSocket, kAdapter, {}));
     EXPECT_TRUE(rarp.Passes(To(kGuest, 0x8035, 4)));
     EXPECT_FALSE(rarp.Passes(To(kGuest, 0x8035, 3)));
     EXPECT_FALSE(rarp.Passes(To(kGuest, 0x0806, 2)));
