@@ -9,8 +9,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace vnxtest {
 
@@ -26,8 +24,6 @@ class CHelpStringsMap {
 public:
     void Register(HelpKey key, int stringId) { m_strings[key] = stringId; }
     std::optional<int> Find(HelpKey key) const;
-    // All registrations in the order of their keys.
-    std::vector<std::pair<HelpKey, int>> All() const { return {m_strings.begin(), m_strings.end()}; }
 
 private:
     std::map<HelpKey, int> m_strings;
@@ -41,9 +37,6 @@ public:
     std::optional<std::uint32_t> Find(HelpKey key) const;
     // The target of `key`, or `key` itself when it is not mapped. Maps once: a target is not followed.
     HelpKey Follow(HelpKey key) const { return Find(key).value_or(key); }
-    std::vector<std::pair<HelpKey, std::uint32_t>> All() const {
-        return {m_targets.begin(), m_targets.end()};
-    }
 
 private:
     std::map<HelpKey, std::uint32_t> m_targets;

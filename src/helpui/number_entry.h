@@ -40,9 +40,8 @@ public:
     // selected, leaves `value` alone and returns false.
     bool Exchange(int& value);
 
-    // The edit and the up-down control, for tab order and tests.
+    // The edit, for its value and for what follows it in the tab order.
     wxTextCtrl* Edit() const { return m_edit; }
-    wxSpinButton* Spin() const { return m_spin; }
 
     void SetFocus() override;
 

@@ -4,7 +4,8 @@
 #include <vector>
 
 #include <wx/clipbrd.h>
-#include <wx/spinbutt.h>
+
+#include "helpui/dialog_ids.h"
 
 namespace vnxtest {
 namespace {
@@ -178,7 +179,7 @@ TEST_F(DesktopTest, NumberEntryStepsInItsRangeAndJudgesWhatIsTypedWhenAsked) {
     number.SetPosition(1);
     Press(WXK_DOWN);
     EXPECT_EQ(number.GetValue(), 8);
-    const wxRect place = number.Spin()->GetScreenRect();
+    const wxRect place = wxWindow::FindWindowById(parameters_control::kAdapterIp2, &number)->GetScreenRect();
     ClickAt(place.GetPosition() + wxSize(place.width * 3 / 4, place.height / 4));
     ClickAt(place.GetPosition() + wxSize(place.width * 3 / 4, place.height / 4));
     ClickAt(place.GetPosition() + wxSize(place.width / 4, place.height * 3 / 4));

@@ -52,15 +52,18 @@ TEST(HelpRegistrations, EachLeadsToATextAndATopicAndEveryTextIsUsed) {
     for (const int window : WindowsWithHelp()) {
         const HelpMaps maps = MapsOf(window);
         EXPECT_TRUE(FindHelp(maps, MakeHelpKey(window)) && maps.topics.Find(MakeHelpKey(window))) << window;
-        for (const auto& [key, id] : maps.strings.All()) {
-            EXPECT_TRUE(FindHelpString(id)) << std::hex << key;
-            used.insert(id);
-        }
-        for (const auto& [key, target] : maps.remap.All()) {
-            EXPECT_TRUE(FindHelp(maps, key)) << std::hex << key << " -> " << target;
-        }
-        for (const auto& [key, topic] : maps.topics.All()) {
-            EXPECT_TRUE(FindHelpTopic(static_cast<int>(topic))) << std::hex << key;
+        for (int control = 0; control <= kMaximumControlId; ++control) {
+            const HelpKey key = MakeHelpKey(window, control);
+            if (const auto id = maps.strings.Find(key)) {
+                EXPECT_TRUE(FindHelpString(*id)) << std::hex << key;
+                used.insert(*id);
+            }
+            if (const auto target = maps.remap.Find(key)) {
+                EXPECT_TRUE(FindHelp(maps, key)) << std::hex << key << " -> " << *target;
+            }
+            if (const auto topic = maps.topics.Find(key)) {
+                EXPECT_TRUE(FindHelpTopic(static_cast<int>(*topic))) << std::hex << key;
+            }
         }
     }
     for (const HelpString& string : ProgramHelpStrings()) {
