@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The help book as it lies in the tree: every topic of the program, every link and every picture is there, every
-page can be reached, and what the menu and the report's boxes name is in it: test_help_book.py BOOK TOPICS."""
+page can be reached, what the menu and the report's boxes name is in it, and the helper alone is given rights:
+test_help_book.py BOOK TOPICS."""
 
 import pathlib
 import re
@@ -39,6 +40,8 @@ for name, text in files.items():
     if name.endswith(".html"):
         expect(f'value="{name}"' in contents, f"{name} is not in the contents")
         expect(re.findall("<title>(.*)</title>", text) == re.findall("<h2>(.*)</h2>", text), f"{name} has two titles")
+        for command in re.findall("setcap[^<\n]*", text):
+            expect(command.rstrip().endswith("+ep FOLDER/vnxtest-open"), f"{name} gives rights to a program: {command}")
 for origin, text, pattern in (("contents", contents, 'name="Local" value="([^"]*)"'),
                               ("index", index, 'name="Local" value="([^"]*)"'),
                               ("topics", topics.read_text(), r'\{kTopic\w+, "([^"]*)"\}')):
