@@ -106,7 +106,8 @@ bool ReceiveAnswer(int socket, OpenAnswer& answer, Descriptor& descriptor) {
 
 std::string Explain(const OpenAnswer& answer, const std::string& path) {
     if (answer.refusal != Refusal::None) {
-        return std::string("The helper has refused it. ") + Explain(answer.refusal);
+        return fmt::format("The helper has refused it. {} {}", Explain(answer.refusal),
+                           NextStep(answer.refusal));
     }
     const std::string call(answer.call.data(), strnlen(answer.call.data(), answer.call.size()));
     if (call == "capset") {

@@ -20,7 +20,8 @@ HelperAnswer AskHelper(const OpenRequest& request);
 // `name` as a request has it; all zeroes when it is too long for an adapter's.
 AdapterName ToAdapterName(const std::string& name);
 
-// The reason, as a whole sentence.
+// The reason, and what its user can do, as whole sentences.
 const char* Explain(Refusal refusal);
+const char* NextStep(Refusal refusal);
 
 } // namespace vnxtest

@@ -27,4 +27,25 @@ const char* Explain(Refusal refusal) {
     return "It gave a reason that this program does not know.";
 }
 
+const char* NextStep(Refusal refusal) {
+    switch (refusal) {
+    case Refusal::MacUnusable:
+        return "Choose another MAC address for the guest.";
+    case Refusal::MacOfHost:
+        return "Choose another MAC address for the guest; vnxtest-cli run as root starts it with "
+               "--proceed.";
+    case Refusal::IpUnusable:
+        return "Choose another IP address for the guest.";
+    case Refusal::IpOfHost:
+    case Refusal::IpOfGateway:
+    case Refusal::IpOutsideSubnet:
+        return "Choose another IP address for the guest; vnxtest-cli run as root starts it with "
+               "--proceed.";
+    case Refusal::NotTheAdaptersAddress:
+        return "Has the adapter's address changed? Start the guest again.";
+    default:
+        return "Install vnxtest-open and the programs from one package.";
+    }
+}
+
 } // namespace vnxtest

@@ -73,9 +73,9 @@ class Helper(NetworkCase):
         folder = self.folder()
         self.host.ip("route", "add", "default", "via", PEER_IP)
         of_adapter = "The guest's MAC address is that of an adapter of this host"
-        self.refused(folder, REFUSED + "The helper has refused it. " + of_adapter,
+        self.refused(folder, REFUSED + "The helper has refused it. " + of_adapter + ". Choose another MAC address for the guest",
                      guest_mac=self.host.mac_of("adapter"))
-        self.refused(folder, "The guest's IP address is one of this host's own", guest_ip=HOST_IP)
+        self.refused(folder, "The guest's IP address is one of this host's own. Choose another IP address", guest_ip=HOST_IP)
         self.refused(folder, "The guest's IP address is that of a gateway of this host", guest_ip=PEER_IP, gateway=None)
         self.host.ip("route", "add", "10.99.0.0/16", "table", "77", "nexthop", "via", "10.77.0.51", "nexthop", "via", "10.77.0.52")
         for gateway in ("10.77.0.51", "10.77.0.52"):
