@@ -203,10 +203,11 @@ void LeaveOutIpv6(const AdapterName& device) {
 Descriptor OpenDevice(const OpenRequest& request, const char*& call) {
     call = "/dev/net/tun";
     Descriptor made(open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    if (!made) {
+    const Descriptor inet(made ? socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0) : -1);
+    if (!inet) {
+        call = made ? "socket" : call;
         return {};
     }
-    const Descriptor inet(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     // `value` is what stands behind the device's name: flags, a number or an address (netdevice(7)).
     const auto set = [&](const Descriptor& to, unsigned long what, const char* name, const auto& value) {
         ifreq step{};

@@ -166,6 +166,16 @@ class Helper(NetworkCase):
 
     def test_by_hand_and_with_strange_descriptors(self):
         helper = pathlib.Path(guest_module.program()).with_name("vnxtest-open")
+        if not why_no_tun_device():  # what fails is named: one descriptor for the device, none for the socket behind it
+            request = helper_client.record(helper_client.TUN, "adapter", ip=GUEST_IP, host_end=HOST_IP, mtu=1500, queue=100,
+                                           device="vnxtun7")
+            few = [shutil.which("setpriv"), "--bounding-set=-sys_resource", shutil.which("prlimit")]
+            with self.host.entered():
+                for most, failing in ((5, "socket"), (6, "")):
+                    error, _, call, descriptor, _ = helper_client.ask(helper, request, [*few, f"--nofile={most}:{most}"])
+                    self.assertEqual((error, call), (errno.EMFILE if failing else 0, failing), most)
+                    if descriptor is not None:
+                        os.close(descriptor)
         done = subprocess.run([helper], stdin=subprocess.DEVNULL, capture_output=True, text=True)
         self.assertEqual(done.returncode, 2)
         self.assertIn("start this program; it does nothing by itself", done.stderr)
