@@ -39,9 +39,9 @@ public:
     AtomicFile& operator=(const AtomicFile&) = delete;
 
     // Begins the file. A symbolic link is followed: the file it points at is replaced, the link stays.
-    // A replaced file keeps its owner, its group and its permission bits where the writer may set them, and
-    // never a set-user-ID, set-group-ID or sticky bit. Temporary files that an end without warning left in
-    // the folder are removed. False when it cannot be written there; Problem() says why.
+    // A replaced file keeps its owner, its group, its permission bits and its access control list where the
+    // writer may set them, and never a set-user-ID, set-group-ID or sticky bit. Temporary files that an end
+    // without warning left in the folder are removed. False when it cannot be written there; Problem() says why.
     bool Open(const std::filesystem::path& path, FileAccess access,
               SpecialFiles special = SpecialFiles::WriteThrough);
     // Appends `bytes`. After a failure every further call fails.

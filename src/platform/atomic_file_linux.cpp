@@ -3,15 +3,22 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 #include <random>
+#include <vector>
 
 #include <dirent.h>
+#include <endian.h>
 #include <fcntl.h>
+#include <linux/limits.h>
 #include <linux/magic.h>
+#include <linux/posix_acl.h>
+#include <linux/posix_acl_xattr.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
+#include <sys/xattr.h>
 
 #include "wrenlib/descriptor_linux.h"
 #include "wrenlib/errors.h"
@@ -191,23 +198,67 @@ Descriptor CreateNamed(const Descriptor& folder, mode_t mode, std::string& name)
     return {};
 }
 
+constexpr const char* kAccessList = "system.posix_acl_access";
+constexpr mode_t kEverybody = S_IRWXO;
+
+// The access control list (acl(5)) as the kernel gives it; empty where the file has none.
+std::vector<char> AccessListOf(const Descriptor& file) {
+    std::vector<char> list(XATTR_SIZE_MAX);
+    const ssize_t size = fgetxattr(file.Get(), kAccessList, list.data(), list.size());
+    list.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return list;
+}
+
+// What everybody may be given in place of a list: what everybody had, less what any entry but the owner's
+// denies, for those it is about are everybody as well without it.
+mode_t EverybodyWithout(const std::vector<char>& list, mode_t mode) {
+    mode_t left = mode & kEverybody;
+    for (std::size_t at = sizeof(posix_acl_xattr_header); at + sizeof(posix_acl_xattr_entry) <= list.size();
+         at += sizeof(posix_acl_xattr_entry)) {
+        posix_acl_xattr_entry entry{};
+        std::memcpy(&entry, list.data() + at, sizeof entry);
+        left &= le16toh(entry.e_tag) == ACL_USER_OBJ ? kEverybody : le16toh(entry.e_perm);
+    }
+    return left;
+}
+
+// Sets the permission bits and, where there is one, the access control list, whose mask the group's bits of
+// `mode` are then. Where the list cannot be had the group gets nothing.
+bool SetAccess(const Descriptor& file, mode_t mode, const std::vector<char>& list, bool groupKept) {
+    // The folder may have given the new file a list that the replaced one has not.
+    const bool clean = fremovexattr(file.Get(), kAccessList) == 0 || errno == ENODATA || errno == EOPNOTSUPP;
+    if (!list.empty()) {
+        mode = (mode & S_IRWXU) | EverybodyWithout(list, mode);
+    } else if (!groupKept) {
+        mode = (mode & ~static_cast<mode_t>(S_IRWXG)) | ((mode & kEverybody) << 3);
+    }
+    if (!clean) {
+        mode &= ~static_cast<mode_t>(S_IRWXG); // it is that list's mask
+    }
+    if (fchmod(file.Get(), mode) != 0) {
+        return false;
+    }
+    if (!list.empty() && groupKept) {
+        // Sets the bits, too. Where it fails they are narrow already.
+        [[maybe_unused]] const int set = fsetxattr(file.Get(), kAccessList, list.data(), list.size(), 0);
+    }
+    return true;
+}
+
 // Gives `file` the access of the one it will replace, as far as the writer may. The group's bits were
-// meant for the old group: another one gets what everybody has.
-bool TakeOverAccess(const Descriptor& file, const struct stat& replaced, FileAccess access) {
+// meant for the old group: another one gets what everybody has. `existing` is not open for a private file.
+bool TakeOverAccess(const Descriptor& file, const Descriptor& existing, const struct stat& replaced,
+                    FileAccess access) {
     struct stat own {};
     if (fstat(file.Get(), &own) != 0) {
         return false;
     }
     const bool groupKept =
         own.st_gid == replaced.st_gid || fchown(file.Get(), static_cast<uid_t>(-1), replaced.st_gid) == 0;
-    constexpr mode_t kEverybody = S_IRWXO;
-    mode_t mode = replaced.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
-    if (access == FileAccess::Private) {
-        mode = S_IRUSR | S_IWUSR;
-    } else if (!groupKept) {
-        mode = (mode & ~static_cast<mode_t>(S_IRWXG)) | ((mode & kEverybody) << 3);
-    }
-    if (fchmod(file.Get(), mode) != 0) {
+    const mode_t mode = replaced.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    const bool set = access == FileAccess::Private ? fchmod(file.Get(), S_IRUSR | S_IWUSR) == 0
+                                                   : SetAccess(file, mode, AccessListOf(existing), groupKept);
+    if (!set) {
         return false;
     }
     if (own.st_uid != replaced.st_uid) {
@@ -254,10 +305,11 @@ const wchar_t* AtomicFile::State::OpenDirectly() {
 }
 
 const wchar_t* AtomicFile::State::Create(FileAccess access) {
+    Descriptor existing;
     if (place.exists && access == FileAccess::Document) {
         // To replace what may not be written would get round its protection.
-        const Descriptor existing(openat(place.folder.Get(), place.name.c_str(),
-                                         O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        existing = Descriptor(openat(place.folder.Get(), place.name.c_str(),
+                                     O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
         struct stat opened {};
         if (!existing.IsOpen() || fstat(existing.Get(), &opened) != 0) {
             return L"open of";
@@ -278,7 +330,7 @@ const wchar_t* AtomicFile::State::Create(FileAccess access) {
     if (!file.IsOpen()) {
         return L"creation of a temporary file beside";
     }
-    return place.exists && !TakeOverAccess(file, place.status, access) ? L"fchmod of" : nullptr;
+    return place.exists && !TakeOverAccess(file, existing, place.status, access) ? L"fchmod of" : nullptr;
 }
 
 const wchar_t* AtomicFile::State::PutInPlace() {

@@ -1,5 +1,7 @@
 // Files that appear whole or not at all, and what the files and folders of others may not do to them.
 #include <csignal>
+#include <cstdint>
+#include <cstring>
 #include <fstream>
 
 #include <fcntl.h>
@@ -8,6 +10,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -134,6 +137,65 @@ TEST_F(AtomicFileTest, AReplacedFileKeepsItsAccessButNoSpecialBit) {
     ASSERT_EQ(seteuid(kStranger), 0);
     ExpectRefused(m_folder / "file", L"errno=13");
     ASSERT_EQ(seteuid(0), 0);
+}
+
+// The owner and everybody by `mode`, the owning group nothing, one user as given.
+std::string ListFor(mode_t mode, unsigned short named) {
+    struct Entry {
+        std::uint16_t tag;
+        std::uint16_t rights;
+        std::uint32_t id = 0xFFFFFFFF;
+    };
+    const auto owner = static_cast<std::uint16_t>(mode >> 6 & 7U);
+    const auto everybody = static_cast<std::uint16_t>(mode & 7U);
+    const Entry entries[] = {{1, owner}, {2, named, kStranger}, {4, 0}, {0x10, named}, {0x20, everybody}};
+    const std::uint32_t version = 2;
+    std::string list(sizeof version + sizeof entries, '\0');
+    std::memcpy(list.data(), &version, sizeof version);
+    std::memcpy(list.data() + sizeof version, entries, sizeof entries);
+    return list;
+}
+
+std::string ListOf(const fs::path& path, const char* name = "system.posix_acl_access") {
+    std::string list(4096, '\0');
+    const ssize_t size = getxattr(path.c_str(), name, list.data(), list.size());
+    list.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return list;
+}
+
+// The bits of the group are the mask of such a list: taken over alone they would be the group's rights.
+TEST_F(AtomicFileTest, AnAccessControlListIsKeptAndNeverBecomesTheGroupsRights) {
+    const fs::path path = MakeFile(m_folder / "file", geteuid(), 0600);
+    const std::string list = ListFor(0604, 6);
+    const auto give = [&](const char* name, const fs::path& to, const std::string& what) {
+        return setxattr(to.c_str(), name, what.data(), what.size(), 0) == 0;
+    };
+    if (!give("system.posix_acl_access", path, list)) {
+        GTEST_SKIP() << "the file system has no access control lists: " << std::strerror(errno);
+    }
+    EXPECT_EQ(Save(path), L"");
+    EXPECT_EQ(Slurp(path), "new content");
+    EXPECT_EQ(ListOf(path), list);
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0664)) << "6 is the mask";
+    // One that the folder gives its new files is not the replaced file's.
+    ASSERT_TRUE(give("system.posix_acl_default", m_folder, list));
+    ASSERT_EQ(removexattr(path.c_str(), "system.posix_acl_access") + chmod(path.c_str(), 0660), 0);
+    EXPECT_EQ(Save(path), L"");
+    EXPECT_EQ(ListOf(path), "");
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0660));
+    ASSERT_EQ(removexattr(m_folder.c_str(), "system.posix_acl_default"), 0);
+    if (geteuid() != 0) {
+        return;
+    }
+    // Who may not keep the group keeps no list either, and those whom it held back are held back still.
+    MakeFile(path, kStranger, 0606);
+    ASSERT_TRUE(give("system.posix_acl_access", path, ListFor(0606, 6)));
+    ASSERT_EQ(chmod(m_folder.c_str(), 0777), 0);
+    ASSERT_EQ(setegid(1) + seteuid(1), 0);
+    const std::wstring problem = Save(path);
+    ASSERT_EQ(seteuid(0) + setegid(0), 0);
+    EXPECT_EQ(problem, L"");
+    EXPECT_EQ(AccessOf(path), "1:1 600") << "the old group had nothing, and is everybody now";
 }
 
 TEST_F(AtomicFileTest, WhatOthersPutIntoASharedFolderIsLeftAlone) {
