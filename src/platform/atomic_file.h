@@ -40,8 +40,8 @@ public:
 
     // Begins the file. A symbolic link is followed: the file it points at is replaced, the link stays.
     // A replaced file keeps its owner, its group, its permission bits and its access control list where the
-    // writer may set them, and never a set-user-ID, set-group-ID or sticky bit. Temporary files that an end
-    // without warning left in the folder are removed. False when it cannot be written there; Problem() says why.
+    // writer may set them, and never a set-user-ID, set-group-ID or sticky bit. The user's temporary files
+    // that an end without warning left in the folder are removed. False when it cannot be written there; Problem() says why.
     bool Open(const std::filesystem::path& path, FileAccess access,
               SpecialFiles special = SpecialFiles::WriteThrough);
     // Appends `bytes`. After a failure every further call fails.

@@ -32,6 +32,8 @@ namespace {
 // Temporary names do not grow with the destination's, which may have all of its 255 bytes.
 constexpr std::string_view kTemporaryStart = ".vnxtest-";
 constexpr std::string_view kTemporaryEnd = ".tmp";
+constexpr std::string_view kTemporaryDigits = "0123456789abcdefghijklmnopqrstuv";
+constexpr std::size_t kTemporaryLength = 10; // of digits
 constexpr int kAttempts = 100;
 constexpr int kMostLinks = 40; // as the kernel follows (path_resolution(7))
 
@@ -132,20 +134,23 @@ Search Find(const std::filesystem::path& path, Place& place) {
 }
 
 bool IsTemporaryName(std::string_view name) {
-    return name.starts_with(kTemporaryStart) && name.ends_with(kTemporaryEnd);
+    return name.size() == kTemporaryStart.size() + kTemporaryLength + kTemporaryEnd.size() &&
+           name.starts_with(kTemporaryStart) && name.ends_with(kTemporaryEnd) &&
+           name.substr(kTemporaryStart.size(), kTemporaryLength).find_first_not_of(kTemporaryDigits) ==
+               std::string_view::npos;
 }
 
 std::string TemporaryName() {
-    static constexpr char kDigits[] = "0123456789abcdefghijklmnopqrstuv";
     std::random_device random;
     std::string name(kTemporaryStart);
-    for (int i = 0; i < 10; ++i) {
-        name += kDigits[random() % 32];
+    for (std::size_t i = 0; i < kTemporaryLength; ++i) {
+        name += kTemporaryDigits[random() % kTemporaryDigits.size()];
     }
     return name.append(kTemporaryEnd);
 }
 
-// Removes the temporary files that nobody writes any more: whoever does holds a lock on his.
+// Removes the user's own temporary files that nobody writes any more: whoever does holds a lock on his. Those
+// of others are theirs to remove, root's runs too.
 void RemoveLeftovers(const Descriptor& folder) {
     const int readable = openat(folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     DIR* const stream = readable < 0 ? nullptr : fdopendir(readable);
@@ -156,7 +161,7 @@ void RemoveLeftovers(const Descriptor& folder) {
         struct stat found {};
         if (!IsTemporaryName(entry->d_name) ||
             fstatat(readable, entry->d_name, &found, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(found.st_mode) ||
-            (found.st_uid != geteuid() && geteuid() != 0)) {
+            found.st_uid != geteuid()) {
             continue;
         }
         const Descriptor file(

@@ -273,6 +273,22 @@ TEST_F(AtomicFileTest, TemporaryFilesDoNotStay) {
     EXPECT_TRUE(fs::exists(m_folder / ".vnxtest-notes.txt") && !fs::exists(path));
 }
 
+TEST_F(AtomicFileTest, OnlyOnesOwnTemporaryFilesAreRemoved) {
+    const fs::path own = MakeFile(m_folder / ".vnxtest-0123456abv.tmp", geteuid(), 0600);
+    for (const char* name :
+         {".vnxtest-my-precious.tmp", ".vnxtest-.tmp", ".vnxtest.tmp", ".vnxtest-0123456abw.tmp",
+          ".vnxtest-0123456ab.tmp", ".vnxtest-0123456abcd.tmp", ".vnxtest-0123456abv.txt"}) {
+        MakeFile(m_folder / name, geteuid(), 0600);
+    }
+    if (geteuid() == 0) {
+        MakeFile(m_folder / ".vnxtest-0123456789.tmp", kStranger, 0600);
+    }
+    const std::ptrdiff_t before = FilesThere();
+    EXPECT_EQ(Save(m_folder / "file"), L"");
+    EXPECT_FALSE(fs::exists(own));
+    EXPECT_EQ(FilesThere(), before) << "that one is gone, the file has come";
+}
+
 TEST_F(AtomicFileTest, PipesAndDevicesAreWrittenThroughOrRefused) {
     const fs::path pipe = m_folder / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
