@@ -128,14 +128,18 @@ bool Session::FilesAreDistinct() {
                                                                   {L"--json", m_jsonFile.get()}};
     const std::string name = ToUtf8(m_options.library);
     const std::filesystem::path library(std::u8string(name.begin(), name.end()));
-    for (const auto& [option, file] : files) {
+    const std::vector<std::filesystem::path> profile = ProfileFiles();
+    for (const auto& [option, destination] : files) {
+        const AtomicFile* const file = destination; // a name that a lambda can take
         const wchar_t* other = nullptr;
         if (file->IsSameAs(stdout)) {
             other = L"standard output goes to";
-        } else if (file->IsSameAs(stderr)) {
+        } else if (!file->IsWrittenThrough() && file->IsSameAs(stderr)) { // --json /dev/stderr adds to it
             other = L"standard error goes to";
         } else if (IsLibraryFile(m_options.library) && file->IsSameAs(library)) {
             other = L"the interface library is loaded from";
+        } else if (std::ranges::any_of(profile, [&](const auto& path) { return file->IsSameAs(path); })) {
+            other = L"the settings are kept in";
         }
         if (other != nullptr) {
             Fail(Sprintf(L"%s names the file that %s. Name another one.", std::wstring(option),

@@ -41,7 +41,8 @@ public:
     // Begins the file. A symbolic link is followed: the file it points at is replaced, the link stays.
     // A replaced file keeps its owner, its group, its permission bits and its access control list where the
     // writer may set them, and never a set-user-ID, set-group-ID or sticky bit. The user's temporary files
-    // that an end without warning left in the folder are removed. False when it cannot be written there; Problem() says why.
+    // that an end without warning left in the folder are removed. False when it cannot be written there;
+    // Problem() says why.
     bool Open(const std::filesystem::path& path, FileAccess access,
               SpecialFiles special = SpecialFiles::WriteThrough);
     // Appends `bytes`. After a failure every further call fails.
@@ -58,9 +59,10 @@ public:
 
     // The destination is that of `other`, by whatever path. Both are open.
     bool IsSameAs(const AtomicFile& other) const;
-    // The destination is the file at `path`.
+    // The destination is the file at `path` or, on Linux, would become it.
     bool IsSameAs(const std::filesystem::path& path) const;
-    // The destination is an ordinary file that `stream` writes to.
+    // The destination is an ordinary file that `stream` writes to, also by the name of a descriptor
+    // (/dev/stdout).
     bool IsSameAs(std::FILE* stream) const;
 
     // Where the uncommitted content lies; empty when it has no name.

@@ -479,16 +479,23 @@ bool AtomicFile::IsSameAs(const AtomicFile& other) const {
 }
 
 bool AtomicFile::IsSameAs(const std::filesystem::path& path) const {
+    if (!IsOpen()) {
+        return false;
+    }
+    const Place& place = m_state->place;
     struct stat status {};
-    return IsOpen() && m_state->place.exists && stat(path.c_str(), &status) == 0 &&
-           IsSame(status, m_state->place.status);
+    if (place.exists) {
+        return stat(path.c_str(), &status) == 0 && IsSame(status, place.status);
+    }
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    return path.filename() == place.name && stat(folder.c_str(), &status) == 0 &&
+           IsSame(status, place.folderStatus);
 }
 
 bool AtomicFile::IsSameAs(std::FILE* stream) const {
     struct stat status {};
-    return IsOpen() && !m_state->writtenThrough && m_state->place.exists &&
-           fstat(fileno(stream), &status) == 0 && S_ISREG(status.st_mode) &&
-           IsSame(status, m_state->place.status);
+    return IsOpen() && m_state->place.exists && fstat(fileno(stream), &status) == 0 &&
+           S_ISREG(status.st_mode) && IsSame(status, m_state->place.status);
 }
 
 std::filesystem::path AtomicFile::TemporaryPath() const {

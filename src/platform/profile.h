@@ -6,9 +6,11 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vnxtest {
 
@@ -36,5 +38,9 @@ enum class ProfileSection { Settings, SimulatedLan };
 // Opens a section of the user's profile. A profile that does not exist yet is empty, and is made by the first
 // write.
 std::unique_ptr<Profile> OpenProfile(ProfileSection section = ProfileSection::Settings);
+
+// The files that the user's profile is kept in, with that of its lock; they need not exist. Empty where it is
+// kept in none.
+std::vector<std::filesystem::path> ProfileFiles();
 
 } // namespace vnxtest

@@ -32,6 +32,7 @@ namespace {
 
 constexpr const char* kFolder = "VNXTest64UD";
 constexpr const char* kFileName = "VNXTest64UD.conf";
+constexpr const char* kLockName = ".lock";
 // The profile holds nineteen short values; what is larger than this is not our file.
 constexpr off_t kLargestFile = 1 << 20;
 // How long a write waits for another program that is writing.
@@ -275,7 +276,7 @@ private:
             return RefuseCall(L"mkdir", m_folder);
         }
         // The lock has a file of its own, since every write replaces the profile's.
-        const std::string lockName = m_folder + "/.lock";
+        const std::string lockName = m_folder + "/" + kLockName;
         const Descriptor lock(open(lockName.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
         if (!lock.IsOpen()) {
             return RefuseCall(L"open", lockName);
@@ -388,6 +389,15 @@ private:
 
 std::unique_ptr<Profile> OpenProfile(ProfileSection section) {
     return std::make_unique<FileProfile>(section);
+}
+
+std::vector<std::filesystem::path> ProfileFiles() {
+    const std::string home = ConfigurationHome();
+    if (home.empty()) {
+        return {};
+    }
+    const std::filesystem::path folder = home + "/" + kFolder;
+    return {folder / kFileName, folder / kLockName};
 }
 
 } // namespace vnxtest

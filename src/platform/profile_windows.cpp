@@ -154,4 +154,8 @@ std::unique_ptr<Profile> OpenProfile(ProfileSection section) {
     return std::make_unique<RegistryProfile>(section);
 }
 
+std::vector<std::filesystem::path> ProfileFiles() {
+    return {};
+}
+
 } // namespace vnxtest

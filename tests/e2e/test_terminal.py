@@ -2,6 +2,7 @@
 
 import contextlib
 import fcntl
+import itertools
 import json
 import os
 import pty
@@ -285,6 +286,26 @@ class Output(TerminalCase):
                 self.ping(option, one, status=2, output=output, note=f"{option} names the file that standard output goes to")
         self.ping("--output", self.document, "--json", "/no/such/file", status=2, note="/no/such/file")
         self.assertEqual(self.document.read_text("utf-8"), "old", "refused before anything is touched")
+
+    def test_a_descriptors_name_is_the_file_behind_it(self):
+        for option in ("--output", "--json"):
+            with open(self.document, "wb") as output:
+                self.ping(option, "/dev/stdout", status=2, output=output,
+                          note=f"{option} names the file that standard output goes to")
+            self.assertEqual(self.document.read_bytes(), b"", "refused before anything is written twice")
+
+    def test_the_profile_is_not_written_over(self):
+        self.ping("--count", 1, "--save")
+        lock, spare = self.profile.parent / ".lock", self.folder / "spare"
+        os.link(self.profile, spare)
+        stored = self.profile.read_bytes()
+        for option, one in itertools.product(("--output", "--json"), (self.profile, lock, spare)):
+            self.ping("--save", option, one, status=2, note=f"{option} names the file that the settings are kept in")
+        self.assertEqual((self.profile.read_bytes(), lock.read_bytes()), (stored, b""))
+        self.profile.unlink()
+        spare.unlink()
+        self.go("report", "--output", self.profile, status=2, note="the settings are kept in")
+        self.assertFalse(self.profile.exists())
 
     def test_names_of_files_are_bytes(self):
         for name in (b"gr\xfcn \xff", b"a" * 255):
