@@ -20,7 +20,8 @@ bool WriteAll(std::FILE* stream, std::string_view bytes);
 
 // To be called first of all. Makes the terminal show UTF-8 where it does not do so anyway, and sees to
 // it that no file that is opened later takes the place of a standard stream that was closed by the
-// program's starter: writing to such a stream fails.
+// program's starter: writing to such a stream fails. A file that grows beyond what is allowed fails, too,
+// instead of ending the program.
 void PrepareTerminal();
 
 // The words of the command line behind the program's name, as UTF-8. On Linux byte for byte as they were

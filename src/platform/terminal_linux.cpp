@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <csignal>
 #include <initializer_list>
 
 #include <fcntl.h>
@@ -38,6 +39,8 @@ bool WriteAll(std::FILE* stream, std::string_view bytes) {
 }
 
 void PrepareTerminal() {
+    // Beyond the largest file that is allowed (ulimit -f) a write fails then, and is told like any other one.
+    std::signal(SIGXFSZ, SIG_IGN);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {
             // Takes the lowest free number, which is this one; open for the direction nobody uses.

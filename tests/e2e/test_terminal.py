@@ -237,6 +237,13 @@ class Output(TerminalCase):
         self.assertIn("closed...", self.document.read_text("utf-8"), "everything was closed in order, and saved")
         self.assertIn("Standard output", self.results()["problem"])
 
+    def test_a_file_larger_than_allowed(self):
+        limited = {"status": 2, "prefix": ["prlimit", "--fsize=600"], "note": "failed; errno=27: File too large"}
+        self.document.write_text("old", "utf-8")
+        for option in ("--output", "--json"):
+            self.ping(option, self.document, "--count", 50, **limited)
+            self.assertEqual(self.document.read_text("utf-8"), "old")
+
     def test_nobody_reads_and_one_signal_ends_it(self):
         """A reader that has stopped, a full pipe on standard error, a suspended terminal for both."""
         stopped, output = os.pipe()
