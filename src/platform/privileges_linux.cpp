@@ -167,7 +167,6 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
     g_keptCapabilities = (kept.network ? MaskOf({CAP_NET_RAW, CAP_NET_ADMIN, CAP_SYS_NICE}) : 0) |
                          (kept.files && getuid() == 0 ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
     const int signal = SIGRTMAX - 1;
-    // The handler stays: a signal may arrive late, and doing it twice does no harm.
     struct sigaction action {};
     action.sa_handler = GiveUpInThisThread;
     action.sa_flags = SA_RESTART;
@@ -184,6 +183,9 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
     for (int look = 0; look < kLooks; ++look) {
         threads = ThreadsThatHoldMore();
         if (threads.empty()) {
+            // Nobody needs it any more, and one that arrives late must neither end the program nor make calls
+            // that are forbidden from here on.
+            std::signal(signal, SIG_IGN);
             return true;
         }
         AskToGiveUp(threads, signal);

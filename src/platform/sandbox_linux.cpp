@@ -30,6 +30,9 @@ namespace {
 // A sanitizer's own code makes calls that no other build does.
 constexpr bool kSanitized = VNXTEST_SANITIZED;
 
+// SYS_SECCOMP of sigaction(2), which the C library's header does not have.
+constexpr int kSentByFilter = 1;
+
 struct FilterDeleter {
     void operator()(void* filter) const { seccomp_release(filter); }
 };
@@ -50,8 +53,14 @@ void NoteCallNames() {
 
 // SIGSYS: the thread has made a call that is not allowed, and the kernel has not carried it out. Makes
 // allowed system calls only, and waits for nobody who does not read.
-void EndForCall(int, siginfo_t* info, void*) {
-    const auto number = static_cast<std::size_t>(info->si_syscall);
+void EndForCall(int number, siginfo_t* info, void*) {
+    if (info->si_code != kSentByFilter) {
+        // Somebody has sent it: the program ends by it, as it would without a filter, when this returns.
+        std::signal(number, SIG_DFL);
+        raise(number);
+        return;
+    }
+    const auto call = static_cast<std::size_t>(info->si_syscall);
     char digits[16] = {};
     std::to_chars(digits, digits + sizeof digits - 1, info->si_syscall);
     char text[256] = {};
@@ -62,7 +71,7 @@ void EndForCall(int, siginfo_t* info, void*) {
         length += size;
     };
     say("vnxtest-cli: Ended: the system call ");
-    say(number < g_callNames.size() ? g_callNames[number].data() : "");
+    say(call < g_callNames.size() ? g_callNames[call].data() : "");
     say(" (");
     say(digits);
     say(") is not allowed to a running guest, and was not carried out. Please report this; the option "

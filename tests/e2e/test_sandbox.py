@@ -68,6 +68,17 @@ class Simulated(Sandbox, Case):
             self.assertNotIn("is not allowed", guest.errors())
 
 
+    def test_signals_that_somebody_sends(self):
+        guest = self.wait_filtered(self.start("run", *SIMULATED).wait_up())
+        for _ in range(3):
+            guest.send_signal(signal.SIGRTMAX - 1)  # that by which its threads were asked to give up their rights
+        time.sleep(0.2)
+        self.assert_ends_well(guest)
+        guest = self.wait_filtered(self.start("run", *SIMULATED).wait_up())
+        guest.send_signal(signal.SIGSYS)
+        self.assertEqual((guest.wait_end(10), guest.errors()), (-signal.SIGSYS, ""), guest.story())
+
+
 class OnAWire(Sandbox, NetworkCase):
     @timeout(300)
     def test_every_option_on_a_wire(self):

@@ -1,6 +1,7 @@
 // The filter of system calls: what is left works, and everything else ends the program and is named.
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <functional>
 #include <thread>
@@ -123,6 +124,12 @@ TEST_F(SandboxDeathTest, WhatIsLeftWorks) {
                 ExitedWithCode(0), "");
     EXPECT_EXIT(Run({.devices = true}, [] { return sendmsg(-1, nullptr, 0) == 0 || errno != EBADF; }),
                 ExitedWithCode(0), "");
+}
+
+// A signal that somebody sends is no call that was made.
+TEST_F(SandboxDeathTest, ItsSignalFromOutsideIsNotTakenForACall) {
+    const auto receive = [] { return raise(SIGSYS); };
+    EXPECT_EXIT(Run({}, receive), testing::KilledBySignal(SIGSYS), "^$");
 }
 
 // What ran before is under the filter, too, and whatever is left: nothing that is started has more rights.
