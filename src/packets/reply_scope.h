@@ -45,6 +45,12 @@ constexpr bool IsAnotherHost(Ipv4Address address, const ReplyScope& scope) {
     return !hasBoth || !within || ((address & hosts) != hosts && !(address & hosts).IsZero());
 }
 
+// Whom an ARP question may come from and its reply go to. Zero is the address of who probes for one that is
+// free (RFC 5227, section 2.1.1); the guest's own, of who has taken it or announces it.
+constexpr bool IsArpHost(Ipv4Address address, const ReplyScope& scope) {
+    return address.IsZero() || address == scope.guestIp || IsAnotherHost(address, scope);
+}
+
 // An ICMP echo reply: the destination is LoadIpv4<16> of it. `packet` is bare IPv4, of any bytes.
 inline bool IsEchoReply(std::span<const std::uint8_t> packet) {
     const auto ip = ConstIpv4View::Over(packet);
@@ -69,9 +75,9 @@ inline bool IsReplyToNobody(std::span<const std::uint8_t> frame, bool ethernet, 
         toAnother = IsAnotherStation(header->Destination(), scope.guestMac);
         if (header->EtherType() == kEtherTypeArp || header->EtherType() == kEtherTypeRarp) {
             const auto arp = ConstArpView::Over(packet);
-            return arp && !toAnother &&
-                   (arp->Operation() == ArpOperation::Reply ||
-                    arp->Operation() == ArpOperation::ReverseReply);
+            return arp && ((arp->Operation() == ArpOperation::Reply &&
+                            !(toAnother && IsArpHost(arp->TargetProtocolAddress(), scope))) ||
+                           (arp->Operation() == ArpOperation::ReverseReply && !toAnother));
         }
         if (header->EtherType() != kEtherTypeIpv4) {
             return false;

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstring>
 
-#include "packets/reply_scope.h"
 #include "vnetx/host_links.h"
 #include "vnetx/reading_thread.h"
 
@@ -143,8 +142,8 @@ void Ipv4OverEthernet::SendWaiting(const Guest& guest, Ipv4Address hop, MacAddre
     }
 }
 
-bool Ipv4OverEthernet::HandleArp(const Guest& guest, const ArpPacket& arp) {
-    if (!IsAnotherStation(arp.senderMac, guest.mac)) {
+bool Ipv4OverEthernet::HandleArp(const Guest& guest, const ReplyScope& scope, const ArpPacket& arp) {
+    if (!IsAnotherStation(arp.senderMac, guest.mac) || !IsArpHost(arp.senderIp, scope)) {
         return false;
     }
     const bool forGuest = arp.targetIp == guest.ip && !guest.ip.IsZero();

@@ -14,6 +14,7 @@
 #include <span>
 #include <unordered_map>
 
+#include "packets/reply_scope.h"
 #include "vnetx/arp_resolver.h"
 #include "vnetx/neighbours.h"
 #include "vnetx/recent_host_links.h"
@@ -55,8 +56,8 @@ public:
     // Sends or keeps one IPv4 packet; its length, or -1 with errno. Any thread.
     std::int32_t Write(const Guest& guest, const std::uint8_t* packet, std::uint32_t length);
     // An ARP packet from the wire: answers a question for the guest and learns. False when it came from
-    // no single station and nothing was done with it.
-    bool HandleArp(const Guest& guest, const ArpPacket& arp);
+    // no single station or from an address that no host can have, and nothing was done with it.
+    bool HandleArp(const Guest& guest, const ReplyScope& scope, const ArpPacket& arp);
     // Repeats questions and drops packets whose time has come. Milliseconds until there is something
     // to do again, negative when nothing is waiting.
     int TimedWork(const Guest& guest);

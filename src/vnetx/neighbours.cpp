@@ -26,7 +26,7 @@ void NeighbourTable::Learn(Ipv4Address address, MacAddress mac) {
 }
 
 void NeighbourTable::Update(Ipv4Address address, MacAddress mac) {
-    if (mac.IsZero() || mac.IsGroup()) {
+    if (address.IsZero() || mac.IsZero() || mac.IsGroup()) {
         return;
     }
     const auto now = m_now();

@@ -280,7 +280,7 @@ std::int32_t PcapInterface::AcceptTap(const FrameBatch::Frame& frame, std::uint8
     } else if (type == kEtherTypeArp) {
         const auto arp =
             ParseArp({frame.bytes + kEthernetHeaderLength, frame.captured - kEthernetHeaderLength});
-        if (arp && arp->senderIp != GuestIp() && IsAnotherStation(arp->senderMac, m_mac)) {
+        if (arp && IsAnotherStation(arp->senderMac, m_mac) && IsAnotherHost(arp->senderIp, Scope())) {
             if (arp->targetIp == GuestIp()) {
                 m_neighbours.Learn(arp->senderIp, arp->senderMac);
             } else {
@@ -303,7 +303,7 @@ std::int32_t PcapInterface::AcceptTun(const FrameBatch::Frame& frame, std::uint8
                                                 frame.captured - kEthernetHeaderLength);
     switch (LoadBe16(frame.bytes + 12)) {
     case kEtherTypeArp:
-        if (const auto arp = ParseArp(payload); arp && m_ipv4->HandleArp(Guest(), *arp)) {
+        if (const auto arp = ParseArp(payload); arp && m_ipv4->HandleArp(Guest(), Scope(), *arp)) {
             Counters().reading.internalArps.Add();
         } else {
             Counters().ignored.Add();

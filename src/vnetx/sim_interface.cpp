@@ -148,10 +148,10 @@ std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
 }
 
 // TUN: the guest's address is asked for, and the library answers for it (RFC 826). False when there is no
-// single station to answer.
+// single station to answer, or its address is one that no host can have.
 bool SimInterface::HandleArpInside(std::span<const std::uint8_t> frame) {
     const auto arp = ParseArp(frame.subspan(kEthernetHeaderLength));
-    if (arp && !IsAnotherStation(arp->senderMac, GuestMac())) {
+    if (arp && (!IsAnotherStation(arp->senderMac, GuestMac()) || !IsArpHost(arp->senderIp, Scope()))) {
         return false;
     }
     if (arp && arp->operation == kArpRequest && arp->targetIp == GuestIp()) {

@@ -118,6 +118,8 @@ protected:
     Ipv4Address HostIp() const { return m_hostIp.Get(); }
     Ipv4Address NetMask() const { return m_netMask.Get(); }
     Ipv4Address BroadcastIp() const { return m_broadcastIp.Get(); }
+    // What a reply of the guest is judged by.
+    ReplyScope Scope() const;
     // The MTU set, or 0.
     std::uint32_t Mtu() const { return m_mtu.load(std::memory_order_relaxed); }
     std::uint32_t DeviceBufferSize() const { return m_deviceBufferSize.load(std::memory_order_relaxed); }
@@ -141,7 +143,6 @@ private:
     int SetMtu(std::uint32_t mtu);
     void SetNumber(std::string_view setting, std::atomic<std::uint32_t>& number, std::uint32_t value);
     int Query(std::uint32_t request, VnetxArpRequest& record);
-    ReplyScope Scope() const;
     int HealthOnceInAWhile(PollPolicy::Clock::time_point now);
     std::int32_t WaitForFrame(std::uint8_t* buffer, std::uint32_t size);
 

@@ -53,6 +53,12 @@ TEST_P(ReplyModes, ALibrarySendsNoReplyToNobodyAndEverythingElse) {
     const auto echo = [&](std::uint8_t type, Ipv4Address to) {
         return EchoPacket({.source = guest.Ip(), .destination = to, .type = type});
     };
+    const auto answerArp = [&](MacAddress to, Ipv4Address asker) {
+        const auto frame = BuildArpFrame(to, guest.Mac(), {kArpReply, guest.Mac(), guest.Ip(), to, asker});
+        const std::int64_t before = guest.Statistics().packetsWritten;
+        EXPECT_EQ(guest.Write(frame), 42);
+        return guest.Statistics().packetsWritten - before == 1;
+    };
     const MacAddress station = SimStationMac(2);
     EXPECT_TRUE(write(echo(kIcmpEchoReply, kSimFirstEchoHost), station));
     for (const Ipv4Address nobody : {kSimNetwork, kSimBroadcast, Ipv4Address(255, 255, 255, 255),
@@ -66,6 +72,14 @@ TEST_P(ReplyModes, ALibrarySendsNoReplyToNobodyAndEverythingElse) {
     if (!GetParam()) {
         return;
     }
+    for (const Ipv4Address nobody :
+         {kSimNetwork, kSimBroadcast, Ipv4Address(255, 255, 255, 255), Ipv4Address(224, 0, 0, 1),
+          Ipv4Address(127, 0, 0, 1), Ipv4Address(0, 1, 2, 3)}) {
+        EXPECT_FALSE(answerArp(station, nobody)) << std::hex << nobody.Host();
+    }
+    EXPECT_TRUE(answerArp(station, kSimFirstEchoHost));
+    EXPECT_TRUE(answerArp(station, {})) << "who probes for an address has none";
+    EXPECT_TRUE(answerArp(station, guest.Ip())) << "who announces the guest's address";
     for (const MacAddress nobody :
          {MacAddress::Broadcast(), MacAddress(), MacAddress({1, 0, 0x5E, 0, 0, 1}), guest.Mac()}) {
         EXPECT_FALSE(write(echo(kIcmpEchoReply, kSimFirstEchoHost), nobody));
