@@ -29,7 +29,7 @@ constexpr ProceedQuestion kIpUnusable = {
     L"this system itself, for a group or for everybody.\n\nNo other system will send packets to it, and the "
     L"test is unlikely to succeed."};
 
-HostFacts FactsOf(const HostNetwork& host) {
+HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
     HostFacts facts;
     for (const ADAPTER_INFO_LIST_ENTRY& entry : host.Adapters()) {
         std::array<std::uint8_t, 6> mac{};
@@ -43,6 +43,9 @@ HostFacts FactsOf(const HostNetwork& host) {
     if (host.Addresses()) {
         for (const AddressRow& row : *host.Addresses()) {
             facts.addresses.push_back(row.address);
+            if (row.address == info.adapterIp) {
+                facts.adapter.push_back({row.address, row.mask});
+            }
         }
     }
     if (host.Routes()) {
@@ -59,7 +62,7 @@ HostFacts FactsOf(const HostNetwork& host) {
 } // namespace
 
 std::optional<ProceedQuestion> QuestionBesideHost(const INTERFACE_INFO& info, const HostNetwork& host) {
-    const HostFacts facts = FactsOf(host);
+    const HostFacts facts = FactsOf(info, host);
     // Without a MAC address of its own it gets one that no adapter has.
     if (!info.guestMac.IsZero() && JudgeMac(info.guestMac, facts) == Refusal::MacOfHost) {
         return kMacOfHost;

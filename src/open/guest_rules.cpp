@@ -60,6 +60,17 @@ Refusal JudgeMac(MacAddress mac, const HostFacts& host) {
     return Contains(host.macs, mac) ? Refusal::MacOfHost : Refusal::None;
 }
 
+namespace {
+
+// Where there is room for them, the lowest address is the subnet's and the highest everybody's.
+bool IsSubnetsOrBroadcast(Ipv4Address ip, const HostFacts::Subnet& subnet) {
+    const Ipv4Address hosts = ~subnet.mask;
+    return (ip & subnet.mask) == (subnet.address & subnet.mask) && hosts.Host() > 1 &&
+           ((ip & hosts).IsZero() || (ip & hosts) == hosts);
+}
+
+} // namespace
+
 Refusal JudgeIp(Ipv4Address ip, const HostFacts& host) {
     // This network's, the loopback's, groups' and reserved addresses (RFC 6890).
     if (const std::uint8_t first = ip.Bytes()[0]; first == 0 || first == 127 || first >= 224) {
@@ -68,7 +79,12 @@ Refusal JudgeIp(Ipv4Address ip, const HostFacts& host) {
     if (Contains(host.addresses, ip)) {
         return Refusal::IpOfHost;
     }
-    return Contains(host.gateways, ip) ? Refusal::IpOfGateway : Refusal::None;
+    if (Contains(host.gateways, ip)) {
+        return Refusal::IpOfGateway;
+    }
+    const bool taken = std::any_of(host.adapter.begin(), host.adapter.end(),
+                                   [&](const auto& subnet) { return IsSubnetsOrBroadcast(ip, subnet); });
+    return taken ? Refusal::IpUnusable : Refusal::None;
 }
 
 Refusal JudgeRoute(Ipv4Address ip, Ipv4Address hostEnd, const HostFacts& host) {
@@ -80,10 +96,7 @@ Refusal JudgeRoute(Ipv4Address ip, Ipv4Address hostEnd, const HostFacts& host) {
     if ((ip & own->mask) != (hostEnd & own->mask)) {
         return Refusal::IpOutsideSubnet;
     }
-    // Where there is room for them, the lowest address is the subnet's and the highest everybody's.
-    const Ipv4Address hostPart = ip & ~own->mask;
-    const bool taken = (~own->mask).Host() > 1 && (hostPart.IsZero() || hostPart == ~own->mask);
-    return taken ? Refusal::IpUnusable : Refusal::None;
+    return IsSubnetsOrBroadcast(ip, *own) ? Refusal::IpUnusable : Refusal::None;
 }
 
 Refusal JudgeRequest(const OpenRequest& request, const HostFacts& host) {

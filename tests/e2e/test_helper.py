@@ -80,7 +80,8 @@ class Helper(NetworkCase):
         self.host.ip("route", "add", "10.99.0.0/16", "table", "77", "nexthop", "via", "10.77.0.51", "nexthop", "via", "10.77.0.52")
         for gateway in ("10.77.0.51", "10.77.0.52"):
             self.refused(folder, "The guest's IP address is that of a gateway of this host", guest_ip=gateway)
-        self.refused(folder, "The guest's IP address cannot be a station's", guest_ip="127.0.0.9")
+        for ip in ("127.0.0.9", "10.77.0.0", "10.77.0.255"):
+            self.refused(folder, "The guest's IP address cannot be a station's", guest_ip=ip)
         if not why_no_tun_device():
             self.addCleanup(os.chmod, "/dev/net/tun", os.stat("/dev/net/tun").st_mode & 0o777)
             os.chmod("/dev/net/tun", 0o666)

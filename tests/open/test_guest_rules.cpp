@@ -131,6 +131,9 @@ TEST(OpenRequests, TheGuestIsNotTheHost) {
     EXPECT_EQ(judge({0x01, 0, 0x5E, 0, 0, 1}, {10, 0, 0, 100}), Refusal::MacUnusable);
     EXPECT_EQ(judge(kAdapterMac, {10, 0, 0, 100}), Refusal::MacOfHost);
     EXPECT_EQ(judge(kOtherAdapterMac, {10, 0, 0, 100}), Refusal::MacOfHost) << "of any adapter";
+    EXPECT_EQ(judge(kGuestMac, {10, 0, 0, 0}), Refusal::IpUnusable) << "the subnet's own number";
+    EXPECT_EQ(judge(kGuestMac, {10, 0, 0, 255}), Refusal::IpUnusable) << "everybody's";
+    EXPECT_EQ(judge(kGuestMac, {10, 0, 1, 255}), Refusal::None) << "of another subnet";
     EXPECT_EQ(judge(kGuestMac, {10, 0, 0, 1}), Refusal::IpOfHost);
     EXPECT_EQ(judge(kGuestMac, {192, 168, 7, 1}), Refusal::IpOfHost) << "of any adapter";
     EXPECT_EQ(judge(kGuestMac, {192, 168, 7, 254}), Refusal::IpOfGateway) << "of any route";
