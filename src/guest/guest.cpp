@@ -211,7 +211,8 @@ bool Guest::OnTestStartPing() {
     const bool started = m_pingTest.Start(
         m_interfaces[m_pingFromInterface1 ? 0 : 1],
         {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay});
-    m_problem = m_pingTest.Result().problem;
+    // Once the test runs, its result is its threads'.
+    m_problem = started ? std::wstring() : m_pingTest.Result().problem;
     return started;
 }
 

@@ -220,6 +220,12 @@ void CVNXTestView::FinishPingDisplay() {
     }
     m_panes->Chart().ShowChange();
     ShowProgress();
+    if (!result.problem.empty()) {
+        // Behind what is under way here: a box takes events while it is open.
+        CallAfter([this, problem = result.problem] {
+            TellProblem("The ping test could not be watched while it ran.", problem);
+        });
+    }
 }
 
 void CVNXTestView::ShowProgress() {

@@ -73,7 +73,7 @@ private:
     void OnFindNext();
     void OnNextPane();
     void OnStartGuest();
-    void TellProblem(const wxString& what);
+    void TellProblem(const wxString& what, const std::wstring& cause);
     void OnStartPing();
     void OnStopPing();
     void OnDefineBufferSizes();

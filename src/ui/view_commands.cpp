@@ -132,16 +132,15 @@ void CVNXTestView::OnNextPane() {
 
 void CVNXTestView::OnStartGuest() {
     if (!m_guest->OnStartGuest()) {
-        TellProblem("The guest could not be started.");
+        TellProblem("The guest could not be started.", m_guest->Problem());
     }
     TellProfileProblem();
 }
 
 // The reason of a start command that failed; without one it was cancelled.
-void CVNXTestView::TellProblem(const wxString& what) {
-    if (!m_guest->Problem().empty()) {
-        wxMessageBox(what + "\n\n" + wxString(m_guest->Problem()), kProductName, wxOK | wxICON_ERROR,
-                     GetFrame());
+void CVNXTestView::TellProblem(const wxString& what, const std::wstring& cause) {
+    if (!cause.empty()) {
+        wxMessageBox(what + "\n\n" + wxString(cause), kProductName, wxOK | wxICON_ERROR, GetFrame());
     }
 }
 
@@ -153,7 +152,7 @@ void CVNXTestView::StopGuest() {
 
 void CVNXTestView::OnStartPing() {
     if (!m_guest->OnTestStartPing()) {
-        TellProblem("The ping test could not be started.");
+        TellProblem("The ping test could not be started.", m_guest->Problem());
         return;
     }
     m_history.Begin(m_asked.count, m_asked.to);
