@@ -1,9 +1,12 @@
 #include "wrenlib/trace.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <mutex>
+#include <utility>
 
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
@@ -15,10 +18,19 @@ void WriteToDebugger(std::wstring_view text);
 bool IsDebuggerTraceOn();
 
 namespace {
-std::function<void(std::wstring_view)>& Sink() {
-    static std::function<void(std::wstring_view)> sink;
-    return sink;
+
+std::mutex g_sinkLock; // guards the next one
+std::function<void(std::wstring_view)> g_sink;
+std::atomic<bool> g_hasSink{false};
+
+bool GiveToSink(std::wstring_view text) {
+    const std::lock_guard lock(g_sinkLock);
+    if (g_sink) {
+        g_sink(text);
+    }
+    return g_sink != nullptr;
 }
+
 } // namespace
 
 std::wstring FormatWide(std::wstring_view format, WideFormatArgs args) {
@@ -37,19 +49,19 @@ void WrenLibAfxTraceV(std::wstring_view format, WideFormatArgs args) {
     const ErrorKeeper keeper;
     std::wstring text = FormatWide(format, args);
     MakeLinesVisible(text);
-    if (Sink()) {
-        Sink()(text);
-    } else {
+    if (!g_hasSink || !GiveToSink(text)) {
         WriteToDebugger(text);
     }
 }
 
 bool IsTraceOn() {
-    return Sink() != nullptr || IsDebuggerTraceOn();
+    return g_hasSink || IsDebuggerTraceOn();
 }
 
 void SetTraceSink(std::function<void(std::wstring_view)> sink) {
-    Sink() = std::move(sink);
+    const std::lock_guard lock(g_sinkLock);
+    g_hasSink = sink != nullptr;
+    g_sink = std::move(sink);
 }
 
 } // namespace vnxtest

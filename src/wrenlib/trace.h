@@ -21,8 +21,8 @@ void WrenLibAfxTrace(std::wstring_view format, const Args&... args) {
 // True when the trace goes anywhere, so that a caller with many lines need not format them.
 bool IsTraceOn();
 
-// Sends the trace to `sink` instead (null: back to the platform's place). For tests; set it while
-// no other thread traces.
+// Sends the trace to `sink` instead (null: back to the platform's place). For tests. It is called on whatever
+// thread traces, one at a time, and not any more once this returns with another one.
 void SetTraceSink(std::function<void(std::wstring_view)> sink);
 
 } // namespace vnxtest

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "guest/sim_guest.h"
-#include "vnetx/fault_library.h"
+#include "support/fault_library.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -172,7 +172,8 @@ TEST_F(GuestTest, APingThatCannotBeWrittenEndsTheTestWithTheFiguresOfTheOthers) 
     EXPECT_EQ(CountOf(text, "\n***  Ping #3 failed; abort  ***\n\n"), 1) << text;
     EXPECT_EQ(CountOf(text, "Sending ping #4"), 0) << text;
     EXPECT_EQ(CountOf(text, "     2 Pings Sent\n"), 1) << text;
-    EXPECT_THAT(text, EndsWith("\n** END PING TEST **\n\n"));
+    // Nothing is waited for, so that the replies to the others may stand behind the end.
+    EXPECT_EQ(CountOf(text, "\n** END PING TEST **\n\n"), 1) << text;
     EXPECT_TRUE(sim.guest.Ping().Result().writeFailed && sim.guest.Ping().Result().complete);
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <map>
+#include <mutex>
 #include <span>
 #include <string>
 #include <vector>
@@ -80,7 +81,10 @@ inline constexpr Ipv4Address kMask24(255, 255, 255, 0);
 class ScriptedHost {
 public:
     ScriptedHost() {
-        SetTraceSink([this](std::wstring_view text) { m_traced.emplace_back(text); });
+        SetTraceSink([this](std::wstring_view text) {
+            const std::lock_guard lock(m_lock);
+            m_traced.emplace_back(text);
+        });
     }
     ~ScriptedHost() {
         SetTraceSink(nullptr);
@@ -88,7 +92,10 @@ public:
     }
     ScriptedHost(const ScriptedHost&) = delete;
     ScriptedHost& operator=(const ScriptedHost&) = delete;
-    std::vector<std::wstring> TakeTrace() { return std::exchange(m_traced, {}); }
+    std::vector<std::wstring> TakeTrace() {
+        const std::lock_guard lock(m_lock);
+        return std::exchange(m_traced, {});
+    }
 
     ScriptedTables tables;
     ScriptedWrenPack adapters;
@@ -96,6 +103,7 @@ public:
     HostNetwork network{{tables, adapters}, library};
 
 private:
+    std::mutex m_lock;
     std::vector<std::wstring> m_traced;
 };
 

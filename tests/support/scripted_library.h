@@ -30,12 +30,14 @@ public:
     };
 
     std::int32_t Open(const char* name, std::int32_t flags) override {
+        const std::lock_guard lock(m_lock);
         openedName = name;
         openedFlags = flags;
         m_open = failOpen == 0;
         return m_open ? kHandle : FailWith(failOpen);
     }
     void Close(std::int32_t) override {
+        const std::lock_guard lock(m_lock);
         m_open = false;
         errno = EIO; // closing disturbs errno, as a real close may
     }
@@ -57,6 +59,7 @@ public:
             }
             return 0;
         }
+        const std::lock_guard lock(m_lock);
         auto* const own = static_cast<VnetxInterfaceRequest*>(record);
         requests.push_back({request, *own});
         if (const auto failure = failRequests.find(request); failure != failRequests.end()) {
