@@ -61,7 +61,6 @@ private:
 };
 
 using IcmpEchoView = BasicIcmpEchoView<std::uint8_t>;
-using ConstIcmpEchoView = BasicIcmpEchoView<const std::uint8_t>; // reads only
 
 // A 16-bit number between host and network order (the same exchange both ways).
 constexpr std::uint16_t SwapNetwork16(std::uint16_t value) {

@@ -24,8 +24,6 @@ public:
     // of all together. Any thread.
     SimCounters Counters(std::size_t interfaceOrder) const { return m_network->Counters(interfaceOrder); }
     SimCounters Counters() const { return m_network->Counters(); }
-    // How many interfaces were opened in the life of the library.
-    std::size_t InterfacesOpened() const { return m_network->PortCount(); }
 
     // Refuses any name but the simulated adapter's addresses with ENODEV.
     std::int32_t Open(const char* name, std::int32_t flags) override;

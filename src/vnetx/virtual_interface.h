@@ -106,7 +106,6 @@ protected:
     InterfaceMode Mode() const { return m_mode.load(std::memory_order_relaxed); }
     bool IsUp() const { return m_up.load(std::memory_order_acquire); }
     ReaderGate& Gate() { return *m_gate; }
-    bool SocketNotify() const { return m_socketNotify; }
     InterfaceCounters& Counters() { return m_counters; }
     const DebugLines& Debug() const { return m_debug; }
     const std::string& Name() const { return m_name; } // stable once attached
@@ -130,7 +129,6 @@ protected:
         m_adapterMask.Set(mask);
     }
     // What the driver really got, for the statistics.
-    void SetDeviceBufferSize(std::uint32_t bytes) { m_deviceBufferSize.store(bytes); }
     void SetIoBufferSize(std::uint32_t bytes) { m_ioBufferSize.store(bytes); }
 
 private:

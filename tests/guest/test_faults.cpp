@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "guest/sim_guest.h"
-#include "vnetx/fault_library.h"
+#include "support/fault_library.h"
 
 namespace vnxtest {
 namespace {

@@ -1,4 +1,4 @@
-#include "vnetx/fault_library.h"
+#include "support/fault_library.h"
 
 #include "vnetx/failure.h"
 
