@@ -19,6 +19,8 @@ namespace vnxtest {
 namespace {
 
 constexpr std::chrono::milliseconds kGatherTime(5);
+// Requests to stop that come so close together are one.
+constexpr std::chrono::milliseconds kOneRequest(15);
 
 const wchar_t* NameOf(Command command) {
     switch (command) {
@@ -97,13 +99,19 @@ bool Session::OpenFiles() {
         return false;
     }
     // From here on an interrupt ends things in order.
-    m_stopSignal.emplace([this, temporary = std::array{m_output.File().TemporaryPath(),
-                                                       m_jsonFile->TemporaryPath()}](int count) {
+    m_stopSignal.emplace([this, first = Moment(),
+                          temporary = std::array{m_output.File().TemporaryPath(),
+                                                 m_jsonFile->TemporaryPath()}](int count) mutable {
         if (count == 1) {
+            first = std::chrono::steady_clock::now();
             if (IsTerminal(stderr)) {
                 Complain(L"stopping; a second interrupt ends the program at once.");
             }
             m_port.Queue().PostInterrupt();
+            return;
+        }
+        // One request can come twice: who stops a program may stop its group of processes, too.
+        if (std::chrono::steady_clock::now() - first < kOneRequest) {
             return;
         }
         Complain(L"ended at once by a second interrupt.");

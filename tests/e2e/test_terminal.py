@@ -159,11 +159,17 @@ class Ends(TerminalCase):
         self.assertRegex(guest.errors(), r"interrupted after \d+ pings")
         self.assertEqual(self.results()["ping"]["statistics"]["sent"], guest.text().count(" Sending ping #"))
 
+    def test_one_request_that_comes_twice(self):
+        guest = self.begin("run", "--no-report", "--json", self.json).wait_up()
+        guest.send_signal(signal.SIGTERM)  # to the program, and to its group
+        self.assertEqual((guest.stop(signal.SIGTERM)[0], guest.errors()), (0, ""))
+        self.assertEqual(self.results()["exitStatus"], 0)
+
     def test_a_second_interrupt_ends_at_once(self):
         for _ in range(20):
             guest = self.begin("run", "--no-report", "--output", self.document).wait_up()
             guest.send_signal(signal.SIGINT)
-            time.sleep(0.02)  # within the read time-out of 250 ms
+            time.sleep(0.03)  # within the read time-out of 250 ms, and no repetition of the first
             status, _ = guest.stop()
             if "second interrupt" in guest.errors():
                 self.assertEqual(status, 2)
