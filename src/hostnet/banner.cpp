@@ -8,6 +8,9 @@ namespace vnxtest {
 
 namespace {
 
+constexpr std::wstring_view kCommandIndent = L"    ";
+constexpr std::size_t kMargin = 3; // on both sides of the text
+
 void WrapLine(std::wstring_view text, std::size_t width, std::vector<std::wstring>& lines) {
     std::wstring line(text.substr(0, std::min(text.find_first_not_of(L' '), width / 2)));
     bool empty = true; // no word yet
@@ -45,7 +48,12 @@ std::vector<std::wstring> WrapText(std::wstring_view text, std::size_t width) {
     std::vector<std::wstring> lines;
     while (true) {
         const std::size_t end = text.find(L'\n');
-        WrapLine(text.substr(0, end), width, lines);
+        const std::wstring_view line = text.substr(0, end);
+        if (line.starts_with(kCommandIndent)) {
+            lines.emplace_back(line);
+        } else {
+            WrapLine(line, width, lines);
+        }
         if (end == std::wstring_view::npos) {
             return lines;
         }
@@ -58,26 +66,23 @@ std::wstring MakeBanner(BannerKind kind, const std::vector<std::wstring>& paragr
     const bool error = kind == BannerKind::Error;
     const std::wstring label = error ? L"ERROR:  " : L"WARNING:  ";
     const std::wstring title = error ? L"***  ERROR  ***" : L"*  WARNING  *";
-    std::wstring banner;
-    const auto addFramed = [&](std::wstring_view text) {
-        banner += label + L'*';
-        banner.append(text);
-        banner.append(kBannerInnerWidth - std::min(text.size(), kBannerInnerWidth), L' ');
-        banner += L"*\n";
-    };
-    const std::wstring edge = label + std::wstring(kBannerInnerWidth + 2, L'*') + L'\n';
-    banner += edge;
-    addFramed(L"");
-    addFramed(std::wstring((kBannerInnerWidth - title.size()) / 2, L' ') + title);
-    addFramed(L"");
+    std::vector<std::wstring> framed = {L"", title, L""};
     std::vector<std::wstring> all = paragraphs;
     all.push_back(L"More about this: the topic \"" + std::wstring(helpTopic) +
                   L"\" of the Netorra help book.");
+    std::size_t width = kBannerInnerWidth;
     for (const std::wstring& paragraph : all) {
         for (const std::wstring& line : WrapText(paragraph, kBannerTextWidth)) {
-            addFramed(L"   " + line);
+            framed.push_back(std::wstring(kMargin, L' ') + line);
+            width = std::max(width, framed.back().size() + kMargin);
         }
-        addFramed(L"");
+        framed.emplace_back();
+    }
+    framed[1].insert(0, (width - title.size()) / 2, L' ');
+    const std::wstring edge = label + std::wstring(width + 2, L'*') + L'\n';
+    std::wstring banner = edge;
+    for (const std::wstring& line : framed) {
+        banner += label + L'*' + line + std::wstring(width - line.size(), L' ') + L"*\n";
     }
     return banner + edge + L'\n';
 }

@@ -38,6 +38,8 @@ TEST(WrapText, BreaksAtBlanksAndCutsOnlyWhatMustBeCut) {
     EXPECT_EQ(WrapText(L"one  two three", 7), (Lines{L"one two", L"three"}));
     EXPECT_EQ(WrapText(L"abcdefghij kl", 4), (Lines{L"abcd", L"efgh", L"ij", L"kl"}));
     EXPECT_EQ(WrapText(L"do:\n    this now\nend", 12), (Lines{L"do:", L"    this now", L"end"}));
+    EXPECT_EQ(WrapText(L"run:\n    a command\nend", 8), (Lines{L"run:", L"    a command", L"end"}))
+        << "to be copied";
     EXPECT_EQ(WrapText(L"", 5), (Lines{L""}));
     EXPECT_EQ(WrapText(L"a\n\nb ", 5), (Lines{L"a", L"", L"b"}));
 }
