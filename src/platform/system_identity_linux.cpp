@@ -48,7 +48,9 @@ SystemIdentity GetSystemIdentity() {
     identity.edition = ToWide(DistributionName());
     const long online = sysconf(_SC_NPROCESSORS_ONLN);
     identity.processorCount = online > 0 ? static_cast<std::uint32_t>(online) : 0;
-    identity.elevated = HasPrivilege(Privilege::Capture) && HasPrivilege(Privilege::NetworkAdministration);
+    // Root's window has given its own rights up; its helper still has them.
+    const auto mayUse = geteuid() == 0 ? MayOpen : HasPrivilege;
+    identity.elevated = mayUse(Privilege::Capture) && mayUse(Privilege::NetworkAdministration);
     return identity;
 }
 
