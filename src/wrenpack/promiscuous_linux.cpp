@@ -13,7 +13,8 @@ namespace vnxtest {
 
 namespace {
 
-// The kernel's files tell it of every driver, the older request of most.
+// The one kind that is not tried out: a station gets its own frames from the access point, whatever mode the
+// driver says it is in. The kernel's files tell the kind of every driver, the older request of most.
 bool IsWireless(int requests, const std::string& name) {
     std::error_code failure;
     const std::string folder = "/sys/class/net/" + name;
