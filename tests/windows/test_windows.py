@@ -100,6 +100,11 @@ class Console(WineCase):
         self.assertIn("** Interface sim0 closed", out)
 
 
+def on_drive(path):
+    """The path as a Windows program takes it: one that begins with a slash is an option there."""
+    return "Z:" + str(path).replace("/", "\\")
+
+
 class PackageLibrary(WineCase):
     def test_is_found_beside_the_program_and_bound_by_name(self):
         for choice in ("Vnetx64UD.dll", "auto"):
@@ -120,7 +125,7 @@ class PackageLibrary(WineCase):
 
     def test_that_is_absent_is_told_without_the_report_too(self):
         results = self.folder / "results.json"
-        _, err = self.cli("run", "--library", "auto", "--no-report", "--json", results, "--guest-ip", "10.9.9.9",
+        _, err = self.cli("run", "--library", "auto", "--no-report", "--json", on_drive(results), "--guest-ip", "10.9.9.9",
                           "--adapter", "10.9.9.1", status=2, **self.install_beside(None))
         told = json.loads(results.read_text(encoding="utf-8"))
         self.assertEqual(told["library"], "built-in pcap")
@@ -130,7 +135,7 @@ class PackageLibrary(WineCase):
 
     def results_of(self, *options):
         results = self.folder / "results.json"
-        self.cli("ping", "198.18.0.2", "--no-report", "--count", 1, "--json", results, *options)
+        self.cli("ping", "198.18.0.2", "--no-report", "--count", 1, "--json", on_drive(results), *options)
         return json.loads(results.read_text(encoding="utf-8"))
 
     def test_that_is_not_used_is_told_in_a_banner(self):
@@ -260,7 +265,7 @@ class Window(WineCase):
             if not self.text:
                 self.dialog("Save As")
                 self.keys("Home", "shift+End")
-                self.xdotool("type", "--delay", "8", "--", "Z:" + str(path).replace("/", "\\"))
+                self.xdotool("type", "--delay", "8", "--", on_drive(path))
                 self.keys("Return")
                 self.gone("Save As")
             self.text = path.read_text(encoding="utf-8") if path.exists() else ""
