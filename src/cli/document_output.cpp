@@ -43,7 +43,7 @@ BackgroundWriter::Destination WriteTo(std::FILE* stream) {
 
 } // namespace
 
-BackgroundWriter::Destination WriteTo(std::shared_ptr<AtomicFile> file, std::wstring what) {
+BackgroundWriter::Destination WriteTo(const std::shared_ptr<AtomicFile>& file, const std::wstring& what) {
     const auto write = [file, what](std::string_view text) {
         const std::string_view lineEnd = kTextLineEnd;
         const bool written = file->Write(lineEnd == "\n" ? text : WithLineEnds(text, lineEnd));

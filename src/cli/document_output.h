@@ -69,6 +69,6 @@ private:
 };
 
 // What writes `file` and commits it at the end; `what` begins the sentences about its failures.
-BackgroundWriter::Destination WriteTo(std::shared_ptr<AtomicFile> file, std::wstring what);
+BackgroundWriter::Destination WriteTo(const std::shared_ptr<AtomicFile>& file, const std::wstring& what);
 
 } // namespace vnxtest
