@@ -229,14 +229,17 @@ bool PingTest::AwaitTurn(std::size_t sent) {
 bool PingTest::SendPing(std::uint16_t sequence) {
     const std::uint16_t checksum =
         SetEchoSequence(std::span(m_frame).subspan(EthernetView::kLength), m_host.Library(), sequence);
-    LogMsg(L" Sending ping #%hu bytes=%d to %s...\n", PingNumber(sequence), m_parameters.dataSize,
-           m_strPingTarget);
     // Before the lock: a silent target is asked for as long as an ARP exchange takes, and no reader of
     // replies is to wait for that.
     AddressPingFrame(*m_interface, m_host, m_frame);
     bool wakeWaiter = false;
     {
         const std::lock_guard lock(m_pingListLock);
+        if (m_stopPingEvent.IsSet() && m_pingList.GetCount() != 0) {
+            return true; // the statistics may be written already: they count every ping that was announced
+        }
+        LogMsg(L" Sending ping #%hu bytes=%d to %s...\n", PingNumber(sequence), m_parameters.dataSize,
+               m_strPingTarget);
         if (!WriteAddressedFrame(*m_interface, m_host, m_frame)) {
             return false;
         }
