@@ -1,5 +1,7 @@
 #include "guest/beside_host.h"
 
+#include <algorithm>
+
 #include "open/guest_rules.h"
 
 namespace vnxtest {
@@ -41,9 +43,11 @@ HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
         }
     }
     if (host.Addresses()) {
+        const auto own = std::ranges::find(*host.Addresses(), info.adapterIp, &AddressRow::address);
         for (const AddressRow& row : *host.Addresses()) {
             facts.addresses.push_back(row.address);
-            if (row.address == info.adapterIp) {
+            // The adapter's further addresses, too, each with its subnet.
+            if (own != host.Addresses()->end() && row.interfaceIndex == own->interfaceIndex) {
                 facts.adapter.push_back({row.address, row.mask});
             }
         }

@@ -117,6 +117,14 @@ TEST_F(PreStartChecksTest, AskLastWhetherTheGuestIsToPassItselfOffAsItsHost) {
     EXPECT_EQ(Start(false, true, false, {true, true}, L"127.0.0.9"), "DR!");
     EXPECT_EQ(Start(false, true, false, {true, false}, L"127.0.0.9"), "DR");
     EXPECT_EQ(Start(false, false, true, {true, true}, L"10.1.2.3"), "AH!");
+    EXPECT_EQ(Start(false, true, true, {true}, L"10.1.2.255"), "R!") << "everybody's address of the subnet";
+    m_tables.AddAddress(Ipv4Address(10, 5, 0, 1), kMask24, 1);
+    m_tables.AddAddress(Ipv4Address(10, 6, 0, 1), kMask24, 2);
+    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.5.0.1"), "DH!") << "the adapter's second";
+    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.6.0.1"), "DH!") << "another adapter's";
+    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.5.0.255"), "DR!")
+        << "everybody's of the second subnet";
+    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.6.0.255"), "D!") << "no subnet of this adapter";
 }
 
 TEST_F(PreStartChecksTest, TheSecondInterfaceIsPreparedAndCheckedLikeTheFirst) {
