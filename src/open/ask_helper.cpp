@@ -106,8 +106,7 @@ bool ReceiveAnswer(int socket, OpenAnswer& answer, Descriptor& descriptor) {
 
 std::string Explain(const OpenAnswer& answer, const std::string& path) {
     if (answer.refusal != Refusal::None) {
-        return fmt::format("The helper has refused it. {} {}", Explain(answer.refusal),
-                           NextStep(answer.refusal));
+        return "The helper has refused it. " + Explain(answer.refusal);
     }
     const std::string call(answer.call.data(), strnlen(answer.call.data(), answer.call.size()));
     if (call == "capset") {

@@ -21,7 +21,6 @@ HelperAnswer AskHelper(const OpenRequest& request);
 AdapterName ToAdapterName(const std::string& name);
 
 // The reason, and what its user can do, as whole sentences.
-const char* Explain(Refusal refusal);
-const char* NextStep(Refusal refusal);
+std::string Explain(Refusal refusal);
 
 } // namespace vnxtest

@@ -11,7 +11,7 @@ constexpr std::string_view kDevicePrefix = "vnxtun";
 constexpr std::uint32_t kLeastMtu = 46, kLargestMtu = 65521;
 
 bool Contains(const auto& list, const auto& one) {
-    return std::find(list.begin(), list.end(), one) != list.end();
+    return std::ranges::find(list, one) != list.end();
 }
 
 // The name without the zeroes behind it; empty when it is none.
@@ -21,24 +21,25 @@ std::string_view TextOf(const AdapterName& name) {
     return text.size() < all.size() && text.find('\0') == text.npos ? text : std::string_view();
 }
 
+// Where there is room for them, the lowest address is the subnet's and the highest everybody's.
+bool IsSubnetsOrBroadcast(Ipv4Address ip, const HostFacts::Subnet& subnet) {
+    const Ipv4Address hosts = ~subnet.mask;
+    return subnet.Has(ip) && hosts.Host() > 1 && ((ip & hosts).IsZero() || (ip & hosts) == hosts);
+}
+
 } // namespace
 
 std::optional<OpenRequest> ParseOpenRequest(const void* bytes, std::size_t size) {
-    OpenRequest asked, whole; // what it says, and of that what its kind has
+    OpenRequest asked;
     if (size != sizeof asked) {
         return std::nullopt;
     }
     std::memcpy(&asked, bytes, sizeof asked);
     const bool known = asked.kind >= OpenKind::GuestSocket && asked.kind <= OpenKind::TapDevice;
     bool fits = known && !TextOf(asked.adapter).empty();
-    whole.kind = asked.kind;
-    whole.adapter = asked.adapter;
-    if (asked.HasMac()) {
-        whole.guestMac = asked.guestMac;
-    }
-    if (!asked.IsQuestion()) {
-        whole.guestIp = asked.guestIp;
-    }
+    OpenRequest whole{.kind = asked.kind, .adapter = asked.adapter}; // of `asked` what its kind has
+    whole.guestMac = asked.HasMac() ? asked.guestMac : whole.guestMac;
+    whole.guestIp = asked.IsQuestion() ? whole.guestIp : asked.guestIp;
     if (asked.IsDevice()) {
         whole.hostEnd = asked.hostEnd;
         whole.mtu = asked.mtu;
@@ -60,55 +61,37 @@ Refusal JudgeMac(MacAddress mac, const HostFacts& host) {
     return Contains(host.macs, mac) ? Refusal::MacOfHost : Refusal::None;
 }
 
-namespace {
-
-// Where there is room for them, the lowest address is the subnet's and the highest everybody's.
-bool IsSubnetsOrBroadcast(Ipv4Address ip, const HostFacts::Subnet& subnet) {
-    const Ipv4Address hosts = ~subnet.mask;
-    return (ip & subnet.mask) == (subnet.address & subnet.mask) && hosts.Host() > 1 &&
-           ((ip & hosts).IsZero() || (ip & hosts) == hosts);
-}
-
-} // namespace
-
 Refusal JudgeIp(Ipv4Address ip, const HostFacts& host) {
     // This network's, the loopback's, groups' and reserved addresses (RFC 6890).
     if (const std::uint8_t first = ip.Bytes()[0]; first == 0 || first == 127 || first >= 224) {
         return Refusal::IpUnusable;
     }
-    if (Contains(host.addresses, ip)) {
+    const auto isWithin = [ip](const auto& subnet) { return subnet.Has(ip); };
+    if (Contains(host.addresses, ip) || std::ranges::any_of(host.local, isWithin)) {
         return Refusal::IpOfHost;
     }
     if (Contains(host.gateways, ip)) {
         return Refusal::IpOfGateway;
     }
-    const bool taken = std::any_of(host.adapter.begin(), host.adapter.end(),
-                                   [&](const auto& subnet) { return IsSubnetsOrBroadcast(ip, subnet); });
-    return taken ? Refusal::IpUnusable : Refusal::None;
+    const auto isReserved = [ip](const auto& subnet) { return IsSubnetsOrBroadcast(ip, subnet); };
+    return std::ranges::any_of(host.adapter, isReserved) ? Refusal::IpUnusable : Refusal::None;
 }
 
 Refusal JudgeRoute(Ipv4Address ip, Ipv4Address hostEnd, const HostFacts& host) {
-    const auto own = std::find_if(host.adapter.begin(), host.adapter.end(),
-                                  [&](const HostFacts::Subnet& subnet) { return subnet.address == hostEnd; });
+    const auto own = std::ranges::find(host.adapter, hostEnd, &HostFacts::Subnet::address);
     if (own == host.adapter.end()) {
         return Refusal::NotTheAdaptersAddress;
     }
-    if ((ip & own->mask) != (hostEnd & own->mask)) {
-        return Refusal::IpOutsideSubnet;
-    }
-    return IsSubnetsOrBroadcast(ip, *own) ? Refusal::IpUnusable : Refusal::None;
+    return own->Has(ip) ? Refusal::None : Refusal::IpOutsideSubnet;
 }
 
 Refusal JudgeRequest(const OpenRequest& request, const HostFacts& host) {
     const Ipv4Address ip(request.guestIp);
-    Refusal refusal = request.HasMac() ? JudgeMac(MacAddress(request.guestMac), host) : Refusal::None;
-    if (refusal == Refusal::None && !request.IsQuestion()) {
-        refusal = JudgeIp(ip, host);
-    }
-    if (refusal == Refusal::None && request.IsDevice()) {
-        refusal = JudgeRoute(ip, Ipv4Address(request.hostEnd), host);
-    }
-    return refusal;
+    const bool device = request.IsDevice(), question = request.IsQuestion();
+    const Refusal ofMac = request.HasMac() ? JudgeMac(MacAddress(request.guestMac), host) : Refusal::None;
+    const Refusal ofIp = question ? Refusal::None : JudgeIp(ip, host);
+    const Refusal ofRoute = device ? JudgeRoute(ip, Ipv4Address(request.hostEnd), host) : Refusal::None;
+    return ofMac != Refusal::None ? ofMac : ofIp != Refusal::None ? ofIp : ofRoute;
 }
 
 } // namespace vnxtest

@@ -13,11 +13,13 @@ namespace vnxtest {
 struct HostFacts {
     struct Subnet {
         Ipv4Address address, mask;
+        bool Has(Ipv4Address ip) const { return (ip & mask) == (address & mask); }
     };
     std::vector<MacAddress> macs;       // of every adapter
     std::vector<Ipv4Address> addresses; // likewise
-    std::vector<Ipv4Address> gateways;  // of every route
+    std::vector<Ipv4Address> gateways;  // of every route, and of the next hops that stand by themselves
     std::vector<Subnet> adapter;        // the addresses of the adapter in question
+    std::vector<Subnet> local;          // the local routes: whatever is in one is the host's
 };
 
 // The record in `bytes`, if it is one to the last byte: sizes, version, names, zeroes where nothing is

@@ -25,10 +25,7 @@ constexpr sock_filter Compare(std::uint32_t value, std::uint8_t ifEqual, std::ui
 }
 
 std::uint16_t ProtocolOf(OpenKind kind) {
-    if (kind == OpenKind::GuestSocket) {
-        return ETH_P_ALL;
-    }
-    return kind == OpenKind::ArpSocket ? ETH_P_ARP : ETH_P_RARP;
+    return kind == OpenKind::GuestSocket ? ETH_P_ALL : kind == OpenKind::ArpSocket ? ETH_P_ARP : ETH_P_RARP;
 }
 
 } // namespace

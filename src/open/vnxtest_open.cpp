@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstring>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -21,6 +20,7 @@
 #include <ifaddrs.h>
 #include <linux/capability.h>
 #include <linux/if_tun.h>
+#include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <net/if_arp.h>
@@ -46,11 +46,9 @@ constexpr unsigned kSecondsToLive = 10;
 bool SetRights(std::uint32_t permitted, std::uint32_t effective) {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3] = {};
-    if (syscall(SYS_capget, &header, sets) != 0) {
-        return false;
-    }
+    const bool known = syscall(SYS_capget, &header, sets) == 0;
     const __user_cap_data_struct next[] = {{effective, sets[0].permitted & permitted, 0}, {}};
-    return syscall(SYS_capset, &header, next) == 0;
+    return known && syscall(SYS_capset, &header, next) == 0;
 }
 
 // Nothing is inherited but the socket, nothing is written, and nothing outlives a few seconds.
@@ -105,9 +103,7 @@ struct KernelFacts : HostFacts {
 };
 
 Ipv4Address AddressOf(const sockaddr* address) {
-    sockaddr_in inet{};
-    std::memcpy(&inet, address, sizeof inet);
-    return Ipv4Address::FromMemory(inet.sin_addr.s_addr);
+    return Ipv4Address::FromMemory(reinterpret_cast<const sockaddr_in*>(address)->sin_addr.s_addr);
 }
 
 void Note(const ifaddrs& entry, bool wanted, KernelFacts& host) {
@@ -117,11 +113,9 @@ void Note(const ifaddrs& entry, bool wanted, KernelFacts& host) {
             host.adapter.push_back({host.addresses.back(), AddressOf(entry.ifa_netmask)});
         }
     } else if (entry.ifa_addr->sa_family == AF_PACKET) {
-        sockaddr_ll link{};
-        std::memcpy(&link, entry.ifa_addr, sizeof link);
-        std::array<std::uint8_t, 6> mac{};
-        if (link.sll_halen == mac.size()) {
-            std::memcpy(mac.data(), link.sll_addr, mac.size());
+        const auto& link = *reinterpret_cast<const sockaddr_ll*>(entry.ifa_addr);
+        if (std::array<std::uint8_t, 6> mac{}; link.sll_halen == mac.size()) {
+            std::copy_n(link.sll_addr, mac.size(), mac.begin());
             host.macs.emplace_back(mac);
         }
         if (wanted) {
@@ -132,42 +126,55 @@ void Note(const ifaddrs& entry, bool wanted, KernelFacts& host) {
     }
 }
 
-// Asks for all IPv4 routes of all tables (rtnetlink(7)). A route has its gateways, and those of its next
-// hops, as attributes that begin at multiples of four: eight bytes, of which four are the address. They are
-// looked for at every one of these, so that nothing has to be taken apart. What only looks like a gateway is
-// taken for one; it keeps one more guest from being served.
-bool GatherGateways(HostFacts& host) {
+struct RouteMessage {
+    nlmsghdr header;
+    union {
+        rtmsg route; // or an nhmsg, which begins with the family, too
+        int error;
+    };
+};
+
+// Asks for all IPv4 routes of all tables, or for all next hops that stand by themselves (rtnetlink(7)). What
+// is of interest in a row are attributes that begin at multiples of four: eight bytes, of which four are an
+// address, among them those of a route's next hops. They are looked for at every one of these, so that
+// nothing has to be taken apart. What only looks like one is taken for one; it keeps one more guest from
+// being served. False with errno when the kernel does not tell; one that has no such next hops has told.
+bool GatherRoutes(std::uint16_t what, std::uint32_t size, std::uint16_t gatewayType, HostFacts& host) {
+    const RouteMessage request{{size, what, NLM_F_REQUEST | NLM_F_DUMP, 1, 0},
+                               {{AF_INET, 0, 0, 0, 0, 0, 0, 0, 0}}};
     const Descriptor kernel(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
-    struct {
-        nlmsghdr header{sizeof(nlmsghdr) + sizeof(rtmsg), RTM_GETROUTE, NLM_F_REQUEST | NLM_F_DUMP, 1, 0};
-        rtmsg route{};
-    } request;
-    request.route.rtm_family = AF_INET;
-    if (!kernel || send(kernel.Get(), &request, sizeof request, 0) != ssize_t{sizeof request}) {
+    if (!kernel || send(kernel.Get(), &request, size, 0) != ssize_t{size}) {
         return false;
     }
-    constexpr auto kGateway = std::bit_cast<std::uint32_t>(rtattr{8, RTA_GATEWAY});
+    const auto gateway = std::bit_cast<std::uint32_t>(rtattr{8, gatewayType});
+    constexpr auto kDestination = std::bit_cast<std::uint32_t>(rtattr{8, RTA_DST});
+    const std::uint16_t answer = what - (RTM_GETROUTE - RTM_NEWROUTE);
     static std::array<std::uint32_t, 16384> words; // more than the kernel sends at once
     ssize_t got = 0;
     while ((got = recv(kernel.Get(), words.data(), sizeof words, 0)) > 0) {
-        std::span<const std::uint32_t> rest(words.data(), static_cast<std::size_t>(got) / sizeof words[0]);
-        while (!rest.empty()) {
-            nlmsghdr header{};
-            std::memcpy(&header, rest.data(), std::min(sizeof header, rest.size_bytes()));
-            const std::size_t size = (header.nlmsg_len + 3) / sizeof words[0];
-            if (header.nlmsg_type == NLMSG_DONE) {
+        const std::size_t end = static_cast<std::size_t>(got) / sizeof words[0];
+        for (std::size_t begin = 0, next = 0; begin < end; begin = next) {
+            RouteMessage row{};
+            std::memcpy(&row, &words[begin], std::min(sizeof row, (end - begin) * sizeof words[0]));
+            next = begin + (row.header.nlmsg_len + 3) / sizeof words[0];
+            if (row.header.nlmsg_type == NLMSG_DONE) {
                 return true;
             }
-            if (header.nlmsg_type != RTM_NEWROUTE || size < 4 || size > rest.size()) {
-                errno = EPROTO;
-                return false;
+            if (row.header.nlmsg_type != answer || next < begin + 4 || next > end) {
+                errno = row.header.nlmsg_type == NLMSG_ERROR ? -row.error : EPROTO;
+                return what == RTM_GETNEXTHOP && (errno == EOPNOTSUPP || errno == EINVAL);
             }
-            for (std::size_t at = 0; at + 1 < size; ++at) {
-                if (rest[at] == kGateway) {
-                    host.gateways.push_back(Ipv4Address::FromMemory(rest[at + 1]));
+            const bool local = answer == RTM_NEWROUTE && row.route.rtm_table == RT_TABLE_LOCAL &&
+                               row.route.rtm_type == RTN_LOCAL;
+            for (std::size_t at = begin; at + 1 < next; ++at) {
+                const Ipv4Address address = Ipv4Address::FromMemory(words[at + 1]);
+                if (words[at] == gateway) {
+                    host.gateways.push_back(address);
+                } else if (local && words[at] == kDestination) { // "everything" has none
+                    host.local.push_back(
+                        {address, Ipv4Address::FromHost(~0u << (32 - row.route.rtm_dst_len))});
                 }
             }
-            rest = rest.subspan(size);
         }
     }
     return false;
@@ -189,7 +196,8 @@ bool GatherHostFacts(const AdapterName& name, KernelFacts& host, const char*& ca
         }
     }
     call = "rtnetlink";
-    return GatherGateways(host);
+    return GatherRoutes(RTM_GETROUTE, NLMSG_LENGTH(sizeof(rtmsg)), RTA_GATEWAY, host) &&
+           GatherRoutes(RTM_GETNEXTHOP, NLMSG_LENGTH(sizeof(nhmsg)), NHA_GATEWAY, host);
 }
 
 // The kernel would send IPv6 solicitations to a guest that has no IPv6. Where it cannot be had, it does.

@@ -78,8 +78,12 @@ class Helper(NetworkCase):
         self.refused(folder, "The guest's IP address is one of this host's own. Choose another IP address", guest_ip=HOST_IP)
         self.refused(folder, "The guest's IP address is that of a gateway of this host", guest_ip=PEER_IP, gateway=None)
         self.host.ip("route", "add", "10.99.0.0/16", "table", "77", "nexthop", "via", "10.77.0.51", "nexthop", "via", "10.77.0.52")
-        for gateway in ("10.77.0.51", "10.77.0.52"):
+        self.host.ip("nexthop", "add", "id", "1", "via", "10.77.0.53", "dev", "adapter")
+        for gateway in ("10.77.0.51", "10.77.0.52", "10.77.0.53"):
             self.refused(folder, "The guest's IP address is that of a gateway of this host", guest_ip=gateway)
+        for prefix in ("10.77.0.96/28", "0.0.0.0/0"):  # such a route for everything makes nobody the host
+            self.host.ip("route", "add", "local", prefix, "dev", "lo")
+        self.refused(folder, "The guest's IP address is one of this host's own", guest_ip="10.77.0.111")
         for ip in ("127.0.0.9", "10.77.0.0", "10.77.0.255"):
             self.refused(folder, "The guest's IP address cannot be a station's", guest_ip=ip)
         if not why_no_tun_device():

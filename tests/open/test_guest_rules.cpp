@@ -58,6 +58,7 @@ HostFacts Host() {
     host.addresses = {{127, 0, 0, 1}, {10, 0, 0, 1}, {192, 168, 7, 1}};
     host.gateways = {{10, 0, 0, 254}, {192, 168, 7, 254}};
     host.adapter = {{{10, 0, 0, 1}, {255, 255, 255, 0}}};
+    host.local = {{{10, 9, 0, 0}, {255, 255, 255, 0}}};
     return host;
 }
 
@@ -137,6 +138,8 @@ TEST(OpenRequests, TheGuestIsNotTheHost) {
     EXPECT_EQ(judge(kGuestMac, {10, 0, 0, 1}), Refusal::IpOfHost);
     EXPECT_EQ(judge(kGuestMac, {192, 168, 7, 1}), Refusal::IpOfHost) << "of any adapter";
     EXPECT_EQ(judge(kGuestMac, {192, 168, 7, 254}), Refusal::IpOfGateway) << "of any route";
+    EXPECT_EQ(judge(kGuestMac, {10, 9, 0, 255}), Refusal::IpOfHost) << "of a local route";
+    EXPECT_EQ(judge(kGuestMac, {10, 9, 1, 0}), Refusal::None) << "beyond it";
     for (const std::array<std::uint8_t, 4> ip :
          {std::array<std::uint8_t, 4>{0, 0, 0, 0}, {127, 0, 0, 9}, {224, 0, 0, 1}, {255, 255, 255, 255}}) {
         EXPECT_EQ(judge(kGuestMac, ip), Refusal::IpUnusable);
@@ -166,7 +169,7 @@ TEST(OpenRequests, ARouteIsWithinTheAdaptersSubnet) {
         EXPECT_EQ(judge(kind, {192, 168, 7, 9}, {192, 168, 7, 1}), Refusal::NotTheAdaptersAddress)
             << "another adapter's address";
     }
-    EXPECT_EQ(JudgeRoute({10, 0, 0, 0}, {10, 0, 0, 1}, {{}, {}, {}, {{{10, 0, 0, 1}, {255, 255, 255, 254}}}}),
+    EXPECT_EQ(JudgeIp({10, 0, 0, 0}, {{}, {}, {}, {{{10, 0, 0, 1}, {255, 255, 255, 254}}}, {}}),
               Refusal::None)
         << "a link of two has no addresses to spare (RFC 3021)";
 }
