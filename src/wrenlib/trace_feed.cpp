@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -28,7 +29,16 @@ std::string_view FirstPiece(std::string_view lines) {
 
 } // namespace
 
-TraceFeed::~TraceFeed() = default;
+TraceFeed::~TraceFeed() {
+    {
+        const std::lock_guard lock(m_lock);
+        m_ending = true;
+    }
+    m_wake.notify_one();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
 
 void TraceFeed::Hand(std::string_view lines) {
     const auto leaveOut = [&] {
@@ -49,7 +59,7 @@ void TraceFeed::Hand(std::string_view lines) {
     m_wake.notify_one();
     if (!m_thread.joinable()) {
         try {
-            m_thread = std::jthread([this](const std::stop_token& stop) { Run(stop); });
+            m_thread = std::thread(&TraceFeed::Run, this);
         } catch (const std::system_error&) {
             const std::lock_guard lock(m_lock);
             m_waiting.clear();
@@ -58,25 +68,29 @@ void TraceFeed::Hand(std::string_view lines) {
     }
 }
 
-void TraceFeed::Run(const std::stop_token& stop) {
-    std::chrono::steady_clock::time_point end = std::chrono::steady_clock::time_point::max();
+void TraceFeed::Run() {
+    std::optional<std::chrono::steady_clock::time_point> end;
     std::unique_lock lock(m_lock);
-    while (m_wake.wait(lock, stop, [this] { return !m_waiting.empty(); })) {
+    while (true) {
+        m_wake.wait(lock, [this] { return !m_waiting.empty() || m_ending; });
+        if (m_waiting.empty()) {
+            return;
+        }
         const std::string lines = std::exchange(m_waiting, {});
-        lock.unlock();
         for (std::string_view rest = lines; !rest.empty();) {
+            lock.unlock();
             const std::string_view piece = FirstPiece(rest);
             WrenLibAfxTrace(L"%s", FromUtf8(piece));
             rest.remove_prefix(piece.size());
-            if (stop.stop_requested()) {
+            lock.lock();
+            if (m_ending) {
                 const auto now = std::chrono::steady_clock::now();
-                end = std::min(end, now + kLastWords);
-                if (now >= end) {
+                end = end.value_or(now + kLastWords);
+                if (now >= *end) {
                     return;
                 }
             }
         }
-        lock.lock();
     }
 }
 

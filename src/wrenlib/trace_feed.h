@@ -28,13 +28,16 @@ public:
     void Hand(std::string_view lines);
 
 private:
-    void Run(const std::stop_token& stop);
+    void Run();
 
-    std::mutex m_lock;
-    std::condition_variable_any m_wake;
+    // By hand and not by a stop token: where the system has no futex, the standard library's wait for the end
+    // of a stop callback can miss its wake-up, and the program would never end.
+    std::mutex m_lock; // guards the next three
     std::string m_waiting;
     std::size_t m_leftOut = 0; // lines since the last that were taken
-    std::jthread m_thread;     // last: it uses what stands above
+    bool m_ending = false;
+    std::condition_variable m_wake;
+    std::thread m_thread;
 };
 
 } // namespace vnxtest
