@@ -7,7 +7,11 @@ target_compile_features(vnxtest_options INTERFACE cxx_std_20)
 target_compile_options(vnxtest_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
   -Wcast-align -Wformat=2 -Wimplicit-fallthrough -Werror)
+# For the code that a sanitizer's own thread and files concern: 1 or 0. By a condition, since the list of sanitizers
+# has a comma in it, which a generator expression takes apart.
+set(VNXTEST_SANITIZED 0)
 if(VNXTEST_SANITIZE)
+  set(VNXTEST_SANITIZED 1)
   target_compile_options(vnxtest_options INTERFACE
     -fsanitize=${VNXTEST_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   # The compiler's own flow analysis is misled by what a sanitizer puts in (gcc says so itself).
