@@ -11,6 +11,7 @@
 #include "guest/engine.h"
 #include "helpui/make_child.h"
 #include "platform/privileges.h"
+#include "platform/terminal.h"
 #include "ui/command_ids.h"
 #include "ui/document.h"
 #include "ui/main_frame.h"
@@ -38,6 +39,7 @@ CVNXTestApp& TheApp() {
 }
 
 CVNXTestApp::CVNXTestApp() {
+    PrepareTerminal(); // a window may be started from one, and has its closed streams and limits of files
     // Whatever rights there are, the toolkit and what it loads never see them: the helper opens adapters.
     // Root keeps the right to its user's display and files. Now, while this is the only thread: the toolkit's
     // own cannot be asked later.

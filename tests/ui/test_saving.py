@@ -1,6 +1,7 @@
 """The save prompt with its loop, failed saves, file names; and starts that fail."""
 
 import os
+import resource
 import subprocess
 import time
 
@@ -60,6 +61,16 @@ class Saving(DesktopCase):
         self.desktop.keys("Escape")
         program.wait_no_dialog()
         self.assertTrue(path.is_fifo())
+
+    def test_a_file_that_grows_beyond_the_limit(self):
+        program = self.program
+        for path, limit, told in ((self.desktop.path / "report.vnt", 1000, "File too large"),):
+            resource.prlimit(program.process.pid, resource.RLIMIT_FSIZE, (limit, -1))
+            self.desktop.keys("ctrl+s")
+            program.enter_path("Save As", path)
+            self.assertIn(told, self.failure())
+            self.assertFalse(path.exists())
+        self.assertIsNone(program.process.poll())
 
     def test_names_full_disk_and_read_only_folder(self):
         program, disk = self.program, self.desktop.path / "disk"
