@@ -1,5 +1,6 @@
 #include "ui/document.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include "core/output_channel.h"
 #include "platform/atomic_file.h"
+#include "platform/profile.h"
 #include "platform/terminal.h"
 #include "ui/product.h"
 #include "ui/task_dialogs.h"
@@ -72,13 +74,19 @@ bool CVNXTestDoc::OnOpenDocument(const wxString&) {
 bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
     AtomicFile file;
     const std::filesystem::path destination(path.ToStdWstring());
+    std::wstring problem;
     // A pipe without a reader would hold the window up.
-    if (file.Open(destination, FileAccess::Document, SpecialFiles::Refuse) &&
-        WriteText(file, ViewOf(*this).WholeText()) && file.Commit()) {
+    if (!file.Open(destination, FileAccess::Document, SpecialFiles::Refuse)) {
+        problem = file.Problem();
+    } else if (std::ranges::any_of(ProfileFiles(), [&](const auto& kept) { return file.IsSameAs(kept); })) {
+        problem = L"\"" + path.ToStdWstring() + L"\" is where the settings are kept. Choose another file.";
+    } else if (WriteText(file, ViewOf(*this).WholeText()) && file.Commit()) {
         return true;
+    } else {
+        problem = file.Problem();
     }
-    wxMessageBox("The report could not be saved.\n\n" + wxString(file.Problem()), kProductName,
-                 wxOK | wxICON_ERROR, GetDocumentWindow());
+    wxMessageBox("The report could not be saved.\n\n" + wxString(problem), kProductName, wxOK | wxICON_ERROR,
+                 GetDocumentWindow());
     return false;
 }
 

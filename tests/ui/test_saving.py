@@ -62,9 +62,12 @@ class Saving(DesktopCase):
         program.wait_no_dialog()
         self.assertTrue(path.is_fifo())
 
-    def test_a_file_that_grows_beyond_the_limit(self):
-        program = self.program
-        for path, limit, told in ((self.desktop.path / "report.vnt", 1000, "File too large"),):
+    def test_the_profile_and_a_file_that_grows_beyond_the_limit(self):
+        program, profile = self.program, self.desktop.path / "config/VNXTest64UD/VNXTest64UD.conf"
+        profile.parent.mkdir(exist_ok=True)
+        for path, limit, told in ((profile, -1, "settings are kept. Choose another"),
+                                  (self.desktop.path / "report.vnt", 1000, "File too large")):
+            path.unlink(missing_ok=True)  # what would become the profile is, too
             resource.prlimit(program.process.pid, resource.RLIMIT_FSIZE, (limit, -1))
             self.desktop.keys("ctrl+s")
             program.enter_path("Save As", path)
