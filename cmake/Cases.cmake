@@ -1,7 +1,7 @@
-# vnxtest_cases(<room> PYTHON <interpreter> [LOCK <resource>] ENVIRONMENT <variable>...): the cases of the room's
+# vnxtest_cases(<room> PYTHON <interpreter> ENVIRONMENT <variable>...): the cases of the room's
 # test_*.py, as tests/run.py lists and runs them. Each is a test of its own, so that the summary names what was skipped.
 function(vnxtest_cases room)
-  cmake_parse_arguments(CASES "" "PYTHON;LOCK" "ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(CASES "" "PYTHON" "ENVIRONMENT" ${ARGN})
   set(run ${CASES_PYTHON} -B ${PROJECT_SOURCE_DIR}/tests/run.py)
   file(GLOB files CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/test_*.py)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
@@ -17,9 +17,6 @@ function(vnxtest_cases room)
       add_test(NAME ${name} COMMAND ${run} ${file} ${CMAKE_MATCH_1})
       set_tests_properties(${name} PROPERTIES LABELS ${CMAKE_MATCH_5} SKIP_RETURN_CODE 77 TIMEOUT ${CMAKE_MATCH_3}
         RUN_SERIAL ${CMAKE_MATCH_4} ENVIRONMENT "${CASES_ENVIRONMENT}")
-      if(CASES_LOCK)
-        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK ${CASES_LOCK})
-      endif()
     endforeach()
   endforeach()
 endfunction()

@@ -1,0 +1,41 @@
+# What the rooms need that is not ours, each found once. Why each of them: docs/architecture.md.
+
+find_package(Threads REQUIRED)
+find_package(fmt REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+if(NOT WIN32)
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(LIBNL_ROUTE REQUIRED IMPORTED_TARGET libnl-route-3.0)
+  pkg_check_modules(LIBPCAP REQUIRED IMPORTED_TARGET libpcap)
+  pkg_check_modules(LIBSECCOMP REQUIRED IMPORTED_TARGET libseccomp)
+endif()
+
+# vnxtest_toolkit(<target> <component>...): the toolkit's components as a target. Its headers are system headers, so
+# that our own warnings stay as strict as everywhere.
+function(vnxtest_toolkit target)
+  find_package(wxWidgets REQUIRED COMPONENTS ${ARGN})
+  add_library(${target} INTERFACE)
+  target_include_directories(${target} SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
+  target_compile_options(${target} INTERFACE ${wxWidgets_CXX_FLAGS})
+  target_compile_definitions(${target} INTERFACE ${wxWidgets_DEFINITIONS})
+  target_link_directories(${target} INTERFACE ${wxWidgets_LIBRARY_DIRS})
+  target_link_libraries(${target} INTERFACE ${wxWidgets_LIBRARIES})
+endfunction()
+if(NOT WIN32)
+  vnxtest_toolkit(vnxtest_wx_base base) # the profile file
+endif()
+if(VNXTEST_WINDOW)
+  vnxtest_toolkit(vnxtest_wx stc html adv core base)
+  if(NOT WIN32)
+    pkg_check_modules(GTK3 REQUIRED IMPORTED_TARGET gtk+-3.0)
+  endif()
+endif()
+
+if(VNXTEST_TESTS)
+  find_package(GTest REQUIRED)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+endif()
+if(VNXTEST_BENCH)
+  find_package(benchmark REQUIRED)
+endif()
