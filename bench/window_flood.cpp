@@ -16,9 +16,9 @@
 #include <wx/frame.h>
 
 #include "core/output_channel.h"
-#include "helpui/make_child.h"
 #include "ui/output_pump.h"
 #include "ui/output_text.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 namespace {

@@ -32,7 +32,7 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_
 file(STRINGS ${PROJECT_SOURCE_DIR}/src/rooms VNXTEST_ROOMS REGEX "^[a-z]")
 string(REPLACE " " ";" VNXTEST_ROOMS "${VNXTEST_ROOMS}")
 if(NOT VNXTEST_WINDOW)
-  list(REMOVE_ITEM VNXTEST_ROOMS helpui ui)
+  list(REMOVE_ITEM VNXTEST_ROOMS widgets helpui ui)
 endif()
 
 # vnxtest_room(<folder> SOURCES <file>... [LINUX <file>...] [WINDOWS <file>...] [DEPENDS <target>...])

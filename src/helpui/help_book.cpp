@@ -13,10 +13,10 @@
 #include <wx/splitter.h>
 #include <wx/stdpaths.h>
 
-#include "helpui/caption_button.h"
 #include "helpui/help_topics.h"
-#include "helpui/make_child.h"
 #include "helpui/program_icons.h"
+#include "widgets/caption_button.h"
+#include "widgets/make_child.h"
 #include "wrenlib/trace.h"
 
 namespace vnxtest {

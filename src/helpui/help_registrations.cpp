@@ -5,6 +5,7 @@
 #include "helpui/dialog_ids.h"
 #include "helpui/help_texts.h"
 #include "helpui/help_topics.h"
+#include "widgets/frame_area.h"
 
 namespace vnxtest {
 

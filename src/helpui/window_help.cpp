@@ -9,10 +9,12 @@
 #include <wx/stattext.h>
 #include <wx/statusbr.h>
 
-#include "helpui/balloon.h"
 #include "helpui/dialog_ids.h"
 #include "helpui/help_book.h"
 #include "helpui/help_registrations.h"
+#include "helpui/help_texts.h"
+#include "widgets/balloon.h"
+#include "widgets/frame_area.h"
 
 namespace vnxtest {
 
@@ -106,6 +108,7 @@ WindowHelp::WindowHelp(wxTopLevelWindow& window, int templateId, std::function<v
           [this](bool on) { m_button->SetPressed(on); }) {
     RegisterWindowHelp(templateId, m_maps);
     CaptionCallbacks callbacks;
+    callbacks.name = wxString(std::wstring(*FindHelpString(kTextWhatsThisHelp)));
     callbacks.help = [this] {
         DismissBalloon();
         m_mode.Enter();

@@ -9,9 +9,9 @@
 #include <wx/event.h>
 #include <wx/toplevel.h>
 
-#include "helpui/caption_button.h"
 #include "helpui/help_keys.h"
 #include "helpui/whats_this_mode.h"
+#include "widgets/caption_button.h"
 
 class wxMenu;
 class wxStatusBar;

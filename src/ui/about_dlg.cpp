@@ -10,12 +10,12 @@
 
 #include "helpui/dialog_ids.h"
 #include "helpui/help_book.h"
-#include "helpui/make_child.h"
 #include "helpui/program_icons.h"
 #include "hostnet/report.h"
 #include "platform/system_name.h"
 #include "ui/dialog_layout.h"
 #include "ui/product.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

@@ -9,7 +9,6 @@
 #include <wx/image.h>
 
 #include "guest/engine.h"
-#include "helpui/make_child.h"
 #include "platform/privileges.h"
 #include "platform/terminal.h"
 #include "ui/command_ids.h"
@@ -17,6 +16,7 @@
 #include "ui/main_frame.h"
 #include "ui/product.h"
 #include "ui/view.h"
+#include "widgets/make_child.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {

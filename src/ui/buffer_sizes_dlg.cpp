@@ -3,9 +3,9 @@
 #include <wx/sizer.h>
 
 #include "helpui/dialog_ids.h"
-#include "helpui/make_child.h"
-#include "helpui/number_entry.h"
 #include "ui/dialog_layout.h"
+#include "widgets/make_child.h"
+#include "widgets/number_entry.h"
 
 namespace vnxtest {
 

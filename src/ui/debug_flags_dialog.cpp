@@ -7,8 +7,8 @@
 #include <wx/statbox.h>
 
 #include "helpui/dialog_ids.h"
-#include "helpui/make_child.h"
 #include "ui/dialog_layout.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

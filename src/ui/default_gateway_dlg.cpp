@@ -4,13 +4,13 @@
 #include <wx/sizer.h>
 #include <wx/utils.h>
 
-#include "helpui/balloon.h"
 #include "helpui/dialog_ids.h"
-#include "helpui/ip_address_ctrl.h"
-#include "helpui/make_child.h"
 #include "hostnet/address_validation.h"
 #include "ui/dialog_layout.h"
 #include "ui/product.h"
+#include "widgets/balloon.h"
+#include "widgets/ip_address_ctrl.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

@@ -5,8 +5,8 @@
 #include <wx/button.h>
 #include <wx/stattext.h>
 
-#include "helpui/control_hints.h"
-#include "helpui/make_child.h"
+#include "widgets/control_hints.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

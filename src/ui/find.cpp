@@ -7,7 +7,7 @@
 #include <wx/stattext.h>
 #include <wx/utils.h>
 
-#include "helpui/make_child.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

@@ -7,8 +7,8 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
-#include "helpui/make_child.h"
 #include "ui/dialog_layout.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

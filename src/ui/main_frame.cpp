@@ -4,12 +4,13 @@
 
 #include "helpui/dialog_ids.h"
 #include "helpui/help_book.h"
-#include "helpui/make_child.h"
 #include "helpui/program_icons.h"
 #include "ui/about_dlg.h"
 #include "ui/command_ids.h"
 #include "ui/menus.h"
 #include "ui/product.h"
+#include "widgets/frame_area.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

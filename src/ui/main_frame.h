@@ -5,7 +5,7 @@
 #include "helpui/help_button_wnd.h"
 #include "platform/profile.h"
 #include "ui/status_bar.h"
-#include "ui/window_placement.h"
+#include "widgets/window_placement.h"
 
 namespace vnxtest {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "helpui/make_child.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

@@ -7,12 +7,12 @@
 #include <wx/statbox.h>
 #include <wx/stattext.h>
 
-#include "helpui/balloon.h"
 #include "helpui/dialog_ids.h"
-#include "helpui/ip_address_ctrl.h"
-#include "helpui/mac_entry_ctrl.h"
-#include "helpui/make_child.h"
 #include "ui/dialog_layout.h"
+#include "widgets/balloon.h"
+#include "widgets/ip_address_ctrl.h"
+#include "widgets/mac_entry_ctrl.h"
+#include "widgets/make_child.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {

@@ -7,7 +7,7 @@
 #include <wx/dcgraph.h>
 #include <wx/settings.h>
 
-#include "helpui/accessible_name.h"
+#include "widgets/accessible_name.h"
 
 namespace vnxtest {
 

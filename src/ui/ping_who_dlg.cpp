@@ -9,12 +9,12 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
-#include "helpui/accessible_name.h"
-#include "helpui/balloon.h"
 #include "helpui/dialog_ids.h"
-#include "helpui/make_child.h"
-#include "helpui/number_entry.h"
 #include "ui/dialog_layout.h"
+#include "widgets/accessible_name.h"
+#include "widgets/balloon.h"
+#include "widgets/make_child.h"
+#include "widgets/number_entry.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "helpui/accessible_name.h"
+#include "widgets/accessible_name.h"
 
 namespace vnxtest {
 

@@ -6,9 +6,9 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
-#include "helpui/make_child.h"
 #include "ui/product.h"
 #include "ui/task_dialogs.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

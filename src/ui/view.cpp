@@ -8,7 +8,6 @@
 #include <wx/utils.h>
 
 #include "helpui/dialog_ids.h"
-#include "helpui/make_child.h"
 #include "hostnet/report.h"
 #include "ui/app.h"
 #include "ui/document.h"
@@ -18,6 +17,7 @@
 #include "ui/ping_who_dlg.h"
 #include "ui/product.h"
 #include "ui/task_dialogs.h"
+#include "widgets/make_child.h"
 #include "wrenlib/ticks.h"
 
 namespace vnxtest {

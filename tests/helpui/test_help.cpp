@@ -9,6 +9,7 @@
 #include "helpui/help_registrations.h"
 #include "helpui/help_texts.h"
 #include "helpui/help_topics.h"
+#include "widgets/frame_area.h"
 
 namespace vnxtest {
 namespace {

@@ -1,5 +1,5 @@
 // The packed book: found, opened at each topic, and usable while a dialog is open.
-#include "helpui/desktop_fixture.h"
+#include "helpui/help_fixture.h"
 
 #include <wx/app.h>
 #include <wx/html/helpfrm.h>
@@ -8,12 +8,12 @@
 
 #include "helpui/help_book.h"
 #include "helpui/help_topics.h"
-#include "helpui/make_child.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 namespace {
 
-class HelpViewerTest : public DesktopTest {
+class HelpViewerTest : public HelpTest {
 protected:
     static wxHtmlHelpFrame* BookFrame() {
         for (wxWindow* window : wxTopLevelWindows) {
@@ -45,7 +45,7 @@ TEST_F(HelpViewerTest, HelpButtonAndSecondF1OpenTheTopicOverAModalDialog) {
     ShowAndWait(*frame);
     wxTheApp->SetTopWindow(frame);
     HelpBook book; // beside the tests
-    ProbeDialog dialog(frame);
+    HelpProbe dialog(frame);
     Later(800, [&] {
         Click(*dialog.FindWindow(wxID_HELP));
         EXPECT_TRUE(WaitFor([] { return BookFrame() != nullptr && BookFrame()->IsActive(); }));

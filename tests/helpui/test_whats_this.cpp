@@ -1,5 +1,5 @@
 // The help button in the caption, "What's This?" mode, F1 and the help message.
-#include "helpui/desktop_fixture.h"
+#include "helpui/help_fixture.h"
 
 #include <optional>
 
@@ -7,23 +7,23 @@
 #include <wx/platinfo.h>
 
 #include "helpui/dialog_ids.h"
-#include "helpui/make_child.h"
+#include "widgets/frame_area.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 namespace {
 
-class WhatsThisTest : public DesktopTest {
+class WhatsThisTest : public HelpTest {
 protected:
     // A point on a part of the caption or the border, found by asking along lines.
-    template <typename Window>
-    static std::optional<wxPoint> Look(const Window& window, int area) {
+    static std::optional<wxPoint> Look(const wxWindow& window, const WindowHelp& help, int area) {
         const wxRect inside(window.ClientToScreen(wxPoint()), window.GetClientSize());
         for (int y = inside.GetBottom() + 12; y > inside.y - 80; y -= 2) {
             for (int x = inside.GetRight() + 12; x > inside.x - 12; x -= 4) {
                 if (inside.Contains(x, y)) {
                     continue;
                 }
-                const auto part = window.GetHelp()->Caption().HitTest(wxPoint(x, y));
+                const auto part = help.Caption().HitTest(wxPoint(x, y));
                 if (part && part->area == area) {
                     const bool button = part->place.width > 1 && area != frame_area::kTitleBar;
                     return button ? part->place.GetPosition() + part->place.GetSize() / 2 : wxPoint(x, y);
@@ -32,41 +32,38 @@ protected:
         }
         return std::nullopt;
     }
-    template <typename Window>
-    static wxPoint Find(const Window& window, int area) {
-        const auto point = Look(window, area);
+    static wxPoint Find(const wxWindow& window, const WindowHelp& help, int area) {
+        const auto point = Look(window, help, area);
         EXPECT_TRUE(point) << "no such part: " << std::hex << area;
         return point.value_or(wxPoint());
     }
     // Where the help button of a window is; asking along lines takes long where the caption is the system's.
-    template <typename Window>
-    std::optional<wxPoint> HelpButton(const Window& window) {
+    std::optional<wxPoint> HelpButton(const wxWindow& window, const WindowHelp& help) {
         if (m_asked != &window) {
             m_asked = &window;
-            m_button = Look(window, frame_area::kHelpButton);
+            m_button = Look(window, help, frame_area::kHelpButton);
         }
         return m_button;
     }
     // What the balloon says after the help button of `window` and then `point` are clicked.
-    template <typename Window>
-    wxString Ask(const Window& window, const wxPoint& point) {
-        if (const auto button = HelpButton(window)) {
+    wxString Ask(const wxWindow& window, WindowHelp& help, const wxPoint& point) {
+        if (const auto button = HelpButton(window, help)) {
             ClickAt(*button);
         } else {
             EXPECT_FALSE(IsOwnCaption()); // Wine's captions of dialogs have no such button
             Press(WXK_F1, wxMOD_SHIFT);
         }
-        EXPECT_TRUE(WaitFor([&window] { return window.GetHelp()->Mode().IsOn(); }));
+        EXPECT_TRUE(WaitFor([&help] { return help.Mode().IsOn(); }));
         ClickAt(point);
-        EXPECT_FALSE(window.GetHelp()->Mode().IsOn());
+        EXPECT_FALSE(help.Mode().IsOn());
         return Title();
     }
     // Where the system draws the captions of dialogs, their parts are the system's matter.
     static bool IsOwnCaption() { return wxPlatformInfo::Get().GetPortId() == wxPORT_GTK; }
     wxString Ask(const wxWindow& control) {
-        return Ask(*m_dialog, control.GetScreenRect().GetPosition() + control.GetSize() / 2);
+        return Ask(*m_dialog, Help(), control.GetScreenRect().GetPosition() + control.GetSize() / 2);
     }
-    wxString Ask(int area) { return Ask(*m_dialog, Find(*m_dialog, area)); }
+    wxString Ask(int area) { return Ask(*m_dialog, Help(), Find(*m_dialog, Help(), area)); }
 
     const void* m_asked = nullptr;
     std::optional<wxPoint> m_button;
@@ -86,7 +83,7 @@ TEST_F(WhatsThisTest, TheNextClickAsksInsteadOfActing) {
     EXPECT_EQ(CurrentBalloon().anchor, m_dialog->number->Edit());
     EXPECT_EQ(Ask(*m_dialog->before), "Help Unavailable");
     EXPECT_EQ(Ask(*m_dialog->box->GetPrevSibling()), "VNXTest64UD Parameters"); // a text that is no label
-    EXPECT_EQ(Ask(*m_dialog, m_dialog->ClientToScreen(wxPoint(4, 4))), "VNXTest64UD Parameters");
+    EXPECT_EQ(Ask(*m_dialog, Help(), m_dialog->ClientToScreen(wxPoint(4, 4))), "VNXTest64UD Parameters");
     EXPECT_EQ(Ask(frame_area::kTitleBar), "Title Bar");
     if (IsOwnCaption()) {
         EXPECT_EQ(Ask(frame_area::kHelpButton), "Context Help Button");
@@ -98,12 +95,12 @@ TEST_F(WhatsThisTest, TheNextClickAsksInsteadOfActing) {
     DismissBalloon();
     Click(*m_dialog->ok);
     EXPECT_EQ(m_dialog->okClicks, 1);
-    ClickAt(Find(*m_dialog, frame_area::kCloseButton));
+    ClickAt(Find(*m_dialog, Help(), frame_area::kCloseButton));
     EXPECT_FALSE(m_dialog->IsShown());
 }
 
 TEST_F(WhatsThisTest, EscapeOrAnotherWindowEndsIt) {
-    const WhatsThisMode& mode = m_dialog->GetHelp()->Mode();
+    const WhatsThisMode& mode = Help().Mode();
     Press(WXK_F1, wxMOD_SHIFT); // the keyboard's way
     EXPECT_TRUE(mode.IsOn());
     Press(WXK_ESCAPE);
@@ -113,7 +110,7 @@ TEST_F(WhatsThisTest, EscapeOrAnotherWindowEndsIt) {
     Type("7"); // keys do not reach the controls meanwhile
     EXPECT_EQ(m_dialog->before->GetValue(), "");
     EXPECT_TRUE(mode.IsOn());
-    ProbeDialog other(nullptr);
+    HelpProbe other(nullptr);
     ShowAndWait(other);
     EXPECT_FALSE(mode.IsOn());
 }
@@ -123,7 +120,7 @@ TEST_F(WhatsThisTest, F1ShowsTheSameBalloonForTheControlWithTheFocus) {
     Press(WXK_F1);
     EXPECT_EQ(Title(), "Guest IP Address");
     m_dialog->before->SetFocus();
-    wxHelpEvent message(wxEVT_HELP, ProbeDialog::kUnregistered); // from elsewhere, the help message
+    wxHelpEvent message(wxEVT_HELP, ProbeDialog::kBefore); // from elsewhere, the help message
     message.SetEventObject(m_dialog->before);
     m_dialog->before->GetEventHandler()->ProcessEvent(message);
     EXPECT_NE(CurrentBalloon().text.find("control #4711."), wxString::npos);
@@ -150,12 +147,12 @@ TEST_F(WhatsThisTest, TheFramesBarsAndPanesAnswer) {
         {wxPoint(pane.x + 20, pane.GetBottom() + 12), "Status Bar"},
         {wxPoint(pane.x + pane.width * 3 / 4, pane.GetBottom() + 12), "CAPS Indicator"},
         {wxPoint(pane.GetRight() - 4, pane.GetBottom() + 12), "Size Box"},
-        {Find(*frame, frame_area::kMaximizeButton), "Maximize Button"},
-        {Find(*frame, frame_area::kTitleBar), "Application Title Bar"},
-        {Find(*frame, frame_area::kLeftEdge), "Left Edge"},
+        {Find(*frame, *frame->GetHelp(), frame_area::kMaximizeButton), "Maximize Button"},
+        {Find(*frame, *frame->GetHelp(), frame_area::kTitleBar), "Application Title Bar"},
+        {Find(*frame, *frame->GetHelp(), frame_area::kLeftEdge), "Left Edge"},
     };
     for (const auto& [point, title] : cases) {
-        EXPECT_EQ(Ask(*frame, point), title);
+        EXPECT_EQ(Ask(*frame, *frame->GetHelp(), point), title);
     }
     EXPECT_FALSE(frame->IsMaximized());
     DismissBalloon();

@@ -1,6 +1,6 @@
 // The caption on GTK: a header bar as the window's title bar, with the help button before the window's own
 // buttons and, if asked for, a button for the window's menu at the other end.
-#include "helpui/caption_button.h"
+#include "widgets/caption_button.h"
 
 #include <array>
 #include <string_view>
@@ -10,8 +10,7 @@
 #include <wx/frame.h>
 #include <wx/toplevel.h>
 
-#include "helpui/dialog_ids.h"
-#include "helpui/help_texts.h"
+#include "widgets/frame_area.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -49,7 +48,7 @@ public:
         gtk_header_bar_set_has_subtitle(header, FALSE);
         gtk_header_bar_set_title(header, gtk_window_get_title(GTK_WINDOW(m_toplevel)));
 
-        m_help = AddButton("?", ToUtf8(*FindHelpString(kTextWhatsThisHelp)), G_CALLBACK(&GtkCaption::OnHelp));
+        m_help = AddButton("?", ToUtf8(m_callbacks.name.ToStdWstring()), G_CALLBACK(&GtkCaption::OnHelp));
         gtk_header_bar_pack_end(header, m_help);
         if (m_callbacks.systemMenu) {
             m_menu = AddButton(nullptr, "Window menu", G_CALLBACK(&GtkCaption::OnMenu));

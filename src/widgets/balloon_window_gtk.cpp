@@ -1,5 +1,5 @@
 // The balloon where the system has none: a popup window in the shape of one.
-#include "helpui/balloon_window.h"
+#include "widgets/balloon_window.h"
 
 #include <algorithm>
 #include <utility>
@@ -16,8 +16,8 @@
 #include <wx/toplevel.h>
 #include <wx/weakref.h>
 
-#include "helpui/accessible_name.h"
-#include "helpui/make_child.h"
+#include "widgets/accessible_name.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

@@ -7,26 +7,38 @@
 #include <gtest/gtest.h>
 #include <wx/button.h>
 #include <wx/checkbox.h>
+#include <wx/dialog.h>
 #include <wx/textctrl.h>
 #include <wx/timer.h>
 #include <wx/uiaction.h>
 
-#include "helpui/balloon.h"
-#include "helpui/help_button_wnd.h"
-#include "helpui/ip_address_ctrl.h"
-#include "helpui/mac_entry_ctrl.h"
-#include "helpui/number_entry.h"
+#include "widgets/balloon.h"
+#include "widgets/ip_address_ctrl.h"
+#include "widgets/mac_entry_ctrl.h"
+#include "widgets/number_entry.h"
 
 namespace vnxtest {
 
-// A dialog with one of everything, under the parameters dialog's number.
-class ProbeDialog : public CHelpButtonDlg {
+// A dialog with one of everything.
+class ProbeDialog : public wxDialog {
 public:
-    static constexpr int kUnregistered = 4711;
+    // The numbers of its controls.
+    enum : int {
+        kAddress = 1000,
+        kNumber = 1002,
+        kNumberSpin = 1003,
+        kMac = 1007,
+        kBox = 1012,
+        kDisabled = 1013,
+        kBefore = 4711,
+    };
 
-    explicit ProbeDialog(wxWindow* parent);
+    explicit ProbeDialog(wxWindow* parent) : wxDialog(parent, wxID_ANY, "Probe") {}
 
-    wxTextCtrl* before = nullptr; // without a text of its own
+    // Makes the controls. Once, behind what is put into the caption.
+    void Fill();
+
+    wxTextCtrl* before = nullptr;
     IpAddressCtrl* address = nullptr;
     MacEntryCtrl* mac = nullptr;
     NumberEntry* number = nullptr;
@@ -40,6 +52,9 @@ class DesktopTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+
+    // The dialog to begin with.
+    virtual ProbeDialog* MakeDialog();
 
     // Serves events for a while, or until `reached` says so; false when it did not within some seconds.
     static void Settle(int milliseconds = 120);

@@ -1,7 +1,7 @@
 #include <gtk/gtk.h>
 #include <wx/window.h>
 
-#include "helpui/accessible_name.h"
+#include "widgets/accessible_name.h"
 
 namespace vnxtest {
 

@@ -1,14 +1,14 @@
-#include "helpui/ip_address_ctrl.h"
+#include "widgets/ip_address_ctrl.h"
 
 #include <algorithm>
 
 #include <wx/clipbrd.h>
 
-#include "helpui/accessible_name.h"
-#include "helpui/balloon.h"
-#include "helpui/control_hints.h"
-#include "helpui/ip_address_fields.h"
-#include "helpui/make_child.h"
+#include "widgets/accessible_name.h"
+#include "widgets/balloon.h"
+#include "widgets/control_hints.h"
+#include "widgets/ip_address_fields.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

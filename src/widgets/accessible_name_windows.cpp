@@ -1,8 +1,8 @@
 #include <wx/access.h>
 #include <wx/window.h>
 
-#include "helpui/accessible_name.h"
-#include "helpui/make_child.h"
+#include "widgets/accessible_name.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

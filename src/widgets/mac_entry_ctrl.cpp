@@ -1,4 +1,4 @@
-#include "helpui/mac_entry_ctrl.h"
+#include "widgets/mac_entry_ctrl.h"
 
 #include <algorithm>
 #include <optional>
@@ -7,7 +7,7 @@
 #include <wx/clipbrd.h>
 #include <wx/utils.h>
 
-#include "helpui/accessible_name.h"
+#include "widgets/accessible_name.h"
 #include "wrenlib/mac_entry.h"
 #include "wrenlib/text.h"
 

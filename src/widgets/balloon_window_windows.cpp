@@ -1,5 +1,5 @@
 // The balloon of Windows: a tooltip control that stays where it is put.
-#include "helpui/balloon_window.h"
+#include "widgets/balloon_window.h"
 
 #include <algorithm>
 #include <string>

@@ -1,5 +1,5 @@
 // Balloons: one at a time, readable, gone when they should be, and out of the way of the keyboard.
-#include "helpui/desktop_fixture.h"
+#include "widgets/desktop_fixture.h"
 
 #include <cmath>
 

@@ -1,4 +1,4 @@
-#include "ui/window_placement.h"
+#include "widgets/window_placement.h"
 
 #include <array>
 #include <cstdlib>

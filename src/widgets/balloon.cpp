@@ -1,4 +1,4 @@
-#include "helpui/balloon.h"
+#include "widgets/balloon.h"
 
 #include <memory>
 #include <utility>
@@ -9,9 +9,9 @@
 #include <wx/toplevel.h>
 #include <wx/utils.h>
 
-#include "helpui/balloon_window.h"
-#include "helpui/ip_address_ctrl.h"
-#include "helpui/number_entry.h"
+#include "widgets/balloon_window.h"
+#include "widgets/ip_address_ctrl.h"
+#include "widgets/number_entry.h"
 
 namespace vnxtest {
 

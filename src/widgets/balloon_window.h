@@ -7,7 +7,7 @@
 #include <wx/gdicmn.h>
 #include <wx/string.h>
 
-#include "helpui/balloon.h"
+#include "widgets/balloon.h"
 
 namespace vnxtest {
 

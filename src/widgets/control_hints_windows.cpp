@@ -1,4 +1,4 @@
-#include "helpui/control_hints.h"
+#include "widgets/control_hints.h"
 
 #include <wx/spinbutt.h>
 

@@ -1,7 +1,7 @@
 // The fields of an address entry where the system has no such control: four entries in one frame. The arrow
 // keys, Backspace and Delete at an end cross into the neighbour; Home and End go to the first and the last
 // field; a separator moves on when the field is not empty.
-#include "helpui/ip_address_fields.h"
+#include "widgets/ip_address_fields.h"
 
 #include <algorithm>
 #include <utility>
@@ -14,9 +14,9 @@
 #include <wx/textctrl.h>
 #include <wx/utils.h>
 
-#include "helpui/accessible_name.h"
-#include "helpui/ip_address_ctrl.h"
-#include "helpui/make_child.h"
+#include "widgets/accessible_name.h"
+#include "widgets/ip_address_ctrl.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

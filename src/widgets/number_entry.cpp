@@ -1,4 +1,4 @@
-#include "helpui/number_entry.h"
+#include "widgets/number_entry.h"
 
 #include <algorithm>
 
@@ -7,9 +7,9 @@
 #include <wx/spinbutt.h>
 #include <wx/textctrl.h>
 
-#include "helpui/accessible_name.h"
-#include "helpui/control_hints.h"
-#include "helpui/make_child.h"
+#include "widgets/accessible_name.h"
+#include "widgets/control_hints.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

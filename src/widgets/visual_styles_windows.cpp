@@ -1,4 +1,4 @@
-#include "helpui/visual_styles_windows.h"
+#include "widgets/visual_styles_windows.h"
 
 #include <dwmapi.h>
 #include <vssym32.h>

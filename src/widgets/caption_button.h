@@ -7,13 +7,14 @@
 #include <optional>
 
 #include <wx/gdicmn.h>
+#include <wx/string.h>
 
 class wxMenu;
 class wxTopLevelWindow;
 
 namespace vnxtest {
 
-// A part of a window's frame: a number of frame_area (dialog_ids.h) and its place on the screen.
+// A part of a window's frame: its number in frame_area.h and its place on the screen.
 struct CaptionPart {
     int area = 0;
     wxRect place;
@@ -32,6 +33,7 @@ public:
 };
 
 struct CaptionCallbacks {
+    wxString name;                    // of the button, where the system shows one
     std::function<void()> help;       // the help button was pressed
     std::function<void()> systemMenu; // the window's menu was asked for; empty: no menu of our own
     // Adds our own items to the window's menu, where the system has one.
@@ -42,7 +44,7 @@ struct CaptionCallbacks {
 // it is first shown; the result must go before the window does.
 std::unique_ptr<CaptionButton> AddCaptionButton(wxTopLevelWindow& window, CaptionCallbacks callbacks);
 
-// Lets `window` take input while a modal dialog is open (the help book's window).
+// Lets `window` take input while a modal dialog is open.
 void ExemptFromModality(wxTopLevelWindow& window);
 
 } // namespace vnxtest

@@ -1,6 +1,7 @@
-#include "helpui/desktop_fixture.h"
+#include "widgets/desktop_fixture.h"
 
 #include <map>
+#include <memory>
 
 #include <wx/app.h>
 #include <wx/clipbrd.h>
@@ -10,8 +11,8 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
-#include "helpui/dialog_ids.h"
-#include "helpui/make_child.h"
+#include "widgets/caption_button.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 
@@ -37,22 +38,31 @@ bool ServeEvents(int milliseconds, const std::function<bool()>& reached) {
     return done;
 }
 
+// With a help button in its caption, which asks for nothing.
+class CaptionedProbe final : public ProbeDialog {
+public:
+    CaptionedProbe() : ProbeDialog(nullptr), m_button(AddCaptionButton(*this, {"Probe", [] {}, {}, {}})) {
+        Fill();
+    }
+
+private:
+    std::unique_ptr<CaptionButton> m_button;
+};
+
 } // namespace
 
-ProbeDialog::ProbeDialog(wxWindow* parent) : CHelpButtonDlg(parent, wxID_ANY, "Probe") {
-    namespace ids = parameters_control;
-    SetUpHelp(kDialogParameters);
+void ProbeDialog::Fill() {
     auto* rows = MakeChild<wxFlexGridSizer>(2, 6, 6);
     const auto row = [this, rows]<typename Control>(const char* label, Control*& control, auto... arguments) {
         rows->Add(MakeChild<wxStaticText>(this, wxID_ANY, label));
         rows->Add(control = MakeChild<Control>(this, arguments...));
     };
-    row("Unregistered:", before, kUnregistered);
-    row("&Address:", address, ids::kGuestIp1, "Guest IP");
-    row("MAC:", mac, ids::kGuestMac1, "Guest MAC");
-    row("&Number:", number, ids::kGuestIp2, ids::kAdapterIp2, "Number");
-    row("Box", box, ids::kUseTwo, "Use two");
-    row("Disabled", disabled, ids::kTun1, "Disabled");
+    row("Unregistered:", before, kBefore);
+    row("&Address:", address, kAddress, "Guest IP");
+    row("MAC:", mac, kMac, "Guest MAC");
+    row("&Number:", number, kNumber, kNumberSpin, "Number");
+    row("Box", box, kBox, "Use two");
+    row("Disabled", disabled, kDisabled, "Disabled");
     number->SetRange(8, 65507);
     disabled->Disable();
     auto* sizer = MakeChild<wxBoxSizer>(wxVERTICAL);
@@ -65,8 +75,12 @@ ProbeDialog::ProbeDialog(wxWindow* parent) : CHelpButtonDlg(parent, wxID_ANY, "P
 }
 
 void DesktopTest::SetUp() {
-    m_dialog = MakeChild<ProbeDialog>(nullptr);
+    m_dialog = MakeDialog();
     ShowAndWait(*m_dialog);
+}
+
+ProbeDialog* DesktopTest::MakeDialog() {
+    return MakeChild<CaptionedProbe>();
 }
 
 void DesktopTest::TearDown() {

@@ -3,7 +3,7 @@
 // It is made of four entries which the toolkit does not know. Each is watched, so that the toolkit hears of
 // the focus and of clicks in them, and for what the control itself does not do: pasting and copying a whole
 // address.
-#include "helpui/ip_address_fields.h"
+#include "widgets/ip_address_fields.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,9 +15,9 @@
 #include <commctrl.h>
 #include <oleacc.h>
 
-#include "helpui/accessible_name.h"
-#include "helpui/ip_address_ctrl.h"
-#include "helpui/make_child.h"
+#include "widgets/accessible_name.h"
+#include "widgets/ip_address_ctrl.h"
+#include "widgets/make_child.h"
 
 namespace vnxtest {
 

@@ -1,11 +1,9 @@
 // The address, the MAC and the number entry in the hands of a user.
-#include "helpui/desktop_fixture.h"
+#include "widgets/desktop_fixture.h"
 
 #include <vector>
 
 #include <wx/clipbrd.h>
-
-#include "helpui/dialog_ids.h"
 
 namespace vnxtest {
 namespace {
@@ -179,7 +177,7 @@ TEST_F(DesktopTest, NumberEntryStepsInItsRangeAndJudgesWhatIsTypedWhenAsked) {
     number.SetPosition(1);
     Press(WXK_DOWN);
     EXPECT_EQ(number.GetValue(), 8);
-    const wxRect place = wxWindow::FindWindowById(parameters_control::kAdapterIp2, &number)->GetScreenRect();
+    const wxRect place = wxWindow::FindWindowById(ProbeDialog::kNumberSpin, &number)->GetScreenRect();
     ClickAt(place.GetPosition() + wxSize(place.width * 3 / 4, place.height / 4));
     ClickAt(place.GetPosition() + wxSize(place.width * 3 / 4, place.height / 4));
     ClickAt(place.GetPosition() + wxSize(place.width / 4, place.height * 3 / 4));
