@@ -5,7 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "vnetx/checksum.h"
+#include "packets/checksum.h"
 
 namespace vnxtest {
 
@@ -16,7 +16,7 @@ static void Checksum(benchmark::State& state) {
     }
     for (auto _ : state) {
         benchmark::DoNotOptimize(bytes.data());
-        benchmark::DoNotOptimize(InetChecksum(bytes.data(), bytes.size()));
+        benchmark::DoNotOptimize(InetChecksum(bytes));
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }

@@ -86,13 +86,15 @@ std::vector<std::uint8_t> EchoRequest(bool tapMode, std::size_t dataSize, Ipv4Ad
     std::vector<std::uint8_t> storage(front + Ipv4View::kLength + IcmpEchoView::kLength + dataSize);
     const std::span<std::uint8_t> packet = std::span(storage).subspan(front);
     auto ip = Ipv4View::Over(packet);
-    ip->BuildHeader(static_cast<std::uint16_t>(packet.size()), 64, kIpProtocolIcmp, kPeerIp, destination);
+    ip->Emit({.totalLength = static_cast<std::uint16_t>(packet.size()),
+              .source = kPeerIp,
+              .destination = destination});
     std::memset(packet.data() + 6, 0, 2); // without Don't-Fragment
-    ip->SetChecksum(InetChecksum(packet.data(), Ipv4View::kLength));
+    ip->Seal();
     const std::span<std::uint8_t> message = packet.subspan(Ipv4View::kLength);
     auto icmp = IcmpEchoView::Over(message);
     icmp->SetType(kIcmpEchoRequest);
-    icmp->SetChecksum(InetChecksum(message.data(), message.size()));
+    icmp->SetChecksum(InetChecksum(message));
     if (tapMode) {
         auto ethernet = EthernetView::Over(std::span(storage).subspan(ReceivedPacket::kHeadroom));
         ethernet->SetDestination(kGuestMac);

@@ -76,13 +76,13 @@ void MakeReply(std::span<std::uint8_t> storage) {
     auto ip = Ipv4View::Over(packet);
     const auto message = packet.subspan(Ipv4View::kLength);
     auto icmp = IcmpEchoView::Over(message);
-    ip->BuildHeader(static_cast<std::uint16_t>(packet.size()), 64, kIpProtocolIcmp, kPeerIp, kGuestIp);
-    std::memset(packet.data() + 6, 0, 2); // without Don't-Fragment
-    ip->SetChecksum(0);
-    ip->SetChecksum(InetChecksum(packet.data(), Ipv4View::kLength));
+    ip->Emit({.totalLength = static_cast<std::uint16_t>(packet.size()),
+              .dontFragment = false,
+              .source = kPeerIp,
+              .destination = kGuestIp});
+    ip->Seal();
     icmp->SetType(kIcmpEchoReply);
-    icmp->SetChecksum(0);
-    icmp->SetChecksum(InetChecksum(message.data(), message.size()));
+    SealIcmp(message);
 }
 
 double Seconds(clockid_t clock) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "vnetx/checksum.h"
+#include "packets/checksum.h"
 #include "vnetx/library.h"
 
 namespace vnxtest {
@@ -22,7 +22,7 @@ public:
     }
     std::int32_t GetStats(std::int32_t, VnetxStatistics*) override { return 0; }
     std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override {
-        return InetChecksum(bytes, length);
+        return InetChecksum({static_cast<const std::uint8_t*>(bytes), length});
     }
     void BuildVantIfaceMac(std::uint8_t*, const std::uint8_t*) override {}
     const char* GetDefaultIface() override { return ""; }

@@ -12,16 +12,14 @@ namespace vnxtest {
 
 namespace {
 
-constexpr std::size_t kArpFrameLength = EthernetView::kLength + ArpView::kLength;
-
-struct ArpFrame {
+struct ReceivedArp {
     EthernetView ethernet;
     ArpView arp;
 };
 
 // The frame as a request of this kind that the guest may have to answer, or nothing.
-std::optional<ArpFrame> AcceptRequest(const INTERFACE_INFO& info, std::span<std::uint8_t> frame,
-                                      std::uint16_t etherType, ArpOperation operation) {
+std::optional<ReceivedArp> AcceptRequest(const INTERFACE_INFO& info, std::span<std::uint8_t> frame,
+                                         std::uint16_t etherType, ArpOperation operation) {
     if (frame.size() < kArpFrameLength) {
         return std::nullopt;
     }
@@ -35,7 +33,7 @@ std::optional<ArpFrame> AcceptRequest(const INTERFACE_INFO& info, std::span<std:
     if (destination != info.guestMac && !destination.IsGroup()) {
         return std::nullopt;
     }
-    return ArpFrame{*ethernet, *arp};
+    return ReceivedArp{*ethernet, *arp};
 }
 
 // True when the reply was written, to somebody: a library need not send any other.

@@ -7,16 +7,23 @@
 #include <linux/if_packet.h>
 #include <sys/socket.h>
 
+#include "packets/arp_packet.h"
+
 namespace vnxtest {
 namespace {
 
 constexpr sock_filter kAccept{BPF_RET | BPF_K, 0, 0, 0xFFFFFFFF}, kDrop{BPF_RET | BPF_K, 0, 0, 0};
 constexpr sock_filter kSkipUnlessGroup{BPF_JMP | BPF_JSET | BPF_K, 0, 1, 0x01}; // IEEE 802
 
-constexpr int kTypeOffset = 12, kOperationOffset = 20; // of a frame, in bytes
+constexpr std::size_t kTo = EthernetView::kDestinationOffset, kType = EthernetView::kEtherTypeOffset;
+constexpr std::size_t kOperation = EthernetView::kLength + ArpView::kOperationOffset;
 
-constexpr sock_filter Load(int size, int offset) {
+constexpr sock_filter Load(int size, std::size_t offset) {
     return {static_cast<std::uint16_t>(BPF_LD | BPF_ABS | size), 0, 0, static_cast<std::uint32_t>(offset)};
+}
+// What the kernel knows of a frame.
+constexpr sock_filter LoadFact(int size, int fact) {
+    return Load(size, static_cast<std::uint32_t>(SKF_AD_OFF + fact));
 }
 
 // Skips so many instructions if what is loaded equals `value`, or else so many.
@@ -25,7 +32,9 @@ constexpr sock_filter Compare(std::uint32_t value, std::uint8_t ifEqual, std::ui
 }
 
 std::uint16_t ProtocolOf(OpenKind kind) {
-    return kind == OpenKind::GuestSocket ? ETH_P_ALL : kind == OpenKind::ArpSocket ? ETH_P_ARP : ETH_P_RARP;
+    return kind == OpenKind::GuestSocket ? ETH_P_ALL
+           : kind == OpenKind::ArpSocket ? kEtherTypeArp
+                                         : kEtherTypeRarp;
 }
 
 } // namespace
@@ -33,20 +42,20 @@ std::uint16_t ProtocolOf(OpenKind kind) {
 PacketFilter MakePacketFilter(OpenKind kind, std::uint32_t adapter, MacAddress guest) {
     PacketFilter code;
     const auto add = [&](std::initializer_list<sock_filter> part) { code.insert(code.end(), part); };
-    add({Load(BPF_B, SKF_AD_OFF + SKF_AD_PKTTYPE), Compare(PACKET_OUTGOING, 0, 1), kDrop});
-    add({Load(BPF_W, SKF_AD_OFF + SKF_AD_IFINDEX), Compare(adapter, 1, 0), kDrop});
+    add({LoadFact(BPF_B, SKF_AD_PKTTYPE), Compare(PACKET_OUTGOING, 0, 1), kDrop});
+    add({LoadFact(BPF_W, SKF_AD_IFINDEX), Compare(adapter, 1, 0), kDrop});
     if (kind == OpenKind::GuestSocket) {
-        add({Load(BPF_B, 0), kSkipUnlessGroup, kAccept});
+        add({Load(BPF_B, kTo), kSkipUnlessGroup, kAccept});
         for (const auto& mac : {guest.Bytes(), MacAddress().Bytes()}) {
             const std::uint32_t begin = Ipv4Address(mac[0], mac[1], mac[2], mac[3]).Host();
             const std::uint32_t end = Ipv4Address(0, 0, mac[4], mac[5]).Host();
-            add({Load(BPF_W, 0), Compare(begin, 0, 3), Load(BPF_H, 4), Compare(end, 0, 1), kAccept});
+            add({Load(BPF_W, kTo), Compare(begin, 0, 3), Load(BPF_H, kTo + 4), Compare(end, 0, 1), kAccept});
         }
         add({kDrop});
     } else {
-        const std::uint32_t reply = kind == OpenKind::ArpSocket ? 2 : 4;
-        add({Load(BPF_H, kTypeOffset), Compare(ProtocolOf(kind), 1, 0), kDrop});
-        add({Load(BPF_H, kOperationOffset), Compare(reply, 1, 0), kDrop, kAccept});
+        const auto reply = kind == OpenKind::ArpSocket ? ArpOperation::Reply : ArpOperation::ReverseReply;
+        add({Load(BPF_H, kType), Compare(ProtocolOf(kind), 1, 0), kDrop});
+        add({Load(BPF_H, kOperation), Compare(static_cast<std::uint32_t>(reply), 1, 0), kDrop, kAccept});
     }
     return code;
 }

@@ -1,6 +1,6 @@
 // The ICMP echo message: an 8-byte header, then the data (RFC 792).
 //
-// IcmpEchoView reads and writes the header in place. Identifier and sequence number are handed out
+// IcmpEchoView reads and writes the header in place. Identifier and sequence number are also handed out
 // raw, as the two bytes stand in memory, since the ping list compares them so.
 #pragma once
 
@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 
+#include "packets/checksum.h"
 #include "packets/wire.h"
 
 namespace vnxtest {
@@ -22,7 +23,8 @@ class BasicIcmpEchoView {
 public:
     static constexpr std::size_t kLength = 8;
 
-    // The view over the first 8 bytes of `message`, or nothing when it is shorter.
+    constexpr explicit BasicIcmpEchoView(std::span<Byte, kLength> bytes) : m_bytes(bytes) {}
+    // The view over the first 8 bytes of `message`, or nullopt if it is shorter.
     static std::optional<BasicIcmpEchoView> Over(std::span<Byte> message) {
         if (message.size() < kLength) {
             return std::nullopt;
@@ -33,6 +35,8 @@ public:
     std::uint8_t Type() const { return m_bytes[0]; }
     std::uint8_t Code() const { return m_bytes[1]; }
     std::uint16_t Checksum() const { return LoadBe16<2>(m_bytes); }
+    std::uint16_t Identifier() const { return LoadBe16<4>(m_bytes); }
+    std::uint16_t SequenceNumber() const { return LoadBe16<6>(m_bytes); }
     std::uint16_t RawChecksum() const { return LoadRaw<2>(); }
     std::uint16_t RawIdentifier() const { return LoadRaw<4>(); }
     std::uint16_t RawSequenceNumber() const { return LoadRaw<6>(); }
@@ -40,12 +44,12 @@ public:
     void SetType(std::uint8_t type) { m_bytes[0] = type; }
     void SetCode(std::uint8_t code) { m_bytes[1] = code; }
     void SetChecksum(std::uint16_t checksum) { StoreBe16<2>(m_bytes, checksum); }
+    void SetIdentifier(std::uint16_t identifier) { StoreBe16<4>(m_bytes, identifier); }
+    void SetSequenceNumber(std::uint16_t sequence) { StoreBe16<6>(m_bytes, sequence); }
     void SetRawIdentifier(std::uint16_t identifier) { StoreRaw<4>(identifier); }
     void SetRawSequenceNumber(std::uint16_t sequence) { StoreRaw<6>(sequence); }
 
 private:
-    explicit BasicIcmpEchoView(std::span<Byte, kLength> bytes) : m_bytes(bytes) {}
-
     template <std::size_t Offset>
     std::uint16_t LoadRaw() const {
         std::uint16_t value = 0;
@@ -61,6 +65,14 @@ private:
 };
 
 using IcmpEchoView = BasicIcmpEchoView<std::uint8_t>;
+using ConstIcmpEchoView = BasicIcmpEchoView<const std::uint8_t>; // reads only
+
+// Sets the checksum that is right for the rest of `message`, at least a header long.
+inline void SealIcmp(std::span<std::uint8_t> message) {
+    auto view = IcmpEchoView::Over(message);
+    view->SetChecksum(0);
+    view->SetChecksum(InetChecksum(message));
+}
 
 // A 16-bit number between host and network order (the same exchange both ways).
 constexpr std::uint16_t SwapNetwork16(std::uint16_t value) {

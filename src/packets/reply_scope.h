@@ -51,7 +51,7 @@ constexpr bool IsArpHost(Ipv4Address address, const ReplyScope& scope) {
     return address.IsZero() || address == scope.guestIp || IsAnotherHost(address, scope);
 }
 
-// An ICMP echo reply: the destination is LoadIpv4<16> of it. `packet` is bare IPv4, of any bytes.
+// True for an ICMP echo reply. `packet` is bare IPv4, of any bytes.
 inline bool IsEchoReply(std::span<const std::uint8_t> packet) {
     const auto ip = ConstIpv4View::Over(packet);
     if (!ip || ip->Version() != 4 || ip->Protocol() != kIpProtocolIcmp || ip->IsLaterFragment()) {

@@ -10,7 +10,10 @@ void BuildEchoRequest(std::span<std::uint8_t> packet, VnetxLibrary& library, Ipv
     constexpr std::string_view kPattern = "abcdefghijklmnopqrstuvwxyz0123456789";
     auto ip = Ipv4View::Over(packet);
     auto icmp = IcmpEchoView::Over(packet.subspan(Ipv4View::kLength));
-    ip->BuildHeader(static_cast<std::uint16_t>(packet.size()), kTimeToLive, kIpProtocolIcmp, source, target);
+    ip->Emit({.totalLength = static_cast<std::uint16_t>(packet.size()),
+              .timeToLive = kTimeToLive,
+              .source = source,
+              .destination = target});
     ip->SetChecksum(library.CalcInetChecksum(packet.data(), Ipv4View::kLength));
     icmp->SetType(kIcmpEchoRequest);
     icmp->SetCode(0);

@@ -18,6 +18,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "packets/arp_packet.h"
 #include "platform/netlink_linux.h"
 
 namespace vnxtest {
@@ -51,20 +52,6 @@ struct ProbePath {
     MacAddress sourceMac;
     bool local = false; // the destination is an address of this host
 };
-
-// The ARP packet of Ethernet and IPv4 (RFC 826), as it stands behind the frame header.
-struct ArpPacket {
-    std::uint16_t hardwareType = htons(ARPHRD_ETHER);
-    std::uint16_t protocolType = htons(ETH_P_IP);
-    std::uint8_t hardwareLength = ETH_ALEN;
-    std::uint8_t protocolLength = 4;
-    std::uint16_t operation = htons(ARPOP_REQUEST);
-    std::uint8_t senderMac[6] = {};
-    std::uint8_t senderIp[4] = {};
-    std::uint8_t targetMac[6] = {};
-    std::uint8_t targetIp[4] = {};
-};
-static_assert(sizeof(ArpPacket) == 28);
 
 std::uint32_t LastErrno() {
     return static_cast<std::uint32_t>(errno);
@@ -187,38 +174,32 @@ bool AwaitReply(int handle, Ipv4Address destination, Clock::time_point until, Ma
         if (poll(&wait, 1, static_cast<int>(left.count())) < 0 && errno != EINTR) {
             return false;
         }
-        ArpPacket packet;
-        const ssize_t length = recv(handle, &packet, sizeof packet, MSG_DONTWAIT);
-        const ArpPacket expected;
-        if (length != sizeof packet || packet.hardwareType != expected.hardwareType ||
-            packet.protocolType != expected.protocolType ||
-            packet.hardwareLength != expected.hardwareLength ||
-            packet.protocolLength != expected.protocolLength || packet.operation != htons(ARPOP_REPLY) ||
-            std::memcmp(packet.senderIp, destination.Bytes().data(), 4) != 0) {
-            continue;
+        std::array<std::uint8_t, ArpView::kLength> packet;
+        const ssize_t length = recv(handle, packet.data(), packet.size(), MSG_DONTWAIT);
+        const ConstArpView arp(packet);
+        if (length == ArpView::kLength && arp.IsEthernetIpv4() && arp.Operation() == ArpOperation::Reply &&
+            arp.SenderProtocolAddress() == destination) {
+            mac = arp.SenderHardwareAddress();
+            return true;
         }
-        mac = MacAddress(std::to_array(packet.senderMac));
-        return true;
     }
 }
 
 std::uint32_t Exchange(int handle, Ipv4Address destination, const ProbePath& path, MacAddress& mac) {
     sockaddr_ll wire{};
     wire.sll_family = AF_PACKET;
-    wire.sll_protocol = htons(ETH_P_ARP);
+    wire.sll_protocol = htons(kEtherTypeArp);
     wire.sll_ifindex = path.interfaceIndex;
     if (bind(handle, reinterpret_cast<const sockaddr*>(&wire), sizeof wire) != 0) {
         return LastErrno();
     }
     wire.sll_halen = ETH_ALEN;
     std::memset(wire.sll_addr, 0xFF, ETH_ALEN);
-    ArpPacket request;
-    std::memcpy(request.senderMac, path.sourceMac.Bytes().data(), 6);
-    std::memcpy(request.senderIp, path.source.Bytes().data(), 4);
-    std::memcpy(request.targetIp, destination.Bytes().data(), 4);
+    std::array<std::uint8_t, ArpView::kLength> request;
+    ArpView(request).Emit({ArpOperation::Request, path.sourceMac, path.source, MacAddress(), destination});
     const Clock::time_point end = Clock::now() + kProbeTime;
     for (Clock::time_point now = Clock::now(); now < end; now = Clock::now()) {
-        if (sendto(handle, &request, sizeof request, 0, reinterpret_cast<const sockaddr*>(&wire),
+        if (sendto(handle, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&wire),
                    sizeof wire) < 0) {
             return LastErrno();
         }

@@ -3,18 +3,15 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "packets/arp_packet.h"
 #include "vnetx/failure.h"
 #include "vnetx/reading_thread.h"
-#include "vnetx/wire_format.h"
 
 namespace vnxtest {
 namespace {
 
 using Clock = NeighbourTable::Clock;
 
-constexpr std::uint16_t kEtherTypeReverseArp = 0x8035;
-constexpr std::uint16_t kReverseRequest = 3;
-constexpr std::uint16_t kReverseReply = 4;
 constexpr std::uint32_t kSnapshotLength = 128;
 constexpr std::uint32_t kBufferSize = 64 * 1024;
 constexpr std::size_t kMostAsked = 256;
@@ -28,6 +25,11 @@ std::unique_ptr<Capture> OpenCapture(const std::string& device, CaptureOptions::
     options.wanted = wanted;
     options.tell = tell;
     return Capture::Open(options);
+}
+
+ArpFrame Question(const ArpResolver::Asker& asker, Ipv4Address address) {
+    return MakeArpFrame(MacAddress::Broadcast(),
+                        {ArpOperation::Request, asker.mac, asker.ip, MacAddress(), address});
 }
 
 std::uint64_t Image(MacAddress mac) {
@@ -51,21 +53,22 @@ struct ArpResolver::Exchange {
     }
 
     void Look(std::span<const std::uint8_t> frame) {
-        const auto ethernet = ParseEthernetHeader(frame);
-        const auto arp = ethernet ? ParseArp(frame.subspan(kEthernetHeaderLength)) : std::nullopt;
+        const auto ethernet = ConstEthernetView::Over(frame);
+        const auto arp = ethernet ? ConstArpView::OverEthernetIpv4(frame.subspan(ConstEthernetView::kLength))
+                                  : std::nullopt;
         if (!arp || answered) {
             return;
         }
         if (reverse) {
-            if (ethernet->type == kEtherTypeReverseArp && arp->operation == kReverseReply &&
-                arp->targetMac == mac && !arp->targetIp.IsZero()) {
-                address = arp->targetIp;
+            if (ethernet->EtherType() == kEtherTypeRarp && arp->Operation() == ArpOperation::ReverseReply &&
+                arp->TargetHardwareAddress() == mac && !arp->TargetProtocolAddress().IsZero()) {
+                address = arp->TargetProtocolAddress();
                 answered = true;
             }
-        } else if (ethernet->type == kEtherTypeArp && arp->operation == kArpReply &&
-                   arp->senderIp == address && arp->targetMac == asker.mac && !arp->senderMac.IsZero() &&
-                   !arp->senderMac.IsGroup()) {
-            mac = arp->senderMac;
+        } else if (ethernet->EtherType() == kEtherTypeArp && arp->Operation() == ArpOperation::Reply &&
+                   arp->SenderProtocolAddress() == address && arp->TargetHardwareAddress() == asker.mac &&
+                   !arp->SenderHardwareAddress().IsZero() && !arp->SenderHardwareAddress().IsGroup()) {
+            mac = arp->SenderHardwareAddress();
             answered = true;
         }
     }
@@ -145,8 +148,7 @@ bool ArpResolver::Ask(const Asker& asker, Ipv4Address address) {
         return false;
     }
     NoteAsked(address);
-    Send(*m_capture, BuildArpFrame(MacAddress::Broadcast(), asker.mac,
-                                   {kArpRequest, asker.mac, asker.ip, MacAddress(), address}));
+    Send(*m_capture, Question(asker, address));
     return true;
 }
 
@@ -190,9 +192,7 @@ MacAddress ArpResolver::Resolve(const Asker& asker, Ipv4Address address) {
         if (known.state == State::Unknown) {
             NoteAsked(address);
             Exchange exchange{asker, address, {}};
-            const auto question = BuildArpFrame(MacAddress::Broadcast(), asker.mac,
-                                                {kArpRequest, asker.mac, asker.ip, MacAddress(), address});
-            if (!Run(*m_capture, exchange, question)) {
+            if (!Run(*m_capture, exchange, Question(asker, address))) {
                 m_table.NoteSilence(address);
                 return m_table.Find(address).mac;
             }
@@ -219,9 +219,8 @@ Ipv4Address ArpResolver::ResolveReverse(const Asker& asker, MacAddress mac) {
     if (m_silentMacs.contains(Image(mac))) {
         return {};
     }
-    auto question = BuildArpFrame(MacAddress::Broadcast(), asker.mac,
-                                  {kReverseRequest, asker.mac, asker.ip, mac, Ipv4Address()});
-    StoreBe16(question.data() + 12, kEtherTypeReverseArp);
+    const ArpFrame question = MakeArpFrame(
+        MacAddress::Broadcast(), {ArpOperation::ReverseRequest, asker.mac, asker.ip, mac, Ipv4Address()});
     Exchange exchange{asker, {}, mac, true};
     if (!Run(*m_reverseCapture, exchange, question)) {
         m_silentMacs[Image(mac)] = now;

@@ -2,11 +2,11 @@
 
 #include <cerrno>
 
-#include "vnetx/checksum.h"
+#include "packets/checksum.h"
 #include "vnetx/failure.h"
 #include "vnetx/guest_mac.h"
 #include "vnetx/host_links.h"
-#include "vnetx/wire_format.h"
+#include "vnetx/records.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -25,20 +25,18 @@ std::int32_t QueryHost(std::uint32_t request, void* record) {
         if (arp.protocolFamily != VNETX_AF_INET) {
             return Fail(EAFNOSUPPORT);
         }
-        const auto link = FindHostLink(LoadIpv4(arp.protocolAddress));
+        const auto link = FindHostLink(Ipv4In(arp));
         if (!link || link->mac.IsZero()) {
             return Fail(ENXIO);
         }
-        arp.hardwareFamily = VNETX_ARPHRD_ETHER;
-        StoreMac(arp.hardwareAddress, link->mac);
+        PutMac(arp, link->mac);
         return 0;
     }
-    const auto link = FindHostLink(LoadMac(arp.hardwareAddress));
+    const auto link = FindHostLink(MacIn(arp));
     if (!link || link->addresses.empty()) {
         return Fail(ENXIO);
     }
-    arp.protocolFamily = VNETX_AF_INET;
-    StoreIpv4(arp.protocolAddress, link->addresses.front().address);
+    PutIpv4(arp, link->addresses.front().address);
     return 0;
 }
 
@@ -97,11 +95,12 @@ std::optional<std::uint64_t> BuiltinLibrary::DroppedByDriver(std::int32_t handle
 }
 
 std::uint16_t BuiltinLibrary::CalcInetChecksum(const void* bytes, std::uint32_t length) {
-    return InetChecksum(bytes, length);
+    return InetChecksum({static_cast<const std::uint8_t*>(bytes), length});
 }
 
 void BuiltinLibrary::BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) {
-    StoreMac(mac, BuildGuestMac(LoadIpv4(ip)));
+    const MacAddress built = BuildGuestMac(LoadIpv4<0>(std::span<const std::uint8_t, 4>(ip, 4)));
+    StoreMac<0>(std::span<std::uint8_t, 6>(mac, 6), built);
 }
 
 const char* BuiltinLibrary::GetDefaultIface() {

@@ -2,7 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "vnetx/wire_format.h"
+#include "packets/arp_packet.h"
+#include "packets/ipv4_packet.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
 
@@ -16,17 +17,22 @@ std::string Text(Ipv4Address ip) {
     return ToNarrow(FormatIPAddr(ip));
 }
 
-std::string Describe(const ArpPacket& arp) {
-    return fmt::format("ARP operation {}, sender {} {}, target {} {}", arp.operation, Text(arp.senderIp),
-                       Text(arp.senderMac), Text(arp.targetIp), Text(arp.targetMac));
+std::string DescribeArp(std::span<const std::uint8_t> packet) {
+    const auto arp = ConstArpView::OverEthernetIpv4(packet);
+    if (!arp) {
+        return "short or foreign ARP packet";
+    }
+    return fmt::format("ARP operation {}, sender {} {}, target {} {}",
+                       static_cast<std::uint16_t>(arp->Operation()), Text(arp->SenderProtocolAddress()),
+                       Text(arp->SenderHardwareAddress()), Text(arp->TargetProtocolAddress()),
+                       Text(arp->TargetHardwareAddress()));
 }
 
 std::string DescribeIpv4(std::span<const std::uint8_t> packet) {
-    if (packet.size() < kIpv4HeaderLength) {
-        return "short IPv4 packet";
-    }
-    return fmt::format("IPv4 protocol {}, {} > {}", packet[9], Text(LoadIpv4(packet.data() + 12)),
-                       Text(LoadIpv4(packet.data() + 16)));
+    const auto ip = ConstIpv4View::Over(packet);
+    return ip ? fmt::format("IPv4 protocol {}, {} > {}", ip->Protocol(), Text(ip->Source()),
+                            Text(ip->Destination()))
+              : "short IPv4 packet";
 }
 
 // Sixteen bytes a line: offset, digits, printable characters.
@@ -64,20 +70,19 @@ void DebugLines::Change(std::string_view interfaceName, std::string_view setting
 
 void DebugLines::Packet(std::string_view interfaceName, std::span<const std::uint8_t> packet, bool ethernet,
                         std::uint32_t arpFlag, std::uint32_t otherFlag, std::string_view verb) const {
-    const auto header = ethernet ? ParseEthernetHeader(packet) : std::nullopt;
-    const bool isArp = header && header->type == kEtherTypeArp;
+    const auto header = ethernet ? ConstEthernetView::Over(packet) : std::nullopt;
+    const bool isArp = header && header->EtherType() == kEtherTypeArp;
     if (!IsOn(isArp ? arpFlag : otherFlag)) {
         return;
     }
     std::string text = fmt::format("VNETX {}: {} bytes {}", interfaceName, packet.size(), verb);
     if (header) {
-        const auto payload = packet.subspan(kEthernetHeaderLength);
-        text += fmt::format(", {} > {}, type 0x{:04X}", Text(header->source), Text(header->destination),
-                            header->type);
+        const auto payload = packet.subspan(ConstEthernetView::kLength);
+        text += fmt::format(", {} > {}, type 0x{:04X}", Text(header->Source()), Text(header->Destination()),
+                            header->EtherType());
         if (isArp) {
-            const auto arp = ParseArp(payload);
-            text += ", " + (arp ? Describe(*arp) : std::string("short or foreign ARP packet"));
-        } else if (header->type == kEtherTypeIpv4) {
+            text += ", " + DescribeArp(payload);
+        } else if (header->EtherType() == kEtherTypeIpv4) {
             text += ", " + DescribeIpv4(payload);
         }
     } else if (!ethernet) {

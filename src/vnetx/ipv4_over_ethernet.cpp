@@ -1,8 +1,9 @@
 #include "vnetx/ipv4_over_ethernet.h"
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 
+#include "packets/ipv4_packet.h"
 #include "vnetx/host_links.h"
 #include "vnetx/reading_thread.h"
 
@@ -11,12 +12,6 @@ namespace {
 
 constexpr Ipv4Address kAllOnes(255, 255, 255, 255);
 constexpr std::size_t kMaximumPacket = 65535;
-
-// The group address of an IPv4 multicast packet (RFC 1112, section 6.4).
-MacAddress MulticastMac(Ipv4Address group) {
-    const auto& bytes = group.Bytes();
-    return MacAddress({0x01, 0x00, 0x5E, static_cast<std::uint8_t>(bytes[1] & 0x7F), bytes[2], bytes[3]});
-}
 
 } // namespace
 
@@ -65,46 +60,46 @@ Ipv4OverEthernet::Route Ipv4OverEthernet::AskHost(const Guest& guest, Ipv4Addres
     return {GatewayTowards(m_around.linkIndex, destination).value_or(destination), false, {}};
 }
 
-std::int32_t Ipv4OverEthernet::SendTo(MacAddress mac, const Guest& guest, const std::uint8_t* packet,
-                                      std::uint32_t length) {
-    std::array<std::uint8_t, kEthernetHeaderLength + kMaximumPacket> frame; // only what is used is written
-    BuildEthernetHeader(frame.data(), {mac, guest.mac, kEtherTypeIpv4});
-    std::memcpy(frame.data() + kEthernetHeaderLength, packet, length);
-    const std::int32_t sent = m_functions.send({frame.data(), kEthernetHeaderLength + length});
-    return sent < 0 ? sent : static_cast<std::int32_t>(length);
+std::int32_t Ipv4OverEthernet::SendTo(MacAddress mac, const Guest& guest,
+                                      std::span<const std::uint8_t> packet) {
+    std::array<std::uint8_t, EthernetView::kLength + kMaximumPacket> frame; // only what is used is written
+    EthernetView(std::span(frame).first<EthernetView::kLength>()).Emit({mac, guest.mac, kEtherTypeIpv4});
+    std::ranges::copy(packet, frame.begin() + EthernetView::kLength);
+    const std::int32_t sent = m_functions.send(std::span(frame).first(EthernetView::kLength + packet.size()));
+    return sent < 0 ? sent : static_cast<std::int32_t>(packet.size());
 }
 
-std::int32_t Ipv4OverEthernet::Write(const Guest& guest, const std::uint8_t* packet, std::uint32_t length) {
+std::int32_t Ipv4OverEthernet::Write(const Guest& guest, std::span<const std::uint8_t> packet) {
     using State = NeighbourTable::State;
-    const Ipv4Address destination = LoadIpv4(packet + 16);
+    const Ipv4Address destination = ConstIpv4View::Over(packet)->Destination();
     if (destination == kAllOnes || (!guest.broadcast.IsZero() && destination == guest.broadcast)) {
-        return SendTo(MacAddress::Broadcast(), guest, packet, length);
+        return SendTo(MacAddress::Broadcast(), guest, packet);
     }
     if ((destination.Bytes()[0] & 0xF0) == 0xE0) {
-        return SendTo(MulticastMac(destination), guest, packet, length);
+        return SendTo(MulticastMac(destination), guest, packet);
     }
     const Route route = RouteTo(guest, destination);
     if (route.broadcast) {
-        return SendTo(MacAddress::Broadcast(), guest, packet, length);
+        return SendTo(MacAddress::Broadcast(), guest, packet);
     }
     const auto neighbour = m_around.table.Find(route.hop);
     if (neighbour.refresh) {
         Ask(guest, route.hop);
     }
     if (neighbour.state == State::Known) {
-        return SendTo(neighbour.mac, guest, packet, length);
+        return SendTo(neighbour.mac, guest, packet);
     }
     // Only where no router is between: the sender of a router's frame is not the station that sent it.
     if (const auto mac = reading_thread::SenderOf(m_around.reader, destination);
         mac && route.hop == destination) {
-        return SendTo(*mac, guest, packet, length);
+        return SendTo(*mac, guest, packet);
     }
     if (neighbour.state == State::Silent) {
         Drop(1);
     } else {
-        Keep(guest, route.hop, {packet, length});
+        Keep(guest, route.hop, packet);
     }
-    return static_cast<std::int32_t>(length);
+    return static_cast<std::int32_t>(packet.size());
 }
 
 bool Ipv4OverEthernet::Ask(const Guest& guest, Ipv4Address hop) {
@@ -136,33 +131,35 @@ void Ipv4OverEthernet::Keep(const Guest& guest, Ipv4Address hop, std::span<const
 
 void Ipv4OverEthernet::SendWaiting(const Guest& guest, Ipv4Address hop, MacAddress mac) {
     for (const auto& packet : m_waiting.Take(hop)) {
-        if (SendTo(mac, guest, packet.data(), static_cast<std::uint32_t>(packet.size())) < 0) {
+        if (SendTo(mac, guest, packet) < 0) {
             Drop(1); // its writer was told that it is on its way
         }
     }
 }
 
-bool Ipv4OverEthernet::HandleArp(const Guest& guest, const ReplyScope& scope, const ArpPacket& arp) {
-    if (!IsAnotherStation(arp.senderMac, guest.mac) || !IsArpHost(arp.senderIp, scope)) {
+bool Ipv4OverEthernet::HandleArp(const Guest& guest, const ReplyScope& scope, const ConstArpView& arp) {
+    const MacAddress senderMac = arp.SenderHardwareAddress();
+    const Ipv4Address senderIp = arp.SenderProtocolAddress();
+    if (!IsAnotherStation(senderMac, guest.mac) || !IsArpHost(senderIp, scope)) {
         return false;
     }
-    const bool forGuest = arp.targetIp == guest.ip && !guest.ip.IsZero();
-    if (arp.senderIp != guest.ip) {
+    const bool forGuest = arp.TargetProtocolAddress() == guest.ip && !guest.ip.IsZero();
+    if (senderIp != guest.ip) {
         if (forGuest) {
-            m_around.table.Learn(arp.senderIp, arp.senderMac);
+            m_around.table.Learn(senderIp, senderMac);
         } else {
-            m_around.table.Update(arp.senderIp, arp.senderMac);
+            m_around.table.Update(senderIp, senderMac);
         }
         if (!m_waiting.IsEmpty()) {
-            if (const auto neighbour = m_around.table.Find(arp.senderIp);
+            if (const auto neighbour = m_around.table.Find(senderIp);
                 neighbour.state == NeighbourTable::State::Known) {
-                SendWaiting(guest, arp.senderIp, neighbour.mac);
+                SendWaiting(guest, senderIp, neighbour.mac);
             }
         }
     }
-    if (forGuest && arp.operation == kArpRequest) {
-        m_functions.send(BuildArpFrame(arp.senderMac, guest.mac,
-                                       {kArpReply, guest.mac, guest.ip, arp.senderMac, arp.senderIp}));
+    if (forGuest && arp.Operation() == ArpOperation::Request) {
+        m_functions.send(
+            MakeArpFrame(senderMac, {ArpOperation::Reply, guest.mac, guest.ip, senderMac, senderIp}));
     }
     return true;
 }

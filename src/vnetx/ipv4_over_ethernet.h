@@ -14,12 +14,12 @@
 #include <span>
 #include <unordered_map>
 
+#include "packets/arp_packet.h"
 #include "packets/reply_scope.h"
 #include "vnetx/arp_resolver.h"
 #include "vnetx/neighbours.h"
 #include "vnetx/recent_host_links.h"
 #include "vnetx/waiting_packets.h"
-#include "vnetx/wire_format.h"
 
 namespace vnxtest {
 
@@ -53,11 +53,11 @@ public:
     Ipv4OverEthernet(const Surroundings& around, Functions functions)
         : m_around(around), m_functions(std::move(functions)) {}
 
-    // Sends or keeps one IPv4 packet; its length, or -1 with errno. Any thread.
-    std::int32_t Write(const Guest& guest, const std::uint8_t* packet, std::uint32_t length);
+    // Sends or keeps one packet, at least an IPv4 header long; its length, or -1 with errno. Any thread.
+    std::int32_t Write(const Guest& guest, std::span<const std::uint8_t> packet);
     // An ARP packet from the wire: answers a question for the guest and learns. False when it came from
     // no single station or from an address that no host can have, and nothing was done with it.
-    bool HandleArp(const Guest& guest, const ReplyScope& scope, const ArpPacket& arp);
+    bool HandleArp(const Guest& guest, const ReplyScope& scope, const ConstArpView& arp);
     // Repeats questions and drops packets whose time has come. Milliseconds until there is something
     // to do again, negative when nothing is waiting.
     int TimedWork(const Guest& guest);
@@ -75,7 +75,7 @@ private:
     static std::optional<Route> Direct(Ipv4Address own, Ipv4Address mask, Ipv4Address destination);
     Route RouteTo(const Guest& guest, Ipv4Address destination);
     Route AskHost(const Guest& guest, Ipv4Address destination);
-    std::int32_t SendTo(MacAddress mac, const Guest& guest, const std::uint8_t* packet, std::uint32_t length);
+    std::int32_t SendTo(MacAddress mac, const Guest& guest, std::span<const std::uint8_t> packet);
     void Keep(const Guest& guest, Ipv4Address hop, std::span<const std::uint8_t> packet);
     bool Ask(const Guest& guest, Ipv4Address hop);
     void Drop(std::size_t count);

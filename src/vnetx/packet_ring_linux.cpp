@@ -7,20 +7,18 @@
 #include <climits>
 #include <cstring>
 
-#include <linux/if_ether.h>
 #include <linux/if_packet.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "vnetx/wire_format.h"
+#include "packets/ethernet.h"
 
 namespace vnxtest {
 namespace {
 
 // The kernel takes a VLAN tag out of the frame; there has to be room before it for putting it back.
-constexpr std::uint32_t kVlanTagLength = 4;
-constexpr std::uint32_t kTagOffset = 12;
+constexpr std::uint32_t kTagRoom = kVlanTagLength;
 constexpr std::uint32_t kAlign = TPACKET_ALIGNMENT;
 // The kernel leaves at least so much between its own header and the payload (tpacket_rcv).
 constexpr std::uint32_t kLeastLinkHeader = 16;
@@ -34,15 +32,15 @@ constexpr std::uint32_t Align(std::uint32_t size) {
 CapturedFrame FrameOf(std::uint8_t* slot, const tpacket2_hdr& header) {
     std::uint8_t* bytes = slot + header.tp_mac;
     CapturedFrame frame{bytes, header.tp_snaplen, header.tp_len};
-    if ((header.tp_status & TP_STATUS_VLAN_VALID) == 0 || header.tp_snaplen < kTagOffset) {
+    if ((header.tp_status & TP_STATUS_VLAN_VALID) == 0 ||
+        header.tp_snaplen < EthernetView::kEtherTypeOffset) {
         return frame;
     }
     const bool typed = (header.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
-    std::memmove(bytes - kVlanTagLength, bytes, kTagOffset);
-    StoreBe16(bytes + kTagOffset - kVlanTagLength,
-              typed ? header.tp_vlan_tpid : static_cast<std::uint16_t>(ETH_P_8021Q));
-    StoreBe16(bytes + kTagOffset - kVlanTagLength + 2, header.tp_vlan_tci);
-    return {bytes - kVlanTagLength, frame.captured + kVlanTagLength, frame.length + kVlanTagLength};
+    constexpr std::size_t kHead = kTagRoom + EthernetView::kEtherTypeOffset;
+    InsertVlanTag(std::span<std::uint8_t, kHead>(bytes - kTagRoom, kHead),
+                  typed ? header.tp_vlan_tpid : kEtherTypeVlan, header.tp_vlan_tci);
+    return {bytes - kTagRoom, frame.captured + kTagRoom, frame.length + kTagRoom};
 }
 
 } // namespace
@@ -50,13 +48,13 @@ CapturedFrame FrameOf(std::uint8_t* slot, const tpacket2_hdr& header) {
 std::unique_ptr<PacketRing> PacketRing::Make(int socket, std::uint32_t snapshotLength,
                                              std::uint32_t bufferSize) {
     const int version = TPACKET_V2;
-    const int reserve = kVlanTagLength;
+    const int reserve = kTagRoom;
     if (setsockopt(socket, SOL_PACKET, PACKET_VERSION, &version, sizeof version) != 0 ||
         setsockopt(socket, SOL_PACKET, PACKET_RESERVE, &reserve, sizeof reserve) != 0) {
         return nullptr;
     }
     const std::uint32_t slotSize =
-        Align(Align(TPACKET2_HDRLEN) + kLeastLinkHeader + kVlanTagLength + snapshotLength);
+        Align(Align(TPACKET2_HDRLEN) + kLeastLinkHeader + kTagRoom + snapshotLength);
     // Blocks are powers of two of pages; large ones waste less at their ends.
     const auto page = static_cast<std::uint32_t>(sysconf(_SC_PAGESIZE));
     const std::uint32_t blockSize =

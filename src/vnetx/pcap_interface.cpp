@@ -5,17 +5,17 @@
 #include <cerrno>
 #include <cstring>
 
+#include "packets/arp_packet.h"
+#include "packets/ipv4_packet.h"
 #include "packets/reply_scope.h"
 #include "vnetx/failure.h"
 #include "vnetx/reading_thread.h"
-#include "vnetx/wire_format.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
 
-constexpr std::uint32_t kVlanTagLength = 4;
-constexpr std::uint16_t kEtherTypeVlan = 0x8100;
+constexpr std::uint32_t kEthernetHeader = EthernetView::kLength, kVlanTag = kVlanTagLength;
 
 struct FrameMark {
     std::uint32_t captured;
@@ -114,8 +114,7 @@ int PcapInterface::BringUp() {
         options.device = m_device;
         // Slots of the kernel's ring are as long as a frame can be and no longer: a generous length
         // would leave room for a few frames only.
-        options.snapshotLength =
-            LargestPacket() + static_cast<std::uint32_t>(kEthernetHeaderLength) + kVlanTagLength;
+        options.snapshotLength = LargestPacket() + kEthernetHeader + kVlanTag;
         options.bufferSize = DeviceBufferSize();
         options.guest = m_mac;
         options.guestIp = GuestIp();
@@ -240,12 +239,14 @@ std::int32_t PcapInterface::Accept(const FrameBatch::Frame& frame, std::uint8_t*
     auto& counters = Counters();
     counters.reading.packets.Add();
     counters.reading.bytes.Add(frame.length);
-    if (frame.captured < frame.length || frame.captured < kEthernetHeaderLength) {
+    const std::span<const std::uint8_t> bytes(frame.bytes, frame.captured);
+    const auto ethernet = ConstEthernetView::Over(bytes);
+    if (frame.captured < frame.length || !ethernet) {
         counters.ignored.Add();
         return 0;
     }
-    const MacAddress destination = LoadMac(frame.bytes);
-    const MacAddress source = LoadMac(frame.bytes + 6);
+    const MacAddress destination = ethernet->Destination();
+    const MacAddress source = ethernet->Source();
     if (source.IsZero()) {
         counters.reading.fromZeroMac.Add();
     }
@@ -260,50 +261,55 @@ std::int32_t PcapInterface::Accept(const FrameBatch::Frame& frame, std::uint8_t*
         counters.ignored.Add();
         return 0;
     }
-    Debug().PacketRead(Name(), {frame.bytes, frame.captured}, true);
-    return Mode() == InterfaceMode::Tap ? AcceptTap(frame, buffer, size) : AcceptTun(frame, buffer, size);
+    Debug().PacketRead(Name(), bytes, true);
+    return Mode() == InterfaceMode::Tap ? AcceptTap(bytes, buffer, size) : AcceptTun(bytes, buffer, size);
 }
 
 // Whoever answers this frame finds its sender without a question.
-void PcapInterface::NoteSender(const FrameBatch::Frame& frame) {
-    if (frame.captured >= kEthernetHeaderLength + kIpv4HeaderLength) {
-        reading_thread::NoteSender(LoadIpv4(frame.bytes + kEthernetHeaderLength + 12),
-                                   LoadMac(frame.bytes + 6));
+void PcapInterface::NoteSender(std::span<const std::uint8_t> frame) {
+    if (const auto ip = ConstIpv4View::Over(frame.subspan(kEthernetHeader))) {
+        reading_thread::NoteSender(ip->Source(), ConstEthernetView::Over(frame)->Source());
     }
 }
 
-std::int32_t PcapInterface::AcceptTap(const FrameBatch::Frame& frame, std::uint8_t* buffer,
+std::int32_t PcapInterface::AcceptTap(std::span<const std::uint8_t> frame, std::uint8_t* buffer,
                                       std::uint32_t size) {
-    const std::uint16_t type = LoadBe16(frame.bytes + 12);
+    const std::uint16_t type = ConstEthernetView::Over(frame)->EtherType();
     if (type == kEtherTypeIpv4) {
         NoteSender(frame);
     } else if (type == kEtherTypeArp) {
-        const auto arp =
-            ParseArp({frame.bytes + kEthernetHeaderLength, frame.captured - kEthernetHeaderLength});
-        if (arp && IsAnotherStation(arp->senderMac, m_mac) && IsAnotherHost(arp->senderIp, Scope())) {
-            if (arp->targetIp == GuestIp()) {
-                m_neighbours.Learn(arp->senderIp, arp->senderMac);
-            } else {
-                m_neighbours.Update(arp->senderIp, arp->senderMac);
-            }
-        }
-        // The answer to the library's own question is nothing that the program has asked for.
-        if (arp && arp->operation == kArpReply && arp->targetMac == m_mac &&
-            m_resolver->HasAsked(arp->senderIp)) {
+        if (const auto arp = ConstArpView::OverEthernetIpv4(frame.subspan(kEthernetHeader));
+            arp && HearArp(*arp)) {
             Counters().reading.internalArps.Add();
             return 0;
         }
     }
-    return Deliver(frame.bytes, frame.captured, buffer, size);
+    return Deliver(frame, buffer, size);
 }
 
-std::int32_t PcapInterface::AcceptTun(const FrameBatch::Frame& frame, std::uint8_t* buffer,
+// TAP: learns the sender. True when it is the answer to the library's own question, which is nothing that
+// the program has asked for.
+bool PcapInterface::HearArp(const ConstArpView& arp) {
+    const MacAddress senderMac = arp.SenderHardwareAddress();
+    const Ipv4Address senderIp = arp.SenderProtocolAddress();
+    if (IsAnotherStation(senderMac, m_mac) && IsAnotherHost(senderIp, Scope())) {
+        if (arp.TargetProtocolAddress() == GuestIp()) {
+            m_neighbours.Learn(senderIp, senderMac);
+        } else {
+            m_neighbours.Update(senderIp, senderMac);
+        }
+    }
+    return arp.Operation() == ArpOperation::Reply && arp.TargetHardwareAddress() == m_mac &&
+           m_resolver->HasAsked(senderIp);
+}
+
+std::int32_t PcapInterface::AcceptTun(std::span<const std::uint8_t> frame, std::uint8_t* buffer,
                                       std::uint32_t size) {
-    const std::span<const std::uint8_t> payload(frame.bytes + kEthernetHeaderLength,
-                                                frame.captured - kEthernetHeaderLength);
-    switch (LoadBe16(frame.bytes + 12)) {
+    const auto payload = frame.subspan(kEthernetHeader);
+    switch (ConstEthernetView::Over(frame)->EtherType()) {
     case kEtherTypeArp:
-        if (const auto arp = ParseArp(payload); arp && m_ipv4->HandleArp(Guest(), Scope(), *arp)) {
+        if (const auto arp = ConstArpView::OverEthernetIpv4(payload);
+            arp && m_ipv4->HandleArp(Guest(), Scope(), *arp)) {
             Counters().reading.internalArps.Add();
         } else {
             Counters().ignored.Add();
@@ -314,15 +320,14 @@ std::int32_t PcapInterface::AcceptTun(const FrameBatch::Frame& frame, std::uint8
         // A short packet was padded to the shortest frame; what is behind its end is not part of it.
         // One that is longer than its frame is for the program to judge.
         std::size_t length = payload.size();
-        if (length >= kIpv4HeaderLength) {
-            const std::size_t total = LoadBe16(payload.data() + 2);
-            length = total >= kIpv4HeaderLength && total < length ? total : length;
+        if (const auto ip = ConstIpv4View::Over(payload); ip && ip->TotalLength() >= ConstIpv4View::kLength) {
+            length = std::min<std::size_t>(length, ip->TotalLength());
         }
         if (length == 0) {
             Counters().ignored.Add();
             return 0;
         }
-        return Deliver(payload.data(), static_cast<std::uint32_t>(length), buffer, size);
+        return Deliver(payload.first(length), buffer, size);
     }
     default:
         Counters().ignored.Add();
@@ -330,29 +335,30 @@ std::int32_t PcapInterface::AcceptTun(const FrameBatch::Frame& frame, std::uint8
     }
 }
 
-std::int32_t PcapInterface::Deliver(const std::uint8_t* bytes, std::uint32_t length, std::uint8_t* buffer,
+std::int32_t PcapInterface::Deliver(std::span<const std::uint8_t> bytes, std::uint8_t* buffer,
                                     std::uint32_t size) {
-    if (length > size) {
+    if (bytes.size() > size) {
         Counters().ignored.Add();
         // A buffer of the full size is no mistake of the reader's: one frame of a stranger's on a wire
         // with the largest MTU must not end his reading.
         return size >= kFullReadSize ? 0 : Fail(EMSGSIZE);
     }
-    std::memcpy(buffer, bytes, length);
-    return static_cast<std::int32_t>(length);
+    std::memcpy(buffer, bytes.data(), bytes.size());
+    return static_cast<std::int32_t>(bytes.size());
 }
 
 std::int32_t PcapInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t length) {
     if (Mode() == InterfaceMode::Tun) {
-        if (length < kIpv4HeaderLength || frame[0] >> 4 != 4) {
+        const auto ip = ConstIpv4View::Over({frame, length});
+        if (!ip || ip->Version() != 4) {
             return Fail(EINVAL);
         }
         if (length > LargestPacket()) {
             return Fail(EMSGSIZE);
         }
-        return m_ipv4->Write(Guest(), frame, length);
+        return m_ipv4->Write(Guest(), {frame, length});
     }
-    if (length < kEthernetHeaderLength) {
+    if (length < kEthernetHeader) {
         return Fail(EINVAL);
     }
     return SendFrame(frame, length);
@@ -362,8 +368,9 @@ std::int32_t PcapInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t 
 // not take because the adapter has no carrier is lost on the way, as it were behind the adapter: the program
 // goes on, and is told by the watch.
 std::int32_t PcapInterface::SendFrame(const std::uint8_t* frame, std::uint32_t length) {
-    const std::uint32_t limit = LargestPacket() + static_cast<std::uint32_t>(kEthernetHeaderLength);
-    if (length > limit && !(LoadBe16(frame + 12) == kEtherTypeVlan && length <= limit + kVlanTagLength)) {
+    const std::uint32_t limit = LargestPacket() + kEthernetHeader;
+    const bool tagged = ConstEthernetView::Over({frame, length})->EtherType() == kEtherTypeVlan;
+    if (length > limit + (tagged ? kVlanTag : 0)) {
         return Fail(EMSGSIZE);
     }
     Counters().writing.ios.Add();
@@ -383,10 +390,11 @@ void PcapInterface::CountWritten(std::span<const std::uint8_t> frame) {
     auto& counting = Counters().writing;
     counting.packets.Add();
     counting.bytes.Add(static_cast<std::int64_t>(frame.size()));
-    if (LoadMac(frame.data()).IsZero()) {
+    const auto ethernet = ConstEthernetView::Over(frame);
+    if (ethernet->Destination().IsZero()) {
         counting.toZeroMac.Add();
     }
-    if (LoadMac(frame.data() + 6).IsZero()) {
+    if (ethernet->Source().IsZero()) {
         counting.fromZeroMac.Add();
     }
     Debug().PacketWritten(Name(), frame, true);

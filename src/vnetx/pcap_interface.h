@@ -73,15 +73,15 @@ private:
     ArpResolver::Asker Asker() const { return {GuestMac(), GuestIp()}; }
     Ipv4OverEthernet::Guest Guest() const { return {GuestMac(), GuestIp(), NetMask(), BroadcastIp()}; }
     std::uint32_t LargestPacket() const { return Mtu() != 0 ? Mtu() : m_linkMtu; }
-    static void NoteSender(const FrameBatch::Frame& frame);
-    std::int32_t AcceptTap(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);
-    std::int32_t AcceptTun(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);
+    static void NoteSender(std::span<const std::uint8_t> frame);
+    bool HearArp(const ConstArpView& arp);
+    std::int32_t AcceptTap(std::span<const std::uint8_t> frame, std::uint8_t* buffer, std::uint32_t size);
+    std::int32_t AcceptTun(std::span<const std::uint8_t> frame, std::uint8_t* buffer, std::uint32_t size);
     void TellRefusal(const std::string& why) const { Debug().TellRefusal("The adapter " + m_device, why); }
     void CountWritten(std::span<const std::uint8_t> frame);
     int Refill();
     std::int32_t Accept(const FrameBatch::Frame& frame, std::uint8_t* buffer, std::uint32_t size);
-    std::int32_t Deliver(const std::uint8_t* bytes, std::uint32_t length, std::uint8_t* buffer,
-                         std::uint32_t size);
+    std::int32_t Deliver(std::span<const std::uint8_t> bytes, std::uint8_t* buffer, std::uint32_t size);
     std::int32_t SendFrame(const std::uint8_t* frame, std::uint32_t length);
 
     const std::string m_device;

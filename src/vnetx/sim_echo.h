@@ -7,6 +7,7 @@
 #include <span>
 
 #include "packets/icmp_echo.h"
+#include "packets/ipv4_packet.h"
 #include "vnetx/sim_fate.h"
 #include "wrenlib/address.h"
 
@@ -33,7 +34,7 @@ SimEchoCheck ParseSimEcho(std::span<const std::uint8_t> bytes, SimEcho& echo);
 
 // The length of the IPv4 packet that holds `echo`.
 constexpr std::size_t SimEchoLength(const SimEcho& echo) {
-    return 20 + 8 + echo.data.size();
+    return Ipv4View::kLength + IcmpEchoView::kLength + echo.data.size();
 }
 
 struct SimEchoHeader {
@@ -43,7 +44,7 @@ struct SimEchoHeader {
 };
 
 // Writes the packet, checksums and all, to `out`, which has room for SimEchoLength(echo) bytes.
-void BuildSimEcho(const SimEcho& echo, const SimEchoHeader& header, std::uint8_t* out);
+void BuildSimEcho(const SimEcho& echo, const SimEchoHeader& header, std::span<std::uint8_t> out);
 
 // Damages a finished packet by its fate (corrupted, truncated) and returns the length that is left.
 std::size_t DamageSimPacket(std::span<std::uint8_t> packet, const SimFate& fate);

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "packets/ipv4_packet.h"
 #include "vnetx/failure.h"
 #include "wrenlib/address.h"
 #include "wrenlib/text.h"
@@ -63,7 +64,7 @@ void SimInterface::TakeDown() {
 
 std::uint32_t SimInterface::MaximumMtu() const {
     return Mode() == InterfaceMode::Tap
-               ? std::min(m_limit, kLargestRead - static_cast<std::uint32_t>(kEthernetHeaderLength))
+               ? std::min(m_limit, kLargestRead - std::uint32_t{EthernetView::kLength})
                : m_limit;
 }
 
@@ -125,38 +126,42 @@ std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
     auto& reading = Counters().reading;
     reading.packets.Add();
     reading.bytes.Add(static_cast<std::int64_t>(bytes.size()));
-    const auto header = ParseEthernetHeader(bytes);
+    const auto header = ConstEthernetView::Over(bytes);
     if (!header) {
         Counters().ignored.Add();
         return {};
     }
-    reading.fromZeroMac.Add(header->source.IsZero());
-    reading.toZeroMac.Add(header->destination.IsZero());
+    reading.fromZeroMac.Add(header->Source().IsZero());
+    reading.toZeroMac.Add(header->Destination().IsZero());
     Debug().PacketRead(Name(), bytes, true);
     if (Mode() == InterfaceMode::Tap) {
         return bytes;
     }
-    if (header->type == kEtherTypeArp && HandleArpInside(bytes)) {
+    if (header->EtherType() == kEtherTypeArp && HandleArpInside(bytes)) {
         reading.internalArps.Add();
         return {};
     }
-    if (header->type != kEtherTypeIpv4) {
+    if (header->EtherType() != kEtherTypeIpv4) {
         Counters().ignored.Add();
         return {};
     }
-    return bytes.subspan(kEthernetHeaderLength);
+    return bytes.subspan(EthernetView::kLength);
 }
 
 // TUN: the guest's address is asked for, and the library answers for it (RFC 826). False when there is no
 // single station to answer, or its address is one that no host can have.
 bool SimInterface::HandleArpInside(std::span<const std::uint8_t> frame) {
-    const auto arp = ParseArp(frame.subspan(kEthernetHeaderLength));
-    if (arp && (!IsAnotherStation(arp->senderMac, GuestMac()) || !IsArpHost(arp->senderIp, Scope()))) {
+    const auto arp = ConstArpView::OverEthernetIpv4(frame.subspan(EthernetView::kLength));
+    if (!arp) {
+        return true;
+    }
+    const MacAddress senderMac = arp->SenderHardwareAddress();
+    const Ipv4Address senderIp = arp->SenderProtocolAddress();
+    if (!IsAnotherStation(senderMac, GuestMac()) || !IsArpHost(senderIp, Scope())) {
         return false;
     }
-    if (arp && arp->operation == kArpRequest && arp->targetIp == GuestIp()) {
-        SendFrame(BuildArpFrame(arp->senderMac, GuestMac(),
-                                {kArpReply, GuestMac(), GuestIp(), arp->senderMac, arp->senderIp}));
+    if (arp->Operation() == ArpOperation::Request && arp->TargetProtocolAddress() == GuestIp()) {
+        SendFrame(MakeArpFrame(senderMac, {ArpOperation::Reply, GuestMac(), GuestIp(), senderMac, senderIp}));
     }
     return true;
 }
@@ -167,10 +172,10 @@ std::int32_t SimInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t l
     if (Mode() == InterfaceMode::Tun) {
         return length > mtu ? Fail(EMSGSIZE) : WritePacket(frame, length);
     }
-    if (length < kEthernetHeaderLength) {
+    if (length < EthernetView::kLength) {
         return Fail(EINVAL);
     }
-    if (length - kEthernetHeaderLength > mtu) {
+    if (length - EthernetView::kLength > mtu) {
         return Fail(EMSGSIZE);
     }
     SendFrame({frame, length});
@@ -179,10 +184,11 @@ std::int32_t SimInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t l
 
 // TUN: finds the next hop and puts the Ethernet header in front.
 std::int32_t SimInterface::WritePacket(const std::uint8_t* packet, std::uint32_t length) {
-    if (length < kIpv4HeaderLength || packet[0] >> 4 != 4) {
+    const auto ip = ConstIpv4View::Over({packet, length});
+    if (!ip || ip->Version() != 4) {
         return Fail(EINVAL);
     }
-    const Ipv4Address destination = LoadIpv4(packet + 16);
+    const Ipv4Address destination = ip->Destination();
     MacAddress mac = MacAddress::Broadcast();
     if (!IsGroupAddress(destination)) {
         Ipv4Address hop = destination;
@@ -199,26 +205,27 @@ std::int32_t SimInterface::WritePacket(const std::uint8_t* packet, std::uint32_t
             return static_cast<std::int32_t>(length);
         }
     }
-    std::vector<std::uint8_t> frame(kEthernetHeaderLength + length);
-    BuildEthernetHeader(frame.data(), {mac, GuestMac(), kEtherTypeIpv4});
-    std::memcpy(frame.data() + kEthernetHeaderLength, packet, length);
+    std::vector<std::uint8_t> frame(EthernetView::kLength + length);
+    EthernetView::Over(frame)->Emit({mac, GuestMac(), kEtherTypeIpv4});
+    std::memcpy(frame.data() + EthernetView::kLength, packet, length);
     SendFrame(frame);
     return static_cast<std::int32_t>(length);
 }
 
 // TUN: the library's own question for a neighbour. The answer comes over the wire like any other.
 void SimInterface::ShowArpExchange(Ipv4Address neighbour) {
-    SendFrame(BuildArpFrame(MacAddress::Broadcast(), GuestMac(),
-                            {kArpRequest, GuestMac(), GuestIp(), MacAddress(), neighbour}));
+    SendFrame(MakeArpFrame(MacAddress::Broadcast(),
+                           {ArpOperation::Request, GuestMac(), GuestIp(), MacAddress(), neighbour}));
 }
 
 void SimInterface::SendFrame(std::span<const std::uint8_t> frame) {
+    const auto ethernet = ConstEthernetView::Over(frame);
     auto& writing = Counters().writing;
     writing.ios.Add();
     writing.packets.Add();
     writing.bytes.Add(static_cast<std::int64_t>(frame.size()));
-    writing.toZeroMac.Add(LoadMac(frame.data()).IsZero());
-    writing.fromZeroMac.Add(LoadMac(frame.data() + 6).IsZero());
+    writing.toZeroMac.Add(ethernet->Destination().IsZero());
+    writing.fromZeroMac.Add(ethernet->Source().IsZero());
     Debug().PacketWritten(Name(), frame, true);
     m_network->Transmit(*m_port, frame);
 }

@@ -1,6 +1,7 @@
 #include <cerrno>
 
 #include "vnetx/failure.h"
+#include "vnetx/records.h"
 #include "vnetx/sim.h"
 #include "vnetx/sim_gate.h"
 #include "vnetx/sim_interface.h"
@@ -18,14 +19,12 @@ bool IsAdapterName(const char* name) {
 // The adapter's own addresses, asked without an open handle.
 std::int32_t QueryAdapter(std::uint32_t request, VnetxArpRequest& record) {
     if (request == VNETX_SIOCGARP && record.protocolFamily == VNETX_AF_INET &&
-        LoadIpv4(record.protocolAddress) == kSimAdapterIp) {
-        record.hardwareFamily = VNETX_ARPHRD_ETHER;
-        StoreMac(record.hardwareAddress, kSimAdapterMac);
+        Ipv4In(record) == kSimAdapterIp) {
+        PutMac(record, kSimAdapterMac);
         return 0;
     }
-    if (request == VNETX_SIOCGRARP && LoadMac(record.hardwareAddress) == kSimAdapterMac) {
-        record.protocolFamily = VNETX_AF_INET;
-        StoreIpv4(record.protocolAddress, kSimAdapterIp);
+    if (request == VNETX_SIOCGRARP && MacIn(record) == kSimAdapterMac) {
+        PutIpv4(record, kSimAdapterIp);
         return 0;
     }
     return Fail(ENXIO);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "vnetx/checksum.h"
+#include "packets/ipv4_packet.h"
 #include "vnetx/sim_lan.h"
 
 namespace vnxtest {
@@ -31,6 +31,16 @@ std::uint8_t StationOfMac(MacAddress mac) {
 bool CanBeAnswered(Ipv4Address source) {
     const std::uint8_t first = source.Bytes()[0];
     return first != 0 && first != 127 && first < 224 && !SimIsStation(source) && source != kSimBroadcast;
+}
+
+// Makes `frame` the one of `echo` from `station`, but for its destination, and returns the packet in it.
+std::span<std::uint8_t> BuildEchoFrame(std::vector<std::uint8_t>& frame, std::uint8_t station,
+                                       const SimEcho& echo, const SimEchoHeader& header) {
+    frame.resize(EthernetView::kLength + SimEchoLength(echo));
+    EthernetView::Over(frame)->Emit({MacAddress(), SimStationMac(station), kEtherTypeIpv4});
+    const auto packet = std::span(frame).subspan(EthernetView::kLength);
+    BuildSimEcho(echo, header, packet);
+    return packet;
 }
 
 } // namespace
@@ -73,30 +83,32 @@ void SimNetwork::Retire(SimPort& port) {
 }
 
 void SimNetwork::Transmit(SimPort& from, std::span<const std::uint8_t> frame) {
-    const auto header = ParseEthernetHeader(frame);
+    const auto header = ConstEthernetView::Over(frame);
     if (!header) {
         return;
     }
-    const auto payload = frame.subspan(kEthernetHeaderLength);
-    const std::uint8_t station = StationOfMac(header->destination);
-    if (header->destination.IsGroup()) {
+    const MacAddress destination = header->Destination();
+    const std::uint16_t etherType = header->EtherType();
+    const auto payload = frame.subspan(EthernetView::kLength);
+    const std::uint8_t station = StationOfMac(destination);
+    if (destination.IsGroup()) {
         Flood(from, frame);
     } else if (station == 0) {
-        const auto guest = FindGuest(header->destination, &from);
+        const auto guest = FindGuest(destination, &from);
         if (guest && !guest->m_wire.IsFull()) {
             guest->m_wire.Put(frame, {}, Clock::now(), SimFrameTag::Other);
             return;
         }
-    } else if (station == kGateway && header->type == kEtherTypeIpv4 && RouteToGuest(from, payload)) {
+    } else if (station == kGateway && etherType == kEtherTypeIpv4 && RouteToGuest(from, payload)) {
         return;
     }
 
     const std::lock_guard lock(from.m_mutex);
-    if (station == 0 && !header->destination.IsGroup()) {
+    if (station == 0 && !destination.IsGroup()) {
         ++from.m_counters.undeliverable;
-    } else if (header->type == kEtherTypeArp) {
-        StationsHearArp(from, payload, *header);
-    } else if (header->type == kEtherTypeIpv4 && station != 0) {
+    } else if (etherType == kEtherTypeArp) {
+        StationsHearArp(from, payload, destination);
+    } else if (etherType == kEtherTypeIpv4 && station != 0) {
         StationGetsPacket(from, station, payload);
     } else {
         ++from.m_counters.otherPackets;
@@ -114,52 +126,54 @@ void SimNetwork::Flood(const SimPort& from, std::span<const std::uint8_t> frame)
 
 // What the gateway does with a packet for the other guest: one hop less to live, and on it goes.
 bool SimNetwork::RouteToGuest(SimPort& from, std::span<const std::uint8_t> packet) const {
-    if (packet.size() < kIpv4HeaderLength || packet[0] != 0x45 ||
-        InetChecksum(packet.data(), kIpv4HeaderLength) != 0) {
+    const auto ip = ConstIpv4View::Over(packet);
+    if (!ip || ip->Version() != 4 || ip->HeaderLength() * 4 != ConstIpv4View::kLength ||
+        !ip->HasRightChecksum()) {
         return false;
     }
-    const auto guest = FindGuest(LoadIpv4(&packet[16]), &from);
+    const auto guest = FindGuest(ip->Destination(), &from);
     if (!guest) {
         return false;
     }
-    if (packet[8] > 1 && !guest->m_wire.IsFull()) {
-        std::array<std::uint8_t, kEthernetHeaderLength + kIpv4HeaderLength> head{};
-        BuildEthernetHeader(head.data(), {guest->Mac(), kSimGatewayMac, kEtherTypeIpv4});
-        std::uint8_t* ip = head.data() + kEthernetHeaderLength;
-        std::copy_n(packet.begin(), kIpv4HeaderLength, ip);
-        --ip[8];
-        StoreBe16(ip + 10, 0);
-        StoreBe16(ip + 10, InetChecksum(ip, kIpv4HeaderLength));
-        guest->m_wire.Put(head, packet.subspan(kIpv4HeaderLength), Clock::now(), SimFrameTag::Other);
+    if (ip->TimeToLive() > 1 && !guest->m_wire.IsFull()) {
+        std::array<std::uint8_t, EthernetView::kLength + Ipv4View::kLength> head;
+        EthernetView(std::span(head).first<EthernetView::kLength>())
+            .Emit({guest->Mac(), kSimGatewayMac, kEtherTypeIpv4});
+        Ipv4View passedOn{std::span(head).last<Ipv4View::kLength>()};
+        std::ranges::copy(ip->Bytes(), passedOn.Bytes().begin());
+        passedOn.SetTimeToLive(static_cast<std::uint8_t>(ip->TimeToLive() - 1));
+        passedOn.Seal();
+        guest->m_wire.Put(head, packet.subspan(Ipv4View::kLength), Clock::now(), SimFrameTag::Other);
     }
     return true;
 }
 
 void SimNetwork::StationsHearArp(SimPort& from, std::span<const std::uint8_t> payload,
-                                 const EthernetHeader& header) {
-    const auto arp = ParseArp(payload);
+                                 MacAddress destination) {
+    const auto arp = ConstArpView::OverEthernetIpv4(payload);
     if (!arp) {
         ++from.m_counters.badPackets;
         return;
     }
-    const std::uint8_t station = SimStationNumber(arp->targetIp);
+    const Ipv4Address stationIp = arp->TargetProtocolAddress(), senderIp = arp->SenderProtocolAddress();
+    const MacAddress senderMac = arp->SenderHardwareAddress();
+    const std::uint8_t station = SimStationNumber(stationIp);
     const MacAddress stationMac = SimStationMac(station);
-    if (!SimIsStation(arp->targetIp) || (!header.destination.IsGroup() && header.destination != stationMac)) {
+    if (!SimIsStation(stationIp) || (!destination.IsGroup() && destination != stationMac)) {
         return;
     }
-    if (arp->operation == kArpRequest) {
+    if (arp->Operation() == ArpOperation::Request) {
         ++from.m_counters.arpRequests;
         // A probe (RFC 5227) has no sender address to be learnt.
-        if (!arp->senderIp.IsZero()) {
-            Learn(from, station, arp->senderIp, arp->senderMac);
+        if (!senderIp.IsZero()) {
+            Learn(from, station, senderIp, senderMac);
         }
         const auto reply =
-            BuildArpFrame(arp->senderMac, stationMac,
-                          {kArpReply, stationMac, arp->targetIp, arp->senderMac, arp->senderIp});
+            MakeArpFrame(senderMac, {ArpOperation::Reply, stationMac, stationIp, senderMac, senderIp});
         PutOnWire(from, reply, Clock::now(), SimFrameTag::Other, false);
-    } else if (arp->operation == kArpReply) {
+    } else if (arp->Operation() == ArpOperation::Reply) {
         ++from.m_counters.arpReplies;
-        Learn(from, station, arp->senderIp, arp->senderMac);
+        Learn(from, station, senderIp, senderMac);
     }
 }
 
@@ -228,11 +242,8 @@ void SimNetwork::AnswerEcho(SimPort& from, std::uint8_t station, const SimEcho& 
     header.dontFragment = fate.dontFragment;
 
     std::vector<std::uint8_t>& frame = from.m_scratch;
-    frame.resize(kEthernetHeaderLength + length);
-    BuildEthernetHeader(frame.data(), {MacAddress(), SimStationMac(station), kEtherTypeIpv4});
-    BuildSimEcho(reply, header, frame.data() + kEthernetHeaderLength);
-    frame.resize(kEthernetHeaderLength +
-                 DamageSimPacket(std::span(frame).subspan(kEthernetHeaderLength), fate));
+    const auto packet = BuildEchoFrame(frame, station, reply, header);
+    frame.resize(EthernetView::kLength + DamageSimPacket(packet, fate));
 
     const auto now = Clock::now();
     Send(from, station, echo.source, frame, now + fate.delay,
@@ -261,9 +272,7 @@ void SimNetwork::Tick(SimPort& port) {
     ping.sequence = ++port.m_pingSequence;
     ping.data = kData;
     std::vector<std::uint8_t>& frame = port.m_scratch;
-    frame.resize(kEthernetHeaderLength + SimEchoLength(ping));
-    BuildEthernetHeader(frame.data(), {MacAddress(), SimStationMac(kPinger), kEtherTypeIpv4});
-    BuildSimEcho(ping, {}, frame.data() + kEthernetHeaderLength);
+    BuildEchoFrame(frame, kPinger, ping, {});
     Send(port, kPinger, port.Ip(), frame, Clock::now(), SimFrameTag::Ping, false);
 }
 
@@ -287,7 +296,7 @@ void SimNetwork::Send(SimPort& to, std::uint8_t station, Ipv4Address ip, std::ve
         neighbour.ip = ip;
     }
     if (neighbour.state == SimPort::Neighbour::State::Known) {
-        StoreMac(frame.data(), neighbour.mac);
+        EthernetView::Over(frame)->SetDestination(neighbour.mac);
         PutOnWire(to, frame, due, tag, reordered);
         return;
     }
@@ -300,15 +309,15 @@ void SimNetwork::Send(SimPort& to, std::uint8_t station, Ipv4Address ip, std::ve
         neighbour.asked = now;
         const MacAddress mac = SimStationMac(station);
         PutOnWire(to,
-                  BuildArpFrame(MacAddress::Broadcast(), mac,
-                                {kArpRequest, mac, StationIp(station), MacAddress(), ip}),
+                  MakeArpFrame(MacAddress::Broadcast(),
+                               {ArpOperation::Request, mac, StationIp(station), MacAddress(), ip}),
                   now, SimFrameTag::Other, false);
     }
 }
 
 void SimNetwork::PutOnWire(SimPort& to, std::span<const std::uint8_t> frame, Clock::time_point due,
                            SimFrameTag tag, bool reordered) {
-    const MacAddress destination = LoadMac(frame.data());
+    const MacAddress destination = ConstEthernetView::Over(frame)->Destination();
     if (destination != to.Mac() && !destination.IsGroup()) {
         ++to.m_counters.undeliverable; // the guest named a MAC that is not its own
         return;
@@ -333,7 +342,7 @@ void SimNetwork::Learn(SimPort& port, std::uint8_t station, Ipv4Address ip, MacA
         }
         port.m_heldBytes -= held.frame.size();
         port.m_counters.repliesHeld -= held.tag != SimFrameTag::Ping;
-        StoreMac(held.frame.data(), mac);
+        EthernetView::Over(held.frame)->SetDestination(mac);
         PutOnWire(port, held.frame, held.due, held.tag, held.reordered);
         return true;
     });

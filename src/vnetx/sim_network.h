@@ -14,12 +14,13 @@
 #include <span>
 #include <vector>
 
+#include "packets/arp_packet.h"
+#include "packets/ethernet.h"
 #include "vnetx/sim_counters.h"
 #include "vnetx/sim_echo.h"
 #include "vnetx/sim_options.h"
 #include "vnetx/sim_wire.h"
 #include "vnetx/virtual_interface.h"
-#include "vnetx/wire_format.h"
 
 namespace vnxtest {
 
@@ -116,7 +117,7 @@ private:
     void Flood(const SimPort& from, std::span<const std::uint8_t> frame) const;
 
     // The stations' side; all under the port's lock.
-    void StationsHearArp(SimPort& from, std::span<const std::uint8_t> payload, const EthernetHeader& header);
+    void StationsHearArp(SimPort& from, std::span<const std::uint8_t> payload, MacAddress destination);
     void StationGetsPacket(SimPort& from, std::uint8_t station, std::span<const std::uint8_t> packet);
     void AnswerEcho(SimPort& from, std::uint8_t station, const SimEcho& echo);
     void CheckPingAnswer(SimPort& from, const SimEcho& echo);

@@ -7,6 +7,8 @@
 #include <netlink/route/link.h>
 #include <unistd.h>
 
+#include "packets/ethernet.h"
+#include "packets/ipv4_packet.h"
 #include "vnetx/adapter_watch.h"
 #include "vnetx/builtin.h"
 #include "vnetx/builtin_library.h"
@@ -14,7 +16,6 @@
 #include "vnetx/host_links.h"
 #include "vnetx/route_netlink_linux.h"
 #include "vnetx/tun_device_linux.h"
-#include "vnetx/wire_format.h"
 
 namespace vnxtest {
 namespace {
@@ -61,7 +62,7 @@ private:
         settings.hostEnd = *hostEnd;
         settings.guest = GuestIp();
         settings.mtu = Mtu() != 0 ? Mtu() : kDefaultMtu;
-        const std::uint32_t header = IsTap() ? static_cast<std::uint32_t>(kEthernetHeaderLength) : 0;
+        const std::uint32_t header = IsTap() ? EthernetView::kLength : 0;
         if (m_largestFrame == 0) { // the MTU stays what it was the first time
             m_largestFrame = settings.mtu + header;
         }
@@ -145,28 +146,29 @@ private:
     bool IsForGuest(std::span<const std::uint8_t> frame) {
         auto& counters = Counters();
         if (!IsTap()) {
-            if (frame.empty() || frame[0] >> 4 != 4) {
+            if (!IsIpv4(frame)) {
                 counters.ignored.Add();
                 return false;
             }
             return true;
         }
-        const auto header = ParseEthernetHeader(frame);
+        const auto header = ConstEthernetView::Over(frame);
         if (!header) {
             counters.ignored.Add();
             return false;
         }
-        if (header->source.IsZero()) {
+        const MacAddress destination = header->Destination();
+        if (header->Source().IsZero()) {
             counters.reading.fromZeroMac.Add();
         }
-        if (header->destination.IsZero()) {
+        if (destination.IsZero()) {
             counters.reading.toZeroMac.Add();
         }
-        if (header->source == m_mac) {
+        if (header->Source() == m_mac) {
             counters.reading.fromOurself.Add();
             return false;
         }
-        if (header->destination != m_mac && !header->destination.IsGroup()) {
+        if (destination != m_mac && !destination.IsGroup()) {
             counters.ignored.Add();
             return false;
         }
@@ -174,7 +176,8 @@ private:
     }
 
     std::int32_t WriteFrame(const std::uint8_t* frame, std::uint32_t length) override {
-        if (IsTap() ? length < kEthernetHeaderLength : length < kIpv4HeaderLength || frame[0] >> 4 != 4) {
+        const auto ethernet = ConstEthernetView::Over({frame, length});
+        if (IsTap() ? !ethernet : length < ConstIpv4View::kLength || !IsIpv4({frame, length})) {
             return Fail(EINVAL);
         }
         if (length > m_largestFrame) {
@@ -188,10 +191,10 @@ private:
         counting.packets.Add();
         counting.bytes.Add(length);
         if (IsTap()) {
-            if (LoadMac(frame).IsZero()) {
+            if (ethernet->Destination().IsZero()) {
                 counting.toZeroMac.Add();
             }
-            if (LoadMac(frame + 6).IsZero()) {
+            if (ethernet->Source().IsZero()) {
                 counting.fromZeroMac.Add();
             }
         }

@@ -10,7 +10,7 @@
 
 #include "vnetx/failure.h"
 #include "vnetx/guest_mac.h"
-#include "vnetx/wire_format.h"
+#include "vnetx/records.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -52,8 +52,10 @@ int ShorterWait(int left, int right) {
 } // namespace
 
 MacAddress AtomicMac::Get() const {
-    std::uint64_t image = m_image.load(std::memory_order_relaxed);
-    return LoadMac(reinterpret_cast<const std::uint8_t*>(&image));
+    const std::uint64_t image = m_image.load(std::memory_order_relaxed);
+    std::array<std::uint8_t, 6> bytes;
+    std::memcpy(bytes.data(), &image, bytes.size());
+    return MacAddress(bytes);
 }
 
 void AtomicMac::Set(MacAddress mac) {
@@ -143,7 +145,7 @@ int VirtualInterface::Decode(std::uint32_t request, void* record) {
     case VNETX_SIOCSIFBRDADDR:
         return SetAddress("SIOCSIFBRDADDR", m_broadcastIp, interfaceRequest);
     case VNETX_SIOCSIFNETMASK:
-        return IsContiguousMask(LoadIpv4(interfaceRequest.u.inet.address))
+        return IsContiguousMask(Ipv4In(interfaceRequest))
                    ? SetAddress("SIOCSIFNETMASK", m_netMask, interfaceRequest)
                    : EINVAL;
     case VNETX_SIOCSIFMTU:
@@ -155,9 +157,7 @@ int VirtualInterface::Decode(std::uint32_t request, void* record) {
         if (mac.IsZero()) {
             return EADDRNOTAVAIL;
         }
-        interfaceRequest.u.hardware = {};
-        interfaceRequest.u.hardware.family = VNETX_ARPHRD_ETHER;
-        StoreMac(interfaceRequest.u.hardware.mac, mac);
+        PutMac(interfaceRequest, mac);
         return 0;
     }
     default: { // SIOCGIFADDR
@@ -166,9 +166,7 @@ int VirtualInterface::Decode(std::uint32_t request, void* record) {
         if (!address) {
             return EADDRNOTAVAIL;
         }
-        interfaceRequest.u.inet = {};
-        interfaceRequest.u.inet.family = VNETX_AF_INET;
-        StoreIpv4(interfaceRequest.u.inet.address, *address);
+        PutIpv4(interfaceRequest, *address);
         return 0;
     }
     }
@@ -240,7 +238,7 @@ int VirtualInterface::SetAddress(std::string_view setting, AtomicIpv4& address,
     if (record.u.inet.family != VNETX_AF_INET) {
         return EAFNOSUPPORT;
     }
-    const Ipv4Address value = LoadIpv4(record.u.inet.address);
+    const Ipv4Address value = Ipv4In(record);
     m_debug.Change(m_name, setting, Text(address.Get()), Text(value));
     address.Set(value);
     return 0;
@@ -262,7 +260,7 @@ int VirtualInterface::SetMac(const VnetxInterfaceRequest& record) {
     if (record.u.hardware.family != VNETX_ARPHRD_ETHER) {
         return EINVAL;
     }
-    const MacAddress mac = LoadMac(record.u.hardware.mac);
+    const MacAddress mac = MacIn(record);
     if (mac.IsZero() || mac.IsGroup()) {
         return EADDRNOTAVAIL;
     }
@@ -296,20 +294,18 @@ int VirtualInterface::Query(std::uint32_t request, VnetxArpRequest& record) {
         if (record.protocolFamily != VNETX_AF_INET) {
             return EAFNOSUPPORT;
         }
-        const MacAddress mac = FindNeighbour(LoadIpv4(record.protocolAddress));
+        const MacAddress mac = FindNeighbour(Ipv4In(record));
         if (mac.IsZero()) {
             return ENXIO;
         }
-        record.hardwareFamily = VNETX_ARPHRD_ETHER;
-        StoreMac(record.hardwareAddress, mac);
+        PutMac(record, mac);
         return 0;
     }
-    const Ipv4Address address = FindNeighbourByMac(LoadMac(record.hardwareAddress));
+    const Ipv4Address address = FindNeighbourByMac(MacIn(record));
     if (address.IsZero()) {
         return ENXIO;
     }
-    record.protocolFamily = VNETX_AF_INET;
-    StoreIpv4(record.protocolAddress, address);
+    PutIpv4(record, address);
     return 0;
 }
 

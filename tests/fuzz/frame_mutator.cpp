@@ -5,8 +5,9 @@
 #include <vector>
 
 #include "fuzz_input.h"
-#include "vnetx/checksum.h"
-#include "vnetx/wire_format.h"
+#include "packets/ethernet.h"
+#include "packets/icmp_echo.h"
+#include "packets/ipv4_packet.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maximum);
 
@@ -15,32 +16,31 @@ namespace {
 using namespace vnxtest;
 
 void Mend(std::span<std::uint8_t> frame, unsigned choice) {
-    constexpr std::uint8_t kGuestMac[] = {0x02, 0, 0x5E, 0x80, 0, 0x6F};
-    constexpr std::uint8_t kGuestIp[] = {10, 77, 0, 111};
-    constexpr std::size_t kIp = kEthernetHeaderLength, kIcmp = kIp + kIpv4HeaderLength;
-    if (frame.size() < kIcmp + 8 || (choice & 7) == 0) {
+    constexpr MacAddress kGuestMac({0x02, 0, 0x5E, 0x80, 0, 0x6F});
+    constexpr Ipv4Address kGuestIp(10, 77, 0, 111);
+    constexpr std::size_t kHeaders = Ipv4View::kLength + IcmpEchoView::kLength;
+    if (frame.size() < EthernetView::kLength + kHeaders || (choice & 7) == 0) {
         return;
     }
+    auto ethernet = EthernetView::Over(frame);
     if ((choice & 0x30) != 0) {
-        std::ranges::copy(kGuestMac, frame.begin());
+        ethernet->SetDestination(kGuestMac);
     }
-    if (LoadBe16(frame.data() + 12) != kEtherTypeIpv4) {
+    if (ethernet->EtherType() != kEtherTypeIpv4) {
         return;
     }
+    const auto packet = frame.subspan(EthernetView::kLength);
+    auto ip = Ipv4View::Over(packet);
     if ((choice & 0xC0) != 0) {
-        std::ranges::copy(kGuestIp, frame.begin() + kIp + 16);
+        ip->SetDestination(kGuestIp);
     }
     if ((choice & 0x300) != 0) {
-        StoreBe16(frame.data() + kIp + 2, static_cast<std::uint16_t>(frame.size() - kIp));
+        ip->SetTotalLength(static_cast<std::uint16_t>(packet.size()));
     }
-    const auto seal = [&](std::size_t field, std::size_t from, std::size_t length) {
-        StoreBe16(frame.data() + field, 0);
-        StoreBe16(frame.data() + field, InetChecksum(frame.data() + from, length));
-    };
-    const std::size_t packet = frame.size() - kIp;
-    const auto total = std::clamp<std::size_t>(LoadBe16(frame.data() + kIp + 2), 28, packet);
-    seal(kIp + 10, kIp, kIpv4HeaderLength);
-    seal(kIcmp + 2, kIcmp, total - kIpv4HeaderLength);
+    ip->Seal();
+    const auto total = std::clamp<std::size_t>(ip->TotalLength(), kHeaders, packet.size());
+    const auto message = packet.subspan(Ipv4View::kLength, total - Ipv4View::kLength);
+    SealIcmp(message);
 }
 
 } // namespace

@@ -12,12 +12,14 @@
 #include "core/interface_lifecycle.h"
 #include "core/output_channel.h"
 #include "fuzz_input.h"
+#include "packets/arp_packet.h"
+#include "packets/icmp_echo.h"
+#include "packets/ipv4_packet.h"
 #include "packets/reply_scope.h"
 #include "ping/receive_path.h"
 #include "support/quiet_host.h"
 #include "vnetx/builtin.h"
 #include "vnetx/capture.h"
-#include "vnetx/wire_format.h"
 
 namespace vnxtest {
 
@@ -27,7 +29,7 @@ namespace {
 constexpr wchar_t kOpened[] = L"127.0.0.1";
 constexpr Ipv4Address kAdapterIp(10, 77, 0, 1), kGuestIp(10, 77, 0, 111), kTarget(10, 77, 0, 2);
 constexpr MacAddress kGuestMac({0x02, 0, 0x5E, 0x80, 0, 0x6F}), kOtherMac({0x02, 0, 0, 0, 0, 0x0B});
-constexpr std::size_t kIcmp = kEthernetHeaderLength + kIpv4HeaderLength;
+constexpr std::size_t kIcmp = EthernetView::kLength + Ipv4View::kLength;
 
 // A frame on its way to the guest.
 struct Incoming {
@@ -45,22 +47,24 @@ struct Wire {
 
     void TakeFromGuest(std::span<const std::uint8_t> frame) {
         const std::lock_guard guard(lock);
-        Claim(frame.size() >= kEthernetHeaderLength, "a frame has an Ethernet header");
-        Claim(LoadMac(frame.data() + 6) == kGuestMac, "a frame is the guest's own");
+        const auto ethernet = ConstEthernetView::Over(frame);
+        Claim(ethernet.has_value(), "a frame has an Ethernet header");
+        Claim(ethernet->Source() == kGuestMac, "a frame is the guest's own");
         Claim(
             !IsReplyToNobody(frame, true, {kGuestMac, kGuestIp, kGuestIp, Ipv4Address(255, 255, 255, 0), {}}),
             "a reply is for another station");
-        const std::uint16_t type = LoadBe16(frame.data() + 12);
-        const auto payload = frame.subspan(kEthernetHeaderLength);
-        if (type == kEtherTypeIpv4) {
+        const auto payload = frame.subspan(EthernetView::kLength);
+        if (ethernet->EtherType() == kEtherTypeIpv4) {
             TakePacket(payload);
-        } else if (type == kEtherTypeArp) {
-            const auto arp = ParseArp(payload);
-            Claim(arp.has_value() && frame.size() == 42, "an ARP frame is one");
-            Claim(arp->senderMac == kGuestMac && arp->senderIp == kGuestIp, "ARP speaks for the guest only");
-            if (arp->operation == kArpRequest) {
-                const auto answer = BuildArpFrame(kGuestMac, kOtherMac,
-                                                  {kArpReply, kOtherMac, arp->targetIp, kGuestMac, kGuestIp});
+        } else if (ethernet->EtherType() == kEtherTypeArp) {
+            const auto arp = ConstArpView::OverEthernetIpv4(payload);
+            Claim(arp.has_value() && frame.size() == kArpFrameLength, "an ARP frame is one");
+            Claim(arp->SenderHardwareAddress() == kGuestMac && arp->SenderProtocolAddress() == kGuestIp,
+                  "ARP speaks for the guest only");
+            if (arp->Operation() == ArpOperation::Request) {
+                const auto answer =
+                    MakeArpFrame(kGuestMac, {ArpOperation::Reply, kOtherMac, arp->TargetProtocolAddress(),
+                                             kGuestMac, kGuestIp});
                 arpAnswer = Frame(answer.begin(), answer.end());
                 toGuest.push_front({*arpAnswer}); // the library hears it on its other socket, too
                 asked = true;
@@ -69,12 +73,15 @@ struct Wire {
     }
 
     void TakePacket(std::span<const std::uint8_t> packet) {
-        Claim(packet.size() > 28 && LoadIpv4(packet.data() + 12) == kGuestIp, "the guest is the source");
-        Claim(InetChecksum(packet.data(), 20) == 0, "the IP checksum is right");
-        const auto total = std::clamp<std::size_t>(LoadBe16(packet.data() + 2), 28, packet.size());
-        Claim(InetChecksum(packet.data() + 20, total - 20) == 0, "the ICMP checksum is right");
-        if (packet[20] == 8) {
-            std::memcpy(&lastPing, packet.data() + 24, 4);
+        Claim(packet.size() > 28, "a packet holds an echo message");
+        const auto ip = ConstIpv4View::Over(packet);
+        Claim(ip->Source() == kGuestIp, "the guest is the source");
+        Claim(ip->HasRightChecksum(), "the IP checksum is right");
+        const auto total = std::clamp<std::size_t>(ip->TotalLength(), 28, packet.size());
+        const auto message = packet.subspan(Ipv4View::kLength, total - Ipv4View::kLength);
+        Claim(InetChecksum(message) == 0, "the ICMP checksum is right");
+        if (ConstIcmpEchoView::Over(message)->Type() == kIcmpEchoRequest) {
+            std::memcpy(&lastPing, message.data() + 4, 4);
             pinged = true;
         }
     }
@@ -83,9 +90,9 @@ struct Wire {
         auto [frame, replyToPing] = std::move(toGuest.front());
         toGuest.pop_front();
         if (replyToPing && frame.size() >= kIcmp + 8) {
-            std::memcpy(frame.data() + kIcmp + 4, &lastPing, 4);
-            StoreBe16(frame.data() + kIcmp + 2, 0);
-            StoreBe16(frame.data() + kIcmp + 2, InetChecksum(frame.data() + kIcmp, frame.size() - kIcmp));
+            const auto message = std::span(frame).subspan(kIcmp);
+            std::memcpy(message.data() + 4, &lastPing, 4);
+            SealIcmp(message);
         }
         return frame;
     }

@@ -13,14 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "vnetx/checksum.h"
+#include "packets/checksum.h"
+#include "support/hex.h"
 #include "vnetx/library.h"
 #include "wrenlib/address.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {
-
-using Frame = std::vector<std::uint8_t>;
 
 class ScriptedLibrary : public VnetxLibrary {
 public:
@@ -104,7 +103,7 @@ public:
         return 0;
     }
     std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override {
-        return InetChecksum(bytes, length);
+        return InetChecksum({static_cast<const std::uint8_t*>(bytes), length});
     }
     void BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) override {
         const std::uint8_t built[6] = {0x02, 0x00, ip[0], ip[1], ip[2], ip[3]};

@@ -13,8 +13,8 @@
 #include <gtest/gtest.h>
 
 #include "vnetx/guest_mac.h"
+#include "vnetx/records.h"
 #include "vnetx/sim.h"
-#include "vnetx/wire_format.h"
 
 namespace vnxtest {
 
@@ -39,29 +39,27 @@ inline int ErrorOf(std::int32_t result) {
 // SIOCGARP; zero when it fails. Handle -1 asks for the host's own adapters.
 inline MacAddress AskMac(VnetxLibrary& library, std::int32_t handle, Ipv4Address address) {
     VnetxArpRequest record{};
-    record.protocolFamily = VNETX_AF_INET;
-    StoreIpv4(record.protocolAddress, address);
-    return library.Ioctl(handle, VNETX_SIOCGARP, &record) == 0 ? LoadMac(record.hardwareAddress)
-                                                               : MacAddress();
+    PutIpv4(record, address);
+    return library.Ioctl(handle, VNETX_SIOCGARP, &record) == 0 ? MacIn(record) : MacAddress();
 }
 
 inline Bytes EthernetFrame(MacAddress to, MacAddress from, std::uint16_t type, const Bytes& payload) {
-    Bytes frame(kEthernetHeaderLength);
-    BuildEthernetHeader(frame.data(), {to, from, type});
+    Bytes frame(EthernetView::kLength);
+    EthernetView::Over(frame)->Emit({to, from, type});
     frame.insert(frame.end(), payload.begin(), payload.end());
     return frame;
 }
 inline Bytes ArpQuestion(MacAddress mac, Ipv4Address ip, Ipv4Address target) {
-    const auto frame = BuildArpFrame(MacAddress::Broadcast(), mac, {kArpRequest, mac, ip, {}, target});
+    const auto frame = MakeArpFrame(MacAddress::Broadcast(), {ArpOperation::Request, mac, ip, {}, target});
     return Bytes(frame.begin(), frame.end());
 }
 inline Bytes ArpAnswer(MacAddress mac, Ipv4Address ip, MacAddress askerMac, Ipv4Address asker) {
-    const auto frame = BuildArpFrame(askerMac, mac, {kArpReply, mac, ip, askerMac, asker});
+    const auto frame = MakeArpFrame(askerMac, {ArpOperation::Reply, mac, ip, askerMac, asker});
     return Bytes(frame.begin(), frame.end());
 }
 inline Bytes EchoPacket(const SimEcho& echo, const SimEchoHeader& header = {}) {
     Bytes packet(SimEchoLength(echo));
-    BuildSimEcho(echo, header, packet.data());
+    BuildSimEcho(echo, header, packet);
     return packet;
 }
 // An echo request without data.
@@ -118,8 +116,7 @@ public:
     }
     int Set(std::uint32_t code, Ipv4Address address) {
         VnetxInterfaceRequest record{};
-        record.u.inet.family = VNETX_AF_INET;
-        StoreIpv4(record.u.inet.address, address);
+        PutIpv4(record, address);
         return Request(code, record);
     }
     int SetFlags(std::uint16_t flags) { return Set(VNETX_SIOCSIFFLAGS, std::uint32_t{flags}); }
@@ -164,15 +161,15 @@ public:
             if (frame.empty() || !m_options.tap) {
                 return frame;
             }
-            const auto header = ParseEthernetHeader(frame);
-            const Bytes payload(frame.begin() + kEthernetHeaderLength, frame.end());
-            if (header->type == kEtherTypeIpv4) {
-                EXPECT_EQ(header->destination, Mac());
+            const auto header = ConstEthernetView::Over(frame);
+            const Bytes payload(frame.begin() + EthernetView::kLength, frame.end());
+            if (header->EtherType() == kEtherTypeIpv4) {
+                EXPECT_EQ(header->Destination(), Mac());
                 return payload;
             }
-            const auto arp = ParseArp(payload);
-            if (arp && arp->operation == kArpRequest && arp->targetIp == Ip()) {
-                Write(ArpAnswer(Mac(), Ip(), arp->senderMac, arp->senderIp));
+            const auto arp = ConstArpView::OverEthernetIpv4(payload);
+            if (arp && arp->Operation() == ArpOperation::Request && arp->TargetProtocolAddress() == Ip()) {
+                Write(ArpAnswer(Mac(), Ip(), arp->SenderHardwareAddress(), arp->SenderProtocolAddress()));
             }
         }
     }

@@ -77,7 +77,7 @@ TEST_F(Binding, TheWholeContractWorksThroughTheSharedLibrary) {
     EXPECT_EQ(library->CalcInetChecksum(words, sizeof words), 0x220D); // the example of RFC 1071
     std::uint8_t mac[6] = {};
     library->BuildVantIfaceMac(mac, Ipv4Address(192, 168, 1, 255).Bytes().data());
-    EXPECT_EQ(LoadMac(mac), MacAddress({0x02, 0x00, 0x5E, 0xA8, 0x01, 0xFF}));
+    EXPECT_EQ(MacAddress(std::to_array(mac)), MacAddress({0x02, 0x00, 0x5E, 0xA8, 0x01, 0xFF}));
 
     EXPECT_NE(library->SetDebugOutputFunc(&DebugText::Collect), 0);
     LibraryGuest guest(*library, {.tap = true, .timeout = 50});

@@ -29,7 +29,7 @@ TEST_P(ReplyModes, ALibrarySendsNoReplyToNobodyAndEverythingElse) {
         return EchoPacket({.source = guest.Ip(), .destination = to, .type = type});
     };
     const auto answerArp = [&](MacAddress to, Ipv4Address asker) {
-        const auto frame = BuildArpFrame(to, guest.Mac(), {kArpReply, guest.Mac(), guest.Ip(), to, asker});
+        const auto frame = MakeArpFrame(to, {ArpOperation::Reply, guest.Mac(), guest.Ip(), to, asker});
         const std::int64_t before = guest.Statistics().packetsWritten;
         EXPECT_EQ(guest.Write(frame), 42);
         return guest.Statistics().packetsWritten - before == 1;
@@ -60,7 +60,7 @@ TEST_P(ReplyModes, ALibrarySendsNoReplyToNobodyAndEverythingElse) {
         EXPECT_FALSE(write(echo(kIcmpEchoReply, kSimFirstEchoHost), nobody));
         for (std::uint16_t operation = 1; operation <= 4; ++operation) {
             const auto frame =
-                BuildArpFrame(nobody, guest.Mac(), {operation, guest.Mac(), guest.Ip(), nobody, {}});
+                MakeArpFrame(nobody, {ArpOperation{operation}, guest.Mac(), guest.Ip(), nobody, {}});
             const std::int64_t before = guest.Statistics().packetsWritten;
             EXPECT_EQ(guest.Write(frame), 42);
             EXPECT_EQ(guest.Statistics().packetsWritten - before, operation % 2) << "questions may go to all";

@@ -66,7 +66,8 @@ TEST(Sim, AStationAsksForTheGuestsMacAndWaitsForTheAnswer) {
     EXPECT_EQ(guest.ReadReplies(), (std::vector<std::uint16_t>{1, 2}));
     EXPECT_EQ(lan->Counters().repliesHeld, 0u);
     guest.Ping(kSimFirstEchoHost, 3);
-    EXPECT_EQ(LoadBe16(&guest.Read()[12]), kEtherTypeIpv4) << "the station that knows the MAC asks no more";
+    EXPECT_EQ(ConstEthernetView::Over(guest.Read())->EtherType(), kEtherTypeIpv4)
+        << "the station that knows the MAC asks no more";
     // Stations answer, too.
     guest.Write(ArpQuestion(guest.Mac(), kFirstGuest, kSimGatewayIp));
     EXPECT_EQ(guest.Read(), ArpAnswer(kSimGatewayMac, kSimGatewayIp, guest.Mac(), kFirstGuest));
@@ -142,21 +143,20 @@ TEST(Requests, WhatIsSetHoldsAndIsNotChangedUnderTheFrames) {
     }
     VnetxInterfaceRequest record{};
     EXPECT_EQ(guest.Request(VNETX_SIOCGIFADDR, record), 0);
-    EXPECT_EQ(LoadIpv4(record.u.inet.address), kSimAdapterIp) << "the adapter's, as none was set";
+    EXPECT_EQ(Ipv4In(record), kSimAdapterIp) << "the adapter's, as none was set";
     const auto guestMac = [&] {
         EXPECT_EQ(guest.Request(VNETX_SIOCGIFHWADDR, record), 0);
-        return LoadMac(record.u.hardware.mac);
+        return MacIn(record);
     };
-    const auto setMac = [&](MacAddress mac) {
-        StoreMac(record.u.hardware.mac, mac);
+    const auto setMac = [&](MacAddress mac, std::uint16_t family = VNETX_ARPHRD_ETHER) {
+        PutMac(record, mac);
+        record.u.hardware.family = family;
         return guest.Request(VNETX_SIOCSIFHWADDR, record);
     };
     constexpr MacAddress kMac({2, 0, 0, 0, 0, 0x77});
     EXPECT_EQ(guestMac(), guest.Mac()) << "it follows from the address";
     EXPECT_EQ(setMac(MacAddress({1, 0, 0, 0, 0, 0x77})), EADDRNOTAVAIL) << "a group's";
-    record.u.hardware.family = VNETX_AF_INET;
-    EXPECT_EQ(setMac(kMac), EINVAL) << "of another family";
-    record.u.hardware.family = VNETX_ARPHRD_ETHER;
+    EXPECT_EQ(setMac(kMac, VNETX_AF_INET), EINVAL) << "of another family";
     EXPECT_EQ(setMac(kMac), 0);
     EXPECT_EQ(guestMac(), kMac);
     EXPECT_EQ(guest.Set(VNETX_SIOCSIFMTU, 1000), 0);

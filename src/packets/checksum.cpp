@@ -1,6 +1,7 @@
-#include "vnetx/checksum.h"
+#include "packets/checksum.h"
 
 #include <bit>
+#include <cstddef>
 #include <cstring>
 
 namespace vnxtest {
@@ -13,7 +14,7 @@ std::uint64_t AddWithCarry(std::uint64_t sum, std::uint64_t value) {
 }
 
 template <typename Word>
-Word Load(const unsigned char* from) {
+Word Load(const std::uint8_t* from) {
     Word word;
     std::memcpy(&word, from, sizeof word);
     return word;
@@ -21,11 +22,12 @@ Word Load(const unsigned char* from) {
 
 } // namespace
 
-std::uint16_t InetChecksum(const void* bytes, std::size_t length) {
+std::uint16_t InetChecksum(std::span<const std::uint8_t> bytes) {
     // The sum does not depend on the byte order in which it is formed, only its result does
     // (RFC 1071, section 2): wide words are added as they stand in memory and the bytes of the
     // folded sum are swapped at the end.
-    const auto* from = static_cast<const unsigned char*>(bytes);
+    const std::uint8_t* from = bytes.data();
+    std::size_t length = bytes.size();
     std::uint64_t even = 0;
     std::uint64_t odd = 0;
     for (; length >= 16; from += 16, length -= 16) {
