@@ -72,6 +72,7 @@ class Saving(DesktopCase):
             self.desktop.keys("ctrl+s")
             program.enter_path("Save As", path)
             self.assertIn(told, self.failure())
+            program.wait_no_dialog()
             self.assertFalse(path.exists())
         self.assertIsNone(program.process.poll())
 
