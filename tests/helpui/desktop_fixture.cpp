@@ -54,6 +54,7 @@ ProbeDialog::ProbeDialog(wxWindow* parent) : CHelpButtonDlg(parent, wxID_ANY, "P
     row("Box", box, ids::kUseTwo, "Use two");
     row("Disabled", disabled, ids::kTun1, "Disabled");
     number->SetRange(8, 65507);
+    numberText = dynamic_cast<wxTextCtrl*>(number->FindWindow(ids::kGuestIp2));
     disabled->Disable();
     auto* sizer = MakeChild<wxBoxSizer>(wxVERTICAL);
     sizer->Add(rows, wxSizerFlags().Border(wxALL, 20));
