@@ -16,18 +16,23 @@ OPTIONS = [(), ("--socket-notify",), ("--debug",), ("--output", "DOCUMENT", "--j
            ("--socket-notify", "--debug", "--save", "--json", "RESULTS")]
 
 
+signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGSYS})  # as a starter may have it
+
+
 class Sandbox:
     def wait_filtered(self, guest):
-        """Until the kernel says of every thread that it is under a filter and can have no more rights."""
+        """Until the kernel says of every thread that it is under a filter, whose signal it takes, and can have no more rights."""
         deadline = time.monotonic() + 10
         while True:
             found = set()
             for status in pathlib.Path(f"/proc/{guest.pid}/task").glob("*/status"):
                 try:
-                    found.add(tuple(re.findall(r"^(?:NoNewPrivs|Seccomp):\t(.*)$", status.read_text(encoding="ascii"), re.M)))
+                    text = status.read_text(encoding="ascii")
+                    blocked = int(re.search("SigBlk:\t(.*)", text)[1], 16) >> signal.SIGSYS - 1 & 1
+                    found.add((*re.findall(r"^(?:NoNewPrivs|Seccomp):\t(.*)$", text, re.M), blocked))
                 except (FileNotFoundError, ProcessLookupError):
                     pass  # a thread that has ended meanwhile
-            if found == {("1", "2")}:
+            if found == {("1", "2", 0)}:
                 return guest
             self.assertLess(time.monotonic(), deadline, f"{found}\n{guest.story()}")
             time.sleep(0.05)

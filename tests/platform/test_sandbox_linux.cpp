@@ -35,6 +35,7 @@ protected:
 
     // `act` in a process of its own, under the filter. Its exit status is what `act` returns.
     [[noreturn]] static void Run(const SandboxNeeds& needs, const std::function<int()>& act) {
+        PrepareSandbox();
         std::wstring problem;
         if (!EnterSandbox(needs, problem)) {
             const std::string text = ToUtf8(problem);
@@ -105,6 +106,27 @@ TEST_F(SandboxDeathTest, WhatIsNotLeftEndsTheProgramAndIsNamed) {
         EXPECT_EXIT(Run({}, [&one] { return one.make() >= 0 ? 0 : 1; }), ExitedWithCode(2), Named(one.call));
     }
     close(wire);
+}
+
+// Whatever mask of signals the program was started with, and by whatever road into the kernel.
+TEST_F(SandboxDeathTest, ABlockedSignalAndOtherArchitecturesHideNoCall) {
+    sigset_t all{}, before{};
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, &before);
+    const auto fromThread = [] { std::thread([] { syscall(SYS_setuid, 0); }).join(); };
+    EXPECT_EXIT(Run({}, [&] { return fromThread(), 0; }), ExitedWithCode(2), Named("setuid"));
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+#ifdef __x86_64__
+    constexpr long kX32 = 0x40000000, kGetpidOf32Bits = 20;
+    EXPECT_EXIT(Run({}, [] { return syscall(kX32 | SYS_getpid) >= 0 ? 0 : 1; }), ExitedWithCode(2),
+                Named("of another architecture"));
+    const auto by32Bits = [] {
+        long result = kGetpidOf32Bits;
+        __asm__ volatile("int $0x80" : "+a"(result) : : "memory");
+        return result > 0 ? 0 : 1;
+    };
+    EXPECT_EXIT(Run({}, by32Bits), ExitedWithCode(2), Named("of another architecture"));
+#endif
 }
 
 TEST_F(SandboxDeathTest, WhatIsLeftWorks) {
