@@ -154,26 +154,5 @@ TEST_F(SandboxDeathTest, ItsSignalFromOutsideIsNotTakenForACall) {
     EXPECT_EXIT(Run({}, receive), testing::KilledBySignal(SIGSYS), "^$");
 }
 
-// What ran before is under the filter, too, and whatever is left: nothing that is started has more rights.
-TEST_F(SandboxDeathTest, HoldsInEveryThread) {
-    const auto act = [](bool everything) {
-        std::atomic<bool> entered{false};
-        int result = 0;
-        std::thread earlier([&entered, &result] {
-            while (!entered) {
-                std::this_thread::yield();
-            }
-            result = prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1 ? 0 : 1;
-        });
-        std::wstring problem;
-        const bool done = EnterSandbox({.everything = everything}, problem);
-        entered = true;
-        earlier.join();
-        _exit(done ? result : 99);
-    };
-    EXPECT_EXIT(act(true), ExitedWithCode(0), "");
-    EXPECT_EXIT(act(false), ExitedWithCode(2), Named("prctl"));
-}
-
 } // namespace
 } // namespace vnxtest
