@@ -39,7 +39,7 @@ struct SimGuest {
         who.delay = 0;
         frontEnd.askParameters = [this](GuestParameters& asked) {
             asked = parameters;
-            return confirm;
+            return true;
         };
         frontEnd.askPingWho = [this](PingWhoParameters& asked) {
             asked = who;
@@ -72,9 +72,8 @@ struct SimGuest {
     ScriptedFrontEnd frontEnd;
     QuietHost host;
     Guest guest;
-    GuestParameters parameters; // of the next start; refused unless `confirm`
-    bool confirm = true;
-    PingWhoParameters who; // of the next ping test
+    GuestParameters parameters; // of the next start
+    PingWhoParameters who;      // of the next ping test
 };
 
 } // namespace vnxtest

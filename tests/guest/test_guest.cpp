@@ -106,34 +106,6 @@ TEST_F(GuestTest, TheNextPingTestGoesOnWithTheSequenceAndNumbersFromOne) {
     }
 }
 
-TEST_F(GuestTest, StoresWhatWasConfirmedAndOnlyThen) {
-    m_sim.confirm = false;
-    EXPECT_FALSE(m_guest.OnStartGuest());
-    m_sim.confirm = true;
-    m_sim.parameters.store = false;
-    m_sim.Start();
-    EXPECT_TRUE(m_guest.IsRunning());
-    EXPECT_TRUE(m_sim.profile.texts.empty());
-    m_guest.StopGuest();
-    m_sim.parameters.store = true;
-    m_sim.Start();
-    EXPECT_EQ(m_sim.profile.texts[L"Interface1_strInterface_IPAddr"], L"198.18.0.111");
-    m_sim.Ping();
-    EXPECT_EQ(m_sim.profile.numbers[L"WhoPingIPAddr"], kSimFirstEchoHost.Memory());
-    EXPECT_EQ(m_sim.profile.numbers[L"PingDelay"], 0U);
-}
-
-TEST_F(GuestTest, WhatWasDerivedFollowsTheNextParameters) {
-    m_sim.Start();
-    EXPECT_EQ(m_guest.Interface(0).broadcastText, L"255.255.255.255"); // this host knows no mask
-    EXPECT_EQ(m_guest.Interface(0).adapterMac, kSimAdapterMac);
-    m_guest.StopGuest();
-    m_sim.parameters.interface1.adapterIpText.clear();
-    m_sim.parameters.interface1.adapterMacText = FormatMACAddr(kSimAdapterMac);
-    m_sim.Start();
-    EXPECT_EQ(m_guest.Interface(0).adapterIp, kSimAdapterIp); // asked of the library by its MAC
-}
-
 TEST_F(GuestTest, AMessageThatAnEarlierRunHasLeftEndsNothing) {
     m_sim.who.count = 100;
     m_sim.who.delay = 20;

@@ -1,5 +1,3 @@
-#include <regex>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -53,40 +51,6 @@ TEST_F(ReportTest, NetworkInformationLineByLine) {
               "          0.0.0.0          0.0.0.0       10.0.0.254                      900\n"
               "         10.0.0.0    255.255.255.0          0.0.0.0         10.0.0.1 4294967295\n\n"
               "  Default gateway:  10.0.0.254  (02-00-00-00-00-0A)\n\n");
-}
-
-TEST_F(ReportTest, RunModeNodeTypesAndDeviceNamesAsTheyAreWritten) {
-    network.InitGlobals();
-    TakeText();
-    WriteRunMode();
-    // Which rights, whose host and which system, two numbers and one, the edition, and the processors.
-    EXPECT_TRUE(std::regex_match(
-        TakeText(), std::regex(R"(Running in (Normal User|Elevated \(Administrator\)) mode on "[^"\n]+" )"
-                               R"(\([A-Z][^()\n]* \d+\.\d+\.\d+\) ([^\n]*[^ \n] )?\(MP=[1-9]\d*\)\.\n\n)")));
-    WriteDeviceNames();
-    EXPECT_THAT(TakeText(),
-                StartsWith("---------  The following relevant DosDevices are defined ---------\n\n"));
-    for (const auto& [type, text] : {std::pair(1U, "Broadcast"),
-                                     {2U, "Peer to peer"},
-                                     {4U, "Mixed"},
-                                     {8U, "Hybrid"},
-                                     {0U, "(unknown)"},
-                                     {3U, "(unknown)"}}) {
-        tables.networkParameters.nodeType = static_cast<NodeType>(type);
-        EXPECT_THAT(TextOf(WriteNetworkInformation),
-                    HasSubstr(std::string("  Node Type . . . . . . . . . : ") + text + "\n"));
-    }
-}
-
-TEST_F(ReportTest, TheGatewayLineFollowsTheUserAndNeverContradictsItself) {
-    network.SetDefaultGateway({10, 0, 0, 77}, kMacA); // no route names a gateway
-    EXPECT_THAT(TextOf(WriteNetworkInformation),
-                HasSubstr("  Default gateway:  10.0.0.77  (02-00-00-00-00-0A)\n"));
-    network.SetDefaultGateway({10, 0, 0, 78}, {});
-    tables.AddRoute({}, {}, {10, 0, 0, 254}, 8);
-    EXPECT_THAT(TextOf(WriteNetworkInformation),
-                HasSubstr("  Default gateway:  10.0.0.78  (unresponsive)\n"));
-    EXPECT_TRUE(tables.probes.empty());
 }
 
 TEST_F(ReportTest, ADefaultRouteWithoutANextHopIsListedAndNotProbed) {
