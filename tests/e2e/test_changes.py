@@ -12,18 +12,6 @@ FAKETIME = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1"), 
 
 
 class Changes(NetworkCase):
-    def test_the_adapter_goes_down(self):
-        for mode, extra in (("tap", ()), ("tun", ("--socket-notify",))):
-            with self.subTest(mode=mode, extra=extra):
-                guest = self.run_guest(mode, "--proceed", *extra)
-                self.host.ip("link", "set", "adapter", "down")
-                self.assertEqual(guest.wait_end(10), 2, guest.story())
-                self.assertRegex(guest.errors(), r"vnetx32_read failed; errno=100: Network is down")
-                self.assertIn("*** Statistics for Interface", guest.text())
-                self.assert_nothing_left(guest)
-                self.host.ip("link", "set", "adapter", "up")
-                self.assertEqual(self.host.run("ping", "-c", 1, "-w", 5, PEER_IP).returncode, 0)
-
     def test_the_adapter_gets_other_addresses(self):
         """The guest has its own and is not disturbed, but it says what it has noticed."""
         for mode, extra in (("tap", ()), ("tun", ("--socket-notify",))):

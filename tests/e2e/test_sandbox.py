@@ -128,12 +128,14 @@ class OnAWire(Sandbox, NetworkCase):
                 self.assertIn("promiscuity 0", self.host.ip("-d", "link", "show", "dev", "adapter").stdout)
 
     def test_the_adapter_vanishes(self):
-        for options in ((), ("--socket-notify", "--debug")):
+        for mode, options in (("tap", ()), ("tun", ("--socket-notify", "--debug"))):
             for change in (("link", "set", "adapter", "down"), ("link", "del", "adapter")):
-                with self.subTest(change=change, options=options):
-                    guest = self.wait_filtered(self.run_guest("tap", *options))
+                with self.subTest(change=change, mode=mode, options=options):
+                    guest = self.wait_filtered(self.run_guest(mode, *options))
                     self.host.ip(*change)
                     self.assertEqual(guest.wait_end(10), 2, guest.story())
                     self.assertIn("The guest has stopped because an interface failed", guest.errors())
+                    self.assertRegex(guest.errors(), r"vnetx32_read failed; errno=\d+: ")
+                    self.assertRegex(guest.text(), r"(?s)\*\*\* Statistics for Interface.* closed\.\.\. \(ip=")
                     self.host.ip("link", "set", "adapter", "up", check=False)
             self.cable("adapter", "far", "10.77.0.1", "10.77.0.2")
