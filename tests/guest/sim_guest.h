@@ -3,22 +3,14 @@
 #pragma once
 
 #include <algorithm>
-#include <memory>
 #include <string>
 
 #include "support/guest_fixture.h"
 #include "support/output_fixture.h"
 #include "support/quiet_host.h"
-#include "vnetx/sim.h"
+#include "vnetx/library_guest.h"
 
 namespace vnxtest {
-
-inline std::unique_ptr<SimLibrary> MakeLan(const wchar_t* options) {
-    std::wstring error;
-    auto lan = MakeSimLibrary(options, error);
-    EXPECT_TRUE(lan) << ::testing::PrintToString(error);
-    return lan;
-}
 
 inline int CountOf(const std::string& text, const std::string& what) {
     int count = 0;

@@ -18,7 +18,7 @@ class GuestTest : public OutputFixture {
 protected:
     // The text of one ping test, its times as "T".
     std::string PingOn(const wchar_t* lanOptions, Ipv4Address target, std::uint32_t timeout) {
-        const auto lan = MakeLan(lanOptions);
+        const auto lan = Lan(lanOptions);
         SimGuest sim(*lan);
         sim.parameters.interface1.tapMode = false;
         sim.who.to = FormatIPAddr(sim.who.address = target);
@@ -36,7 +36,7 @@ protected:
         EXPECT_GE(m_guest.Ping().PingsSent(), count);
     }
 
-    const std::unique_ptr<SimLibrary> m_lan = MakeLan(L"seed=7");
+    const std::unique_ptr<SimLibrary> m_lan = Lan(L"seed=7");
     SimGuest m_sim{*m_lan};
     Guest& m_guest = m_sim.guest;
 };

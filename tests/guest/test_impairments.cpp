@@ -16,7 +16,7 @@ struct Impairment {
 class ImpairmentsTest : public OutputFixture, public ::testing::WithParamInterface<Impairment> {};
 
 TEST_P(ImpairmentsTest, StatisticsAreTheLansOwnCount) {
-    const auto lan = MakeLan(GetParam().lan);
+    const auto lan = Lan(GetParam().lan);
     SimGuest sim(*lan);
     sim.parameters.interface1.tapMode = GetParam().tap;
     sim.who.count = 400;
