@@ -244,6 +244,7 @@ class Output(TerminalCase):
         for option in ("--output", "--json"):
             self.ping(option, self.document, "--count", 50, **limited)
             self.assertEqual(self.document.read_text("utf-8"), "old")
+            self.assertEqual(os.listdir(self.folder), [self.document.name], "nothing half is left")
 
     def test_nobody_reads_and_one_signal_ends_it(self):
         """A reader that has stopped, a full pipe on standard error, a suspended terminal for both."""
