@@ -13,7 +13,6 @@ namespace {
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using ::testing::StartsWith;
 
 class ReportTest : public OutputFixture, protected ScriptedHost {
 protected:
@@ -144,26 +143,11 @@ TEST_F(ReportTest, NamesFromElsewhereForgeNoLine) {
                 AllOf(HasSubstr("version \"" + shown + "\""), Not(HasSubstr("\nforged"))));
 }
 
-TEST_F(ReportTest, ModulesAreNamedWithTheirVersions) {
-    adapters.driver.driverVersion = L"7.8";
-    ReportContext context;
-    std::tie(context.programName, context.programVersion, context.buildDate, context.buildTime,
-             context.specialBuild, context.copyright) =
-        std::tuple(L"prog", L"1.0.0.1", L"Jan  2 2026", L"03:04:05", L"special", L"copyright");
-    EXPECT_THAT(TextOf(WriteModules, context),
-                StartsWith("Begin prog, version: \"1.0.0.1\" (Jan  2 2026) 03:04:05 special ...\n"
-                           "copyright\n\n"
-                           "Using WinPCap driver, version \"4.5\" (detail), driver version \"7.8\" ...\n\n"
-                           "Using WrenPack, version: \"1.2.3.4\" (test) ...\n"
-                           "(c)\n\n"
-                           "Using scripted, version: \"scripted\" (built into this program) ...\n"
-                           "copyright\n\n"
-                           "Using WrenLib, version: \"1.0.0.1\" (built into this program) ...\n"));
+TEST_F(ReportTest, ADriverThatCannotBeUsedIsToldOfInItsOwnWords) {
     adapters.driver.usable = false;
     adapters.driver.problem = L"It is not there: 100%s sure.";
-    const std::string text = TextOf(WriteModules, context);
-    EXPECT_THAT(text, HasSubstr("It is not there: 100%s sure."));
-    EXPECT_THAT(text, Not(HasSubstr("WinPCap")));
+    EXPECT_THAT(TextOf(WriteModules, ReportContext()),
+                AllOf(HasSubstr("It is not there: 100%s sure."), Not(HasSubstr("WinPCap"))));
 }
 
 } // namespace
