@@ -2,7 +2,6 @@
 test_ordinary_user.py."""
 
 import re
-import time
 
 from cases import DesktopCase
 
