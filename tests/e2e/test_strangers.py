@@ -57,6 +57,25 @@ class Strangers(NetworkCase):
                 self.assertEqual(told["answered"]["echo"], 723)
                 self.end_station(station)
 
+    def test_a_full_send_queue_holds_no_reader(self):
+        """Answers beyond what the adapter can send are lost, each with its failure told; everything is read."""
+        self.host.run("tc", "qdisc", "add", "dev", "adapter", "root", "tbf", "rate", "1mbit", "burst", "2kb", "limit", "1mb")
+        large = frames.build_echo(frames.Echo(mac(1), GUEST_MAC, PEER_IP, GUEST_IP, 0, 64, frames.ECHO_REQUEST, 7, 7, bytes(1400)))
+        for mode in ("tap", "tun"):
+            with self.subTest(mode=mode):
+                station = self.listen()
+                guest = self.run_with_results(mode)
+                for _ in range(1000):  # 11 s of the adapter
+                    station.send(large)
+                    time.sleep(0.0005)
+                time.sleep(0.5)
+                told = self.told(guest)
+                self.assertGreaterEqual(told["statistics"]["packetsRead"], 1000)
+                self.assertEqual(told["droppedByDriver"], 0)
+                self.assertTrue(50 <= told["answered"]["echo"] <= 500, told)
+                self.assertEqual(guest.text().count("vnetx32_write failed"), 1000 - told["answered"]["echo"])
+                self.end_station(station)
+
     def test_questions_that_strangers_bring_about_are_few(self):
         """The sender cannot be read from the frame, or the gateway does not answer."""
         self.host.ip("route", "add", "default", "via", "10.77.0.9")  # nobody has it
