@@ -14,15 +14,17 @@ CAUSE = "errno=11: Resource temporarily unavailable"
 
 
 class Threads(TerminalCase):
+    def setUp(self):
+        super().setUp()
+        self.module = (os.environ.get("VNXTEST_FAIL_THREAD")
+                       or self.skipTest("needs the module that refuses threads, which a sanitizer does not bear"))
+
     def go_without(self, command, first, last):
         """Runs with thread number `first` to `last` refused. None when it needs no such thread."""
-        module = os.environ.get("VNXTEST_FAIL_THREAD")
-        if not module:
-            self.skipTest("needs the module that refuses threads, which a sanitizer does not bear")
         mark = self.folder / "mark"
         mark.unlink(missing_ok=True)
         guest = self.start("--library", "sim", *command, environment={
-            "LD_PRELOAD": module, "FAIL_THREAD": str(first), "FAIL_THREAD_LAST": str(last), "FAIL_THREAD_MARK": str(mark),
+            "LD_PRELOAD": self.module, "FAIL_THREAD": str(first), "FAIL_THREAD_LAST": str(last), "FAIL_THREAD_MARK": str(mark),
             "XDG_CONFIG_HOME": str(self.folder)})
         guest.status = guest.wait_end(20)
         return guest if mark.stat().st_size else None
