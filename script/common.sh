@@ -16,6 +16,12 @@ die() {
     exit 1
 }
 
+# need_folder FOLDER VARIABLE: makes a folder outside the tree, whose place VARIABLE names.
+need_folder() {
+    { mkdir -p "$1" && [ -w "$1" ]; } 2> /dev/null && return
+    die "the folder $1 cannot be made or written in; it keeps what is built once. Name one that you may write: $2=FOLDER $0"
+}
+
 use_compiler_cache() {
     if ! command -v ccache > /dev/null; then
         export VNXTEST_LAUNCHER=
@@ -26,7 +32,7 @@ use_compiler_cache() {
     export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root}
     export CCACHE_NOHASHDIR=1
     export CCACHE_MAXSIZE=${CCACHE_MAXSIZE:-2G}
-    mkdir -p "$CCACHE_DIR"
+    need_folder "$CCACHE_DIR" CCACHE_DIR
 }
 
 # configure PRESET [OPTION...]: the build folder is build/PRESET unless an option -B says otherwise.

@@ -8,6 +8,7 @@
 #include "cli/options.h"
 #include "cli/session.h"
 #include "platform/privileges.h"
+#include "platform/sandbox.h"
 #include "platform/terminal.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
@@ -55,6 +56,7 @@ int main(int argc, char** argv) {
     using namespace vnxtest;
     std::set_terminate(&EndAfterFailure);
     PrepareTerminal();
+    PrepareSandbox();
     Outcome outcome;
     try {
         outcome = CarryOut(argc, argv);

@@ -84,9 +84,6 @@ constexpr Registration kRegistrations[] = {
     {kDialogDebugFlags, debug_flags::kEnable, 6507, kTopicDebugFlags},
 };
 
-constexpr int kWindows[] = {kTemplateFrame,     kDialogParameters, kDialogPingWho,   kDialogDefaultGateway,
-                            kDialogBufferSizes, kDialogAbout,      kDialogDebugFlags};
-
 // What every window has, by the standard text it shows.
 struct StandardPart {
     int part;
@@ -156,10 +153,6 @@ void RegisterWindowHelp(int templateId, HelpMaps& maps) {
             maps.topics.Register(key, static_cast<std::uint32_t>(registration.topic));
         }
     }
-}
-
-std::span<const int> WindowsWithHelp() {
-    return kWindows;
 }
 
 } // namespace vnxtest

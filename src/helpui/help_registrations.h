@@ -1,8 +1,6 @@
 // Which control shows which text and which topic: the registrations of every window of the program.
 #pragma once
 
-#include <span>
-
 #include "helpui/help_keys.h"
 
 namespace vnxtest {
@@ -11,8 +9,5 @@ namespace vnxtest {
 // its standard buttons and the parts of its frame onto the standard texts. A number that is no window of
 // this program gets the standard registrations alone.
 void RegisterWindowHelp(int templateId, HelpMaps& maps);
-
-// The windows that have texts of their own.
-std::span<const int> WindowsWithHelp();
 
 } // namespace vnxtest

@@ -6,6 +6,11 @@ namespace vnxtest {
 
 namespace {
 
+struct HelpTopic {
+    int id;
+    std::string_view page; // file name in the book, "#" and anchor behind it where there is one
+};
+
 constexpr HelpTopic kTopics[] = {
     {kTopicContents, "index.html"},
     {kTopicMainWindow, "main_window.html"},
@@ -33,10 +38,6 @@ constexpr HelpTopic kTopics[] = {
 };
 
 } // namespace
-
-std::span<const HelpTopic> HelpTopics() {
-    return kTopics;
-}
 
 std::optional<std::string_view> FindHelpTopic(int id) {
     const auto found = std::ranges::find(kTopics, id, &HelpTopic::id);

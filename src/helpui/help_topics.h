@@ -3,7 +3,6 @@
 #pragma once
 
 #include <optional>
-#include <span>
 #include <string_view>
 
 namespace vnxtest {
@@ -32,15 +31,8 @@ inline constexpr int kTopicDllBuffer = 382;
 inline constexpr int kTopicDebugFlags = 390;
 inline constexpr int kTopicAbout = 395;
 
-struct HelpTopic {
-    int id;
-    std::string_view page; // file name in the book, "#" and anchor behind it where there is one
-};
-
-// All topics in the order of their numbers.
-std::span<const HelpTopic> HelpTopics();
-
-// The page of a topic, or nothing for a number that is none.
+// The page of a topic (its file name in the book, "#" and anchor behind it where there is one), or nothing
+// for a number that is none.
 std::optional<std::string_view> FindHelpTopic(int id);
 
 } // namespace vnxtest

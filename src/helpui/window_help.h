@@ -28,29 +28,17 @@ public:
     WindowHelp& operator=(const WindowHelp&) = delete;
 
     HelpMaps& Maps() { return m_maps; }
-    const HelpMaps& Maps() const { return m_maps; }
 
     // Makes `window` answer for the control number `controlId`, whatever its window id is: a label for
     // the control it names, a pane for the window's standard number.
     void Assign(wxWindow& window, int controlId);
 
+private:
+    void OnAssignedGone(wxWindowDestroyEvent& event);
     // The key under which help on `window` is looked up: its own number's, or that of its nearest parent
     // that has one; a label (a static text that ends with ":") answers for the control behind it; in the
     // end that of the window itself.
     HelpKey KeyOf(const wxWindow& window) const;
-
-    // Shows the balloon for a control, or for what is at a point of the screen.
-    void ShowHelp(wxWindow& control);
-    void ShowHelpAt(const wxPoint& point);
-
-    // Opens the help book at the topic of `key`.
-    void OpenTopic(HelpKey key);
-
-    WhatsThisMode& Mode() { return m_mode; }
-    const CaptionButton& Caption() const { return *m_button; }
-
-private:
-    void OnAssignedGone(wxWindowDestroyEvent& event);
     // The number of a window: assigned, or its window id; 0 when it has none.
     int NumberOf(const wxWindow& window) const;
     // The window that answers for `window`, as KeyOf says.
@@ -60,6 +48,10 @@ private:
     void OnHelp(wxHelpEvent& event);
     void OnHelpButton(wxCommandEvent& event);
     void HelpOnFocus();
+    // Shows the balloon for a control, or for what is at a point of the screen.
+    void ShowHelp(wxWindow& control);
+    void ShowHelpAt(const wxPoint& point);
+    void OpenTopic(HelpKey key);
     void ShowSystemMenu();
     void ShowStatusBarHelp(const wxStatusBar& statusBar, const wxPoint& point);
     void ShowControlHelp(wxWindow& control, const wxPoint& spot);

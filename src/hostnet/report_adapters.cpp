@@ -33,13 +33,15 @@ std::wstring EnabledOrNo(bool enabled) {
     return enabled ? L"ENABLED" : L"no";
 }
 
-void WriteNoUsableAdapters() {
+// The host has adapters, none of which could be opened, or none at all.
+void WriteNoUsableAdapters(bool areThere) {
+    const HostAdvice advice = GetHostAdvice();
     LogBanner(BannerKind::Error,
               {L"No usable adapters of the packet library were found.",
                L"Netorra binds each virtual interface to a host adapter. Without one that can be opened, no "
                L"guest can "
                L"be started on a real network.",
-               GetHostAdvice().noAdapters},
+               areThere ? advice.openFailed : advice.noAdapters, advice.virtualAdapter},
               kHelpTopicAdapters);
 }
 
@@ -173,7 +175,7 @@ void WriteAdapter(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry,
 void WriteDetectedAdapters(HostNetwork& host) {
     LogMsg(L"--------------------------  Detected Adapters  --------------------------\n\n");
     if (!host.InitFPAdaptersList()) {
-        WriteNoUsableAdapters();
+        WriteNoUsableAdapters(false);
         return;
     }
     OpenedFPAdapterHandles opened(host.Sources().adapters);
@@ -181,7 +183,7 @@ void WriteDetectedAdapters(HostNetwork& host) {
         WriteAdapter(host, entry, opened);
     }
     if (opened.IsEmpty()) {
-        WriteNoUsableAdapters();
+        WriteNoUsableAdapters(true);
     }
 }
 

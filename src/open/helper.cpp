@@ -89,10 +89,10 @@ std::string HowToReadyHelper(const std::string& path) {
         }
         return "Its helper, which would do it, is missing. Install vnxtest-open and give it its rights "
                "with\n    " +
-               HelperCommand(path) + "\nor run the program as root.";
+               HelperCommand(path) + "\nor run vnxtest-cli as root.";
     case HelperState::LacksRights:
         return "Its helper would do it if it had the rights. Give them to it with\n    " +
-               HelperCommand(path) + "\nor run the program as root.";
+               HelperCommand(path) + "\nor run vnxtest-cli as root.";
     case HelperState::Powerless:
         return "Its helper " + path +
                " gets no rights here: programs are kept from gaining any (no_new_privs, a file system that "

@@ -5,15 +5,15 @@ namespace vnxtest {
 
 HostAdvice GetHostAdvice() {
     HostAdvice advice;
-    advice.noAdapters =
-        L"Connect a network adapter and set it up with \"ip link set NAME up\". A machine without one can be "
-        L"given a pair of virtual adapters: \"ip link add vnx0 type veth peer name vnx1\". (On Windows the "
-        L"loopback adapter serves: see Microsoft knowledge-base article 839013.)";
+    advice.noAdapters = L"Connect a network adapter and set it up with \"ip link set NAME up\".";
+    advice.virtualAdapter =
+        L"A machine without a network adapter can be given a pair of virtual ones: \"ip link add vnx0 type "
+        L"veth peer name vnx1\". (On Windows the loopback adapter serves: see Microsoft knowledge-base "
+        L"article 839013.)";
     advice.driverMissing = L"Install libpcap from your distribution's packages and start the program again.";
     advice.openFailed = L"Set the adapter up with \"ip link set NAME up\" if it is down.";
     if (!MayOpen(Privilege::Capture)) {
         advice.openFailed = HowToGrant(Privilege::Capture);
-        advice.noAdapters = advice.openFailed + L"\n" + advice.noAdapters;
     }
     advice.lsoOff = L"Switch it off with \"ethtool -K %s tso off\".";
     return advice;

@@ -4,9 +4,10 @@ namespace vnxtest {
 
 HostAdvice GetHostAdvice() {
     HostAdvice advice;
-    advice.noAdapters =
-        L"Install a network adapter, or the Microsoft Loopback Adapter, which needs no hardware: "
-        L"see Microsoft knowledge-base article 839013.";
+    advice.noAdapters = L"Install a network adapter.";
+    advice.virtualAdapter =
+        L"The Microsoft Loopback Adapter serves, too, and needs no hardware: see Microsoft knowledge-base "
+        L"article 839013.";
     advice.driverMissing = L"Install Npcap (in its WinPcap-compatible mode) and start the program again.";
     advice.openFailed =
         L"Start the program as administrator, and see that the packet driver's service is running "

@@ -158,7 +158,7 @@ std::wstring HowToGrant(Privilege privilege) {
     if (privilege == Privilege::NetworkAdministration && !MayOpenTunDevice()) {
         return L"You may not open the device file /dev/net/tun. Open it to its users with\n"
                L"    sudo chmod a+rw /dev/net/tun\n"
-               L"or run the program as root.";
+               L"or run vnxtest-cli as root.";
     }
     return L"This program opens no adapter itself. " + FromUtf8(HowToReadyHelper(HelperPath()));
 }

@@ -11,6 +11,10 @@ namespace vnxtest {
 // This system has one. Linux: seccomp(2). Windows has nothing of the kind for a process that runs.
 bool HasSandbox();
 
+// To be called before there are threads: lets the filter's signal through, which the program's starter may
+// have blocked, so that a call that is not allowed can be named.
+void PrepareSandbox();
+
 // What is left beyond reading, writing and asking about the adapter.
 struct SandboxNeeds {
     bool everything = false; // every call; but nothing started from here ever has more rights (no_new_privs)

@@ -40,8 +40,10 @@ using Filter = std::unique_ptr<void, FilterDeleter>;
 
 // The names of the system calls by number, made beforehand: in a signal handler nothing may be allocated.
 std::array<std::array<char, 32>, 512> g_callNames{};
+std::uint32_t g_architecture = 0; // this program's
 
 void NoteCallNames() {
+    g_architecture = seccomp_arch_native();
     for (std::size_t number = 0; number < g_callNames.size(); ++number) {
         const std::unique_ptr<char, decltype(&std::free)> name(
             seccomp_syscall_resolve_num_arch(SCMP_ARCH_NATIVE, static_cast<int>(number)), std::free);
@@ -60,7 +62,9 @@ void EndForCall(int number, siginfo_t* info, void*) {
         raise(number);
         return;
     }
+    // Numbers of another architecture (a 32-bit program's, x32's) are not those of the names.
     const auto call = static_cast<std::size_t>(info->si_syscall);
+    const bool named = info->si_arch == g_architecture && call < g_callNames.size();
     char digits[16] = {};
     std::to_chars(digits, digits + sizeof digits - 1, info->si_syscall);
     char text[256] = {};
@@ -71,7 +75,7 @@ void EndForCall(int number, siginfo_t* info, void*) {
         length += size;
     };
     say("vnxtest-cli: Ended: the system call ");
-    say(call < g_callNames.size() ? g_callNames[call].data() : "");
+    say(named ? g_callNames[call].data() : "of another architecture");
     say(" (");
     say(digits);
     say(") is not allowed to a running guest, and was not carried out. Please report this; the option "
@@ -236,7 +240,7 @@ int Load(void* filter, const SandboxNeeds& needs) {
     then(seccomp_attr_set(filter, SCMP_FLTATR_CTL_TSYNC, 1));
     then(seccomp_attr_set(filter, SCMP_FLTATR_API_SYSRAWRC, 1));
     if (!needs.everything) {
-        then(seccomp_attr_set(filter, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS));
+        then(seccomp_attr_set(filter, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_TRAP));
         then(AddRules(filter, CallsOnWhatIsThere()));
         then(AddRules(filter, CallsOfTheNetwork(needs.devices)));
         then(AddRules(filter, CallsOnFiles(needs.files)));
@@ -249,6 +253,13 @@ int Load(void* filter, const SandboxNeeds& needs) {
 
 bool HasSandbox() {
     return true;
+}
+
+void PrepareSandbox() {
+    sigset_t itsSignal{};
+    sigemptyset(&itsSignal);
+    sigaddset(&itsSignal, SIGSYS);
+    pthread_sigmask(SIG_UNBLOCK, &itsSignal, nullptr);
 }
 
 bool EnterSandbox(const SandboxNeeds& wanted, std::wstring& problem) {

@@ -6,6 +6,8 @@ bool HasSandbox() {
     return false;
 }
 
+void PrepareSandbox() {}
+
 bool EnterSandbox(const SandboxNeeds&, std::wstring&) {
     return true;
 }

@@ -54,8 +54,9 @@ public:
     // Hands at most `count` frames that are there to `handler`, without waiting; all of them when it is
     // negative. Their number, or -1.
     virtual int Dispatch(int count, FrameHandler handler, void* user) = 0;
-    // Sends one frame: 0, or -1 with errno. Waits a moment for a full send queue, unless `isPointless`, if
-    // given, says that the queue will not empty itself. It is asked last when the queue stayed full.
+    // Sends one frame: 0, or -1 with errno (EAGAIN, ENOBUFS: the send queue is full). Waits a moment for a
+    // full queue, but not on a thread that reads, and not when `isPointless`, if given, says that the queue
+    // will not empty itself. It is asked last when the queue stayed full.
     int Send(const void* frame, std::uint32_t length, const std::function<bool()>& isPointless = {});
     // Begins anew, for `guest` from now on; what came before is still to be taken. False with errno.
     virtual bool Restart(MacAddress guest) = 0;

@@ -211,9 +211,4 @@ MacAddress TunDevice::HostMac() const {
     return link ? link->mac : MacAddress();
 }
 
-std::uint32_t TunDevice::Mtu() const {
-    const auto link = FindHostLinkByIndex(m_index);
-    return link ? link->mtu : 0;
-}
-
 } // namespace vnxtest

@@ -45,7 +45,6 @@ public:
     int TakeDown();
     // The MAC of the host's end of a TAP; zero for a TUN.
     MacAddress HostMac() const;
-    std::uint32_t Mtu() const;
 
 private:
     int MakeItself(bool tap);

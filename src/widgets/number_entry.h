@@ -40,9 +40,6 @@ public:
     // selected, leaves `value` alone and returns false.
     bool Exchange(int& value);
 
-    // The edit, for its value and for what follows it in the tab order.
-    wxTextCtrl* Edit() const { return m_edit; }
-
     void SetFocus() override;
 
 private:

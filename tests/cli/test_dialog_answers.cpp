@@ -59,17 +59,6 @@ protected:
     const InterfaceParameters &first = parameters.interface1, &second = parameters.interface2;
 };
 
-TEST_F(DialogAnswers, NothingGivenIsTheProfileOrItsDefaults) {
-    EXPECT_EQ(Accept({}), L"10.1.2.111");
-    EXPECT_EQ(first.adapterIpText, L"10.1.2.3");
-    EXPECT_FALSE(parameters.useTwoInterfaces || parameters.store);
-    EXPECT_EQ(second.guestIpText, L"");
-    profile.texts[L"Interface1_strInterface_IPAddr"] = L"10.1.2.50";
-    profile.numbers[L"Interface1_bTAPMode"] = 1;
-    EXPECT_EQ(Accept({}), L"10.1.2.50");
-    EXPECT_TRUE(first.tapMode);
-}
-
 TEST_F(DialogAnswers, AGeneratedMacFollowsTheAddressAndAStoredOneStays) {
     const std::wstring generated = GeneratedMac(host, {10, 1, 2, 60});
     // The window stores the generated address too: it is still a generated one.

@@ -23,14 +23,14 @@ struct Valve {
     bool entered = false;
     std::string taken;
 
-    static BackgroundWriter::Destination Into(std::shared_ptr<Valve> valve, std::wstring problem = {}) {
-        const auto write = [valve, problem](std::string_view text) {
+    static BackgroundWriter::Destination Into(std::shared_ptr<Valve> valve) {
+        const auto write = [valve](std::string_view text) {
             std::unique_lock lock(valve->lock);
             valve->entered = true;
             valve->changed.notify_all();
             valve->changed.wait(lock, [&] { return valve->open; });
             valve->taken += text;
-            return problem;
+            return std::wstring();
         };
         return {write, [valve] { return std::wstring(valve->taken.empty() ? L"nothing came" : L""); }};
     }
@@ -99,40 +99,6 @@ TEST(BackgroundWriterTest, TheLastLinesCanBeAllThatIsWaitedFor) {
                             "12:00:00.000 ** 14000 lines are left out here, for nobody took them.\n" +
                             *Lines(1000, 3000) + *Lines(9000, 9001);
     EXPECT_TRUE(asWanted) << valve->taken.size() << " bytes";
-}
-
-TEST(BackgroundWriterTest, OneThatIsStuckIsLeftBehind) {
-    const auto valve = std::make_shared<Valve>();
-    {
-        BackgroundWriter writer(Valve::Into(valve), [] { FAIL() << "it has not ended"; });
-        writer.Append(Lines(0, 1));
-        valve->AwaitWriter();
-        writer.Append(Lines(1, 4));
-        writer.WaitUntilIdle(std::chrono::milliseconds(1));
-        writer.Close();
-        writer.GiveUp();
-        EXPECT_TRUE(writer.IsDone());
-        EXPECT_EQ(writer.LinesLeftOut(), 4U);
-    }
-    valve->Open();
-}
-
-TEST(BackgroundWriterTest, AFailureIsToldAndNothingMoreIsWritten) {
-    const auto valve = std::make_shared<Valve>();
-    valve->Open();
-    std::atomic<int> ends = 0;
-    BackgroundWriter writer(Valve::Into(valve, L"the disk is full"), [&ends] { ++ends; });
-    writer.Append(Lines(0, 1));
-    AwaitEnd(writer);
-    writer.Append(Lines(1, 2));
-    writer.Close();
-    EXPECT_TRUE(writer.IsDone() && ends == 1 && writer.Problem() == L"the disk is full");
-    EXPECT_EQ(valve->taken, *Lines(0, 1));
-    // What goes wrong at the very end counts, too.
-    BackgroundWriter nothing(Valve::Into(std::make_shared<Valve>()));
-    nothing.Close();
-    AwaitEnd(nothing);
-    EXPECT_EQ(nothing.Problem(), L"nothing came");
 }
 
 TEST(DocumentOutputTest, RemembersTheLastFailureMessage) {

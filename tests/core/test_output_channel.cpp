@@ -93,14 +93,5 @@ TEST_F(OutputChannelTest, ForeignCodeMeetsNoExceptionAndNobodyAfterTheEnd) {
     EXPECT_EQ(TakeText(), "");
 }
 
-TEST_F(OutputChannelTest, AssertionLineNamesFileAndLine) {
-    EXPECT_TRUE(Verify(true));
-    EXPECT_FALSE(Verify(false));
-    const std::string text = TakeText();
-    EXPECT_TRUE(std::regex_match(
-        text, std::regex("test_output_channel\\.cpp\\(\\d+\\): \\*\\* Assertion Failed \\*\\*\n")))
-        << text;
-}
-
 } // namespace
 } // namespace vnxtest

@@ -49,14 +49,17 @@ class SharedAddress(cases.NetworkCase):
             self.assert_pinged(self.peer, "10.77.0.111", 2, "-i", "0.2")
         self.assertEqual(guest.stop()[0], 0, guest.story())
 
+    def assert_stands_for_its_port(self, name):
+        self.host.ip("link", "set", "dev", "eth0", "master", name)
+        self.address(name)
+        rows, listed = self.adapters()
+        self.assertEqual(rows, [(name, "10.77.0.1", "connected, default"), ("eth0", "-", f"port of {name}")])
+        self.assertEqual(listed, [(name, True, None), ("eth0", False, name)])
+        self.assert_guest_runs_on(name)
+
     def test_bridge_over_its_port(self):
         self.host.ip("link", "add", "br0", "type", "bridge", "forward_delay", "0")
-        self.host.ip("link", "set", "dev", "eth0", "master", "br0")
-        self.address("br0")
-        rows, listed = self.adapters()
-        self.assertEqual(rows, [("br0", "10.77.0.1", "connected, default"), ("eth0", "-", "port of br0")])
-        self.assertEqual(listed, [("br0", True, None), ("eth0", False, "br0")])
-        self.assert_guest_runs_on("br0")
+        self.assert_stands_for_its_port("br0")
         # Its MAC address means the bridge; its port cannot be named.
         self.assert_guest_runs_on("br0", "--adapter", self.mac)
         refused = self.run_program("run", "--library", "pcap", "--adapter", "eth0", namespace=self.host)
@@ -69,12 +72,7 @@ class SharedAddress(cases.NetworkCase):
         made = self.host.ip("link", "add", "bond0", "type", "bond", check=False)
         if made.returncode != 0:
             self.skipTest(f"this kernel has no bonds: {made.stderr.strip()}")
-        self.host.ip("link", "set", "dev", "eth0", "master", "bond0")
-        self.address("bond0")
-        rows, listed = self.adapters()
-        self.assertEqual(rows, [("bond0", "10.77.0.1", "connected, default"), ("eth0", "-", "port of bond0")])
-        self.assertEqual(listed, [("bond0", True, None), ("eth0", False, "bond0")])
-        self.assert_guest_runs_on("bond0")
+        self.assert_stands_for_its_port("bond0")
 
     def test_upper_adapter_with_the_default_route(self):
         """A VLAN; where the kernel has none, a MACVLAN that takes the address of the adapter below it over."""

@@ -105,17 +105,6 @@ class Guests(NetworkCase):
         self.assertEqual(guest.text().count("WRITING"), 4)
         self.assert_frames_sound(station, at_least=4)
 
-    def test_a_mac_is_derived_and_an_adapter_has_other_names(self):
-        for adapter in (self.host.mac_of("adapter"), "adapter"):
-            heard = self.listen()
-            guest = self.run_guest("tap", adapter=adapter, guest_mac=None)
-            self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
-            self.assertEqual(guest.stop()[0], 0, guest.story())
-            mac = guest.text().split("mac=")[1].split(")")[0]
-            self.assertEqual(int(mac[:2], 16) & 3, 2, "one station's own, locally administered")
-            self.assertEqual({echo.source_mac for echo in heard.echoes(frames.ECHO_REPLY)},
-                             {mac.lower().replace("-", ":")})
-
     def test_the_kernels_own_device(self):
         """Host and guest on one machine, no wire at all: they ping each other, and the device goes away again."""
         if why_no_tun_device():

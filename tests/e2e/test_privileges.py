@@ -7,7 +7,7 @@ import shutil
 import subprocess
 import time
 
-from cases import GUEST_IP, HOST_IP, ORDINARY, PEER_IP, NetworkCase, program_for_everybody
+from cases import GUEST_IP, ORDINARY, PEER_IP, NetworkCase, program_for_everybody
 from lab.network import why_no_tun_device
 
 FILE_RIGHTS = 1 << 1 | 1 << 3  # CAP_DAC_OVERRIDE, CAP_FOWNER
@@ -59,14 +59,6 @@ class Privileges(NetworkCase):
                 self.assert_pinged(self.host if library == "tun" else self.peer, GUEST_IP, 3, "-i", "0.05")
                 self.assertEqual(guest.stop()[0], 0, guest.story())
                 self.assert_nothing_left(guest)
-
-    def test_a_ping_test_after_the_rights_are_gone(self):
-        guest = self.start(*self.arguments(["ping", PEER_IP], gateway=None, adapter=self.host.mac_of("adapter")),
-                           "--proceed", "--count", 50, "--delay", 20, namespace=self.host,
-                           executable=self.granted_program("pcap"), prefix=ORDINARY)
-        guest.wait_for("Reply to ping #5 ")
-        self.assertEqual(self.rights_of(guest), {(0, "1")})
-        self.assertEqual(guest.wait_end(), 0, guest.story())
 
     def test_root_keeps_what_saving_takes(self):
         folder = self.scratch() / "of a user"

@@ -16,18 +16,23 @@ OPTIONS = [(), ("--socket-notify",), ("--debug",), ("--output", "DOCUMENT", "--j
            ("--socket-notify", "--debug", "--save", "--json", "RESULTS")]
 
 
+signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGSYS})  # as a starter may have it
+
+
 class Sandbox:
     def wait_filtered(self, guest):
-        """Until the kernel says of every thread that it is under a filter and can have no more rights."""
+        """Until the kernel says of every thread that it is under a filter, whose signal it takes, and can have no more rights."""
         deadline = time.monotonic() + 10
         while True:
             found = set()
             for status in pathlib.Path(f"/proc/{guest.pid}/task").glob("*/status"):
                 try:
-                    found.add(tuple(re.findall(r"^(?:NoNewPrivs|Seccomp):\t(.*)$", status.read_text(encoding="ascii"), re.M)))
+                    text = status.read_text(encoding="ascii")
+                    blocked = int(re.search("SigBlk:\t(.*)", text)[1], 16) >> signal.SIGSYS - 1 & 1
+                    found.add((*re.findall(r"^(?:NoNewPrivs|Seccomp):\t(.*)$", text, re.M), blocked))
                 except (FileNotFoundError, ProcessLookupError):
                     pass  # a thread that has ended meanwhile
-            if found == {("1", "2")}:
+            if found == {("1", "2", 0)}:
                 return guest
             self.assertLess(time.monotonic(), deadline, f"{found}\n{guest.story()}")
             time.sleep(0.05)
@@ -123,12 +128,14 @@ class OnAWire(Sandbox, NetworkCase):
                 self.assertIn("promiscuity 0", self.host.ip("-d", "link", "show", "dev", "adapter").stdout)
 
     def test_the_adapter_vanishes(self):
-        for options in ((), ("--socket-notify", "--debug")):
+        for mode, options in (("tap", ()), ("tun", ("--socket-notify", "--debug"))):
             for change in (("link", "set", "adapter", "down"), ("link", "del", "adapter")):
-                with self.subTest(change=change, options=options):
-                    guest = self.wait_filtered(self.run_guest("tap", *options))
+                with self.subTest(change=change, mode=mode, options=options):
+                    guest = self.wait_filtered(self.run_guest(mode, *options))
                     self.host.ip(*change)
                     self.assertEqual(guest.wait_end(10), 2, guest.story())
                     self.assertIn("The guest has stopped because an interface failed", guest.errors())
+                    self.assertRegex(guest.errors(), r"vnetx32_read failed; errno=\d+: ")
+                    self.assertRegex(guest.text(), r"(?s)\*\*\* Statistics for Interface.* closed\.\.\. \(ip=")
                     self.host.ip("link", "set", "adapter", "up", check=False)
             self.cable("adapter", "far", "10.77.0.1", "10.77.0.2")

@@ -22,6 +22,12 @@ def mac(number):
     return f"02:aa:00:00:{number >> 8:02x}:{number & 255:02x}"
 
 
+def asked_for(station, operation=1):
+    """The target addresses of the guest's ARP requests, or of its answers."""
+    return [arp.target_ip for arp in map(frames.parse_arp, station.heard())
+            if arp and (arp.source_mac, arp.operation) == (GUEST_MAC, operation)]
+
+
 class Strangers(NetworkCase):
     def run_with_results(self, mode, *extra, **options):
         self.results = self.scratch() / "results.json"
@@ -46,11 +52,28 @@ class Strangers(NetworkCase):
                 replies = [(echo.destination, echo.destination_mac) for echo in station.echoes(frames.ECHO_REPLY)
                            if echo.data == b"forged"]
                 self.assertEqual(replies, forged, "each to where its own frame came from")
-                asked = [arp.target_ip for arp in map(frames.parse_arp, station.heard()) if arp and arp.source_mac == GUEST_MAC
-                         and arp.operation == 1]
-                self.assertEqual(set(asked) - {PEER_IP}, set(), "without a question")
+                self.assertEqual(set(asked_for(station)) - {PEER_IP}, set(), "without a question")
                 told = self.told(guest)
                 self.assertEqual(told["answered"]["echo"], 723)
+                self.end_station(station)
+
+    def test_a_full_send_queue_holds_no_reader(self):
+        """Answers beyond what the adapter can send are lost, each with its failure told; everything is read."""
+        self.host.run("tc", "qdisc", "add", "dev", "adapter", "root", "tbf", "rate", "1mbit", "burst", "2kb", "limit", "1mb")
+        large = frames.build_echo(frames.Echo(mac(1), GUEST_MAC, PEER_IP, GUEST_IP, 0, 64, frames.ECHO_REQUEST, 7, 7, bytes(1400)))
+        for mode in ("tap", "tun"):
+            with self.subTest(mode=mode):
+                station = self.listen()
+                guest = self.run_with_results(mode)
+                for _ in range(1000):  # 11 s of the adapter
+                    station.send(large)
+                    time.sleep(0.0005)
+                time.sleep(0.5)
+                told = self.told(guest)
+                self.assertGreaterEqual(told["statistics"]["packetsRead"], 1000)
+                self.assertEqual(told["droppedByDriver"], 0)
+                self.assertTrue(50 <= told["answered"]["echo"] <= 500, told)
+                self.assertEqual(guest.text().count("vnetx32_write failed"), 1000 - told["answered"]["echo"])
                 self.end_station(station)
 
     def test_questions_that_strangers_bring_about_are_few(self):
@@ -68,8 +91,7 @@ class Strangers(NetworkCase):
                         station.send(request(f"172.16.{number >> 8}.{number & 255 or 1}", mac(number)))
                 started = time.monotonic()
                 self.assert_pinged(self.peer, GUEST_IP, 20, "-i", "0.05", "-W", "1")
-                asked = [arp.target_ip for arp in map(frames.parse_arp, station.heard()) if arp and arp.source_mac == GUEST_MAC
-                         and arp.operation == 1 and arp.target_ip != PEER_IP]
+                asked = [address for address in asked_for(station) if address != PEER_IP]
                 self.assertGreater(len(asked), 0)
                 self.assertLessEqual(len(asked), 64 * (time.monotonic() - started + 2))
                 if mode == "tun":
@@ -141,9 +163,7 @@ class Strangers(NetworkCase):
                     asked = frames.arp(1, station.mac, sender, frames.NO_MAC, GUEST_IP)
                     station.send(frames.ethernet(frames.BROADCAST, station.mac, frames.ARP, asked))
                 self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
-                arp_replies = [arp.target_ip for arp in map(frames.parse_arp, station.heard())
-                               if arp and arp.source_mac == GUEST_MAC and arp.operation == 2]
-                self.assertEqual(set(arp_replies) & set(impossible), {"0.0.0.0"}, "who probes for an address (RFC 5227)")
+                self.assertEqual(set(asked_for(station, operation=2)) & set(impossible), {"0.0.0.0"}, "who probes for an address (RFC 5227)")
                 written = [frame for frame in station.heard() if frame[6:12] == frames.mac_bytes(GUEST_MAC)]
                 told = self.told(guest)
                 self.assertEqual({frame[:6].hex(":") for frame in written}, {station.mac}, "nothing but the kernel's")

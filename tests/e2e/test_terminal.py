@@ -93,8 +93,6 @@ class Ping(TerminalCase):
         for library, target, extra, figures, text in (
                 ("sim", "8.8.8.8", ("--mode", "tap"), (3, 0, 0, 0), "TTL=57"),  # behind the gateway
                 ("sim", "localhost", (), (0, 3, 0, 3), r" Sending ping #1 bytes=32 to localhost \[127\.0\.0\.1\]\.\.\.\n"),
-                ("sim:late=100", ECHO_HOST, (), (3, 3, 0, 0), r"ms late\)\n"),
-                ("sim:mtu=65535", ECHO_HOST, ("--size", 65507), (3, 0, 0, 0), "bytes=65507 time"),
                 ("sim", ECHO_HOST, ("--from", 2, "--socket-notify"), (3, 0, 0, 0), r"Statistics(.*\n)*\*\*\* Statistics")):
             with self.subTest(library=library, target=target):
                 guest = self.ping("--count", 3, "--timeout", 200, "--json", self.json, *extra, target=target,
@@ -148,22 +146,19 @@ class Ends(TerminalCase):
     def test_a_signal(self):
         for number, mode in ((signal.SIGINT, ()), (signal.SIGTERM, ("--socket-notify",)), (signal.SIGHUP, ())):
             guest = self.begin("run", "--no-report", "--json", self.json, *mode).wait_up()
+            if number == signal.SIGTERM:
+                guest.send_signal(number)  # one request that comes twice: to the program, and to its group
             self.assertEqual((guest.stop(number, SLACK)[0], guest.errors()), (0, ""))
             self.assertRegex(guest.text(), r"\*\* Interface \S+ closed")
             results = self.results()
-            self.assertEqual((results["command"], results["ping"], len(results["interfaces"])), ("run", None, 1))
+            self.assertEqual((results["command"], results["exitStatus"], results["ping"], len(results["interfaces"])),
+                             ("run", 0, None, 1))
         guest = self.begin("ping", ECHO_HOST, "--no-report", "--delay", 100, "--count", 1000, "--json", self.json)
         guest.wait_for("Reply to ping #2")
         self.assertEqual(guest.stop()[0], 0)
         self.assertEqual(ping_statistics(guest.text())["lost"], 0)
         self.assertRegex(guest.errors(), r"interrupted after \d+ pings")
         self.assertEqual(self.results()["ping"]["statistics"]["sent"], guest.text().count(" Sending ping #"))
-
-    def test_one_request_that_comes_twice(self):
-        guest = self.begin("run", "--no-report", "--json", self.json).wait_up()
-        guest.send_signal(signal.SIGTERM)  # to the program, and to its group
-        self.assertEqual((guest.stop(signal.SIGTERM)[0], guest.errors()), (0, ""))
-        self.assertEqual(self.results()["exitStatus"], 0)
 
     def test_a_second_interrupt_ends_at_once(self):
         for _ in range(20):
@@ -206,9 +201,11 @@ class Ends(TerminalCase):
 
         self.document.write_text("old", "utf-8")
         program = program_for_everybody(self.folder)
-        for prepare, extra, note in ((one_process, (), r"pthread_create failed; errno=11: (.*\n)+.*ulimit -u"),
-                                     (few_files, (), r"eventfd failed; errno=24: (.*\n)+.*ulimit -n"),
-                                     (few_files, ("--output", self.document), r"failed; errno=24: ")):
+        limits = [(one_process, (), r"pthread_create failed; errno=11: (.*\n)+.*ulimit -u")]
+        if "VNXTEST_SANITIZED" not in os.environ:  # which looks at memory through pipes of its own
+            limits += [(few_files, (), r"eventfd failed; errno=24: (.*\n)+.*ulimit -n"),
+                       (few_files, ("--output", self.document), r"failed; errno=24: ")]
+        for prepare, extra, note in limits:
             for command in (("run",), ("ping", ECHO_HOST)):
                 guest = self.start("--library", "sim", *command, "--no-report", *extra, prepare=prepare, executable=program,
                                    environment={"ASAN_OPTIONS": "detect_leaks=0"})
@@ -249,6 +246,7 @@ class Output(TerminalCase):
         for option in ("--output", "--json"):
             self.ping(option, self.document, "--count", 50, **limited)
             self.assertEqual(self.document.read_text("utf-8"), "old")
+            self.assertEqual(os.listdir(self.folder), [self.document.name], "nothing half is left")
 
     def test_nobody_reads_and_one_signal_ends_it(self):
         """A reader that has stopped, a full pipe on standard error, a suspended terminal for both."""
@@ -295,17 +293,11 @@ class Output(TerminalCase):
                               (self.folder / "missing", link)):
             self.ping("--output", first, "--json", second, status=2, note="--output and --json name the same file")
         with open(self.document, "a", encoding="utf-8") as output:
-            for option, one in (("--output", self.document), ("--json", other)):
+            for option, one in (("--output", self.document), ("--json", other), ("--output", "/dev/stdout"),
+                                ("--json", "/dev/stdout")):
                 self.ping(option, one, status=2, output=output, note=f"{option} names the file that standard output goes to")
         self.ping("--output", self.document, "--json", "/no/such/file", status=2, note="/no/such/file")
         self.assertEqual(self.document.read_text("utf-8"), "old", "refused before anything is touched")
-
-    def test_a_descriptors_name_is_the_file_behind_it(self):
-        for option in ("--output", "--json"):
-            with open(self.document, "wb") as output:
-                self.ping(option, "/dev/stdout", status=2, output=output,
-                          note=f"{option} names the file that standard output goes to")
-            self.assertEqual(self.document.read_bytes(), b"", "refused before anything is written twice")
 
     def test_the_profile_is_not_written_over(self):
         self.ping("--count", 1, "--save")
@@ -354,17 +346,6 @@ class Output(TerminalCase):
         self.assertEqual(guest.wait_end(20), 0)
         self.assertRegex(shown, rb"\r\d+ pings sent")
 
-    def test_adapters(self):
-        table = self.go("adapters").lines()
-        adapters = json.loads("\n".join(self.go("adapters", "--json").lines()))["adapters"]
-        self.assertEqual(len(table), len(adapters) + 1)
-        for adapter, line in zip(adapters, table[1:]):
-            self.assertIn(adapter["mac"], line)
-        self.assertEqual([(one["ip"], one["mask"]) for one in adapters if one["default"]], [("198.18.0.1", "255.255.255.0")])
-        for option in ("--help", "--version"):
-            self.assertIn("VNXTest64UD", "".join(self.go(option).lines()))
-
-
 class Profile(TerminalCase):
     def test_save_stores_and_the_next_run_uses(self):
         self.ping("--save", "--count", 2, "--timeout", 300, "--guest-ip", "198.18.0.177", "--mode", "tap",
@@ -388,18 +369,6 @@ class Profile(TerminalCase):
             # Two seconds for the lock, one of the ping test's grace, and the time that a busy machine needs.
             self.assertLess(time.monotonic() - started, 2 + 1 + SLACK)
         self.assertEqual(os.listdir(self.profile.parent), [".lock"])
-
-    def test_the_simulated_lan_has_settings_of_its_own(self):
-        real = ("[Settings]\nInterface1_strAdapter_IPAddr=192.0.2.200\nInterface1_strInterface_IPAddr=192.0.2.201\n"
-                "NumPings=9\nDebugMode=1\n")
-        self.profile.parent.mkdir()
-        self.profile.write_text(real, "utf-8")
-        for step in ("none stored", "stored"):
-            guest = self.ping("--save", "--json", self.json, *(("--count", 2) if step == "none stored" else ()))
-            self.assertIn(f" ping  -c {2}  -i ", guest.text())
-            self.assertEqual(self.results()["interfaces"][0]["guestIp"], "198.18.0.111", step)
-            stored = self.profile.read_text("utf-8")
-            self.assertTrue(stored.startswith(real + "[SimulatedLan]\n"), stored)
 
     def test_what_does_not_fit_is_left_out_and_left_alone(self):
         text = (b"[SimulatedLan]\nInterface1_strAdapter_IPAddr=198.18.0.1\n"

@@ -3,22 +3,14 @@
 #pragma once
 
 #include <algorithm>
-#include <memory>
 #include <string>
 
 #include "support/guest_fixture.h"
 #include "support/output_fixture.h"
 #include "support/quiet_host.h"
-#include "vnetx/sim.h"
+#include "vnetx/library_guest.h"
 
 namespace vnxtest {
-
-inline std::unique_ptr<SimLibrary> MakeLan(const wchar_t* options) {
-    std::wstring error;
-    auto lan = MakeSimLibrary(options, error);
-    EXPECT_TRUE(lan) << ::testing::PrintToString(error);
-    return lan;
-}
 
 inline int CountOf(const std::string& text, const std::string& what) {
     int count = 0;
@@ -39,7 +31,7 @@ struct SimGuest {
         who.delay = 0;
         frontEnd.askParameters = [this](GuestParameters& asked) {
             asked = parameters;
-            return confirm;
+            return true;
         };
         frontEnd.askPingWho = [this](PingWhoParameters& asked) {
             asked = who;
@@ -72,9 +64,8 @@ struct SimGuest {
     ScriptedFrontEnd frontEnd;
     QuietHost host;
     Guest guest;
-    GuestParameters parameters; // of the next start; refused unless `confirm`
-    bool confirm = true;
-    PingWhoParameters who; // of the next ping test
+    GuestParameters parameters; // of the next start
+    PingWhoParameters who;      // of the next ping test
 };
 
 } // namespace vnxtest

@@ -89,7 +89,7 @@ protected:
         EXPECT_LE(CountThreads(), most);
     }
 
-    const std::unique_ptr<SimLibrary> m_lan = MakeLan(L"");
+    const std::unique_ptr<SimLibrary> m_lan = Lan(L"");
     const std::ptrdiff_t m_threadsBefore = CountThreads();
     QuickLibrary m_quick{*m_lan};
     FaultLibrary m_library{m_quick};

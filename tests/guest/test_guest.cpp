@@ -18,7 +18,7 @@ class GuestTest : public OutputFixture {
 protected:
     // The text of one ping test, its times as "T".
     std::string PingOn(const wchar_t* lanOptions, Ipv4Address target, std::uint32_t timeout) {
-        const auto lan = MakeLan(lanOptions);
+        const auto lan = Lan(lanOptions);
         SimGuest sim(*lan);
         sim.parameters.interface1.tapMode = false;
         sim.who.to = FormatIPAddr(sim.who.address = target);
@@ -36,7 +36,7 @@ protected:
         EXPECT_GE(m_guest.Ping().PingsSent(), count);
     }
 
-    const std::unique_ptr<SimLibrary> m_lan = MakeLan(L"seed=7");
+    const std::unique_ptr<SimLibrary> m_lan = Lan(L"seed=7");
     SimGuest m_sim{*m_lan};
     Guest& m_guest = m_sim.guest;
 };
@@ -104,34 +104,6 @@ TEST_F(GuestTest, TheNextPingTestGoesOnWithTheSequenceAndNumbersFromOne) {
     for (std::size_t n = 0; n < 6; ++n) {
         EXPECT_EQ((sequence.at(n) - sequence[0]) & 0xFFFF, static_cast<int>(n));
     }
-}
-
-TEST_F(GuestTest, StoresWhatWasConfirmedAndOnlyThen) {
-    m_sim.confirm = false;
-    EXPECT_FALSE(m_guest.OnStartGuest());
-    m_sim.confirm = true;
-    m_sim.parameters.store = false;
-    m_sim.Start();
-    EXPECT_TRUE(m_guest.IsRunning());
-    EXPECT_TRUE(m_sim.profile.texts.empty());
-    m_guest.StopGuest();
-    m_sim.parameters.store = true;
-    m_sim.Start();
-    EXPECT_EQ(m_sim.profile.texts[L"Interface1_strInterface_IPAddr"], L"198.18.0.111");
-    m_sim.Ping();
-    EXPECT_EQ(m_sim.profile.numbers[L"WhoPingIPAddr"], kSimFirstEchoHost.Memory());
-    EXPECT_EQ(m_sim.profile.numbers[L"PingDelay"], 0U);
-}
-
-TEST_F(GuestTest, WhatWasDerivedFollowsTheNextParameters) {
-    m_sim.Start();
-    EXPECT_EQ(m_guest.Interface(0).broadcastText, L"255.255.255.255"); // this host knows no mask
-    EXPECT_EQ(m_guest.Interface(0).adapterMac, kSimAdapterMac);
-    m_guest.StopGuest();
-    m_sim.parameters.interface1.adapterIpText.clear();
-    m_sim.parameters.interface1.adapterMacText = FormatMACAddr(kSimAdapterMac);
-    m_sim.Start();
-    EXPECT_EQ(m_guest.Interface(0).adapterIp, kSimAdapterIp); // asked of the library by its MAC
 }
 
 TEST_F(GuestTest, AMessageThatAnEarlierRunHasLeftEndsNothing) {

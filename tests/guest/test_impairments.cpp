@@ -16,7 +16,7 @@ struct Impairment {
 class ImpairmentsTest : public OutputFixture, public ::testing::WithParamInterface<Impairment> {};
 
 TEST_P(ImpairmentsTest, StatisticsAreTheLansOwnCount) {
-    const auto lan = MakeLan(GetParam().lan);
+    const auto lan = Lan(GetParam().lan);
     SimGuest sim(*lan);
     sim.parameters.interface1.tapMode = GetParam().tap;
     sim.who.count = 400;
@@ -51,20 +51,13 @@ TEST_P(ImpairmentsTest, StatisticsAreTheLansOwnCount) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lans, ImpairmentsTest,
-    ::testing::Values(Impairment{L"seed=1"}, Impairment{L"loss=2,seed=2", false},
-                      Impairment{L"loss=10,seed=3", true, true}, Impairment{L"loss=20,seed=4", false, true},
-                      Impairment{L"loss=30,seed=5"}, Impairment{L"loss=100,seed=6", false},
-                      Impairment{L"dup=30,jitter=20,seed=7"}, Impairment{L"dup=100,seed=8", false, true},
+    ::testing::Values(Impairment{L"loss=20,seed=4", false, true}, Impairment{L"loss=100,seed=6", false},
+                      Impairment{L"dup=100,seed=8", false, true},
                       Impairment{L"late=20,lateby=300,dup=10,seed=9"},
                       Impairment{L"reorder=40,delay=5,seed=10", false},
-                      Impairment{L"corrupt=30,dup=20,seed=11", false, true},
-                      Impairment{L"truncate=30,dup=20,seed=12"}, Impairment{L"foreign=30,seed=13", false},
-                      Impairment{L"df=30,seed=14", true, true},
+                      Impairment{L"corrupt=30,truncate=30,foreign=30,df=30,dup=20,seed=11", true, true},
                       Impairment{L"loss=10,dup=10,late=10,lateby=300,reorder=10,corrupt=5,truncate=5,"
-                                 L"foreign=5,df=5,delay=10,jitter=10,seed=15"},
-                      Impairment{L"loss=10,dup=10,late=10,lateby=300,reorder=10,corrupt=5,truncate=5,"
-                                 L"foreign=5,df=5,delay=10,jitter=10,seed=16",
-                                 false, true}));
+                                 L"foreign=5,df=5,delay=10,jitter=10,seed=15"}));
 
 } // namespace
 } // namespace vnxtest

@@ -7,30 +7,15 @@
 namespace vnxtest {
 namespace {
 
-#ifdef _WIN32
-#define SYSTEM L"Windows"
-#else
-#define SYSTEM L"Linux"
-#endif
-#define CONTENT L"Do you wish to proceed anyway?|"
-#define UNDEFINED L"Undefined Gateway|Your default gateway is undefined!|" CONTENT
-#define OTHER_SUBNET L"Subnets Warning|Your guest IP is in a different subnet!|" CONTENT
-// clang-format off: a text is whole on its line
-const std::wstring kTexts[] = {
-    UNDEFINED L"The default gateway for your network has not been defined to VNXTest64UD yet and IP Forwarding cannot be used since it is not enabled on your " SYSTEM L" system.\n\nWithout IP Forwarding packets will not be routed properly and some tests may fail. You should either define a default gateway to VNXTest64UD or enable IP Forwarding.",
-    UNDEFINED L"The default gateway for your network has not been defined to VNXTest64UD yet and IP Forwarding cannot be used since it is not enabled on your " SYSTEM L" system.\n\nThe test cannot possibly work unless you are only interested in exchanging packets between virtual subnets which are known to be using the same physical adapter.",
-    OTHER_SUBNET L"The IP addresses you defined for your virtual interface(s) are not within the same "
-                 L"physical subnet as the physical adapter that the virtual interface is using.\n\nEven "
-                 L"though IP Routing is enabled, unless each workstation on each subnet wishing to "
-                 L"communicate with the other subnet contains a manual routing entry to route packets "
-                 L"through this physical adapter, the test is unlikely to succeed.",
-    OTHER_SUBNET L"The IP addresses you defined for your virtual interface(s) are not within the same "
-                 L"physical subnet as the physical adapter that the virtual interface is using.\n\nUnless "
-                 L"the default gateway defined for the physical adapter that your virtual interface(s) "
-                 L"is/are using is a true router that knows how to route packets between the two subnets, "
-                 L"your tests are likely to fail.",
-};
-// clang-format on
+// What tells each question, of which A and B are about the gateway, C and D about the subnet.
+constexpr std::pair<char, const wchar_t*> kWords[] = {
+    {'A', L"packets will not be routed properly and some tests may fail."},
+    {'B', L"virtual subnets which are known to be using the same physical adapter."},
+    {'C', L"Even though IP Routing is enabled"},
+    {'D', L"is a true router that knows how to route packets"},
+    {'H', L"already used by this system"},
+    {'G', L"already used by a gateway"},
+    {'R', L"is reserved"}};
 
 class PreStartChecksTest : public OutputFixture {
 protected:
@@ -69,14 +54,9 @@ protected:
         const bool started = Guest(m_library, host, settings, m_frontEnd).OnStartGuest();
         std::string asked;
         for (const std::wstring& question : m_frontEnd.questions) {
-            const auto* const found = std::ranges::find(kTexts, question);
-            char letter = found != std::end(kTexts) ? static_cast<char>('A' + (found - kTexts)) : '?';
-            for (const auto& [besideHost, words] : {std::pair{'H', L"already used by this system"},
-                                                    {'G', L"already used by a gateway"},
-                                                    {'R', L"is reserved"}}) {
-                letter = question.find(words) != std::wstring::npos ? besideHost : letter;
-            }
-            asked += letter;
+            const auto* const found = std::ranges::find_if(
+                kWords, [&](const auto& each) { return question.find(each.second) != std::wstring::npos; });
+            asked += found != std::end(kWords) ? found->first : '?';
         }
         return asked + (started ? "!" : "");
     }

@@ -1,8 +1,6 @@
 // The help button in the caption, "What's This?" mode, F1 and the help message.
 #include "helpui/help_fixture.h"
 
-#include <optional>
-
 #include <wx/menu.h>
 #include <wx/platinfo.h>
 
@@ -15,58 +13,38 @@ namespace {
 
 class WhatsThisTest : public HelpTest {
 protected:
-    // A point on a part of the caption or the border, found by asking along lines.
-    static std::optional<wxPoint> Look(const wxWindow& window, const WindowHelp& help, int area) {
-        const wxRect inside(window.ClientToScreen(wxPoint()), window.GetClientSize());
-        for (int y = inside.GetBottom() + 12; y > inside.y - 80; y -= 2) {
-            for (int x = inside.GetRight() + 12; x > inside.x - 12; x -= 4) {
-                if (inside.Contains(x, y)) {
-                    continue;
-                }
-                const auto part = help.Caption().HitTest(wxPoint(x, y));
-                if (part && part->area == area) {
-                    const bool button = part->place.width > 1 && area != frame_area::kTitleBar;
-                    return button ? part->place.GetPosition() + part->place.GetSize() / 2 : wxPoint(x, y);
-                }
+    // What the balloon says after `point` is asked for from the keyboard.
+    wxString Ask(const wxPoint& point) {
+        Press(WXK_F1, wxMOD_SHIFT);
+        ClickAt(point);
+        return Title();
+    }
+    wxString Ask(const wxWindow& control) {
+        return Ask(control.GetScreenRect().GetPosition() + control.GetSize() / 2);
+    }
+    // The first of some points, one `step` after the other, that answers with this title.
+    wxPoint Find(const char* title, wxPoint point, const wxPoint& step) {
+        constexpr int kMost = 24;
+        for (int i = 0; i < kMost; ++i, point += step) {
+            if (Ask(point) == title) {
+                return point;
             }
         }
-        return std::nullopt;
+        ADD_FAILURE() << "no such part: " << title;
+        return {};
     }
-    static wxPoint Find(const wxWindow& window, const WindowHelp& help, int area) {
-        const auto point = Look(window, help, area);
-        EXPECT_TRUE(point) << "no such part: " << std::hex << area;
-        return point.value_or(wxPoint());
+    // In the middle of a window's caption, which lies over its contents and its menu bar.
+    wxPoint Caption(const wxWindow& window, const char* title) {
+        const wxPoint top = window.ClientToScreen(wxPoint(window.GetClientSize().x / 2, 0));
+        return Find(title, top - wxPoint(0, 8), wxPoint(0, -8)) - wxPoint(0, 4);
     }
-    // Where the help button of a window is; asking along lines takes long where the caption is the system's.
-    std::optional<wxPoint> HelpButton(const wxWindow& window, const WindowHelp& help) {
-        if (m_asked != &window) {
-            m_asked = &window;
-            m_button = Look(window, help, frame_area::kHelpButton);
-        }
-        return m_button;
-    }
-    // What the balloon says after the help button of `window` and then `point` are clicked.
-    wxString Ask(const wxWindow& window, WindowHelp& help, const wxPoint& point) {
-        if (const auto button = HelpButton(window, help)) {
-            ClickAt(*button);
-        } else {
-            EXPECT_FALSE(IsOwnCaption()); // Wine's captions of dialogs have no such button
-            Press(WXK_F1, wxMOD_SHIFT);
-        }
-        EXPECT_TRUE(WaitFor([&help] { return help.Mode().IsOn(); }));
-        ClickAt(point);
-        EXPECT_FALSE(help.Mode().IsOn());
-        return Title();
+    // A button of the caption, looked for from its right end; a few pixels on, inside of the button's edge.
+    wxPoint CaptionButton(const wxWindow& window, const char* title, const wxPoint& caption) {
+        const int right = window.ClientToScreen(wxPoint(window.GetClientSize().x, 0)).x;
+        return Find(title, wxPoint(right - 6, caption.y), wxPoint(-8, 0)) - wxPoint(5, 0);
     }
     // Where the system draws the captions of dialogs, their parts are the system's matter.
     static bool IsOwnCaption() { return wxPlatformInfo::Get().GetPortId() == wxPORT_GTK; }
-    wxString Ask(const wxWindow& control) {
-        return Ask(*m_dialog, Help(), control.GetScreenRect().GetPosition() + control.GetSize() / 2);
-    }
-    wxString Ask(int area) { return Ask(*m_dialog, Help(), Find(*m_dialog, Help(), area)); }
-
-    const void* m_asked = nullptr;
-    std::optional<wxPoint> m_button;
 };
 
 TEST_F(WhatsThisTest, TheNextClickAsksInsteadOfActing) {
@@ -80,39 +58,46 @@ TEST_F(WhatsThisTest, TheNextClickAsksInsteadOfActing) {
     EXPECT_EQ(CurrentBalloon().anchor, m_dialog->address);
     EXPECT_EQ(Ask(*m_dialog->mac->GetPrevSibling()), "Guest MAC Address"); // a label answers for its control
     Ask(*m_dialog->number->GetPrevSibling());                              // for that of its edit, too
-    EXPECT_EQ(CurrentBalloon().anchor, m_dialog->number->Edit());
+    EXPECT_EQ(CurrentBalloon().anchor, m_dialog->numberText);
     EXPECT_EQ(Ask(*m_dialog->before), "Help Unavailable");
     EXPECT_EQ(Ask(*m_dialog->box->GetPrevSibling()), "VNXTest64UD Parameters"); // a text that is no label
-    EXPECT_EQ(Ask(*m_dialog, Help(), m_dialog->ClientToScreen(wxPoint(4, 4))), "VNXTest64UD Parameters");
-    EXPECT_EQ(Ask(frame_area::kTitleBar), "Title Bar");
+    EXPECT_EQ(Ask(m_dialog->ClientToScreen(wxPoint(4, 4))), "VNXTest64UD Parameters");
+    const wxPoint caption = Caption(*m_dialog, "Title Bar");
     if (IsOwnCaption()) {
-        EXPECT_EQ(Ask(frame_area::kHelpButton), "Context Help Button");
-        EXPECT_EQ(Ask(frame_area::kBorder), "Border");
+        const wxPoint help = CaptionButton(*m_dialog, "Context Help Button", caption);
+        ClickAt(help);
+        ClickAt(m_dialog->ClientToScreen(wxPoint(4, 4)));
+        EXPECT_EQ(Title(), "VNXTest64UD Parameters");
+        Find("Border", m_dialog->ClientToScreen(wxPoint(-1, 20)), wxPoint(-1, 0));
     }
-    EXPECT_EQ(Ask(frame_area::kCloseButton), "Close Button");
+    const wxPoint close = CaptionButton(*m_dialog, "Close Button", caption);
     EXPECT_TRUE(m_dialog->IsShown());
     // Afterwards a click is a click again.
     DismissBalloon();
     Click(*m_dialog->ok);
     EXPECT_EQ(m_dialog->okClicks, 1);
-    ClickAt(Find(*m_dialog, Help(), frame_area::kCloseButton));
+    ClickAt(close);
     EXPECT_FALSE(m_dialog->IsShown());
 }
 
 TEST_F(WhatsThisTest, EscapeOrAnotherWindowEndsIt) {
-    const WhatsThisMode& mode = Help().Mode();
     Press(WXK_F1, wxMOD_SHIFT); // the keyboard's way
-    EXPECT_TRUE(mode.IsOn());
     Press(WXK_ESCAPE);
-    EXPECT_FALSE(mode.IsOn());
     EXPECT_TRUE(m_dialog->IsShown());
+    Click(*m_dialog->box);
+    EXPECT_TRUE(m_dialog->box->GetValue());
+    m_dialog->before->SetFocus();
     Press(WXK_F1, wxMOD_SHIFT);
     Type("7"); // keys do not reach the controls meanwhile
     EXPECT_EQ(m_dialog->before->GetValue(), "");
-    EXPECT_TRUE(mode.IsOn());
+    Click(*m_dialog->box);
+    EXPECT_EQ(Title(), "Use Two Virtual Interfaces"); // it was still on
+    Press(WXK_F1, wxMOD_SHIFT);
     HelpProbe other(nullptr);
     ShowAndWait(other);
-    EXPECT_FALSE(mode.IsOn());
+    Click(*other.ok);
+    EXPECT_EQ(other.okClicks, 1);
+    EXPECT_EQ(Title(), "");
 }
 
 TEST_F(WhatsThisTest, F1ShowsTheSameBalloonForTheControlWithTheFocus) {
@@ -147,13 +132,16 @@ TEST_F(WhatsThisTest, TheFramesBarsAndPanesAnswer) {
         {wxPoint(pane.x + 20, pane.GetBottom() + 12), "Status Bar"},
         {wxPoint(pane.x + pane.width * 3 / 4, pane.GetBottom() + 12), "CAPS Indicator"},
         {wxPoint(pane.GetRight() - 4, pane.GetBottom() + 12), "Size Box"},
-        {Find(*frame, *frame->GetHelp(), frame_area::kMaximizeButton), "Maximize Button"},
-        {Find(*frame, *frame->GetHelp(), frame_area::kTitleBar), "Application Title Bar"},
-        {Find(*frame, *frame->GetHelp(), frame_area::kLeftEdge), "Left Edge"},
     };
     for (const auto& [point, title] : cases) {
-        EXPECT_EQ(Ask(*frame, *frame->GetHelp(), point), title);
+        EXPECT_EQ(Ask(point), title);
     }
+    const wxPoint caption = Caption(*frame, "Application Title Bar");
+    CaptionButton(*frame, "Maximize Button", caption);
+    ClickAt(CaptionButton(*frame, "Context Help Button", caption));
+    ClickAt(cases[0].first);
+    EXPECT_EQ(Title(), "Window Pane");
+    Find("Left Edge", frame->ClientToScreen(wxPoint(-1, 60)), wxPoint(-1, 0));
     EXPECT_FALSE(frame->IsMaximized());
     DismissBalloon();
     frame->Destroy();

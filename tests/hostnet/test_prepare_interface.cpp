@@ -22,23 +22,6 @@ protected:
     INTERFACE_INFO info;
 };
 
-TEST_F(PrepareInterfaceTest, AsksForTheAddressThatIsMissing) {
-    PrepareInterface(info, network);
-    EXPECT_EQ(info.adapterMac, kMacA);
-    EXPECT_EQ(info.netMask, kMask24);
-    EXPECT_TRUE(info.inAdapterSubnet);
-    EXPECT_EQ(info.broadcastText, L"10.0.0.255");
-    const auto& [handle, asked] = library.lastArp;
-    EXPECT_EQ(handle, -1) << "the interface is not open yet";
-    EXPECT_EQ(std::memcmp(asked.protocolAddress, "\x0A\0\0\x01", 4), 0);
-
-    info.adapterIp = {};
-    PrepareInterface(info, network);
-    EXPECT_EQ(library.arpRequests, (std::vector<std::uint32_t>{VNETX_SIOCGARP, VNETX_SIOCGRARP}));
-    EXPECT_EQ(std::memcmp(asked.hardwareAddress, kMacA.Bytes().data(), 6), 0);
-    EXPECT_EQ(info.adapterIp, Ipv4Address(10, 0, 0, 1));
-}
-
 TEST_F(PrepareInterfaceTest, TheMaskOfASecondaryAddressAndTheBroadcastThatIsSet) {
     info.adapterIp = {10, 7, 0, 1};
     info.adapterMac = kMacA;

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "hostnet/adapter_text.h"
-#include "hostnet/address_validation.h"
 #include "hostnet/banner.h"
 #include "hostnet/scripted_host.h"
 
@@ -21,17 +20,6 @@ TEST(AdapterTexts, TheUnitOfTheSpeed) {
                                       {0, L"0.0 Mbps (unknown)"}}) {
         EXPECT_EQ(LinkSpeedText(speed), text);
     }
-}
-
-// What else is refused is tested with the parsers (wrenlib) and the dialog's check (guest).
-TEST(Validation, TheAddressesOfTheList) {
-    ScriptedHost host;
-    host.adapters.entries = {MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24), MakeAdapter(L"b", kMacB)};
-    ASSERT_TRUE(host.network.InitFPAdaptersList());
-    EXPECT_TRUE(ValidateAdapterIPAddress(L"10.0.0.1", host.network));
-    EXPECT_FALSE(ValidateAdapterIPAddress(L"1.0.0.10", host.network)) << "the bytes the other way round";
-    EXPECT_FALSE(ValidateAdapterIPAddress(L"0.0.0.0", host.network)) << "no adapter's address";
-    EXPECT_TRUE(ValidateAdapterMACAddress(L"02:00:00:00:00:0b", host.network));
 }
 
 TEST(WrapText, BreaksAtBlanksAndCutsOnlyWhatMustBeCut) {

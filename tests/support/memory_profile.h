@@ -1,9 +1,8 @@
-// A profile in memory: keeps a record of what is done to it, and refuses to be written where it is told to.
+// A profile in memory, which refuses to be written where it is told to.
 #pragma once
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "platform/profile.h"
 
@@ -18,11 +17,9 @@ public:
         return Read(texts, name, std::wstring(defaultValue));
     }
     bool WriteNumber(std::wstring_view name, std::uint32_t value) override {
-        calls.push_back(std::wstring(name) + L"=" + std::to_wstring(value));
         return !refusing && (numbers[std::wstring(name)] = value, true);
     }
     bool WriteText(std::wstring_view name, std::wstring_view value) override {
-        calls.push_back(std::wstring(name) + L"=" + std::wstring(value));
         return !refusing && (texts[std::wstring(name)] = value, true);
     }
     std::wstring Location() const override { return L"memory"; }
@@ -30,13 +27,12 @@ public:
 
     std::map<std::wstring, std::uint32_t> numbers;
     std::map<std::wstring, std::wstring> texts;
-    std::vector<std::wstring> calls; // "read NumPings", "NumPings=3"
     bool refusing = false;
 
 private:
     template <typename Value>
-    Value Read(const std::map<std::wstring, Value>& values, std::wstring_view name, Value defaultValue) {
-        calls.push_back(L"read " + std::wstring(name));
+    static Value Read(const std::map<std::wstring, Value>& values, std::wstring_view name,
+                      Value defaultValue) {
         const auto found = values.find(std::wstring(name));
         return found != values.end() ? found->second : defaultValue;
     }

@@ -1,10 +1,9 @@
-"""The program's main job from the first window to the saved report, also over a real wire and under load."""
+"""The program's main job from the first window to the saved report, also under load. Over a real wire:
+test_ordinary_user.py."""
 
 import re
-import time
 
 from cases import DesktopCase
-from lab import network
 
 PINGS = r" Sending ping #(\d+) bytes="
 REPLIES = r" Reply to ping #(\d+) received"
@@ -14,10 +13,11 @@ def numbers(pattern, text):
     return [int(number) for number in re.findall(pattern, text)]
 
 
-class JobCase(DesktopCase):
-    def job(self, target):
+class MainJob(DesktopCase):
+    def test_from_the_first_window_to_the_saved_report(self):
         """A ping test to the end, its document saved: in order, complete, every line stamped."""
-        program = self.program
+        program, target = self.program, "198.18.0.2"
+        program.start_guest()
         program.start_ping(target, Count=3, Delay=100)
         program.wait_ping_end()
         self.assertIn("Sent 3, Received 3, Loss 0%", program.chart())
@@ -35,16 +35,10 @@ class JobCase(DesktopCase):
         program.choose("f", "Exit")  # what is saved is not asked for
         self.assertTrue(program.ended(), program.complaints())
 
-
-class MainJob(JobCase):
     def close_while_pinging(self, answer):
         self.program.start_ping(Count=60000, Delay=1)
         self.desktop.keys("alt+F4")
         self.program.answer(answer)
-
-    def test_simulated_lan(self):
-        self.program.start_guest()
-        self.job("198.18.0.2")
 
     def test_stopping_a_test_and_closing_with_saving_while_pinging(self):
         program, path = self.program, self.desktop.path / "running.vnt"
@@ -82,34 +76,3 @@ class MainJob(JobCase):
         text = self.program.save(self.desktop.path / "load.vnt")
         self.assertEqual(numbers(PINGS, text), list(range(1, 65536)))
         self.assertEqual(sorted(numbers(REPLIES, text)), list(range(1, 65536)))
-
-
-class RealWire(JobCase):
-    """The same over a veth pair, to the kernel in a network namespace of its own."""
-
-    arguments = None
-
-    def test_veth(self):
-        if network.why_no_namespaces():
-            self.skipTest(network.why_no_namespaces())
-        network.remove_leftovers()
-        peer = network.Namespace("peer")
-        self.addCleanup(peer.remove)
-        for command in (f"link add vnxui0 type veth peer name vnxui1 netns {peer.name}",
-                        "address add 10.86.0.1/24 dev vnxui0", "link set vnxui0 up",
-                        f"-n {peer.name} address add 10.86.0.2/24 dev vnxui1", f"-n {peer.name} link set vnxui1 up"):
-            network.ip(*command.split())
-        program = self.program = self.start("--library", "pcap")
-        dialog = program.choose_dialog("t", 'Start "Vantor"...', "VNXTest64UD Parameters")
-        dialog.find("radio button", "Tap").click()
-        for name, address in (("Guest", "10.86.0.111"), ("Host adapter", "10.86.0.1")):
-            for field, part in enumerate(address.split("."), 1):
-                dialog.find("text", f"{name} IP address of interface 1, field {field} of 4").fill(part)
-        dialog.find("text", "Guest MAC address of interface 1").fill("")
-        self.desktop.keys("Return")
-        self.wait(lambda: not dialog.showing, "the dialog is closed")
-        time.sleep(0.5)
-        for question in program.dialogs():  # whether there is a gateway depends on the machine
-            program.press(question, "Proceed")
-        program.wait_no_dialog()
-        self.job("10.86.0.2")

@@ -105,20 +105,6 @@ TEST_F(OutputView, KeepsTextAsItIsAndRefusesTyping) {
     EXPECT_FALSE(m_text->CanUndo());
 }
 
-TEST_F(OutputView, SaysThatItIsFullAndGoesOnAfterANewStart) {
-    m_text->Destroy();
-    m_text = std::make_unique<COutputText>(m_frame.get(), 100U).release();
-    m_text->AppendLines(Lines(1));
-    m_text->AppendLines(Lines(3, 1));
-    m_text->AppendLines(Lines(1, 4));
-    EXPECT_EQ(Text(), Lines(2) +
-                          "** The report is full, what follows is left out. Save it and start a new one "
-                          "(Ctrl+N).\n");
-    m_text->EmptyText();
-    m_text->AppendLines(Lines(1));
-    EXPECT_EQ(Text(), Lines(1));
-}
-
 TEST_F(OutputView, FindGoesRoundAndSelects) {
     m_text->AppendLines("alpha beta\ngamma Beta\ndelta betas\n");
     m_text->GotoPos(0);

@@ -1,10 +1,6 @@
 #include "ui/ping_history.h"
 
-#include <array>
-
 #include <gtest/gtest.h>
-
-#include "ui/ping_chart.h"
 
 namespace vnxtest {
 namespace {
@@ -113,17 +109,6 @@ TEST(PingHistory, EveryPingFallsToAColumnAndNoMarkIsLost) {
     EXPECT_EQ(history.ColumnOf(2, 101), 100U);
     history.Finish({0, {Ping(0, 1)}});
     EXPECT_EQ(history.ColumnOf(0, 101), 50U) << "what was stopped early fills the width";
-}
-
-TEST(PingChart, LabelsItsGridWithWhereTheLinesStand) {
-    for (const auto& [top, labels] :
-         {std::pair(1U, std::array{"0 ms", "0.25 ms", "0.5 ms", "0.75 ms", "1 ms"}),
-          std::pair(10U, std::array{"0 ms", "2.5 ms", "5 ms", "7.5 ms", "10 ms"}),
-          std::pair(50U, std::array{"0 ms", "12.5 ms", "25 ms", "37.5 ms", "50 ms"})}) {
-        for (unsigned line = 0; line < labels.size(); ++line) {
-            EXPECT_EQ(Milliseconds(top * line / 4.0), labels[line]);
-        }
-    }
 }
 
 } // namespace

@@ -42,6 +42,7 @@ public:
     IpAddressCtrl* address = nullptr;
     MacEntryCtrl* mac = nullptr;
     NumberEntry* number = nullptr;
+    wxTextCtrl* numberText = nullptr; // its edit
     wxCheckBox* box = nullptr;
     wxButton* disabled = nullptr;
     wxButton* ok = nullptr;

@@ -122,7 +122,7 @@ TEST_F(AddressTest, IsOneStopOfTheTabKeyAndOneTargetOfItsMnemonicAndOfClicks) {
     Press('A', wxMOD_ALT);
     EXPECT_EQ(Focus(), 0);
     Press('N', wxMOD_ALT); // out of the control
-    EXPECT_EQ(wxWindow::FindFocus(), m_dialog->number->Edit());
+    EXPECT_EQ(wxWindow::FindFocus(), m_dialog->numberText);
     const wxRect place = m_dialog->address->GetScreenRect();
     // Beside the fields where they are ours.
     ClickAt(IsSystemsOwn() ? wxPoint(place.x + place.width * 7 / 8, place.y + place.height / 2)
@@ -188,7 +188,7 @@ TEST_F(DesktopTest, NumberEntryStepsInItsRangeAndJudgesWhatIsTypedWhenAsked) {
                                         {"-1", kRange},
                                         {"99999999999999999999", kRange},
                                         {"8x", "Enter an integer."}}) {
-        number.Edit()->ChangeValue(text);
+        m_dialog->numberText->ChangeValue(text);
         EXPECT_EQ(number.RangeMessage(), message) << text;
     }
 }

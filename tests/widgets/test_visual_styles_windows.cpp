@@ -62,22 +62,6 @@ TEST_F(VisualStyles, CompositionIsNeverActiveOnWindows11) {
     EXPECT_THAT(Take(), HasSubstr(L"FAILED! rc = 127 (0x0000007F): "));
 }
 
-TEST_F(VisualStyles, WhatIsMissingFailsAndIsTracedInItsOwnWords) {
-    CVisualStylesXP styles(true);
-    styles.DwmSetWindowAttribute = {nullptr, "DwmSetWindowAttribute", E_NOTIMPL};
-    styles.GetThemeSysFont = {nullptr, "GetThemeSysFont", E_NOTIMPL};
-    LOGFONTW font{};
-    EXPECT_FALSE(styles.SetNonClientRendering(nullptr, false));
-    EXPECT_FALSE(styles.AllowNonClientPaint(nullptr));
-    EXPECT_FALSE(styles.GetCaptionFont(nullptr, font));
-    const std::wstring text = Take();
-    constexpr const wchar_t* kCode = L" FAILED! rc = 2147500033 (0x80004001): ";
-    for (const std::wstring call : {L"DwmSetWindowAttribute( DWMWA_NCRENDERING_POLICY )",
-                                    L"DwmSetWindowAttribute( DWMWA_ALLOW_NCPAINT )", L"GetThemeSysFont()"}) {
-        EXPECT_THAT(text, HasSubstr(call + kCode));
-    }
-}
-
 // With composition and without it: a failing call of the window manager leads to the classic look.
 TEST_F(VisualStyles, AFailingWindowManagerLeavesNoTheme) {
     const HMODULE self = GetModuleHandleW(nullptr);
