@@ -9,7 +9,7 @@
 #include "support/guest_fixture.h"
 #include "support/output_fixture.h"
 #include "support/quiet_host.h"
-#include "vnetx/sim.h"
+#include "vnetx/sim/sim.h"
 
 namespace vnxtest {
 
