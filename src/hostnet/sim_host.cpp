@@ -4,7 +4,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "vnetx/sim_lan.h"
+#include "vnetx/sim/sim_lan.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {

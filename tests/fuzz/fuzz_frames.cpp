@@ -18,8 +18,8 @@
 #include "packets/reply_scope.h"
 #include "ping/receive_path.h"
 #include "support/quiet_host.h"
-#include "vnetx/builtin.h"
-#include "vnetx/capture.h"
+#include "vnetx/pcap/capture.h"
+#include "vnetx/pcap/pcap_library.h"
 
 namespace vnxtest {
 

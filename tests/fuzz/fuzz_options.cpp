@@ -3,7 +3,7 @@
 
 #include "cli/options.h"
 #include "fuzz_input.h"
-#include "vnetx/sim_options.h"
+#include "vnetx/sim/sim_options.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace vnxtest;

@@ -2,7 +2,7 @@
 // options, and the LAN's own count, exactly.
 
 #include "guest/sim_guest.h"
-#include "vnetx/sim_fate.h"
+#include "vnetx/sim/sim_fate.h"
 
 namespace vnxtest {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "hostnet/scripted_host.h"
 #include "hostnet/sim_host.h"
-#include "vnetx/sim_lan.h"
+#include "vnetx/sim/sim_lan.h"
 #include "wrenlib/errors.h"
 
 namespace vnxtest {

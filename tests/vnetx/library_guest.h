@@ -12,9 +12,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "vnetx/guest_mac.h"
+#include "vnetx/driver/guest_mac.h"
 #include "vnetx/records.h"
-#include "vnetx/sim.h"
+#include "vnetx/sim/sim.h"
 
 namespace vnxtest {
 

@@ -64,7 +64,7 @@ void ProbeDialog::Fill() {
     row("Box", box, kBox, "Use two");
     row("Disabled", disabled, kDisabled, "Disabled");
     number->SetRange(8, 65507);
-    numberText = dynamic_cast<wxTextCtrl*>(number->FindWindow(ids::kGuestIp2));
+    numberText = dynamic_cast<wxTextCtrl*>(number->FindWindow(kNumber));
     disabled->Disable();
     auto* sizer = MakeChild<wxBoxSizer>(wxVERTICAL);
     sizer->Add(rows, wxSizerFlags().Border(wxALL, 20));

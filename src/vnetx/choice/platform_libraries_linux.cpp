@@ -1,0 +1,21 @@
+#include "vnetx/choice/platform_libraries.h"
+
+#include "vnetx/pcap/pcap_library.h"
+#include "vnetx/tun/tun_library.h"
+
+namespace vnxtest {
+
+std::unique_ptr<VnetxLibrary> OpenAutoLibrary(std::wstring&) {
+    return MakePcapLibrary();
+}
+
+std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring&) {
+    return MakeTunLibrary();
+}
+
+std::wstring KnownLibraries() {
+    return L"Choose auto (which is pcap), pcap, tun, sim, sim:OPTIONS, or a shared library that exports the "
+           L"interface library's functions, by its path or by its file name ending in .so.";
+}
+
+} // namespace vnxtest

@@ -1,0 +1,54 @@
+#include "vnetx/choice/platform_libraries.h"
+
+#include "vnetx/bound_library.h"
+#include "vnetx/forwarding_library.h"
+#include "vnetx/pcap/pcap_library.h"
+#include "wrenlib/format.h"
+#include "wrenlib/shared_object.h"
+
+namespace vnxtest {
+
+namespace {
+
+constexpr const wchar_t* kPackageLibrary = L"Vnetx64UD.dll";
+
+// A built-in library in the place of the package's.
+class StandIn final : public ForwardingLibrary {
+public:
+    StandIn(std::unique_ptr<VnetxLibrary> library, std::wstring why)
+        : ForwardingLibrary(*library), m_library(std::move(library)), m_why(std::move(why)) {}
+    std::wstring WhyNotThePackage() const override { return m_why; }
+
+private:
+    const std::unique_ptr<VnetxLibrary> m_library;
+    const std::wstring m_why;
+};
+
+} // namespace
+
+// The package's library where the package is installed. One that is there but cannot be used is an
+// error of its own, not a reason to take another.
+std::unique_ptr<VnetxLibrary> OpenAutoLibrary(std::wstring& error) {
+    std::wstring places;
+    if (FindSharedObject(kPackageLibrary, places)) {
+        return BindVnetxLibrary(kPackageLibrary, error);
+    }
+    return std::make_unique<StandIn>(
+        MakePcapLibrary(), Sprintf(L"%s was not found in %s. The library pcap, which is built into this "
+                                   L"program, takes its place.",
+                                   std::wstring(kPackageLibrary), places));
+}
+
+std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring& error) {
+    error = L"The library \"tun\" uses a device of the Linux kernel: Windows has none.";
+    return nullptr;
+}
+
+std::wstring KnownLibraries() {
+    return L"Choose auto (which is Vnetx64UD.dll where it is installed, else pcap), pcap, sim, sim:OPTIONS, "
+           L"or a "
+           L"shared library that exports the interface library's functions, by its path or by its file name "
+           L"ending in .dll.";
+}
+
+} // namespace vnxtest

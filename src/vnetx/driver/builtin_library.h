@@ -1,0 +1,58 @@
+// What every built-in library does the same way: its handles, its version, the pure functions and
+// the questions about the host's own adapters that need no open handle.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "vnetx/driver/handle_table.h"
+#include "vnetx/driver/virtual_interface.h"
+#include "vnetx/library.h"
+
+namespace vnxtest {
+
+// The version of the built-in libraries is the program's own.
+inline constexpr int kBuiltinVersion[4] = {3, 9, 0, 6222};
+inline constexpr const char* kBuiltinVersionText = "3.9.0.6222";
+inline constexpr const char* kBuiltinCopyright = "Copyright (c) VNXTest developers";
+
+class BuiltinLibrary : public VnetxLibrary {
+public:
+    // `moduleName` is what the report calls it: "built-in pcap".
+    explicit BuiltinLibrary(std::wstring_view moduleName) : m_moduleName(moduleName) {}
+
+    std::int32_t Open(const char* name, std::int32_t flags) override;
+    void Close(std::int32_t handle) override;
+    std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override;
+    std::int32_t Read(std::int32_t handle, void* buffer, std::uint32_t size) override;
+    std::int32_t Write(std::int32_t handle, const void* frame, std::uint32_t length) override;
+    std::int32_t GetStats(std::int32_t handle, VnetxStatistics* record) override;
+    std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override;
+    void BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) override;
+    const char* GetDefaultIface() override;
+    std::int32_t SetDebugOutputFunc(VnetxDebugOutput callback) override;
+    void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
+                        std::int32_t* build) override;
+    const char* VersionString() override { return kBuiltinVersionText; }
+    const char* CopyrightString() override { return kBuiltinCopyright; }
+    std::optional<std::uint64_t> DroppedByDriver(std::int32_t handle) override;
+    std::wstring ModuleName() const override { return m_moduleName; }
+    std::wstring ModulePath() const override { return {}; }
+
+protected:
+    // What a reader of the next interface waits at; null with errno set.
+    virtual std::unique_ptr<ReaderGate> MakeGate(bool socketNotify) { return ReaderGate::Make(socketNotify); }
+    // The interface of the host adapter `name` with `gate` for its handle; null with errno set.
+    virtual std::unique_ptr<VirtualInterface>
+    MakeInterface(std::string_view name, std::unique_ptr<ReaderGate> gate, bool socketNotify) = 0;
+    const std::atomic<VnetxDebugOutput>& DebugSink() const { return m_debugOutput; }
+
+private:
+    const std::wstring m_moduleName;
+    HandleTable<VirtualInterface> m_handles;
+    std::atomic<VnetxDebugOutput> m_debugOutput{nullptr};
+};
+
+} // namespace vnxtest

@@ -1,0 +1,90 @@
+// The neighbour queries of an open interface: what is known first, then one ARP exchange (RFC 826)
+// or RARP exchange (RFC 903), bounded in time.
+//
+// The exchange has a small capture of its own, so that it works whether or not anybody reads. A thread
+// that reads must not wait for it; it asks beside its work, and only so often as it should for strangers.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "vnetx/driver/reader_gate.h"
+#include "vnetx/pcap/capture.h"
+#include "vnetx/pcap/neighbours.h"
+
+namespace vnxtest {
+
+class ArpResolver {
+public:
+    static constexpr auto kExchangeTime = std::chrono::milliseconds(150);
+    static constexpr auto kRepeatAfter = std::chrono::milliseconds(50);
+
+    // Who asks.
+    struct Asker {
+        MacAddress mac;
+        Ipv4Address ip;
+    };
+    // The questions of reading threads: so many within the time that an exchange may take, so many within a
+    // second.
+    static constexpr std::size_t kMostAtATime = 16;
+    static constexpr std::size_t kMostASecond = 64;
+
+    // Told of every frame that an exchange has sent.
+    using SentFunction = std::function<void(std::span<const std::uint8_t> frame)>;
+
+    // Null with errno set: Capture::Open says which, and `tell` is its.
+    static std::unique_ptr<ArpResolver> Open(const std::string& device, NeighbourTable& table,
+                                             SentFunction sent,
+                                             const std::function<void(const std::string&)>& tell);
+
+    // The MAC of `address`; zero when nobody answered within kExchangeTime, or lately.
+    MacAddress Resolve(const Asker& asker, Ipv4Address address);
+    // The address of `mac`; zero likewise.
+    Ipv4Address ResolveReverse(const Asker& asker, MacAddress mac);
+    // Asks without waiting for the answer, which whoever reads the frames will learn from. On a reading
+    // thread only within the limits above; false when it was not asked.
+    bool Ask(const Asker& asker, Ipv4Address address);
+
+    // The captures, to be closed; nothing is asked any more.
+    std::vector<std::unique_ptr<Capture>> TakeCaptures();
+
+    // True when this resolver asked for `address` within the last second: an answer is for it.
+    bool HasAsked(Ipv4Address address);
+
+private:
+    struct Exchange;
+
+    ArpResolver(NeighbourTable& table, SentFunction sent, std::unique_ptr<Capture> capture,
+                std::unique_ptr<Capture> reverseCapture, std::unique_ptr<ReaderGate> gate)
+        : m_table(table), m_sent(std::move(sent)), m_capture(std::move(capture)),
+          m_reverseCapture(std::move(reverseCapture)), m_gate(std::move(gate)) {}
+
+    void Send(Capture& capture, std::span<const std::uint8_t> frame);
+    void NoteAsked(Ipv4Address address);
+    bool MayReaderAsk();
+    bool Run(Capture& capture, Exchange& exchange, std::span<const std::uint8_t> question);
+
+    NeighbourTable& m_table;
+    const SentFunction m_sent;
+
+    std::mutex m_exchangeMutex; // one exchange at a time
+    // Both are there from the start: the right to open them may be gone later.
+    std::unique_ptr<Capture> m_capture;
+    std::unique_ptr<Capture> m_reverseCapture;
+    const std::unique_ptr<ReaderGate> m_gate;
+
+    std::mutex m_askedMutex;                                        // of the two below
+    std::deque<NeighbourTable::Clock::time_point> m_askedByReaders; // in the last second
+    std::vector<std::pair<Ipv4Address, NeighbourTable::Clock::time_point>> m_asked;
+    std::unordered_map<std::uint64_t, NeighbourTable::Clock::time_point>
+        m_silentMacs; // under m_exchangeMutex
+};
+
+} // namespace vnxtest

@@ -1,0 +1,244 @@
+// The `tun` library: the kernel's own TUN/TAP device, with the host as the guest's only neighbour.
+#include "vnetx/tun/tun_library.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include <netlink/route/link.h>
+#include <unistd.h>
+
+#include "packets/ethernet.h"
+#include "packets/ipv4_packet.h"
+#include "vnetx/driver/adapter_watch.h"
+#include "vnetx/driver/builtin_library.h"
+#include "vnetx/failure.h"
+#include "vnetx/host/host_links.h"
+#include "vnetx/host/route_netlink_linux.h"
+#include "vnetx/tun/tun_device_linux.h"
+
+namespace vnxtest {
+namespace {
+
+constexpr std::uint32_t kDefaultMtu = 1500;
+constexpr std::uint32_t kMaximumTunMtu =
+    65521; // what the kernel allows an Ethernet-like device less its header
+
+class TunInterface final : public VirtualInterface {
+public:
+    TunInterface(const HostLink& adapter, std::unique_ptr<ReaderGate> gate, bool socketNotify,
+                 const std::atomic<VnetxDebugOutput>& debugSink)
+        : VirtualInterface(std::move(gate), socketNotify, debugSink), m_adapterIndex(adapter.index),
+          m_adapterName(adapter.captureName), m_adapter(adapter) {}
+    ~TunInterface() override { Gate().StopWatching(); }
+
+    // The kernel counts as sent in vain what finds the device's queue full.
+    std::optional<std::uint64_t> DroppedByDriver() override {
+        const RouteNetlink socket = ConnectRouteNetlink();
+        rtnl_link* link = nullptr;
+        if (!socket ||
+            rtnl_link_get_kernel(socket.get(), static_cast<int>(m_device.Index()), nullptr, &link) < 0) {
+            return std::nullopt;
+        }
+        const std::uint64_t dropped = rtnl_link_get_stat(link, RTNL_LINK_TX_DROPPED);
+        rtnl_link_put(link);
+        return dropped;
+    }
+
+private:
+    int Attach(InterfaceMode mode, std::string& name) override {
+        const int code = m_device.Create(mode == InterfaceMode::Tap);
+        name = m_device.Name();
+        return Told(code);
+    }
+
+    int BringUp() override {
+        const auto hostEnd = HostIp().IsZero() ? AdapterAddress() : std::optional(HostIp());
+        if (!hostEnd || GuestIp().IsZero()) {
+            return EADDRNOTAVAIL;
+        }
+        TunSettings settings;
+        settings.adapter = m_adapterName;
+        settings.hostEnd = *hostEnd;
+        settings.guest = GuestIp();
+        settings.mtu = Mtu() != 0 ? Mtu() : kDefaultMtu;
+        const std::uint32_t header = IsTap() ? EthernetView::kLength : 0;
+        if (m_largestFrame == 0) { // the MTU stays what it was the first time
+            m_largestFrame = settings.mtu + header;
+        }
+        // The kernel counts its queue in frames: as many as the buffer asked for holds.
+        settings.queueLength = std::max(1u, DeviceBufferSize() / m_largestFrame);
+        settings.guestMac = m_mac = GuestMac();
+        if (const auto link = FindHostLinkByIndex(m_adapterIndex); link && !link->addresses.empty()) {
+            SetAdapterSubnet(link->addresses.front().address, link->addresses.front().mask);
+        }
+        return Told(m_device.BringUp(settings));
+    }
+
+    // `code`, once what the helper has to say to it has been said.
+    int Told(int code) const {
+        if (code != 0 && !m_device.Problem().empty()) {
+            Debug().TellRefusal("A device of /dev/net/tun", m_device.Problem());
+        }
+        return code;
+    }
+
+    void TakeDown() override { m_device.TakeDown(); }
+    std::uint32_t MaximumMtu() const override { return kMaximumTunMtu; }
+    // The adapter only lends the host's end its address: whatever becomes of it, frames go on to flow.
+    int Health() override {
+        m_adapter.Look(Name(), Debug());
+        return HostLinkHealth(m_device.Index());
+    }
+
+    std::optional<Ipv4Address> AdapterAddress() override {
+        const auto link = FindHostLinkByIndex(m_adapterIndex);
+        return link && !link->addresses.empty() ? std::optional(link->addresses.front().address)
+                                                : std::nullopt;
+    }
+
+    // Whatever the guest wants to reach on this link, the host is its next hop. A TUN has no MACs.
+    MacAddress FindNeighbour(Ipv4Address address) override {
+        return address == GuestIp() ? GuestMac() : m_device.HostMac();
+    }
+
+    Ipv4Address FindNeighbourByMac(MacAddress mac) override {
+        if (mac == m_device.HostMac() && !mac.IsZero()) {
+            return HostIp().IsZero() ? AdapterAddress().value_or(Ipv4Address()) : HostIp();
+        }
+        const auto link = FindHostLink(mac);
+        return link && !link->addresses.empty() ? link->addresses.front().address : Ipv4Address();
+    }
+
+    WaitObject FrameWaitObject() const override { return m_device.Get(); }
+
+    std::int32_t TakeFrame(std::uint8_t* buffer, std::uint32_t size) override {
+        // A buffer that is too small would be filled with a cut frame or none at all.
+        const bool direct = size >= m_largestFrame;
+        std::uint8_t* const into = direct ? buffer : m_spare.data();
+        const ssize_t got = read(m_device.Get(), into, direct ? size : m_spare.size());
+        if (got < 0) {
+            if (errno == EAGAIN || errno == EINTR) {
+                return 0;
+            }
+            return FailAs(errno);
+        }
+        const auto length = static_cast<std::uint32_t>(got);
+        auto& counters = Counters();
+        counters.NoteTransfer(length);
+        counters.reading.packets.Add();
+        counters.reading.bytes.Add(length);
+        if (!IsForGuest({into, length})) {
+            return 0;
+        }
+        Debug().PacketRead(Name(), {into, length}, IsTap());
+        if (!direct) {
+            if (length > size) {
+                counters.ignored.Add();
+                return Fail(EMSGSIZE);
+            }
+            std::memcpy(buffer, into, length);
+        }
+        return static_cast<std::int32_t>(length);
+    }
+
+    // Counts what the frame is; false when it is not to be delivered.
+    bool IsForGuest(std::span<const std::uint8_t> frame) {
+        auto& counters = Counters();
+        if (!IsTap()) {
+            if (!IsIpv4(frame)) {
+                counters.ignored.Add();
+                return false;
+            }
+            return true;
+        }
+        const auto header = ConstEthernetView::Over(frame);
+        if (!header) {
+            counters.ignored.Add();
+            return false;
+        }
+        const MacAddress destination = header->Destination();
+        if (header->Source().IsZero()) {
+            counters.reading.fromZeroMac.Add();
+        }
+        if (destination.IsZero()) {
+            counters.reading.toZeroMac.Add();
+        }
+        if (header->Source() == m_mac) {
+            counters.reading.fromOurself.Add();
+            return false;
+        }
+        if (destination != m_mac && !destination.IsGroup()) {
+            counters.ignored.Add();
+            return false;
+        }
+        return true;
+    }
+
+    std::int32_t WriteFrame(const std::uint8_t* frame, std::uint32_t length) override {
+        const auto ethernet = ConstEthernetView::Over({frame, length});
+        if (IsTap() ? !ethernet : length < ConstIpv4View::kLength || !IsIpv4({frame, length})) {
+            return Fail(EINVAL);
+        }
+        if (length > m_largestFrame) {
+            return Fail(EMSGSIZE);
+        }
+        auto& counting = Counters().writing;
+        counting.ios.Add();
+        if (write(m_device.Get(), frame, length) != static_cast<ssize_t>(length)) {
+            return FailAs(errno);
+        }
+        counting.packets.Add();
+        counting.bytes.Add(length);
+        if (IsTap()) {
+            if (ethernet->Destination().IsZero()) {
+                counting.toZeroMac.Add();
+            }
+            if (ethernet->Source().IsZero()) {
+                counting.fromZeroMac.Add();
+            }
+        }
+        Debug().PacketWritten(Name(), {frame, length}, IsTap());
+        return static_cast<std::int32_t>(length);
+    }
+
+    // The kernel's errors of a device that went down or away are told by what happened to it.
+    std::int32_t FailAs(int code) {
+        const int health = Health();
+        return Fail(health != 0 ? health : code);
+    }
+
+    bool IsTap() const { return Mode() == InterfaceMode::Tap; }
+
+    const std::uint32_t m_adapterIndex;
+    const std::string m_adapterName;
+    AdapterWatch m_adapter;
+    TunDevice m_device;
+    std::uint32_t m_largestFrame = 0;
+    MacAddress m_mac;
+    std::array<std::uint8_t, 65536> m_spare;
+};
+
+class TunLibrary final : public BuiltinLibrary {
+public:
+    TunLibrary() : BuiltinLibrary(L"built-in tun") {}
+
+private:
+    std::unique_ptr<VirtualInterface> MakeInterface(std::string_view name, std::unique_ptr<ReaderGate> gate,
+                                                    bool socketNotify) override {
+        const auto link = FindHostLinkByText(name);
+        if (!link) {
+            return nullptr;
+        }
+        return std::make_unique<TunInterface>(*link, std::move(gate), socketNotify, DebugSink());
+    }
+};
+
+} // namespace
+
+std::unique_ptr<VnetxLibrary> MakeTunLibrary() {
+    return std::make_unique<TunLibrary>();
+}
+
+} // namespace vnxtest
