@@ -16,7 +16,7 @@
 
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
-#include "vnetx/driver/virtual_interface.h"
+#include "vnetx/driver/interface_settings.h"
 #include "vnetx/sim/sim_counters.h"
 #include "vnetx/sim/sim_echo.h"
 #include "vnetx/sim/sim_options.h"

@@ -1,4 +1,4 @@
-#include "vnetx/sim/sim_interface.h"
+#include "vnetx/sim/sim_driver.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -24,80 +24,84 @@ bool IsGroupAddress(Ipv4Address address) {
 
 } // namespace
 
-SimInterface::SimInterface(std::shared_ptr<SimNetwork> network, std::shared_ptr<SimPort> port,
-                           std::unique_ptr<ReaderGate> gate, bool socketNotify,
-                           const std::atomic<VnetxDebugOutput>& debugSink)
-    : VirtualInterface(std::move(gate), socketNotify, debugSink), m_network(std::move(network)),
-      m_port(std::move(port)), m_limit(m_network->Options().mtu) {}
+SimDriver::SimDriver(std::shared_ptr<SimNetwork> network, std::shared_ptr<SimPort> port,
+                     InterfaceState& state)
+    : Driver(state), m_network(std::move(network)), m_port(std::move(port)),
+      m_limit(m_network->Options().mtu) {}
 
-SimInterface::~SimInterface() {
-    Gate().StopWatching();
+SimDriver::~SimDriver() {
     m_network->Retire(*m_port);
 }
 
-int SimInterface::Attach(InterfaceMode, std::string& name) {
+int SimDriver::Attach(InterfaceMode, std::string& name) {
     name = "sim" + std::to_string(m_port->Order());
     return 0;
 }
 
-int SimInterface::BringUp() {
-    if (GuestMac().IsZero()) {
+int SimDriver::SetUp(bool up) {
+    if (up) {
+        return BringUp();
+    }
+    m_network->PullOut(*m_port);
+    return 0;
+}
+
+int SimDriver::BringUp() {
+    const Ipv4Address guestIp = Settings().guestIp.Get();
+    if (Settings().GuestMac().IsZero()) {
         return EADDRNOTAVAIL;
     }
-    if (SimIsStation(GuestIp())) {
+    if (SimIsStation(guestIp)) {
         Debug().Tell(fmt::format("** Interface {}: a station of the simulated LAN has the guest's address {} "
                                  "already and gets what is meant for it. Choose one from {} to {}.",
-                                 Name(), ToNarrow(FormatIPAddr(GuestIp())),
+                                 Settings().name, ToNarrow(FormatIPAddr(guestIp)),
                                  ToNarrow(FormatIPAddr(kSimFirstFreeIp)),
                                  ToNarrow(FormatIPAddr(kSimLastFreeIp))));
     }
     m_batchSize = m_next = 0;
-    SetAdapterSubnet(kSimAdapterIp, kSimNetMask);
+    Settings().adapterIp.Set(kSimAdapterIp);
+    Settings().adapterMask.Set(kSimNetMask);
     RefreshIdentity();
     m_network->PlugIn(m_port);
     return 0;
 }
 
-void SimInterface::TakeDown() {
-    m_network->PullOut(*m_port);
+std::uint32_t SimDriver::MaximumMtu() const {
+    return Settings().IsTap() ? std::min(m_limit, kLargestRead - std::uint32_t{EthernetView::kLength})
+                              : m_limit;
 }
 
-std::uint32_t SimInterface::MaximumMtu() const {
-    return Mode() == InterfaceMode::Tap
-               ? std::min(m_limit, kLargestRead - std::uint32_t{EthernetView::kLength})
-               : m_limit;
-}
-
-MacAddress SimInterface::FindNeighbour(Ipv4Address address) {
+MacAddress SimDriver::FindMac(Ipv4Address address) {
     return m_network->FindMac(address, m_port.get());
 }
 
-Ipv4Address SimInterface::FindNeighbourByMac(MacAddress mac) {
+Ipv4Address SimDriver::FindIp(MacAddress mac) {
     return m_network->FindIp(mac, m_port.get());
 }
 
-int SimInterface::DoTimedWork() {
+int SimDriver::DoTimedWork() {
     RefreshIdentity();
     return -1;
 }
 
-std::int32_t SimInterface::TakeFrame(std::uint8_t* buffer, std::uint32_t size) {
-    while (true) {
-        if (m_next == m_batchSize) {
-            const auto now = SimWire::Clock::now();
-            if (!m_port->Wire().HasDue(now)) {
-                return 0;
-            }
-            const auto taken = m_port->Wire().Collect(now, IoBufferSize(), m_batch);
-            m_batchSize = taken.frames;
-            m_next = 0;
-            if (m_batchSize == 0) {
-                return 0;
-            }
-            if (taken.bytes > 0) {
-                Counters().NoteTransfer(static_cast<std::uint32_t>(taken.bytes));
-            }
-        }
+// Takes what is due from the wire; false when nothing is.
+bool SimDriver::Refill() {
+    const auto now = SimWire::Clock::now();
+    if (!m_port->Wire().HasDue(now)) {
+        return false;
+    }
+    const std::size_t most = Settings().ioBufferSize.load(std::memory_order_relaxed);
+    const auto taken = m_port->Wire().Collect(now, most, m_batch);
+    m_batchSize = taken.frames;
+    m_next = 0;
+    if (taken.bytes > 0) {
+        Counters().NoteTransfer(static_cast<std::uint32_t>(taken.bytes));
+    }
+    return m_batchSize != 0;
+}
+
+std::int32_t SimDriver::TakeFrame(std::span<std::uint8_t> buffer) {
+    while (m_next != m_batchSize || Refill()) {
         const SimFrame& frame = m_batch[m_next++];
         if (frame.tag == SimFrameTag::Tick) {
             m_network->Tick(*m_port);
@@ -107,21 +111,22 @@ std::int32_t SimInterface::TakeFrame(std::uint8_t* buffer, std::uint32_t size) {
         if (bytes.empty()) {
             continue;
         }
-        if (bytes.size() > size) {
+        if (bytes.size() > buffer.size()) {
             Counters().ignored.Add();
-            if (size >= kFullReadSize) {
+            if (buffer.size() >= kFullReadSize) {
                 continue; // as long as a reader can ask for
             }
             return Fail(EMSGSIZE);
         }
-        std::memcpy(buffer, bytes.data(), bytes.size());
+        std::memcpy(buffer.data(), bytes.data(), bytes.size());
         m_network->NoteRead(*m_port, frame.tag);
         return static_cast<std::int32_t>(bytes.size());
     }
+    return 0;
 }
 
 // Counts a frame and returns what the program is to get of it, which may be nothing.
-std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
+std::span<const std::uint8_t> SimDriver::Accept(const SimFrame& frame) {
     const std::span<const std::uint8_t> bytes(frame.bytes);
     auto& reading = Counters().reading;
     reading.packets.Add();
@@ -133,8 +138,8 @@ std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
     }
     reading.fromZeroMac.Add(header->Source().IsZero());
     reading.toZeroMac.Add(header->Destination().IsZero());
-    Debug().PacketRead(Name(), bytes, true);
-    if (Mode() == InterfaceMode::Tap) {
+    Debug().PacketRead(Settings().name, bytes, true);
+    if (Settings().IsTap()) {
         return bytes;
     }
     if (header->EtherType() == kEtherTypeArp && HandleArpInside(bytes)) {
@@ -150,41 +155,43 @@ std::span<const std::uint8_t> SimInterface::Accept(const SimFrame& frame) {
 
 // TUN: the guest's address is asked for, and the library answers for it (RFC 826). False when there is no
 // single station to answer, or its address is one that no host can have.
-bool SimInterface::HandleArpInside(std::span<const std::uint8_t> frame) {
+bool SimDriver::HandleArpInside(std::span<const std::uint8_t> frame) {
     const auto arp = ConstArpView::OverEthernetIpv4(frame.subspan(EthernetView::kLength));
     if (!arp) {
         return true;
     }
     const MacAddress senderMac = arp->SenderHardwareAddress();
     const Ipv4Address senderIp = arp->SenderProtocolAddress();
-    if (!IsAnotherStation(senderMac, GuestMac()) || !IsArpHost(senderIp, Scope())) {
+    if (!IsAnotherStation(senderMac, Settings().GuestMac()) || !IsArpHost(senderIp, Settings().Scope())) {
         return false;
     }
-    if (arp->Operation() == ArpOperation::Request && arp->TargetProtocolAddress() == GuestIp()) {
-        SendFrame(MakeArpFrame(senderMac, {ArpOperation::Reply, GuestMac(), GuestIp(), senderMac, senderIp}));
+    if (arp->Operation() == ArpOperation::Request &&
+        arp->TargetProtocolAddress() == Settings().guestIp.Get()) {
+        SendFrame(MakeArpFrame(senderMac, {ArpOperation::Reply, Settings().GuestMac(),
+                                           Settings().guestIp.Get(), senderMac, senderIp}));
     }
     return true;
 }
 
-std::int32_t SimInterface::WriteFrame(const std::uint8_t* frame, std::uint32_t length) {
+std::int32_t SimDriver::WriteFrame(std::span<const std::uint8_t> frame) {
     RefreshIdentity();
-    const std::uint32_t mtu = Mtu() != 0 ? Mtu() : MaximumMtu();
-    if (Mode() == InterfaceMode::Tun) {
-        return length > mtu ? Fail(EMSGSIZE) : WritePacket(frame, length);
+    const std::uint32_t mtu = Settings().Mtu() != 0 ? Settings().Mtu() : MaximumMtu();
+    if (!Settings().IsTap()) {
+        return frame.size() > mtu ? Fail(EMSGSIZE) : WritePacket(frame);
     }
-    if (length < EthernetView::kLength) {
+    if (frame.size() < EthernetView::kLength) {
         return Fail(EINVAL);
     }
-    if (length - EthernetView::kLength > mtu) {
+    if (frame.size() - EthernetView::kLength > mtu) {
         return Fail(EMSGSIZE);
     }
-    SendFrame({frame, length});
-    return static_cast<std::int32_t>(length);
+    SendFrame(frame);
+    return static_cast<std::int32_t>(frame.size());
 }
 
 // TUN: finds the next hop and puts the Ethernet header in front.
-std::int32_t SimInterface::WritePacket(const std::uint8_t* packet, std::uint32_t length) {
-    const auto ip = ConstIpv4View::Over({packet, length});
+std::int32_t SimDriver::WritePacket(std::span<const std::uint8_t> packet) {
+    const auto ip = ConstIpv4View::Over(packet);
     if (!ip || ip->Version() != 4) {
         return Fail(EINVAL);
     }
@@ -192,7 +199,7 @@ std::int32_t SimInterface::WritePacket(const std::uint8_t* packet, std::uint32_t
     MacAddress mac = MacAddress::Broadcast();
     if (!IsGroupAddress(destination)) {
         Ipv4Address hop = destination;
-        mac = FindNeighbour(hop);
+        mac = FindMac(hop);
         if (mac.IsZero() && !SimOnLan(hop)) {
             hop = kSimGatewayIp;
             mac = kSimGatewayMac;
@@ -202,23 +209,23 @@ std::int32_t SimInterface::WritePacket(const std::uint8_t* packet, std::uint32_t
         }
         if (mac.IsZero()) {
             Counters().ignored.Add(); // nobody has the address
-            return static_cast<std::int32_t>(length);
+            return static_cast<std::int32_t>(packet.size());
         }
     }
-    std::vector<std::uint8_t> frame(EthernetView::kLength + length);
-    EthernetView::Over(frame)->Emit({mac, GuestMac(), kEtherTypeIpv4});
-    std::memcpy(frame.data() + EthernetView::kLength, packet, length);
+    std::vector<std::uint8_t> frame(EthernetView::kLength + packet.size());
+    EthernetView::Over(frame)->Emit({mac, Settings().GuestMac(), kEtherTypeIpv4});
+    std::ranges::copy(packet, frame.begin() + EthernetView::kLength);
     SendFrame(frame);
-    return static_cast<std::int32_t>(length);
+    return static_cast<std::int32_t>(packet.size());
 }
 
 // TUN: the library's own question for a neighbour. The answer comes over the wire like any other.
-void SimInterface::ShowArpExchange(Ipv4Address neighbour) {
-    SendFrame(MakeArpFrame(MacAddress::Broadcast(),
-                           {ArpOperation::Request, GuestMac(), GuestIp(), MacAddress(), neighbour}));
+void SimDriver::ShowArpExchange(Ipv4Address neighbour) {
+    SendFrame(MakeArpFrame(MacAddress::Broadcast(), {ArpOperation::Request, Settings().GuestMac(),
+                                                     Settings().guestIp.Get(), MacAddress(), neighbour}));
 }
 
-void SimInterface::SendFrame(std::span<const std::uint8_t> frame) {
+void SimDriver::SendFrame(std::span<const std::uint8_t> frame) {
     const auto ethernet = ConstEthernetView::Over(frame);
     auto& writing = Counters().writing;
     writing.ios.Add();
@@ -226,7 +233,7 @@ void SimInterface::SendFrame(std::span<const std::uint8_t> frame) {
     writing.bytes.Add(static_cast<std::int64_t>(frame.size()));
     writing.toZeroMac.Add(ethernet->Destination().IsZero());
     writing.fromZeroMac.Add(ethernet->Source().IsZero());
-    Debug().PacketWritten(Name(), frame, true);
+    Debug().PacketWritten(Settings().name, frame, true);
     m_network->Transmit(*m_port, frame);
 }
 
