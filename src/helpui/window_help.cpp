@@ -9,10 +9,8 @@
 #include <wx/stattext.h>
 #include <wx/statusbr.h>
 
-#include "helpui/dialog_ids.h"
 #include "helpui/help_book.h"
-#include "helpui/help_registrations.h"
-#include "helpui/help_texts.h"
+#include "helpui/standard_help.h"
 #include "widgets/balloon.h"
 #include "widgets/frame_area.h"
 
@@ -101,14 +99,14 @@ wxWindow* FindInnermost(wxWindow& parent, const wxPoint& point) {
 
 } // namespace
 
-WindowHelp::WindowHelp(wxTopLevelWindow& window, int templateId, std::function<void(wxMenu&)> fillSystemMenu)
-    : m_window(window), m_templateId(templateId), m_fillSystemMenu(std::move(fillSystemMenu)),
-      m_mode(
-          window, [this](wxPoint point) { ShowHelpAt(point); },
-          [this](bool on) { m_button->SetPressed(on); }) {
-    RegisterWindowHelp(templateId, m_maps);
+WindowHelp::WindowHelp(wxTopLevelWindow& window, const HelpTable& table,
+                       std::function<void(wxMenu&)> fillSystemMenu)
+    : m_window(window), m_templateId(table.window), m_maps(RegisterHelp(table)),
+      m_fillSystemMenu(std::move(fillSystemMenu)), m_mode(
+                                                       window, [this](wxPoint point) { ShowHelpAt(point); },
+                                                       [this](bool on) { m_button->SetPressed(on); }) {
     CaptionCallbacks callbacks;
-    callbacks.name = wxString(std::wstring(*FindHelpString(kTextWhatsThisHelp)));
+    callbacks.name = wxString(std::wstring(kWhatsThisHelp));
     callbacks.help = [this] {
         DismissBalloon();
         m_mode.Enter();
@@ -239,7 +237,7 @@ void WindowHelp::ShowStatusBarHelp(const wxStatusBar& statusBar, const wxPoint& 
             return;
         }
     }
-    ShowPartHelp(frame_control::kStatusBar, wxRect(point, wxSize(1, 1)));
+    ShowPartHelp(frame_area::kStatusBar, wxRect(point, wxSize(1, 1)));
 }
 
 void WindowHelp::ShowPartHelp(int area, const wxRect& place) {

@@ -20,15 +20,12 @@ namespace vnxtest {
 
 class WindowHelp : public wxEvtHandler {
 public:
-    // Registers the help of `templateId` and puts the button into the caption. `fillSystemMenu`, if given,
-    // fills the window's menu each time before it is shown.
-    WindowHelp(wxTopLevelWindow& window, int templateId, std::function<void(wxMenu&)> fillSystemMenu);
+    // Registers `table` and puts the button into the caption. `fillSystemMenu`, if given, fills the window's
+    // menu each time before it is shown.
+    WindowHelp(wxTopLevelWindow& window, const HelpTable& table, std::function<void(wxMenu&)> fillSystemMenu);
     ~WindowHelp() override;
     WindowHelp(const WindowHelp&) = delete;
     WindowHelp& operator=(const WindowHelp&) = delete;
-
-    HelpMaps& Maps() { return m_maps; }
-    const HelpMaps& Maps() const { return m_maps; }
 
     // Makes `window` answer for the control number `controlId`, whatever its window id is: a label for
     // the control it names, a pane for the window's standard number.
@@ -66,8 +63,8 @@ private:
     void ShowPartHelp(int area, const wxRect& place);
 
     wxTopLevelWindow& m_window;
-    int m_templateId;
-    HelpMaps m_maps;
+    const int m_templateId;
+    const HelpMaps m_maps;
     std::map<const wxWindow*, int> m_assigned;
     std::function<void(wxMenu&)> m_fillSystemMenu;
     WhatsThisMode m_mode;

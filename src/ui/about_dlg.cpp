@@ -8,7 +8,6 @@
 #include <wx/stattext.h>
 #include <wx/uri.h>
 
-#include "helpui/dialog_ids.h"
 #include "helpui/help_book.h"
 #include "helpui/program_icons.h"
 #include "hostnet/report.h"
@@ -21,7 +20,35 @@ namespace vnxtest {
 
 namespace {
 
-namespace ids = about_control;
+// The numbers of the controls.
+namespace ids {
+constexpr int kVersionLine = 1028;
+constexpr int kLegalNotice = 1029;
+constexpr int kWebPage = 1030;
+constexpr int kSupportMail = 1031;
+constexpr int kHelpBook = 1032;
+} // namespace ids
+
+constexpr ControlHelp kControlHelp[] = {
+    {{kWindowItself},
+     6000,
+     L"About VNXTest64UD",
+     L"This box names the program and its version, and shows where to get help."},
+    {{ids::kVersionLine},
+     6001,
+     L"Version",
+     L"This is the name and the version of the program. Please mention the version whenever you report a problem."},
+    {{ids::kLegalNotice}, 6002, L"Legal Notice", L"This is the legal notice of the Netorra package."},
+    {{ids::kWebPage}, 6003, L"Web Page", L"Click here to open the Netorra web page in your browser."},
+    {{ids::kSupportMail},
+     6004,
+     L"Support Contact",
+     L"Click here to write a mail to the support contact. Its subject is filled in with the name and the version of the program."},
+    {{ids::kHelpBook}, 6603, L"Help Book", L"Click here to open the help book."},
+};
+
+constexpr HelpTable kHelp{135, {395, "about.html"}, kControlHelp};
+
 constexpr const wchar_t* kPlacement = L"About";
 constexpr int kIconSize = 48;
 
@@ -70,7 +97,7 @@ wxHyperlinkCtrl* MakeHelpLink(wxWindow* parent) {
 
 CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
     : CHelpButtonDlg(parent, wxID_ANY, "About VNXTest64UD"), m_placement(*this, profile, kPlacement) {
-    SetUpHelp(kDialogAbout);
+    SetUpHelp(kHelp);
     const int gap = Gap(*this);
     const ReportContext facts;
     const wxString version = wxString(facts.programVersion) + "-UD";

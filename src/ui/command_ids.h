@@ -1,5 +1,5 @@
-// The numbers of the window's commands, in one place. The numbers of the dialogs and their controls are
-// those of the help (helpui/dialog_ids.h).
+// The numbers of the window's commands, in one place. The numbers of a dialog and its controls stand
+// where the dialog is.
 //
 // They are the numbers that menus, accelerators and scripts know. The toolkit keeps identifiers as signed
 // 16-bit numbers on Windows; WindowId() is the form in which a command's number is given to it, and the

@@ -6,7 +6,6 @@
 #include <wx/sizer.h>
 #include <wx/statbox.h>
 
-#include "helpui/dialog_ids.h"
 #include "ui/dialog_layout.h"
 #include "widgets/make_child.h"
 
@@ -14,7 +13,53 @@ namespace vnxtest {
 
 namespace {
 
-namespace ids = debug_flags_control;
+// The numbers of the controls.
+namespace ids {
+constexpr int kOldNewValues = 1021;
+constexpr int kPacketContents = 1022;
+constexpr int kArpRead = 1023;
+constexpr int kArpWritten = 1024;
+constexpr int kOtherRead = 1025;
+constexpr int kOtherWritten = 1026;
+constexpr int kEnable = 1027;
+} // namespace ids
+
+constexpr ControlHelp kControlHelp[] = {
+    {{kWindowItself},
+     6500,
+     L"Debug Flags",
+     L"Use this dialog to choose whether the Vnetx library writes debugging messages, and which."},
+    {{ids::kOldNewValues},
+     6501,
+     L"Old/New Values",
+     L"Check this box to see the value before and after each change of a setting of an interface."},
+    {{ids::kPacketContents},
+     6502,
+     L"Packet Contents",
+     L"Check this box to see the contents of each traced packet besides its summary."},
+    {{ids::kArpRead},
+     6503,
+     L"ARP Packets Read",
+     L"Check this box to see each ARP packet that is read from an interface."},
+    {{ids::kArpWritten},
+     6504,
+     L"ARP Packets Written",
+     L"Check this box to see each ARP packet that is written to an interface."},
+    {{ids::kOtherRead},
+     6505,
+     L"Other Packets Read",
+     L"Check this box to see each packet other than ARP that is read from an interface."},
+    {{ids::kOtherWritten},
+     6506,
+     L"Other Packets Written",
+     L"Check this box to see each packet other than ARP that is written to an interface."},
+    {{ids::kEnable},
+     6507,
+     L"Enable Debugging Messages",
+     L"Check this box to have debugging messages written at all. While it is cleared the boxes below keep their check marks but have no effect."},
+};
+
+constexpr HelpTable kHelp{136, {390, "debug_flags.html"}, kControlHelp};
 
 struct TraceBox {
     int id;
@@ -36,7 +81,7 @@ constexpr std::array kTraceBoxes = {
 
 CDebugFlagsDialog::CDebugFlagsDialog(wxWindow* parent, bool enabled, std::uint32_t flags)
     : CHelpButtonDlg(parent, wxID_ANY, "Set Debug Flags"), m_enabled(enabled), m_flags(flags) {
-    SetUpHelp(kDialogDebugFlags);
+    SetUpHelp(kHelp);
     const int gap = Gap(*this);
     auto* const content = MakeChild<wxBoxSizer>(wxVERTICAL);
     m_enableBox = MakeChild<wxCheckBox>(this, ids::kEnable, " Ena&ble debugging messages:");

@@ -4,7 +4,6 @@
 #include <wx/sizer.h>
 #include <wx/utils.h>
 
-#include "helpui/dialog_ids.h"
 #include "hostnet/address_validation.h"
 #include "ui/dialog_layout.h"
 #include "ui/product.h"
@@ -14,13 +13,34 @@
 
 namespace vnxtest {
 
+namespace {
+
+// The numbers of the controls.
+namespace ids {
+constexpr int kGatewayIp = 1000;
+} // namespace ids
+
+constexpr ControlHelp kControlHelp[] = {
+    {{kWindowItself},
+     6300,
+     L"Default Gateway",
+     L"Use this dialog to define the default gateway. Packets for systems outside of the guest's own network are sent to it."},
+    {{ids::kGatewayIp},
+     6301,
+     L"Gateway IP Address",
+     L"Enter here the IP address of the default gateway. The address is checked with an ARP request before it is used."},
+};
+
+constexpr HelpTable kHelp{132, {335, "default_gateway.html"}, kControlHelp};
+
+} // namespace
+
 CDefaultGatewayDlg::CDefaultGatewayDlg(wxWindow* parent, HostNetwork& host)
     : CHelpButtonDlg(parent, wxID_ANY, "Define Default Gateway"), m_host(host) {
-    SetUpHelp(kDialogDefaultGateway);
+    SetUpHelp(kHelp);
     wxFlexGridSizer* const rows = MakeRows(*this);
     m_address = AddRow(rows, this, "Default &gateway:", [this] {
-        return MakeChild<IpAddressCtrl>(this, default_gateway_control::kGatewayIp,
-                                        "IP address of the default gateway");
+        return MakeChild<IpAddressCtrl>(this, ids::kGatewayIp, "IP address of the default gateway");
     });
     FinishDialog(*this, rows);
 }

@@ -2,7 +2,6 @@
 
 #include <wx/display.h>
 
-#include "helpui/dialog_ids.h"
 #include "helpui/help_book.h"
 #include "helpui/program_icons.h"
 #include "ui/about_dlg.h"
@@ -15,23 +14,50 @@
 namespace vnxtest {
 
 namespace {
+
 constexpr const wchar_t* kPlacement = L"MainFrame";
 // Device-independent pixels.
 constexpr int kSmallestWidth = 480;
 constexpr int kSmallestHeight = 320;
+
+constexpr ControlHelp kControlHelp[] = {
+    {{frame_control::kChartPane},
+     6600,
+     L"Ping Chart",
+     L"This chart shows the pings of the running test as their replies arrive: the round trip time of each, those that timed out, and those that were answered late.",
+     {312, "main_window.html#chart"}},
+    {{frame_area::kStatusField + kProgressField},
+     6601,
+     L"Progress",
+     L"This shows how much of the ping test is done."},
+    {{frame_area::kStatusField + kLibraryField},
+     6602,
+     L"Interface Library",
+     L"This is the interface library that the guest uses. When it is not that of the Netorra package, a test says nothing about Netorra."},
+};
+
+constexpr StandardTextUse kStandardTexts[] = {
+    {kWindowItself, 30135},
+    {frame_area::kTitleBar, 30151},
+    {frame_area::kStatusBar, 30132},
+    {frame_control::kOutputPane, 30135},
+};
+
+constexpr HelpTable kHelp{128, {310, "main_window.html"}, kControlHelp, kStandardTexts};
+
 } // namespace
 
 CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
     : CHelpButtonFrameWnd(&manager, nullptr, wxID_ANY, "VNXTest"), m_profile(profile),
       m_placement(*this, profile, kPlacement) {
-    SetUpHelp(kTemplateFrame);
+    SetUpHelp(kHelp);
     SetIcons(ProgramIcons());
     SetMenuBar(MakeMainMenu().release());
     SetAcceleratorTable(MakeAccelerators());
 
     m_statusBar = MakeChild<CStatusBar>(this);
     SetStatusBar(m_statusBar);
-    GetHelp()->Assign(*m_statusBar, frame_control::kStatusBar);
+    GetHelp()->Assign(*m_statusBar, frame_area::kStatusBar);
 
     // A report's lines with their time stamps, and a chart below them.
     const wxSize screen = wxDisplay(this).GetClientArea().GetSize();
@@ -57,13 +83,6 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
         m_placement.Save();
         event.Skip();
     });
-}
-
-void CMainFrame::RegisterHelp(HelpMaps& maps) {
-    maps.remap.Register(MakeHelpKey(kTemplateFrame, frame_area::kStatusField + kProgressField),
-                        MakeHelpKey(kTemplateFrame, frame_control::kProgress));
-    maps.remap.Register(MakeHelpKey(kTemplateFrame, frame_area::kStatusField + kLibraryField),
-                        MakeHelpKey(kTemplateFrame, frame_control::kLibrary));
 }
 
 void CMainFrame::FillSystemMenu(wxMenu& menu) {

@@ -9,6 +9,12 @@
 
 namespace vnxtest {
 
+// The numbers of the panes in the client area, for the help.
+namespace frame_control {
+inline constexpr int kChartPane = 1040;
+inline constexpr int kOutputPane = 0xE900;
+} // namespace frame_control
+
 class CMainFrame final : public CHelpButtonFrameWnd {
 public:
     // `profile` must outlive this; the window's place is kept there.
@@ -17,7 +23,6 @@ public:
     CStatusBar& StatusBar() { return *m_statusBar; }
 
 protected:
-    void RegisterHelp(HelpMaps& maps) override;
     bool HasSystemMenu() const override { return true; }
     void FillSystemMenu(wxMenu& menu) override;
 

@@ -7,7 +7,6 @@
 #include <wx/statbox.h>
 #include <wx/stattext.h>
 
-#include "helpui/dialog_ids.h"
 #include "ui/dialog_layout.h"
 #include "widgets/balloon.h"
 #include "widgets/ip_address_ctrl.h"
@@ -19,7 +18,69 @@ namespace vnxtest {
 
 namespace {
 
-namespace ids = parameters_control;
+// The numbers of the controls.
+namespace ids {
+constexpr int kGuestIp1 = 1000;
+constexpr int kAdapterIp1 = 1001;
+constexpr int kGuestIp2 = 1002;
+constexpr int kAdapterIp2 = 1003;
+constexpr int kAdapterMac1 = 1006;
+constexpr int kGuestMac1 = 1007;
+constexpr int kGuestMac2 = 1008;
+constexpr int kAdapterMac2 = 1009;
+constexpr int kUseTwo = 1012;
+constexpr int kTun1 = 1013;
+constexpr int kTap1 = 1014;
+constexpr int kTun2 = 1019;
+constexpr int kTap2 = 1020;
+} // namespace ids
+
+constexpr HelpTopic kModeTopic{321, "parameters.html#mode"};
+constexpr HelpTopic kAdapterTopic{327, "parameters.html#adapter"};
+
+constexpr ControlHelp kControlHelp[] = {
+    {{kWindowItself},
+     6200,
+     L"VNXTest64UD Parameters",
+     L"Use this dialog to define the virtual interfaces of the simulated \"Vantor\" instance and the host adapters they use. The first interface is required, the second one is optional."},
+    {{ids::kTun1, ids::kTun2},
+     6201,
+     L"Tun",
+     L"Select this option to open the interface in TUN mode. In this mode only IP packets are exchanged.",
+     kModeTopic},
+    {{ids::kTap1, ids::kTap2},
+     6202,
+     L"Tap",
+     L"Select this option to open the interface in TAP mode. In this mode Ethernet frames of any kind are exchanged, ARP packets among them.",
+     kModeTopic},
+    {{ids::kGuestIp1, ids::kGuestIp2},
+     6203,
+     L"Guest IP Address",
+     L"Enter here the IP address the simulated guest is to have. It should belong to the same network as the host adapter and must not be used by any other system.",
+     {323, "parameters.html#guest_ip"}},
+    {{ids::kGuestMac1, ids::kGuestMac2},
+     6204,
+     L"Guest MAC Address",
+     L"Enter here the optional MAC address the simulated guest is to have. The lowest bit (0x01, group) of its first byte must be off and the next one (0x02, locally administered) must be on, as in 02-00-5E-80-00-04. If you leave the field empty, an address is made from the guest's IP address.",
+     {325, "parameters.html#guest_mac"}},
+    {{ids::kAdapterIp1, ids::kAdapterIp2},
+     6205,
+     L"Host Adapter IP Address",
+     L"Enter here the IP address of the host adapter the interface is to use. Identify the adapter by either its IP address or its MAC address, but not both.",
+     kAdapterTopic},
+    {{ids::kAdapterMac1, ids::kAdapterMac2},
+     6206,
+     L"Host Adapter MAC Address",
+     L"Enter here the MAC address of the host adapter the interface is to use. Identify the adapter by either its IP address or its MAC address, but not both.",
+     kAdapterTopic},
+    {{ids::kUseTwo},
+     6207,
+     L"Use Two Virtual Interfaces",
+     L"Check this box to define a second virtual interface for this test.",
+     {329, "parameters.html#two"}},
+};
+
+constexpr HelpTable kHelp{130, {320, "parameters.html"}, kControlHelp};
 
 // What differs between the two interfaces: numbers, and mnemonics, which must be unique in the dialog.
 struct InterfaceFacts {
@@ -51,7 +112,7 @@ std::wstring TextOf(const IpAddressCtrl& control) {
 
 CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestParameters& parameters)
     : CHelpButtonDlg(parent, wxID_ANY, "VNXTest64UD Parameters"), m_host(host), m_parameters(parameters) {
-    SetUpHelp(kDialogParameters);
+    SetUpHelp(kHelp);
     const int gap = Gap(*this);
     auto* const content = MakeChild<wxBoxSizer>(wxVERTICAL);
     content->Add(MakeInterface(0, " Virtual Interface #1:  (required) "), wxSizerFlags().Expand());

@@ -9,7 +9,6 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
-#include "helpui/dialog_ids.h"
 #include "ui/dialog_layout.h"
 #include "widgets/accessible_name.h"
 #include "widgets/balloon.h"
@@ -23,7 +22,64 @@ namespace vnxtest {
 
 namespace {
 
-namespace ids = ping_who_control;
+// The numbers of the controls.
+namespace ids {
+constexpr int kCount = 1007;
+constexpr int kCountSpin = 1008;
+constexpr int kInterface1 = 1009;
+constexpr int kInterface2 = 1010;
+constexpr int kDelay = 1011;
+constexpr int kDelaySpin = 1012;
+constexpr int kTimeout = 1013;
+constexpr int kTimeoutSpin = 1014;
+constexpr int kSize = 1015;
+constexpr int kSizeSpin = 1016;
+constexpr int kTo = 1020;
+} // namespace ids
+
+constexpr ControlHelp kControlHelp[] = {
+    {{kWindowItself},
+     6100,
+     L"Ping Test",
+     L"Use this dialog to define the Ping Test parameters. Performing a ping test verifies proper Netorra communication."},
+    {{ids::kInterface1},
+     6101,
+     L"Interface 1",
+     L"Select this option to perform the ping test using the first or only defined virtual interface.",
+     {350, "ping_who.html#interface1"}},
+    {{ids::kInterface2},
+     6102,
+     L"Interface 2",
+     L"Select this option to have the ping test use the second virtual interface instead.",
+     {351, "ping_who.html#interface2"}},
+    {{ids::kTo},
+     6103,
+     L"To",
+     L"Enter here the name or IP address of the target system the ping test is to communicate with.",
+     {353, "ping_who.html#to"}},
+    {{ids::kSize, ids::kSizeSpin},
+     6104,
+     L"Size",
+     L"Enter here the optional size of each ping packet. The default is 32 bytes.",
+     {355, "ping_who.html#size"}},
+    {{ids::kCount, ids::kCountSpin},
+     6105,
+     L"Count",
+     L"Enter here how many pings the test should send.",
+     {360, "ping_who.html#count"}},
+    {{ids::kTimeout, ids::kTimeoutSpin},
+     6106,
+     L"Timeout",
+     L"Enter here the maximum amount of time in milliseconds each ping should take before getting a response. The default is 1000 milliseconds (i.e. one second).",
+     {365, "ping_who.html#timeout"}},
+    {{ids::kDelay, ids::kDelaySpin},
+     6107,
+     L"Delay",
+     L"Enter here the amount of delay in milliseconds between each successive ping. This defines how quickly each ping is sent out.",
+     {371, "ping_who.html#delay"}},
+};
+
+constexpr HelpTable kHelp{131, {347, "ping_who.html"}, kControlHelp};
 
 // 65507 bytes and the two headers fill the largest IPv4 packet.
 constexpr int kLeastSize = 8;
@@ -46,7 +102,7 @@ bool Exchange(NumberEntry& entry, std::uint32_t& value) {
 
 CPingWhoDlg::CPingWhoDlg(wxWindow* parent, PingWhoParameters& parameters)
     : CHelpButtonDlg(parent, wxID_ANY, "Ping who?"), m_parameters(parameters), m_confirmed(parameters) {
-    SetUpHelp(kDialogPingWho);
+    SetUpHelp(kHelp);
     wxFlexGridSizer* const rows = MakeRows(*this);
 
     AddLabel(rows, this, "From:");

@@ -7,7 +7,6 @@
 #include <wx/sizer.h>
 #include <wx/utils.h>
 
-#include "helpui/dialog_ids.h"
 #include "hostnet/report.h"
 #include "ui/app.h"
 #include "ui/document.h"

@@ -24,6 +24,7 @@ inline constexpr int kBorder = 0xF012;
 inline constexpr int kRestoreButton = 0xF013;
 inline constexpr int kCloseButton = 0xF014;
 inline constexpr int kHelpButton = 0xF015;
+inline constexpr int kStatusBar = 0xE801;
 inline constexpr int kStatusField = 0xF100; // field n of a status bar is kStatusField + n
 
 } // namespace vnxtest::frame_area
