@@ -128,13 +128,26 @@ CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestP
 }
 
 wxSizer* CParametersDlg::MakeInterface(int index, const wxString& title) {
+    InterfaceControls& controls = m_interfaces[static_cast<std::size_t>(index)];
+    const int gap = Gap(*this);
+    auto* const group = MakeChild<wxStaticBoxSizer>(wxHORIZONTAL, this, title);
+    wxWindow* const box = group->GetStaticBox();
+    group->Add(MakeGuest(index, box), wxSizerFlags(1).Expand().Border(wxALL, gap));
+    group->Add(MakeAdapter(index, box), wxSizerFlags(1).Expand().Border(wxALL, gap));
+    controls.adapterIp->Bind(EVT_IP_ADDRESS_CHANGED,
+                             [this, &controls](wxCommandEvent&) { OnAdapterIp(controls); });
+    controls.adapterMac->Bind(wxEVT_TEXT, [this, &controls](wxCommandEvent& event) {
+        OnAdapterMac(controls);
+        event.Skip();
+    });
+    return group;
+}
+
+wxSizer* CParametersDlg::MakeGuest(int index, wxWindow* box) {
     const InterfaceFacts& facts = kInterfaces[static_cast<std::size_t>(index)];
     InterfaceControls& controls = m_interfaces[static_cast<std::size_t>(index)];
     const int gap = Gap(*this);
     const wxString name = facts.name;
-
-    auto* const group = MakeChild<wxStaticBoxSizer>(wxHORIZONTAL, this, title);
-    wxWindow* const box = group->GetStaticBox();
 
     auto* const guest = MakeChild<wxBoxSizer>(wxVERTICAL);
     auto* const mode = MakeChild<wxBoxSizer>(wxHORIZONTAL);
@@ -144,49 +157,40 @@ wxSizer* CParametersDlg::MakeInterface(int index, const wxString& title) {
     mode->Add(controls.tun, wxSizerFlags().Border(wxRIGHT, 3 * gap));
     mode->Add(controls.tap);
     guest->Add(mode, wxSizerFlags().Border(wxBOTTOM, 2 * gap));
-    wxFlexGridSizer* const guestRows = MakeRows(*this);
+    wxFlexGridSizer* const rows = MakeRows(*this);
     controls.guestIp = AddRow(
-        guestRows, box, facts.guestIpLabel,
+        rows, box, facts.guestIpLabel,
         [&] { return MakeChild<IpAddressCtrl>(box, facts.guestIp, "Guest IP address of " + name); },
         "(required)");
     controls.guestMac = AddRow(
-        guestRows, box, facts.guestMacLabel,
+        rows, box, facts.guestMacLabel,
         [&] { return MakeChild<MacEntryCtrl>(box, facts.guestMac, "Guest MAC address of " + name); },
         "(optional)");
-    guest->Add(guestRows, wxSizerFlags().Expand());
-    group->Add(guest, wxSizerFlags(1).Expand().Border(wxALL, gap));
+    guest->Add(rows, wxSizerFlags().Expand());
+    return guest;
+}
 
-    auto* const adapter = MakeChild<wxStaticBoxSizer>(wxVERTICAL, box, "Which host adapter to use:");
-    wxWindow* const adapterBox = adapter->GetStaticBox();
-    wxFlexGridSizer* const adapterRows = MakeRows(*this);
+wxSizer* CParametersDlg::MakeAdapter(int index, wxWindow* group) {
+    const InterfaceFacts& facts = kInterfaces[static_cast<std::size_t>(index)];
+    InterfaceControls& controls = m_interfaces[static_cast<std::size_t>(index)];
+    const wxString name = facts.name;
+
+    auto* const adapter = MakeChild<wxStaticBoxSizer>(wxVERTICAL, group, "Which host adapter to use:");
+    wxWindow* const box = adapter->GetStaticBox();
+    wxFlexGridSizer* const rows = MakeRows(*this);
     controls.adapterIp = AddRow(
-        adapterRows, adapterBox, facts.adapterIpLabel,
-        [&] {
-            return MakeChild<IpAddressCtrl>(adapterBox, facts.adapterIp,
-                                            "Host adapter IP address of " + name);
-        },
+        rows, box, facts.adapterIpLabel,
+        [&] { return MakeChild<IpAddressCtrl>(box, facts.adapterIp, "Host adapter IP address of " + name); },
         "(required)");
-    adapterRows->AddStretchSpacer();
-    adapterRows->Add(MakeChild<wxStaticText>(adapterBox, wxID_ANY, "-- or --"),
-                     wxSizerFlags().CentreHorizontal());
-    adapterRows->AddStretchSpacer();
+    rows->AddStretchSpacer();
+    rows->Add(MakeChild<wxStaticText>(box, wxID_ANY, "-- or --"), wxSizerFlags().CentreHorizontal());
+    rows->AddStretchSpacer();
     controls.adapterMac = AddRow(
-        adapterRows, adapterBox, facts.adapterMacLabel,
-        [&] {
-            return MakeChild<MacEntryCtrl>(adapterBox, facts.adapterMac,
-                                           "Host adapter MAC address of " + name);
-        },
+        rows, box, facts.adapterMacLabel,
+        [&] { return MakeChild<MacEntryCtrl>(box, facts.adapterMac, "Host adapter MAC address of " + name); },
         "(required)");
-    adapter->Add(adapterRows, wxSizerFlags().Expand().Border(wxALL, gap));
-    group->Add(adapter, wxSizerFlags(1).Expand().Border(wxALL, gap));
-
-    controls.adapterIp->Bind(EVT_IP_ADDRESS_CHANGED,
-                             [this, &controls](wxCommandEvent&) { OnAdapterIp(controls); });
-    controls.adapterMac->Bind(wxEVT_TEXT, [this, &controls](wxCommandEvent& event) {
-        OnAdapterMac(controls);
-        event.Skip();
-    });
-    return group;
+    adapter->Add(rows, wxSizerFlags().Expand().Border(wxALL, Gap(*this)));
+    return adapter;
 }
 
 void CParametersDlg::Fill(InterfaceControls& controls, const InterfaceParameters& parameters) {

@@ -37,7 +37,10 @@ private:
         MacEntryCtrl* adapterMac = nullptr;
     };
 
+    // The group of an interface, with its guest's addresses and its host adapter.
     wxSizer* MakeInterface(int index, const wxString& title);
+    wxSizer* MakeGuest(int index, wxWindow* box);
+    wxSizer* MakeAdapter(int index, wxWindow* group);
     void Fill(InterfaceControls& controls, const InterfaceParameters& parameters);
     InterfaceParameters Read(const InterfaceControls& controls) const;
     // Which controls can be used, after the box was clicked or an adapter was typed.

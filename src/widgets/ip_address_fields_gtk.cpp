@@ -51,7 +51,10 @@ private:
     int EntryHeight();
     void OnPaint(wxPaintEvent& event);
     void OnChar(int field, wxKeyEvent& event);
+    void OnTyped(int field, wxChar typed);
     void OnTypedDigit(int field, wxChar digit);
+    // A key that types nothing. False when it is the field's own.
+    bool OnKey(int field, const wxKeyEvent& event);
     void OnSeparator(int field);
     void OnText(int field, wxCommandEvent& event);
     void OnPaste(int field);
@@ -60,6 +63,8 @@ private:
     // otherwise.
     bool Insert(int field, const wxString& digits);
     void Refuse(int field);
+    // With nothing selected.
+    bool IsCaretAt(int field, long position) const;
     // Puts the caret into another field; false when there is no such field.
     bool MoveTo(int field, long position);
     void EraseAt(int field, long position);
@@ -177,68 +182,64 @@ void EntryFields::OnChar(int field, wxKeyEvent& event) {
     }
     const wxChar typed = event.GetUnicodeKey();
     if (typed > L' ' && typed != WXK_DELETE && !event.HasModifiers()) {
-        if (typed >= L'0' && typed <= L'9') {
-            OnTypedDigit(field, typed);
-        } else if (typed == L'.' || typed == L',') {
-            OnSeparator(field);
-        } else {
-            wxBell();
-        }
-        return;
+        OnTyped(field, typed);
+    } else if (!OnKey(field, event)) {
+        event.Skip();
     }
-    wxTextCtrl* entry = Field(field);
-    long from = 0;
-    long to = 0;
-    entry->GetSelection(&from, &to);
-    const bool selection = from != to;
+}
+
+void EntryFields::OnTyped(int field, wxChar typed) {
+    if (typed >= L'0' && typed <= L'9') {
+        OnTypedDigit(field, typed);
+    } else if (typed == L'.' || typed == L',') {
+        OnSeparator(field);
+    } else {
+        wxBell();
+    }
+}
+
+bool EntryFields::OnKey(int field, const wxKeyEvent& event) {
     const bool plain = !event.HasAnyModifiers();
-    const long caret = entry->GetInsertionPoint();
-    const long end = entry->GetLastPosition();
-    bool done = false;
     switch (event.GetKeyCode()) {
     case WXK_SPACE:
         OnSeparator(field);
-        done = true;
-        break;
+        return true;
     case WXK_TAB:
         LeaveByTab(!event.ShiftDown());
-        done = true;
-        break;
+        return true;
     case WXK_LEFT:
     case WXK_NUMPAD_LEFT:
-        done = plain && !selection && caret == 0 && MoveTo(field - 1, kFieldEnd);
-        break;
+        return plain && IsCaretAt(field, 0) && MoveTo(field - 1, kFieldEnd);
     case WXK_RIGHT:
     case WXK_NUMPAD_RIGHT:
-        done = plain && !selection && caret == end && MoveTo(field + 1, 0);
-        break;
+        return plain && IsCaretAt(field, Field(field)->GetLastPosition()) && MoveTo(field + 1, 0);
     case WXK_BACK:
-        if (caret == 0 && !selection && MoveTo(field - 1, kFieldEnd)) {
+        if (IsCaretAt(field, 0) && MoveTo(field - 1, kFieldEnd)) {
             EraseAt(field - 1, Field(field - 1)->GetLastPosition() - 1);
-            done = true;
+            return true;
         }
-        break;
+        return false;
     case WXK_DELETE:
     case WXK_NUMPAD_DELETE:
-        if (caret == end && !selection && MoveTo(field + 1, 0)) {
+        if (IsCaretAt(field, Field(field)->GetLastPosition()) && MoveTo(field + 1, 0)) {
             EraseAt(field + 1, 0);
-            done = true;
+            return true;
         }
-        break;
+        return false;
     case WXK_HOME:
     case WXK_NUMPAD_HOME:
-        done = plain && MoveTo(0, 0);
-        break;
+        return plain && MoveTo(0, 0);
     case WXK_END:
     case WXK_NUMPAD_END:
-        done = plain && MoveTo(kIpFields - 1, kFieldEnd);
-        break;
+        return plain && MoveTo(kIpFields - 1, kFieldEnd);
     default:
-        break;
+        return false;
     }
-    if (!done) {
-        event.Skip();
-    }
+}
+
+bool EntryFields::IsCaretAt(int field, long position) const {
+    const wxTextCtrl* entry = Field(field);
+    return !entry->HasSelection() && entry->GetInsertionPoint() == position;
 }
 
 bool EntryFields::Insert(int field, const wxString& digits) {
