@@ -14,8 +14,8 @@
 #include "platform/atomic_file.h"
 #include "platform/profile.h"
 #include "platform/terminal.h"
+#include "ui/dialogs/task_dialogs.h"
 #include "ui/product.h"
-#include "ui/task_dialogs.h"
 #include "ui/view.h"
 
 namespace vnxtest {

@@ -9,13 +9,13 @@
 
 #include "hostnet/report.h"
 #include "ui/app.h"
+#include "ui/dialogs/parameters_dlg.h"
+#include "ui/dialogs/ping_who_dlg.h"
+#include "ui/dialogs/task_dialogs.h"
 #include "ui/document.h"
-#include "ui/main_frame.h"
-#include "ui/menus.h"
-#include "ui/parameters_dlg.h"
-#include "ui/ping_who_dlg.h"
+#include "ui/frame/main_frame.h"
+#include "ui/frame/menus.h"
 #include "ui/product.h"
-#include "ui/task_dialogs.h"
 #include "widgets/make_child.h"
 #include "wrenlib/ticks.h"
 

@@ -1,10 +1,10 @@
-#include "ui/ping_history.h"
+#include "ui/chart/ping_history.h"
 
 #include <array>
 
 #include <gtest/gtest.h>
 
-#include "ui/ping_chart.h"
+#include "ui/chart/ping_chart.h"
 
 namespace vnxtest {
 namespace {

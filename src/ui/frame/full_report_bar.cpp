@@ -1,4 +1,4 @@
-#include "ui/full_report_bar.h"
+#include "ui/frame/full_report_bar.h"
 
 #include <utility>
 
@@ -7,7 +7,7 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
-#include "ui/dialog_layout.h"
+#include "ui/dialogs/dialog_layout.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

@@ -1,4 +1,4 @@
-#include "ui/parameters_dlg.h"
+#include "ui/dialogs/parameters_dlg.h"
 
 #include <wx/button.h>
 #include <wx/checkbox.h>
@@ -7,7 +7,7 @@
 #include <wx/statbox.h>
 #include <wx/stattext.h>
 
-#include "ui/dialog_layout.h"
+#include "ui/dialogs/dialog_layout.h"
 #include "widgets/balloon.h"
 #include "widgets/ip_address_ctrl.h"
 #include "widgets/mac_entry_ctrl.h"

@@ -1,11 +1,11 @@
-#include "ui/default_gateway_dlg.h"
+#include "ui/dialogs/default_gateway_dlg.h"
 
 #include <wx/msgdlg.h>
 #include <wx/sizer.h>
 #include <wx/utils.h>
 
 #include "hostnet/address_validation.h"
-#include "ui/dialog_layout.h"
+#include "ui/dialogs/dialog_layout.h"
 #include "ui/product.h"
 #include "widgets/balloon.h"
 #include "widgets/ip_address_ctrl.h"

@@ -1,12 +1,12 @@
-#include "ui/main_frame.h"
+#include "ui/frame/main_frame.h"
 
 #include <wx/display.h>
 
 #include "helpui/help_book.h"
 #include "helpui/program_icons.h"
-#include "ui/about_dlg.h"
-#include "ui/command_ids.h"
-#include "ui/menus.h"
+#include "ui/dialogs/about_dlg.h"
+#include "ui/frame/command_ids.h"
+#include "ui/frame/menus.h"
 #include "ui/product.h"
 #include "widgets/frame_area.h"
 #include "widgets/make_child.h"

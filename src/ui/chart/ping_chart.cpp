@@ -1,4 +1,4 @@
-#include "ui/ping_chart.h"
+#include "ui/chart/ping_chart.h"
 
 #include <algorithm>
 #include <array>

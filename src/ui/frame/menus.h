@@ -6,7 +6,7 @@
 #include <wx/accel.h>
 #include <wx/menu.h>
 
-#include "ui/command_ids.h"
+#include "ui/frame/command_ids.h"
 
 namespace vnxtest {
 

@@ -4,7 +4,7 @@
 
 #include <wx/window.h>
 
-#include "ui/ping_history.h"
+#include "ui/chart/ping_history.h"
 
 namespace vnxtest {
 

@@ -13,7 +13,7 @@
 #include <wx/event.h>
 
 #include "core/output_channel.h"
-#include "ui/output_text.h"
+#include "ui/text/output_text.h"
 
 namespace vnxtest {
 

@@ -1,4 +1,4 @@
-#include "ui/ping_who_dlg.h"
+#include "ui/dialogs/ping_who_dlg.h"
 
 #include <system_error>
 
@@ -9,7 +9,7 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
-#include "ui/dialog_layout.h"
+#include "ui/dialogs/dialog_layout.h"
 #include "widgets/accessible_name.h"
 #include "widgets/balloon.h"
 #include "widgets/make_child.h"

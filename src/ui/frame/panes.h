@@ -5,8 +5,8 @@
 #include <wx/splitter.h>
 
 #include "platform/profile.h"
-#include "ui/output_text.h"
-#include "ui/ping_chart.h"
+#include "ui/chart/ping_chart.h"
+#include "ui/text/output_text.h"
 
 namespace vnxtest {
 

@@ -1,8 +1,8 @@
-#include "ui/buffer_sizes_dlg.h"
+#include "ui/dialogs/buffer_sizes_dlg.h"
 
 #include <wx/sizer.h>
 
-#include "ui/dialog_layout.h"
+#include "ui/dialogs/dialog_layout.h"
 #include "widgets/make_child.h"
 #include "widgets/number_entry.h"
 

@@ -1,4 +1,4 @@
-#include "ui/find.h"
+#include "ui/text/find.h"
 
 #include <memory>
 

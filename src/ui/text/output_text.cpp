@@ -1,4 +1,4 @@
-#include "ui/output_text.h"
+#include "ui/text/output_text.h"
 
 #include <algorithm>
 #include <array>

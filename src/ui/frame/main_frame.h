@@ -4,7 +4,7 @@
 
 #include "helpui/help_button_wnd.h"
 #include "platform/profile.h"
-#include "ui/status_bar.h"
+#include "ui/frame/status_bar.h"
 #include "widgets/window_placement.h"
 
 namespace vnxtest {

@@ -8,8 +8,8 @@
 #include <span>
 #include <string>
 
+#include "ui/dialogs/task_dialogs.h"
 #include "ui/product.h"
-#include "ui/task_dialogs.h"
 
 namespace vnxtest {
 

@@ -1,4 +1,4 @@
-#include "ui/debug_flags_dialog.h"
+#include "ui/dialogs/debug_flags_dialog.h"
 
 #include <array>
 
@@ -6,7 +6,7 @@
 #include <wx/sizer.h>
 #include <wx/statbox.h>
 
-#include "ui/dialog_layout.h"
+#include "ui/dialogs/dialog_layout.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

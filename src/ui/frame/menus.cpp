@@ -1,4 +1,4 @@
-#include "ui/menus.h"
+#include "ui/frame/menus.h"
 
 #include <array>
 #include <span>

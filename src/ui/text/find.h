@@ -7,7 +7,7 @@
 
 #include <wx/fdrepdlg.h>
 
-#include "ui/output_text.h"
+#include "ui/text/output_text.h"
 
 namespace vnxtest {
 

@@ -1,4 +1,4 @@
-#include "ui/status_bar.h"
+#include "ui/frame/status_bar.h"
 
 #include <array>
 

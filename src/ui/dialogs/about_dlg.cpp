@@ -1,4 +1,4 @@
-#include "ui/about_dlg.h"
+#include "ui/dialogs/about_dlg.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@
 #include "helpui/program_icons.h"
 #include "hostnet/report.h"
 #include "platform/system_name.h"
-#include "ui/dialog_layout.h"
+#include "ui/dialogs/dialog_layout.h"
 #include "ui/product.h"
 #include "widgets/make_child.h"
 

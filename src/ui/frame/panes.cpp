@@ -1,4 +1,4 @@
-#include "ui/panes.h"
+#include "ui/frame/panes.h"
 
 #include <algorithm>
 #include <memory>

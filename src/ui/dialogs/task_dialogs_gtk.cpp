@@ -6,8 +6,8 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
+#include "ui/dialogs/task_dialogs.h"
 #include "ui/product.h"
-#include "ui/task_dialogs.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

@@ -1,4 +1,4 @@
-#include "ui/output_pump.h"
+#include "ui/text/output_pump.h"
 
 #include <algorithm>
 #include <chrono>
