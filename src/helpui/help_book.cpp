@@ -16,6 +16,7 @@
 #include "helpui/program_icons.h"
 #include "widgets/caption_button.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
@@ -118,7 +119,7 @@ bool HelpBook::Load() {
 bool HelpBook::OpenTopic(wxWindow* parent, const HelpTopic& topic) {
     const auto refuse = [this, parent](const wxString& message) {
         Close();
-        wxMessageBox(message, "VNXTest64UD", wxOK | wxICON_WARNING, parent);
+        wxMessageBox(message, kProductName, wxOK | wxICON_WARNING, parent);
         return false;
     };
     if (m_path.empty() || !wxFileName::FileExists(m_path)) {

@@ -15,8 +15,8 @@
 #include "ui/document.h"
 #include "ui/frame/main_frame.h"
 #include "ui/frame/menus.h"
-#include "ui/product.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 #include "wrenlib/ticks.h"
 
 namespace vnxtest {

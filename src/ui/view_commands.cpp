@@ -10,8 +10,8 @@
 #include "ui/dialogs/default_gateway_dlg.h"
 #include "ui/frame/main_frame.h"
 #include "ui/frame/menus.h"
-#include "ui/product.h"
 #include "ui/view.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 

@@ -10,11 +10,10 @@
 
 #include "helpui/help_book.h"
 #include "helpui/program_icons.h"
-#include "hostnet/report.h"
 #include "platform/system_name.h"
 #include "ui/dialogs/dialog_layout.h"
-#include "ui/product.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
@@ -96,11 +95,11 @@ wxHyperlinkCtrl* MakeHelpLink(wxWindow* parent) {
 } // namespace
 
 CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
-    : CHelpButtonDlg(parent, wxID_ANY, "About VNXTest64UD"), m_placement(*this, profile, kPlacement) {
+    : CHelpButtonDlg(parent, wxID_ANY, wxString("About ") + kProductName),
+      m_placement(*this, profile, kPlacement) {
     SetUpHelp(kHelp);
     const int gap = Gap(*this);
-    const ReportContext facts;
-    const wxString version = wxString(facts.programVersion) + "-UD";
+    const wxString version = wxString(kVersion) + "-UD";
 
     wxBitmap icon;
     icon.CopyFromIcon(ProgramIcons().GetIcon(FromDIP(wxSize(kIconSize, kIconSize))));
@@ -110,7 +109,7 @@ CAboutDlg::CAboutDlg(wxWindow* parent, Profile& profile)
     lines->Add(
         MakeChild<wxStaticText>(this, ids::kVersionLine, ProductDescription() + " -- Version " + version),
         wxSizerFlags().Border(wxBOTTOM, gap));
-    lines->Add(MakeChild<wxStaticText>(this, ids::kLegalNotice, facts.copyright),
+    lines->Add(MakeChild<wxStaticText>(this, ids::kLegalNotice, kCopyright),
                wxSizerFlags().Border(wxBOTTOM, gap));
     if (HasAddress(kProductPage)) {
         lines->Add(MakeLink(this, ids::kWebPage, kProductPage, kProductPage),

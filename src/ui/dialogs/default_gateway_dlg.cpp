@@ -6,10 +6,10 @@
 
 #include "hostnet/address_validation.h"
 #include "ui/dialogs/dialog_layout.h"
-#include "ui/product.h"
 #include "widgets/balloon.h"
 #include "widgets/ip_address_ctrl.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 

@@ -12,6 +12,7 @@
 #include "widgets/ip_address_ctrl.h"
 #include "widgets/mac_entry_ctrl.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -111,7 +112,8 @@ std::wstring TextOf(const IpAddressCtrl& control) {
 } // namespace
 
 CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestParameters& parameters)
-    : CHelpButtonDlg(parent, wxID_ANY, "VNXTest64UD Parameters"), m_host(host), m_parameters(parameters) {
+    : CHelpButtonDlg(parent, wxID_ANY, wxString(kProductName) + " Parameters"), m_host(host),
+      m_parameters(parameters) {
     SetUpHelp(kHelp);
     const int gap = Gap(*this);
     auto* const content = MakeChild<wxBoxSizer>(wxVERTICAL);

@@ -7,8 +7,8 @@
 #include <wx/stattext.h>
 
 #include "ui/dialogs/task_dialogs.h"
-#include "ui/product.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 

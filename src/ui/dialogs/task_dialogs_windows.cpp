@@ -9,7 +9,7 @@
 #include <string>
 
 #include "ui/dialogs/task_dialogs.h"
-#include "ui/product.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 

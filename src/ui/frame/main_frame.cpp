@@ -7,9 +7,9 @@
 #include "ui/dialogs/about_dlg.h"
 #include "ui/frame/command_ids.h"
 #include "ui/frame/menus.h"
-#include "ui/product.h"
 #include "widgets/frame_area.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
@@ -86,7 +86,7 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
 }
 
 void CMainFrame::FillSystemMenu(wxMenu& menu) {
-    AppendCommand(menu, kCmdAbout, "&About VNXTest64UD...");
+    AppendCommand(menu, kCmdAbout, wxString("&About ") + kProductName + "...");
 }
 
 void CMainFrame::OnAbout() {
