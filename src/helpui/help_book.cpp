@@ -14,7 +14,7 @@
 #include <wx/stdpaths.h>
 
 #include "helpui/program_icons.h"
-#include "widgets/caption_button.h"
+#include "widgets/caption/caption_button.h"
 #include "widgets/make_child.h"
 #include "wrenlib/product.h"
 

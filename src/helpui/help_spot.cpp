@@ -6,8 +6,8 @@
 #include <wx/menu.h>
 #include <wx/statusbr.h>
 
-#include "widgets/caption_button.h"
-#include "widgets/frame_area.h"
+#include "widgets/caption/caption_button.h"
+#include "widgets/caption/frame_area.h"
 
 namespace vnxtest {
 

@@ -16,7 +16,7 @@ class CaptionButton;
 
 struct HelpSpot {
     wxWindow* control = nullptr; // null: a part
-    int part = 0;                // a number of widgets/frame_area.h
+    int part = 0;                // a number of widgets/caption/frame_area.h
     wxRect place;                // what a balloon about the part points at, in screen coordinates
 };
 

@@ -26,7 +26,7 @@ inline constexpr int kMaximumControlId = 0xFFFF;
 
 // A text, and what shows it: a control, or two that are twins (an edit and its up-down control, the same
 // entry of two interfaces). A control's number is the id that it is created with, or that of a part of the
-// frame (widgets/frame_area.h). The number of a text is its own in the whole program.
+// frame (widgets/caption/frame_area.h). The number of a text is its own in the whole program.
 struct ControlHelp {
     std::array<int, 2> controls;
     int number;

@@ -1,6 +1,6 @@
 #include "helpui/standard_help.h"
 
-#include "widgets/frame_area.h"
+#include "widgets/caption/frame_area.h"
 
 namespace vnxtest {
 

@@ -6,7 +6,7 @@
 #include "helpui/help_spot.h"
 #include "helpui/standard_help.h"
 #include "widgets/balloon.h"
-#include "widgets/system_menu.h"
+#include "widgets/caption/system_menu.h"
 
 namespace vnxtest {
 

@@ -11,7 +11,7 @@
 #include "helpui/control_numbers.h"
 #include "helpui/help_keys.h"
 #include "helpui/whats_this_mode.h"
-#include "widgets/caption_button.h"
+#include "widgets/caption/caption_button.h"
 
 class wxMenu;
 

@@ -3,7 +3,7 @@
 
 #include "helpui/help_keys.h"
 #include "helpui/standard_help.h"
-#include "widgets/frame_area.h"
+#include "widgets/caption/frame_area.h"
 
 namespace vnxtest {
 namespace {

@@ -6,7 +6,7 @@
 #include <wx/menu.h>
 #include <wx/platinfo.h>
 
-#include "widgets/frame_area.h"
+#include "widgets/caption/frame_area.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

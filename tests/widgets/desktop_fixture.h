@@ -13,9 +13,9 @@
 #include <wx/uiaction.h>
 
 #include "widgets/balloon.h"
-#include "widgets/ip_address_ctrl.h"
-#include "widgets/mac_entry_ctrl.h"
-#include "widgets/number_entry.h"
+#include "widgets/entries/ip_address_ctrl.h"
+#include "widgets/entries/mac_entry_ctrl.h"
+#include "widgets/entries/number_entry.h"
 
 namespace vnxtest {
 

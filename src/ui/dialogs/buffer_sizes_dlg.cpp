@@ -3,8 +3,8 @@
 #include <wx/sizer.h>
 
 #include "ui/dialogs/dialog_layout.h"
+#include "widgets/entries/number_entry.h"
 #include "widgets/make_child.h"
-#include "widgets/number_entry.h"
 
 namespace vnxtest {
 

@@ -7,7 +7,7 @@
 #include "hostnet/address_validation.h"
 #include "ui/dialogs/dialog_layout.h"
 #include "widgets/balloon.h"
-#include "widgets/ip_address_ctrl.h"
+#include "widgets/entries/ip_address_ctrl.h"
 #include "widgets/make_child.h"
 #include "wrenlib/product.h"
 

@@ -9,8 +9,8 @@
 
 #include "ui/dialogs/dialog_layout.h"
 #include "widgets/balloon.h"
-#include "widgets/ip_address_ctrl.h"
-#include "widgets/mac_entry_ctrl.h"
+#include "widgets/entries/ip_address_ctrl.h"
+#include "widgets/entries/mac_entry_ctrl.h"
 #include "widgets/make_child.h"
 #include "wrenlib/product.h"
 #include "wrenlib/text.h"

@@ -7,7 +7,7 @@
 #include "ui/dialogs/about_dlg.h"
 #include "ui/frame/command_ids.h"
 #include "ui/frame/menus.h"
-#include "widgets/frame_area.h"
+#include "widgets/caption/frame_area.h"
 #include "widgets/make_child.h"
 #include "wrenlib/product.h"
 

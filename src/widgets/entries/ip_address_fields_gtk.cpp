@@ -1,7 +1,7 @@
 // The fields of an address entry where the system has no such control: four entries in one frame. The arrow
 // keys, Backspace and Delete at an end cross into the neighbour; Home and End go to the first and the last
 // field; a separator moves on when the field is not empty.
-#include "widgets/ip_address_fields.h"
+#include "widgets/entries/ip_address_fields.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,7 +15,7 @@
 #include <wx/utils.h>
 
 #include "widgets/accessible_name.h"
-#include "widgets/ip_address_ctrl.h"
+#include "widgets/entries/ip_address_ctrl.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

@@ -10,17 +10,15 @@
 
 #include <wx/containr.h>
 #include <wx/control.h>
-#include <wx/event.h>
 #include <wx/string.h>
+
+#include "widgets/entry_events.h"
 
 namespace vnxtest {
 
 class IpAddressFields;
 
-// Sent (as a wxCommandEvent, up the parents, with the control's id) after the user changed a field. The
-// functions that set the value send nothing.
-wxDECLARE_EVENT(EVT_IP_ADDRESS_CHANGED, wxCommandEvent);
-
+// Sends EVT_IP_ADDRESS_CHANGED.
 class IpAddressCtrl : public wxNavigationEnabled<wxControl> {
 public:
     // `accessibleName` is what a screen reader says, like "Guest IP address of interface 1".

@@ -1,4 +1,4 @@
-#include "widgets/mac_entry_ctrl.h"
+#include "widgets/entries/mac_entry_ctrl.h"
 
 #include <algorithm>
 #include <optional>

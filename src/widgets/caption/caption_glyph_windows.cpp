@@ -1,4 +1,4 @@
-#include "widgets/caption_glyph_windows.h"
+#include "widgets/caption/caption_glyph_windows.h"
 
 #include <algorithm>
 #include <cstdint>

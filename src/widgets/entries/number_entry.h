@@ -4,9 +4,10 @@
 
 #include <optional>
 
-#include <wx/event.h>
 #include <wx/panel.h>
 #include <wx/string.h>
+
+#include "widgets/entry_events.h"
 
 class wxSpinButton;
 class wxSpinEvent;
@@ -14,9 +15,7 @@ class wxTextCtrl;
 
 namespace vnxtest {
 
-// Sent (as a wxCommandEvent, up the parents, with the edit's id) after the user changed the number.
-wxDECLARE_EVENT(EVT_NUMBER_CHANGED, wxCommandEvent);
-
+// Sends EVT_NUMBER_CHANGED.
 class NumberEntry : public wxPanel {
 public:
     // The edit has `editId`, its up-down control `spinId`. `accessibleName` is what a screen reader says.

@@ -3,7 +3,7 @@
 // It is made of four entries which the toolkit does not know. Each is watched, so that the toolkit hears of
 // the focus and of clicks in them, and for what the control itself does not do: pasting and copying a whole
 // address.
-#include "widgets/ip_address_fields.h"
+#include "widgets/entries/ip_address_fields.h"
 
 #include <algorithm>
 #include <utility>
@@ -16,7 +16,7 @@
 #include <oleacc.h>
 
 #include "widgets/accessible_name.h"
-#include "widgets/ip_address_ctrl.h"
+#include "widgets/entries/ip_address_ctrl.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

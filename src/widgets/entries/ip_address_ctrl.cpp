@@ -1,4 +1,4 @@
-#include "widgets/ip_address_ctrl.h"
+#include "widgets/entries/ip_address_ctrl.h"
 
 #include <algorithm>
 
@@ -7,12 +7,10 @@
 #include "widgets/accessible_name.h"
 #include "widgets/balloon.h"
 #include "widgets/control_hints.h"
-#include "widgets/ip_address_fields.h"
+#include "widgets/entries/ip_address_fields.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {
-
-wxDEFINE_EVENT(EVT_IP_ADDRESS_CHANGED, wxCommandEvent);
 
 namespace {
 

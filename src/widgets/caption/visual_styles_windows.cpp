@@ -1,4 +1,4 @@
-#include "widgets/visual_styles_windows.h"
+#include "widgets/caption/visual_styles_windows.h"
 
 #include <dwmapi.h>
 #include <vssym32.h>

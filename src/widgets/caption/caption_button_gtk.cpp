@@ -1,6 +1,6 @@
 // The caption on GTK: a header bar as the window's title bar, with the help button before the window's own
 // buttons and, if asked for, a button for the window's menu at the other end.
-#include "widgets/caption_button.h"
+#include "widgets/caption/caption_button.h"
 
 #include <array>
 #include <string_view>
@@ -10,7 +10,7 @@
 #include <wx/frame.h>
 #include <wx/toplevel.h>
 
-#include "widgets/frame_area.h"
+#include "widgets/caption/frame_area.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {

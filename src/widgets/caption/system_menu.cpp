@@ -1,4 +1,4 @@
-#include "widgets/system_menu.h"
+#include "widgets/caption/system_menu.h"
 
 #include <utility>
 

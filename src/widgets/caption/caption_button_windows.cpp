@@ -1,7 +1,7 @@
 // The caption on Windows: the system's context help button for dialogs. A frame has minimize and maximize
 // buttons, beside which the system shows none: there a button of our own is drawn, before the others, with
 // the current visual style. Our items are put into the system's own menu of the window.
-#include "widgets/caption_button.h"
+#include "widgets/caption/caption_button.h"
 
 #include <algorithm>
 #include <utility>
@@ -14,9 +14,9 @@
 #include <commctrl.h>
 #include <vssym32.h>
 
-#include "widgets/caption_glyph_windows.h"
-#include "widgets/frame_area.h"
-#include "widgets/visual_styles_windows.h"
+#include "widgets/caption/caption_glyph_windows.h"
+#include "widgets/caption/frame_area.h"
+#include "widgets/caption/visual_styles_windows.h"
 
 namespace vnxtest {
 

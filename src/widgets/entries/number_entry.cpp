@@ -1,4 +1,4 @@
-#include "widgets/number_entry.h"
+#include "widgets/entries/number_entry.h"
 
 #include <algorithm>
 
@@ -12,8 +12,6 @@
 #include "widgets/make_child.h"
 
 namespace vnxtest {
-
-wxDEFINE_EVENT(EVT_NUMBER_CHANGED, wxCommandEvent);
 
 namespace {
 
