@@ -16,8 +16,8 @@
 #include <wx/frame.h>
 
 #include "core/output_channel.h"
-#include "ui/output_pump.h"
-#include "ui/output_text.h"
+#include "ui/text/output_pump.h"
+#include "ui/text/output_text.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

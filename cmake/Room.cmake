@@ -2,7 +2,7 @@
 # everything else (warnings, sanitizers, include path, PIC) is the same for all of them.
 
 add_library(vnxtest_options INTERFACE)
-target_include_directories(vnxtest_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_include_directories(vnxtest_options INTERFACE ${PROJECT_SOURCE_DIR}/src ${PROJECT_BINARY_DIR}/generated)
 target_compile_features(vnxtest_options INTERFACE cxx_std_20)
 target_compile_options(vnxtest_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual

@@ -13,11 +13,10 @@
 #include <wx/splitter.h>
 #include <wx/stdpaths.h>
 
-#include "helpui/help_topics.h"
 #include "helpui/program_icons.h"
-#include "widgets/caption_button.h"
+#include "widgets/caption/caption_button.h"
 #include "widgets/make_child.h"
-#include "wrenlib/trace.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
@@ -26,7 +25,6 @@ namespace {
 // Measures in characters, so that large fonts have room.
 const wxSize kFrameSize(128, 38);
 constexpr int kContentsWidth = 42;
-constexpr char kFirstPage[] = "index.html"; // of kTopicContents
 constexpr char kBookFile[] = "vnxtest.htb";
 HelpBook* g_current = nullptr;
 
@@ -105,16 +103,7 @@ HelpBook* HelpBook::Current() {
 }
 
 bool HelpBook::OpenContents(wxWindow* parent) {
-    return OpenTopic(parent, kTopicContents);
-}
-
-bool HelpBook::OpenTopic(wxWindow* parent, int topic) {
-    std::optional<std::string_view> page = FindHelpTopic(topic);
-    if (!page) {
-        WrenLibAfxTrace(L"the help book has no topic %d\n", topic);
-        page = FindHelpTopic(kTopicContents);
-    }
-    return Open(parent, wxString::FromUTF8(page->data(), page->size()));
+    return OpenTopic(parent, kContentsTopic);
 }
 
 bool HelpBook::Load() {
@@ -127,10 +116,10 @@ bool HelpBook::Load() {
     return m_viewer->m_controller.AddBook(wxFileName(m_path));
 }
 
-bool HelpBook::Open(wxWindow* parent, const wxString& page) {
+bool HelpBook::OpenTopic(wxWindow* parent, const HelpTopic& topic) {
     const auto refuse = [this, parent](const wxString& message) {
         Close();
-        wxMessageBox(message, "VNXTest64UD", wxOK | wxICON_WARNING, parent);
+        wxMessageBox(message, kProductName, wxOK | wxICON_WARNING, parent);
         return false;
     };
     if (m_path.empty() || !wxFileName::FileExists(m_path)) {
@@ -144,7 +133,8 @@ bool HelpBook::Open(wxWindow* parent, const wxString& page) {
     }
     Controller& controller = m_viewer->m_controller;
     const bool first = controller.GetFrame() == nullptr;
-    if (!controller.Show(page, page == kFirstPage)) {
+    const wxString page = wxString::FromUTF8(topic.page.data(), topic.page.size());
+    if (!controller.Show(page, topic.number == kContentsTopic.number)) {
         return refuse("The help book of Netorra is damaged:\n\n" + m_path);
     }
     if (wxHtmlHelpFrame* frame = controller.GetFrame()) {

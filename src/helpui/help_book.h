@@ -9,6 +9,8 @@
 
 #include <wx/string.h>
 
+#include "helpui/help_table.h"
+
 class wxWindow;
 
 namespace vnxtest {
@@ -25,11 +27,10 @@ public:
     // The application's book, or null when there is none.
     static HelpBook* Current();
 
-    // Shows the table of contents, or a topic (help_topics.h; an unknown number shows the contents).
-    // `parent` is the window whose user asked. False, and a message to the user, when there is no book or
-    // it cannot be read.
+    // Shows the table of contents, or a topic. `parent` is the window whose user asked. False, and a message
+    // to the user, when there is no book or it cannot be read.
     bool OpenContents(wxWindow* parent);
-    bool OpenTopic(wxWindow* parent, int topic);
+    bool OpenTopic(wxWindow* parent, const HelpTopic& topic);
 
     // Closes the book's window if it is open.
     void Close();
@@ -37,7 +38,6 @@ public:
 private:
     class Viewer;
     bool Load();
-    bool Open(wxWindow* parent, const wxString& page);
 
     wxString m_path;
     std::unique_ptr<Viewer> m_viewer;

@@ -1,9 +1,8 @@
 // A window with a help button in its caption and balloon help for every control: the class template over
 // the window class it extends, and the two instances the program uses.
 //
-// A derived dialog creates its controls and calls SetUpHelp with its template id; everything else (the
-// button, "What's This?" mode, F1, the Help button's topic, the standard buttons' texts) follows. The
-// texts and the registrations of the program's own windows are in help_texts.h and help_registrations.h.
+// A derived dialog creates its controls and calls SetUpHelp with its table of help; everything else (the
+// button, "What's This?" mode, F1, the Help button's topic, the standard buttons' texts) follows.
 #pragma once
 
 #include <memory>
@@ -29,21 +28,17 @@ public:
 
     // Call once, after the window was created and before it is first shown. The controls may be created
     // before or after it.
-    void SetUpHelp(int templateId) {
+    void SetUpHelp(const HelpTable& table) {
         m_help = std::make_unique<WindowHelp>(
-            *this, templateId,
+            *this, table,
             HasSystemMenu() ? std::function<void(wxMenu&)>([this](wxMenu& menu) { FillSystemMenu(menu); })
                             : std::function<void(wxMenu&)>());
-        RegisterHelp(m_help->Maps());
     }
 
     // The help of this window; null before SetUpHelp.
     WindowHelp* GetHelp() const { return m_help.get(); }
 
 protected:
-    // Registrations of the derived window beyond those of help_registrations.h.
-    virtual void RegisterHelp(HelpMaps&) {}
-
     // A window that answers true gets a menu of its own in its caption, which FillSystemMenu may add
     // items to whenever it pops up; their commands go to the window. The state items (restore, minimize,
     // maximize) stand before them, "Close" behind. SetUpHelp asks once.

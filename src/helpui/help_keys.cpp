@@ -1,50 +1,84 @@
 #include "helpui/help_keys.h"
 
-#include "helpui/help_texts.h"
-#include "helpui/help_topics.h"
+#include "helpui/standard_help.h"
 #include "wrenlib/format.h"
 
 namespace vnxtest {
+
+namespace {
+
+// A standard text stands under template 0 and its own number; what shows it is mapped there.
+HelpKey StandardKey(int number) {
+    return MakeHelpKey(0, number);
+}
+
+void RegisterStandardTexts(int window, HelpMaps& maps) {
+    for (const StandardHelp& each : StandardHelpTexts()) {
+        maps.strings.Register(StandardKey(each.number), each.number);
+        maps.texts[each.number] = {std::wstring(each.title), std::wstring(each.text)};
+        if (each.part != 0) {
+            maps.remap.Register(MakeHelpKey(window, each.part), StandardKey(each.number));
+        }
+    }
+}
+
+void RegisterControl(HelpKey key, const ControlHelp& help, HelpMaps& maps) {
+    maps.strings.Register(key, help.number);
+    if (help.topic.number != 0) {
+        maps.topics[key] = help.topic;
+    }
+}
+
+} // namespace
 
 std::optional<int> CHelpStringsMap::Find(HelpKey key) const {
     const auto found = m_strings.find(key);
     return found == m_strings.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<std::uint32_t> CHelpIdRemap::Find(HelpKey key) const {
+std::optional<HelpKey> CHelpIdRemap::Find(HelpKey key) const {
     const auto found = m_targets.find(key);
     return found == m_targets.end() ? std::nullopt : std::optional(found->second);
 }
 
-HelpText SplitHelpText(std::wstring_view text) {
-    const std::size_t end = text.find(L'\n');
-    if (end == std::wstring_view::npos) {
-        return {std::wstring(text), {}};
+HelpMaps RegisterHelp(const HelpTable& table) {
+    HelpMaps maps;
+    RegisterStandardTexts(table.window, maps);
+    for (const StandardTextUse& use : table.standardTexts) {
+        maps.remap.Register(MakeHelpKey(table.window, use.control), StandardKey(use.number));
     }
-    return {std::wstring(text.substr(0, end)), std::wstring(text.substr(end + 1))};
+    maps.topics[MakeHelpKey(table.window)] = table.topic;
+    for (const ControlHelp& help : table.controls) {
+        maps.texts[help.number] = {std::wstring(help.title), std::wstring(help.text)};
+        const auto [control, twin] = help.controls;
+        RegisterControl(MakeHelpKey(table.window, control), help, maps);
+        if (twin != kWindowItself) {
+            RegisterControl(MakeHelpKey(table.window, twin), help, maps);
+        }
+    }
+    return maps;
 }
 
 std::optional<HelpText> FindHelp(const HelpMaps& maps, HelpKey key) {
     const std::optional<int> id = maps.strings.Find(maps.remap.Follow(key));
-    const std::optional<std::wstring_view> text = id ? FindHelpString(*id) : std::nullopt;
-    return text ? std::optional(SplitHelpText(*text)) : std::nullopt;
+    const auto text = id ? maps.texts.find(*id) : maps.texts.end();
+    return text == maps.texts.end() ? std::nullopt : std::optional(text->second);
 }
 
 HelpText LookUpHelp(const HelpMaps& maps, HelpKey key) {
     if (std::optional<HelpText> text = FindHelp(maps, key)) {
         return *std::move(text);
     }
-    // The fallback's body has line breaks of its own and its title is a text by itself: it is not split.
-    return {Sprintf(*FindHelpString(kTextNoHelp), key & 0xFFFFU),
-            std::wstring(*FindHelpString(kTextHelpUnavailable))};
+    return {std::wstring(kHelpUnavailable), Sprintf(kNoHelp, key & 0xFFFFU)};
 }
 
-int LookUpTopic(const HelpMaps& maps, HelpKey key) {
-    std::optional<std::uint32_t> topic = maps.topics.Find(key);
-    if (!topic) {
-        topic = maps.topics.Find(key & 0xFFFF0000U);
+HelpTopic LookUpTopic(const HelpMaps& maps, HelpKey key) {
+    for (const HelpKey candidate : {key, key & 0xFFFF0000U}) {
+        if (const auto topic = maps.topics.find(candidate); topic != maps.topics.end()) {
+            return topic->second;
+        }
     }
-    return topic ? static_cast<int>(*topic) : kTopicContents;
+    return kContentsTopic;
 }
 
 } // namespace vnxtest

@@ -3,65 +3,55 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 
 #include <wx/event.h>
 #include <wx/toplevel.h>
 
+#include "helpui/control_numbers.h"
 #include "helpui/help_keys.h"
 #include "helpui/whats_this_mode.h"
-#include "widgets/caption_button.h"
+#include "widgets/caption/caption_button.h"
 
 class wxMenu;
-class wxStatusBar;
 
 namespace vnxtest {
 
 class WindowHelp : public wxEvtHandler {
 public:
-    // Registers the help of `templateId` and puts the button into the caption. `fillSystemMenu`, if given,
-    // fills the window's menu each time before it is shown.
-    WindowHelp(wxTopLevelWindow& window, int templateId, std::function<void(wxMenu&)> fillSystemMenu);
+    // Registers `table` and puts the button into the caption. `fillSystemMenu`, if given, fills the window's
+    // menu each time before it is shown.
+    WindowHelp(wxTopLevelWindow& window, const HelpTable& table,
+               const std::function<void(wxMenu&)>& fillSystemMenu);
     ~WindowHelp() override;
     WindowHelp(const WindowHelp&) = delete;
     WindowHelp& operator=(const WindowHelp&) = delete;
 
-    HelpMaps& Maps() { return m_maps; }
-
-    // Makes `window` answer for the control number `controlId`, whatever its window id is: a label for
-    // the control it names, a pane for the window's standard number.
-    void Assign(wxWindow& window, int controlId);
+    // Makes `window` answer for the control number `controlId`, whatever its window id is.
+    void Assign(wxWindow& window, int controlId) { m_numbers.Assign(window, controlId); }
 
 private:
-    void OnAssignedGone(wxWindowDestroyEvent& event);
-    // The key under which help on `window` is looked up: its own number's, or that of its nearest parent
-    // that has one; a label (a static text that ends with ":") answers for the control behind it; in the
-    // end that of the window itself.
-    HelpKey KeyOf(const wxWindow& window) const;
-    // The number of a window: assigned, or its window id; 0 when it has none.
-    int NumberOf(const wxWindow& window) const;
-    // The window that answers for `window`, as KeyOf says.
-    const wxWindow& AnsweringWindow(const wxWindow& window) const;
+    // The key under which help on `control` is looked up: that of the window that answers for it.
+    HelpKey KeyOf(const wxWindow& control) const;
 
     void OnCharHook(wxKeyEvent& event);
     void OnHelp(wxHelpEvent& event);
     void OnHelpButton(wxCommandEvent& event);
     void HelpOnFocus();
-    // Shows the balloon for a control, or for what is at a point of the screen.
-    void ShowHelp(wxWindow& control);
+    void EnterMode();
+
+    // Shows the balloon for what is at a point of the screen, for a control, for a part of the frame.
     void ShowHelpAt(const wxPoint& point);
-    void OpenTopic(HelpKey key);
-    void ShowSystemMenu();
-    void ShowStatusBarHelp(const wxStatusBar& statusBar, const wxPoint& point);
-    void ShowControlHelp(wxWindow& control, const wxPoint& spot);
+    void ShowControlHelp(const wxWindow& control);
+    void ShowControlHelp(const wxWindow& control, const wxPoint& spot);
     void ShowPartHelp(int area, const wxRect& place);
+    // Opens the help book at the topic of `key`.
+    void OpenTopic(HelpKey key);
 
     wxTopLevelWindow& m_window;
-    int m_templateId;
-    HelpMaps m_maps;
-    std::map<const wxWindow*, int> m_assigned;
-    std::function<void(wxMenu&)> m_fillSystemMenu;
+    const int m_templateId;
+    const HelpMaps m_maps;
+    ControlNumbers m_numbers;
     WhatsThisMode m_mode;
     std::unique_ptr<CaptionButton> m_button;
     HelpKey m_shownKey = 0;

@@ -11,12 +11,12 @@
 #include "guest/engine.h"
 #include "platform/privileges.h"
 #include "platform/terminal.h"
-#include "ui/command_ids.h"
 #include "ui/document.h"
-#include "ui/main_frame.h"
-#include "ui/product.h"
+#include "ui/frame/command_ids.h"
+#include "ui/frame/main_frame.h"
 #include "ui/view.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -85,7 +85,7 @@ bool CVNXTestApp::OnInit() {
     m_documents = std::make_unique<DocumentManager>();
     m_documents->SetMaxDocsOpen(1);
     // The manager owns its templates, which the analyzer does not see, as it says at the line behind.
-    MakeChild<wxDocTemplate>(m_documents.get(), "VNXTest Reports (*.vnt)", "*.vnt", "", "vnt",
+    MakeChild<wxDocTemplate>(m_documents.get(), kReportsName, kReportPattern, "", kReportExtension,
                              "VNXTest Report", "VNXTest", CLASSINFO(CVNXTestDoc), CLASSINFO(CVNXTestView));
     // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
     m_frame = MakeChild<CMainFrame>(*m_documents, *m_profile);
@@ -139,7 +139,7 @@ void CVNXTestApp::OnOpen() {
     if (document == nullptr) {
         return;
     }
-    wxFileDialog dialog(m_frame, "Open File", m_documents->GetLastDirectory(), "", kReportFilter,
+    wxFileDialog dialog(m_frame, "Open File", m_documents->GetLastDirectory(), "", ReportFilter(),
                         wxFD_OPEN | wxFD_FILE_MUST_EXIST);
     if (dialog.ShowModal() == wxID_OK) {
         m_documents->SetLastDirectory(wxPathOnly(dialog.GetPath()));

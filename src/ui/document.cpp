@@ -14,9 +14,9 @@
 #include "platform/atomic_file.h"
 #include "platform/profile.h"
 #include "platform/terminal.h"
-#include "ui/product.h"
-#include "ui/task_dialogs.h"
+#include "ui/dialogs/task_dialogs.h"
 #include "ui/view.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
@@ -25,7 +25,7 @@ wxIMPLEMENT_DYNAMIC_CLASS(CVNXTestDoc, wxDocument);
 namespace {
 
 // The extensions of the first two filters of the file dialog; the third shows all files.
-constexpr std::array kExtensions = {"vnt", "txt"};
+constexpr std::array kExtensions = {kReportExtension, "txt"};
 
 CVNXTestView& ViewOf(const wxDocument& document) {
     return *wxStaticCast(document.GetFirstView(), CVNXTestView);
@@ -58,6 +58,10 @@ bool WriteText(AtomicFile& file, std::string_view text) {
 }
 
 } // namespace
+
+wxString ReportFilter() {
+    return wxString(kReportsName) + "|" + kReportPattern;
+}
 
 void CVNXTestDoc::StartOver() {
     if (!MayDiscard(Afterwards::StartOver)) {
@@ -98,7 +102,7 @@ std::optional<wxString> CVNXTestDoc::AskPath() {
     wxString folder = GetDocumentManager()->GetLastDirectory();
     while (true) {
         wxFileDialog dialog(parent, "Save As", folder, name,
-                            wxString(kReportFilter) + "|Text Files (*.txt)|*.txt|All Files (*.*)|*",
+                            ReportFilter() + "|Text Files (*.txt)|*.txt|All Files (*.*)|*",
                             wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
         if (dialog.ShowModal() != wxID_OK) {
             return std::nullopt;

@@ -11,8 +11,11 @@
 
 namespace vnxtest {
 
-// Of the file dialogs: reports.
-inline constexpr const char* kReportFilter = "VNXTest Reports (*.vnt)|*.vnt";
+// Reports in the file dialogs: what they are called, which files they are, and both as a filter.
+inline constexpr char kReportsName[] = "VNXTest Reports (*.vnt)";
+inline constexpr char kReportPattern[] = "*.vnt";
+inline constexpr char kReportExtension[] = "vnt";
+wxString ReportFilter();
 
 class CVNXTestDoc final : public wxDocument {
 public:

@@ -7,17 +7,16 @@
 #include <wx/sizer.h>
 #include <wx/utils.h>
 
-#include "helpui/dialog_ids.h"
 #include "hostnet/report.h"
 #include "ui/app.h"
+#include "ui/dialogs/parameters_dlg.h"
+#include "ui/dialogs/ping_who_dlg.h"
+#include "ui/dialogs/task_dialogs.h"
 #include "ui/document.h"
-#include "ui/main_frame.h"
-#include "ui/menus.h"
-#include "ui/parameters_dlg.h"
-#include "ui/ping_who_dlg.h"
-#include "ui/product.h"
-#include "ui/task_dialogs.h"
+#include "ui/frame/main_frame.h"
+#include "ui/frame/menus.h"
 #include "widgets/make_child.h"
+#include "wrenlib/product.h"
 #include "wrenlib/ticks.h"
 
 namespace vnxtest {

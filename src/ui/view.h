@@ -15,12 +15,12 @@
 #include "core/output_channel.h"
 #include "guest/engine.h"
 #include "guest/front_end.h"
-#include "ui/command_ids.h"
-#include "ui/find.h"
-#include "ui/full_report_bar.h"
-#include "ui/output_pump.h"
-#include "ui/panes.h"
-#include "ui/ping_history.h"
+#include "ui/chart/ping_history.h"
+#include "ui/frame/command_ids.h"
+#include "ui/frame/full_report_bar.h"
+#include "ui/frame/panes.h"
+#include "ui/text/find.h"
+#include "ui/text/output_pump.h"
 
 namespace vnxtest {
 

@@ -5,13 +5,13 @@
 #include <wx/utils.h>
 
 #include "ui/app.h"
-#include "ui/buffer_sizes_dlg.h"
-#include "ui/debug_flags_dialog.h"
-#include "ui/default_gateway_dlg.h"
-#include "ui/main_frame.h"
-#include "ui/menus.h"
-#include "ui/product.h"
+#include "ui/dialogs/buffer_sizes_dlg.h"
+#include "ui/dialogs/debug_flags_dialog.h"
+#include "ui/dialogs/default_gateway_dlg.h"
+#include "ui/frame/main_frame.h"
+#include "ui/frame/menus.h"
 #include "ui/view.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 

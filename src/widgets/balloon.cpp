@@ -10,8 +10,7 @@
 #include <wx/utils.h>
 
 #include "widgets/balloon_window.h"
-#include "widgets/ip_address_ctrl.h"
-#include "widgets/number_entry.h"
+#include "widgets/entry_events.h"
 
 namespace vnxtest {
 

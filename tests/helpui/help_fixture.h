@@ -6,6 +6,10 @@
 
 namespace vnxtest {
 
+// Topics of its help.
+inline constexpr HelpTopic kProbeTopic{320, "parameters.html"};
+inline constexpr HelpTopic kPingTopic{353, "ping_who.html#to"};
+
 class HelpProbe : public CHelpButtonWnd<ProbeDialog> {
 public:
     explicit HelpProbe(wxWindow* parent);

@@ -1,14 +1,16 @@
 #!/usr/bin/env python3
 """The help book as it lies in the tree: every topic of the program, every link and every picture is there, every
 page can be reached, what the menu and the report's boxes name is in it, and the helper alone is given rights:
-test_help_book.py BOOK TOPICS."""
+test_help_book.py BOOK SOURCES."""
 
 import pathlib
 import re
 import sys
 
-book, topics = map(pathlib.Path, sys.argv[1:])
+book, sources = map(pathlib.Path, sys.argv[1:])
 files = {path.name: path.read_text(errors="replace") for path in book.iterdir() if path.is_file()}
+tables = "\n".join(path.read_text() for room in ("helpui", "ui") for path in sorted((sources / room).rglob("*.*"))
+                   if path.suffix in (".cpp", ".h"))
 contents, index = files["vnxtest.hhc"], files["vnxtest.hhk"]
 faults = []
 
@@ -44,11 +46,17 @@ for name, text in files.items():
             expect(command.rstrip().endswith("+ep FOLDER/vnxtest-open"), f"{name} gives rights to a program: {command}")
 for origin, text, pattern in (("contents", contents, 'name="Local" value="([^"]*)"'),
                               ("index", index, 'name="Local" value="([^"]*)"'),
-                              ("topics", topics.read_text(), r'\{kTopic\w+, "([^"]*)"\}')):
+                              ("topics", tables, r'\{\d+, "([^"]*)"\}')):
     links = re.findall(pattern, text)
     expect(len(links) > 20, f"only {len(links)} links of the {origin}")
     for link in links:
         check_link(origin, link)
+topics, texts = re.findall(r'\{(\d+), "([^"]*)"\}', tables), re.findall(r'\},\s*(\d+),\s*L"', tables)
+expect(len(texts) > 30, f"only {len(texts)} texts")
+for number in (number for number in set(texts) if texts.count(number) > 1):
+    faults.append(f"text {number} is there twice")
+for number in {number for number, page in topics if (number, page) != next(each for each in topics if each[0] == number)}:
+    faults.append(f"topic {number} is two pages")
 for name in ("Packet driver and modules", "Host adapters", "Promiscuous mode and wireless adapters",
              "Large Segment Offload", "Troubleshooting", "Interface libraries"):
     expect(f'value="{name}"' in contents, f"{name}, which the report names, is not in the contents")

@@ -35,8 +35,8 @@ TEST_F(HelpViewerTest, HelpButtonAndSecondF1OpenTheTopicOverAModalDialog) {
     auto* frame = MakeChild<wxFrame>(nullptr, wxID_ANY, "Main window");
     ShowAndWait(*frame);
     wxTheApp->SetTopWindow(frame);
-    HelpBook book;                             // beside the tests
-    EXPECT_TRUE(book.OpenTopic(frame, 12345)); // unknown: the contents
+    HelpBook book; // beside the tests
+    EXPECT_TRUE(book.OpenContents(frame));
     EXPECT_EQ(PageTitle(), "Welcome to VNXTest");
     book.Close();
     HelpProbe dialog(frame);
@@ -50,7 +50,7 @@ TEST_F(HelpViewerTest, HelpButtonAndSecondF1OpenTheTopicOverAModalDialog) {
         EXPECT_TRUE(WaitFor([&dialog] { return dialog.IsActive(); }));
         dialog.mac->SetFocus();
         Press(WXK_F1);
-        EXPECT_EQ(Title(), "Guest MAC Address");
+        EXPECT_EQ(Title(), "MAC Entry");
         Press(WXK_F1);
         EXPECT_TRUE(WaitFor([] { return BookFrame() != nullptr; }));
         EXPECT_EQ(PageTitle(), "Parameters dialog");

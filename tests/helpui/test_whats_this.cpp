@@ -4,8 +4,7 @@
 #include <wx/menu.h>
 #include <wx/platinfo.h>
 
-#include "helpui/dialog_ids.h"
-#include "widgets/frame_area.h"
+#include "widgets/caption/frame_area.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {
@@ -51,23 +50,23 @@ TEST_F(WhatsThisTest, TheNextClickAsksInsteadOfActing) {
     EXPECT_EQ(Ask(*m_dialog->ok), "'OK' Button");
     EXPECT_EQ(CurrentBalloon().anchor, m_dialog->ok);
     EXPECT_EQ(m_dialog->okClicks, 0);
-    EXPECT_EQ(Ask(*m_dialog->box), "Use Two Virtual Interfaces");
+    EXPECT_EQ(Ask(*m_dialog->box), "Box");
     EXPECT_FALSE(m_dialog->box->GetValue());
-    EXPECT_EQ(Ask(*m_dialog->disabled), "Tun");
-    EXPECT_EQ(Ask(*m_dialog->address), "Guest IP Address");
+    EXPECT_EQ(Ask(*m_dialog->disabled), "Disabled Button");
+    EXPECT_EQ(Ask(*m_dialog->address), "IP Entry");
     EXPECT_EQ(CurrentBalloon().anchor, m_dialog->address);
-    EXPECT_EQ(Ask(*m_dialog->mac->GetPrevSibling()), "Guest MAC Address"); // a label answers for its control
-    Ask(*m_dialog->number->GetPrevSibling());                              // for that of its edit, too
+    EXPECT_EQ(Ask(*m_dialog->mac->GetPrevSibling()), "MAC Entry"); // a label answers for its control
+    Ask(*m_dialog->number->GetPrevSibling());                      // for that of its edit, too
     EXPECT_EQ(CurrentBalloon().anchor, m_dialog->numberText);
     EXPECT_EQ(Ask(*m_dialog->before), "Help Unavailable");
-    EXPECT_EQ(Ask(*m_dialog->box->GetPrevSibling()), "VNXTest64UD Parameters"); // a text that is no label
-    EXPECT_EQ(Ask(m_dialog->ClientToScreen(wxPoint(4, 4))), "VNXTest64UD Parameters");
+    EXPECT_EQ(Ask(*m_dialog->box->GetPrevSibling()), "Probe"); // a text that is no label
+    EXPECT_EQ(Ask(m_dialog->ClientToScreen(wxPoint(4, 4))), "Probe");
     const wxPoint caption = Caption(*m_dialog, "Title Bar");
     if (IsOwnCaption()) {
         const wxPoint help = CaptionButton(*m_dialog, "Context Help Button", caption);
         ClickAt(help);
         ClickAt(m_dialog->ClientToScreen(wxPoint(4, 4)));
-        EXPECT_EQ(Title(), "VNXTest64UD Parameters");
+        EXPECT_EQ(Title(), "Probe");
         Find("Border", m_dialog->ClientToScreen(wxPoint(-1, 20)), wxPoint(-1, 0));
     }
     const wxPoint close = CaptionButton(*m_dialog, "Close Button", caption);
@@ -91,7 +90,7 @@ TEST_F(WhatsThisTest, EscapeOrAnotherWindowEndsIt) {
     Type("7"); // keys do not reach the controls meanwhile
     EXPECT_EQ(m_dialog->before->GetValue(), "");
     Click(*m_dialog->box);
-    EXPECT_EQ(Title(), "Use Two Virtual Interfaces"); // it was still on
+    EXPECT_EQ(Title(), "Box"); // it was still on
     Press(WXK_F1, wxMOD_SHIFT);
     HelpProbe other(nullptr);
     ShowAndWait(other);
@@ -103,27 +102,32 @@ TEST_F(WhatsThisTest, EscapeOrAnotherWindowEndsIt) {
 TEST_F(WhatsThisTest, F1ShowsTheSameBalloonForTheControlWithTheFocus) {
     m_dialog->address->SetFocusField(2);
     Press(WXK_F1);
-    EXPECT_EQ(Title(), "Guest IP Address");
+    EXPECT_EQ(Title(), "IP Entry");
     m_dialog->before->SetFocus();
     wxHelpEvent message(wxEVT_HELP, ProbeDialog::kBefore); // from elsewhere, the help message
     message.SetEventObject(m_dialog->before);
     m_dialog->before->GetEventHandler()->ProcessEvent(message);
-    EXPECT_NE(CurrentBalloon().text.find("control #4711."), wxString::npos);
+    EXPECT_NE(CurrentBalloon().text.find("control #1000."), wxString::npos);
 }
+
+constexpr int kPane = 0xE900;
+constexpr StandardTextUse kFrameUses[] = {{frame_area::kTitleBar, 30151},
+                                          {frame_area::kStatusBar, 30132},
+                                          {kPane, 30135},
+                                          {frame_area::kStatusField + 1, 30141}};
+constexpr HelpTable kFrameHelp{201, kProbeTopic, {}, kFrameUses};
 
 TEST_F(WhatsThisTest, TheFramesBarsAndPanesAnswer) {
     wxDocManager manager;
     auto* frame = MakeChild<CHelpButtonFrameWnd>(&manager, nullptr, wxID_ANY, "Frame", wxDefaultPosition,
                                                  wxSize(640, 420));
-    frame->SetUpHelp(kTemplateFrame);
+    frame->SetUpHelp(kFrameHelp);
     frame->SetMenuBar(MakeChild<wxMenuBar>());
     frame->GetMenuBar()->Append(MakeChild<wxMenu>(), "&File");
     frame->CreateStatusBar(2);
     auto* text = MakeChild<wxTextCtrl>(frame, wxID_ANY, wxString('\n', 100), wxDefaultPosition, wxDefaultSize,
                                        wxTE_MULTILINE);
-    frame->GetHelp()->Assign(*text, frame_control::kOutputPane);
-    frame->GetHelp()->Maps().remap.Register(MakeHelpKey(kTemplateFrame, frame_area::kStatusField + 1),
-                                            MakeHelpKey(0, 30141));
+    frame->GetHelp()->Assign(*text, kPane);
     ShowAndWait(*frame);
     const wxRect pane = text->GetScreenRect();
     const std::pair<wxPoint, const char*> cases[] = {

@@ -7,8 +7,8 @@
 #include <wx/fdrepdlg.h>
 #include <wx/frame.h>
 
-#include "ui/output_pump.h"
-#include "ui/output_text.h"
+#include "ui/text/output_pump.h"
+#include "ui/text/output_text.h"
 
 namespace vnxtest {
 namespace {

@@ -1,4 +1,4 @@
-#include "ui/ping_history.h"
+#include "ui/chart/ping_history.h"
 
 #include <gtest/gtest.h>
 

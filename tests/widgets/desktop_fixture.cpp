@@ -11,7 +11,7 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
-#include "widgets/caption_button.h"
+#include "widgets/caption/caption_button.h"
 #include "widgets/make_child.h"
 
 namespace vnxtest {

@@ -13,9 +13,9 @@
 #include <wx/uiaction.h>
 
 #include "widgets/balloon.h"
-#include "widgets/ip_address_ctrl.h"
-#include "widgets/mac_entry_ctrl.h"
-#include "widgets/number_entry.h"
+#include "widgets/entries/ip_address_ctrl.h"
+#include "widgets/entries/mac_entry_ctrl.h"
+#include "widgets/entries/number_entry.h"
 
 namespace vnxtest {
 
@@ -23,15 +23,7 @@ namespace vnxtest {
 class ProbeDialog : public wxDialog {
 public:
     // The numbers of its controls.
-    enum : int {
-        kAddress = 1000,
-        kNumber = 1002,
-        kNumberSpin = 1003,
-        kMac = 1007,
-        kBox = 1012,
-        kDisabled = 1013,
-        kBefore = 4711,
-    };
+    enum : int { kBefore = 1000, kAddress, kMac, kNumber, kNumberSpin, kBox, kDisabled };
 
     explicit ProbeDialog(wxWindow* parent) : wxDialog(parent, wxID_ANY, "Probe") {}
 

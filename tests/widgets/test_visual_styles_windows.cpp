@@ -1,4 +1,4 @@
-#include "widgets/visual_styles_windows.h"
+#include "widgets/caption/visual_styles_windows.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "widgets/caption_glyph_windows.h"
+#include "widgets/caption/caption_glyph_windows.h"
 #include "wrenlib/trace.h"
 
 // A system with a visual style, which fails where it is told to. Found by name, as that of the system is.

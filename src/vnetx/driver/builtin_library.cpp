@@ -3,42 +3,25 @@
 #include <cerrno>
 
 #include "packets/checksum.h"
+#include "packets/wire.h"
 #include "vnetx/driver/guest_mac.h"
 #include "vnetx/failure.h"
 #include "vnetx/host/host_links.h"
-#include "vnetx/records.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
 
-// The addresses of the host's own adapters, asked without an open handle.
-std::int32_t QueryHost(std::uint32_t request, void* record) {
-    if (request != VNETX_SIOCGARP && request != VNETX_SIOCGRARP) {
-        return Fail(EBADF);
+class HostAdapters final : public Neighbourhood {
+    MacAddress FindMac(Ipv4Address address) override {
+        const auto link = FindHostLink(address);
+        return link ? link->mac : MacAddress();
     }
-    if (!record) {
-        return Fail(EINVAL);
+    Ipv4Address FindIp(MacAddress mac) override {
+        const auto link = FindHostLink(mac);
+        return link && !link->addresses.empty() ? link->addresses.front().address : Ipv4Address();
     }
-    auto& arp = *static_cast<VnetxArpRequest*>(record);
-    if (request == VNETX_SIOCGARP) {
-        if (arp.protocolFamily != VNETX_AF_INET) {
-            return Fail(EAFNOSUPPORT);
-        }
-        const auto link = FindHostLink(Ipv4In(arp));
-        if (!link || link->mac.IsZero()) {
-            return Fail(ENXIO);
-        }
-        PutMac(arp, link->mac);
-        return 0;
-    }
-    const auto link = FindHostLink(MacIn(arp));
-    if (!link || link->addresses.empty()) {
-        return Fail(ENXIO);
-    }
-    PutIpv4(arp, link->addresses.front().address);
-    return 0;
-}
+};
 
 } // namespace
 
@@ -52,10 +35,12 @@ std::int32_t BuiltinLibrary::Open(const char* name, std::int32_t flags) {
     if (!gate) {
         return Fail(errno);
     }
-    std::unique_ptr<VirtualInterface> object = MakeInterface(name, std::move(gate), socketNotify);
-    if (!object) {
+    auto state = std::make_unique<InterfaceState>(std::move(gate), socketNotify, m_debugOutput);
+    DriverParts parts = MakeDriver(name, *state);
+    if (!parts.driver) {
         return Fail(errno);
     }
+    auto object = std::make_unique<VirtualInterface>(std::move(state), std::move(parts));
     const std::int32_t handle = object->Handle();
     return m_handles.Insert(handle, std::move(object)) ? handle : Fail(EMFILE);
 }
@@ -68,10 +53,27 @@ void BuiltinLibrary::Close(std::int32_t handle) {
 
 std::int32_t BuiltinLibrary::Ioctl(std::int32_t handle, std::uint32_t request, void* record) {
     if (handle == -1) {
-        return QueryHost(request, record);
+        return QueryAdapters(request, record);
     }
     const auto pin = m_handles.Find(handle);
     return pin ? pin->Ioctl(request, record) : Fail(EBADF);
+}
+
+// The addresses of the host's own adapters, asked without an open handle.
+std::int32_t BuiltinLibrary::QueryAdapters(std::uint32_t request, void* record) {
+    if (!IsNeighbourQuery(request)) {
+        return Fail(EBADF);
+    }
+    if (!record) {
+        return Fail(EINVAL);
+    }
+    const int code = AnswerNeighbourQuery(Adapters(), request, *static_cast<VnetxArpRequest*>(record));
+    return code == 0 ? 0 : Fail(code);
+}
+
+Neighbourhood& BuiltinLibrary::Adapters() {
+    static HostAdapters adapters;
+    return adapters;
 }
 
 std::int32_t BuiltinLibrary::Read(std::int32_t handle, void* buffer, std::uint32_t size) {

@@ -44,12 +44,14 @@ public:
 protected:
     // What a reader of the next interface waits at; null with errno set.
     virtual std::unique_ptr<ReaderGate> MakeGate(bool socketNotify) { return ReaderGate::Make(socketNotify); }
-    // The interface of the host adapter `name` with `gate` for its handle; null with errno set.
-    virtual std::unique_ptr<VirtualInterface>
-    MakeInterface(std::string_view name, std::unique_ptr<ReaderGate> gate, bool socketNotify) = 0;
-    const std::atomic<VnetxDebugOutput>& DebugSink() const { return m_debugOutput; }
+    // The driver of an interface of the host adapter `name`; none with errno set. `state` outlives it.
+    virtual DriverParts MakeDriver(std::string_view name, InterfaceState& state) = 0;
+    // The host's own adapters, for questions without an open handle.
+    virtual Neighbourhood& Adapters();
 
 private:
+    std::int32_t QueryAdapters(std::uint32_t request, void* record);
+
     const std::wstring m_moduleName;
     HandleTable<VirtualInterface> m_handles;
     std::atomic<VnetxDebugOutput> m_debugOutput{nullptr};

@@ -2,7 +2,7 @@
 
 #include "vnetx/driver/builtin_library.h"
 #include "vnetx/failure.h"
-#include "vnetx/pcap/pcap_interface.h"
+#include "vnetx/pcap/pcap_driver.h"
 
 namespace vnxtest {
 namespace {
@@ -12,18 +12,18 @@ public:
     PcapLibrary() : BuiltinLibrary(L"built-in pcap") {}
 
 private:
-    std::unique_ptr<VirtualInterface> MakeInterface(std::string_view name, std::unique_ptr<ReaderGate> gate,
-                                                    bool socketNotify) override {
+    DriverParts MakeDriver(std::string_view name, InterfaceState& state) override {
         const auto link = FindHostLinkByText(name);
         if (!link) {
-            return nullptr;
+            return {};
         }
-        auto opened = std::make_unique<PcapInterface>(*link, std::move(gate), socketNotify, DebugSink());
+        auto opened = std::make_unique<PcapDriver>(*link, state);
         if (const int code = opened->Open(); code != 0) {
             Fail(code);
-            return nullptr;
+            return {};
         }
-        return opened;
+        PcapDriver& driver = *opened;
+        return {std::move(opened), &driver.Neighbours(), &driver};
     }
 };
 

@@ -27,13 +27,12 @@ public:
 
     // Refuses any name but the simulated adapter's addresses with ENODEV.
     std::int32_t Open(const char* name, std::int32_t flags) override;
-    std::int32_t Ioctl(std::int32_t handle, std::uint32_t request, void* record) override;
     const char* GetDefaultIface() override { return m_defaultInterface.c_str(); }
 
 private:
     std::unique_ptr<ReaderGate> MakeGate(bool socketNotify) override;
-    std::unique_ptr<VirtualInterface> MakeInterface(std::string_view name, std::unique_ptr<ReaderGate> gate,
-                                                    bool socketNotify) override;
+    DriverParts MakeDriver(std::string_view name, InterfaceState& state) override;
+    Neighbourhood& Adapters() override;
 
     const std::shared_ptr<SimNetwork> m_network;
     const std::string m_defaultInterface;

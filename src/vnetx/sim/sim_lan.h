@@ -38,6 +38,11 @@ constexpr std::uint8_t SimStationNumber(Ipv4Address address) {
     return address.Bytes()[3];
 }
 
+// The address of the station with this number.
+constexpr Ipv4Address SimStationIp(std::uint8_t number) {
+    return kSimNetwork | Ipv4Address(0, 0, 0, number);
+}
+
 // The MAC address of the station with this number (locally administered).
 constexpr MacAddress SimStationMac(std::uint8_t number) {
     return MacAddress({0x02, 0x56, 0x4E, 0x12, 0x00, number});

@@ -1,10 +1,9 @@
 #include <cerrno>
 
 #include "vnetx/failure.h"
-#include "vnetx/records.h"
 #include "vnetx/sim/sim.h"
+#include "vnetx/sim/sim_driver.h"
 #include "vnetx/sim/sim_gate.h"
-#include "vnetx/sim/sim_interface.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -16,19 +15,14 @@ bool IsAdapterName(const char* name) {
     return ParseIPAddress(text) == kSimAdapterIp || ParseMACAddress(text) == kSimAdapterMac;
 }
 
-// The adapter's own addresses, asked without an open handle.
-std::int32_t QueryAdapter(std::uint32_t request, VnetxArpRequest& record) {
-    if (request == VNETX_SIOCGARP && record.protocolFamily == VNETX_AF_INET &&
-        Ipv4In(record) == kSimAdapterIp) {
-        PutMac(record, kSimAdapterMac);
-        return 0;
+class SimAdapter final : public Neighbourhood {
+    MacAddress FindMac(Ipv4Address address) override {
+        return address == kSimAdapterIp ? kSimAdapterMac : MacAddress();
     }
-    if (request == VNETX_SIOCGRARP && MacIn(record) == kSimAdapterMac) {
-        PutIpv4(record, kSimAdapterIp);
-        return 0;
+    Ipv4Address FindIp(MacAddress mac) override {
+        return mac == kSimAdapterMac ? kSimAdapterIp : Ipv4Address();
     }
-    return Fail(ENXIO);
-}
+};
 
 } // namespace
 
@@ -43,11 +37,9 @@ std::int32_t SimLibrary::Open(const char* name, std::int32_t flags) {
     return BuiltinLibrary::Open(name, flags);
 }
 
-std::int32_t SimLibrary::Ioctl(std::int32_t handle, std::uint32_t request, void* record) {
-    if (handle == -1 && record && (request == VNETX_SIOCGARP || request == VNETX_SIOCGRARP)) {
-        return QueryAdapter(request, *static_cast<VnetxArpRequest*>(record));
-    }
-    return BuiltinLibrary::Ioctl(handle, request, record);
+Neighbourhood& SimLibrary::Adapters() {
+    static SimAdapter adapter;
+    return adapter;
 }
 
 std::unique_ptr<ReaderGate> SimLibrary::MakeGate(bool socketNotify) {
@@ -61,11 +53,8 @@ std::unique_ptr<ReaderGate> SimLibrary::MakeGate(bool socketNotify) {
     return std::make_unique<SimGate>(m_network->AddPort(), std::move(socket));
 }
 
-std::unique_ptr<VirtualInterface>
-SimLibrary::MakeInterface(std::string_view, std::unique_ptr<ReaderGate> gate, bool socketNotify) {
-    std::shared_ptr<SimPort> port = static_cast<SimGate&>(*gate).Port();
-    return std::make_unique<SimInterface>(m_network, std::move(port), std::move(gate), socketNotify,
-                                          DebugSink());
+DriverParts SimLibrary::MakeDriver(std::string_view, InterfaceState& state) {
+    return PartsOf(std::make_unique<SimDriver>(m_network, static_cast<SimGate&>(*state.gate).Port(), state));
 }
 
 std::unique_ptr<SimLibrary> MakeSimLibrary(std::wstring_view options, std::wstring& error) {

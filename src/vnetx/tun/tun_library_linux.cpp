@@ -25,16 +25,14 @@ constexpr std::uint32_t kDefaultMtu = 1500;
 constexpr std::uint32_t kMaximumTunMtu =
     65521; // what the kernel allows an Ethernet-like device less its header
 
-class TunInterface final : public VirtualInterface {
+class TunDriver final : public Driver, public Neighbourhood, public LinkFacts {
 public:
-    TunInterface(const HostLink& adapter, std::unique_ptr<ReaderGate> gate, bool socketNotify,
-                 const std::atomic<VnetxDebugOutput>& debugSink)
-        : VirtualInterface(std::move(gate), socketNotify, debugSink), m_adapterIndex(adapter.index),
-          m_adapterName(adapter.captureName), m_adapter(adapter) {}
-    ~TunInterface() override { Gate().StopWatching(); }
+    TunDriver(const HostLink& adapter, InterfaceState& state)
+        : Driver(state), m_adapterIndex(adapter.index), m_adapterName(adapter.captureName),
+          m_adapter(adapter) {}
 
     // The kernel counts as sent in vain what finds the device's queue full.
-    std::optional<std::uint64_t> DroppedByDriver() override {
+    std::optional<std::uint64_t> Dropped() override {
         const RouteNetlink socket = ConnectRouteNetlink();
         rtnl_link* link = nullptr;
         if (!socket ||
@@ -53,25 +51,36 @@ private:
         return Told(code);
     }
 
-    int BringUp() override {
-        const auto hostEnd = HostIp().IsZero() ? AdapterAddress() : std::optional(HostIp());
-        if (!hostEnd || GuestIp().IsZero()) {
+    int SetUp(bool up) override {
+        if (up) {
+            return BringUp();
+        }
+        m_device.TakeDown();
+        return 0;
+    }
+
+    int BringUp() {
+        const Ipv4Address hostIp = Settings().hostIp.Get();
+        const auto hostEnd = hostIp.IsZero() ? Address() : std::optional(hostIp);
+        if (!hostEnd || Settings().guestIp.Get().IsZero()) {
             return EADDRNOTAVAIL;
         }
         TunSettings settings;
         settings.adapter = m_adapterName;
         settings.hostEnd = *hostEnd;
-        settings.guest = GuestIp();
-        settings.mtu = Mtu() != 0 ? Mtu() : kDefaultMtu;
+        settings.guest = Settings().guestIp.Get();
+        settings.mtu = Settings().Mtu() != 0 ? Settings().Mtu() : kDefaultMtu;
         const std::uint32_t header = IsTap() ? EthernetView::kLength : 0;
         if (m_largestFrame == 0) { // the MTU stays what it was the first time
             m_largestFrame = settings.mtu + header;
         }
         // The kernel counts its queue in frames: as many as the buffer asked for holds.
-        settings.queueLength = std::max(1u, DeviceBufferSize() / m_largestFrame);
-        settings.guestMac = m_mac = GuestMac();
+        settings.queueLength =
+            std::max(1u, Settings().deviceBufferSize.load(std::memory_order_relaxed) / m_largestFrame);
+        settings.guestMac = m_mac = Settings().GuestMac();
         if (const auto link = FindHostLinkByIndex(m_adapterIndex); link && !link->addresses.empty()) {
-            SetAdapterSubnet(link->addresses.front().address, link->addresses.front().mask);
+            Settings().adapterIp.Set(link->addresses.front().address);
+            Settings().adapterMask.Set(link->addresses.front().mask);
         }
         return Told(m_device.BringUp(settings));
     }
@@ -84,28 +93,28 @@ private:
         return code;
     }
 
-    void TakeDown() override { m_device.TakeDown(); }
     std::uint32_t MaximumMtu() const override { return kMaximumTunMtu; }
     // The adapter only lends the host's end its address: whatever becomes of it, frames go on to flow.
     int Health() override {
-        m_adapter.Look(Name(), Debug());
+        m_adapter.Look(Settings().name, Debug());
         return HostLinkHealth(m_device.Index());
     }
 
-    std::optional<Ipv4Address> AdapterAddress() override {
+    std::optional<Ipv4Address> Address() override {
         const auto link = FindHostLinkByIndex(m_adapterIndex);
         return link && !link->addresses.empty() ? std::optional(link->addresses.front().address)
                                                 : std::nullopt;
     }
 
     // Whatever the guest wants to reach on this link, the host is its next hop. A TUN has no MACs.
-    MacAddress FindNeighbour(Ipv4Address address) override {
-        return address == GuestIp() ? GuestMac() : m_device.HostMac();
+    MacAddress FindMac(Ipv4Address address) override {
+        return address == Settings().guestIp.Get() ? Settings().GuestMac() : m_device.HostMac();
     }
 
-    Ipv4Address FindNeighbourByMac(MacAddress mac) override {
+    Ipv4Address FindIp(MacAddress mac) override {
         if (mac == m_device.HostMac() && !mac.IsZero()) {
-            return HostIp().IsZero() ? AdapterAddress().value_or(Ipv4Address()) : HostIp();
+            const Ipv4Address hostIp = Settings().hostIp.Get();
+            return hostIp.IsZero() ? Address().value_or(Ipv4Address()) : hostIp;
         }
         const auto link = FindHostLink(mac);
         return link && !link->addresses.empty() ? link->addresses.front().address : Ipv4Address();
@@ -113,11 +122,11 @@ private:
 
     WaitObject FrameWaitObject() const override { return m_device.Get(); }
 
-    std::int32_t TakeFrame(std::uint8_t* buffer, std::uint32_t size) override {
+    std::int32_t TakeFrame(std::span<std::uint8_t> buffer) override {
         // A buffer that is too small would be filled with a cut frame or none at all.
-        const bool direct = size >= m_largestFrame;
-        std::uint8_t* const into = direct ? buffer : m_spare.data();
-        const ssize_t got = read(m_device.Get(), into, direct ? size : m_spare.size());
+        const bool direct = buffer.size() >= m_largestFrame;
+        const std::span<std::uint8_t> into = direct ? buffer : std::span<std::uint8_t>(m_spare);
+        const ssize_t got = read(m_device.Get(), into.data(), into.size());
         if (got < 0) {
             if (errno == EAGAIN || errno == EINTR) {
                 return 0;
@@ -129,16 +138,16 @@ private:
         counters.NoteTransfer(length);
         counters.reading.packets.Add();
         counters.reading.bytes.Add(length);
-        if (!IsForGuest({into, length})) {
+        if (!IsForGuest(into.first(length))) {
             return 0;
         }
-        Debug().PacketRead(Name(), {into, length}, IsTap());
+        Debug().PacketRead(Settings().name, into.first(length), IsTap());
         if (!direct) {
-            if (length > size) {
+            if (length > buffer.size()) {
                 counters.ignored.Add();
                 return Fail(EMSGSIZE);
             }
-            std::memcpy(buffer, into, length);
+            std::memcpy(buffer.data(), into.data(), length);
         }
         return static_cast<std::int32_t>(length);
     }
@@ -176,21 +185,21 @@ private:
         return true;
     }
 
-    std::int32_t WriteFrame(const std::uint8_t* frame, std::uint32_t length) override {
-        const auto ethernet = ConstEthernetView::Over({frame, length});
-        if (IsTap() ? !ethernet : length < ConstIpv4View::kLength || !IsIpv4({frame, length})) {
+    std::int32_t WriteFrame(std::span<const std::uint8_t> frame) override {
+        const auto ethernet = ConstEthernetView::Over(frame);
+        if (IsTap() ? !ethernet : frame.size() < ConstIpv4View::kLength || !IsIpv4(frame)) {
             return Fail(EINVAL);
         }
-        if (length > m_largestFrame) {
+        if (frame.size() > m_largestFrame) {
             return Fail(EMSGSIZE);
         }
         auto& counting = Counters().writing;
         counting.ios.Add();
-        if (write(m_device.Get(), frame, length) != static_cast<ssize_t>(length)) {
+        if (write(m_device.Get(), frame.data(), frame.size()) != static_cast<ssize_t>(frame.size())) {
             return FailAs(errno);
         }
         counting.packets.Add();
-        counting.bytes.Add(length);
+        counting.bytes.Add(static_cast<std::int64_t>(frame.size()));
         if (IsTap()) {
             if (ethernet->Destination().IsZero()) {
                 counting.toZeroMac.Add();
@@ -199,8 +208,8 @@ private:
                 counting.fromZeroMac.Add();
             }
         }
-        Debug().PacketWritten(Name(), {frame, length}, IsTap());
-        return static_cast<std::int32_t>(length);
+        Debug().PacketWritten(Settings().name, frame, IsTap());
+        return static_cast<std::int32_t>(frame.size());
     }
 
     // The kernel's errors of a device that went down or away are told by what happened to it.
@@ -209,7 +218,7 @@ private:
         return Fail(health != 0 ? health : code);
     }
 
-    bool IsTap() const { return Mode() == InterfaceMode::Tap; }
+    bool IsTap() const { return Settings().IsTap(); }
 
     const std::uint32_t m_adapterIndex;
     const std::string m_adapterName;
@@ -225,13 +234,9 @@ public:
     TunLibrary() : BuiltinLibrary(L"built-in tun") {}
 
 private:
-    std::unique_ptr<VirtualInterface> MakeInterface(std::string_view name, std::unique_ptr<ReaderGate> gate,
-                                                    bool socketNotify) override {
+    DriverParts MakeDriver(std::string_view name, InterfaceState& state) override {
         const auto link = FindHostLinkByText(name);
-        if (!link) {
-            return nullptr;
-        }
-        return std::make_unique<TunInterface>(*link, std::move(gate), socketNotify, DebugSink());
+        return link ? PartsOf(std::make_unique<TunDriver>(*link, state)) : DriverParts();
     }
 };
 

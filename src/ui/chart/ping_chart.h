@@ -1,0 +1,49 @@
+// The chart of the running ping test: round trip over sequence, time-outs and late replies marked, and
+// the figures above it. It draws what the history holds and changes nothing. User-interface thread.
+#pragma once
+
+#include <wx/window.h>
+
+#include "ui/chart/ping_history.h"
+
+namespace vnxtest {
+
+class CPingChart final : public wxWindow {
+public:
+    // `history` must outlive this.
+    CPingChart(wxWindow* parent, const PingHistory& history);
+
+    // The history has changed.
+    void ShowChange();
+    // The figures above the chart, as one line.
+    wxString Figures() const;
+
+    wxSize DoGetBestClientSize() const override;
+
+private:
+    struct Palette;
+    // One picture, drawn upon in two ways.
+    struct Surface {
+        wxDC& texts;
+        wxDC& shapes;
+    };
+    std::vector<wxString> FigureList() const;
+    void OnPaint(wxPaintEvent& event);
+    void DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
+                   std::uint32_t top) const;
+    void DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::uint32_t top) const;
+    // Returns the number of lines it took: what does not fit into one is wrapped.
+    int DrawHeader(wxDC& dc, const wxRect& area) const;
+    void DrawLegend(const Surface& surface, const Palette& palette, const wxRect& line) const;
+
+    const PingHistory& m_history;
+};
+
+// "0.25 ms", "12 ms": as many decimals as `value` has, two at most, so that a grid line is labelled with
+// where it stands.
+wxString Milliseconds(double value);
+
+// The smallest of 1, 2, 5, 10, 20, 50 ... that is not below `value`: the top of a chart's axis.
+std::uint32_t RoundAxis(std::uint32_t value);
+
+} // namespace vnxtest

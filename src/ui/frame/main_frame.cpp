@@ -1,0 +1,96 @@
+#include "ui/frame/main_frame.h"
+
+#include <wx/display.h>
+
+#include "helpui/help_book.h"
+#include "helpui/program_icons.h"
+#include "ui/dialogs/about_dlg.h"
+#include "ui/frame/command_ids.h"
+#include "ui/frame/menus.h"
+#include "widgets/caption/frame_area.h"
+#include "widgets/make_child.h"
+#include "wrenlib/product.h"
+
+namespace vnxtest {
+
+namespace {
+
+constexpr const wchar_t* kPlacement = L"MainFrame";
+// Device-independent pixels.
+constexpr int kSmallestWidth = 480;
+constexpr int kSmallestHeight = 320;
+
+constexpr ControlHelp kControlHelp[] = {
+    {{frame_control::kChartPane},
+     6600,
+     L"Ping Chart",
+     L"This chart shows the pings of the running test as their replies arrive: the round trip time of each, those that timed out, and those that were answered late.",
+     {312, "main_window.html#chart"}},
+    {{frame_area::kStatusField + kProgressField},
+     6601,
+     L"Progress",
+     L"This shows how much of the ping test is done."},
+    {{frame_area::kStatusField + kLibraryField},
+     6602,
+     L"Interface Library",
+     L"This is the interface library that the guest uses. When it is not that of the Netorra package, a test says nothing about Netorra."},
+};
+
+constexpr StandardTextUse kStandardTexts[] = {
+    {kWindowItself, 30135},
+    {frame_area::kTitleBar, 30151},
+    {frame_area::kStatusBar, 30132},
+    {frame_control::kOutputPane, 30135},
+};
+
+constexpr HelpTable kHelp{128, {310, "main_window.html"}, kControlHelp, kStandardTexts};
+
+} // namespace
+
+CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
+    : CHelpButtonFrameWnd(&manager, nullptr, wxID_ANY, "VNXTest"), m_profile(profile),
+      m_placement(*this, profile, kPlacement) {
+    SetUpHelp(kHelp);
+    SetIcons(ProgramIcons());
+    SetMenuBar(MakeMainMenu().release());
+    SetAcceleratorTable(MakeAccelerators());
+
+    m_statusBar = MakeChild<CStatusBar>(this);
+    SetStatusBar(m_statusBar);
+    GetHelp()->Assign(*m_statusBar, frame_area::kStatusBar);
+
+    // A report's lines with their time stamps, and a chart below them.
+    const wxSize screen = wxDisplay(this).GetClientArea().GetSize();
+    wxSize size(120 * GetCharWidth(), 42 * GetCharHeight());
+    size.DecTo(screen);
+    SetMinSize(FromDIP(wxSize(kSmallestWidth, kSmallestHeight)));
+    SetSize(size);
+    m_placement.Restore(PlacementParts::PositionAndSize);
+
+    Bind(
+        wxEVT_MENU, [this](wxCommandEvent&) { OnAbout(); }, WindowId(kCmdAbout));
+    Bind(
+        wxEVT_MENU,
+        [this](wxCommandEvent&) {
+            if (HelpBook* const book = HelpBook::Current()) {
+                book->OpenContents(this);
+            }
+        },
+        WindowId(kCmdHelp));
+    Bind(
+        wxEVT_MENU, [this](wxCommandEvent&) { Close(); }, WindowId(kCmdExit));
+    Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
+        m_placement.Save();
+        event.Skip();
+    });
+}
+
+void CMainFrame::FillSystemMenu(wxMenu& menu) {
+    AppendCommand(menu, kCmdAbout, wxString("&About ") + kProductName + "...");
+}
+
+void CMainFrame::OnAbout() {
+    CAboutDlg(this, m_profile).ShowModal();
+}
+
+} // namespace vnxtest

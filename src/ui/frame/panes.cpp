@@ -1,0 +1,61 @@
+#include "ui/frame/panes.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "widgets/make_child.h"
+
+namespace vnxtest {
+
+namespace {
+constexpr const wchar_t* kShowChart = L"ShowPingChart";
+constexpr const wchar_t* kReportLimit = L"ReportLimit"; // mebibytes
+constexpr std::size_t kMebi = std::size_t{1024} * 1024;
+
+std::size_t ReportLimit(Profile& profile) {
+    constexpr std::uint32_t kMost = COutputText::kMostBytes / kMebi;
+    return std::clamp(profile.ReadNumber(kReportLimit, kMost), 1U, kMost) * kMebi;
+}
+} // namespace
+
+CPanes::CPanes(wxWindow* parent, const PingHistory& history, Profile& profile)
+    : wxSplitterWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+                       wxSP_3DSASH | wxSP_LIVE_UPDATE | wxSP_NOBORDER),
+      m_profile(profile), m_text(MakeChild<COutputText>(this, ReportLimit(profile))),
+      m_chart(MakeChild<CPingChart>(this, history)) {
+    // The chart keeps its height when the window is resized; the text takes what is left.
+    SetSashGravity(1.0);
+    SetMinimumPaneSize(4 * m_chart->GetCharHeight());
+    m_chart->Hide();
+    Initialize(m_text);
+    if (m_profile.ReadNumber(kShowChart, 1) != 0) {
+        Split();
+    }
+}
+
+void CPanes::Split() {
+    SplitHorizontally(m_text, m_chart, -m_chart->GetBestSize().y);
+}
+
+void CPanes::ShowChart(bool show) {
+    if (show == IsSplit()) {
+        return;
+    }
+    if (show) {
+        Split();
+    } else {
+        Unsplit(m_chart);
+        m_text->SetFocus();
+    }
+    m_profile.WriteNumber(kShowChart, show ? 1 : 0);
+}
+
+void CPanes::FocusNextPane() {
+    if (IsSplit() && m_text->HasFocus()) {
+        m_chart->SetFocus();
+    } else {
+        m_text->SetFocus();
+    }
+}
+
+} // namespace vnxtest

@@ -1,0 +1,35 @@
+// The client area of the main window: the output view and, below it, the chart, which can be hidden.
+// User-interface thread.
+#pragma once
+
+#include <wx/splitter.h>
+
+#include "platform/profile.h"
+#include "ui/chart/ping_chart.h"
+#include "ui/text/output_text.h"
+
+namespace vnxtest {
+
+class CPanes final : public wxSplitterWindow {
+public:
+    // The chart is shown or hidden as `profile` remembers. Both others must outlive this.
+    CPanes(wxWindow* parent, const PingHistory& history, Profile& profile);
+
+    COutputText& Text() { return *m_text; }
+    CPingChart& Chart() { return *m_chart; }
+
+    bool IsChartShown() const { return IsSplit(); }
+    // Shows or hides the chart, and remembers it.
+    void ShowChart(bool show);
+    // Moves the focus to the other pane. There are two at most, so both directions are the same.
+    void FocusNextPane();
+
+private:
+    void Split();
+
+    Profile& m_profile;
+    COutputText* m_text;
+    CPingChart* m_chart;
+};
+
+} // namespace vnxtest

@@ -1,0 +1,58 @@
+#include "ui/frame/status_bar.h"
+
+#include <array>
+
+#include "widgets/accessible_name.h"
+
+namespace vnxtest {
+
+namespace {
+constexpr int kMessageTime = 6000; // milliseconds
+constexpr int kMenuTime = 500;     // until a menu is looked at again that hides the message
+} // namespace
+
+CStatusBar::CStatusBar(wxWindow* parent) : wxStatusBar(parent, wxID_ANY, wxSTB_DEFAULT_STYLE) {
+    constexpr std::array kWidths = {-3, -4, -2};
+    SetFieldsCount(static_cast<int>(kWidths.size()), kWidths.data());
+    m_timer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { OnTimer(); });
+}
+
+void CStatusBar::Tell(const wxString& message) {
+    m_message = message;
+    SetStatusText(message.empty() ? m_standing : message);
+    if (message.empty()) {
+        m_timer.Stop();
+    } else {
+        m_timer.StartOnce(kMessageTime);
+    }
+}
+
+void CStatusBar::TellStanding(const wxString& message) {
+    if (m_standing != message) {
+        m_standing = message;
+        Tell(wxString());
+    }
+}
+
+// The prompt of a menu item stands over the message, which the menu puts back when it is closed.
+void CStatusBar::OnTimer() {
+    if (GetStatusText() == m_message) {
+        Tell(wxString());
+    } else {
+        m_timer.StartOnce(kMenuTime);
+    }
+}
+
+void CStatusBar::DoUpdateStatusText(int field) {
+    wxStatusBar::DoUpdateStatusText(field);
+    wxString all = "Status bar";
+    for (int each = 0; each < GetFieldsCount(); ++each) {
+        // Behind a menu's prompt the frame puts back a text of one NUL where there was none.
+        if (const wxString text = GetStatusText(each).BeforeFirst('\0'); !text.empty()) {
+            all += ": " + text;
+        }
+    }
+    SetAccessibleName(*this, all);
+}
+
+} // namespace vnxtest

@@ -1,0 +1,37 @@
+// Frames that came in one transfer, in the library's I/O buffer.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace vnxtest {
+
+class FrameBatch {
+public:
+    struct Frame {
+        const std::uint8_t* bytes;
+        std::uint32_t captured;
+        std::uint32_t length; // on the wire
+    };
+
+    // Room for `bufferSize` bytes, but at least for one frame of `largestFrame` bytes.
+    void Resize(std::uint32_t bufferSize, std::uint32_t largestFrame);
+    std::uint32_t Size() const { return static_cast<std::uint32_t>(m_buffer.size()); }
+    // How many frames are sure to find room.
+    int Capacity() const { return m_capacity; }
+
+    bool IsEmpty() const { return m_first == m_end; }
+    void Clear() { m_first = m_end = m_frameBytes = 0; }
+    void Append(const std::uint8_t* bytes, std::uint32_t captured, std::uint32_t length);
+    Frame TakeFirst();
+    // The bytes of the frames appended since Clear().
+    std::uint32_t FrameBytes() const { return static_cast<std::uint32_t>(m_frameBytes); }
+
+private:
+    std::vector<std::uint8_t> m_buffer;
+    int m_capacity = 1;
+    std::size_t m_first = 0, m_end = 0, m_frameBytes = 0;
+};
+
+} // namespace vnxtest
