@@ -10,12 +10,11 @@
 #include <fstream>
 #include <iterator>
 
-#include <linux/rtnetlink.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
+#include "netlink/addresses.h"
+#include "netlink/routes.h"
 #include "platform/arp_probe_linux.h"
-#include "platform/netlink_linux.h"
 #include "platform/resolver_configuration.h"
 #include "wrenlib/text.h"
 
@@ -54,20 +53,10 @@ std::vector<std::string> NameServers() {
     return servers;
 }
 
-// The kernel is asked, not its file: that is not everywhere. Unknown is false.
-bool IsForwarding() {
-    std::uint32_t code = 0;
-    const NetlinkOwner<nl_cache> settings = DumpNetworkSettings(code);
-    const NetlinkOwner<rtnl_netconf> all(settings != nullptr ? rtnl_netconf_get_all(settings.get(), AF_INET)
-                                                             : nullptr);
-    int forwarding = 0;
-    return all != nullptr && rtnl_netconf_get_forwarding(all.get(), &forwarding) == 0 && forwarding != 0;
-}
-
 Bytes MakeParameters() {
     ParametersHead head;
     gethostname(head.hostName, sizeof head.hostName - 1);
-    head.enableRouting = IsForwarding() ? 1 : 0;
+    head.enableRouting = IsForwarding().value_or(false) ? 1 : 0;
     const std::vector<std::string> servers = NameServers();
     head.serverCount = static_cast<std::uint32_t>(servers.size());
     Bytes bytes(sizeof head);
@@ -89,41 +78,30 @@ Bytes MakeTable(const std::vector<Row>& rows) {
     return bytes;
 }
 
-void AppendRoute(rtnl_route* route, std::vector<RawRouteRow>& rows) {
+void AppendRoute(const KernelRoute& route, std::vector<RawRouteRow>& rows) {
     RawRouteRow row;
-    nl_addr* destination = rtnl_route_get_dst(route);
-    row.destination = ToIpv4(destination).Memory();
-    row.mask = PrefixMask(destination != nullptr ? nl_addr_get_prefixlen(destination) : 0).Memory();
-    row.protocol = rtnl_route_get_protocol(route);
-    row.metrics[0] = rtnl_route_get_priority(route);
-    const int type = rtnl_route_get_type(route);
-    if (type == RTN_BLACKHOLE || type == RTN_UNREACHABLE || type == RTN_PROHIBIT || type == RTN_THROW) {
+    row.destination = route.destination.Memory();
+    row.mask = route.mask.Memory();
+    row.metrics[0] = route.metric;
+    if (route.kind == KernelRouteKind::Refused) {
         row.type = kRouteTypeInvalid;
         rows.push_back(row);
-        return;
     }
-    for (int i = 0; i < rtnl_route_get_nnexthops(route); ++i) {
-        rtnl_nexthop* nextHop = rtnl_route_nexthop_n(route, i);
-        row.nextHop = ToIpv4(rtnl_route_nh_get_gateway(nextHop)).Memory();
-        row.interfaceIndex = static_cast<std::uint32_t>(rtnl_route_nh_get_ifindex(nextHop));
+    for (const KernelNextHop& hop : route.nextHops) {
+        row.nextHop = hop.gateway.Memory();
+        row.interfaceIndex = hop.link;
         rows.push_back(row);
     }
 }
 
-// The main table alone: the others hold the host's own addresses, or serve rules of their owners.
 std::uint32_t MakeRouteTable(Bytes& table) {
-    std::uint32_t code = 0;
-    const NetlinkOwner<nl_cache> cache = DumpRoutes(code);
-    if (cache == nullptr) {
-        return code;
+    std::vector<KernelRoute> routes;
+    if (const int code = ListRoutes(routes)) {
+        return static_cast<std::uint32_t>(code);
     }
     std::vector<RawRouteRow> rows;
-    for (nl_object* object = nl_cache_get_first(cache.get()); object != nullptr;
-         object = nl_cache_get_next(object)) {
-        auto* route = reinterpret_cast<rtnl_route*>(object);
-        if (rtnl_route_get_family(route) == AF_INET && rtnl_route_get_table(route) == RT_TABLE_MAIN) {
-            AppendRoute(route, rows);
-        }
+    for (const KernelRoute& route : routes) {
+        AppendRoute(route, rows);
     }
     // Rows of one destination stay in the kernel's order (the longer mask, then the lower metric first).
     std::ranges::stable_sort(
@@ -132,26 +110,14 @@ std::uint32_t MakeRouteTable(Bytes& table) {
     return 0;
 }
 
-// In the kernel's order: interface by interface, an interface's primary address first.
 std::uint32_t MakeAddressTable(Bytes& table) {
-    std::uint32_t code = 0;
-    const NetlinkOwner<nl_cache> cache = DumpAddresses(code);
-    if (cache == nullptr) {
-        return code;
+    std::vector<KernelAddress> addresses;
+    if (const int code = ListAddresses(addresses)) {
+        return static_cast<std::uint32_t>(code);
     }
     std::vector<RawAddressRow> rows;
-    for (nl_object* object = nl_cache_get_first(cache.get()); object != nullptr;
-         object = nl_cache_get_next(object)) {
-        auto* address = reinterpret_cast<rtnl_addr*>(object);
-        if (rtnl_addr_get_family(address) != AF_INET) {
-            continue;
-        }
-        RawAddressRow row;
-        row.address = ToIpv4(rtnl_addr_get_local(address)).Memory();
-        row.interfaceIndex = static_cast<std::uint32_t>(rtnl_addr_get_ifindex(address));
-        row.mask = PrefixMask(static_cast<unsigned>(rtnl_addr_get_prefixlen(address))).Memory();
-        row.broadcast = ToIpv4(rtnl_addr_get_broadcast(address)).Memory();
-        rows.push_back(row);
+    for (const KernelAddress& address : addresses) {
+        rows.push_back({address.address.Memory(), address.link, address.mask.Memory()});
     }
     table = MakeTable(rows);
     return 0;
