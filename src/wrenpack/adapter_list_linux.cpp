@@ -1,9 +1,6 @@
 #include "wrenpack/adapter_list_linux.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <map>
 #include <optional>
 #include <unordered_map>
@@ -25,9 +22,7 @@ namespace vnxtest {
 
 namespace {
 
-constexpr std::uint32_t kNdisMedium802_3 = 0;
-constexpr std::uint32_t kEthernetHeader = 14;
-constexpr std::uint64_t kSpeedUnitsOfMegabit = 10000; // 100 bit/s
+constexpr std::uint64_t kMegabit = 1'000'000;
 
 // What addresses and routes say of one link.
 struct LinkAddresses {
@@ -116,19 +111,18 @@ std::string Describe(const KernelLink& link, const KernelTables& tables, Ethtool
     return link.alias.empty() ? text : text + ", " + link.alias;
 }
 
-void FillChecksumOffload(const Ethtool::Features& features, ADAPTER_INFO_LIST_ENTRY& entry) {
+std::optional<ChecksumOffload> ChecksumOffloadOf(const Ethtool::Features& features) {
     constexpr const char* kNames[] = {"tx-checksum-ipv4", "tx-checksum-ip-generic", "tx-checksum-ipv6",
                                       "rx-checksum"};
-    constexpr std::uint32_t kTransport = kChecksumTcp | kChecksumUdp;
-    const bool generic = features.IsActive("tx-checksum-ip-generic");
-    const bool receive = features.IsActive("rx-checksum");
-    entry.ChecksumOffloadPresent =
-        std::ranges::any_of(kNames, [&](const char* name) { return features.IsPresent(name); }) ? 1 : 0;
+    if (std::ranges::none_of(kNames, [&](const char* name) { return features.IsPresent(name); })) {
+        return std::nullopt;
+    }
     // Linux leaves the checksum of the IP header to no driver: its bit stays clear.
-    entry.V4Transmit = generic || features.IsActive("tx-checksum-ipv4") ? kTransport : 0;
-    entry.V6Transmit = generic || features.IsActive("tx-checksum-ipv6") ? kTransport : 0;
-    entry.V4Receive = receive ? kTransport : 0;
-    entry.V6Receive = receive ? kTransport : 0;
+    const auto transport = [](bool active) { return active ? kChecksumTcp | kChecksumUdp : 0U; };
+    const bool generic = features.IsActive("tx-checksum-ip-generic");
+    const std::uint32_t receive = transport(features.IsActive("rx-checksum"));
+    return ChecksumOffload{transport(generic || features.IsActive("tx-checksum-ipv4")), receive,
+                           transport(generic || features.IsActive("tx-checksum-ipv6")), receive};
 }
 
 // What every adapter is asked through.
@@ -137,75 +131,69 @@ struct Questions {
     PromiscuousProbe promiscuous;
 };
 
-ADAPTER_INFO_LIST_ENTRY MakeEntry(const KernelLink& link, const KernelTables& tables, Questions& ask,
-                                  AdapterFacts& facts) {
-    ADAPTER_INFO_LIST_ENTRY entry;
-    const std::wstring wideName = ToWide(link.name);
-    entry.leadingWord = sizeof entry;
-    SetField(entry.AdapterName, kAdapterPrefix + wideName);
-    SetField(entry.Connection, wideName);
-    SetField(entry.Description, ToWide(Describe(link, tables, ask.ethtool)));
-    std::ranges::copy(link.mac->Bytes(), entry.PhysAddr);
-    entry.LinkType = kNdisMedium802_3;
-    entry.LinkSpeed = static_cast<std::uint32_t>(
-        std::min<std::uint64_t>(ask.ethtool.GetLinkSpeed(link.name) * kSpeedUnitsOfMegabit, UINT32_MAX));
+HostAdapter MakeAdapter(const KernelLink& link, const KernelTables& tables, Questions& ask) {
+    constexpr unsigned kLowerUp = 0x10000; // the carrier is there (IFF_LOWER_UP)
     LinkAddresses addresses;
     if (const auto found = tables.addresses.find(link.index); found != tables.addresses.end()) {
         addresses = found->second;
     }
-    entry.IPAddr = addresses.address.Memory();
-    entry.IPAddrMask = addresses.mask.Memory();
-    entry.GatewayIPAddr = addresses.gateway.Memory();
-    entry.dwIndex = link.index;
-    constexpr unsigned kLowerUp = 0x10000; // the carrier is there (IFF_LOWER_UP)
-    entry.MediaConnected = (link.flags & (IFF_UP | kLowerUp)) == (IFF_UP | kLowerUp) ? 1 : 0;
-    entry.MaxPacketLen = link.mtu + kEthernetHeader;
-    const std::optional<bool> promiscuous = ask.promiscuous.IsCapable(
-        link.name, link.index, (link.flags & IFF_PROMISC) != 0 || link.promiscuity != 0);
-    entry.PromiscuousMode = promiscuous.value_or(false) ? 1 : 0;
-    facts.promiscuousKnown = promiscuous.has_value();
-    facts.portOf = ToWide(tables.NameOf(link.master));
-    const bool dhcp = addresses.dhcp || HasDhcpLease("", link.name, link.index, addresses.address);
-    entry.DHCP = dhcp ? 1 : 0;
-    facts.dhcpKnown = dhcp;
-    FillChecksumOffload(ask.ethtool.GetFeatures(link.name), entry);
-    return entry;
+    HostAdapter adapter;
+    adapter.connection = ToWide(link.name);
+    adapter.driverName = DriverNameOf(adapter.connection);
+    adapter.description = ToWide(Describe(link, tables, ask.ethtool));
+    adapter.index = link.index;
+    adapter.mac = *link.mac;
+    adapter.address = addresses.address;
+    adapter.mask = addresses.mask;
+    adapter.gateway = addresses.gateway;
+    if (const std::uint64_t megabits = ask.ethtool.GetLinkSpeed(link.name); megabits != 0) {
+        adapter.linkSpeed = megabits * kMegabit;
+    }
+    adapter.mediaConnected = (link.flags & (IFF_UP | kLowerUp)) == (IFF_UP | kLowerUp);
+    adapter.largestPacket = link.mtu + kEthernetHeader;
+    adapter.promiscuous = ask.promiscuous.IsCapable(link.name, link.index,
+                                                    (link.flags & IFF_PROMISC) != 0 || link.promiscuity != 0);
+    adapter.portOf = ToWide(tables.NameOf(link.master));
+    // Nothing proves that it is off.
+    if (addresses.dhcp || HasDhcpLease("", link.name, link.index, addresses.address)) {
+        adapter.dhcp = true;
+    }
+    adapter.checksumOffload = ChecksumOffloadOf(ask.ethtool.GetFeatures(link.name));
+    return adapter;
 }
 
-AdapterRank RankOf(const ADAPTER_INFO_LIST_ENTRY& entry, bool isUp, const AdapterFacts& facts,
-                   std::uint32_t defaultLink) {
-    return {entry.dwIndex != defaultLink, !isUp || entry.IPAddr == 0, !facts.portOf.empty(), !isUp,
-            entry.dwIndex};
+AdapterRank RankOf(const HostAdapter& adapter, bool isUp, std::uint32_t defaultLink) {
+    return {adapter.index != defaultLink, !isUp || adapter.address.IsZero(), !adapter.portOf.empty(), !isUp,
+            adapter.index};
 }
 
 using Ranks = std::unordered_map<std::uint32_t, AdapterRank>; // by the adapter's index
 
 // By their indexes; of several adapters with one MAC address the one that is meant by it stands before the
 // first.
-void SortByIndex(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, const Ranks& ranks) {
+void SortByIndex(std::vector<HostAdapter>& adapters, const Ranks& ranks) {
     struct Group {
         std::uint32_t first;
         std::uint32_t meant;
     };
-    std::map<std::array<std::uint8_t, 6>, Group> groups;
-    for (const ADAPTER_INFO_LIST_ENTRY& entry : entries) {
-        const std::uint32_t index = entry.dwIndex;
-        Group& group = groups.try_emplace(std::to_array(entry.PhysAddr), Group{index, index}).first->second;
+    std::map<MacAddress, Group> groups;
+    for (const HostAdapter& adapter : adapters) {
+        const std::uint32_t index = adapter.index;
+        Group& group = groups.try_emplace(adapter.mac, Group{index, index}).first->second;
         group.first = std::min(group.first, index);
         group.meant = ranks.at(index) < ranks.at(group.meant) ? index : group.meant;
     }
-    std::ranges::sort(entries, {}, [&](const ADAPTER_INFO_LIST_ENTRY& entry) {
-        const Group& group = groups.at(std::to_array(entry.PhysAddr));
-        const bool meant = entry.dwIndex == group.meant;
-        return std::pair(meant ? group.first : entry.dwIndex, !meant);
+    std::ranges::sort(adapters, {}, [&](const HostAdapter& adapter) {
+        const Group& group = groups.at(adapter.mac);
+        const bool meant = adapter.index == group.meant;
+        return std::pair(meant ? group.first : adapter.index, !meant);
     });
 }
 
 } // namespace
 
-std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, FactsByIndex& facts) {
-    entries.clear();
-    facts.clear();
+std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters) {
+    adapters.clear();
     KernelTables tables;
     if (const int code = ReadTables(tables)) {
         return static_cast<std::uint32_t>(code);
@@ -214,14 +202,11 @@ std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries, FactsB
     Ranks ranks;
     for (const KernelLink& link : tables.links) {
         if (IsEthernetLike(link)) {
-            AdapterFacts known;
-            entries.push_back(MakeEntry(link, tables, ask, known));
-            const ADAPTER_INFO_LIST_ENTRY& entry = entries.back();
-            ranks[entry.dwIndex] = RankOf(entry, (link.flags & IFF_UP) != 0, known, tables.defaultLink);
-            facts[entry.dwIndex] = std::move(known);
+            adapters.push_back(MakeAdapter(link, tables, ask));
+            ranks[link.index] = RankOf(adapters.back(), (link.flags & IFF_UP) != 0, tables.defaultLink);
         }
     }
-    SortByIndex(entries, ranks);
+    SortByIndex(adapters, ranks);
     return 0;
 }
 
