@@ -27,10 +27,14 @@ if(WIN32)
   include(${CMAKE_CURRENT_LIST_DIR}/windows/Resources.cmake)
 endif()
 
-# The rooms of src/rooms, from the ground floor up; those of the window only where it is built.
+# The rooms of src/rooms, from the ground floor up; those of the window only where it is
+# built, that of the Linux kernel's tables only on Linux.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/rooms)
 file(STRINGS ${PROJECT_SOURCE_DIR}/src/rooms VNXTEST_ROOMS REGEX "^[a-z]")
 string(REPLACE " " ";" VNXTEST_ROOMS "${VNXTEST_ROOMS}")
+if(WIN32)
+  list(REMOVE_ITEM VNXTEST_ROOMS netlink)
+endif()
 if(NOT VNXTEST_WINDOW)
   list(REMOVE_ITEM VNXTEST_ROOMS widgets helpui ui)
 endif()

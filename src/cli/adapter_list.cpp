@@ -15,70 +15,62 @@ namespace vnxtest {
 
 namespace {
 
-constexpr std::size_t kDriverPrefix = 4;
-
-std::wstring DriverName(const ADAPTER_INFO_LIST_ENTRY& entry) {
-    const std::wstring name = TrimBlanks(FieldText(entry.AdapterName));
-    return name.size() > kDriverPrefix ? name.substr(kDriverPrefix) : name;
+std::wstring Identifier(const HostAdapter& adapter) {
+    const std::wstring name = TrimBlanks(adapter.driverName);
+    const std::wstring_view identifier = IdentifierOf(name);
+    return identifier.empty() ? name : std::wstring(identifier);
 }
 
-bool HasAddress(const ADAPTER_INFO_LIST_ENTRY& entry) {
-    return entry.IPAddr != 0;
+bool HasAddress(const HostAdapter& adapter) {
+    return !adapter.address.IsZero();
 }
 
 // As the system has the names, and as they are shown.
-bool IsNamed(const ADAPTER_INFO_LIST_ENTRY& entry, std::wstring_view name) {
-    return std::ranges::any_of(std::array{TrimBlanks(FieldText(entry.Connection)), DriverName(entry),
-                                          TrimBlanks(FieldText(entry.AdapterName))},
-                               [name](const std::wstring& own) {
-                                   return EqualNoCase(own, name) || EqualNoCase(MakeVisible(own), name);
-                               });
+bool IsNamed(const HostAdapter& adapter, std::wstring_view name) {
+    return std::ranges::any_of(
+        std::array{TrimBlanks(adapter.connection), Identifier(adapter), TrimBlanks(adapter.driverName)},
+        [name](const std::wstring& own) {
+            return EqualNoCase(own, name) || EqualNoCase(MakeVisible(own), name);
+        });
 }
 
 } // namespace
 
-MacAddress AdapterMac(const ADAPTER_INFO_LIST_ENTRY& entry) {
-    return MacAddress(std::to_array(entry.PhysAddr));
+std::wstring AdapterDisplayName(const HostAdapter& adapter) {
+    const std::wstring connection = TrimBlanks(adapter.connection);
+    return MakeVisible(connection.empty() ? Identifier(adapter) : connection);
 }
 
-std::wstring AdapterDisplayName(const ADAPTER_INFO_LIST_ENTRY& entry) {
-    const std::wstring connection = TrimBlanks(FieldText(entry.Connection));
-    return MakeVisible(connection.empty() ? DriverName(entry) : connection);
-}
-
-const ADAPTER_INFO_LIST_ENTRY* FindAdapter(const HostNetwork& host, std::wstring_view text) {
+const HostAdapter* FindAdapter(const HostNetwork& host, std::wstring_view text) {
     const auto& adapters = host.Adapters();
     const auto find = [&adapters](const auto& matches) {
         const auto found = std::ranges::find_if(adapters, matches);
         return found == adapters.end() ? nullptr : &*found;
     };
     if (const auto ip = ParseIPAddress(text)) {
-        return find([&](const auto& entry) { return HasAddress(entry) && entry.IPAddr == ip->Memory(); });
+        return find([&](const auto& adapter) { return HasAddress(adapter) && adapter.address == *ip; });
     }
     if (const auto mac = ParseMACAddress(text)) {
-        return find([&](const auto& entry) { return AdapterMac(entry) == *mac; });
+        return find([&](const auto& adapter) { return adapter.mac == *mac; });
     }
-    return find([&](const auto& entry) { return IsNamed(entry, text); });
+    return find([&](const auto& adapter) { return IsNamed(adapter, text); });
 }
 
-const ADAPTER_INFO_LIST_ENTRY* OpenedFor(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry) {
-    return FindAdapter(host, HasAddress(entry) ? FormatIPAddr(Ipv4Address::FromMemory(entry.IPAddr))
-                                               : FormatMACAddr(AdapterMac(entry)));
+const HostAdapter* OpenedFor(const HostNetwork& host, const HostAdapter& adapter) {
+    return FindAdapter(host,
+                       HasAddress(adapter) ? FormatIPAddr(adapter.address) : FormatMACAddr(adapter.mac));
 }
 
 namespace {
 
-std::wstring StateOf(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry) {
-    const ADAPTER_INFO_LIST_ENTRY* const opened = OpenedFor(host, entry);
-    if (opened != nullptr && opened != &entry) { // it cannot be chosen
-        const std::wstring master = MakeVisible(host.Sources().adapters.FactsOf(entry).portOf);
+std::wstring StateOf(const HostNetwork& host, const HostAdapter& adapter) {
+    const HostAdapter* const opened = OpenedFor(host, adapter);
+    if (opened != nullptr && opened != &adapter) { // it cannot be chosen
+        const std::wstring master = MakeVisible(adapter.portOf);
         return master.empty() ? L"same address as " + AdapterDisplayName(*opened) : L"port of " + master;
     }
-    const ADAPTER_INFO_LIST_ENTRY* const standard = host.DefaultAdapter();
-    const bool isDefault = standard != nullptr && standard->dwIndex == entry.dwIndex &&
-                           AdapterMac(*standard) == AdapterMac(entry);
-    return std::wstring(entry.MediaConnected != 0 ? L"connected" : L"not connected") +
-           (isDefault ? L", default" : L"");
+    return std::wstring(adapter.mediaConnected ? L"connected" : L"not connected") +
+           (host.IsDefaultAdapter(adapter) ? L", default" : L"");
 }
 
 } // namespace
@@ -89,10 +81,10 @@ std::wstring AdapterTable(const HostNetwork& host) {
     }
     using Row = std::array<std::wstring, 5>;
     std::vector<Row> rows = {{L"Name", L"IP address", L"MAC address", L"State", L"Description"}};
-    for (const ADAPTER_INFO_LIST_ENTRY& entry : host.Adapters()) {
-        const AdapterTexts texts = GetAdapterTexts(entry, host.Sources().adapters);
-        rows.push_back({AdapterDisplayName(entry), HasAddress(entry) ? texts.address : L"-", texts.mac,
-                        StateOf(host, entry), texts.description});
+    for (const HostAdapter& adapter : host.Adapters()) {
+        const AdapterTexts texts = GetAdapterTexts(adapter);
+        rows.push_back({AdapterDisplayName(adapter), HasAddress(adapter) ? texts.address : L"-", texts.mac,
+                        StateOf(host, adapter), texts.description});
     }
     std::array<std::size_t, 4> widths{};
     for (const Row& row : rows) {
@@ -116,31 +108,29 @@ std::wstring AdapterTable(const HostNetwork& host) {
 
 std::string AdapterJson(const HostNetwork& host) {
     Json list = Json::array();
-    for (const ADAPTER_INFO_LIST_ENTRY& entry : host.Adapters()) {
-        const AdapterTexts texts = GetAdapterTexts(entry, host.Sources().adapters);
-        const auto address = [](std::uint32_t image) {
-            return image == 0 ? Json() : Json(ToUtf8(FormatIPAddr(Ipv4Address::FromMemory(image))));
+    for (const HostAdapter& adapter : host.Adapters()) {
+        const AdapterTexts texts = GetAdapterTexts(adapter);
+        const auto address = [](Ipv4Address value) {
+            return value.IsZero() ? Json() : Json(ToUtf8(FormatIPAddr(value)));
         };
-        const AdapterFacts facts = host.Sources().adapters.FactsOf(entry);
-        const auto fact = [](std::uint32_t field, bool known) { return known ? Json(field != 0) : Json(); };
+        const auto fact = [](const auto& value) { return value ? Json(*value) : Json(); };
         list.push_back(Json{
-            {"name", ToUtf8(AdapterDisplayName(entry))},
+            {"name", ToUtf8(AdapterDisplayName(adapter))},
             {"driverName", ToUtf8(texts.name)},
             {"description", ToUtf8(texts.description)},
-            {"index", entry.dwIndex},
+            {"index", adapter.index},
             {"mac", ToUtf8(texts.mac)},
-            {"ip", address(entry.IPAddr)},
-            {"mask", entry.IPAddr == 0 ? Json() : Json(ToUtf8(texts.mask))},
-            {"gateway", address(entry.GatewayIPAddr)},
+            {"ip", address(adapter.address)},
+            {"mask", adapter.address.IsZero() ? Json() : Json(ToUtf8(texts.mask))},
+            {"gateway", address(adapter.gateway)},
             {"medium", ToUtf8(texts.medium)},
-            {"linkSpeed", entry.LinkSpeed == 0 ? Json() : Json(std::uint64_t{entry.LinkSpeed} * 100)},
-            {"connected", entry.MediaConnected != 0},
-            {"dhcp", fact(entry.DHCP, facts.dhcpKnown)},
-            {"promiscuous", fact(entry.PromiscuousMode, facts.promiscuousKnown)},
-            {"portOf", facts.portOf.empty() ? Json() : Json(ToUtf8(MakeVisible(facts.portOf)))},
-            {"largestPacket", entry.MaxPacketLen},
-            {"default", host.DefaultAdapter() != nullptr && host.DefaultAdapter()->dwIndex == entry.dwIndex &&
-                            AdapterMac(*host.DefaultAdapter()) == AdapterMac(entry)},
+            {"linkSpeed", fact(adapter.linkSpeed)},
+            {"connected", adapter.mediaConnected},
+            {"dhcp", fact(adapter.dhcp)},
+            {"promiscuous", fact(adapter.promiscuous)},
+            {"portOf", adapter.portOf.empty() ? Json() : Json(ToUtf8(MakeVisible(adapter.portOf)))},
+            {"largestPacket", adapter.largestPacket},
+            {"default", host.IsDefaultAdapter(adapter)},
         });
     }
     return JsonText(Json{{"version", kJsonVersion}, {"adapters", std::move(list)}});

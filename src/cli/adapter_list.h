@@ -10,16 +10,14 @@ namespace vnxtest {
 
 // The adapter that `text` names: its IP address, its MAC address, or its name without regard to
 // case. Null when there is none.
-const ADAPTER_INFO_LIST_ENTRY* FindAdapter(const HostNetwork& host, std::wstring_view text);
+const HostAdapter* FindAdapter(const HostNetwork& host, std::wstring_view text);
 
 // The adapter that is opened for this one, which is of the list: adapters are opened by their IP address, and
 // without one by their MAC address, which may be another's, too (a port has its bridge's).
-const ADAPTER_INFO_LIST_ENTRY* OpenedFor(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry);
+const HostAdapter* OpenedFor(const HostNetwork& host, const HostAdapter& adapter);
 
 // The name by which users know the adapter: the connection's, else the packet driver's without its prefix.
-std::wstring AdapterDisplayName(const ADAPTER_INFO_LIST_ENTRY& entry);
-
-MacAddress AdapterMac(const ADAPTER_INFO_LIST_ENTRY& entry);
+std::wstring AdapterDisplayName(const HostAdapter& adapter);
 
 // The list as a table for people, one line an adapter, ended by "\n"; says so when there is none.
 std::wstring AdapterTable(const HostNetwork& host);

@@ -38,13 +38,13 @@ std::wstring GeneratedMac(const std::wstring& text, const HostNetwork& host) {
 }
 
 // The adapter that the texts name already.
-const ADAPTER_INFO_LIST_ENTRY* PresentAdapter(const InterfaceParameters& texts, const HostNetwork& host) {
+const HostAdapter* PresentAdapter(const InterfaceParameters& texts, const HostNetwork& host) {
     return FindAdapter(host, texts.adapterIpText.empty() ? texts.adapterMacText : texts.adapterIpText);
 }
 
-bool IsInSubnet(const std::wstring& text, const ADAPTER_INFO_LIST_ENTRY& adapter) {
+bool IsInSubnet(const std::wstring& text, const HostAdapter& adapter) {
     const auto ip = ParseIPAddress(text);
-    return ip && ((ip->Memory() ^ adapter.IPAddr) & adapter.IPAddrMask) == 0;
+    return ip && (*ip & adapter.mask) == (adapter.address & adapter.mask);
 }
 
 class InterfaceAnswer {
@@ -74,7 +74,7 @@ public:
 
 private:
     std::optional<std::wstring> ApplyAdapter(InterfaceParameters& texts, std::vector<std::wstring>& notes) {
-        const ADAPTER_INFO_LIST_ENTRY* const adapter = FindAdapter(m_host, *m_given.adapter);
+        const HostAdapter* const adapter = FindAdapter(m_host, *m_given.adapter);
         if (adapter == nullptr) {
             const wchar_t* reason = L"No such host adapter exists with this name.";
             if (ParseIPAddress(*m_given.adapter)) {
@@ -86,15 +86,14 @@ private:
                                         *m_given.adapter, std::wstring(reason)),
                                 m_host);
         }
-        const ADAPTER_INFO_LIST_ENTRY* const simulated = m_host.DefaultAdapter();
-        if (m_options.IsSimulated() && simulated != nullptr &&
-            AdapterMac(*adapter) != AdapterMac(*simulated)) {
+        const HostAdapter* const simulated = m_host.DefaultAdapter();
+        if (m_options.IsSimulated() && simulated != nullptr && adapter->mac != simulated->mac) {
             return Sprintf(
                 L"--adapter%s: the simulated LAN has one adapter only, %s. Leave the option out, or choose "
                 L"another library than sim.",
                 std::wstring(m_facts.suffix), m_host.DefaultAdapterIpText());
         }
-        if (const ADAPTER_INFO_LIST_ENTRY* const opened = OpenedFor(m_host, *adapter); opened != adapter) {
+        if (const HostAdapter* const opened = OpenedFor(m_host, *adapter); opened != adapter) {
             return WithAdapters(
                 Sprintf(L"--adapter%s %s: An adapter is opened by its IP address and without one by its MAC "
                         L"address, and that is the address of %s, too. Choose %s, or give %s an IP address. "
@@ -104,20 +103,20 @@ private:
                 m_host);
         }
         const bool changed = adapter != PresentAdapter(texts, m_host);
-        const bool byAddress = adapter->IPAddr != 0 && !ParseMACAddress(*m_given.adapter);
-        texts.adapterIpText = byAddress ? FormatIPAddr(Ipv4Address::FromMemory(adapter->IPAddr)) : L"";
-        texts.adapterMacText = byAddress ? L"" : FormatMACAddr(AdapterMac(*adapter));
-        if (changed && !m_given.guestIp && adapter->IPAddr != 0 && !IsInSubnet(texts.guestIpText, *adapter)) {
+        const bool byAddress = !adapter->address.IsZero() && !ParseMACAddress(*m_given.adapter);
+        texts.adapterIpText = byAddress ? FormatIPAddr(adapter->address) : L"";
+        texts.adapterMacText = byAddress ? L"" : FormatMACAddr(adapter->mac);
+        if (changed && !m_given.guestIp && !adapter->address.IsZero() &&
+            !IsInSubnet(texts.guestIpText, *adapter)) {
             DeriveGuestAddress(texts, *adapter, notes);
         }
         return std::nullopt;
     }
 
-    void DeriveGuestAddress(InterfaceParameters& texts, const ADAPTER_INFO_LIST_ENTRY& adapter,
+    void DeriveGuestAddress(InterfaceParameters& texts, const HostAdapter& adapter,
                             std::vector<std::wstring>& notes) {
-        const Ipv4Address address = Ipv4Address::FromMemory(adapter.IPAddr);
-        const Ipv4Address mask = Ipv4Address::FromMemory(adapter.IPAddrMask);
-        const std::wstring derived = FormatIPAddr((address & mask) | (m_facts.hostNumber & ~mask));
+        const std::wstring derived =
+            FormatIPAddr((adapter.address & adapter.mask) | (m_facts.hostNumber & ~adapter.mask));
         if (!m_profile.ReadText(m_facts.guestIpValue, L"").empty()) {
             notes.push_back(
                 Sprintf(L"The guest address %s of the profile is not in the subnet of the adapter \"%s\": %s "

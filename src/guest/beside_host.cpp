@@ -33,18 +33,16 @@ constexpr ProceedQuestion kIpUnusable = {
 
 HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
     HostFacts facts;
-    for (const ADAPTER_INFO_LIST_ENTRY& entry : host.Adapters()) {
-        std::array<std::uint8_t, 6> mac{};
-        std::copy(std::begin(entry.PhysAddr), std::end(entry.PhysAddr), mac.begin());
-        facts.macs.emplace_back(mac);
-        facts.addresses.push_back(Ipv4Address::FromMemory(entry.IPAddr));
-        if (entry.GatewayIPAddr != 0) {
-            facts.gateways.push_back(Ipv4Address::FromMemory(entry.GatewayIPAddr));
+    for (const HostAdapter& adapter : host.Adapters()) {
+        facts.macs.push_back(adapter.mac);
+        facts.addresses.push_back(adapter.address);
+        if (!adapter.gateway.IsZero()) {
+            facts.gateways.push_back(adapter.gateway);
         }
     }
     if (host.Addresses()) {
-        const auto own = std::ranges::find(*host.Addresses(), info.adapterIp, &AddressRow::address);
-        for (const AddressRow& row : *host.Addresses()) {
+        const auto own = std::ranges::find(*host.Addresses(), info.adapterIp, &HostAddress::address);
+        for (const HostAddress& row : *host.Addresses()) {
             facts.addresses.push_back(row.address);
             // The adapter's further addresses, too, each with its subnet.
             if (own != host.Addresses()->end() && row.interfaceIndex == own->interfaceIndex) {
@@ -53,7 +51,7 @@ HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
         }
     }
     if (host.Routes()) {
-        for (const RouteRow& row : *host.Routes()) {
+        for (const HostRoute& row : *host.Routes()) {
             facts.gateways.push_back(row.nextHop);
         }
     }

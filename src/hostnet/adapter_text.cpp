@@ -1,7 +1,5 @@
 #include "hostnet/adapter_text.h"
 
-#include <array>
-
 #include "wrenlib/address.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
@@ -10,37 +8,39 @@
 namespace vnxtest {
 
 namespace {
-std::wstring YesOrNo(std::uint32_t field, bool known) {
-    return field != 0 ? L"Yes" : known ? L"No" : L"unknown";
+std::wstring YesOrNo(std::optional<bool> fact) {
+    return !fact ? L"unknown" : *fact ? L"Yes" : L"No";
+}
+std::wstring Shown(const std::wstring& text) {
+    return MakeVisible(TrimBlanks(text));
 }
 } // namespace
 
-AdapterTexts GetAdapterTexts(const ADAPTER_INFO_LIST_ENTRY& entry, const WrenPackLibrary& library) {
+AdapterTexts GetAdapterTexts(const HostAdapter& adapter) {
     AdapterTexts texts;
-    texts.connection = MakeVisible(TrimBlanks(FieldText(entry.Connection)));
-    texts.name = MakeVisible(TrimBlanks(FieldText(entry.AdapterName)));
-    texts.description = MakeVisible(TrimBlanks(FieldText(entry.Description)));
-    texts.mac = FormatMACAddr(MacAddress(std::to_array(entry.PhysAddr)));
-    texts.medium = GetNdisMediumName(entry.LinkType);
-    texts.linkSpeed = LinkSpeedText(entry.LinkSpeed);
-    texts.address = FormatIPAddr(Ipv4Address::FromMemory(entry.IPAddr));
-    texts.mask = FormatIPAddr(Ipv4Address::FromMemory(entry.IPAddrMask));
-    texts.gateway = FormatIPAddr(Ipv4Address::FromMemory(entry.GatewayIPAddr));
-    const AdapterFacts facts = library.FactsOf(entry);
-    texts.dhcp = YesOrNo(entry.DHCP, facts.dhcpKnown);
-    texts.promiscuous = YesOrNo(entry.PromiscuousMode, facts.promiscuousKnown);
+    texts.connection = Shown(adapter.connection);
+    texts.name = Shown(adapter.driverName);
+    texts.description = Shown(adapter.description);
+    texts.mac = FormatMACAddr(adapter.mac);
+    texts.medium = GetNdisMediumName(adapter.medium);
+    texts.linkSpeed = LinkSpeedText(adapter.linkSpeed);
+    texts.address = FormatIPAddr(adapter.address);
+    texts.mask = FormatIPAddr(adapter.mask);
+    texts.gateway = FormatIPAddr(adapter.gateway);
+    texts.dhcp = YesOrNo(adapter.dhcp);
+    texts.promiscuous = YesOrNo(adapter.promiscuous);
     return texts;
 }
 
-std::wstring LinkSpeedText(std::uint32_t speed) {
-    double value = speed / 10000.0;
+std::wstring LinkSpeedText(std::optional<std::uint64_t> speed) {
+    double value = static_cast<double>(speed.value_or(0)) / 1e6;
     wchar_t unit = L'M';
     if (value >= 1000.0) {
         value /= 1000.0;
         unit = L'G';
     }
     const std::wstring text = Sprintf(L"%3.1f %cbps", value, unit);
-    return speed == 0 ? text + L" (unknown)" : text;
+    return speed ? text : text + L" (unknown)";
 }
 
 std::wstring_view GetNdisMediumName(std::uint32_t medium) {

@@ -1,20 +1,21 @@
-// The texts of an adapter entry, for whoever shows adapters.
+// The texts of an adapter, for whoever shows adapters.
 //
 // All functions may run on any thread.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include "wrenpack/wrenpack.h"
+#include "wrenpack/host_adapter.h"
 
 namespace vnxtest {
 
 // Trimmed and made visible (wrenlib/visible_text.h): these name no adapter to the system.
 struct AdapterTexts {
     std::wstring connection;
-    std::wstring name; // AdapterName
+    std::wstring name; // the packet driver's
     std::wstring description;
     std::wstring mac;
     std::wstring medium;
@@ -26,11 +27,10 @@ struct AdapterTexts {
     std::wstring promiscuous; // the same
 };
 
-// `library` is the one the entry came from.
-AdapterTexts GetAdapterTexts(const ADAPTER_INFO_LIST_ENTRY& entry, const WrenPackLibrary& library);
+AdapterTexts GetAdapterTexts(const HostAdapter& adapter);
 
-// A speed in units of 100 bit/s as "999.9 Mbps" or "1.0 Gbps"; 0 is "0.0 Mbps (unknown)".
-std::wstring LinkSpeedText(std::uint32_t speed);
+// A speed in bits per second as "999.9 Mbps" or "1.0 Gbps"; nullopt is "0.0 Mbps (unknown)".
+std::wstring LinkSpeedText(std::optional<std::uint64_t> speed);
 
 // The name of an NDIS_MEDIUM value; "NdisMediumUnknown" from 20 on.
 std::wstring_view GetNdisMediumName(std::uint32_t medium);

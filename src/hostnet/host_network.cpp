@@ -1,8 +1,6 @@
 #include "hostnet/host_network.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 
 #include "core/output_channel.h"
 #include "wrenlib/errors.h"
@@ -13,10 +11,6 @@
 namespace vnxtest {
 
 namespace {
-
-MacAddress MacOf(const ADAPTER_INFO_LIST_ENTRY& entry) {
-    return MacAddress(std::to_array(entry.PhysAddr));
-}
 
 std::uint64_t MacKey(MacAddress mac) {
     std::uint64_t key = 0;
@@ -32,8 +26,11 @@ Value FindOr(const Map& map, std::uint32_t key, Value missing) {
     return found != map.end() ? found->second : missing;
 }
 
-void TraceTableFailure(std::wstring_view call, std::uint32_t code) {
-    if (code != 0) {
+// Takes what `read` puts into a table; a failure leaves none and is traced by the name of Windows' call.
+template <typename Table, typename Read>
+void Gather(const wchar_t* call, std::optional<Table>& table, Read read) {
+    if (const std::uint32_t code = read(table.emplace())) {
+        table.reset();
         WrenLibAfxTrace(L"** InitGlobals: %s() failed; rc=%d, %s\n", std::wstring(call), code,
                         FormatLastError(code));
     }
@@ -49,7 +46,8 @@ void TraceAdapterListFailure(const AdapterListOutcome& outcome) {
         break;
     case AdapterListStage::SizeQuery:
         WrenLibAfxTrace(L"** InitFPAdaptersList: WrenPackGetAdaptersList(NULL,0) %s; rc=%d: %s\n",
-                        std::wstring(outcome.size != 0 ? L"succeeded?!" : L"failed!"), outcome.code, text);
+                        std::wstring(outcome.sizeSucceeded ? L"succeeded?!" : L"failed!"), outcome.code,
+                        text);
         if (outcome.code == kFileNotFound) {
             WrenLibAfxTrace(L"** InitFPAdaptersList: (WWPCUtil was likely not found)\n");
         }
@@ -71,12 +69,20 @@ HostNetwork::HostNetwork(HostSources sources, VnetxLibrary& library)
     : m_sources(sources), m_library(library) {}
 
 void HostNetwork::GatherTables() {
-    TraceTableFailure(L"GetNetworkParams", ReadNetworkParameters(m_sources.tables, m_parameters));
+    HostTables& tables = m_sources.tables;
+    Gather(L"GetNetworkParams", m_parameters,
+           [&](auto& parameters) { return tables.ReadParameters(parameters); });
     if (m_parameters) {
         m_parameters->hostName = MakeVisible(m_parameters->hostName);
         std::ranges::transform(m_parameters->dnsServers, m_parameters->dnsServers.begin(), MakeVisible);
     }
-    TraceTableFailure(L"GetIpForwardTable", ReadRoutes(m_sources.tables, m_routes));
+    Gather(L"GetIpForwardTable", m_routes, [&](auto& routes) { return tables.ReadRoutes(routes); });
+}
+
+void HostNetwork::GatherAddresses() {
+    Gather(L"GetIpAddrTable", m_addresses,
+           [this](auto& addresses) { return m_sources.tables.ReadAddresses(addresses); });
+    IndexAddresses();
 }
 
 void HostNetwork::InitGlobals() {
@@ -89,13 +95,12 @@ void HostNetwork::InitGlobals() {
 }
 
 void HostNetwork::ProbeDefaultAdapterGateway() {
-    const ADAPTER_INFO_LIST_ENTRY* adapter = DefaultAdapter();
+    const HostAdapter* const adapter = DefaultAdapter();
     if (adapter == nullptr) {
         WrenLibAfxTrace(L"** InitGlobals: WARNING: default host adapter undefined!\n");
-    } else if (adapter->GatewayIPAddr == 0) {
+    } else if (adapter->gateway.IsZero()) {
         WrenLibAfxTrace(L"** InitGlobals: WARNING: default adapter gateway undefined!\n");
-    } else if (!IsIPAddrResponsive(Ipv4Address::FromMemory(adapter->GatewayIPAddr), nullptr,
-                                   Ipv4Address::FromMemory(adapter->IPAddr))) {
+    } else if (!IsIPAddrResponsive(adapter->gateway, nullptr, adapter->address)) {
         WrenLibAfxTrace(L"** InitGlobals: WARNING: default adapter gateway unresponsive!\n");
     }
 }
@@ -104,7 +109,7 @@ bool HostNetwork::InitFPAdaptersList() {
     if (m_haveAdapters) {
         return true;
     }
-    const AdapterListOutcome outcome = FetchAdapters(m_sources.adapters, m_adapters);
+    const AdapterListOutcome outcome = m_sources.adapters.ListAdapters(m_adapters);
     TraceAdapterListFailure(outcome);
     m_haveAdapters = outcome.stage == AdapterListStage::Done;
     IndexAdapters();
@@ -114,11 +119,10 @@ bool HostNetwork::InitFPAdaptersList() {
 bool HostNetwork::GatherAdapters() {
     m_adapters.clear();
     m_haveAdapters = false;
-    m_defaultAdapter = {};
+    m_defaultAdapter.reset();
     m_defaultAdapterIpText.clear();
     // The addresses belong to the adapters: with the old ones a new adapter would have no mask.
-    TraceTableFailure(L"GetIpAddrTable", ReadAddresses(m_sources.tables, m_addresses));
-    IndexAddresses();
+    GatherAddresses();
     const bool found = InitFPAdaptersList();
     if (found) {
         FindDefaultAdapter();
@@ -137,7 +141,7 @@ bool HostNetwork::RedetectAdapters() {
 }
 
 void HostNetwork::FindDefaultAdapter() {
-    m_defaultAdapter = {};
+    m_defaultAdapter.reset();
     const char* text = m_library.GetDefaultIface();
     const std::wstring macText = text != nullptr ? ToWide(text) : L"";
     const std::optional<MacAddress> mac = ParseMACAddress(macText);
@@ -146,20 +150,15 @@ void HostNetwork::FindDefaultAdapter() {
         Verify(mac.has_value());
     }
     const auto found =
-        mac ? std::ranges::find(m_adapters, *mac, MacOf) : std::vector<ADAPTER_INFO_LIST_ENTRY>::iterator{};
-    if (mac && found != m_adapters.end()) {
-        // Byte for byte, padding too: the report compares whole entries.
-        std::memcpy(static_cast<void*>(&m_defaultAdapter), &*found, sizeof m_defaultAdapter);
+        std::ranges::find(m_adapters, mac, [](const HostAdapter& a) { return std::optional(a.mac); });
+    if (found != m_adapters.end()) {
+        m_defaultAdapter = *found;
     }
-    m_defaultAdapterIpText = FormatIPAddr(Ipv4Address::FromMemory(m_defaultAdapter.IPAddr));
-}
-
-const ADAPTER_INFO_LIST_ENTRY* HostNetwork::DefaultAdapter() const {
-    return m_defaultAdapter.leadingWord != 0 ? &m_defaultAdapter : nullptr;
+    m_defaultAdapterIpText = FormatIPAddr(m_defaultAdapter ? m_defaultAdapter->address : Ipv4Address());
 }
 
 bool HostNetwork::IpForwardingEnabled() const {
-    return m_parameters && m_parameters->enableRouting;
+    return m_parameters && m_parameters->forwardsPackets.value_or(false);
 }
 
 void HostNetwork::TakeGateway(Ipv4Address gateway, MacAddress mac, GatewayOrigin origin) {
@@ -179,7 +178,7 @@ bool HostNetwork::FindDefaultGateway() {
         return HasDefaultGateway();
     }
     const auto last = std::find_if(m_routes->rbegin(), m_routes->rend(),
-                                   [](const RouteRow& row) { return row.IsDefault(); });
+                                   [](const HostRoute& row) { return row.IsDefault(); });
     if (last == m_routes->rend()) {
         return false;
     }
@@ -193,29 +192,21 @@ bool HostNetwork::FindDefaultGateway() {
 }
 
 bool HostNetwork::IsIPAddrResponsive(Ipv4Address destination, MacAddress* mac, Ipv4Address source) {
-    constexpr std::uint32_t kMacLength = 6;
-    std::array<std::uint8_t, 8> buffer{};
-    auto length = static_cast<std::uint32_t>(buffer.size());
-    const std::uint32_t code = m_sources.tables.SendARP(destination, source, buffer.data(), &length);
-    const bool responsive = code == 0 && length == kMacLength;
+    const std::optional<MacAddress> answer = m_sources.tables.SendARP(destination, source);
     if (mac != nullptr) {
-        std::array<std::uint8_t, kMacLength> bytes{};
-        if (responsive) {
-            std::copy_n(buffer.begin(), bytes.size(), bytes.begin());
-        }
-        *mac = MacAddress(bytes);
+        *mac = answer.value_or(MacAddress());
     }
-    return responsive;
+    return answer.has_value();
 }
 
 void HostNetwork::IndexAdapters() {
     m_maskByAdapterAddress.clear();
     m_adapterMacs.clear();
-    for (const ADAPTER_INFO_LIST_ENTRY& entry : m_adapters) {
-        if (entry.IPAddr != 0) { // 0: the adapter has no address
-            m_maskByAdapterAddress.try_emplace(entry.IPAddr, Ipv4Address::FromMemory(entry.IPAddrMask));
+    for (const HostAdapter& adapter : m_adapters) {
+        if (!adapter.address.IsZero()) {
+            m_maskByAdapterAddress.try_emplace(adapter.address.Memory(), adapter.mask);
         }
-        m_adapterMacs.insert(MacKey(MacOf(entry)));
+        m_adapterMacs.insert(MacKey(adapter.mac));
     }
 }
 
@@ -223,7 +214,7 @@ void HostNetwork::IndexAddresses() {
     m_addressByInterface.clear();
     m_maskByAddress.clear();
     if (m_addresses) {
-        for (const AddressRow& row : *m_addresses) {
+        for (const HostAddress& row : *m_addresses) {
             m_addressByInterface.try_emplace(row.interfaceIndex, row.address);
             m_maskByAddress.try_emplace(row.address.Memory(), row.mask);
         }

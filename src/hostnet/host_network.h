@@ -48,14 +48,15 @@ public:
     bool GatherAdapters();
 
     // The adapters in list order; empty when there is no list.
-    const std::vector<ADAPTER_INFO_LIST_ENTRY>& Adapters() const { return m_adapters; }
+    const std::vector<HostAdapter>& Adapters() const { return m_adapters; }
     // The default adapter, or null when it is undefined.
-    const ADAPTER_INFO_LIST_ENTRY* DefaultAdapter() const;
+    const HostAdapter* DefaultAdapter() const { return m_defaultAdapter ? &*m_defaultAdapter : nullptr; }
+    bool IsDefaultAdapter(const HostAdapter& adapter) const { return m_defaultAdapter == adapter; }
     const std::wstring& DefaultAdapterIpText() const { return m_defaultAdapterIpText; }
 
     const std::optional<NetworkParameters>& Parameters() const { return m_parameters; }
-    const std::optional<std::vector<RouteRow>>& Routes() const { return m_routes; }
-    const std::optional<std::vector<AddressRow>>& Addresses() const { return m_addresses; }
+    const std::optional<std::vector<HostRoute>>& Routes() const { return m_routes; }
+    const std::optional<std::vector<HostAddress>>& Addresses() const { return m_addresses; }
     // The host forwards packets between its adapters. False when it is not known.
     bool IpForwardingEnabled() const;
 
@@ -95,6 +96,7 @@ private:
     enum class GatewayOrigin { None, RoutingTable, User };
 
     void GatherTables();
+    void GatherAddresses();
     void TakeGateway(Ipv4Address gateway, MacAddress mac, GatewayOrigin origin);
     void FindDefaultAdapter();
     void ProbeDefaultAdapterGateway();
@@ -104,15 +106,15 @@ private:
     HostSources m_sources;
     VnetxLibrary& m_library;
     std::optional<NetworkParameters> m_parameters;
-    std::optional<std::vector<RouteRow>> m_routes;
-    std::optional<std::vector<AddressRow>> m_addresses;
-    std::vector<ADAPTER_INFO_LIST_ENTRY> m_adapters;
+    std::optional<std::vector<HostRoute>> m_routes;
+    std::optional<std::vector<HostAddress>> m_addresses;
+    std::vector<HostAdapter> m_adapters;
     bool m_haveAdapters = false;
     std::unordered_map<std::uint32_t, Ipv4Address> m_addressByInterface;   // first row of each interface
     std::unordered_map<std::uint32_t, Ipv4Address> m_maskByAddress;        // first row of each address
     std::unordered_map<std::uint32_t, Ipv4Address> m_maskByAdapterAddress; // first adapter with it
     std::unordered_set<std::uint64_t> m_adapterMacs;
-    ADAPTER_INFO_LIST_ENTRY m_defaultAdapter{};
+    std::optional<HostAdapter> m_defaultAdapter;
     std::wstring m_defaultAdapterIpText;
     GatewayOrigin m_gatewayOrigin = GatewayOrigin::None;
     Ipv4Address m_gateway;

@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "core/output_channel.h"
 #include "hostnet/adapter_text.h"
 #include "hostnet/banner.h"
@@ -45,7 +43,7 @@ void WriteNoUsableAdapters(bool areThere) {
               kHelpTopicAdapters);
 }
 
-void WriteIdentity(const ADAPTER_INFO_LIST_ENTRY& entry, const AdapterTexts& texts, bool isDefault) {
+void WriteIdentity(const HostAdapter& adapter, const AdapterTexts& texts, bool isDefault) {
     LogMsg(L"Connection          = %s\n", texts.connection);
     LogMsg(L"AdapterName         = %s\n", texts.name);
     LogMsg(L"Description         = %s\n", texts.description);
@@ -53,17 +51,17 @@ void WriteIdentity(const ADAPTER_INFO_LIST_ENTRY& entry, const AdapterTexts& tex
     LogMsg(L"LinkType            = %s\n", texts.medium);
     LogMsg(L"Default Adapter?    = %s\n", std::wstring(isDefault ? L"Yes" : L"No"));
     LogMsg(L"MediaConnected?     = %s\n",
-           std::wstring(entry.MediaConnected != 0 ? L"Yes" : L"No                   ** CABLE UNPLUGGED **"));
+           std::wstring(adapter.mediaConnected ? L"Yes" : L"No                   ** CABLE UNPLUGGED **"));
     LogMsg(L"PromiscuousMode?    = %s\n", texts.promiscuous == L"No"
                                               ? texts.promiscuous + L"                   ** WARNING **"
                                               : texts.promiscuous);
     LogMsg(L"DHCP Enabled?       = %s\n", texts.dhcp);
     LogMsg(L"LinkSpeed           = %s\n", texts.linkSpeed);
-    LogMsg(L"MaxPacketLen        = %d\n", entry.MaxPacketLen);
+    LogMsg(L"MaxPacketLen        = %d\n", adapter.largestPacket);
     LogMsg(L"IPAddr              = %s\n", texts.address);
     LogMsg(L"IPAddrMask          = %s\n", texts.mask);
     LogMsg(L"GatewayIPAddr       = %s\n", texts.gateway);
-    LogMsg(L"dwIndex             = 0x%08.8X\n", entry.dwIndex);
+    LogMsg(L"dwIndex             = 0x%08.8X\n", adapter.index);
 }
 
 std::wstring ChecksumText(std::uint32_t flags, bool version4) {
@@ -72,17 +70,17 @@ std::wstring ChecksumText(std::uint32_t flags, bool version4) {
     return version4 ? text + L", IP " + EnabledOrNo((flags & kChecksumIp) != 0) : text;
 }
 
-void WriteChecksumOffload(const ADAPTER_INFO_LIST_ENTRY& entry) {
-    if (entry.ChecksumOffloadOverridden != 0) {
+void WriteChecksumOffload(const HostAdapter& adapter) {
+    if (adapter.checksumOffloadOverridden) {
         LogMsg(L"Checksum Offloading = OVERRIDDEN\n");
-    } else if (entry.ChecksumOffloadPresent == 0) {
+    } else if (!adapter.checksumOffload) {
         LogMsg(L"Checksum Offloading = no\n");
     } else {
         LogMsg(L"Checksum Offloading = Yes\n");
-        LogMsg(L"    V4Transmit      = %s\n", ChecksumText(entry.V4Transmit, true));
-        LogMsg(L"    V4Receive       = %s\n", ChecksumText(entry.V4Receive, true));
-        LogMsg(L"    V6Transmit      = %s\n", ChecksumText(entry.V6Transmit, false));
-        LogMsg(L"    V6Receive       = %s\n", ChecksumText(entry.V6Receive, false));
+        LogMsg(L"    V4Transmit      = %s\n", ChecksumText(adapter.checksumOffload->v4Transmit, true));
+        LogMsg(L"    V4Receive       = %s\n", ChecksumText(adapter.checksumOffload->v4Receive, true));
+        LogMsg(L"    V6Transmit      = %s\n", ChecksumText(adapter.checksumOffload->v6Transmit, false));
+        LogMsg(L"    V6Receive       = %s\n", ChecksumText(adapter.checksumOffload->v6Receive, false));
     }
 }
 
@@ -96,9 +94,8 @@ void WriteLso(std::uint8_t flags) {
     LogMsg(L"LSO v2 (IPv6)       = %s\n", word(kLsoV2Ipv6Present));
 }
 
-void WarnOfDefaultAdapter(const ADAPTER_INFO_LIST_ENTRY& entry, const AdapterTexts& texts,
-                          std::uint8_t lsoFlags) {
-    if (entry.MediaConnected == 0) {
+void WarnOfDefaultAdapter(const HostAdapter& adapter, const AdapterTexts& texts, std::uint8_t lsoFlags) {
+    if (!adapter.mediaConnected) {
         LogBanner(
             BannerKind::Warning,
             {L"Your default adapter \"" + texts.connection + L"\" is not connected to the network.",
@@ -147,26 +144,23 @@ void ReportOpenFailure(const AdapterTexts& texts, bool isDefault) {
     }
 }
 
-void WriteAdapter(const HostNetwork& host, const ADAPTER_INFO_LIST_ENTRY& entry,
-                  OpenedFPAdapterHandles& opened) {
+void WriteAdapter(const HostNetwork& host, const HostAdapter& adapter, OpenedFPAdapterHandles& opened) {
     WrenPackLibrary& library = host.Sources().adapters;
-    const ADAPTER_INFO_LIST_ENTRY* defaultAdapter = host.DefaultAdapter();
-    const bool isDefault =
-        defaultAdapter != nullptr && std::memcmp(defaultAdapter, &entry, sizeof entry) == 0;
-    const AdapterTexts texts = GetAdapterTexts(entry, library);
-    const std::uint8_t lsoFlags = GetAdapterLSOFlags(TrimBlanks(FieldText(entry.AdapterName)));
-    WriteIdentity(entry, texts, isDefault);
-    WriteChecksumOffload(entry);
+    const bool isDefault = host.IsDefaultAdapter(adapter);
+    const AdapterTexts texts = GetAdapterTexts(adapter);
+    const std::uint8_t lsoFlags = GetAdapterLSOFlags(TrimBlanks(adapter.driverName));
+    WriteIdentity(adapter, texts, isDefault);
+    WriteChecksumOffload(adapter);
     WriteLso(lsoFlags);
     LogMsg(L"\n");
-    const AdapterHandle handle = library.OpenAdapter(entry.AdapterName);
+    const AdapterHandle handle = library.OpenAdapter(adapter);
     if (handle == nullptr) {
         ReportOpenFailure(texts, isDefault);
         return;
     }
     opened.Add(handle);
     if (isDefault) {
-        WarnOfDefaultAdapter(entry, texts, lsoFlags);
+        WarnOfDefaultAdapter(adapter, texts, lsoFlags);
     }
 }
 
@@ -179,8 +173,8 @@ void WriteDetectedAdapters(HostNetwork& host) {
         return;
     }
     OpenedFPAdapterHandles opened(host.Sources().adapters);
-    for (const ADAPTER_INFO_LIST_ENTRY& entry : host.Adapters()) {
-        WriteAdapter(host, entry, opened);
+    for (const HostAdapter& adapter : host.Adapters()) {
+        WriteAdapter(host, adapter, opened);
     }
     if (opened.IsEmpty()) {
         WriteNoUsableAdapters(true);

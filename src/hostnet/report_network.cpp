@@ -29,13 +29,14 @@ void WriteParameters(const NetworkParameters& parameters) {
     for (std::size_t i = 1; i < servers.size(); ++i) {
         LogMsg(L"%32s%s\n", std::wstring(), servers[i]);
     }
-    LogMsg(L"  IP Routing Enabled. . . . . : %s\n", std::wstring(parameters.enableRouting ? L"yes" : L"no"));
+    LogMsg(L"  IP Routing Enabled. . . . . : %s\n",
+           std::wstring(parameters.forwardsPackets.value_or(false) ? L"yes" : L"no"));
     LogMsg(L"\n");
 }
 
-void WriteRoutes(const HostNetwork& host, const std::vector<RouteRow>& routes) {
+void WriteRoutes(const HostNetwork& host, const std::vector<HostRoute>& routes) {
     LogMsg(L"  Network Address          Netmask  Gateway Address        Interface  Metric\n");
-    for (const RouteRow& row : routes) {
+    for (const HostRoute& row : routes) {
         LogMsg(L"  %15s %16s %16s %16s %7d\n", FormatIPAddr(row.destination), FormatIPAddr(row.mask),
                FormatIPAddr(row.nextHop), host.GetInterfaceIPString(row.interfaceIndex),
                static_cast<std::int64_t>(row.metric));

@@ -5,6 +5,7 @@
 // are; only the last default route, and with it the default gateway, is the simulated one.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "platform/host_tables.h"
@@ -18,12 +19,12 @@ class SimHostTables final : public HostTables {
 public:
     explicit SimHostTables(HostTables& real) : m_real(real) {}
 
-    std::uint32_t GetNetworkParams(void* buffer, std::uint32_t* size) override;
-    std::uint32_t GetIpForwardTable(void* buffer, std::uint32_t* size) override;
-    std::uint32_t GetIpAddrTable(void* buffer, std::uint32_t* size) override;
-    NetworkParameters DecodeNetworkParams(const std::vector<std::uint8_t>& buffer) const override;
-    std::uint32_t SendARP(Ipv4Address destination, Ipv4Address source, std::uint8_t* mac,
-                          std::uint32_t* length) override;
+    std::uint32_t ReadParameters(NetworkParameters& parameters) override {
+        return m_real.ReadParameters(parameters);
+    }
+    std::uint32_t ReadRoutes(std::vector<HostRoute>& routes) override;
+    std::uint32_t ReadAddresses(std::vector<HostAddress>& addresses) override;
+    std::optional<MacAddress> SendARP(Ipv4Address destination, Ipv4Address source) override;
 
 private:
     HostTables& m_real;
@@ -35,17 +36,15 @@ class SimWrenPack final : public WrenPackLibrary {
 public:
     explicit SimWrenPack(WrenPackLibrary& real) : m_real(real) {}
 
-    bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override;
-    AdapterHandle OpenAdapter(const char16_t* adapterName) override;
+    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override;
+    AdapterHandle OpenAdapter(const HostAdapter& adapter) override;
     void CloseAdapter(AdapterHandle handle) override;
     void CloseAdapters(const std::vector<AdapterHandle>& handles) override;
-    AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY& entry) const override;
     ModuleDescription DescribeModule() const override { return m_real.DescribeModule(); }
     PacketDriverDescription DescribePacketDriver() const override { return m_real.DescribePacketDriver(); }
 
 private:
     WrenPackLibrary& m_real;
-    std::vector<ADAPTER_INFO_LIST_ENTRY> m_entries;
 };
 
 } // namespace vnxtest

@@ -4,22 +4,23 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <optional>
 #include <thread>
+#include <vector>
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
-#include <linux/neighbour.h>
-#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <net/if_arp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "netlink/addresses.h"
+#include "netlink/links.h"
+#include "netlink/neighbours.h"
+#include "netlink/routes.h"
 #include "packets/arp_packet.h"
-#include "platform/netlink_linux.h"
 
 namespace vnxtest {
 
@@ -47,7 +48,7 @@ private:
 
 // Where the request goes out, and under which addresses.
 struct ProbePath {
-    int interfaceIndex = 0;
+    std::uint32_t interfaceIndex = 0;
     Ipv4Address source;
     MacAddress sourceMac;
     bool local = false; // the destination is an address of this host
@@ -57,95 +58,48 @@ std::uint32_t LastErrno() {
     return static_cast<std::uint32_t>(errno);
 }
 
-int TakeRoute(nl_msg* message, void* result) {
-    rtnl_route* route = nullptr;
-    if (rtnl_route_parse(nlmsg_hdr(message), &route) == 0) {
-        static_cast<NetlinkOwner<rtnl_route>*>(result)->reset(route);
-    }
-    return NL_OK;
-}
-
-// Asks the kernel which way it would take (RTM_GETROUTE for one destination).
+// Asks the kernel which way it would take.
 std::uint32_t LookUpRoute(Ipv4Address destination, ProbePath& path) {
-    std::uint32_t code = 0;
-    const NetlinkOwner<nl_sock> socket = OpenNetlink(code);
-    if (socket == nullptr) {
-        return code;
+    KernelRoute route;
+    if (const int code = FindRoute(destination, 0, route)) {
+        return static_cast<std::uint32_t>(code);
     }
-    nl_socket_disable_auto_ack(socket.get());
-    NetlinkOwner<rtnl_route> route;
-    nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, TakeRoute, &route);
-    const NetlinkOwner<nl_msg> message(nlmsg_alloc_simple(RTM_GETROUTE, 0));
-    rtmsg header{};
-    header.rtm_family = AF_INET;
-    header.rtm_dst_len = 32;
-    if (message == nullptr || nlmsg_append(message.get(), &header, sizeof header, NLMSG_ALIGNTO) < 0 ||
-        nla_put(message.get(), RTA_DST, 4, destination.Bytes().data()) < 0) {
-        return ENOMEM;
-    }
-    int result = nl_send_auto(socket.get(), message.get());
-    if (result >= 0) {
-        result = nl_recvmsgs_default(socket.get());
-    }
-    if (result < 0) {
-        // The kernel's own word for "no route" does not survive libnl's translation.
-        return result == -NLE_PERM ? static_cast<std::uint32_t>(EPERM)
-                                   : static_cast<std::uint32_t>(ENETUNREACH);
-    }
-    rtnl_nexthop* nextHop = route != nullptr ? rtnl_route_nexthop_n(route.get(), 0) : nullptr;
-    if (nextHop == nullptr) {
-        return ENETUNREACH;
-    }
-    path.interfaceIndex = rtnl_route_nh_get_ifindex(nextHop);
-    path.source = ToIpv4(rtnl_route_get_pref_src(route.get()));
-    path.local = rtnl_route_get_type(route.get()) == RTN_LOCAL;
+    path.interfaceIndex = route.nextHops.front().link;
+    path.source = route.source;
+    path.local = route.kind == KernelRouteKind::Local;
     return 0;
 }
 
 // The interface that owns `address`: of several, the one whose subnet also holds `neighbour`.
-int InterfaceOfAddress(Ipv4Address address, Ipv4Address neighbour) {
-    std::uint32_t code = 0;
-    const NetlinkOwner<nl_cache> cache = DumpAddresses(code);
-    int found = 0;
-    for (nl_object* object = cache ? nl_cache_get_first(cache.get()) : nullptr; object != nullptr;
-         object = nl_cache_get_next(object)) {
-        auto* row = reinterpret_cast<rtnl_addr*>(object);
-        if (rtnl_addr_get_family(row) != AF_INET || ToIpv4(rtnl_addr_get_local(row)) != address) {
+std::uint32_t InterfaceOfAddress(Ipv4Address address, Ipv4Address neighbour) {
+    std::vector<KernelAddress> rows;
+    ListAddresses(rows);
+    std::uint32_t found = 0;
+    for (const KernelAddress& row : rows) {
+        if (row.address != address) {
             continue;
         }
-        const Ipv4Address mask = PrefixMask(static_cast<unsigned>(rtnl_addr_get_prefixlen(row)));
-        if ((address & mask) == (neighbour & mask)) {
-            return rtnl_addr_get_ifindex(row);
+        if ((address & row.mask) == (neighbour & row.mask)) {
+            return row.link;
         }
-        found = found != 0 ? found : rtnl_addr_get_ifindex(row);
+        found = found != 0 ? found : row.link;
     }
     return found;
 }
 
 // The interface's MAC address and whether ARP is spoken on it.
 std::uint32_t ReadInterface(ProbePath& path) {
-    std::uint32_t code = 0;
-    const NetlinkOwner<nl_sock> socket = OpenNetlink(code);
-    if (socket == nullptr) {
-        return code;
+    KernelLink link;
+    if (const int code = FindLink(path.interfaceIndex, link)) {
+        return static_cast<std::uint32_t>(code);
     }
-    rtnl_link* found = nullptr;
-    const int result = rtnl_link_get_kernel(socket.get(), path.interfaceIndex, nullptr, &found);
-    const NetlinkOwner<rtnl_link> link(result < 0 ? nullptr : found);
-    if (link == nullptr) {
-        return ENODEV;
-    }
-    nl_addr* mac = rtnl_link_get_addr(link.get());
-    if (rtnl_link_get_arptype(link.get()) != ARPHRD_ETHER || mac == nullptr ||
-        nl_addr_get_len(mac) != ETH_ALEN || (rtnl_link_get_flags(link.get()) & IFF_NOARP) != 0) {
+    if (link.hardwareType != ARPHRD_ETHER || !link.mac || (link.flags & IFF_NOARP) != 0) {
         return EOPNOTSUPP;
     }
-    if ((rtnl_link_get_flags(link.get()) & IFF_UP) == 0) {
+    if ((link.flags & IFF_UP) == 0) {
         return ENETDOWN;
     }
-    std::array<std::uint8_t, 6> bytes{};
-    std::memcpy(bytes.data(), nl_addr_get_binary_addr(mac), bytes.size());
-    path.sourceMac = MacAddress(bytes);
+    path.sourceMac = *link.mac;
     return 0;
 }
 
@@ -189,7 +143,7 @@ std::uint32_t Exchange(int handle, Ipv4Address destination, const ProbePath& pat
     sockaddr_ll wire{};
     wire.sll_family = AF_PACKET;
     wire.sll_protocol = htons(kEtherTypeArp);
-    wire.sll_ifindex = path.interfaceIndex;
+    wire.sll_ifindex = static_cast<int>(path.interfaceIndex);
     if (bind(handle, reinterpret_cast<const sockaddr*>(&wire), sizeof wire) != 0) {
         return LastErrno();
     }
@@ -210,30 +164,6 @@ std::uint32_t Exchange(int handle, Ipv4Address destination, const ProbePath& pat
     return ETIMEDOUT;
 }
 
-// What the kernel's neighbour table holds. Nothing while there is no usable entry; `failed` when
-// the kernel has asked in vain.
-std::optional<MacAddress> FindNeighbour(Ipv4Address address, int interfaceIndex, bool& failed) {
-    constexpr int kUsable = NUD_REACHABLE | NUD_STALE | NUD_DELAY | NUD_PROBE | NUD_PERMANENT;
-    std::uint32_t code = 0;
-    const NetlinkOwner<nl_cache> cache = DumpNeighbours(code);
-    for (nl_object* object = cache ? nl_cache_get_first(cache.get()) : nullptr; object != nullptr;
-         object = nl_cache_get_next(object)) {
-        auto* row = reinterpret_cast<rtnl_neigh*>(object);
-        if (rtnl_neigh_get_ifindex(row) != interfaceIndex || ToIpv4(rtnl_neigh_get_dst(row)) != address) {
-            continue;
-        }
-        const int state = rtnl_neigh_get_state(row);
-        failed = (state & NUD_FAILED) != 0;
-        nl_addr* lladdr = rtnl_neigh_get_lladdr(row);
-        if ((state & kUsable) != 0 && lladdr != nullptr && nl_addr_get_len(lladdr) == ETH_ALEN) {
-            std::array<std::uint8_t, 6> bytes{};
-            std::memcpy(bytes.data(), nl_addr_get_binary_addr(lladdr), bytes.size());
-            return MacAddress(bytes);
-        }
-    }
-    return std::nullopt;
-}
-
 std::uint32_t AskKernel(Ipv4Address destination, const ProbePath& path, MacAddress& mac) {
     constexpr std::uint16_t kDiscardPort = 9;
     const Socket nudge(AF_INET, SOCK_DGRAM, 0);
@@ -247,12 +177,12 @@ std::uint32_t AskKernel(Ipv4Address destination, const ProbePath& path, MacAddre
     }
     const Clock::time_point end = Clock::now() + kProbeTime;
     while (true) {
-        bool failed = false;
-        if (const auto found = FindNeighbour(destination, path.interfaceIndex, failed)) {
-            mac = *found;
+        const KernelNeighbour neighbour = FindNeighbour(destination, path.interfaceIndex);
+        if (neighbour.mac) {
+            mac = *neighbour.mac;
             return 0;
         }
-        if (failed || Clock::now() >= end) {
+        if (neighbour.failed || Clock::now() >= end) {
             return ETIMEDOUT;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));

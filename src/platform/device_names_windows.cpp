@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "platform/device_names.h"
+#include "wrenlib/driver_prefix.h"
 
 namespace vnxtest {
 
@@ -25,7 +26,7 @@ DeviceNames GetDeviceNames() {
     for (std::size_t at = 0; at < all.size();) {
         const std::size_t end = std::min(all.find(L'\0', at), all.size());
         const std::wstring_view name = all.substr(at, end - at);
-        if (name.starts_with(L"NPF_") || name.starts_with(L"Packet_")) {
+        if (name.starts_with(kDriverPrefix) || name.starts_with(L"Packet_")) {
             result.names.emplace_back(name);
         }
         at = end + 1;

@@ -193,8 +193,8 @@ std::vector<Rule> CallsOfTheNetwork(bool devices) {
         rules.push_back(
             {SCMP_SYS(setsockopt), {Equals(1, SOL_SOCKET), Equals(2, static_cast<std::uint64_t>(option))}});
     }
-    // Whether standard error is a terminal, and an adapter's name, state and MTU.
-    for (const int request : {TCGETS, SIOCGIFNAME, SIOCGIFFLAGS, SIOCGIFMTU}) {
+    // Whether standard error is a terminal, and an adapter's name and state.
+    for (const int request : {TCGETS, SIOCGIFNAME, SIOCGIFFLAGS}) {
         rules.push_back({SCMP_SYS(ioctl), {Equals(1, static_cast<std::uint64_t>(request))}});
     }
     return rules;

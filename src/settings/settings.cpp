@@ -70,11 +70,9 @@ void ResetForLoading(INTERFACE_INFO& info) {
     }
 }
 
-void SetDerivedTexts(INTERFACE_INFO& info, const ADAPTER_INFO_LIST_ENTRY& adapter, Ipv4Address hostNumber) {
-    const Ipv4Address address = Ipv4Address::FromMemory(adapter.IPAddr);
-    const Ipv4Address mask = Ipv4Address::FromMemory(adapter.IPAddrMask);
-    info.adapterIpText = FormatIPAddr(address);
-    info.guestIp = (address & mask) | (hostNumber & ~mask);
+void SetDerivedTexts(INTERFACE_INFO& info, const HostAdapter& adapter, Ipv4Address hostNumber) {
+    info.adapterIpText = FormatIPAddr(adapter.address);
+    info.guestIp = (adapter.address & adapter.mask) | (hostNumber & ~adapter.mask);
     info.guestIpText = FormatIPAddr(info.guestIp);
 }
 
@@ -111,7 +109,7 @@ void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO&
     interface1.tapMode = m_profile.ReadNumber(kInterface1.tapMode, 0) != 0;
     interface2.tapMode = m_profile.ReadNumber(kInterface2.tapMode, 1) != 0;
 
-    if (const ADAPTER_INFO_LIST_ENTRY* adapter = host.DefaultAdapter()) {
+    if (const HostAdapter* adapter = host.DefaultAdapter()) {
         SetDerivedTexts(interface1, *adapter, kHostNumber1);
         SetDerivedTexts(interface2, *adapter, kHostNumber2);
     } else {

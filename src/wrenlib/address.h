@@ -44,6 +44,14 @@ public:
                static_cast<std::uint32_t>(m_bytes[2]) << 8 | m_bytes[3];
     }
 
+    // The mask of a prefix length; anything above 32 counts as 32.
+    static constexpr Ipv4Address Mask(unsigned prefixLength) {
+        if (prefixLength == 0) {
+            return {};
+        }
+        return FromHost(prefixLength >= 32 ? 0xFFFFFFFFU : ~(0xFFFFFFFFU >> prefixLength));
+    }
+
     constexpr const std::array<std::uint8_t, 4>& Bytes() const { return m_bytes; }
     constexpr bool IsZero() const { return Host() == 0; }
 

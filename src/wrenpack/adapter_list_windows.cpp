@@ -4,8 +4,10 @@
 
 #include <iphlpapi.h>
 
-#include <algorithm>
+#include <array>
 #include <cstring>
+#include <optional>
+#include <string>
 
 #include "wrenlib/address.h"
 #include "wrenlib/text.h"
@@ -16,90 +18,91 @@ namespace vnxtest {
 
 namespace {
 
-constexpr std::uint32_t kNdisMedium802_3 = 0;
-constexpr std::uint32_t kEthernetHeader = 14;
+constexpr std::size_t kMacLength = 6;
 
-// The IPv4 address of a socket address as it stands in memory; 0 when it is none.
-std::uint32_t MemoryOf(const SOCKET_ADDRESS& address) {
+// 0.0.0.0 when it is no IPv4 address.
+Ipv4Address ToIpv4(const SOCKET_ADDRESS& address) {
     if (address.lpSockaddr == nullptr || address.lpSockaddr->sa_family != AF_INET ||
         address.iSockaddrLength < static_cast<int>(sizeof(sockaddr_in))) {
-        return 0;
+        return {};
     }
     sockaddr_in inet{};
     std::memcpy(&inet, address.lpSockaddr, sizeof inet);
-    return inet.sin_addr.s_addr;
+    return Ipv4Address::FromMemory(inet.sin_addr.s_addr);
 }
 
-void FillAddresses(const IP_ADAPTER_ADDRESSES& adapter, ADAPTER_INFO_LIST_ENTRY& entry) {
-    for (const auto* unicast = adapter.FirstUnicastAddress; unicast != nullptr && entry.IPAddr == 0;
+void FillAddresses(const IP_ADAPTER_ADDRESSES& system, HostAdapter& adapter) {
+    for (const auto* unicast = system.FirstUnicastAddress; unicast != nullptr && adapter.address.IsZero();
          unicast = unicast->Next) {
-        entry.IPAddr = MemoryOf(unicast->Address);
-        const unsigned length = std::min<unsigned>(unicast->OnLinkPrefixLength, 32);
-        if (entry.IPAddr != 0) {
-            entry.IPAddrMask = Ipv4Address::FromHost(length == 0 ? 0 : UINT32_MAX << (32 - length)).Memory();
+        adapter.address = ToIpv4(unicast->Address);
+        if (!adapter.address.IsZero()) {
+            adapter.mask = Ipv4Address::Mask(unicast->OnLinkPrefixLength);
         }
     }
-    for (const auto* gateway = adapter.FirstGatewayAddress; gateway != nullptr && entry.GatewayIPAddr == 0;
+    for (const auto* gateway = system.FirstGatewayAddress; gateway != nullptr && adapter.gateway.IsZero();
          gateway = gateway->Next) {
-        entry.GatewayIPAddr = MemoryOf(gateway->Address);
+        adapter.gateway = ToIpv4(gateway->Address);
     }
 }
 
-// A driver's checksum setting: 0 off, 1 when sending, 2 when receiving, 3 both.
-void FillChecksumOffload(const std::wstring& instance, ADAPTER_INFO_LIST_ENTRY& entry) {
+// A driver's checksum setting: 0 off, 1 when sending, 2 when receiving, 3 both. nullopt when it has none.
+std::optional<ChecksumOffload> ChecksumOffloadOf(const std::wstring& instance) {
     struct Setting {
         const wchar_t* value;
         std::uint32_t bit;
-        std::uint32_t ADAPTER_INFO_LIST_ENTRY::*transmit;
-        std::uint32_t ADAPTER_INFO_LIST_ENTRY::*receive;
+        std::uint32_t ChecksumOffload::*transmit;
+        std::uint32_t ChecksumOffload::*receive;
     };
-    using Entry = ADAPTER_INFO_LIST_ENTRY;
+    using Offload = ChecksumOffload;
     constexpr Setting kSettings[] = {
-        {L"*IPChecksumOffloadIPv4", kChecksumIp, &Entry::V4Transmit, &Entry::V4Receive},
-        {L"*TCPChecksumOffloadIPv4", kChecksumTcp, &Entry::V4Transmit, &Entry::V4Receive},
-        {L"*UDPChecksumOffloadIPv4", kChecksumUdp, &Entry::V4Transmit, &Entry::V4Receive},
-        {L"*TCPChecksumOffloadIPv6", kChecksumTcp, &Entry::V6Transmit, &Entry::V6Receive},
-        {L"*UDPChecksumOffloadIPv6", kChecksumUdp, &Entry::V6Transmit, &Entry::V6Receive},
+        {L"*IPChecksumOffloadIPv4", kChecksumIp, &Offload::v4Transmit, &Offload::v4Receive},
+        {L"*TCPChecksumOffloadIPv4", kChecksumTcp, &Offload::v4Transmit, &Offload::v4Receive},
+        {L"*UDPChecksumOffloadIPv4", kChecksumUdp, &Offload::v4Transmit, &Offload::v4Receive},
+        {L"*TCPChecksumOffloadIPv6", kChecksumTcp, &Offload::v6Transmit, &Offload::v6Receive},
+        {L"*UDPChecksumOffloadIPv6", kChecksumUdp, &Offload::v6Transmit, &Offload::v6Receive},
     };
     const RegistryKey key = OpenAdapterClassKey(instance);
+    std::optional<ChecksumOffload> offload;
     for (const Setting& setting : kSettings) {
         wchar_t character = L'\0';
         if (key == nullptr || !QueryFirstCharacter(key.get(), setting.value, character)) {
             continue;
         }
-        entry.ChecksumOffloadPresent = 1;
+        offload = offload.value_or(ChecksumOffload());
         const unsigned choice = character >= L'0' && character <= L'3' ? unsigned{character} - L'0' : 0;
-        entry.*setting.transmit |= (choice & 1U) != 0 ? setting.bit : 0;
-        entry.*setting.receive |= (choice & 2U) != 0 ? setting.bit : 0;
+        (*offload).*setting.transmit |= (choice & 1U) != 0 ? setting.bit : 0;
+        (*offload).*setting.receive |= (choice & 2U) != 0 ? setting.bit : 0;
     }
+    return offload;
 }
 
-ADAPTER_INFO_LIST_ENTRY MakeEntry(const IP_ADAPTER_ADDRESSES& adapter) {
-    ADAPTER_INFO_LIST_ENTRY entry;
-    const std::wstring instance = ToWide(adapter.AdapterName);
-    const bool wireless = adapter.IfType == IF_TYPE_IEEE80211;
-    entry.leadingWord = sizeof entry;
-    SetField(entry.AdapterName, L"NPF_" + instance);
-    SetField(entry.Description, adapter.Description);
-    SetField(entry.Connection, adapter.FriendlyName);
-    std::memcpy(entry.PhysAddr, adapter.PhysicalAddress, sizeof entry.PhysAddr);
-    entry.LinkType = wireless ? kNdisMediumNative802_11 : kNdisMedium802_3;
-    // All ones is the system's word for "not known".
-    const ULONG64 speed = adapter.TransmitLinkSpeed == ~ULONG64{0} ? 0 : adapter.TransmitLinkSpeed / 100;
-    entry.LinkSpeed = static_cast<std::uint32_t>(std::min<ULONG64>(speed, UINT32_MAX));
-    entry.dwIndex = adapter.IfIndex;
-    entry.MediaConnected = adapter.OperStatus == IfOperStatusUp ? 1 : 0;
-    entry.MaxPacketLen = adapter.Mtu + kEthernetHeader;
-    entry.DHCP = (adapter.Flags & IP_ADAPTER_DHCP_ENABLED) != 0 ? 1 : 0;
-    FillAddresses(adapter, entry);
-    FillChecksumOffload(instance, entry);
-    return entry;
+HostAdapter MakeAdapter(const IP_ADAPTER_ADDRESSES& system) {
+    HostAdapter adapter;
+    const std::wstring instance = ToWide(system.AdapterName);
+    adapter.driverName = DriverNameOf(instance);
+    adapter.description = system.Description;
+    adapter.connection = system.FriendlyName;
+    std::array<std::uint8_t, kMacLength> mac{};
+    std::memcpy(mac.data(), system.PhysicalAddress, mac.size());
+    adapter.mac = MacAddress(mac);
+    adapter.medium = system.IfType == IF_TYPE_IEEE80211 ? kNdisMediumNative802_11 : kNdisMedium802_3;
+    // All ones is the system's word for "not known", and so is nothing.
+    if (system.TransmitLinkSpeed != ~ULONG64{0} && system.TransmitLinkSpeed != 0) {
+        adapter.linkSpeed = system.TransmitLinkSpeed;
+    }
+    adapter.index = system.IfIndex;
+    adapter.mediaConnected = system.OperStatus == IfOperStatusUp;
+    adapter.largestPacket = system.Mtu + kEthernetHeader;
+    adapter.dhcp = (system.Flags & IP_ADAPTER_DHCP_ENABLED) != 0;
+    FillAddresses(system, adapter);
+    adapter.checksumOffload = ChecksumOffloadOf(instance);
+    return adapter;
 }
 
 } // namespace
 
-std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries) {
-    entries.clear();
+std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters) {
+    adapters.clear();
     constexpr ULONG kFlags = GAA_FLAG_INCLUDE_GATEWAYS | GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST |
                              GAA_FLAG_SKIP_DNS_SERVER;
     constexpr int kRounds = 8;
@@ -121,8 +124,8 @@ std::uint32_t ListAdapters(std::vector<ADAPTER_INFO_LIST_ENTRY>& entries) {
          adapter != nullptr; adapter = adapter->Next) {
         const bool ethernetLike =
             adapter->IfType == IF_TYPE_ETHERNET_CSMACD || adapter->IfType == IF_TYPE_IEEE80211;
-        if (ethernetLike && adapter->PhysicalAddressLength == sizeof ADAPTER_INFO_LIST_ENTRY{}.PhysAddr) {
-            entries.push_back(MakeEntry(*adapter));
+        if (ethernetLike && adapter->PhysicalAddressLength == kMacLength) {
+            adapters.push_back(MakeAdapter(*adapter));
         }
     }
     return 0;

@@ -2,16 +2,17 @@
 
 #include "wrenlib/text.h"
 #include "wrenpack/ethtool_linux.h"
+#include "wrenpack/host_adapter.h"
 
 namespace vnxtest {
 
 std::uint8_t GetAdapterLSOFlags(std::wstring_view adapterName) {
-    constexpr std::size_t kPrefix = 4;
-    if (adapterName.size() <= kPrefix) {
+    const std::wstring_view identifier = IdentifierOf(adapterName);
+    if (identifier.empty()) {
         return 0;
     }
     Ethtool ethtool;
-    const auto features = ethtool.GetFeatures(ToNarrow(adapterName.substr(kPrefix)));
+    const auto features = ethtool.GetFeatures(ToNarrow(identifier));
     unsigned flags = 0;
     const auto add = [&flags](bool holds, LsoFlag flag) { flags |= holds ? unsigned{flag} : 0U; };
     add(features.IsPresent("tx-tcp-segmentation"), kLsoV2Ipv4Present);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "wrenpack/adapter_class_windows.h"
+#include "wrenpack/host_adapter.h"
 
 namespace vnxtest {
 
@@ -64,11 +65,7 @@ bool QueryFirstCharacter(HKEY key, const wchar_t* value, wchar_t& character) {
 }
 
 std::uint8_t GetAdapterLSOFlags(std::wstring_view adapterName) {
-    constexpr std::size_t kPrefix = 4;
-    if (adapterName.size() <= kPrefix) {
-        return 0;
-    }
-    const RegistryKey key = OpenAdapterClassKey(std::wstring(adapterName.substr(kPrefix)));
+    const RegistryKey key = OpenAdapterClassKey(std::wstring(IdentifierOf(adapterName)));
     if (key == nullptr) {
         return 0;
     }

@@ -25,9 +25,6 @@
 
 namespace vnxtest {
 
-const std::uint32_t kErrorListTooSmall = ENOBUFS;
-const std::uint32_t kErrorNoAdapter = ENODEV;
-
 namespace {
 
 // Closing a packet socket waits for the kernel to be done with it (some milliseconds); sockets that are
@@ -75,27 +72,22 @@ AdapterHandle OpenByHelper(const std::string& interfaceName) {
 
 class LinuxWrenPack final : public WrenPackLibrary {
 public:
-    bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
-        // The list is kept from the question for its size until it was delivered.
-        if (m_entries.empty()) {
-            if (const std::uint32_t code = ListAdapters(m_entries, m_facts)) {
-                *size = 0;
-                SetLastError(code);
-                return false;
-            }
+    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override {
+        const std::uint32_t code = ReadAdapters(adapters);
+        if (code != 0 || adapters.empty()) {
+            return {AdapterListStage::SizeQuery, code != 0 ? code : std::uint32_t{ENODEV}};
         }
-        return DeliverAdapters(m_entries, list, size);
+        return {};
     }
 
-    AdapterHandle OpenAdapter(const char16_t* adapterName) override {
-        const std::wstring name = FieldText(adapterName, std::char_traits<char16_t>::length(adapterName));
-        if (name.size() <= kAdapterPrefixLength) {
+    AdapterHandle OpenAdapter(const HostAdapter& adapter) override {
+        const std::string interfaceName = ToNarrow(IdentifierOf(adapter.driverName));
+        if (interfaceName.empty()) {
             SetLastError(ENODEV);
             return nullptr;
         }
         // What libpcap opens beneath a capture, without the ring that would hold its packets: protocol 0
         // until it is bound, so that nothing of other interfaces comes in meanwhile.
-        const std::string interfaceName = ToNarrow(name.substr(kAdapterPrefixLength));
         const int descriptor = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
         if (descriptor < 0) {
             return errno == EPERM ? OpenByHelper(interfaceName) : nullptr;
@@ -128,11 +120,6 @@ public:
         }
     }
 
-    AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY& entry) const override {
-        const auto found = m_facts.find(entry.dwIndex);
-        return found != m_facts.end() ? found->second : AdapterFacts{};
-    }
-
     ModuleDescription DescribeModule() const override {
         ModuleDescription module;
         module.name = L"WrenPack";
@@ -162,10 +149,6 @@ public:
         }
         return driver;
     }
-
-private:
-    std::vector<ADAPTER_INFO_LIST_ENTRY> m_entries;
-    FactsByIndex m_facts;
 };
 
 } // namespace

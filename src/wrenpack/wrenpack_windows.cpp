@@ -5,7 +5,6 @@
 #include <windows.h>
 
 #include <optional>
-#include <set>
 #include <string_view>
 #include <utility>
 
@@ -14,11 +13,9 @@
 #include "wrenlib/shared_object.h"
 #include "wrenlib/text.h"
 #include "wrenpack/adapter_list_windows.h"
+#include "wrenpack/adapter_record_windows.h"
 
 namespace vnxtest {
-
-const std::uint32_t kErrorListTooSmall = ERROR_INSUFFICIENT_BUFFER;
-const std::uint32_t kErrorNoAdapter = ERROR_NO_DATA;
 
 namespace {
 
@@ -144,13 +141,14 @@ public:
         m_module->Bind(m_closeAdapter, "WrenPackCloseAdapter", missing);
     }
 
-    bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
-        return m_getAdaptersList(list, size) != 0;
+    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override {
+        return FetchAdapters([this](ADAPTER_INFO_LIST_ENTRY* list,
+                                    std::uint32_t* size) { return m_getAdaptersList(list, size) != 0; },
+                             adapters);
     }
 
-    AdapterHandle OpenAdapter(const char16_t* adapterName) override {
-        static_assert(sizeof(wchar_t) == sizeof(char16_t));
-        return m_openAdapter(reinterpret_cast<const wchar_t*>(adapterName));
+    AdapterHandle OpenAdapter(const HostAdapter& adapter) override {
+        return m_openAdapter(adapter.driverName.c_str());
     }
 
     void CloseAdapter(AdapterHandle handle) override { m_closeAdapter(handle); }
@@ -181,7 +179,7 @@ public:
     PacketDriverDescription DescribePacketDriver() const override { return m_driver.Describe(); }
 
 private:
-    using GetAdaptersListFunction = std::uint8_t (*)(ADAPTER_INFO_LIST_ENTRY*, std::uint32_t*);
+    using ListFunction = std::uint8_t (*)(ADAPTER_INFO_LIST_ENTRY*, std::uint32_t*);
     using OpenAdapterFunction = void* (*)(const wchar_t*);
     using CloseAdapterFunction = void (*)(void*);
     using TextFunction = const wchar_t* (*)();
@@ -192,7 +190,7 @@ private:
     std::unique_ptr<SharedObject> m_module;
     std::wstring m_path;
     PacketDriver m_driver;
-    GetAdaptersListFunction m_getAdaptersList = nullptr;
+    ListFunction m_getAdaptersList = nullptr;
     OpenAdapterFunction m_openAdapter = nullptr;
     CloseAdapterFunction m_closeAdapter = nullptr;
 };
@@ -208,55 +206,33 @@ public:
         m_description.substitution += L" The list of adapters comes from Windows' own IP helper.";
     }
 
-    bool GetAdaptersList(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) override {
-        if (m_entries.empty()) {
-            if (const std::uint32_t code = ListAdapters(m_entries)) {
-                *size = 0;
-                SetLastError(code);
-                return false;
-            }
-            FillPromiscuousMode();
+    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override {
+        const std::uint32_t code = ReadAdapters(adapters);
+        if (code != 0 || adapters.empty()) {
+            return {AdapterListStage::SizeQuery, code != 0 ? code : std::uint32_t{ERROR_NO_DATA}};
         }
-        return DeliverAdapters(m_entries, list, size);
+        // An access point hands a wireless station its own frames only, whatever the driver promises.
+        for (HostAdapter& adapter : adapters) {
+            adapter.promiscuous = adapter.medium == kNdisMediumNative802_11
+                                      ? std::optional(false)
+                                      : m_driver.IsPromiscuousCapable(adapter.driverName);
+        }
+        return {};
     }
 
-    AdapterHandle OpenAdapter(const char16_t* adapterName) override {
-        return m_driver.Open(FieldText(adapterName, std::char_traits<char16_t>::length(adapterName)), false);
+    AdapterHandle OpenAdapter(const HostAdapter& adapter) override {
+        return m_driver.Open(adapter.driverName, false);
     }
 
     void CloseAdapter(AdapterHandle handle) override { m_driver.Close(handle); }
-
-    AdapterFacts FactsOf(const ADAPTER_INFO_LIST_ENTRY& entry) const override {
-        AdapterFacts facts;
-        facts.promiscuousKnown = !m_promiscuousUnknown.contains(entry.dwIndex);
-        return facts;
-    }
 
     ModuleDescription DescribeModule() const override { return m_description; }
 
     PacketDriverDescription DescribePacketDriver() const override { return m_driver.Describe(); }
 
 private:
-    // An access point hands a wireless station its own frames only, whatever the driver promises: that field
-    // stays 0.
-    void FillPromiscuousMode() {
-        m_promiscuousUnknown.clear();
-        for (ADAPTER_INFO_LIST_ENTRY& entry : m_entries) {
-            if (entry.LinkType == kNdisMediumNative802_11) {
-                continue;
-            }
-            const std::optional<bool> capable = m_driver.IsPromiscuousCapable(FieldText(entry.AdapterName));
-            entry.PromiscuousMode = capable.value_or(false) ? 1 : 0;
-            if (!capable) {
-                m_promiscuousUnknown.insert(entry.dwIndex);
-            }
-        }
-    }
-
     ModuleDescription m_description;
     PacketDriver m_driver;
-    std::vector<ADAPTER_INFO_LIST_ENTRY> m_entries;
-    std::set<std::uint32_t> m_promiscuousUnknown; // indexes
 };
 
 } // namespace

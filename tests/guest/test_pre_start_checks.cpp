@@ -39,7 +39,7 @@ protected:
     // started.
     std::string Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers,
                       const wchar_t* guestIp = nullptr) {
-        m_tables.networkParameters.enableRouting = forwarding;
+        m_tables.networkParameters.forwardsPackets = forwarding;
         HostNetwork host({m_tables, m_adapters}, m_library);
         host.InitGlobals();
         if (gateway) {

@@ -3,10 +3,8 @@
 // tested against the real system.
 #pragma once
 
-#include <cstring>
 #include <map>
 #include <mutex>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -20,55 +18,38 @@ namespace vnxtest {
 
 class ScriptedTables : public HostTables {
 public:
-    std::uint32_t GetNetworkParams(void* buffer, std::uint32_t* size) override {
-        return Fill(parametersCode, std::vector<RawAddressRow>(), buffer, size);
+    std::uint32_t ReadParameters(NetworkParameters& parameters) override {
+        parameters = networkParameters;
+        return parametersCode;
     }
-    std::uint32_t GetIpForwardTable(void* buffer, std::uint32_t* size) override {
-        return Fill(routesCode, routes, buffer, size);
+    std::uint32_t ReadRoutes(std::vector<HostRoute>& rows) override {
+        rows = routes;
+        return routesCode;
     }
-    std::uint32_t GetIpAddrTable(void* buffer, std::uint32_t* size) override {
-        return Fill(addressesCode, addresses, buffer, size);
+    std::uint32_t ReadAddresses(std::vector<HostAddress>& rows) override {
+        rows = addresses;
+        return addressesCode;
     }
-    NetworkParameters DecodeNetworkParams(const std::vector<std::uint8_t>&) const override {
-        return networkParameters;
-    }
-    std::uint32_t SendARP(Ipv4Address destination, Ipv4Address source, std::uint8_t* mac,
-                          std::uint32_t* length) override {
+    std::optional<MacAddress> SendARP(Ipv4Address destination, Ipv4Address source) override {
         probes.emplace_back(destination, source);
-        if (!answers.contains(destination)) {
-            return kErrorNoAnswer;
-        }
-        *length = static_cast<std::uint32_t>(answers[destination].size());
-        std::ranges::copy(answers[destination], mac);
-        return 0;
+        const auto answer = answers.find(destination);
+        return answer != answers.end() ? std::optional(answer->second) : std::nullopt;
     }
 
     void AddRoute(Ipv4Address destination, Ipv4Address mask, Ipv4Address nextHop, std::uint32_t index,
-                  std::uint32_t metric = 0, std::uint32_t type = 4) {
-        routes.push_back(
-            {destination.Memory(), mask.Memory(), 0, nextHop.Memory(), index, type, 0, 0, 0, {metric}});
+                  std::uint32_t metric = 0) {
+        routes.push_back({destination, mask, nextHop, index, metric});
     }
     void AddAddress(Ipv4Address address, Ipv4Address mask, std::uint32_t index) {
-        addresses.push_back({address.Memory(), index, mask.Memory()});
+        addresses.push_back({address, mask, index});
     }
 
     NetworkParameters networkParameters;
-    std::vector<RawRouteRow> routes;
-    std::vector<RawAddressRow> addresses;
+    std::vector<HostRoute> routes;
+    std::vector<HostAddress> addresses;
     std::uint32_t parametersCode = 0, routesCode = 0, addressesCode = 0;
-    std::map<Ipv4Address, std::vector<std::uint8_t>> answers;
+    std::map<Ipv4Address, MacAddress> answers;
     std::vector<std::pair<Ipv4Address, Ipv4Address>> probes; // destination, source
-
-private:
-    template <typename Row>
-    static std::uint32_t Fill(std::uint32_t code, const std::vector<Row>& rows, void* buffer,
-                              std::uint32_t* size) {
-        std::vector<std::uint32_t> words(1 + rows.size() * sizeof(Row) / 4);
-        words[0] = static_cast<std::uint32_t>(rows.size());
-        std::ranges::copy(std::as_bytes(std::span(rows)),
-                          std::as_writable_bytes(std::span(words).subspan(1)).data());
-        return code != 0 ? code : FillFrom(words.data(), words.size() * 4, buffer, size);
-    }
 };
 
 inline constexpr MacAddress kMacA({0x02, 0, 0, 0, 0, 0x0A});

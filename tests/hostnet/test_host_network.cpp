@@ -25,8 +25,7 @@ TEST_F(HostNetworkTest, TracesEveryFailureInOrderAndSurvivesAll) {
     tables.parametersCode = 50;
     tables.routesCode = 5;
     tables.addressesCode = 13;
-    adapters.entries.clear();
-    adapters.sizeCode = 2;
+    adapters.outcome = {AdapterListStage::SizeQuery, 2};
     network.InitGlobals();
     const Lines trace = TakeTrace();
     ASSERT_EQ(trace.size(), 7U);
@@ -42,14 +41,13 @@ TEST_F(HostNetworkTest, TracesAListThatIsNotBelievedCannotBeHeldOrIsRefused) {
                                              FormatLastError(code))});
         EXPECT_TRUE(network.Adapters().empty());
     };
-    adapters.sizeCode = adapters.fillCode = 31;
+    adapters.outcome = {AdapterListStage::Fill, 31};
     expectTrace(L"WrenPackGetAdaptersList(!NULL,!0) failed", 31);
-    adapters.sizeSucceeds = true;
+    adapters.outcome = {AdapterListStage::SizeQuery, 31, true};
     expectTrace(L"WrenPackGetAdaptersList(NULL,0) succeeded?!", 31);
-    adapters.sizeSucceeds = false;
-    adapters.sizeAnswer = 4294967295;
+    adapters.outcome = {AdapterListStage::Allocation, kErrorNotEnoughMemory, false, 3121343};
     expectTrace(L"new ADAPTER_INFO_LIST_ENTRY [3121343] failed", kErrorNotEnoughMemory);
-    adapters.sizeAnswer = adapters.fillCode = 0;
+    adapters.outcome = {};
     EXPECT_TRUE(network.InitFPAdaptersList()) << "a later attempt may succeed";
 }
 
@@ -57,18 +55,17 @@ TEST_F(HostNetworkTest, TakesTheAdapterThatTheLibraryNamesAndProbesItsGateway) {
     library.defaultInterface = kMacTextB;
     network.InitGlobals();
     ASSERT_NE(network.DefaultAdapter(), nullptr);
-    EXPECT_EQ(FieldText(network.DefaultAdapter()->AdapterName), L"NPF_b");
+    EXPECT_EQ(network.DefaultAdapter()->driverName, L"NPF_b");
     EXPECT_EQ(network.DefaultAdapterIpText(), L"10.0.1.1");
     EXPECT_THAT(tables.probes, ElementsAre(Pair(Ipv4Address(10, 0, 1, 254), Ipv4Address(10, 0, 1, 1))))
         << "from the adapter's own address";
     EXPECT_EQ(TakeTrace(), Lines{L"** InitGlobals: WARNING: default adapter gateway unresponsive!\n"});
-    // Responsive means an answer of exactly six bytes.
-    for (const std::size_t length : {0U, 4U, 8U, 6U}) {
-        tables.answers[Ipv4Address(10, 0, 1, 254)].assign(length, 2);
-        MacAddress mac = kMacB;
-        EXPECT_EQ(network.IsIPAddrResponsive({10, 0, 1, 254}, &mac, {}), length == 6);
-        EXPECT_EQ(mac, length == 6 ? MacAddress({2, 2, 2, 2, 2, 2}) : MacAddress());
-    }
+    MacAddress mac = kMacB;
+    EXPECT_FALSE(network.IsIPAddrResponsive({10, 0, 1, 254}, &mac, {}));
+    EXPECT_TRUE(mac.IsZero());
+    tables.answers[Ipv4Address(10, 0, 1, 254)] = kMacA;
+    EXPECT_TRUE(network.IsIPAddrResponsive({10, 0, 1, 254}, &mac, {}));
+    EXPECT_EQ(mac, kMacA);
     network.InitGlobals();
     EXPECT_TRUE(TakeTrace().empty());
 
@@ -121,8 +118,8 @@ TEST_F(HostNetworkTest, IsOfOneMomentAndKeepsTheUsersGateway) {
     tables.routes.clear();
     tables.AddRoute({}, {}, later, 8);
     tables.addresses.clear();
-    tables.networkParameters.enableRouting = true;
-    tables.answers[later] = {2, 0, 0, 0, 0, 9};
+    tables.networkParameters.forwardsPackets = true;
+    tables.answers[later] = MacAddress({2, 0, 0, 0, 0, 9});
     EXPECT_TRUE(network.RedetectAdapters());
     EXPECT_TRUE(network.IpForwardingEnabled() && network.Addresses()->empty());
     EXPECT_EQ(network.Routes()->front().nextHop, later);
@@ -159,8 +156,8 @@ TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
     EXPECT_TRUE(host.FindDefaultGateway() && host.DefaultGatewayMac() == kSimGatewayMac);
     // Each adapter is opened and closed by its own library.
     std::vector<AdapterHandle> handles;
-    for (const auto& entry : host.Adapters()) {
-        handles.push_back(simAdapters.OpenAdapter(entry.AdapterName));
+    for (const HostAdapter& adapter : host.Adapters()) {
+        handles.push_back(simAdapters.OpenAdapter(adapter));
         EXPECT_NE(handles.back(), nullptr);
     }
     EXPECT_EQ(real.adapters.opened, std::vector<std::wstring>{L"NPF_a"});

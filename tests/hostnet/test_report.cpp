@@ -34,11 +34,11 @@ TEST_F(ReportTest, NetworkInformationLineByLine) {
     tables.networkParameters.hostName = L"host";
     tables.networkParameters.nodeType = NodeType::PeerToPeer;
     tables.networkParameters.dnsServers = {L"10.0.0.53", L"2001:db8::53"};
-    tables.networkParameters.enableRouting = true;
+    tables.networkParameters.forwardsPackets = true;
     tables.AddRoute({}, {}, {10, 0, 0, 254}, 8, 900);
     tables.AddRoute({10, 0, 0, 0}, kMask24, {}, 7, 4294967295);
     tables.AddAddress({10, 0, 0, 1}, kMask24, 7);
-    tables.answers[Ipv4Address(10, 0, 0, 254)] = {2, 0, 0, 0, 0, 0x0A};
+    tables.answers[Ipv4Address(10, 0, 0, 254)] = kMacA;
     EXPECT_EQ(TextOf(WriteNetworkInformation),
               "-------------------------  Network Information  -------------------------\n\n"
               "  Host Name . . . . . . . . . : host\n"
@@ -78,12 +78,10 @@ TEST_F(ReportTest, WhatIsMissingLeavesTheSectionShort) {
 
 TEST_F(ReportTest, AdaptersLineByLine) {
     adapters.entries = {MakeAdapter(L"main", kMacA, {10, 0, 0, 1}, {255, 255, 0, 0}, {10, 0, 0, 254})};
-    ADAPTER_INFO_LIST_ENTRY& entry = adapters.entries[0];
-    entry.dwIndex = 0x1F;
-    entry.DHCP = 1;
-    entry.ChecksumOffloadPresent = 1;
-    entry.V4Transmit = kChecksumTcp | kChecksumIp;
-    entry.V6Receive = kChecksumUdp;
+    HostAdapter& adapter = adapters.entries[0];
+    adapter.index = 0x1F;
+    adapter.dhcp = true;
+    adapter.checksumOffload = ChecksumOffload{kChecksumTcp | kChecksumIp, 0, 0, kChecksumUdp};
     EXPECT_EQ(TextOf(WriteDetectedAdapters),
               "--------------------------  Detected Adapters  --------------------------\n\n"
               "Connection          = main\n"
@@ -113,16 +111,20 @@ TEST_F(ReportTest, AdaptersLineByLine) {
 }
 
 TEST_F(ReportTest, OnlyTheDefaultAdapterIsWarnedOf) {
-    for (ADAPTER_INFO_LIST_ENTRY& entry : adapters.entries) {
-        entry.MediaConnected = entry.PromiscuousMode = 0;
-        entry.ChecksumOffloadOverridden = entry.ChecksumOffloadPresent = 1;
+    for (HostAdapter& adapter : adapters.entries) {
+        adapter.mediaConnected = false;
+        adapter.promiscuous = false;
+        adapter.checksumOffload = ChecksumOffload();
+        adapter.checksumOffloadOverridden = true;
     }
     EXPECT_THAT(TextOf(WriteDetectedAdapters),
                 AllOf(HasSubstr("PromiscuousMode?    = No                   ** WARNING **\n"),
                       HasSubstr("Checksum Offloading = OVERRIDDEN\n"),
                       HasSubstr("\"main\" cannot be put into promiscuous mode"),
                       Not(HasSubstr("\"other\""))));
-    adapters.facts.dhcpKnown = adapters.facts.promiscuousKnown = false;
+    for (HostAdapter& adapter : adapters.entries) {
+        adapter.dhcp = adapter.promiscuous = std::nullopt;
+    }
     EXPECT_THAT(TextOf(WriteDetectedAdapters),
                 AllOf(HasSubstr("PromiscuousMode?    = unknown\nDHCP Enabled?       = unknown\n"),
                       Not(HasSubstr("promiscuous mode"))))

@@ -13,13 +13,14 @@ namespace {
 using Lines = std::vector<std::wstring>;
 
 TEST(AdapterTexts, TheUnitOfTheSpeed) {
-    for (const auto& [speed, text] : {std::pair<std::uint32_t, const wchar_t*>{10'000'000, L"1.0 Gbps"},
-                                      {9'999'000, L"999.9 Mbps"},
-                                      {4'000'000'000, L"400.0 Gbps"},
-                                      {1, L"0.0 Mbps"},
-                                      {0, L"0.0 Mbps (unknown)"}}) {
+    for (const auto& [speed, text] : {std::pair<std::uint64_t, const wchar_t*>{1'000'000'000, L"1.0 Gbps"},
+                                      {999'900'000, L"999.9 Mbps"},
+                                      {400'000'000'000, L"400.0 Gbps"},
+                                      {800'000'000'000, L"800.0 Gbps"},
+                                      {100, L"0.0 Mbps"}}) {
         EXPECT_EQ(LinkSpeedText(speed), text);
     }
+    EXPECT_EQ(LinkSpeedText(std::nullopt), L"0.0 Mbps (unknown)");
 }
 
 TEST(WrapText, BreaksAtBlanksAndCutsOnlyWhatMustBeCut) {

@@ -10,6 +10,8 @@
 #include <netioapi.h>
 
 #include "vnetx/host/host_links.h"
+#include "wrenlib/driver_prefix.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
@@ -18,14 +20,9 @@ Ipv4Address AddressOf(const SOCKADDR_INET& address) {
     return Ipv4Address::FromMemory(address.Ipv4.sin_addr.s_addr);
 }
 
-Ipv4Address MaskOf(unsigned prefixLength) {
-    return Ipv4Address::FromHost(
-        prefixLength == 0 ? 0 : 0xFFFFFFFFu << (32 - (prefixLength > 32 ? 32 : prefixLength)));
-}
-
 HostLink LinkOf(const IP_ADAPTER_ADDRESSES& adapter) {
     HostLink link;
-    link.captureName = std::string("\\Device\\NPF_") + adapter.AdapterName;
+    link.captureName = "\\Device\\" + ToNarrow(kDriverPrefix) + adapter.AdapterName;
     link.index = adapter.IfIndex;
     link.mtu = adapter.Mtu;
     link.up = link.carrier = adapter.OperStatus == IfOperStatusUp;
@@ -39,8 +36,8 @@ HostLink LinkOf(const IP_ADAPTER_ADDRESSES& adapter) {
         if (unicast->Address.lpSockaddr->sa_family == AF_INET) {
             sockaddr_in inet{};
             std::memcpy(&inet, unicast->Address.lpSockaddr, sizeof inet);
-            link.addresses.push_back(
-                {Ipv4Address::FromMemory(inet.sin_addr.s_addr), MaskOf(unicast->OnLinkPrefixLength)});
+            link.addresses.push_back({Ipv4Address::FromMemory(inet.sin_addr.s_addr),
+                                      Ipv4Address::Mask(unicast->OnLinkPrefixLength)});
         }
     }
     return link;

@@ -5,74 +5,18 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 #include <fcntl.h>
 #include <linux/if_tun.h>
 #include <net/if.h>
-#include <netlink/errno.h>
-#include <netlink/route/addr.h>
-#include <netlink/route/link.h>
-#include <netlink/route/link/inet6.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 
+#include "netlink/addresses.h"
+#include "netlink/links.h"
 #include "open/ask_helper.h"
 #include "open/helper.h"
-#include "vnetx/host/host_links.h"
-#include "vnetx/host/route_netlink_linux.h"
 
 namespace vnxtest {
-namespace {
-
-// libnl's result as an errno value.
-int ErrnoOfNetlink(int result) {
-    switch (-result) {
-    case 0:
-        return 0;
-    case NLE_PERM:
-        return EPERM;
-    case NLE_NOACCESS:
-        return EACCES;
-    case NLE_NODEV:
-    case NLE_OBJ_NOTFOUND:
-        return ENODEV;
-    case NLE_NOMEM:
-        return ENOMEM;
-    case NLE_EXIST:
-        return EEXIST;
-    case NLE_NOADDR:
-        return EADDRNOTAVAIL;
-    default:
-        return EINVAL;
-    }
-}
-
-using Link = std::unique_ptr<rtnl_link, decltype(&rtnl_link_put)>;
-using Address = std::unique_ptr<rtnl_addr, decltype(&rtnl_addr_put)>;
-
-int ChangeLink(std::uint32_t index, rtnl_link* changes) {
-    const RouteNetlink socket = ConnectRouteNetlink();
-    const Link link(rtnl_link_alloc(), rtnl_link_put);
-    if (!socket || !link) {
-        return ENOMEM;
-    }
-    rtnl_link_set_ifindex(link.get(), static_cast<int>(index));
-    return ErrnoOfNetlink(rtnl_link_change(socket.get(), link.get(), changes, 0));
-}
-
-// The kernel would send IPv6 solicitations to a guest that has no IPv6. Older kernels refuse this
-// alone, which is no reason to fail.
-void LeaveOutIpv6(std::uint32_t index) {
-    const Link changes(rtnl_link_alloc(), rtnl_link_put);
-    if (changes &&
-        rtnl_link_inet6_set_addr_gen_mode(changes.get(), rtnl_link_inet6_str2addrgenmode("none")) == 0) {
-        ChangeLink(index, changes.get());
-    }
-}
-
-} // namespace
-
 int TunDevice::Create(bool tap) {
     const int code = MakeItself(tap);
     return code == EPERM || code == EACCES ? AwaitHelper(tap) : code;
@@ -142,51 +86,19 @@ int TunDevice::MakeItself(bool tap) {
     return m_index != 0 ? 0 : ENODEV;
 }
 
-int TunDevice::ChangeAddress(bool add) const {
-    const RouteNetlink socket = ConnectRouteNetlink();
-    const Address address(rtnl_addr_alloc(), rtnl_addr_put);
-    const auto make = [](Ipv4Address ip) {
-        return std::unique_ptr<nl_addr, decltype(&nl_addr_put)>(
-            nl_addr_build(AF_INET, ip.Bytes().data(), ip.Bytes().size()), nl_addr_put);
-    };
-    const auto local = make(m_settings.hostEnd);
-    const auto peer = make(m_settings.guest);
-    if (!socket || !address || !local || !peer) {
-        return ENOMEM;
-    }
-    // The peer's 32 bits make the one route that comes with the address.
-    nl_addr_set_prefixlen(peer.get(), 32);
-    rtnl_addr_set_ifindex(address.get(), static_cast<int>(m_index));
-    rtnl_addr_set_family(address.get(), AF_INET);
-    rtnl_addr_set_local(address.get(), local.get());
-    rtnl_addr_set_peer(address.get(), peer.get());
-    rtnl_addr_set_prefixlen(address.get(), 32);
-    return ErrnoOfNetlink(add ? rtnl_addr_add(socket.get(), address.get(), 0)
-                              : rtnl_addr_delete(socket.get(), address.get(), 0));
-}
-
 int TunDevice::BringUp(const TunSettings& settings) {
     if (m_helpersKind != OpenKind{}) {
         return BringUpByHelper(settings);
     }
     m_settings = settings;
+    // The kernel would send IPv6 solicitations to a guest that has no IPv6. Older kernels refuse this alone,
+    // which is no reason to fail.
     LeaveOutIpv6(m_index);
-    const Link changes(rtnl_link_alloc(), rtnl_link_put);
-    if (!changes) {
-        return ENOMEM;
-    }
-    if (settings.mtu != 0) {
-        rtnl_link_set_mtu(changes.get(), settings.mtu);
-    }
-    if (settings.queueLength != 0) {
-        rtnl_link_set_txqlen(changes.get(), settings.queueLength);
-    }
-    rtnl_link_set_flags(changes.get(), IFF_UP);
-    if (const int code = ChangeAddress(true); code != 0) {
+    if (const int code = AddPeerAddress(m_index, settings.hostEnd, settings.guest); code != 0) {
         return code;
     }
-    if (const int code = ChangeLink(m_index, changes.get()); code != 0) {
-        ChangeAddress(false);
+    if (const int code = ChangeLink(m_index, {settings.mtu, settings.queueLength, true}); code != 0) {
+        RemovePeerAddress(m_index, settings.hostEnd, settings.guest);
         return code;
     }
     return 0;
@@ -196,19 +108,14 @@ int TunDevice::TakeDown() {
     if (m_helpersKind != OpenKind{}) {
         return 0;
     }
-    const Link changes(rtnl_link_alloc(), rtnl_link_put);
-    if (!changes) {
-        return ENOMEM;
-    }
-    rtnl_link_unset_flags(changes.get(), IFF_UP);
-    const int code = ChangeLink(m_index, changes.get());
-    ChangeAddress(false);
+    const int code = ChangeLink(m_index, {0, 0, false});
+    RemovePeerAddress(m_index, m_settings.hostEnd, m_settings.guest);
     return code;
 }
 
 MacAddress TunDevice::HostMac() const {
-    const auto link = FindHostLinkByIndex(m_index);
-    return link ? link->mac : MacAddress();
+    KernelLink link;
+    return FindLink(m_index, link) == 0 ? link.mac.value_or(MacAddress()) : MacAddress();
 }
 
 } // namespace vnxtest

@@ -50,7 +50,6 @@ private:
     int MakeItself(bool tap);
     int AwaitHelper(bool tap);
     int BringUpByHelper(const TunSettings& settings);
-    int ChangeAddress(bool add) const;
 
     Descriptor m_descriptor;
     std::string m_name;

@@ -6,16 +6,15 @@
 #include <cerrno>
 #include <cstring>
 
-#include <netlink/route/link.h>
 #include <unistd.h>
 
+#include "netlink/links.h"
 #include "packets/ethernet.h"
 #include "packets/ipv4_packet.h"
 #include "vnetx/driver/adapter_watch.h"
 #include "vnetx/driver/builtin_library.h"
 #include "vnetx/failure.h"
 #include "vnetx/host/host_links.h"
-#include "vnetx/host/route_netlink_linux.h"
 #include "vnetx/tun/tun_device_linux.h"
 
 namespace vnxtest {
@@ -33,15 +32,8 @@ public:
 
     // The kernel counts as sent in vain what finds the device's queue full.
     std::optional<std::uint64_t> Dropped() override {
-        const RouteNetlink socket = ConnectRouteNetlink();
-        rtnl_link* link = nullptr;
-        if (!socket ||
-            rtnl_link_get_kernel(socket.get(), static_cast<int>(m_device.Index()), nullptr, &link) < 0) {
-            return std::nullopt;
-        }
-        const std::uint64_t dropped = rtnl_link_get_stat(link, RTNL_LINK_TX_DROPPED);
-        rtnl_link_put(link);
-        return dropped;
+        KernelLink link;
+        return FindLink(m_device.Index(), link) == 0 ? std::optional(link.sendDrops) : std::nullopt;
     }
 
 private:

@@ -5,7 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/host_tables.h"
+#include "platform/growing_buffer_windows.h"
+#include "platform/host_tables_windows.h"
 
 namespace vnxtest {
 namespace {
@@ -58,54 +59,38 @@ TEST(FetchGrowing, GrowsByWholeElementsUntilTheTableFitsOrTheSourceIsNeverConten
     EXPECT_EQ(outcome.given.size(), 1U) << "four gigabytes are not taken on a source's word";
 }
 
-// One table in memory, delivered as a real source delivers it, under both names.
-class MemoryTables : public HostTables {
-public:
-    std::uint32_t GetNetworkParams(void*, std::uint32_t*) override { return 50; }
-    std::uint32_t GetIpForwardTable(void* buffer, std::uint32_t* size) override {
-        return FillFrom(words.data(), words.size() * sizeof words[0], buffer, size);
-    }
-    std::uint32_t GetIpAddrTable(void* buffer, std::uint32_t* size) override {
-        return GetIpForwardTable(buffer, size);
-    }
-    NetworkParameters DecodeNetworkParams(const std::vector<std::uint8_t>&) const override { return {}; }
-    std::uint32_t SendARP(Ipv4Address, Ipv4Address, std::uint8_t*, std::uint32_t*) override { return 50; }
-
-    std::vector<std::uint32_t> words; // the row count, then the rows
-};
+// A table as the system lays it out: the row count, then the rows.
+std::vector<std::uint8_t> Table(const std::vector<std::uint32_t>& words) {
+    std::vector<std::uint8_t> bytes(words.size() * sizeof words[0]);
+    std::memcpy(bytes.data(), words.data(), bytes.size());
+    return bytes;
+}
 
 TEST(HostTables, DecodesRowsAsTheSystemLaysThemOut) {
-    MemoryTables tables;
     const Ipv4Address address(10, 1, 0, 0), mask(255, 255, 0, 0), gateway(10, 9, 9, 9);
     // Destination, mask, policy, next hop, index, type, protocol, age, system, five metrics.
-    tables.words = {2, address.Memory(), mask.Memory(), 0, gateway.Memory(), 7, 4, 3, 0, 0, 25, 0, 0, 0, 0};
-    tables.words.resize(1 + 2 * 14);
-    tables.words[15 + 5] = 2; // the second row's type is invalid: refuses packets
-    std::optional<std::vector<RouteRow>> routes;
-    ASSERT_EQ(ReadRoutes(tables, routes), 0U);
-    ASSERT_EQ(routes->size(), 2U);
-    const RouteRow& route = routes->front();
+    std::vector<std::uint32_t> words = {
+        2, address.Memory(), mask.Memory(), 0, gateway.Memory(), 7, 4, 3, 0, 0, 25, 0, 0, 0, 0};
+    words.resize(1 + 2 * 14);
+    words[15 + 5] = 2; // the second row's type is invalid: refuses packets
+    const std::vector<HostRoute> routes = DecodeRoutes(Table(words));
+    ASSERT_EQ(routes.size(), 2U);
+    const HostRoute& route = routes.front();
     EXPECT_EQ(std::tie(route.destination, route.mask, route.nextHop), std::tie(address, mask, gateway));
     EXPECT_EQ(std::pair(route.interfaceIndex, route.metric), std::pair(7U, 25U));
-    EXPECT_FALSE((*routes)[1].IsDefault()) << "a default route that refuses packets leads nowhere";
+    EXPECT_FALSE(routes[1].IsDefault()) << "a default route that refuses packets leads nowhere";
 
-    tables.words = {1, address.Memory(), 7, mask.Memory(), 1, 65535, 0};
-    std::optional<std::vector<AddressRow>> addresses;
-    ASSERT_EQ(ReadAddresses(tables, addresses), 0U);
-    ASSERT_EQ(addresses->size(), 1U);
-    const AddressRow& row = addresses->front();
+    const std::vector<HostAddress> addresses =
+        DecodeAddresses(Table({1, address.Memory(), 7, mask.Memory(), 1, 65535, 0}));
+    ASSERT_EQ(addresses.size(), 1U);
+    const HostAddress& row = addresses.front();
     EXPECT_TRUE(row.address == address && row.mask == mask && row.interfaceIndex == 7);
 }
 
-TEST(HostTables, BelievesNoCountBeyondTheBufferAndKeepsNoOldTable) {
-    MemoryTables tables;
-    tables.words.assign(1 + 3 * 14, 0xFFFFFFFF);
-    std::optional<std::vector<RouteRow>> routes;
-    ASSERT_EQ(ReadRoutes(tables, routes), 0U);
-    EXPECT_LE(routes->size(), 4U); // what fits in whole elements
-    std::optional<NetworkParameters> parameters = NetworkParameters();
-    EXPECT_EQ(ReadNetworkParameters(tables, parameters), 50U);
-    EXPECT_FALSE(parameters.has_value());
+TEST(HostTables, BelievesNoCountBeyondTheBuffer) {
+    EXPECT_EQ(DecodeRoutes(Table(std::vector<std::uint32_t>(1 + 3 * 14, 0xFFFFFFFF))).size(), 3U);
+    EXPECT_TRUE(DecodeAddresses(Table({0xFFFFFFFF})).empty());
+    EXPECT_TRUE(DecodeAddresses({}).empty());
 }
 
 } // namespace

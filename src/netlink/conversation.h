@@ -1,0 +1,75 @@
+// One question to the kernel's route netlink and its answer (rtnetlink(7)), as libnl holds them. For the
+// sources of this room: what the room tells others (links.h and its neighbours) is plain values.
+//
+// Requests go out by sendto, since a running guest has no sendmsg (platform/sandbox.h). A conversation has a
+// socket of its own: any thread.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+#include <netlink/msg.h>
+#include <netlink/netlink.h>
+#include <netlink/route/addr.h>
+#include <netlink/route/link.h>
+#include <netlink/route/neighbour.h>
+#include <netlink/route/netconf.h>
+#include <netlink/route/route.h>
+
+#include "wrenlib/address.h"
+
+namespace vnxtest {
+
+struct NetlinkDeleter {
+    void operator()(nl_sock* socket) const { nl_socket_free(socket); }
+    void operator()(nl_msg* message) const { nlmsg_free(message); }
+    void operator()(nl_addr* address) const { nl_addr_put(address); }
+    void operator()(rtnl_link* link) const { rtnl_link_put(link); }
+    void operator()(rtnl_addr* address) const { rtnl_addr_put(address); }
+};
+template <typename T>
+using NetlinkOwner = std::unique_ptr<T, NetlinkDeleter>;
+
+// A request with its family's header, ready for attributes; null without memory.
+template <typename Header>
+NetlinkOwner<nl_msg> MakeRequest(int type, int flags, Header header) {
+    NetlinkOwner<nl_msg> request(nlmsg_alloc_simple(type, flags));
+    if (request != nullptr && nlmsg_append(request.get(), &header, sizeof header, NLMSG_ALIGNTO) < 0) {
+        request.reset();
+    }
+    return request;
+}
+
+// What takes an object of the answer; the object lives as long as the call.
+using ObjectVisitor = std::function<void(nl_object*)>;
+
+// Sends `request` and hands what the kernel answers to `visit`. 0 when it has answered or done what was
+// asked, else its errno value, or that of what failed before; ENOMEM when `request` is null. EINTR: the table
+// changed while it was told, and what was told may have gaps.
+int Ask(nl_msg* request, const ObjectVisitor& visit);
+
+// Asks for a whole table, again if it changed meanwhile. `append` puts what a row says behind `values`, which
+// is empty after a failure.
+template <typename Row, typename Value, typename Header>
+int Dump(int type, const Header& header, std::vector<Value>& values,
+         void (*append)(std::type_identity_t<Row>*, std::vector<Value>&)) {
+    constexpr int kAttempts = 8;
+    int code = EINTR;
+    for (int attempt = 0; attempt < kAttempts && code == EINTR; ++attempt) {
+        values.clear();
+        code = Ask(MakeRequest(type, NLM_F_DUMP, header).get(),
+                   [&](nl_object* object) { append(reinterpret_cast<Row*>(object), values); });
+    }
+    if (code != 0) {
+        values.clear();
+    }
+    return code;
+}
+
+// Zero when `address` is null or of another kind.
+Ipv4Address ToIpv4(const nl_addr* address);
+MacAddress ToMac(const nl_addr* address);
+
+} // namespace vnxtest

@@ -1,0 +1,49 @@
+// The network links of this host as the kernel tells them, and the few changes to one that the program makes.
+//
+// Linux only. All functions may run on any thread, ask at the call and keep nothing; they return 0 or an
+// errno value.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "wrenlib/address.h"
+
+namespace vnxtest {
+
+struct KernelLink {
+    std::uint32_t index = 0; // not 0
+    std::string name;
+    unsigned hardwareType = 0;     // ARPHRD_ of net/if_arp.h
+    unsigned flags = 0;            // IFF_ of linux/if.h
+    unsigned promiscuity = 0;      // how many have asked for promiscuous mode
+    std::optional<MacAddress> mac; // none where a link's addresses have not six bytes, or there are none
+    std::uint32_t mtu = 0;
+    std::uint32_t master = 0;          // the bridge or bond of which it is a port; 0: it is none
+    std::uint32_t below = 0;           // the link that it stands on, as a VLAN does; 0: none
+    std::optional<std::uint16_t> vlan; // the identifier of a VLAN
+    std::string kind;                  // "bridge", "veth"; empty for hardware
+    std::string alias;                 // the user's text
+    std::uint64_t sendDrops = 0;       // frames that it was to send and has dropped
+};
+
+// In the kernel's order, by their indexes.
+int ListLinks(std::vector<KernelLink>& links);
+
+// ENODEV when there is no link of this index.
+int FindLink(std::uint32_t index, KernelLink& link);
+
+struct LinkChange {
+    std::uint32_t mtu = 0;         // bytes; 0: as it is
+    std::uint32_t queueLength = 0; // frames; 0: as it is
+    std::optional<bool> up;        // nullopt: as it is
+};
+int ChangeLink(std::uint32_t index, const LinkChange& change);
+
+// From now on the kernel gives the link no IPv6 address and sends no solicitations on it. Older kernels
+// refuse this.
+int LeaveOutIpv6(std::uint32_t index);
+
+} // namespace vnxtest
