@@ -28,8 +28,6 @@ struct InterfaceOptions {
     bool AnyGiven() const { return tapMode || guestIp || guestMac || adapter; }
 };
 
-inline constexpr std::uint32_t kLargestDriverBuffer = 16384; // Kbytes
-
 struct DebugOptions {
     bool enabled = false;
     std::optional<std::uint32_t> flags{}; // absent: those of the profile

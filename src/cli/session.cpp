@@ -413,11 +413,10 @@ int Session::JudgePingTest() {
                             m_output.LastFailureMessage();
         constexpr std::uint32_t kHeaders = 28;
         constexpr std::uint32_t kUsualMtu = 1500;
-        if (result.parameters.dataSize + kHeaders > kUsualMtu) {
+        if (result.plan.dataSize + kHeaders > kUsualMtu) {
             text += Sprintf(L"\n--size %u makes packets of %u bytes, which few adapters take whole. Try "
                             L"--size %u or less.",
-                            result.parameters.dataSize, result.parameters.dataSize + kHeaders,
-                            kUsualMtu - kHeaders);
+                            result.plan.dataSize, result.plan.dataSize + kHeaders, kUsualMtu - kHeaders);
         }
         return Fail(text);
     }
@@ -460,9 +459,9 @@ void Session::TellDroppedFrames() {
         std::wstring text = Sprintf(L"note: %d frames for interface %d were dropped unread, for the driver's "
                                     L"buffer of %uK was full. A ping that was lost may be among them.",
                                     dropped, index + 1, size);
-        if (size < kLargestDriverBuffer) {
+        if (size < kDriverBufferRange.highest) {
             text += Sprintf(L" A larger buffer holds more: --driver-buffer %u.",
-                            std::min(size * 4, kLargestDriverBuffer));
+                            std::min(size * 4, kDriverBufferRange.highest));
         }
         Complain(text);
     }

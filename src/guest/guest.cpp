@@ -191,26 +191,20 @@ bool Guest::OnTestStartPing() {
     m_problem.clear();
     Verify(IsRunning() && !IsPinging());
     m_pingTest.ClearPings();
-    m_settings.LoadPingSettings(m_pingSettings);
+    m_settings.LoadPingSettings(m_pingPlan);
     PingWhoParameters answer;
     answer.twoInterfaces = m_interfaces[1].NamesAdapter();
     answer.fromInterface = m_pingFromInterface1 ? 0 : 1;
-    answer.to = m_pingSettings.whoPingName;
-    answer.dataSize = m_pingSettings.dataSize;
-    answer.count = m_pingSettings.numPings;
-    answer.timeout = m_pingSettings.timeout;
-    answer.delay = m_pingSettings.delay;
+    answer.plan = m_pingPlan;
     if (!m_frontEnd.AskPingWho(answer)) {
         return false;
     }
     m_pingFromInterface1 = answer.fromInterface == 0;
-    m_pingSettings = {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay};
+    m_pingPlan = answer.plan;
     if (answer.store) {
-        m_settings.StorePingSettings(m_pingSettings);
+        m_settings.StorePingSettings(m_pingPlan);
     }
-    const bool started = m_pingTest.Start(
-        m_interfaces[m_pingFromInterface1 ? 0 : 1],
-        {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay});
+    const bool started = m_pingTest.Start(m_interfaces[m_pingFromInterface1 ? 0 : 1], m_pingPlan);
     // Once the test runs, its result is its threads'.
     m_problem = started ? std::wstring() : m_pingTest.Result().problem;
     return started;

@@ -33,11 +33,11 @@ void PingTest::ClearPings() {
     m_pingList.RemoveAll();
 }
 
-bool PingTest::Start(INTERFACE_INFO& info, const PingParameters& parameters) {
+bool PingTest::Start(INTERFACE_INFO& info, const PingPlan& plan) {
     m_interface = &info;
-    m_parameters = parameters;
+    m_plan = plan;
     m_result = {};
-    m_result.parameters = parameters;
+    m_result.plan = plan;
     ClearPings();
     m_stopPingEvent.Reset();
     m_endSendingEvent.Reset();
@@ -118,8 +118,7 @@ std::uint16_t PingTest::PingNumber(std::uint16_t sequence) const {
 
 bool PingTest::AllSent() const {
     // A count of 0 has no end of its own: such a test runs until it is told to end.
-    return m_endSendingEvent.IsSet() ||
-           (m_parameters.numPings != 0 && m_pingList.GetCount() >= m_parameters.numPings);
+    return m_endSendingEvent.IsSet() || (m_plan.numPings != 0 && m_pingList.GetCount() >= m_plan.numPings);
 }
 
 // The identifier is the process's for its whole life, and the sequence numbers go on from test to
@@ -146,24 +145,24 @@ void PingTest::BeginSending() {
         m_wPingSeqBase = m_wPingNextSeq;
         identifier = m_wPingIdent;
         m_waiting = Waiting::ForPings;
-        m_pace.Begin(Pace::RingSlots(m_run.driverBufferSize, m_parameters.dataSize));
+        m_pace.Begin(Pace::RingSlots(m_run.driverBufferSize, m_plan.dataSize));
     }
-    const std::wstring targetIp = FormatIPAddr(m_parameters.target);
-    m_strPingTarget = m_parameters.targetName.empty() || m_parameters.targetName == targetIp
+    const std::wstring targetIp = FormatIPAddr(m_plan.target);
+    m_strPingTarget = m_plan.targetName.empty() || m_plan.targetName == targetIp
                           ? targetIp
-                          : Sprintf(L"%s [%s]", m_parameters.targetName, targetIp);
-    LogMsg(L" ping  -c %d  -i %d  -s %d  -w %d  %s\n\n", m_parameters.numPings, m_parameters.delay,
-           m_parameters.dataSize, m_parameters.timeout, m_strPingTarget);
-    m_frame.assign(EthernetView::kLength + kPingHeaders + m_parameters.dataSize, 0);
+                          : Sprintf(L"%s [%s]", m_plan.targetName, targetIp);
+    LogMsg(L" ping  -c %d  -i %d  -s %d  -w %d  %s\n\n", m_plan.numPings, m_plan.delay, m_plan.dataSize,
+           m_plan.timeout, m_strPingTarget);
+    m_frame.assign(EthernetView::kLength + kPingHeaders + m_plan.dataSize, 0);
     BuildEchoRequest(std::span(m_frame).subspan(EthernetView::kLength), m_host.Library(),
-                     m_interface->guestIp, m_parameters.target, SwapNetwork16(identifier));
+                     m_interface->guestIp, m_plan.target, SwapNetwork16(identifier));
 }
 
 bool PingTest::SendPings() {
     bool watched = false;
     std::uint16_t counter = m_wPingNextSeq;
     std::size_t sent = 0;
-    std::uint32_t remaining = m_parameters.numPings;
+    std::uint32_t remaining = m_plan.numPings;
     do {
         ++counter;
         if (!SendPing(SwapNetwork16(counter))) {
@@ -204,7 +203,7 @@ bool PingTest::StartWaitThread() {
 }
 
 bool PingTest::AwaitTurn(std::size_t sent) {
-    if (m_parameters.delay != 0 && m_endSendingEvent.WaitFor(m_parameters.delay)) {
+    if (m_plan.delay != 0 && m_endSendingEvent.WaitFor(m_plan.delay)) {
         return false;
     }
     // A reply can be told from those of 65,536 pings ago only when these are decided.
@@ -212,7 +211,7 @@ bool PingTest::AwaitTurn(std::size_t sent) {
         const std::lock_guard lock(m_pingListLock);
         m_hasRoom = m_pingList.HasRoom();
     }
-    if (m_parameters.delay == 0 && !m_pace.IsFree(sent)) {
+    if (m_plan.delay == 0 && !m_pace.IsFree(sent)) {
         while (!m_endSendingEvent.IsSet()) {
             const Pace::Clock::duration wait = m_pace.Wait(sent, Pace::Clock::now());
             if (wait == Pace::Clock::duration::zero()) {
@@ -238,7 +237,7 @@ bool PingTest::SendPing(std::uint16_t sequence) {
         if (m_stopPingEvent.IsSet() && m_pingList.GetCount() != 0) {
             return true; // the statistics may be written already: they count every ping that was announced
         }
-        LogMsg(L" Sending ping #%hu bytes=%d to %s...\n", PingNumber(sequence), m_parameters.dataSize,
+        LogMsg(L" Sending ping #%hu bytes=%d to %s...\n", PingNumber(sequence), m_plan.dataSize,
                m_strPingTarget);
         if (!WriteAddressedFrame(*m_interface, m_host, m_frame)) {
             return false;
@@ -247,9 +246,9 @@ bool PingTest::SendPing(std::uint16_t sequence) {
         ping.wIcmpId = SwapNetwork16(m_wPingIdent);
         ping.wIcmpSeq = sequence;
         ping.wIcmpChecksum = checksum;
-        ping.wDataSize = static_cast<std::uint16_t>(m_parameters.dataSize);
+        ping.wDataSize = static_cast<std::uint16_t>(m_plan.dataSize);
         ping.dwSentTick = GetTicks();
-        ping.dwDeadlineTick = ping.dwSentTick + m_parameters.timeout;
+        ping.dwDeadlineTick = ping.dwSentTick + m_plan.timeout;
         if (m_pingList.GetCount() == 0) {
             m_result.firstTick = ping.dwSentTick;
         }

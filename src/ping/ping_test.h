@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/interface_info.h"
+#include "core/ping_plan.h"
 #include "core/run_settings.h"
 #include "core/view_port.h"
 #include "core/worker_thread.h"
@@ -26,21 +27,12 @@
 
 namespace vnxtest {
 
-struct PingParameters {
-    Ipv4Address target;
-    std::wstring targetName;     // as typed
-    std::uint32_t dataSize = 32; // payload bytes
-    std::uint32_t numPings = 3;  // 0: until stopped
-    std::uint32_t timeout = 500; // milliseconds
-    std::uint32_t delay = 1000;  // milliseconds
-};
-
 // What a finished test leaves for others to read.
 struct PingTestResult {
     bool complete = false;    // statistics were written
     bool writeFailed = false; // a packet could not be written: the test was broken off
     std::wstring problem;     // a thread that the test needs could not be started: the failure line
-    PingParameters parameters;
+    PingPlan plan;
     std::uint32_t firstTick = 0; // when the first ping was sent
     PingStatistics statistics;
     PingRecords records; // only when kept (KeepRecords)
@@ -58,7 +50,7 @@ public:
     void ClearPings();
     // Starts the send thread. Not while a test runs. False when the system has no thread to give: the
     // failure line is written, and is Result().problem.
-    bool Start(INTERFACE_INFO& info, const PingParameters& parameters);
+    bool Start(INTERFACE_INFO& info, const PingPlan& plan);
     // Ends the sending: what was sent is still decided, with the last deadlines and the grace, as if
     // all pings were sent. Returns at once; does nothing when nothing is sent any more.
     void EndSending();
@@ -119,7 +111,7 @@ private:
     const RunSettings& m_run;
     ViewPort& m_view;
     INTERFACE_INFO* m_interface = nullptr;
-    PingParameters m_parameters;
+    PingPlan m_plan;
     std::wstring m_strPingTarget;
     bool m_keepRecords = false;
     PingTestResult m_result;

@@ -196,7 +196,7 @@ bool CVNXTestView::AskPingWho(PingWhoParameters& parameters) {
     if (!confirmed || !IsRunning()) {
         return false;
     }
-    m_asked = parameters;
+    m_asked = parameters.plan;
     return true;
 }
 

@@ -107,10 +107,10 @@ TEST_F(SettingsTest, TheOrdersOfReadingAndWriting) {
                      L"Interface1_strAdapter_MACAddr=", L"Interface2_bTAPMode=1",
                      L"Interface2_strInterface_IPAddr=10.1.2.222", L"Interface2_strAdapter_IPAddr=10.1.2.3",
                      L"Interface2_strInterface_MACAddr=M2", L"Interface2_strAdapter_MACAddr="}));
-    PingSettings ping;
+    PingPlan ping;
     settings.LoadPingSettings(ping);
-    ping.whoPingIpAddr = Ipv4Address(1, 2, 3, 4);
-    ping.whoPingName = L"host";
+    ping.target = Ipv4Address(1, 2, 3, 4);
+    ping.targetName = L"host";
     settings.StorePingSettings(ping);
     settings.LoadPingSettings(ping); // once per run; the first octet is in the lowest byte
     EXPECT_EQ(TakeCalls(),
@@ -137,10 +137,10 @@ TEST_F(SettingsTest, DebugAndPingSettings) {
     EXPECT_TRUE(run.debugMode && run.socketNotifyMode && run.debugFlags == 0) << "0 is no missing value";
 
     const auto expectTarget = [this](Ipv4Address address, const std::wstring& name) {
-        PingSettings ping;
+        PingPlan ping;
         Settings(profile).LoadPingSettings(ping);
-        EXPECT_EQ(ping.whoPingIpAddr, address);
-        EXPECT_EQ(ping.whoPingName, name);
+        EXPECT_EQ(ping.target, address);
+        EXPECT_EQ(ping.targetName, name);
     };
     expectTarget(kDefaultPingTarget, FormatIPAddr(kDefaultPingTarget));
     profile.numbers[L"WhoPingIPAddr"] = Ipv4Address(10, 0, 0, 9).Memory();
