@@ -101,8 +101,9 @@ static void PingTestWithOutstanding(benchmark::State& state) {
     OutputChannel output(view);
     HostNetwork host({*tables, *adapters}, library);
     const RunSettings run;
-    PingTest test(host, run, view);
-    ReceivePath path(host, run, test);
+    PacketWriter writer(library, host);
+    PingTest test(writer, run, view);
+    ReceivePath path(writer, run, test);
     output.Attach();
     RegisterDebugOutput(library);
     INTERFACE_INFO info;

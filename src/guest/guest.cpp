@@ -37,8 +37,8 @@ void SetTexts(INTERFACE_INFO& info, const InterfaceParameters& texts) {
 } // namespace
 
 Guest::Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd)
-    : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd),
-      m_pingTest(host, m_run, frontEnd), m_receivePath(host, m_run, m_pingTest) {
+    : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd), m_writer(library, host),
+      m_pingTest(m_writer, m_run, frontEnd), m_receivePath(m_writer, m_run, m_pingTest) {
     m_settings.ReadDebugSettings(m_run);
 }
 
@@ -100,10 +100,10 @@ bool Guest::AskProceed(const ProceedQuestion& question) {
 bool Guest::MayStart() {
     const bool forwarding = m_host.IpForwardingEnabled();
     const bool gatewayKnown = !m_host.DefaultGatewayMac().IsZero();
-    PrepareInterface(m_interfaces[0], m_host);
+    PrepareInterface(m_interfaces[0], m_library, m_host);
     bool subnetsFine = m_interfaces[0].inAdapterSubnet;
     if (m_interfaces[1].NamesAdapter()) {
-        PrepareInterface(m_interfaces[1], m_host);
+        PrepareInterface(m_interfaces[1], m_library, m_host);
         subnetsFine = subnetsFine && m_interfaces[1].inAdapterSubnet;
     }
     if (!forwarding && !gatewayKnown && !AskProceed(UndefinedGatewayQuestion())) {

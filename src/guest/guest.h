@@ -79,6 +79,7 @@ private:
     std::wstring m_problem;
     WaitDomain m_waitDomain;
     ManualResetEvent m_stopEvent{m_waitDomain};
+    PacketWriter m_writer;
     PingTest m_pingTest;
     ReceivePath m_receivePath;
     std::array<WorkerThread, 2> m_monitorThreads;

@@ -155,8 +155,9 @@ struct Engine {
     NoView view;
     OutputChannel channel{view};
     RunSettings run;
-    PingTest pingTest{host.network, run, view};
-    ReceivePath receivePath{host.network, run, pingTest};
+    PacketWriter writer{*library, host.network};
+    PingTest pingTest{writer, run, view};
+    ReceivePath receivePath{writer, run, pingTest};
     INTERFACE_INFO info;
 
     Engine() {
