@@ -9,6 +9,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "core/debug_output.h"
 #include "core/output_channel.h"
 #include "hostnet/host_network.h"
 #include "null_library.h"

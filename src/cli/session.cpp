@@ -6,6 +6,7 @@
 #include "cli/adapter_list.h"
 #include "cli/failure.h"
 #include "cli/json_report.h"
+#include "core/debug_output.h"
 #include "hostnet/report.h"
 #include "ping/target.h"
 #include "platform/privileges.h"
@@ -174,7 +175,7 @@ bool Session::OpenLibrary() {
 // As the window does when it is first shown.
 void Session::GatherHost() {
     m_channel.Attach();
-    m_engine.Host().InitGlobals();
+    m_engine.GatherHost();
     if (IsDebugOutputRefused()) {
         Complain(
             L"warning: the interface library refused to take the program's output, so the document stays "

@@ -2,9 +2,9 @@
 
 #include <optional>
 
-#include "core/output_channel.h"
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

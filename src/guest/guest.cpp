@@ -1,12 +1,12 @@
 #include "guest/guest.h"
 
 #include "core/monitor_thread.h"
-#include "core/output_channel.h"
 #include "guest/beside_host.h"
 #include "guest/pre_start_questions.h"
 #include "platform/socket_wait.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

@@ -32,7 +32,7 @@ class HostNetwork {
 public:
     HostNetwork(HostSources sources, VnetxLibrary& library);
 
-    // Registers the output routine, then gathers tables, adapter list and default adapter, and
+    // Gathers tables, adapter list and default adapter, and
     // probes the default adapter's gateway. Once, at the start. User-interface thread; takes at most a
     // bounded probe.
     void InitGlobals();

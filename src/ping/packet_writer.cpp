@@ -4,11 +4,11 @@
 #include <mutex>
 #include <optional>
 
-#include "core/output_channel.h"
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
 #include "packets/ipv4_packet.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

@@ -2,10 +2,10 @@
 
 #include <thread>
 
-#include "core/output_channel.h"
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
 #include "ping/echo_request.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

@@ -1,8 +1,8 @@
 #include "ping/ping_test.h"
 
-#include "core/output_channel.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

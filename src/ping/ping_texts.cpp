@@ -1,7 +1,7 @@
 #include "ping/ping_texts.h"
 
-#include "core/output_channel.h"
 #include "wrenlib/format.h"
+#include "wrenlib/log.h"
 #include "wrenlib/ticks.h"
 
 namespace vnxtest {

@@ -1,13 +1,13 @@
 #include "ping/receive_path.h"
 
 #include "core/arp_responder.h"
-#include "core/output_channel.h"
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
 #include "packets/ipv4_packet.h"
 #include "packets/reply_scope.h"
 #include "ping/echo_request.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

@@ -1,8 +1,8 @@
 #include "settings/settings.h"
 
-#include "core/output_channel.h"
 #include "settings/derived_address.h"
 #include "settings/profile_names.h"
+#include "wrenlib/log.h"
 #include "wrenlib/visible_text.h"
 
 namespace vnxtest {

@@ -9,6 +9,7 @@
 
 #include <sys/eventfd.h>
 
+#include "core/debug_output.h"
 #include "core/interface_lifecycle.h"
 #include "core/output_channel.h"
 #include "fuzz_input.h"
