@@ -82,20 +82,6 @@ const Belonging kBelongings[] = {
     {"--no-sandbox", kEngine},
 };
 
-const char* NameOf(Command command) {
-    switch (command) {
-    case Command::Report:
-        return "report";
-    case Command::Adapters:
-        return "adapters";
-    case Command::Run:
-        return "run";
-    case Command::Ping:
-        break;
-    }
-    return "ping";
-}
-
 // "8 to 65507 (default 32)".
 std::string Choice(const NumberRange& range, const char* unit = "") {
     return fmt::format("{} to {}{} (default {})", range.lowest, range.highest, unit, range.standard);
@@ -324,6 +310,20 @@ void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
 }
 
 } // namespace
+
+const char* NameOf(Command command) {
+    switch (command) {
+    case Command::Report:
+        return "report";
+    case Command::Adapters:
+        return "adapters";
+    case Command::Run:
+        return "run";
+    case Command::Ping:
+        break;
+    }
+    return "ping";
+}
 
 bool Options::IsSimulated() const {
     return IsSimulatedLan(library);

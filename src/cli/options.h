@@ -18,6 +18,9 @@ namespace vnxtest {
 
 enum class Command { Report, Adapters, Run, Ping };
 
+// The command as it is typed.
+const char* NameOf(Command command);
+
 // What was given for one of the two interfaces.
 struct InterfaceOptions {
     std::optional<bool> tapMode{};
