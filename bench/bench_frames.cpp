@@ -9,6 +9,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "core/debug_output.h"
 #include "core/output_channel.h"
 #include "hostnet/host_network.h"
 #include "null_library.h"
@@ -39,8 +40,8 @@ class Bench {
 public:
     explicit Bench(bool tapMode)
         : m_tables(MakeHostTables()), m_adapters(MakeWrenPackLibrary()), m_output(m_view),
-          m_host({*m_tables, *m_adapters}, m_library), m_pingTest(m_host, m_run, m_view),
-          m_path(m_host, m_run, m_pingTest) {
+          m_host({*m_tables, *m_adapters}, m_library), m_writer(m_library, m_host),
+          m_pingTest(m_writer, m_run, m_view), m_path(m_writer, m_run, m_pingTest) {
         m_output.Attach();
         RegisterDebugOutput(m_library);
         m_info.handle = 1;
@@ -74,6 +75,7 @@ private:
     OutputChannel m_output;
     HostNetwork m_host;
     RunSettings m_run;
+    PacketWriter m_writer;
     PingTest m_pingTest;
     ReceivePath m_path;
     INTERFACE_INFO m_info;

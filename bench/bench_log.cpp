@@ -5,8 +5,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include "core/debug_output.h"
 #include "core/output_channel.h"
 #include "null_library.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

@@ -17,6 +17,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "core/debug_output.h"
 #include "core/output_channel.h"
 #include "hostnet/host_network.h"
 #include "null_library.h"
@@ -101,26 +102,27 @@ static void PingTestWithOutstanding(benchmark::State& state) {
     OutputChannel output(view);
     HostNetwork host({*tables, *adapters}, library);
     const RunSettings run;
-    PingTest test(host, run, view);
-    ReceivePath path(host, run, test);
+    PacketWriter writer(library, host);
+    PingTest test(writer, run, view);
+    ReceivePath path(writer, run, test);
     output.Attach();
     RegisterDebugOutput(library);
     INTERFACE_INFO info;
     info.handle = 1;
     info.name = L"bench0";
     info.guestIp = kGuestIp;
-    PingParameters parameters;
-    parameters.target = kPeerIp;
-    parameters.dataSize = 8;
-    parameters.numPings = kPings;
-    parameters.timeout = 60000;
-    parameters.delay = 0;
+    PingPlan plan;
+    plan.target = kPeerIp;
+    plan.dataSize = 8;
+    plan.numPings = kPings;
+    plan.timeout = 60000;
+    plan.delay = 0;
     const auto outstanding = static_cast<std::size_t>(state.range(0));
     for (auto _ : state) {
         // Of this thread's time only the handling counts: it makes the replies and looks for requests, too.
         double handling = 0;
         const double begin = Seconds(CLOCK_PROCESS_CPUTIME_ID) - Seconds(CLOCK_THREAD_CPUTIME_ID);
-        test.Start(info, parameters);
+        test.Start(info, plan);
         std::size_t answered = 0;
         while (answered < kPings) {
             std::vector<Packet> held = library.Take(std::min(outstanding, kPings - answered));

@@ -4,23 +4,16 @@
 
 #include "cli/adapter_list.h"
 #include "guest/parameters_check.h"
-#include "settings/settings.h"
+#include "settings/derived_address.h"
+#include "settings/profile_names.h"
 #include "wrenlib/format.h"
 
 namespace vnxtest {
 
 namespace {
 
-// What belongs to one interface and not to the other.
-struct InterfaceFacts {
-    const wchar_t* suffix; // of its options
-    const wchar_t* guestIpValue;
-    Ipv4Address hostNumber; // of its derived guest address
-};
-constexpr InterfaceFacts kInterfaces[] = {
-    {L"", L"Interface1_strInterface_IPAddr", Ipv4Address::FromHost(111)},
-    {L"2", L"Interface2_strInterface_IPAddr", Ipv4Address::FromHost(222)},
-};
+// Of an interface's options.
+constexpr const wchar_t* kSuffixes[] = {L"", L"2"};
 
 std::wstring WithAdapters(const std::wstring& text, const HostNetwork& host) {
     return text + L"\n" + AdapterTable(host);
@@ -51,7 +44,7 @@ class InterfaceAnswer {
 public:
     InterfaceAnswer(const Options& options, const HostNetwork& host, Profile& profile, std::size_t index)
         : m_options(options), m_given(index == 0 ? options.interface1 : options.interface2), m_host(host),
-          m_profile(profile), m_facts(kInterfaces[index]) {}
+          m_profile(profile), m_index(index), m_suffix(kSuffixes[index]) {}
 
     std::optional<std::wstring> Apply(InterfaceParameters& texts, std::vector<std::wstring>& notes) {
         texts.tapMode = m_given.tapMode.value_or(texts.tapMode);
@@ -82,24 +75,24 @@ private:
             } else if (ParseMACAddress(*m_given.adapter)) {
                 reason = L"No such host adapter exists with this MAC address.";
             }
-            return WithAdapters(Sprintf(L"--adapter%s %s: %s There are:", std::wstring(m_facts.suffix),
-                                        *m_given.adapter, std::wstring(reason)),
-                                m_host);
+            return WithAdapters(
+                Sprintf(L"--adapter%s %s: %s There are:", m_suffix, *m_given.adapter, std::wstring(reason)),
+                m_host);
         }
         const HostAdapter* const simulated = m_host.DefaultAdapter();
         if (m_options.IsSimulated() && simulated != nullptr && adapter->mac != simulated->mac) {
             return Sprintf(
                 L"--adapter%s: the simulated LAN has one adapter only, %s. Leave the option out, or choose "
                 L"another library than sim.",
-                std::wstring(m_facts.suffix), m_host.DefaultAdapterIpText());
+                m_suffix, m_host.DefaultAdapterIpText());
         }
         if (const HostAdapter* const opened = OpenedFor(m_host, *adapter); opened != adapter) {
             return WithAdapters(
                 Sprintf(L"--adapter%s %s: An adapter is opened by its IP address and without one by its MAC "
                         L"address, and that is the address of %s, too. Choose %s, or give %s an IP address. "
                         L"There are:",
-                        std::wstring(m_facts.suffix), *m_given.adapter, AdapterDisplayName(*opened),
-                        AdapterDisplayName(*opened), *m_given.adapter),
+                        m_suffix, *m_given.adapter, AdapterDisplayName(*opened), AdapterDisplayName(*opened),
+                        *m_given.adapter),
                 m_host);
         }
         const bool changed = adapter != PresentAdapter(texts, m_host);
@@ -116,12 +109,12 @@ private:
     void DeriveGuestAddress(InterfaceParameters& texts, const HostAdapter& adapter,
                             std::vector<std::wstring>& notes) {
         const std::wstring derived =
-            FormatIPAddr((adapter.address & adapter.mask) | (m_facts.hostNumber & ~adapter.mask));
-        if (!m_profile.ReadText(m_facts.guestIpValue, L"").empty()) {
+            FormatIPAddr(DerivedGuestAddress(m_index, adapter.address, adapter.mask));
+        if (!m_profile.ReadText(profile::kInterfaces[m_index].guestIp, L"").empty()) {
             notes.push_back(
                 Sprintf(L"The guest address %s of the profile is not in the subnet of the adapter \"%s\": %s "
                         L"is used. Give another one with --guest-ip%s.",
-                        texts.guestIpText, *m_given.adapter, derived, std::wstring(m_facts.suffix)));
+                        texts.guestIpText, *m_given.adapter, derived, m_suffix));
         }
         texts.guestIpText = derived;
     }
@@ -130,11 +123,12 @@ private:
     const InterfaceOptions& m_given;
     const HostNetwork& m_host;
     Profile& m_profile;
-    const InterfaceFacts& m_facts;
+    const std::size_t m_index;
+    const std::wstring m_suffix;
 };
 
 std::wstring DescribeRefusal(const ParameterRefusal& refusal, const HostNetwork& host) {
-    const wchar_t* const suffix = kInterfaces[refusal.interfaceIndex].suffix;
+    const wchar_t* const suffix = kSuffixes[refusal.interfaceIndex];
     const bool adapter =
         refusal.field == ParameterField::AdapterIp || refusal.field == ParameterField::AdapterMac;
     const wchar_t* option = L"--adapter";
@@ -147,16 +141,16 @@ std::wstring DescribeRefusal(const ParameterRefusal& refusal, const HostNetwork&
     return adapter ? WithAdapters(text + L" The host adapters are:", host) : text;
 }
 
-// The range of the dialog; 0 pings are let pass when the command line asked for them.
-std::uint32_t InRange(std::uint32_t value, std::uint32_t least, std::uint32_t most, std::uint32_t standard,
-                      const wchar_t* name, DialogAnswer& answer) {
-    if (value >= least && value <= most) {
+// The value `name` of the profile, when the dialog would take it.
+std::uint32_t InRange(std::uint32_t value, const NumberRange& range, std::wstring_view name,
+                      DialogAnswer& answer) {
+    if (range.Holds(value)) {
         return value;
     }
     answer.notes.push_back(
         Sprintf(L"The value %s of the profile is %u, which is not within %u to %u: %u is used.",
-                std::wstring(name), value, least, most, standard));
-    return standard;
+                std::wstring(name), value, range.lowest, range.highest, range.standard));
+    return range.standard;
 }
 
 } // namespace
@@ -181,20 +175,19 @@ DialogAnswer AnswerParameters(const Options& options, const HostNetwork& host, P
 
 DialogAnswer AnswerPingWho(const Options& options, Ipv4Address address, PingWhoParameters& parameters) {
     DialogAnswer answer;
-    const PingSettings standard;
     parameters.fromInterface = options.fromInterface.value_or(1) - 1;
-    parameters.to = options.target;
-    parameters.address = address;
+    PingPlan& plan = parameters.plan;
+    plan.targetName = options.target;
+    plan.target = address;
     parameters.store = options.save;
     const auto choose = [&answer](const std::optional<std::uint32_t>& given, std::uint32_t& value,
-                                  std::uint32_t least, std::uint32_t most, std::uint32_t standardValue,
-                                  const wchar_t* name) {
-        value = given ? *given : InRange(value, least, most, standardValue, name, answer);
+                                  const NumberRange& range, std::wstring_view name) {
+        value = given ? *given : InRange(value, range, name, answer);
     };
-    choose(options.dataSize, parameters.dataSize, 8, 65507, standard.dataSize, L"PingDataSize");
-    choose(options.count, parameters.count, 1, 65535, standard.numPings, L"NumPings");
-    choose(options.timeout, parameters.timeout, 0, 10000, standard.timeout, L"PingTimeout");
-    choose(options.delay, parameters.delay, 0, 10000, standard.delay, L"PingDelay");
+    choose(options.dataSize, plan.dataSize, kPingSizeRange, profile::kPingDataSize);
+    choose(options.count, plan.numPings, kPingCountRange, profile::kNumPings); // 0 passes when it was given
+    choose(options.timeout, plan.timeout, kPingTimeoutRange, profile::kPingTimeout);
+    choose(options.delay, plan.delay, kPingDelayRange, profile::kPingDelay);
     return answer;
 }
 

@@ -27,7 +27,7 @@ Json PingJson(const CPing& ping, std::size_t index, std::uint32_t firstTick) {
 }
 
 Json PingTestJson(const PingTestResult& result) {
-    const PingParameters& parameters = result.parameters;
+    const PingPlan& plan = result.plan;
     const PingStatistics& statistics = result.statistics;
     Json pings = Json::array();
     for (const CPing& ping : result.records.pings) {
@@ -36,12 +36,12 @@ Json PingTestJson(const PingTestResult& result) {
     return Json{
         {"complete", result.complete},
         {"writeFailed", result.writeFailed},
-        {"target", ToUtf8(parameters.targetName)},
-        {"targetIp", ToUtf8(FormatIPAddr(parameters.target))},
-        {"size", parameters.dataSize},
-        {"count", parameters.numPings},
-        {"timeoutMs", parameters.timeout},
-        {"delayMs", parameters.delay},
+        {"target", ToUtf8(plan.targetName)},
+        {"targetIp", ToUtf8(FormatIPAddr(plan.target))},
+        {"size", plan.dataSize},
+        {"count", plan.numPings},
+        {"timeoutMs", plan.timeout},
+        {"delayMs", plan.delay},
         {"statistics",
          {
              {"sent", statistics.sent},

@@ -3,9 +3,13 @@
 #include <algorithm>
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include "cli/value_parsing.h"
+#include "core/ping_plan.h"
+#include "core/run_settings.h"
 #include "platform/sandbox.h"
+#include "settings/derived_address.h"
 #include "vnetx/library.h"
 #include "wrenlib/text.h"
 
@@ -18,10 +22,11 @@ constexpr const char* kDescription =
     "The document (report, messages, ping results) goes to standard output, everything else to standard "
     "error.";
 
+// With the host numbers of the two guests.
 constexpr const char* kFooter =
     "Values that are not given come from the profile, where the window keeps them, else they are derived "
     "from the\n"
-    "host: the guest gets host number 111 (the second interface's 222) of its adapter's subnet, and a MAC "
+    "host: the guest gets host number {} (the second interface's {}) of its adapter's subnet, and a MAC "
     "address made\n"
     "from its IP address. What is given holds for this run alone, unless --save is given too.\n"
     "\n"
@@ -36,8 +41,6 @@ constexpr const char* kFooter =
     "  vnxtest-cli adapters                                 which adapters there are\n"
     "  vnxtest-cli ping 192.168.0.1 --adapter eth0 --mode tap\n"
     "  vnxtest-cli run --adapter eth0 --duration 60         answer ARP, RARP and ping for a minute\n";
-
-constexpr std::uint32_t kKilo = 1024;
 
 // The option texts as they stand on the command line; empty where nothing was given.
 struct Raw {
@@ -79,18 +82,9 @@ const Belonging kBelongings[] = {
     {"--no-sandbox", kEngine},
 };
 
-const char* NameOf(Command command) {
-    switch (command) {
-    case Command::Report:
-        return "report";
-    case Command::Adapters:
-        return "adapters";
-    case Command::Run:
-        return "run";
-    case Command::Ping:
-        break;
-    }
-    return "ping";
+// "8 to 65507 (default 32)".
+std::string Choice(const NumberRange& range, const char* unit = "") {
+    return fmt::format("{} to {}{} (default {})", range.lowest, range.highest, unit, range.standard);
 }
 
 void AddGuestOptions(CLI::App& app, Raw& raw) {
@@ -115,8 +109,9 @@ void AddGuestOptions(CLI::App& app, Raw& raw) {
     add("--duration", raw.duration, "SECONDS",
         "Stop after this time; a ping test sends no more then and waits for what is under way");
     add("--driver-buffer", raw.driverBuffer, "K",
-        "The packet driver's buffer, 64 to 16384 Kbytes (default 1024)");
-    add("--dll-buffer", raw.dllBuffer, "K", "The library's I/O buffer, 16 to 1024 Kbytes (default 64)");
+        "The packet driver's buffer, " + Choice(kDriverBufferRange, " Kbytes"));
+    add("--dll-buffer", raw.dllBuffer, "K",
+        "The library's I/O buffer, " + Choice(kDllBufferRange, " Kbytes"));
     app.add_flag("--socket-notify,!--no-socket-notify", raw.socketNotify,
                  "Wait for packets on a socket instead of a timed read")
         ->group(kEngineGroup);
@@ -133,14 +128,14 @@ void AddGuestOptions(CLI::App& app, Raw& raw) {
 }
 
 void AddPingOptions(CLI::App& app, Raw& raw) {
-    const auto add = [&app](const char* name, std::string& text, const char* type, const char* help) {
+    const auto add = [&app](const char* name, std::string& text, const char* type, const std::string& help) {
         app.add_option(name, text, help)->type_name(type)->group(kPingGroup);
     };
     add("--count", raw.count, "N",
-        "Pings to send, 1 to 65535 (default 3); with --duration also 0: until then");
-    add("--size", raw.size, "BYTES", "Data bytes of each ping, 8 to 65507 (default 32)");
-    add("--timeout", raw.timeout, "MS", "Time to wait for each reply, 0 to 10000 ms (default 500)");
-    add("--delay", raw.delay, "MS", "Time between two pings, 0 to 10000 ms (default 1000)");
+        "Pings to send, " + Choice(kPingCountRange) + "; with --duration also 0: until then");
+    add("--size", raw.size, "BYTES", "Data bytes of each ping, " + Choice(kPingSizeRange));
+    add("--timeout", raw.timeout, "MS", "Time to wait for each reply, " + Choice(kPingTimeoutRange, " ms"));
+    add("--delay", raw.delay, "MS", "Time between two pings, " + Choice(kPingDelayRange, " ms"));
     add("--from", raw.from, "1|2", "Interface to ping from (default 1)");
 }
 
@@ -156,9 +151,9 @@ void AddOutputOptions(CLI::App& app, Raw& raw) {
         ->group(kOutputGroup);
 }
 
-std::optional<std::uint32_t> Number(const char* option, const std::string& text, std::uint32_t least,
-                                    std::uint32_t most, const char* unit) {
-    return text.empty() ? std::nullopt : std::optional(ParseNumberOption(option, text, least, most, unit));
+std::optional<std::uint32_t> Number(const char* option, const std::string& text, const NumberRange& range,
+                                    const char* unit) {
+    return text.empty() ? std::nullopt : std::optional(ParseNumberOption(option, text, range, unit));
 }
 
 InterfaceOptions CheckInterface(const Raw& raw, std::size_t index) {
@@ -184,16 +179,17 @@ void CheckPing(const Raw& raw, Options& options) {
     if (options.command == Command::Ping && options.target.empty()) {
         throw OptionError("ping: name the TARGET, a host name or an IPv4 address: vnxtest-cli ping TARGET");
     }
-    options.count = Number("--count", raw.count, 0, 65535, "pings");
+    options.count = Number("--count", raw.count, {0, kPingCountRange.highest}, "pings");
     if (options.count == 0U && !options.duration) {
         throw OptionError(
-            "--count: 0 means \"until stopped\" and is taken together with --duration only; otherwise "
-            "1 to 65535.");
+            fmt::format("--count: 0 means \"until stopped\" and is taken together with --duration only; "
+                        "otherwise {} to {}.",
+                        kPingCountRange.lowest, kPingCountRange.highest));
     }
-    options.dataSize = Number("--size", raw.size, 8, 65507, "bytes");
-    options.timeout = Number("--timeout", raw.timeout, 0, 10000, "milliseconds");
-    options.delay = Number("--delay", raw.delay, 0, 10000, "milliseconds");
-    if (const auto from = Number("--from", raw.from, 1, 2, "")) {
+    options.dataSize = Number("--size", raw.size, kPingSizeRange, "bytes");
+    options.timeout = Number("--timeout", raw.timeout, kPingTimeoutRange, "milliseconds");
+    options.delay = Number("--delay", raw.delay, kPingDelayRange, "milliseconds");
+    if (const auto from = Number("--from", raw.from, {1, 2}, "")) {
         options.fromInterface = static_cast<int>(*from);
     }
 }
@@ -247,10 +243,10 @@ Options CheckValues(const CLI::App& app, const Raw& raw, Command command) {
     if (!raw.duration.empty()) {
         options.duration = ParseSecondsOption("--duration", raw.duration);
     }
-    if (const auto size = Number("--driver-buffer", raw.driverBuffer, 64, kLargestDriverBuffer, "Kbytes")) {
+    if (const auto size = Number("--driver-buffer", raw.driverBuffer, kDriverBufferRange, "Kbytes")) {
         options.driverBufferSize = *size * kKilo;
     }
-    if (const auto size = Number("--dll-buffer", raw.dllBuffer, 16, 1024, "Kbytes")) {
+    if (const auto size = Number("--dll-buffer", raw.dllBuffer, kDllBufferRange, "Kbytes")) {
         options.dllBufferSize = *size * kKilo;
     }
     if (app.count("--socket-notify") > 0) {
@@ -283,7 +279,7 @@ void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     app.set_help_flag("-h,--help", "Print this help and end");
     app.set_version_flag("--version", "VNXTest64UD " VNXTEST_VERSION, "Print the version and end");
-    app.footer(kFooter);
+    app.footer(fmt::format(kFooter, kGuestHostNumbers[0], kGuestHostNumbers[1]));
     app.require_subcommand(1);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("Subcommands", "Commands");
@@ -314,6 +310,20 @@ void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
 }
 
 } // namespace
+
+const char* NameOf(Command command) {
+    switch (command) {
+    case Command::Report:
+        return "report";
+    case Command::Adapters:
+        return "adapters";
+    case Command::Run:
+        return "run";
+    case Command::Ping:
+        break;
+    }
+    return "ping";
+}
 
 bool Options::IsSimulated() const {
     return IsSimulatedLan(library);

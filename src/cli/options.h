@@ -18,6 +18,9 @@ namespace vnxtest {
 
 enum class Command { Report, Adapters, Run, Ping };
 
+// The command as it is typed.
+const char* NameOf(Command command);
+
 // What was given for one of the two interfaces.
 struct InterfaceOptions {
     std::optional<bool> tapMode{};
@@ -27,8 +30,6 @@ struct InterfaceOptions {
 
     bool AnyGiven() const { return tapMode || guestIp || guestMac || adapter; }
 };
-
-inline constexpr std::uint32_t kLargestDriverBuffer = 16384; // Kbytes
 
 struct DebugOptions {
     bool enabled = false;

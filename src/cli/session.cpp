@@ -4,8 +4,12 @@
 #include <thread>
 
 #include "cli/adapter_list.h"
+#include "cli/await_writers.h"
 #include "cli/failure.h"
+#include "cli/file_clash.h"
 #include "cli/json_report.h"
+#include "cli/outcome_texts.h"
+#include "core/debug_output.h"
 #include "hostnet/report.h"
 #include "ping/target.h"
 #include "platform/privileges.h"
@@ -21,20 +25,6 @@ namespace {
 constexpr std::chrono::milliseconds kGatherTime(5);
 // Requests to stop that come so close together are one.
 constexpr std::chrono::milliseconds kOneRequest(15);
-
-const wchar_t* NameOf(Command command) {
-    switch (command) {
-    case Command::Report:
-        return L"report";
-    case Command::Adapters:
-        return L"adapters";
-    case Command::Run:
-        return L"run";
-    case Command::Ping:
-        break;
-    }
-    return L"ping";
-}
 
 } // namespace
 
@@ -53,8 +43,8 @@ int Session::Run() {
         }
         status = Finish(Fail(DescribeFailure(failure)));
     }
-    m_stopSignal.reset(); // from here on a request ends the program as the system does it
-    WasInterrupted();     // one may have come meanwhile
+    m_stopSignal.reset();     // from here on a request ends the program as the system does it
+    m_interruption.HasCome(); // one may have come meanwhile
     return status;
 }
 
@@ -70,14 +60,14 @@ int Session::CarryOut() {
     }
     GatherHost();
     if (m_options.command == Command::Report) {
-        return Finish(WasInterrupted() ? Fail(L"Interrupted.") : kExitSuccess);
+        return Finish(m_interruption.HasCome() ? Fail(L"Interrupted.") : kExitSuccess);
     }
     DefineGateway();
     if (m_options.command == Command::Ping && !ResolvePingTarget()) {
         return Finish(kExitFailure);
     }
     MakeGuest();
-    if (WasInterrupted()) {
+    if (m_interruption.HasCome()) {
         return Finish(Fail(L"Interrupted before the guest was started."));
     }
     if (!StartGuest()) {
@@ -95,7 +85,9 @@ bool Session::OpenFiles() {
         Fail(L"The results cannot be saved: " + m_jsonFile->Problem());
         return false;
     }
-    if (!FilesAreDistinct()) {
+    if (const std::wstring clash = FindFileClash(m_output.File(), *m_jsonFile, m_options.library);
+        !clash.empty()) {
+        Fail(clash);
         return false;
     }
     // From here on an interrupt ends things in order.
@@ -126,38 +118,6 @@ bool Session::OpenFiles() {
     return true;
 }
 
-// One file for two purposes would lose what it got first. The same file can go by several paths.
-bool Session::FilesAreDistinct() {
-    if (m_output.File().IsSameAs(*m_jsonFile)) {
-        Fail(L"--output and --json name the same file. Name another one.");
-        return false;
-    }
-    const std::pair<const wchar_t*, const AtomicFile*> files[] = {{L"--output", &m_output.File()},
-                                                                  {L"--json", m_jsonFile.get()}};
-    const std::string name = ToUtf8(m_options.library);
-    const std::filesystem::path library(std::u8string(name.begin(), name.end()));
-    const std::vector<std::filesystem::path> profile = ProfileFiles();
-    for (const auto& [option, destination] : files) {
-        const AtomicFile* const file = destination; // a name that a lambda can take
-        const wchar_t* other = nullptr;
-        if (file->IsSameAs(stdout)) {
-            other = L"standard output goes to";
-        } else if (!file->IsWrittenThrough() && file->IsSameAs(stderr)) { // --json /dev/stderr adds to it
-            other = L"standard error goes to";
-        } else if (IsLibraryFile(m_options.library) && file->IsSameAs(library)) {
-            other = L"the interface library is loaded from";
-        } else if (std::ranges::any_of(profile, [&](const auto& path) { return file->IsSameAs(path); })) {
-            other = L"the settings are kept in";
-        }
-        if (other != nullptr) {
-            Fail(Sprintf(L"%s names the file that %s. Name another one.", std::wstring(option),
-                         std::wstring(other)));
-            return false;
-        }
-    }
-    return true;
-}
-
 bool Session::OpenLibrary() {
     std::wstring error;
     if (!m_engine.Open(m_options.library, error)) {
@@ -174,7 +134,7 @@ bool Session::OpenLibrary() {
 // As the window does when it is first shown.
 void Session::GatherHost() {
     m_channel.Attach();
-    m_engine.Host().InitGlobals();
+    m_engine.GatherHost();
     if (IsDebugOutputRefused()) {
         Complain(
             L"warning: the interface library refused to take the program's output, so the document stays "
@@ -206,8 +166,7 @@ void Session::DefineGateway() {
 bool Session::ResolvePingTarget() {
     const TargetLookup lookup(m_options.target, [this] { WakeUp(); });
     while (!lookup.IsOver()) {
-        if (m_port.Queue().Wait(std::nullopt).event == TerminalEvent::Interrupted) {
-            NoteInterrupt();
+        if (m_interruption.Wait(std::nullopt).event == TerminalEvent::Interrupted) {
             Fail(Sprintf(L"Interrupted while the name \"%s\" was looked up.", m_options.target));
             return false;
         }
@@ -267,10 +226,7 @@ int Session::FailStart(const std::wstring& what) {
 }
 
 TerminalEvent Session::Step(std::optional<Moment> deadline) {
-    const TerminalMessage next = m_port.Queue().Wait(deadline);
-    if (next.event == TerminalEvent::Interrupted) {
-        NoteInterrupt();
-    }
+    const TerminalMessage next = m_interruption.Wait(deadline);
     if (next.event != TerminalEvent::Message) {
         return next.event;
     }
@@ -295,18 +251,6 @@ TerminalEvent Session::Step(std::optional<Moment> deadline) {
     }
     m_guest->HandleViewMessage(next.message);
     return next.event;
-}
-
-void Session::NoteInterrupt() {
-    m_interrupted = true;
-    m_interruptedAt = std::chrono::steady_clock::now();
-}
-
-bool Session::WasInterrupted() {
-    if (!m_interrupted && m_port.Queue().Wait(Moment::min()).event == TerminalEvent::Interrupted) {
-        NoteInterrupt();
-    }
-    return m_interrupted;
 }
 
 std::optional<Session::Moment> Session::DurationFromNow() const {
@@ -334,7 +278,7 @@ int Session::RunGuest() {
 
 bool Session::WaitForInterfaces() {
     const int wanted = InterfacesWanted();
-    while (MayGoOn() && m_interfacesOpened < wanted && !m_interrupted) {
+    while (MayGoOn() && m_interfacesOpened < wanted && !m_interruption.IsNoted()) {
         Step(std::nullopt);
     }
     return m_guest->IsRunning() && m_interfacesOpened >= wanted && m_keptRights.empty();
@@ -404,22 +348,12 @@ int Session::JudgePingTest() {
         if (!m_keptRights.empty()) {
             return Fail(m_keptRights);
         }
-        return m_interrupted ? Fail(L"Interrupted before the ping test began.")
-                             : FailStart(L"The ping test could not be started:");
+        return m_interruption.IsNoted() ? Fail(L"Interrupted before the ping test began.")
+                                        : FailStart(L"The ping test could not be started:");
     }
     const PingTestResult& result = m_guest->Ping().Result();
     if (result.writeFailed) {
-        std::wstring text = L"The ping test was broken off, for a packet could not be sent:\n" +
-                            m_output.LastFailureMessage();
-        constexpr std::uint32_t kHeaders = 28;
-        constexpr std::uint32_t kUsualMtu = 1500;
-        if (result.parameters.dataSize + kHeaders > kUsualMtu) {
-            text += Sprintf(L"\n--size %u makes packets of %u bytes, which few adapters take whole. Try "
-                            L"--size %u or less.",
-                            result.parameters.dataSize, result.parameters.dataSize + kHeaders,
-                            kUsualMtu - kHeaders);
-        }
-        return Fail(text);
+        return Fail(DescribeWriteFailure(result.plan, m_output.LastFailureMessage()));
     }
     if (m_guestEndedByItself) {
         return Fail(DescribeStoppedGuest());
@@ -430,7 +364,7 @@ int Session::JudgePingTest() {
     if (!result.complete) {
         return Fail(L"The ping test was stopped before its first ping.");
     }
-    if (m_interrupted) {
+    if (m_interruption.IsNoted()) {
         Complain(Sprintf(L"interrupted after %u pings.", result.statistics.sent));
     }
     return result.statistics.lost == 0 ? kExitSuccess : kExitPingsLost;
@@ -448,30 +382,15 @@ int Session::ListAdapters() {
     return Finish(kExitSuccess);
 }
 
-// What was not read was lost on this machine and not on the way.
-void Session::TellDroppedFrames() {
-    for (int index = 0; index < InterfacesWanted(); ++index) {
-        const INTERFACE_INFO& info = m_guest->Interface(index);
-        const std::uint64_t dropped = info.droppedByDriver.value_or(0);
-        if (dropped == 0) {
-            continue;
-        }
-        const std::uint32_t size = info.statistics.kernelBufferSize / 1024;
-        std::wstring text = Sprintf(L"note: %d frames for interface %d were dropped unread, for the driver's "
-                                    L"buffer of %uK was full. A ping that was lost may be among them.",
-                                    dropped, index + 1, size);
-        if (size < kLargestDriverBuffer) {
-            text += Sprintf(L" A larger buffer holds more: --driver-buffer %u.",
-                            std::min(size * 4, kLargestDriverBuffer));
-        }
-        Complain(text);
-    }
-}
-
 void Session::StopGuest() {
     m_guest->StopGuest();
     Drain();
-    TellDroppedFrames();
+    for (int index = 0; index < InterfacesWanted(); ++index) {
+        if (const std::wstring note = DescribeDroppedFrames(m_guest->Interface(index), index);
+            !note.empty()) {
+            Complain(note);
+        }
+    }
 }
 
 void Session::Drain() {
@@ -490,43 +409,11 @@ bool Session::LinesAreMissing() {
            std::ranges::any_of(writers, [](const auto* writer) { return writer->LinesLeftOut() > 0; });
 }
 
-// Until everything is where it belongs. After an interrupt a reader gets a moment for what waits and another
-// one for its last lines; a file on a disk is waited for.
-void Session::Await(const std::vector<BackgroundWriter*>& writers) {
-    constexpr std::chrono::milliseconds kForAll(300);
-    constexpr std::chrono::milliseconds kAtLeast(100);
-    constexpr std::chrono::milliseconds kForTheEnd(150);
-    const Moment earliest = std::chrono::steady_clock::now() + kAtLeast;
-    Moment end = earliest;
-    bool skipped = false;
-    const auto isUnderWay = [](const auto* writer) { return !writer->IsDone(); };
-    const auto mayStayForEver = [](const auto* writer) { return !writer->IsDone() && !writer->IsPatient(); };
-    while (std::ranges::any_of(writers, isUnderWay)) {
-        const bool limited = m_interrupted && std::ranges::any_of(writers, mayStayForEver);
-        if (limited && !skipped) {
-            end = std::max(earliest, m_interruptedAt + kForAll);
-        }
-        const TerminalEvent event = m_port.Queue().Wait(limited ? std::optional(end) : std::nullopt).event;
-        if (event == TerminalEvent::Interrupted) {
-            NoteInterrupt();
-        }
-        for (BackgroundWriter* const writer : writers) {
-            if (event == TerminalEvent::TimedOut && mayStayForEver(writer)) {
-                skipped ? writer->GiveUp() : writer->SkipToLastLines();
-            }
-        }
-        if (event == TerminalEvent::TimedOut) {
-            skipped = true;
-            end += kForTheEnd;
-        }
-    }
-}
-
 bool Session::SaveJson(std::string text, const std::wstring& complaint) {
     BackgroundWriter writer(WriteTo(m_jsonFile, complaint), [this] { WakeUp(); });
     writer.Append(std::make_shared<const std::string>(std::move(text)));
     writer.Close();
-    Await({&writer});
+    AwaitWriters({&writer}, m_interruption);
     if (!writer.Problem().empty()) {
         Fail(writer.Problem());
     } else if (writer.LinesLeftOut() > 0) {
@@ -581,7 +468,7 @@ int Session::Finish(int status) {
         status = Fail(L"--save: the values could not be stored: " + m_profile->LastProblem());
     }
     m_output.Close();
-    Await(m_output.Writers());
+    AwaitWriters(m_output.Writers(), m_interruption);
     for (const std::wstring& problem : {m_output.Problem(), m_output.LeftOut(), LeftOutUnderWay()}) {
         if (!problem.empty()) {
             Complain(problem);
@@ -595,7 +482,7 @@ int Session::Finish(int status) {
             m_engine.Library() != nullptr ? m_engine.Library()->ModuleName() : m_options.library;
         results.whyNotThePackage =
             m_engine.Library() != nullptr ? m_engine.Library()->WhyNotThePackage() : std::wstring();
-        results.command = NameOf(m_options.command);
+        results.command = ToWide(NameOf(m_options.command));
         results.exitStatus = status;
         results.problem = m_problem;
         for (std::size_t index = 0; m_guestStarted && index < results.interfaces.size(); ++index) {

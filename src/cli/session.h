@@ -7,10 +7,10 @@
 #include <array>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "cli/console.h"
 #include "cli/document_output.h"
+#include "cli/interruption.h"
 #include "cli/options.h"
 #include "cli/run_profile.h"
 #include "cli/terminal_port.h"
@@ -31,14 +31,13 @@ public:
     // Carries out the command and returns the exit status. Once.
     int Run();
     // The user wanted the program to stop. Afterwards.
-    bool WasStopped() const { return m_interrupted; }
+    bool WasStopped() const { return m_interruption.IsNoted(); }
 
 private:
     using Moment = MessageQueue::Moment;
 
     // Each returns false when the command ends here; Fail() has said why.
     bool OpenFiles();
-    bool FilesAreDistinct();
     bool OpenLibrary();
     bool ResolvePingTarget();
     bool StartGuest();
@@ -60,9 +59,6 @@ private:
 
     int CarryOut();
 
-    // Waits until they are done; from an interrupt on for a moment only, but for ordinary files.
-    void Await(const std::vector<BackgroundWriter*>& writers);
-    void NoteInterrupt();
     bool LinesAreMissing();
     std::wstring LeftOutUnderWay();
     // False when it could not be saved; Fail() has said why, beginning with `complaint`.
@@ -70,10 +66,8 @@ private:
 
     // Carries out the next message, or notes the interrupt or that `deadline` has come.
     TerminalEvent Step(std::optional<Moment> deadline);
-    bool WasInterrupted();
     std::optional<Moment> DurationFromNow() const;
     void StopGuest();
-    void TellDroppedFrames();
     void Drain();
     void TellProfileProblem();
     std::wstring DescribeStoppedGuest() const;
@@ -85,6 +79,7 @@ private:
 
     const Options& m_options;
     TerminalPort m_port;
+    Interruption m_interruption{m_port.Queue()};
     OutputChannel m_channel{m_port};
     DocumentOutput m_output{stdout, [this] { WakeUp(); }};
     std::shared_ptr<AtomicFile> m_jsonFile = std::make_shared<AtomicFile>();
@@ -98,8 +93,6 @@ private:
     bool m_rightsGivenUp = false;
     std::wstring m_keptRights; // why this must not go on; empty when all is as it should be
     bool m_pingStarted = false;
-    bool m_interrupted = false;
-    Moment m_interruptedAt{};
     bool m_toldLeftOut = false;
     bool m_guestEndedByItself = false;
     std::wstring m_toldProfileProblem;

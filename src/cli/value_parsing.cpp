@@ -46,12 +46,13 @@ std::optional<std::uint32_t> WholeNumber(std::string_view text, int base) {
 
 } // namespace
 
-std::uint32_t ParseNumberOption(std::string_view option, std::string_view text, std::uint32_t least,
-                                std::uint32_t most, std::string_view unit) {
+std::uint32_t ParseNumberOption(std::string_view option, std::string_view text, const NumberRange& range,
+                                std::string_view unit) {
     const std::optional<std::uint32_t> value = WholeNumber(text, 10);
-    if (!value || *value < least || *value > most) {
+    if (!value || !range.Holds(*value)) {
         const std::string_view blank = unit.empty() ? "" : " ";
-        Refuse(option, text, fmt::format("a number from {} to {}{}{}", least, most, blank, unit));
+        Refuse(option, text,
+               fmt::format("a number from {} to {}{}{}", range.lowest, range.highest, blank, unit));
     }
     return *value;
 }

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "wrenlib/address.h"
+#include "wrenlib/number_range.h"
 
 namespace vnxtest {
 
@@ -18,9 +19,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// A decimal number from `least` to `most`; `unit` follows the numbers in the message ("bytes").
-std::uint32_t ParseNumberOption(std::string_view option, std::string_view text, std::uint32_t least,
-                                std::uint32_t most, std::string_view unit);
+// A decimal number within `range`; `unit` follows the numbers in the message ("bytes").
+std::uint32_t ParseNumberOption(std::string_view option, std::string_view text, const NumberRange& range,
+                                std::string_view unit);
 
 // Seconds, possibly with decimals: more than 0, at most a year.
 std::chrono::milliseconds ParseSecondsOption(std::string_view option, std::string_view text);

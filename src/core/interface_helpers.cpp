@@ -6,8 +6,8 @@
 #include <cwchar>
 #include <optional>
 
-#include "core/output_channel.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "core/interface_helpers.h"
-#include "core/output_channel.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {

@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "core/interface_lifecycle.h"
-#include "core/output_channel.h"
 #include "platform/socket_wait.h"
 #include "platform/thread.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

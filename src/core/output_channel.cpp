@@ -1,29 +1,17 @@
 #include "core/output_channel.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <ctime>
-#include <shared_mutex>
 
 #include "platform/local_time.h"
-#include "wrenlib/errors.h"
-#include "wrenlib/text.h"
 #include "wrenlib/trace.h"
-#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
 namespace {
 
-std::atomic<OutputChannel*> g_outputView{nullptr};
-std::atomic<bool> g_callbackRegistered{false};
-bool g_registrationTried = false;
 constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
-// The library goes on to have the callback after the registration has ended, for there is no way to take it
-// back: it then does nothing.
-std::shared_mutex g_callbackLock;
-
 // "hh:mm:ss.mmm " of now. Only the milliseconds change within a second, so the rest is kept per
 // thread: the conversion to local time costs more than a whole line otherwise.
 std::string_view TimeStamp() {
@@ -55,18 +43,6 @@ std::string_view TimeStamp() {
     return {stamp.text, 13};
 }
 
-// The common road of LogMsg and of the library's lines: stamp and split outside the lock.
-void QueueText(std::string_view text) {
-    OutputChannel* const channel = g_outputView.load(std::memory_order_acquire);
-    if (channel == nullptr) {
-        return;
-    }
-    thread_local std::string lines;
-    lines.clear();
-    StampLines(text, TimeStamp(), lines);
-    channel->Append(lines);
-}
-
 bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r';
 }
@@ -96,12 +72,18 @@ OutputChannel::~OutputChannel() {
 }
 
 void OutputChannel::Attach() {
-    g_outputView.store(this, std::memory_order_release);
+    InstallLogSink(*this);
 }
 
 void OutputChannel::Detach() {
-    OutputChannel* self = this;
-    g_outputView.compare_exchange_strong(self, nullptr);
+    RemoveLogSink(*this);
+}
+
+void OutputChannel::TakeText(std::string_view text) {
+    thread_local std::string lines;
+    lines.clear();
+    StampLines(text, TimeStamp(), lines);
+    Append(lines);
 }
 
 void OutputChannel::Append(std::string_view lines) {
@@ -153,64 +135,6 @@ std::string LeftOutMark(std::string_view firstMissing, std::uint64_t count) {
     std::string mark;
     StampLines(text, firstMissing.substr(0, kStampLength), mark);
     return mark;
-}
-
-void RegisterDebugOutput(VnetxLibrary& library) {
-    if (g_registrationTried) {
-        return;
-    }
-    g_registrationTried = true;
-    g_callbackRegistered = true;
-    if (library.SetDebugOutputFunc(&DebugOutputCallback) == 0) {
-        g_callbackRegistered = false;
-    }
-}
-
-bool IsDebugOutputRefused() {
-    return g_registrationTried && !g_callbackRegistered;
-}
-
-void UnregisterDebugOutput() {
-    const std::lock_guard lock(g_callbackLock); // whoever is in the callback leaves it first
-    g_registrationTried = false;
-    g_callbackRegistered = false;
-}
-
-void DebugOutputCallback(const char* text, ...) noexcept {
-    if (text == nullptr) {
-        return;
-    }
-    const ErrorKeeper keeper;
-    try {
-        const std::shared_lock lock(g_callbackLock);
-        if (g_callbackRegistered.load(std::memory_order_acquire)) {
-            std::wstring lines = ToWide(text);
-            MakeLinesVisible(lines);
-            QueueText(ToUtf8(lines));
-        }
-    } catch (...) {
-        // Foreign code is below: it knows of no exceptions. The line is lost, there is no room for it.
-    }
-}
-
-void LogMsgV(std::wstring_view format, WideFormatArgs args) {
-    const ErrorKeeper keeper;
-    std::wstring text = FormatWide(format, args);
-    MakeLinesVisible(text);
-    if (g_callbackRegistered.load(std::memory_order_acquire)) {
-        QueueText(ToUtf8(text));
-    } else {
-        WrenLibAfxTrace(L"%s", text);
-    }
-}
-
-bool Verify(bool condition, std::source_location where) {
-    if (!condition) {
-        std::string_view file = where.file_name();
-        file.remove_prefix(file.find_last_of("/\\") + 1);
-        LogMsg(L"%s(%d): ** Assertion Failed **\n", FromUtf8(file), where.line());
-    }
-    return condition;
 }
 
 } // namespace vnxtest

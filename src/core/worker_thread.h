@@ -10,8 +10,8 @@
 #include <thread>
 #include <utility>
 
-#include "core/output_channel.h"
 #include "core/view_port.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

@@ -1,6 +1,6 @@
 #include "guest/engine.h"
 
-#include "core/output_channel.h"
+#include "core/debug_output.h"
 #include "hostnet/sim_host.h"
 
 namespace vnxtest {
@@ -29,6 +29,11 @@ bool Engine::Open(const std::wstring& libraryName, std::wstring& error) {
         m_host.emplace(HostSources{*m_tables, *m_adapters}, *m_library);
     }
     return true;
+}
+
+void Engine::GatherHost() {
+    RegisterDebugOutput(*m_library);
+    m_host->InitGlobals();
 }
 
 void Engine::MakeGuest(Profile& profile, FrontEnd& frontEnd) {

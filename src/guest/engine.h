@@ -35,6 +35,9 @@ public:
     // "sim" the real host and the simulated adapter. False with whole sentences in `error` when the library
     // cannot be used; nothing else may be called then.
     bool Open(const std::wstring& libraryName, std::wstring& error);
+    // Has the library say its lines to the log, then gathers what is to be known of the host
+    // (HostNetwork::InitGlobals). Once, when the document is there. Takes at most a bounded probe.
+    void GatherHost();
     // Makes the guest, which reads the debug settings. `profile` and `frontEnd` must outlive the engine.
     void MakeGuest(Profile& profile, FrontEnd& frontEnd);
     // Ends the guest and its ping test: waits for all their threads.

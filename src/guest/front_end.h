@@ -3,12 +3,11 @@
 // options and the profile.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "core/ping_plan.h"
 #include "core/view_port.h"
-#include "wrenlib/address.h"
 
 namespace vnxtest {
 
@@ -41,13 +40,8 @@ struct ProceedQuestion {
 struct PingWhoParameters {
     bool twoInterfaces = false; // in: interface 2 is defined, so the choice is offered
     int fromInterface = 0;      // 0 = Interface1, 1 = Interface2
-    std::wstring to;            // as typed
-    Ipv4Address address;        // out: what `to` resolved to
-    std::uint32_t dataSize = 32;
-    std::uint32_t count = 3;
-    std::uint32_t timeout = 500; // milliseconds
-    std::uint32_t delay = 1000;  // milliseconds
-    bool store = true;           // as in GuestParameters
+    PingPlan plan;              // in: its target is the last one's; out: what the name resolved to
+    bool store = true;          // as in GuestParameters
 };
 
 inline constexpr int kProceedButton = 6;

@@ -1,12 +1,12 @@
 #include "guest/guest.h"
 
 #include "core/monitor_thread.h"
-#include "core/output_channel.h"
 #include "guest/beside_host.h"
 #include "guest/pre_start_questions.h"
 #include "platform/socket_wait.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 
@@ -37,8 +37,8 @@ void SetTexts(INTERFACE_INFO& info, const InterfaceParameters& texts) {
 } // namespace
 
 Guest::Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd)
-    : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd),
-      m_pingTest(host, m_run, frontEnd), m_receivePath(host, m_run, m_pingTest) {
+    : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd), m_writer(library, host),
+      m_pingTest(m_writer, m_run, frontEnd), m_receivePath(m_writer, m_run, m_pingTest) {
     m_settings.ReadDebugSettings(m_run);
 }
 
@@ -100,10 +100,10 @@ bool Guest::AskProceed(const ProceedQuestion& question) {
 bool Guest::MayStart() {
     const bool forwarding = m_host.IpForwardingEnabled();
     const bool gatewayKnown = !m_host.DefaultGatewayMac().IsZero();
-    PrepareInterface(m_interfaces[0], m_host);
+    PrepareInterface(m_interfaces[0], m_library, m_host);
     bool subnetsFine = m_interfaces[0].inAdapterSubnet;
     if (m_interfaces[1].NamesAdapter()) {
-        PrepareInterface(m_interfaces[1], m_host);
+        PrepareInterface(m_interfaces[1], m_library, m_host);
         subnetsFine = subnetsFine && m_interfaces[1].inAdapterSubnet;
     }
     if (!forwarding && !gatewayKnown && !AskProceed(UndefinedGatewayQuestion())) {
@@ -191,26 +191,20 @@ bool Guest::OnTestStartPing() {
     m_problem.clear();
     Verify(IsRunning() && !IsPinging());
     m_pingTest.ClearPings();
-    m_settings.LoadPingSettings(m_pingSettings);
+    m_settings.LoadPingSettings(m_pingPlan);
     PingWhoParameters answer;
     answer.twoInterfaces = m_interfaces[1].NamesAdapter();
     answer.fromInterface = m_pingFromInterface1 ? 0 : 1;
-    answer.to = m_pingSettings.whoPingName;
-    answer.dataSize = m_pingSettings.dataSize;
-    answer.count = m_pingSettings.numPings;
-    answer.timeout = m_pingSettings.timeout;
-    answer.delay = m_pingSettings.delay;
+    answer.plan = m_pingPlan;
     if (!m_frontEnd.AskPingWho(answer)) {
         return false;
     }
     m_pingFromInterface1 = answer.fromInterface == 0;
-    m_pingSettings = {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay};
+    m_pingPlan = answer.plan;
     if (answer.store) {
-        m_settings.StorePingSettings(m_pingSettings);
+        m_settings.StorePingSettings(m_pingPlan);
     }
-    const bool started = m_pingTest.Start(
-        m_interfaces[m_pingFromInterface1 ? 0 : 1],
-        {answer.address, answer.to, answer.dataSize, answer.count, answer.timeout, answer.delay});
+    const bool started = m_pingTest.Start(m_interfaces[m_pingFromInterface1 ? 0 : 1], m_pingPlan);
     // Once the test runs, its result is its threads'.
     m_problem = started ? std::wstring() : m_pingTest.Result().problem;
     return started;

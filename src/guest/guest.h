@@ -74,11 +74,12 @@ private:
     RunSettings m_run;
     std::array<INTERFACE_INFO, 2> m_interfaces;
     bool m_useTwoInterfaces = false;
-    PingSettings m_pingSettings;
+    PingPlan m_pingPlan;
     bool m_pingFromInterface1 = true;
     std::wstring m_problem;
     WaitDomain m_waitDomain;
     ManualResetEvent m_stopEvent{m_waitDomain};
+    PacketWriter m_writer;
     PingTest m_pingTest;
     ReceivePath m_receivePath;
     std::array<WorkerThread, 2> m_monitorThreads;

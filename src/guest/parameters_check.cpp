@@ -1,7 +1,7 @@
 #include "guest/parameters_check.h"
 
-#include "core/output_channel.h"
 #include "hostnet/address_validation.h"
+#include "wrenlib/log.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {

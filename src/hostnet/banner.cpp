@@ -1,8 +1,7 @@
 #include "hostnet/banner.h"
+#include "wrenlib/log.h"
 
 #include <algorithm>
-
-#include "core/output_channel.h"
 
 namespace vnxtest {
 

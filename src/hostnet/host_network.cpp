@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "core/output_channel.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 #include "wrenlib/text.h"
 #include "wrenlib/trace.h"
 #include "wrenlib/visible_text.h"
@@ -86,7 +86,6 @@ void HostNetwork::GatherAddresses() {
 }
 
 void HostNetwork::InitGlobals() {
-    RegisterDebugOutput(m_library);
     GatherTables();
     if (!GatherAdapters()) {
         WrenLibAfxTrace(L"** InitGlobals: InitFPAdaptersList() failed!\n");

@@ -32,7 +32,7 @@ class HostNetwork {
 public:
     HostNetwork(HostSources sources, VnetxLibrary& library);
 
-    // Registers the output routine, then gathers tables, adapter list and default adapter, and
+    // Gathers tables, adapter list and default adapter, and
     // probes the default adapter's gateway. Once, at the start. User-interface thread; takes at most a
     // bounded probe.
     void InitGlobals();
@@ -126,10 +126,10 @@ private:
 // Fills the binary fields of one interface record before a start: missing adapter addresses are
 // asked of the library (SIOCGARP, SIOCGRARP; failure is silent), then net mask, subnet flag and,
 // when none is set, the broadcast address.
-void PrepareInterface(INTERFACE_INFO& info, HostNetwork& host);
+void PrepareInterface(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host);
 
 // The part of it that a running interface repeats before it addresses a frame: missing adapter
 // addresses and the net mask. Costs one atomic load once both addresses are known. Any thread.
-void RefreshAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host);
+void RefreshAdapterAddresses(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host);
 
 } // namespace vnxtest

@@ -44,7 +44,7 @@ AdapterAddresses AskForMissing(AdapterAddresses known, std::int32_t handle, Vnet
 
 } // namespace
 
-void RefreshAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host) {
+void RefreshAdapterAddresses(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host) {
     if (info.addressesKnown.load(std::memory_order_acquire)) {
         return;
     }
@@ -53,7 +53,7 @@ void RefreshAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host) {
         const std::lock_guard lock(info.addressLock);
         addresses = {info.adapterIp, info.adapterMac};
     }
-    addresses = AskForMissing(addresses, info.handle, host.Library());
+    addresses = AskForMissing(addresses, info.handle, library);
     const Ipv4Address netMask = host.GetHostMaskByIP(addresses.ip);
     const std::lock_guard lock(info.addressLock);
     if (info.addressesKnown.load(std::memory_order_relaxed)) {
@@ -67,9 +67,9 @@ void RefreshAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host) {
     }
 }
 
-void PrepareInterface(INTERFACE_INFO& info, HostNetwork& host) {
+void PrepareInterface(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host) {
     info.addressesKnown = false;
-    RefreshAdapterAddresses(info, host);
+    RefreshAdapterAddresses(info, library, host);
     const std::lock_guard lock(info.addressLock);
     info.inAdapterSubnet = (info.guestIp & info.netMask) == (info.adapterIp & info.netMask);
     if (info.guestIpText.empty() || !info.broadcastText.empty()) {

@@ -1,9 +1,9 @@
-#include "core/output_channel.h"
 #include "hostnet/adapter_text.h"
 #include "hostnet/banner.h"
 #include "hostnet/report_sections.h"
 #include "platform/host_advice.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 #include "wrenlib/text.h"
 #include "wrenpack/offload_settings.h"
 

@@ -1,7 +1,7 @@
-#include "core/output_channel.h"
 #include "hostnet/report_sections.h"
 #include "platform/device_names.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 #include "wrenlib/visible_text.h"
 
 namespace vnxtest {

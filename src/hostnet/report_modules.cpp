@@ -1,10 +1,10 @@
 #include <vector>
 
-#include "core/output_channel.h"
 #include "hostnet/banner.h"
 #include "hostnet/report_sections.h"
 #include "platform/host_advice.h"
 #include "platform/module_version.h"
+#include "wrenlib/log.h"
 #include "wrenlib/text.h"
 #include "wrenlib/visible_text.h"
 

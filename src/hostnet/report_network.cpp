@@ -1,5 +1,5 @@
-#include "core/output_channel.h"
 #include "hostnet/report_sections.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 

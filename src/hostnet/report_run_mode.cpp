@@ -1,6 +1,6 @@
-#include "core/output_channel.h"
 #include "hostnet/report_sections.h"
 #include "platform/system_identity.h"
+#include "wrenlib/log.h"
 #include "wrenlib/visible_text.h"
 
 namespace vnxtest {

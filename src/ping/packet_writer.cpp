@@ -4,10 +4,11 @@
 #include <mutex>
 #include <optional>
 
-#include "core/output_channel.h"
+#include "packets/arp_packet.h"
 #include "packets/ethernet.h"
 #include "packets/ipv4_packet.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 
@@ -34,8 +35,8 @@ struct AdapterAddresses {
     Ipv4Address netMask;
 };
 
-AdapterAddresses CurrentAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host) {
-    RefreshAdapterAddresses(info, host);
+AdapterAddresses CurrentAdapterAddresses(INTERFACE_INFO& info, VnetxLibrary& library, HostNetwork& host) {
+    RefreshAdapterAddresses(info, library, host);
     if (info.addressesKnown.load(std::memory_order_acquire)) {
         return {info.adapterIp, info.adapterMac, info.netMask};
     }
@@ -43,28 +44,28 @@ AdapterAddresses CurrentAdapterAddresses(INTERFACE_INFO& info, HostNetwork& host
     return {info.adapterIp, info.adapterMac, info.netMask};
 }
 
-MacAddress ChooseDestination(INTERFACE_INFO& info, HostNetwork& host, Ipv4Address destination) {
-    const AdapterAddresses adapter = CurrentAdapterAddresses(info, host);
+} // namespace
+
+MacAddress PacketWriter::ChooseDestination(INTERFACE_INFO& info, Ipv4Address destination) {
+    const AdapterAddresses adapter = CurrentAdapterAddresses(info, m_library, m_host);
     if ((destination & adapter.netMask) == (adapter.ip & adapter.netMask)) {
-        if (const auto mac = ResolveNeighbour(info, host.Library(), destination)) {
+        if (const auto mac = ResolveNeighbour(info, m_library, destination)) {
             return *mac;
         }
     }
-    if (!host.DefaultGatewayMac().IsZero()) {
-        return host.DefaultGatewayMac();
+    if (!m_host.DefaultGatewayMac().IsZero()) {
+        return m_host.DefaultGatewayMac();
     }
     Verify(!adapter.mac.IsZero());
     return adapter.mac;
 }
 
-} // namespace
-
-bool WritePingIPPacket(INTERFACE_INFO& info, HostNetwork& host, std::span<std::uint8_t> frame) {
-    AddressPingFrame(info, host, frame);
-    return WriteAddressedFrame(info, host, frame);
+bool PacketWriter::WritePingIPPacket(INTERFACE_INFO& info, std::span<std::uint8_t> frame) {
+    AddressPingFrame(info, frame);
+    return WriteAddressedFrame(info, frame);
 }
 
-void AddressPingFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<std::uint8_t> frame) {
+void PacketWriter::AddressPingFrame(INTERFACE_INFO& info, std::span<std::uint8_t> frame) {
     // A closed interface has no addresses to build a header from; the write fails on its handle and says so.
     if (!info.tapMode || info.handle.load(std::memory_order_acquire) < 0) {
         return;
@@ -73,14 +74,14 @@ void AddressPingFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<std::ui
     const auto ip = Ipv4View::Over(frame.subspan(EthernetView::kLength));
     ethernet->SetEtherType(kEtherTypeIpv4);
     ethernet->SetSource(info.guestMac);
-    ethernet->SetDestination(ChooseDestination(info, host, ip->Destination()));
+    ethernet->SetDestination(ChooseDestination(info, ip->Destination()));
 }
 
-bool WriteAddressedFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<const std::uint8_t> frame) {
+bool PacketWriter::WriteAddressedFrame(INTERFACE_INFO& info, std::span<const std::uint8_t> frame) {
     const std::int32_t handle = info.handle.load(std::memory_order_acquire);
     const std::span<const std::uint8_t> written = info.tapMode ? frame : frame.subspan(EthernetView::kLength);
     const auto size = static_cast<std::int32_t>(written.size());
-    const std::int32_t count = host.Library().Write(handle, written.data(), static_cast<std::uint32_t>(size));
+    const std::int32_t count = m_library.Write(handle, written.data(), static_cast<std::uint32_t>(size));
     if (count == size) {
         return true;
     }
@@ -89,6 +90,20 @@ bool WriteAddressedFrame(INTERFACE_INFO& info, HostNetwork& host, std::span<cons
            L"                      dwPacketSize=%d, rc=%d, GetLastError=%d (0x%08.8X), errno=%d: %s\n",
            info.NameCopy(), size, count, saved.lastError, saved.lastError, saved.errnoValue,
            StrError(saved.errnoValue));
+    return false;
+}
+
+bool PacketWriter::WriteArpReply(INTERFACE_INFO& info, std::span<const std::uint8_t> frame,
+                                 const wchar_t* function) {
+    const std::int32_t written =
+        m_library.Write(info.handle.load(std::memory_order_relaxed), frame.data(), kArpFrameLength);
+    if (written == static_cast<std::int32_t>(kArpFrameLength)) {
+        return true;
+    }
+    const SavedErrors& saved = SaveErrors();
+    LogMsg(L"** CVNXTestView(%s)::%s: vnetx32_write failed; rc=%d: %s\n", info.name, function,
+           saved.lastError, FormatLastError(saved.lastError));
+    RestoreSavedErrors();
     return false;
 }
 

@@ -1,13 +1,13 @@
 #include "ping/receive_path.h"
 
 #include "core/arp_responder.h"
-#include "core/output_channel.h"
+#include "packets/arp_packet.h"
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
 #include "packets/ipv4_packet.h"
 #include "packets/reply_scope.h"
 #include "ping/echo_request.h"
-#include "ping/packet_writer.h"
+#include "wrenlib/log.h"
 
 namespace vnxtest {
 
@@ -43,10 +43,18 @@ std::span<std::uint8_t> IcmpMessage(std::span<std::uint8_t> packet, std::uint16_
     return packet.subspan(Ipv4View::kLength, length - Ipv4View::kLength);
 }
 
+// Counts an answer that was written to somebody: a library need not send any other.
+void CountAnswer(std::atomic<std::uint64_t>& counter, INTERFACE_INFO& info,
+                 std::span<const std::uint8_t> written) {
+    if (!IsReplyToNobody(written, info.tapMode, ReplyScopeOf(info))) {
+        counter.fetch_add(1, std::memory_order_relaxed);
+    }
+}
+
 } // namespace
 
-ReceivePath::ReceivePath(HostNetwork& host, const RunSettings& run, PingTest& pingTest)
-    : m_host(host), m_run(run), m_pingTest(pingTest) {}
+ReceivePath::ReceivePath(PacketWriter& writer, const RunSettings& run, PingTest& pingTest)
+    : m_writer(writer), m_run(run), m_pingTest(pingTest) {}
 
 void ReceivePath::HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     if (!info.tapMode) {
@@ -63,10 +71,10 @@ void ReceivePath::HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket pack
         HandleIpPacket(info, packet.Behind(EthernetView::kLength));
         break;
     case kEtherTypeArp:
-        HandleTapARPPacket(info, m_host.Library(), packet.Bytes());
+        AnswerArp(info, packet);
         break;
     case kEtherTypeRarp:
-        HandleTapRARPPacket(info, m_host.Library(), packet.Bytes());
+        AnswerRarp(info, packet);
         break;
     default:
         IgnorePacket(info, IgnoreReason::UnknownPacket);
@@ -101,7 +109,7 @@ void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     const std::uint16_t totalLength = ip.TotalLength();
     Verify(totalLength == bytes.size() && totalLength >= kPingHeaders);
     const std::span<std::uint8_t> message = IcmpMessage(bytes, totalLength);
-    const Checksums checksums = CheckChecksums(m_host.Library(), ip, icmp, message);
+    const Checksums checksums = CheckChecksums(m_writer.Library(), ip, icmp, message);
     if (!checksums.ipGood) {
         return IgnorePacket(info, IgnoreReason::BadIpChecksum);
     }
@@ -115,14 +123,14 @@ void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     if (!forUs) {
         return IgnorePacket(info, IgnoreReason::NotReplyForUs);
     }
-    m_pingTest.RecordReply(icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
-                           static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength),
-                           ip.TimeToLive());
+    m_pingTest.RecordReply({icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
+                            static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength),
+                            ip.TimeToLive()});
 }
 
 void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet) {
     const std::span<std::uint8_t> bytes = packet.Bytes();
-    VnetxLibrary& library = m_host.Library();
+    VnetxLibrary& library = m_writer.Library();
     Ipv4View ip = *Ipv4View::Over(bytes);
     IcmpEchoView icmp = *IcmpEchoView::Over(bytes.subspan(Ipv4View::kLength));
     const std::span<std::uint8_t> message = IcmpMessage(bytes, ip.TotalLength());
@@ -135,9 +143,22 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
     icmp.SetChecksum(library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
     LogMsg(L"** Someone is PINGing Vant!\n** Sending PING reply to %s\n", FormatIPAddr(ip.Destination()));
     const std::span<std::uint8_t> frame = packet.WithHeadroom();
-    if (WritePingIPPacket(info, m_host, frame) &&
-        !IsReplyToNobody(info.tapMode ? frame : bytes, info.tapMode, ReplyScopeOf(info))) {
-        info.counters.echoRequestsAnswered.fetch_add(1, std::memory_order_relaxed);
+    if (m_writer.WritePingIPPacket(info, frame)) {
+        CountAnswer(info.counters.echoRequestsAnswered, info, info.tapMode ? frame : bytes);
+    }
+}
+
+void ReceivePath::AnswerArp(INTERFACE_INFO& info, ReceivedPacket packet) {
+    if (HandleTapARPPacket(info, packet.Bytes()) &&
+        m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapARPPacket")) {
+        CountAnswer(info.counters.arpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
+    }
+}
+
+void ReceivePath::AnswerRarp(INTERFACE_INFO& info, ReceivedPacket packet) {
+    if (HandleTapRARPPacket(info, packet.Bytes()) &&
+        m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapRARPPacket")) {
+        CountAnswer(info.counters.rarpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
     }
 }
 

@@ -8,14 +8,15 @@
 #include "core/interface_info.h"
 #include "core/packet_handler.h"
 #include "core/run_settings.h"
-#include "hostnet/host_network.h"
+#include "ping/packet_writer.h"
 #include "ping/ping_test.h"
 
 namespace vnxtest {
 
 class ReceivePath final : public PacketHandler {
 public:
-    ReceivePath(HostNetwork& host, const RunSettings& run, PingTest& pingTest);
+    // `writer` writes what the guest answers.
+    ReceivePath(PacketWriter& writer, const RunSettings& run, PingTest& pingTest);
 
     // Monitor threads; with two interfaces two of them at once.
     void HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) override;
@@ -23,9 +24,11 @@ public:
 private:
     void HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet);
     void AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet);
+    void AnswerArp(INTERFACE_INFO& info, ReceivedPacket packet);
+    void AnswerRarp(INTERFACE_INFO& info, ReceivedPacket packet);
     void IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason);
 
-    HostNetwork& m_host;
+    PacketWriter& m_writer;
     const RunSettings& m_run;
     PingTest& m_pingTest;
 };

@@ -6,29 +6,13 @@
 // assertion line, and the value in memory stays. User-interface thread only.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "core/interface_info.h"
+#include "core/ping_plan.h"
 #include "core/run_settings.h"
 #include "hostnet/host_network.h"
 #include "platform/profile.h"
-#include "wrenlib/address.h"
 
 namespace vnxtest {
-
-// The target used until one is stored: a public host.
-inline constexpr Ipv4Address kDefaultPingTarget{1, 1, 1, 1};
-
-// The target and the numbers of the last ping test.
-struct PingSettings {
-    Ipv4Address whoPingIpAddr = kDefaultPingTarget;
-    std::wstring whoPingName;
-    std::uint32_t dataSize = 32; // "PingDataSize", bytes
-    std::uint32_t numPings = 3;  // "NumPings"
-    std::uint32_t timeout = 500; // "PingTimeout", milliseconds
-    std::uint32_t delay = 1000;  // "PingDelay", milliseconds
-};
 
 // Converts every non-empty text of both records into its binary field.
 void ApplyInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2);
@@ -48,9 +32,10 @@ public:
     // "SocketNotifyMode".
     void StoreSocketNotifyMode(const RunSettings& settings);
 
-    // Reads the six ping values with the given ones as defaults; does nothing after the first call.
-    void LoadPingSettings(PingSettings& settings);
-    void StorePingSettings(const PingSettings& settings);
+    // Reads the six values of the ping test with the given ones as defaults; does nothing after the first
+    // call.
+    void LoadPingSettings(PingPlan& plan);
+    void StorePingSettings(const PingPlan& plan);
 
 private:
     Profile& m_profile;

@@ -10,12 +10,12 @@
 #include <wx/frame.h>
 #include <wx/msgdlg.h>
 
-#include "core/output_channel.h"
 #include "platform/atomic_file.h"
 #include "platform/profile.h"
 #include "platform/terminal.h"
 #include "ui/dialogs/task_dialogs.h"
 #include "ui/view.h"
+#include "wrenlib/log.h"
 #include "wrenlib/product.h"
 
 namespace vnxtest {

@@ -7,6 +7,7 @@
 #include <wx/sizer.h>
 #include <wx/utils.h>
 
+#include "core/debug_output.h"
 #include "hostnet/report.h"
 #include "ui/app.h"
 #include "ui/dialogs/parameters_dlg.h"
@@ -83,7 +84,7 @@ void CVNXTestView::InitialUpdate() {
     m_channel.Attach();
     {
         const wxBusyCursor busy;
-        m_engine.Host().InitGlobals();
+        m_engine.GatherHost();
         WriteStartupReport(m_engine.Host(), ReportContext());
     }
     m_ready = true;
@@ -196,7 +197,7 @@ bool CVNXTestView::AskPingWho(PingWhoParameters& parameters) {
     if (!confirmed || !IsRunning()) {
         return false;
     }
-    m_asked = parameters;
+    m_asked = parameters.plan;
     return true;
 }
 

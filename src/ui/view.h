@@ -105,7 +105,7 @@ private:
     Engine m_engine;
     Guest* m_guest = nullptr;
     PingHistory m_history;
-    PingWhoParameters m_asked; // of the last ping test
+    PingPlan m_asked; // of the last ping test
     CPanes* m_panes = nullptr;
     CFullReportBar* m_fullBar = nullptr;
     std::optional<OutputPump> m_pump;

@@ -155,7 +155,7 @@ void CVNXTestView::OnStartPing() {
         TellProblem("The ping test could not be started.", m_guest->Problem());
         return;
     }
-    m_history.Begin(m_asked.count, m_asked.to);
+    m_history.Begin(m_asked.numPings, m_asked.targetName);
     m_refreshTimer.Start(kRefreshInterval);
     RefreshPingDisplay();
     TellProfileProblem();

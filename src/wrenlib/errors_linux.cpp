@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "wrenlib/debugger.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"

@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include "wrenlib/debugger.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"

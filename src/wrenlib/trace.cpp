@@ -4,18 +4,15 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <mutex>
 #include <utility>
 
+#include "wrenlib/debugger.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
 #include "wrenlib/visible_text.h"
 
 namespace vnxtest {
-
-void WriteToDebugger(std::wstring_view text);
-bool IsDebuggerTraceOn();
 
 namespace {
 
@@ -32,15 +29,6 @@ bool GiveToSink(std::wstring_view text) {
 }
 
 } // namespace
-
-std::wstring FormatWide(std::wstring_view format, WideFormatArgs args) {
-    try {
-        return fmt::vsprintf(fmt::basic_string_view<wchar_t>(format.data(), format.size()), args);
-    } catch (const std::exception&) {
-        // A format that does not fit its arguments is our own mistake; the text must still be seen.
-        return std::wstring(format);
-    }
-}
 
 void WrenLibAfxTraceV(std::wstring_view format, WideFormatArgs args) {
     if (!IsTraceOn()) {

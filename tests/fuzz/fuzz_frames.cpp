@@ -9,6 +9,7 @@
 
 #include <sys/eventfd.h>
 
+#include "core/debug_output.h"
 #include "core/interface_lifecycle.h"
 #include "core/output_channel.h"
 #include "fuzz_input.h"
@@ -155,8 +156,9 @@ struct Engine {
     NoView view;
     OutputChannel channel{view};
     RunSettings run;
-    PingTest pingTest{host.network, run, view};
-    ReceivePath receivePath{host.network, run, pingTest};
+    PacketWriter writer{*library, host.network};
+    PingTest pingTest{writer, run, view};
+    ReceivePath receivePath{writer, run, pingTest};
     INTERFACE_INFO info;
 
     Engine() {

@@ -25,9 +25,9 @@ std::filesystem::path MakeFolder() {
 
 // What the program reads of a profile.
 auto Values(Profile& profile) {
-    PingSettings ping;
+    PingPlan ping;
     Settings(profile).LoadPingSettings(ping);
-    return std::tuple(profile.ReadText(L"Interface1_strInterface_MACAddr", L"none"), ping.whoPingName,
+    return std::tuple(profile.ReadText(L"Interface1_strInterface_MACAddr", L"none"), ping.targetName,
                       ping.numPings, ping.delay);
 }
 

@@ -26,9 +26,9 @@ struct SimGuest {
         host.network.SetDefaultGateway(kSimGatewayIp, kSimGatewayMac);
         parameters.interface1 = {true, L"198.18.0.111", L"02-00-5E-80-00-6F", FormatIPAddr(kSimAdapterIp),
                                  L""};
-        who.to = L"198.18.0.2";
-        who.address = kSimFirstEchoHost;
-        who.delay = 0;
+        who.plan.targetName = L"198.18.0.2";
+        who.plan.target = kSimFirstEchoHost;
+        who.plan.delay = 0;
         frontEnd.askParameters = [this](GuestParameters& asked) {
             asked = parameters;
             return true;

@@ -56,8 +56,8 @@ protected:
         if (GetParam().twoInterfaces) {
             m_sim.UseInterface2();
         }
-        m_sim.who.count = 2;
-        m_sim.who.timeout = 50;
+        m_sim.who.plan.numPings = 2;
+        m_sim.who.plan.timeout = 50;
     }
 
     // Starts, pings and stops; returns the text. A start that fails ends by itself.
@@ -165,7 +165,7 @@ TEST_P(FaultsTest, StopsInEveryState) {
         }
     });
     const std::ptrdiff_t threadsBefore = CountThreads();
-    m_sim.who.count = 300;
+    m_sim.who.plan.numPings = 300;
     for (int round = 0; round < rounds; ++round) {
         if (random() % 3 == 0) {
             m_library.Inject({.number = 1 + random() % 80, .fromThenOn = random() % 4 == 0});
@@ -201,7 +201,7 @@ TEST_P(FaultsTest, StopsInEveryState) {
     ExpectThreads(threadsBefore);
     writing = false;
     writer.join();
-    m_sim.who.count = 2;
+    m_sim.who.plan.numPings = 2;
     EXPECT_EQ(CountOf(WholeRun(), "     2 Replies Received"), 1);
 }
 

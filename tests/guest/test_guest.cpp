@@ -21,8 +21,8 @@ protected:
         const auto lan = Lan(lanOptions);
         SimGuest sim(*lan);
         sim.parameters.interface1.tapMode = false;
-        sim.who.to = FormatIPAddr(sim.who.address = target);
-        sim.who.timeout = timeout;
+        sim.who.plan.targetName = FormatIPAddr(sim.who.plan.target = target);
+        sim.who.plan.timeout = timeout;
         sim.Start();
         TakeText();
         sim.Ping();
@@ -107,8 +107,8 @@ TEST_F(GuestTest, TheNextPingTestGoesOnWithTheSequenceAndNumbersFromOne) {
 }
 
 TEST_F(GuestTest, AMessageThatAnEarlierRunHasLeftEndsNothing) {
-    m_sim.who.count = 100;
-    m_sim.who.delay = 20;
+    m_sim.who.plan.numPings = 100;
+    m_sim.who.plan.delay = 20;
     m_sim.Start();
     ASSERT_TRUE(m_guest.OnTestStartPing());
     AwaitPings(2);
@@ -124,7 +124,7 @@ TEST_F(GuestTest, AStopEmptiesThePingListAndAnEndDoesNot) {
     m_sim.Start();
     m_sim.Ping();
     EXPECT_EQ(m_guest.Ping().PingsSent(), 3U);
-    m_sim.who.count = 0;
+    m_sim.who.plan.numPings = 0;
     ASSERT_TRUE(m_guest.OnTestStartPing());
     AwaitPings(4);
     m_guest.OnTestStopPing();
@@ -134,7 +134,7 @@ TEST_F(GuestTest, AStopEmptiesThePingListAndAnEndDoesNot) {
 TEST_F(GuestTest, APingThatCannotBeWrittenEndsTheTestWithTheFiguresOfTheOthers) {
     FaultLibrary library(*m_lan);
     SimGuest sim(library);
-    sim.who.count = 9;
+    sim.who.plan.numPings = 9;
     sim.parameters.interface1.tapMode = false; // an ARP reply is written, too
     sim.Start();
     TakeText();

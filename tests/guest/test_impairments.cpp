@@ -19,8 +19,8 @@ TEST_P(ImpairmentsTest, StatisticsAreTheLansOwnCount) {
     const auto lan = Lan(GetParam().lan);
     SimGuest sim(*lan);
     sim.parameters.interface1.tapMode = GetParam().tap;
-    sim.who.count = 400;
-    sim.who.timeout = 100;
+    sim.who.plan.numPings = 400;
+    sim.who.plan.timeout = 100;
     sim.guest.Run().socketNotifyMode = GetParam().socketNotify;
     sim.Start();
     sim.guest.Ping().KeepRecords(true);

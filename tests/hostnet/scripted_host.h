@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "core/output_channel.h"
+#include "core/debug_output.h"
 #include "hostnet/host_network.h"
 #include "support/scripted_library.h"
 #include "wrenlib/trace.h"

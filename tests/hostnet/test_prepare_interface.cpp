@@ -26,25 +26,25 @@ TEST_F(PrepareInterfaceTest, TheMaskOfASecondaryAddressAndTheBroadcastThatIsSet)
     info.adapterIp = {10, 7, 0, 1};
     info.adapterMac = kMacA;
     info.guestIp = {10, 7, 200, 3};
-    PrepareInterface(info, network);
+    PrepareInterface(info, library, network);
     EXPECT_TRUE(library.arpRequests.empty());
     EXPECT_TRUE(info.inAdapterSubnet);
     EXPECT_EQ(info.broadcastText, L"10.7.255.255");
 
     info.guestIp = {10, 0, 1, 99};
-    PrepareInterface(info, network);
+    PrepareInterface(info, library, network);
     EXPECT_FALSE(info.inAdapterSubnet);
     EXPECT_EQ(info.broadcastText, L"10.7.255.255") << "what is set stays";
 }
 
 TEST_F(PrepareInterfaceTest, WhatTheLibraryDoesNotKnowIsAskedForAgainByTwoWritersAtOnce) {
     library.silentArpRequests = 2000;
-    PrepareInterface(info, network);
+    PrepareInterface(info, library, network);
     EXPECT_TRUE(info.adapterMac.IsZero() && !info.addressesKnown);
     info.handle = 5;
     const auto writer = [this] {
         for (int i = 0; i < 2000; ++i) {
-            RefreshAdapterAddresses(info, network);
+            RefreshAdapterAddresses(info, library, network);
             if (info.addressesKnown.load(std::memory_order_acquire)) {
                 ASSERT_EQ(info.adapterMac, kMacA); // complete, without the lock
                 ASSERT_EQ(info.netMask, kMask24);
@@ -68,7 +68,7 @@ TEST_F(PrepareInterfaceTest, NobodyWhoNeedsTheLockWaitsForAnAnswer) {
             }
         }).join();
     };
-    PrepareInterface(info, network);
+    PrepareInterface(info, library, network);
     EXPECT_TRUE(isFree) << "a stop needs it";
     EXPECT_EQ(info.adapterMac, kMacA);
 }

@@ -32,8 +32,9 @@ protected:
 
     RunSettings m_run;
     QuietHost m_host{m_library};
-    PingTest m_pingTest{m_host.network, m_run, m_view};
-    ReceivePath m_path{m_host.network, m_run, m_pingTest};
+    PacketWriter m_writer{m_library, m_host.network};
+    PingTest m_pingTest{m_writer, m_run, m_view};
+    ReceivePath m_path{m_writer, m_run, m_pingTest};
 };
 
 // A packet in which everything is wrong is mended step by step. Each reason on its own, and other types of
@@ -123,7 +124,7 @@ TEST_F(ReceivePathTest, AReaderNeedNotWaitForTheTargetsAddress) {
         std::promise<void> promise;
         const std::future<void> done = promise.get_future();
         reader = std::thread([this, promise = std::move(promise)]() mutable {
-            m_pingTest.RecordReply(0, 0, Ipv4Address(10, 1, 2, 1), 32, 64);
+            m_pingTest.RecordReply({0, 0, Ipv4Address(10, 1, 2, 1), 32, 64});
             promise.set_value();
         });
         waited = done.wait_for(std::chrono::seconds(5)) != std::future_status::ready;

@@ -92,7 +92,7 @@ TEST_F(SettingsTest, WhatIsStoredComesBackAndIsReadOncePerRun) {
     second.adapterMacText = L"M2";
     settings.LoadInterfaceSettings(first, second, host.network);
     settings.StoreInterfaceSettings(first, second);
-    PingSettings ping;
+    PingPlan ping;
     settings.LoadPingSettings(ping);
     std::tie(ping.dataSize, ping.numPings, ping.timeout, ping.delay) = std::tuple(1U, 2U, 3U, 4U);
     settings.LoadPingSettings(ping);
@@ -100,7 +100,7 @@ TEST_F(SettingsTest, WhatIsStoredComesBackAndIsReadOncePerRun) {
     Load(host);
     EXPECT_EQ(first.guestMacText + second.guestMacText + second.adapterMacText,
               L"M1" + GeneratedMac(host, {10, 1, 2, 222}) + L"M2");
-    PingSettings again;
+    PingPlan again;
     Settings(profile).LoadPingSettings(again);
     EXPECT_EQ(std::tie(again.dataSize, again.numPings, again.timeout, again.delay),
               std::tuple(1U, 2U, 3U, 4U));
@@ -120,10 +120,10 @@ TEST_F(SettingsTest, DebugAndPingSettings) {
     EXPECT_TRUE(run.debugMode && run.socketNotifyMode && run.debugFlags == 0) << "0 is no missing value";
 
     const auto expectTarget = [this](Ipv4Address address, const std::wstring& name) {
-        PingSettings ping;
+        PingPlan ping;
         Settings(profile).LoadPingSettings(ping);
-        EXPECT_EQ(ping.whoPingIpAddr, address);
-        EXPECT_EQ(ping.whoPingName, name);
+        EXPECT_EQ(ping.target, address);
+        EXPECT_EQ(ping.targetName, name);
     };
     expectTarget(kDefaultPingTarget, FormatIPAddr(kDefaultPingTarget));
     profile.numbers[L"WhoPingIPAddr"] = Ipv4Address(10, 0, 0, 9).Memory();

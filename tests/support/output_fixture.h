@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/debug_output.h"
 #include "core/interface_info.h"
 #include "core/output_channel.h"
 #include "support/scripted_library.h"

@@ -2,6 +2,7 @@
 
 #include <wx/sizer.h>
 
+#include "core/run_settings.h"
 #include "ui/dialogs/dialog_layout.h"
 #include "widgets/entries/number_entry.h"
 #include "widgets/make_child.h"
@@ -9,8 +10,6 @@
 namespace vnxtest {
 
 namespace {
-
-constexpr std::uint32_t kKilo = 1024;
 
 // The numbers of the controls.
 namespace ids {
@@ -63,8 +62,11 @@ CBufferSizesDlg::CBufferSizesDlg(wxWindow* parent, std::uint32_t driverSize, std
 }
 
 bool CBufferSizesDlg::TransferDataToWindow() {
-    m_driver->SetRange(64, 16384);
-    m_dll->SetRange(16, 1024);
+    const auto setRange = [](NumberEntry& entry, const NumberRange& range) {
+        entry.SetRange(static_cast<int>(range.lowest), static_cast<int>(range.highest));
+    };
+    setRange(*m_driver, kDriverBufferRange);
+    setRange(*m_dll, kDllBufferRange);
     m_driver->SetPosition(static_cast<int>(m_driverSize / kKilo));
     m_dll->SetPosition(static_cast<int>(m_dllSize / kKilo));
     m_driver->SetFocus();

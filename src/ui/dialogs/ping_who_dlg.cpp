@@ -81,13 +81,6 @@ constexpr ControlHelp kControlHelp[] = {
 
 constexpr HelpTable kHelp{131, {347, "ping_who.html"}, kControlHelp};
 
-// 65507 bytes and the two headers fill the largest IPv4 packet.
-constexpr int kLeastSize = 8;
-constexpr int kMostSize = 65507;
-constexpr int kLeastCount = 1;
-constexpr int kMostCount = 65535;
-constexpr int kMostMilliseconds = 10000;
-
 // Takes a number that is in range. False, with the range message shown, when it is not.
 bool Exchange(NumberEntry& entry, std::uint32_t& value) {
     int number = 0;
@@ -145,22 +138,26 @@ CPingWhoDlg::~CPingWhoDlg() = default;
 
 bool CPingWhoDlg::TransferDataToWindow() {
     const auto asInt = [](std::uint32_t value) { return static_cast<int>(value); };
-    m_to->ChangeValue(m_parameters.to);
+    const auto setRange = [&asInt](NumberEntry& entry, const NumberRange& range) {
+        entry.SetRange(asInt(range.lowest), asInt(range.highest));
+    };
+    const PingPlan& plan = m_parameters.plan;
+    m_to->ChangeValue(plan.targetName);
     m_to->SelectAll();
-    m_size->SetValue(asInt(m_parameters.dataSize));
-    m_count->SetValue(asInt(m_parameters.count));
-    m_timeout->SetValue(asInt(m_parameters.timeout));
-    m_delay->SetValue(asInt(m_parameters.delay));
+    m_size->SetValue(asInt(plan.dataSize));
+    m_count->SetValue(asInt(plan.numPings));
+    m_timeout->SetValue(asInt(plan.timeout));
+    m_delay->SetValue(asInt(plan.delay));
 
-    m_size->SetRange(kLeastSize, kMostSize);
-    m_count->SetRange(kLeastCount, kMostCount);
-    m_timeout->SetRange(0, kMostMilliseconds);
-    m_delay->SetRange(0, kMostMilliseconds);
+    setRange(*m_size, kPingSizeRange);
+    setRange(*m_count, kPingCountRange);
+    setRange(*m_timeout, kPingTimeoutRange);
+    setRange(*m_delay, kPingDelayRange);
     // The size's position follows its text; the three others are set.
-    m_count->SetPosition(asInt(m_parameters.dataSize));
-    m_count->SetPosition(asInt(m_parameters.count));
-    m_timeout->SetPosition(asInt(m_parameters.timeout));
-    m_delay->SetPosition(asInt(m_parameters.delay));
+    m_count->SetPosition(asInt(plan.dataSize));
+    m_count->SetPosition(asInt(plan.numPings));
+    m_timeout->SetPosition(asInt(plan.timeout));
+    m_delay->SetPosition(asInt(plan.delay));
 
     const bool second = m_parameters.twoInterfaces && m_parameters.fromInterface == 1;
     (second ? m_interface2 : m_interface1)->SetValue(true);
@@ -171,9 +168,10 @@ bool CPingWhoDlg::TransferDataToWindow() {
 
 bool CPingWhoDlg::TakeNumbers() {
     m_confirmed.fromInterface = m_interface2->GetValue() ? 1 : 0;
-    m_confirmed.to = TrimBlanks(m_to->GetValue().ToStdWstring());
-    return Exchange(*m_size, m_confirmed.dataSize) && Exchange(*m_count, m_confirmed.count) &&
-           Exchange(*m_timeout, m_confirmed.timeout) && Exchange(*m_delay, m_confirmed.delay);
+    m_confirmed.plan.targetName = TrimBlanks(m_to->GetValue().ToStdWstring());
+    PingPlan& plan = m_confirmed.plan;
+    return Exchange(*m_size, plan.dataSize) && Exchange(*m_count, plan.numPings) &&
+           Exchange(*m_timeout, plan.timeout) && Exchange(*m_delay, plan.delay);
 }
 
 void CPingWhoDlg::OnConfirm() {
@@ -182,7 +180,7 @@ void CPingWhoDlg::OnConfirm() {
     }
     try {
         // The call comes to this window's event loop, and is dropped with the window.
-        m_lookup.emplace(m_confirmed.to, [this] { CallAfter([this] { OnLookupEnd(); }); });
+        m_lookup.emplace(m_confirmed.plan.targetName, [this] { CallAfter([this] { OnLookupEnd(); }); });
     } catch (const std::system_error& failure) {
         const int code = failure.code().value();
         ErrorBalloon(m_to, "Ping Who",
@@ -198,7 +196,7 @@ void CPingWhoDlg::OnLookupEnd() {
         return; // of one that was given up
     }
     std::wstring message;
-    const bool valid = m_lookup->Result(m_confirmed.address, message);
+    const bool valid = m_lookup->Result(m_confirmed.plan.target, message);
     m_lookup.reset();
     ShowWaiting(false);
     if (valid) {

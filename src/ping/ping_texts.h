@@ -1,0 +1,38 @@
+// What a ping test says, line by line. Each writes its lines at once; any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/ping_plan.h"
+#include "ping/ping_record.h"
+#include "ping/ping_statistics.h"
+#include "wrenlib/address.h"
+
+namespace vnxtest {
+
+// An echo reply for the guest, as it was received.
+struct ReceivedReply {
+    std::uint16_t icmpId = 0;  // network order
+    std::uint16_t icmpSeq = 0; // network order
+    Ipv4Address source;
+    std::uint32_t dataLength = 0; // bytes
+    std::uint8_t timeToLive = 0;
+};
+
+// The target as the lines name it: "name [address]", or the address alone when nothing else was typed.
+std::wstring DescribePingTarget(const PingPlan& plan);
+
+// The figures that the test goes by, under its title.
+void LogPingPlan(const PingPlan& plan, std::wstring_view target);
+void LogSending(std::uint16_t number, const PingPlan& plan, std::wstring_view target);
+// The line of a reply to the ping of this number, whose record says when it came and as which reply.
+void LogReply(std::uint16_t number, const CPing& ping, const ReceivedReply& reply);
+void LogTimeout(std::uint16_t number);
+// The ping could not be written: the test is broken off.
+void LogSendFailure(std::uint16_t number);
+// The figures and the verdict.
+void LogStatistics(const PingStatistics& statistics, std::wstring_view target);
+
+} // namespace vnxtest

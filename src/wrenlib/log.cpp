@@ -1,0 +1,63 @@
+#include "wrenlib/log.h"
+
+#include <atomic>
+
+#include "wrenlib/errors.h"
+#include "wrenlib/text.h"
+#include "wrenlib/trace.h"
+#include "wrenlib/visible_text.h"
+
+namespace vnxtest {
+
+namespace {
+
+// Process-wide, for a line may come from anywhere: installed by whoever shows the document.
+std::atomic<LogSink*> g_sink{nullptr};
+std::atomic<bool> g_open{false};
+
+} // namespace
+
+void InstallLogSink(LogSink& sink) {
+    g_sink.store(&sink, std::memory_order_release);
+}
+
+void RemoveLogSink(LogSink& sink) {
+    LogSink* expected = &sink;
+    g_sink.compare_exchange_strong(expected, nullptr);
+}
+
+void SetLogOpen(bool open) {
+    g_open.store(open, std::memory_order_release);
+}
+
+bool IsLogOpen() {
+    return g_open.load(std::memory_order_acquire);
+}
+
+void HandToLog(std::string_view text) {
+    if (LogSink* const sink = g_sink.load(std::memory_order_acquire)) {
+        sink->TakeText(text);
+    }
+}
+
+void LogMsgV(std::wstring_view format, WideFormatArgs args) {
+    const ErrorKeeper keeper;
+    std::wstring text = FormatWide(format, args);
+    MakeLinesVisible(text);
+    if (IsLogOpen()) {
+        HandToLog(ToUtf8(text));
+    } else {
+        WrenLibAfxTrace(L"%s", text);
+    }
+}
+
+bool Verify(bool condition, std::source_location where) {
+    if (!condition) {
+        std::string_view file = where.file_name();
+        file.remove_prefix(file.find_last_of("/\\") + 1);
+        LogMsg(L"%s(%d): ** Assertion Failed **\n", FromUtf8(file), where.line());
+    }
+    return condition;
+}
+
+} // namespace vnxtest
