@@ -3,9 +3,9 @@
 // EthernetView reads and writes the header in place; EthernetHeader is a header as a value, to be emitted.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 
@@ -67,7 +67,7 @@ inline constexpr std::size_t kVlanTagLength = 4;
 inline void InsertVlanTag(std::span<std::uint8_t, EthernetView::kEtherTypeOffset + kVlanTagLength> head,
                           std::uint16_t type, std::uint16_t control) {
     constexpr std::size_t kAddresses = EthernetView::kEtherTypeOffset;
-    std::ranges::copy(head.last<kAddresses>(), head.begin());
+    std::memmove(head.data(), head.data() + kVlanTagLength, kAddresses); // they may overlap
     StoreBe16<kAddresses>(head, type);
     StoreBe16<kAddresses + 2>(head, control);
 }

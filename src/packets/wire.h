@@ -2,7 +2,8 @@
 //
 // A view over a packet is a span of fixed extent, made after one length check; the offset is a
 // template argument and is checked against the extent when it is compiled, so that no accessor can
-// reach outside, whatever the bytes.
+// reach outside, whatever the bytes. Bytes are copied from pointer to pointer: the standard library moves
+// those at once, and bytes between two kinds of span one by one.
 #pragma once
 
 #include <algorithm>
@@ -48,19 +49,19 @@ constexpr Ipv4Address LoadIpv4(std::span<Byte, Extent> bytes) {
 
 template <std::size_t Offset, std::size_t Extent>
 constexpr void StoreIpv4(std::span<std::uint8_t, Extent> bytes, Ipv4Address address) {
-    std::ranges::copy(address.Bytes(), Field<Offset, 4>(bytes).begin());
+    std::copy_n(address.Bytes().data(), 4, Field<Offset, 4>(bytes).data());
 }
 
 template <std::size_t Offset, PacketByte Byte, std::size_t Extent>
 constexpr MacAddress LoadMac(std::span<Byte, Extent> bytes) {
     std::array<std::uint8_t, 6> mac{};
-    std::ranges::copy(Field<Offset, 6>(bytes), mac.begin());
+    std::copy_n(Field<Offset, 6>(bytes).data(), 6, mac.data());
     return MacAddress(mac);
 }
 
 template <std::size_t Offset, std::size_t Extent>
 constexpr void StoreMac(std::span<std::uint8_t, Extent> bytes, MacAddress mac) {
-    std::ranges::copy(mac.Bytes(), Field<Offset, 6>(bytes).begin());
+    std::copy_n(mac.Bytes().data(), 6, Field<Offset, 6>(bytes).data());
 }
 
 } // namespace vnxtest

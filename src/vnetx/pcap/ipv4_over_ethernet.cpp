@@ -64,7 +64,7 @@ std::int32_t Ipv4OverEthernet::SendTo(MacAddress mac, const Guest& guest,
                                       std::span<const std::uint8_t> packet) {
     std::array<std::uint8_t, EthernetView::kLength + kMaximumPacket> frame; // only what is used is written
     EthernetView(std::span(frame).first<EthernetView::kLength>()).Emit({mac, guest.mac, kEtherTypeIpv4});
-    std::ranges::copy(packet, frame.begin() + EthernetView::kLength);
+    std::copy_n(packet.data(), packet.size(), frame.data() + EthernetView::kLength);
     const std::int32_t sent = m_functions.send(std::span(frame).first(EthernetView::kLength + packet.size()));
     return sent < 0 ? sent : static_cast<std::int32_t>(packet.size());
 }

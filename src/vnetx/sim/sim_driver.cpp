@@ -214,7 +214,7 @@ std::int32_t SimDriver::WritePacket(std::span<const std::uint8_t> packet) {
     }
     std::vector<std::uint8_t> frame(EthernetView::kLength + packet.size());
     EthernetView::Over(frame)->Emit({mac, Settings().GuestMac(), kEtherTypeIpv4});
-    std::ranges::copy(packet, frame.begin() + EthernetView::kLength);
+    std::copy_n(packet.data(), packet.size(), frame.data() + EthernetView::kLength);
     SendFrame(frame);
     return static_cast<std::int32_t>(packet.size());
 }

@@ -59,7 +59,7 @@ void BuildSimEcho(const SimEcho& echo, const SimEchoHeader& header, std::span<st
     icmp->SetCode(0);
     icmp->SetIdentifier(echo.identifier);
     icmp->SetSequenceNumber(echo.sequence);
-    std::ranges::copy(echo.data, message.begin() + IcmpEchoView::kLength);
+    std::copy_n(echo.data.data(), echo.data.size(), message.data() + IcmpEchoView::kLength);
     SealIcmp(message);
 }
 

@@ -114,7 +114,7 @@ bool SimNetwork::RouteToGuest(SimPort& from, std::span<const std::uint8_t> packe
         EthernetView(std::span(head).first<EthernetView::kLength>())
             .Emit({guest->Mac(), kSimGatewayMac, kEtherTypeIpv4});
         Ipv4View passedOn{std::span(head).last<Ipv4View::kLength>()};
-        std::ranges::copy(ip->Bytes(), passedOn.Bytes().begin());
+        std::copy_n(packet.data(), Ipv4View::kLength, passedOn.Bytes().data());
         passedOn.SetTimeToLive(static_cast<std::uint8_t>(ip->TimeToLive() - 1));
         passedOn.Seal();
         guest->m_wire.Put(head, packet.subspan(Ipv4View::kLength), Clock::now(), SimFrameTag::Other);
