@@ -78,17 +78,17 @@ bool CVNXTestDoc::OnOpenDocument(const wxString&) {
 bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
     AtomicFile file;
     const std::filesystem::path destination(path.ToStdWstring());
-    std::wstring problem;
     // A pipe without a reader would hold the window up.
-    if (!file.Open(destination, FileAccess::Document, SpecialFiles::Refuse)) {
-        problem = file.Problem();
-    } else if (std::ranges::any_of(ProfileFiles(), [&](const auto& kept) { return file.IsSameAs(kept); })) {
-        problem = L"\"" + path.ToStdWstring() + L"\" is where the settings are kept. Choose another file.";
-    } else if (WriteText(file, ViewOf(*this).WholeText()) && file.Commit()) {
+    const bool opened = file.Open(destination, FileAccess::Document, SpecialFiles::Refuse);
+    const bool keepsSettings =
+        opened && std::ranges::any_of(ProfileFiles(), [&](const auto& kept) { return file.IsSameAs(kept); });
+    if (opened && !keepsSettings && WriteText(file, ViewOf(*this).WholeText()) && file.Commit()) {
         return true;
-    } else {
-        problem = file.Problem();
     }
+    const std::wstring problem =
+        keepsSettings
+            ? L"\"" + path.ToStdWstring() + L"\" is where the settings are kept. Choose another file."
+            : file.Problem();
     wxMessageBox("The report could not be saved.\n\n" + wxString(problem), kProductName, wxOK | wxICON_ERROR,
                  GetDocumentWindow());
     return false;

@@ -79,7 +79,7 @@ wchar_t ToLowerAscii(wchar_t c) {
 
 } // namespace
 
-std::wstring EndSentence(std::wstring text) {
+std::wstring EndSentence(const std::wstring& text) {
     return text.ends_with(L'.') ? text : text + L".";
 }
 

@@ -15,7 +15,7 @@ namespace vnxtest {
 std::wstring TrimBlanks(std::wstring_view text);
 
 // `text` with a full stop at its end, unless it has one.
-std::wstring EndSentence(std::wstring text);
+std::wstring EndSentence(const std::wstring& text);
 
 // Wide text as narrow text in the process code page, and back.
 std::string ToNarrow(std::wstring_view text);
