@@ -2,6 +2,7 @@
 
 #include "packets/icmp_echo.h"
 #include "ping/receive_path.h"
+#include "wrenlib/product.h"
 #include "wrenlib/text.h"
 #include "wrenlib/ticks.h"
 
@@ -123,7 +124,7 @@ std::string RunResultsJson(const RunResults& results) {
     }
     return JsonText(Json{
         {"version", kJsonVersion},
-        {"program", "VNXTest64UD " VNXTEST_VERSION},
+        {"program", std::string(kProductName) + " " + kVersion},
         {"library", ToUtf8(results.library)},
         {"whyNotThePackage", TextOrNull(results.whyNotThePackage)},
         {"command", ToUtf8(results.command)},

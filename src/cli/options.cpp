@@ -11,14 +11,16 @@
 #include "platform/sandbox.h"
 #include "settings/derived_address.h"
 #include "vnetx/library.h"
+#include "wrenlib/product.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 
 namespace {
 
+// Behind the product's name.
 constexpr const char* kDescription =
-    "VNXTest64UD: a simulated guest that tests a virtual network interface.\n"
+    ": a simulated guest that tests a virtual network interface.\n"
     "The document (report, messages, ping results) goes to standard output, everything else to standard "
     "error.";
 
@@ -278,7 +280,8 @@ OptionsAnswer Refusal(const std::string& text) {
 void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     app.set_help_flag("-h,--help", "Print this help and end");
-    app.set_version_flag("--version", "VNXTest64UD " VNXTEST_VERSION, "Print the version and end");
+    app.set_version_flag("--version", std::string(kProductName) + " " + kVersion,
+                         "Print the version and end");
     app.footer(fmt::format(kFooter, kGuestHostNumbers[0], kGuestHostNumbers[1]));
     app.require_subcommand(1);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -330,7 +333,7 @@ bool Options::IsSimulated() const {
 }
 
 std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>& arguments) {
-    CLI::App app(kDescription, "vnxtest-cli");
+    CLI::App app(std::string(kProductName) + kDescription, "vnxtest-cli");
     Raw raw;
     std::optional<Command> chosen;
     DefineGrammar(app, raw, chosen);

@@ -1,18 +1,19 @@
 #include "hostnet/report.h"
 
 #include "hostnet/report_sections.h"
+#include "wrenlib/product.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 
 ReportContext::ReportContext()
-    : programVersion(ToWide(VNXTEST_VERSION)), buildDate(ToWide(__DATE__)), buildTime(ToWide(__TIME__)),
+    : programVersion(kWideVersion), buildDate(ToWide(__DATE__)), buildTime(ToWide(__TIME__)),
 #ifdef NDEBUG
       specialBuild(L"Release build"),
 #else
       specialBuild(L"Debug build"),
 #endif
-      copyright(L"Copyright (C) Corvane Software Works") {
+      copyright(kWideCopyright) {
 }
 
 void WriteStartupReport(HostNetwork& host, const ReportContext& context) {

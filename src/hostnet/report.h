@@ -6,12 +6,13 @@
 #include <string>
 
 #include "hostnet/host_network.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
 // What the report says of the program itself. The defaults are those of this build.
 struct ReportContext {
-    std::wstring programName = L"VNXTest64UD";
+    std::wstring programName = kWideProductName;
     std::wstring programVersion;
     std::wstring buildDate;
     std::wstring buildTime;

@@ -24,14 +24,15 @@
 #include "wrenlib/descriptor_linux.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
+#include "wrenlib/product.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 
 namespace {
 
-constexpr const char* kFolder = "VNXTest64UD";
-constexpr const char* kFileName = "VNXTest64UD.conf";
+constexpr const char* kFolder = kProductName;
+const std::string kFileName = std::string(kProductName) + ".conf";
 constexpr const char* kLockName = ".lock";
 // The profile holds nineteen short values; what is larger than this is not our file.
 constexpr off_t kLargestFile = 1 << 20;

@@ -20,6 +20,7 @@
 
 #include "open/ask_helper.h"
 #include "wrenlib/errors.h"
+#include "wrenlib/product.h"
 #include "wrenlib/text.h"
 #include "wrenpack/adapter_list_linux.h"
 
@@ -123,7 +124,7 @@ public:
     ModuleDescription DescribeModule() const override {
         ModuleDescription module;
         module.name = L"WrenPack";
-        module.version = L"" VNXTEST_VERSION;
+        module.version = kWideVersion;
         module.detail = L"built into this program; adapters from rtnetlink and ethtool";
         return module;
     }

@@ -10,6 +10,7 @@
 
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
+#include "wrenlib/product.h"
 #include "wrenlib/shared_object.h"
 #include "wrenlib/text.h"
 #include "wrenpack/adapter_list_windows.h"
@@ -201,7 +202,7 @@ public:
     // In the place of the package's library, as `substitution` says.
     explicit BuiltInWrenPack(ModuleDescription substitution) : m_description(std::move(substitution)) {
         m_description.name = L"WrenPack";
-        m_description.version = L"" VNXTEST_VERSION;
+        m_description.version = kWideVersion;
         m_description.detail = L"built into this program; adapters from the IP helper";
         m_description.substitution += L" The list of adapters comes from Windows' own IP helper.";
     }
