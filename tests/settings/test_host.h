@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "core/debug_output.h"
+#include "core/output_channel.h"
+#include "core/view_port.h"
 #include "hostnet/scripted_host.h"
 #include "wrenlib/text.h"
 
