@@ -354,10 +354,12 @@ class DebugFlags(DialogCase):
 
 
 class Restart(DialogCase):
-    def move(self, title, x, y):
+    def move(self, title, moved, x, y):
+        """Moves a window, and gives its place once the toolkit knows it, too."""
         window = self.desktop.xdotool("search", "--onlyvisible", "--name", title).split()[-1]
         self.desktop.xdotool("windowmove", "--sync", window, x, y)
-        time.sleep(0.4)
+        self.wait(lambda: abs(moved.place.x - x) + abs(moved.place.y - y) < 60, "it has moved")
+        return moved.place
 
     def open_about(self):
         self.open("About VNXTest...", "About VNXTest64UD", "h")
@@ -380,11 +382,9 @@ class Restart(DialogCase):
         program.wait_ping_end()
         program.stop_guest()
         self.open_about()
-        self.move("About VNXTest64UD", 40, 60)
-        places = [self.box.place]
+        places = [self.move("About VNXTest64UD", self.box, 40, 60)]
         self.cancel()
-        self.move("Untitled - VNXTest", 200, 90)
-        places.append(program.frame.place)
+        places.append(self.move("Untitled - VNXTest", program.frame, 200, 90))
         program.choose("f", "Exit")
         program.answer("Don't Save")
         self.assertTrue(program.ended(), program.complaints())
