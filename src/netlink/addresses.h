@@ -15,7 +15,7 @@ struct KernelAddress {
     std::uint32_t link = 0; // its index
     Ipv4Address address;
     Ipv4Address mask;
-    bool expires = false; // it was lent for a time
+    bool expires = false; // it has a lifetime, as a lease does
 };
 
 // In the kernel's order: link by link, a link's primary address first.

@@ -11,7 +11,7 @@ namespace vnxtest {
 
 namespace {
 
-// Of failures on this side of the socket. What the kernel itself refuses comes with its own errno value.
+// The errno value of a failure on this side of the socket. A refusal of the kernel's carries its own.
 int ErrnoOf(int result) {
     switch (-result) {
     case NLE_INTR:
@@ -44,7 +44,7 @@ int TakeMessage(nl_msg* message, void* visit) {
     return NL_OK;
 }
 
-// libnl's translation of the kernel's code loses what it says.
+// Takes the kernel's errno value itself: libnl's translation maps several to one.
 int TakeRefusal(sockaddr_nl*, nlmsgerr* refusal, void* code) {
     *static_cast<int*>(code) = -refusal->error;
     return NL_STOP;

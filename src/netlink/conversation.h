@@ -1,5 +1,5 @@
 // One question to the kernel's route netlink and its answer (rtnetlink(7)), as libnl holds them. For the
-// sources of this room: what the room tells others (links.h and its neighbours) is plain values.
+// sources of this room: links.h and the other headers of the room give plain values.
 //
 // Requests go out by sendto, since a running guest has no sendmsg (platform/sandbox.h). A conversation has a
 // socket of its own: any thread.
@@ -42,16 +42,16 @@ NetlinkOwner<nl_msg> MakeRequest(int type, int flags, Header header) {
     return request;
 }
 
-// What takes an object of the answer; the object lives as long as the call.
+// Takes one object of the answer, which lives as long as the call.
 using ObjectVisitor = std::function<void(nl_object*)>;
 
-// Sends `request` and hands what the kernel answers to `visit`. 0 when it has answered or done what was
-// asked, else its errno value, or that of what failed before; ENOMEM when `request` is null. EINTR: the table
-// changed while it was told, and what was told may have gaps.
+// Sends `request` and hands what the kernel answers to `visit`. 0 if the kernel has done what was asked,
+// else its errno value, or that of a failure on this side; ENOMEM if `request` is null. EINTR: the table
+// changed during the dump, which may have gaps.
 int Ask(nl_msg* request, const ObjectVisitor& visit);
 
-// Asks for a whole table, again if it changed meanwhile. `append` puts what a row says behind `values`, which
-// is empty after a failure.
+// Dumps a whole table, again if it changed meanwhile, at most eight times. `append` adds a row's value to
+// `values`, which is empty after a failure. 0 or an errno value, as Ask().
 template <typename Row, typename Value, typename Header>
 int Dump(int type, const Header& header, std::vector<Value>& values,
          void (*append)(std::type_identity_t<Row>*, std::vector<Value>&)) {
@@ -68,7 +68,7 @@ int Dump(int type, const Header& header, std::vector<Value>& values,
     return code;
 }
 
-// Zero when `address` is null or of another kind.
+// Zero if `address` is null or of another kind.
 Ipv4Address ToIpv4(const nl_addr* address);
 MacAddress ToMac(const nl_addr* address);
 

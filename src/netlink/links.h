@@ -19,20 +19,20 @@ struct KernelLink {
     unsigned hardwareType = 0;     // ARPHRD_ of net/if_arp.h
     unsigned flags = 0;            // IFF_ of linux/if.h
     unsigned promiscuity = 0;      // how many have asked for promiscuous mode
-    std::optional<MacAddress> mac; // none where a link's addresses have not six bytes, or there are none
+    std::optional<MacAddress> mac; // nullopt if the link has no address of six bytes
     std::uint32_t mtu = 0;
     std::uint32_t master = 0;          // the bridge or bond of which it is a port; 0: it is none
     std::uint32_t below = 0;           // the link that it stands on, as a VLAN does; 0: none
     std::optional<std::uint16_t> vlan; // the identifier of a VLAN
     std::string kind;                  // "bridge", "veth"; empty for hardware
     std::string alias;                 // the user's text
-    std::uint64_t sendDrops = 0;       // frames that it was to send and has dropped
+    std::uint64_t sendDrops = 0;       // frames dropped on sending
 };
 
 // In the kernel's order, by their indexes.
 int ListLinks(std::vector<KernelLink>& links);
 
-// ENODEV when there is no link of this index.
+// ENODEV if there is no link of this index.
 int FindLink(std::uint32_t index, KernelLink& link);
 
 struct LinkChange {
@@ -42,7 +42,7 @@ struct LinkChange {
 };
 int ChangeLink(std::uint32_t index, const LinkChange& change);
 
-// From now on the kernel gives the link no IPv6 address and sends no solicitations on it. Older kernels
+// Keeps the kernel from giving the link an IPv6 address and from sending solicitations on it. Older kernels
 // refuse this.
 int LeaveOutIpv6(std::uint32_t index);
 

@@ -9,11 +9,12 @@
 namespace vnxtest {
 
 struct KernelNeighbour {
-    std::optional<MacAddress> mac; // nullopt while there is none that could be used
-    bool failed = false;           // the kernel has asked in vain
+    std::optional<MacAddress> mac; // nullopt if none is usable
+    bool failed = false;           // the kernel's own ARP exchange had no answer
 };
 
-// What the kernel knows of `address` on the link of this index; neither of the two where it knows nothing.
+// The entry for `address` on the link of this index; an empty one if there is none or the table cannot be
+// read.
 KernelNeighbour FindNeighbour(Ipv4Address address, std::uint32_t link);
 
 } // namespace vnxtest

@@ -1,8 +1,8 @@
 // The IPv4 routes of this host as the kernel tells them, which of them is the default one, and which way a
 // packet takes.
 //
-// Linux only. All functions may run on any thread, ask at the call and keep nothing; they return 0 or an
-// errno value.
+// Linux only. All functions may run on any thread, ask at the call and keep nothing; those with an int
+// return 0 or an errno value.
 #pragma once
 
 #include <cstdint>
@@ -30,9 +30,9 @@ struct KernelRoute {
     Ipv4Address mask;
     KernelRouteKind kind = KernelRouteKind::Other;
     std::uint32_t metric = 0;
-    bool fromDhcp = false;               // the DHCP client says that it is its own
-    Ipv4Address source;                  // under which this host sends there; 0.0.0.0: not told
-    std::vector<KernelNextHop> nextHops; // none where packets are refused
+    bool fromDhcp = false;               // set by the DHCP client (RTPROT_DHCP)
+    Ipv4Address source;                  // preferred source address; 0.0.0.0: not told
+    std::vector<KernelNextHop> nextHops; // empty if packets are refused
 
     bool IsDefault() const { return kind == KernelRouteKind::Unicast && mask.IsZero(); }
 };
@@ -42,14 +42,14 @@ struct KernelRoute {
 int ListRoutes(std::vector<KernelRoute>& routes);
 
 // The default route that the host takes: of those with the lowest metric the first, whose first next hop
-// counts. Null when there is none.
+// counts. Null if there is none.
 const KernelRoute* BestDefaultRoute(const std::vector<KernelRoute>& routes);
 
-// The way of a packet to `destination`, through the link of this index where one is given (not 0).
-// ENETUNREACH when there is none.
+// The route of a packet to `destination`, through the link of this index unless that is 0. ENETUNREACH if
+// there is none; a route that refuses packets gives the kernel's errno value for it.
 int FindRoute(Ipv4Address destination, std::uint32_t link, KernelRoute& route);
 
-// Whether the host forwards packets between its links; nullopt when the kernel does not tell.
+// Whether the host forwards packets between its links; nullopt if the kernel does not tell.
 std::optional<bool> IsForwarding();
 
 } // namespace vnxtest

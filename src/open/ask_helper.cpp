@@ -24,8 +24,8 @@ HelperAnswer Failed(int error, std::string problem) {
     return {Descriptor(), error, std::move(problem)};
 }
 
-// What posix_spawn(3) is told: the socket as descriptor 3, nothing to read or write else, no signal blocked
-// or ignored.
+// The attributes for posix_spawn(3): the socket as descriptor 3, /dev/null below it, no signal blocked or
+// ignored.
 class SpawnPlan {
 public:
     explicit SpawnPlan(int socket) {
@@ -78,7 +78,7 @@ private:
     const pid_t m_process;
 };
 
-// The answer and what came with it; false when there is none, or another's.
+// The answer and the descriptor that came with it; false if there is none, or not of this version.
 bool ReceiveAnswer(int socket, OpenAnswer& answer, Descriptor& descriptor) {
     pollfd wait{socket, POLLIN, 0};
     int ready = 0;
@@ -113,8 +113,7 @@ std::string Explain(const OpenAnswer& answer, const std::string& path) {
         return HowToReadyHelper(path);
     }
     if (call == "/dev/net/tun" && (answer.error == EACCES || answer.error == EPERM)) {
-        return "You may not open the device file /dev/net/tun. Open it to its users with\n    sudo chmod "
-               "a+rw /dev/net/tun";
+        return "You may not open the device file /dev/net/tun. Open it to its users with\n    sudo chmod a+rw /dev/net/tun";
     }
     const bool ofAdapter = call == "adapter";
     return ofAdapter ? std::string()

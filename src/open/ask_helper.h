@@ -11,16 +11,17 @@ namespace vnxtest {
 struct HelperAnswer {
     Descriptor descriptor;
     int error = 0;       // 0: the descriptor is there; else an errno value
-    std::string problem; // whole sentences: why the helper did not do it; empty when the error says it all
+    std::string problem; // whole sentences: why it was not done; empty if the errno value says it all
 };
 
-// Runs the helper once and waits for its end, some seconds at most. Any thread.
+// Runs the helper once, waits for its answer for at most 15 seconds and ends its process. EPERM if it
+// cannot be run or does not answer. Any thread.
 HelperAnswer AskHelper(const OpenRequest& request);
 
-// `name` as a request has it; all zeroes when it is too long for an adapter's.
+// `name` as a request has it; all zeroes if it is too long for an adapter's.
 AdapterName ToAdapterName(const std::string& name);
 
-// The reason, and what its user can do, as whole sentences.
+// The reason and the next step, as whole sentences.
 std::string Explain(Refusal refusal);
 
 } // namespace vnxtest

@@ -14,14 +14,15 @@ bool Contains(const auto& list, const auto& one) {
     return std::ranges::find(list, one) != list.end();
 }
 
-// The name without the zeroes behind it; empty when it is none.
+// The name without the zeroes behind it; empty if it is not one.
 std::string_view TextOf(const AdapterName& name) {
     const std::string_view all(name.data(), name.size());
     const std::string_view text = all.substr(0, all.find_last_not_of('\0') + 1);
     return text.size() < all.size() && text.find('\0') == text.npos ? text : std::string_view();
 }
 
-// Where there is room for them, the lowest address is the subnet's and the highest everybody's.
+// The lowest address is the subnet's number and the highest its broadcast address, except in a subnet of
+// two (RFC 3021).
 bool IsSubnetsOrBroadcast(Ipv4Address ip, const HostFacts::Subnet& subnet) {
     const Ipv4Address hosts = ~subnet.mask;
     return subnet.Has(ip) && hosts.Host() > 1 && ((ip & hosts).IsZero() || (ip & hosts) == hosts);

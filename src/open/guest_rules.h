@@ -1,5 +1,5 @@
-// Whom a guest must not pass itself off as: the rules of the helper, which refuses, and of the program of an
-// administrator, which warns. Pure; any thread.
+// Which addresses a guest must not take. The helper refuses them; an administrator's program warns of them.
+// Pure functions; any thread.
 #pragma once
 
 #include <optional>
@@ -19,11 +19,11 @@ struct HostFacts {
     std::vector<Ipv4Address> addresses; // likewise
     std::vector<Ipv4Address> gateways;  // of every route, and of the next hops that stand by themselves
     std::vector<Subnet> adapter;        // the addresses of the adapter in question
-    std::vector<Subnet> local;          // the local routes: whatever is in one is the host's
+    std::vector<Subnet> local;          // the local routes: an address within one is the host's
 };
 
-// The record in `bytes`, if it is one to the last byte: sizes, version, names, zeroes where nothing is
-// asked for. What it asks for is not judged.
+// The record in `bytes`; nullopt unless every byte is right: size, version, names, and zeroes in each field
+// that its kind does not use. The addresses are not judged.
 std::optional<OpenRequest> ParseOpenRequest(const void* bytes, std::size_t size);
 
 // The guest's addresses beside the host's.

@@ -22,8 +22,8 @@ std::string FolderOfProgram() {
     return slash == std::string::npos ? std::string() : program.substr(0, slash);
 }
 
-// What capabilities(7) calls the file's permitted set (VFS_CAP_REVISION_2 and 3 begin alike), if it is put
-// into force at the start.
+// The file's permitted set (capabilities(7); VFS_CAP_REVISION_2 and 3 begin alike). Whether it is effective
+// at the start does not matter: the helper raises what it needs.
 std::uint32_t RightsOfFile(const std::string& path) {
     vfs_ns_cap_data data{};
     const ssize_t size = getxattr(path.c_str(), "security.capability", &data, sizeof data);
@@ -84,19 +84,16 @@ std::string HowToReadyHelper(const std::string& path) {
     case HelperState::Missing:
         if (getuid() == 0) {
             return "Its helper, which would do it, is missing. Install vnxtest-open as\n    " + Quoted(path) +
-                   "\nRoot's needs no rights of its own; a container has to have cap_net_raw and "
-                   "cap_net_admin.";
+                   "\nRoot's needs no rights of its own; a container has to have cap_net_raw and cap_net_admin.";
         }
-        return "Its helper, which would do it, is missing. Install vnxtest-open and give it its rights "
-               "with\n    " +
+        return "Its helper, which would do it, is missing. Install vnxtest-open and give it its rights with\n    " +
                HelperCommand(path) + "\nor run vnxtest-cli as root.";
     case HelperState::LacksRights:
         return "Its helper would do it if it had the rights. Give them to it with\n    " +
                HelperCommand(path) + "\nor run vnxtest-cli as root.";
     case HelperState::Powerless:
         return "Its helper " + path +
-               " gets no rights here: programs are kept from gaining any (no_new_privs, a file system that "
-               "is mounted nosuid, or a container without the rights cap_net_raw and cap_net_admin).";
+               " gets no rights here: programs are kept from gaining any (no_new_privs, a file system that is mounted nosuid, or a container without the rights cap_net_raw and cap_net_admin).";
     }
     return {};
 }

@@ -21,12 +21,12 @@ constexpr std::size_t kOperation = EthernetView::kLength + ArpView::kOperationOf
 constexpr sock_filter Load(int size, std::size_t offset) {
     return {static_cast<std::uint16_t>(BPF_LD | BPF_ABS | size), 0, 0, static_cast<std::uint32_t>(offset)};
 }
-// What the kernel knows of a frame.
+// Loads a fact that the kernel knows about the frame.
 constexpr sock_filter LoadFact(int size, int fact) {
     return Load(size, static_cast<std::uint32_t>(SKF_AD_OFF + fact));
 }
 
-// Skips so many instructions if what is loaded equals `value`, or else so many.
+// Skips `ifEqual` instructions if what is loaded equals `value`, else `ifNot`.
 constexpr sock_filter Compare(std::uint32_t value, std::uint8_t ifEqual, std::uint8_t ifNot) {
     return {BPF_JMP | BPF_JEQ | BPF_K, ifEqual, ifNot, value};
 }

@@ -1,8 +1,7 @@
-// A packet socket for a guest, and what it may receive: one maker for whoever opens it, a root program for
-// itself, or the helper `vnxtest-open`, which gives it away with the filter locked. The filter therefore also
-// holds what the one who gets the socket could undo otherwise: it names the adapter, since a socket can be
-// bound to another one, and leaves out what this host sends, since PACKET_IGNORE_OUTGOING can be switched
-// off.
+// A packet socket for a guest, and what it may receive. A root program opens it for itself, the helper
+// `vnxtest-open` for others, with the filter locked. The filter therefore repeats what the new owner could
+// undo: it names the adapter, since a socket can be bound to another one, and drops what this host sends,
+// since PACKET_IGNORE_OUTGOING can be switched off.
 #pragma once
 
 #include <vector>
@@ -17,15 +16,15 @@ namespace vnxtest {
 
 using PacketFilter = std::vector<sock_filter>;
 
-// For a socket of the kind at the adapter with that index; `guest` is used by the kind GuestSocket only.
+// For a socket of `kind` on the adapter of this index; only GuestSocket uses `guest`.
 PacketFilter MakePacketFilter(OpenKind kind, std::uint32_t adapter, MacAddress guest);
 
 // False with errno (socket(7), SO_ATTACH_FILTER).
 bool AttachFilter(int socket, PacketFilter filter);
 
-// A packet socket of the kind bound to the adapter, promiscuous, since the guest's MAC is not the adapter's,
-// and filtered from its first frame on; `lock` locks the filter for good. Or none with errno and, in `call`,
-// the name of what failed. Takes CAP_NET_RAW.
+// A packet socket of the kind bound to the adapter, promiscuous, since the guest's MAC is not the
+// adapter's, and filtered from its first frame on; `lock` locks the filter for good. Empty on failure, with
+// errno and the name of the call in `call`. Needs CAP_NET_RAW. Any thread.
 Descriptor OpenPacketSocket(OpenKind kind, std::uint32_t adapter, MacAddress guest, bool lock,
                             const char*& call);
 

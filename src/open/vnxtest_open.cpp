@@ -1,4 +1,4 @@
-// vnxtest-open: opens one packet socket or TUN/TAP device for a program that may not, and is gone.
+// vnxtest-open: opens one packet socket or TUN/TAP device for a program that may not, and ends.
 //
 // The only file of the package that has rights (setcap cap_net_raw,cap_net_admin+ep). A program starts it
 // with one end of a socket pair as descriptor 3 and sends one record (open_request.h). Everything in it is
@@ -42,7 +42,8 @@ namespace {
 constexpr std::uint32_t kBothRights = 1u << CAP_NET_RAW | 1u << CAP_NET_ADMIN;
 constexpr unsigned kSecondsToLive = 10;
 
-// This process's rights from now on, both sets below 32; never more than before. False with errno.
+// Sets the process's permitted and effective capabilities (numbers below 32); the permitted set never
+// grows. False with errno.
 bool SetRights(std::uint32_t permitted, std::uint32_t effective) {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3] = {};
@@ -51,7 +52,8 @@ bool SetRights(std::uint32_t permitted, std::uint32_t effective) {
     return known && syscall(SYS_capset, &header, next) == 0;
 }
 
-// Nothing is inherited but the socket, nothing is written, and nothing outlives a few seconds.
+// Only the standard descriptors and the socket stay open, no core is dumped, and the process ends within
+// ten seconds.
 bool Confine() {
     bool done = prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
     for (const auto& [resource, most] :
@@ -71,7 +73,7 @@ bool Confine() {
     return done && syscall(SYS_close_range, kHelperSocket + 1, ~0u, 0) == 0;
 }
 
-// Descriptor 3 is a socket pair's end, and the other end was made by who is served here.
+// Descriptor 3 is one end of a socket pair that the user who runs this process has made.
 bool IsFromOwnUser() {
     int type = 0;
     ucred peer{};
@@ -96,7 +98,7 @@ void SendAnswer(OpenAnswer answer, int descriptor) {
     sendmsg(kHelperSocket, &message, MSG_NOSIGNAL);
 }
 
-// What the kernel tells of this host, as far as a request is judged by it.
+// The facts about this host by which a request is judged.
 struct KernelFacts : HostFacts {
     std::uint32_t index = 0; // of the adapter; 0: there is no such adapter
     bool up = false, ethernet = false;
@@ -134,11 +136,11 @@ struct RouteMessage {
     };
 };
 
-// Asks for all IPv4 routes of all tables, or for all next hops that stand by themselves (rtnetlink(7)). What
-// is of interest in a row are attributes that begin at multiples of four: eight bytes, of which four are an
-// address, among them those of a route's next hops. They are looked for at every one of these, so that
-// nothing has to be taken apart. What only looks like one is taken for one; it keeps one more guest from
-// being served. False with errno when the kernel does not tell; one that has no such next hops has told.
+// Dumps all IPv4 routes of all tables, or all next-hop objects (rtnetlink(7)). The attributes of interest
+// are eight bytes at a multiple of four, the last four being an address; a route's nested next hops hold
+// such ones, too. They are looked for at every multiple of four, so no nesting has to be parsed. A false
+// match only keeps one more guest from being served. False with errno if the kernel does not answer; a
+// kernel without next-hop objects counts as an answer.
 bool GatherRoutes(std::uint16_t what, std::uint32_t size, std::uint16_t gatewayType, HostFacts& host) {
     const RouteMessage request{{size, what, NLM_F_REQUEST | NLM_F_DUMP, 1, 0},
                                {{AF_INET, 0, 0, 0, 0, 0, 0, 0, 0}}};
@@ -180,7 +182,7 @@ bool GatherRoutes(std::uint16_t what, std::uint32_t size, std::uint16_t gatewayT
     return false;
 }
 
-// Needs no right. False with errno when the kernel does not tell, and `call` names what failed.
+// Needs no right. False with errno if the kernel does not answer, and `call` names what failed.
 bool GatherHostFacts(const AdapterName& name, KernelFacts& host, const char*& call) {
     call = "getifaddrs";
     ifaddrs* list = nullptr;
@@ -200,14 +202,16 @@ bool GatherHostFacts(const AdapterName& name, KernelFacts& host, const char*& ca
            GatherRoutes(RTM_GETNEXTHOP, NLMSG_LENGTH(sizeof(nhmsg)), NHA_GATEWAY, host);
 }
 
-// The kernel would send IPv6 solicitations to a guest that has no IPv6. Where it cannot be had, it does.
+// Keeps the kernel from sending IPv6 solicitations to a guest that has no IPv6. A failure only means that
+// it sends them.
 void LeaveOutIpv6(const AdapterName& device) {
     const std::string path = std::string("/proc/sys/net/ipv6/conf/") + device.data() + "/addr_gen_mode";
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
     [[maybe_unused]] const ssize_t written = write(file.Get(), "1", 1);
 }
 
-// A device that is set up, addressed and up; or none with errno, and `call` names what failed.
+// A device that is set up, addressed and up. Empty on failure, with errno and the name of the call in
+// `call`.
 Descriptor OpenDevice(const OpenRequest& request, const char*& call) {
     call = "/dev/net/tun";
     Descriptor made(open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC));
@@ -227,15 +231,15 @@ Descriptor OpenDevice(const OpenRequest& request, const char*& call) {
     };
     const auto address = [](Ipv4Address ip) { return sockaddr_in{AF_INET, 0, {ip.Memory()}, {}}; };
     const bool tap = request.kind == OpenKind::TapDevice;
-    // Its own (IFF_TUN_EXCL): one of that name that is there already would be somebody's.
+    // IFF_TUN_EXCL: a device of that name that exists already is somebody else's.
     const int make = (tap ? IFF_TAP : IFF_TUN) | IFF_NO_PI | IFF_TUN_EXCL;
-    // Those that the kernel gives such a device, as far as they can be set, and that it is up.
+    // The kernel's own flags of such a device, as far as they can be set, and IFF_UP.
     const int flags = IFF_UP | IFF_MULTICAST | (tap ? 0 : IFF_NOARP);
     if (!set(made, TUNSETIFF, "TUNSETIFF", static_cast<short>(make))) {
         return {};
     }
     LeaveOutIpv6(request.device);
-    // The guest is the one peer: the only route is that to itself.
+    // The guest is the one peer, so the only route is the one to it.
     const bool ready =
         set(inet, SIOCSIFADDR, "SIOCSIFADDR", address(Ipv4Address(request.hostEnd))) &&
         set(inet, SIOCSIFNETMASK, "SIOCSIFNETMASK", address(Ipv4Address(255, 255, 255, 255))) &&
@@ -247,7 +251,7 @@ Descriptor OpenDevice(const OpenRequest& request, const char*& call) {
     return ready ? std::move(made) : Descriptor();
 }
 
-// What was asked for, or none with what is to be answered.
+// What was asked for; empty with the reason in `answer`.
 Descriptor Serve(const std::optional<OpenRequest>& request, OpenAnswer& answer) {
     const auto fail = [&](int code, const char* call) {
         answer.error = code;

@@ -1,8 +1,8 @@
 // The ARP and RARP packet on Ethernet (RFC 826, RFC 903).
 //
-// ArpView reads and writes the 28 bytes in place, so that a request can be turned into its reply in
-// the buffer it came in. A view exists only over enough bytes: no accessor can fail. ArpPacket is a packet as
-// a value, to be emitted.
+// ArpView reads and writes the 28 bytes in place, so that a request can be turned into its reply in the
+// buffer it came in. A view exists only over enough bytes: no accessor can fail. ArpPacket is a value to be
+// emitted. Any thread.
 #pragma once
 
 #include <array>
@@ -41,7 +41,7 @@ public:
         return BasicArpView(payload.template first<kLength>());
     }
 
-    // The same, or nullopt if it is about other addresses than those of Ethernet and IPv4, too.
+    // The same; nullopt also if its addresses are not those of Ethernet and IPv4.
     static std::optional<BasicArpView> OverEthernetIpv4(std::span<Byte> payload) {
         const auto view = Over(payload);
         return view && view->IsEthernetIpv4() ? view : std::nullopt;

@@ -1,6 +1,6 @@
 // The Ethernet II header: 14 bytes, without preamble and frame check sequence (IEEE 802.3).
 //
-// EthernetView reads and writes the header in place; EthernetHeader is a header as a value, to be emitted.
+// EthernetView reads and writes the header in place; EthernetHeader is a value to be emitted.
 #pragma once
 
 #include <cstddef>
@@ -63,7 +63,8 @@ using ConstEthernetView = BasicEthernetView<const std::uint8_t>; // reads only
 // A VLAN tag (IEEE 802.1Q) stands between the two addresses and the type.
 inline constexpr std::size_t kVlanTagLength = 4;
 
-// Puts a tag into a frame: its two addresses stand in the last 12 bytes of `head` and move to the first 12.
+// Puts a tag into a frame, whose two addresses stand in the last 12 bytes of `head` and move to the first
+// 12. `type` (0x8100) and `control` (priority and VLAN identifier) are in host order.
 inline void InsertVlanTag(std::span<std::uint8_t, EthernetView::kEtherTypeOffset + kVlanTagLength> head,
                           std::uint16_t type, std::uint16_t control) {
     constexpr std::size_t kAddresses = EthernetView::kEtherTypeOffset;

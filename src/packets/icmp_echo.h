@@ -67,7 +67,7 @@ private:
 using IcmpEchoView = BasicIcmpEchoView<std::uint8_t>;
 using ConstIcmpEchoView = BasicIcmpEchoView<const std::uint8_t>; // reads only
 
-// Sets the checksum that is right for the rest of `message`, at least a header long.
+// Sets the checksum that is right for the rest of `message`, which must be at least a header long.
 inline void SealIcmp(std::span<std::uint8_t> message) {
     auto view = IcmpEchoView::Over(message);
     view->SetChecksum(0);

@@ -1,7 +1,7 @@
 // The IPv4 header without options (RFC 791).
 //
-// Ipv4View reads and writes the 20 bytes in place. It says nothing of the header's length field:
-// whoever accepts a packet checks that first. Ipv4Header is a header as a value, to be emitted.
+// Ipv4View reads and writes the 20 bytes in place. It says nothing of the header's length field: whoever
+// accepts a packet checks that first. Ipv4Header is a value to be emitted.
 #pragma once
 
 #include <cstdint>
@@ -51,9 +51,9 @@ public:
     Ipv4Address Source() const { return LoadIpv4<12>(m_bytes); }
     Ipv4Address Destination() const { return LoadIpv4<16>(m_bytes); }
 
-    // The flags byte and the low six bits of the byte behind it: what the guest takes for the mark
-    // of a fragment. Don't-Fragment counts among it, as does More-Fragments; the two highest bits of
-    // the second byte do not.
+    // The flags byte and the low six bits of the byte behind it: what the guest takes for the mark of a
+    // fragment. Don't-Fragment counts, as does More-Fragments; the two highest bits of the second byte do
+    // not.
     bool LooksFragmented() const { return m_bytes[6] != 0 || (m_bytes[7] & 0x3F) != 0; }
 
     // The fragment offset is not 0: what follows the header is not the beginning of a message.
@@ -98,7 +98,7 @@ private:
 using Ipv4View = BasicIpv4View<std::uint8_t>;
 using ConstIpv4View = BasicIpv4View<const std::uint8_t>; // reads only
 
-// True when `packet` begins as one of version 4, however short it is.
+// True if `packet` begins with version 4, however short it is.
 inline bool IsIpv4(std::span<const std::uint8_t> packet) {
     return !packet.empty() && packet[0] >> 4 == 4;
 }

@@ -1,10 +1,10 @@
-// To whom a reply may go: to another station, which there can be.
+// Which addresses a reply may go to: those of one other station.
 //
 // Whoever forges a request's sender chooses where its reply goes. A reply to a group of stations would
-// multiply his frames, and one to an address that no host has is of use to nobody (RFC 1122, section
-// 3.2.1.3; RFC 1812, section 5.3.7). The built-in libraries do not put such a reply on the wire, and the
-// guest does not count its request as answered; both look here. Nothing else is touched: what the guest
-// sends of its own accord may well be for a group.
+// multiply the frames, and one to an address that no host can have is useless (RFC 1122, section 3.2.1.3;
+// RFC 1812, section 5.3.7). The built-in libraries do not put such a reply on the wire, and the guest does
+// not count its request as answered; both ask here. Requests of the guest are not judged: they may well be
+// for a group.
 #pragma once
 
 #include <cstdint>
@@ -45,8 +45,8 @@ constexpr bool IsAnotherHost(Ipv4Address address, const ReplyScope& scope) {
     return !hasBoth || !within || ((address & hosts) != hosts && !(address & hosts).IsZero());
 }
 
-// Whom an ARP question may come from and its reply go to. Zero is the address of who probes for one that is
-// free (RFC 5227, section 2.1.1); the guest's own, of who has taken it or announces it.
+// An address that an ARP request may come from and its reply go to. Zero is the sender of an ARP probe (RFC
+// 5227, section 2.1.1), the guest's own that of a station in conflict with it.
 constexpr bool IsArpHost(Ipv4Address address, const ReplyScope& scope) {
     return address.IsZero() || address == scope.guestIp || IsAnotherHost(address, scope);
 }
@@ -61,7 +61,7 @@ inline bool IsEchoReply(std::span<const std::uint8_t> packet) {
     return header >= ConstIpv4View::kLength && packet.size() > header && packet[header] == kIcmpEchoReply;
 }
 
-// True when `frame` is an echo reply, an ARP reply or a RARP reply to nobody or to more than one.
+// True if `frame` is an echo reply, an ARP reply or a RARP reply to no station or to more than one.
 // `ethernet`: it begins with an Ethernet header; otherwise it is bare IPv4. Any bytes, any thread.
 inline bool IsReplyToNobody(std::span<const std::uint8_t> frame, bool ethernet, const ReplyScope& scope) {
     std::span<const std::uint8_t> packet = frame;

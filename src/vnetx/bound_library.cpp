@@ -71,12 +71,12 @@ public:
     const char* CopyrightString() override { return m_operations.copyrightString(); }
     std::wstring ModuleName() const override {
         const std::size_t slash = m_path.find_last_of(std::filesystem::path::preferred_separator);
-        return m_path.substr(slash + 1); // all of it when there is none
+        return m_path.substr(slash + 1); // the whole path if there is none
     }
     std::wstring ModulePath() const override { return m_path; }
 
 private:
-    // `result`, after the errno of a failure was taken from the library.
+    // Returns `result`; on failure takes over the errno that the library has set.
     std::int32_t Told(std::int32_t result, bool failed) const {
         if (failed) {
             m_module->TakeErrno();
@@ -121,9 +121,9 @@ std::unique_ptr<VnetxLibrary> BindVnetxLibrary(std::wstring_view name, std::wstr
     bind(operations.versionString, "vnetx32_version_string");
     bind(operations.copyrightString, "vnetx32_copyright_string");
     if (!missing.empty()) {
-        error = Sprintf(L"The interface library \"%s\" lacks these exports: %s. It is another library, or of "
-                        L"another version than this program needs.",
-                        *path, missing);
+        error = Sprintf(
+            L"The interface library \"%s\" lacks these exports: %s. It is another library, or of another version than this program needs.",
+            *path, missing);
         return nullptr;
     }
     return std::make_unique<BoundLibrary>(std::move(module), operations, *path);

@@ -7,8 +7,8 @@
 namespace vnxtest {
 namespace {
 
-// The Windows code that says the same as an errno value. Where errno is the last error too, what
-// is set here is overwritten at once.
+// The Windows error code for an errno value. On Linux the last error is errno, which Fail() sets right
+// after this.
 std::uint32_t SystemCode(int code) {
     switch (code) {
     case EBADF:

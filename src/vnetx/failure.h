@@ -1,4 +1,4 @@
-// How an operation of a built-in library fails: errno and the system's last error, both.
+// How an operation of a built-in library fails: it sets both errno and the system's last error.
 #pragma once
 
 #include <cstdint>

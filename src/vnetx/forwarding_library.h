@@ -1,4 +1,4 @@
-// A library that hands every operation to another one: what decorators are built on.
+// A library that forwards every operation to another one: the base of decorators.
 #pragma once
 
 #include "vnetx/library.h"

@@ -1,4 +1,4 @@
-// The seam: everything the program asks of the virtual interface library, as one object.
+// The seam: every operation of the virtual interface library that the program uses, as one object.
 //
 // Behind it stands either a shared library bound by name or one of the built-in libraries.
 // Decorators (trace, fault injection, capture) implement the same class around another one. The
@@ -33,38 +33,39 @@ public:
     virtual std::int32_t GetStats(std::int32_t handle, VnetxStatistics* record) = 0;
     virtual std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) = 0;
     virtual void BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip) = 0;
-    // The MAC address, in text, of the adapter the library uses by default; empty when it has none.
+    // The MAC address, in text, of the adapter the library uses by default; empty if it has none.
     virtual const char* GetDefaultIface() = 0;
-    // Non-zero when accepted. There is no end to it: the callback must be there as long as the library is. A
-    // built-in library takes null for an end; one from a file is never given it.
+    // Non-zero if accepted. The callback must live as long as the library. A built-in library takes null to
+    // end it; one from a file is never given null.
     virtual std::int32_t SetDebugOutputFunc(VnetxDebugOutput callback) = 0;
     virtual void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
                                 std::int32_t* build) = 0;
     virtual const char* VersionString() = 0;
     virtual const char* CopyrightString() = 0;
 
-    // How many frames for the open interface the driver has dropped unread, for its buffer was full. It is no
-    // operation of the contract: nullopt when the library does not tell.
+    // How many frames for the open interface the driver has dropped because its buffer was full. Not an
+    // operation of the contract: nullopt if the library does not tell.
     virtual std::optional<std::uint64_t> DroppedByDriver(std::int32_t) { return std::nullopt; }
 
     // What the report calls the library: the module's file name, or "built-in pcap" and the like.
     virtual std::wstring ModuleName() const = 0;
     // The file the library was bound from; empty for a built-in one.
     virtual std::wstring ModulePath() const = 0;
-    // Where "auto" took a built-in library because the package's is not installed: sentences that say so.
+    // If "auto" took a built-in library because the package's is not installed: sentences that say so; else
+    // empty.
     virtual std::wstring WhyNotThePackage() const { return {}; }
 };
 
-// The library that `--library` names: "auto", "pcap", "tun", "sim", "sim:loss=5,...", "Vnetx64UD.dll",
-// or the path of a shared library. On failure returns null and puts one or more whole sentences into
-// `error`: what is wrong (every missing export by name) and what to do next. Never falls back from
-// one library to another except as "auto" is documented to.
+// The library that `--library` names: "auto", "pcap", "tun", "sim", "sim:loss=5,...", "Vnetx64UD.dll", or
+// the path of a shared library. On failure returns null and puts one or more whole sentences into `error`:
+// what is wrong (every missing export by name) and what to do next. No library falls back to another except
+// as "auto" is documented to.
 std::unique_ptr<VnetxLibrary> OpenVnetxLibrary(std::wstring_view name, std::wstring& error);
 
-// `name` is "sim" or "sim:...": the LAN inside the process, which has an adapter of its own.
+// True if `name` is "sim" or "sim:...": the simulated LAN, which has an adapter of its own.
 bool IsSimulatedLan(std::wstring_view name);
 
-// `name` is that of a file, a shared library: it has a folder, or the ending of one.
+// True if `name` is the file name of a shared library: it has a folder, or the ending .so or .dll.
 bool IsLibraryFile(std::wstring_view name);
 
 } // namespace vnxtest

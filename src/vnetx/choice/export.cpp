@@ -1,8 +1,8 @@
 // The built-in libraries as a shared library that exports the contract of vnetx.h.
 //
-// Which of them it serves is named by the environment variable VNETX_LIBRARY ("pcap", "tun", "sim",
-// "sim:loss=5,..."), pcap when there is none. A name that is refused makes every vnetx32_open fail
-// with EINVAL, and the debug output function is told why.
+// The environment variable VNETX_LIBRARY names the one it serves ("pcap", "tun", "sim", "sim:loss=5,...");
+// without it, pcap. A name that is refused makes every vnetx32_open fail with EINVAL and sends the reason
+// to the debug output function.
 #include <cerrno>
 #include <cstdlib>
 #include <new>

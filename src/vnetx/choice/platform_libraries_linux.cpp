@@ -14,8 +14,7 @@ std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring&) {
 }
 
 std::wstring KnownLibraries() {
-    return L"Choose auto (which is pcap), pcap, tun, sim, sim:OPTIONS, or a shared library that exports the "
-           L"interface library's functions, by its path or by its file name ending in .so.";
+    return L"Choose auto (which is pcap), pcap, tun, sim, sim:OPTIONS, or a shared library that exports the interface library's functions, by its path or by its file name ending in .so.";
 }
 
 } // namespace vnxtest

@@ -26,17 +26,18 @@ private:
 
 } // namespace
 
-// The package's library where the package is installed. One that is there but cannot be used is an
-// error of its own, not a reason to take another.
+// The package's library if it is installed. One that is installed but cannot be loaded is an error; no
+// other takes its place.
 std::unique_ptr<VnetxLibrary> OpenAutoLibrary(std::wstring& error) {
     std::wstring places;
     if (FindSharedObject(kPackageLibrary, places)) {
         return BindVnetxLibrary(kPackageLibrary, error);
     }
     return std::make_unique<StandIn>(
-        MakePcapLibrary(), Sprintf(L"%s was not found in %s. The library pcap, which is built into this "
-                                   L"program, takes its place.",
-                                   std::wstring(kPackageLibrary), places));
+        MakePcapLibrary(),
+        Sprintf(
+            L"%s was not found in %s. The library pcap, which is built into this program, takes its place.",
+            std::wstring(kPackageLibrary), places));
 }
 
 std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring& error) {
@@ -45,10 +46,7 @@ std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring& error) {
 }
 
 std::wstring KnownLibraries() {
-    return L"Choose auto (which is Vnetx64UD.dll where it is installed, else pcap), pcap, sim, sim:OPTIONS, "
-           L"or a "
-           L"shared library that exports the interface library's functions, by its path or by its file name "
-           L"ending in .dll.";
+    return L"Choose auto (which is Vnetx64UD.dll where it is installed, else pcap), pcap, sim, sim:OPTIONS, or a shared library that exports the interface library's functions, by its path or by its file name ending in .dll.";
 }
 
 } // namespace vnxtest

@@ -35,10 +35,9 @@ void AdapterWatch::Look(const std::string& name, const DebugLines& debug) {
     }
     const auto compare = [&](const char* what, const std::string& before, const std::string& now) {
         if (before != now) {
-            debug.Tell(
-                fmt::format("** Interface {}: the adapter's {} was {} and is {} now; the guest goes on "
-                            "as it was started.",
-                            name, what, before, now));
+            debug.Tell(fmt::format(
+                "** Interface {}: the adapter's {} was {} and is {} now; the guest goes on as it was started.",
+                name, what, before, now));
         }
     };
     compare("state", StateOf(m_link), StateOf(link));

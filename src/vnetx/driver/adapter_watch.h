@@ -1,7 +1,7 @@
-// Notices when the adapter that an interface is bound to changes while the interface is open.
+// Detects changes of the adapter that an open interface is bound to.
 //
-// The guest goes on as it was started, with its own addresses; whoever has changed the adapter is told, in
-// one line for each thing that is different since the last look.
+// The guest goes on as it was started, with its own addresses. Each property that differs from the last
+// check is told in one line of the debug output.
 #pragma once
 
 #include <cstdint>
@@ -19,14 +19,14 @@ public:
     // `link` is the adapter as it is now.
     explicit AdapterWatch(const HostLink& link) : m_index(link.index), m_link(link) {}
 
-    // Compares, and tells what has changed for interface `name`. Any thread; while another thread looks, this
-    // one need not.
+    // Compares, and tells what has changed for interface `name`. Any thread; returns at once while another
+    // thread is in it.
     void Look(const std::string& name, const DebugLines& debug);
 
 private:
     const std::uint32_t m_index;
     std::mutex m_mutex;
-    std::optional<HostLink> m_link; // at the last look; nothing when it was gone
+    std::optional<HostLink> m_link; // at the last check; nullopt if it was gone
 };
 
 } // namespace vnxtest

@@ -59,7 +59,7 @@ std::int32_t BuiltinLibrary::Ioctl(std::int32_t handle, std::uint32_t request, v
     return pin ? pin->Ioctl(request, record) : Fail(EBADF);
 }
 
-// The addresses of the host's own adapters, asked without an open handle.
+// SIOCGARP and SIOCGRARP without an open handle: the host's own adapters.
 std::int32_t BuiltinLibrary::QueryAdapters(std::uint32_t request, void* record) {
     if (!IsNeighbourQuery(request)) {
         return Fail(EBADF);
@@ -106,7 +106,7 @@ void BuiltinLibrary::BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip
 }
 
 const char* BuiltinLibrary::GetDefaultIface() {
-    // Of the thread, so that a caller's text is not changed under it by another's call.
+    // Thread-local, so that a call on another thread does not change the text that a caller holds.
     static thread_local std::string text;
     const auto link = DefaultHostLink();
     text = link ? ToNarrow(FormatMACAddr(link->mac)) : std::string();

@@ -1,5 +1,5 @@
-// What every built-in library does the same way: its handles, its version, the pure functions and
-// the questions about the host's own adapters that need no open handle.
+// What all built-in libraries share: handles, version, pure functions, and the queries about the host's own
+// adapters that need no open handle. The operations may run on any thread, as library.h says.
 #pragma once
 
 #include <atomic>
@@ -42,9 +42,9 @@ public:
     std::wstring ModulePath() const override { return {}; }
 
 protected:
-    // What a reader of the next interface waits at; null with errno set.
+    // The gate of the next interface's reader; null with errno set.
     virtual std::unique_ptr<ReaderGate> MakeGate(bool socketNotify) { return ReaderGate::Make(socketNotify); }
-    // The driver of an interface of the host adapter `name`; none with errno set. `state` outlives it.
+    // The driver of an interface of the host adapter `name`; null with errno set. `state` outlives it.
     virtual DriverParts MakeDriver(std::string_view name, InterfaceState& state) = 0;
     // The host's own adapters, for questions without an open handle.
     virtual Neighbourhood& Adapters();

@@ -11,7 +11,7 @@
 
 namespace vnxtest {
 
-// The lines of one interface. Any thread; lines are whole, each call hands one text over.
+// The lines of one interface. Any thread; each call hands one text of whole lines to the callback.
 class DebugLines {
 public:
     // `sink` is the library's registered callback; it must outlive this object.
@@ -21,17 +21,17 @@ public:
     void SetFlags(std::uint32_t flags) { m_flags.store(flags, std::memory_order_relaxed); }
     bool IsOn(std::uint32_t flag) const { return (m_flags.load(std::memory_order_relaxed) & flag) != 0; }
 
-    // A whole line that is for everybody, whatever is asked for.
+    // A whole line, whatever flags are in force.
     void Tell(const std::string& line) const { Put(line + "\n"); }
-    // Why `what` could not be opened, in whole sentences, for everybody.
+    // Why `what` could not be opened, in whole sentences, whatever flags are in force.
     void TellRefusal(const std::string& what, const std::string& why) const {
         Tell("** " + what + " may not be opened by this program itself. " + why);
     }
-    // One line with an old and a new value of a setting, when those are asked for.
+    // One line with the old and the new value of a setting, if the flags ask for it.
     void Change(std::string_view interfaceName, std::string_view setting, std::string_view oldValue,
                 std::string_view newValue) const;
-    // A packet read or written, when its kind is asked for; with its bytes when those are too.
-    // `ethernet` tells whether it starts with an Ethernet header or is bare IPv4.
+    // A packet read or written, if the flags ask for its kind, with its bytes if they ask for those.
+    // `ethernet`: it starts with an Ethernet header; otherwise it is bare IPv4.
     void PacketRead(std::string_view interfaceName, std::span<const std::uint8_t> packet,
                     bool ethernet) const {
         if (m_flags.load(std::memory_order_relaxed) != 0) {

@@ -1,7 +1,7 @@
 // What an interface exchanges frames with: the part that differs from one built-in library to another.
 //
-// A driver takes and writes frames and knows when they can flow. Whom it knows on its network and what its
-// adapter is are asked of two small interfaces of their own, by requests and never on the data road.
+// A driver takes and writes frames and knows whether they can flow. Its neighbours and the facts of its
+// adapter are two small interfaces of their own, which only requests use, never the data path.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ namespace vnxtest {
 // The buffer that the program reads into; a longer frame is ignored.
 inline constexpr std::uint32_t kFullReadSize = 65535;
 
-// What an interface and its driver share: what was asked for, what was counted, where its reader waits.
+// What an interface and its driver share: settings, counters, and the gate where the reader waits.
 struct InterfaceState {
     InterfaceState(std::unique_ptr<ReaderGate> readerGate, bool notifies,
                    const std::atomic<VnetxDebugOutput>& debugSink)
@@ -35,31 +35,31 @@ struct InterfaceState {
     DebugLines debug;
 };
 
-// Those that return int return 0 or an errno value. Requests come one at a time.
+// Functions with an int return 0 or an errno value. Attach() and SetUp() are serialised by the lock of the
+// requests.
 class Driver {
 public:
     virtual ~Driver() = default;
     Driver(const Driver&) = delete;
     Driver& operator=(const Driver&) = delete;
 
-    // Becomes the TUN or TAP interface that it will be, and says its name.
+    // Fixes the mode, once, and gives the interface's name.
     virtual int Attach(InterfaceMode mode, std::string& name) = 0;
-    // Begins to exchange frames with the settings as they are, for the first time or again, or ends it. No
-    // read is running. Ending does not fail.
+    // Starts the exchange of frames with the current settings, for the first time or again, or stops it.
+    // Under the reading lock; stopping does not fail.
     virtual int SetUp(bool up) = 0;
-    // 0 while frames can flow; ENETDOWN, ENODEV when the adapter went down or away. Any thread.
+    // 0 while frames can flow; ENETDOWN, ENODEV if the adapter went down or away. Any thread.
     virtual int Health() = 0;
 
-    // Takes one frame for the program: its length, 0 when there is none now, negative with errno.
-    // Under the reading lock.
+    // Takes one frame for the program without waiting: its length, 0 if there is none, -1 with errno. Under
+    // the reading lock.
     virtual std::int32_t TakeFrame(std::span<std::uint8_t> buffer) = 0;
-    // What a reader waits on while there is none.
+    // The object that becomes ready when there is one.
     virtual WaitObject FrameWaitObject() const = 0;
-    // Does what has come due (under the reading lock) and returns the milliseconds until there is
-    // something to do again, or a negative number.
+    // Does what has come due, under the reading lock. The milliseconds until the next time, negative if
+    // there is none.
     virtual int DoTimedWork() { return -1; }
-    // Writes one frame: its length, or -1 with errno. Counts what it does but for the call itself. Any
-    // thread.
+    // Writes one frame: its length, or -1 with errno. Counts everything but the call itself. Any thread.
     virtual std::int32_t WriteFrame(std::span<const std::uint8_t> frame) = 0;
 
 protected:
@@ -75,7 +75,7 @@ private:
     InterfaceState& m_state;
 };
 
-// The neighbour queries; zero when there is no answer within their bounds. Any thread.
+// The neighbour queries; a zero address if there is no answer in time. Any thread.
 class Neighbourhood {
 public:
     virtual ~Neighbourhood() = default;
@@ -83,11 +83,11 @@ public:
     virtual Ipv4Address FindIp(MacAddress mac) = 0;
 };
 
-// What is asked of the adapter beside frames. Any thread.
+// Facts of the adapter that requests ask for. Any thread.
 class LinkFacts {
 public:
     virtual ~LinkFacts() = default;
-    // The host's address of the link when none was set.
+    // The host's address on the link if none was set.
     virtual std::optional<Ipv4Address> Address() = 0;
     // The largest MTU that can be set now.
     virtual std::uint32_t MaximumMtu() const = 0;
@@ -95,7 +95,7 @@ public:
     virtual std::optional<std::uint64_t> Dropped() = 0;
 };
 
-// A driver with the two beside it, which are parts of it.
+// A driver, and the two interfaces that are parts of it.
 struct DriverParts {
     std::unique_ptr<Driver> driver; // null with errno set: it could not be made
     Neighbourhood* neighbours = nullptr;

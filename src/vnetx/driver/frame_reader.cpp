@@ -9,7 +9,7 @@
 namespace vnxtest {
 namespace {
 
-// A waiting read looks at the adapter's health at least so often.
+// A waiting read checks the adapter's health at least this often.
 constexpr int kHealthIntervalMs = 250;
 constexpr auto kLeastHealthInterval = std::chrono::milliseconds(100);
 
@@ -19,7 +19,7 @@ int MillisecondsSince(PollPolicy::Clock::time_point start) {
         std::chrono::duration_cast<std::chrono::milliseconds>(PollPolicy::Clock::now() - start).count()));
 }
 
-// The shorter of two waits, where a negative one has no limit.
+// The shorter of two waits; a negative one has no limit.
 int ShorterWait(int left, int right) {
     if (left < 0 || right < 0) {
         return std::max(left, right);
@@ -57,7 +57,7 @@ std::int32_t FrameReader::Read(std::span<std::uint8_t> buffer) {
     return result;
 }
 
-// Not at the end of every burst: asking costs more than an echo does.
+// Rate-limited: the query costs more than an echo.
 int FrameReader::HealthOnceInAWhile(Clock::time_point now) {
     if (now - m_lastHealthCheck < kLeastHealthInterval) {
         return 0;
@@ -136,7 +136,7 @@ std::int32_t FrameReader::Block(std::span<std::uint8_t> buffer, Clock::time_poin
     return 0;
 }
 
-// Milliseconds until the read, the adapter's health or the driver wants a look.
+// Milliseconds until the read's time-out, the health check or the driver's timed work is due.
 int FrameReader::NextWait(Clock::time_point start, std::uint32_t timeout) {
     const int left = timeout == 0 ? kHealthIntervalMs : static_cast<int>(timeout) - MillisecondsSince(start);
     return ShorterWait(ShorterWait(std::max(left, 0), kHealthIntervalMs), m_driver.DoTimedWork());

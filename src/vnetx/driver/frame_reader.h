@@ -17,9 +17,10 @@ public:
     // Both outlive it.
     FrameReader(InterfaceState& state, Driver& driver) : m_state(state), m_driver(driver) {}
 
-    // The next frame: its length, 0 when none came in time, -1 with errno. Any thread.
+    // The next frame: its length, 0 if none came in time, -1 with errno. Any thread; further readers wait
+    // for the lock.
     std::int32_t Read(std::span<std::uint8_t> buffer);
-    // Asks the reader out of its wait and keeps readers away while the lock is held.
+    // Makes a waiting reader return and keeps readers out while the lock is held. Any thread.
     std::unique_lock<std::mutex> Pause();
 
 private:

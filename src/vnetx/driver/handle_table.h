@@ -1,8 +1,7 @@
 // The open handles of a built-in library.
 //
-// Looking a handle up takes no lock: a slot is pinned while an operation runs on it, and closing
-// waits until nobody holds it any more, so that closing on one thread never pulls an interface away
-// under another thread's read or write.
+// A look-up takes no lock: it pins the slot while an operation runs on it. Closing waits until no pin is
+// left, so that it never frees an interface under another thread's read or write.
 #pragma once
 
 #include <array>
@@ -27,7 +26,7 @@ class HandleTable {
 public:
     static constexpr std::size_t kCapacity = 64;
 
-    // Holds one interface for the length of an operation; empty when the handle is not open.
+    // Pins one interface for the length of an operation; empty if the handle is not open.
     class Pin {
     public:
         Pin() = default;
@@ -49,7 +48,7 @@ public:
     HandleTable() = default;
     ~HandleTable() = default;
 
-    // Takes `object` in under `handle` (0 or more, not in use). False when the table is full.
+    // Stores `object` under `handle` (0 or more, not in use). False if the table is full. Any thread.
     bool Insert(std::int32_t handle, std::unique_ptr<Interface> object) {
         for (Slot& slot : m_slots) {
             std::int32_t expected = kFree;
@@ -70,8 +69,8 @@ public:
             if (slot.handle.load(std::memory_order_relaxed) != handle) {
                 continue;
             }
-            // First the pin, then the second look: whoever closes marks the slot first and looks at
-            // the pins second, so that one of the two always sees the other.
+            // The pin comes before the second look-up; Remove() marks the slot before it reads the pins.
+            // Either this thread sees the mark or Remove() sees the pin.
             slot.users.fetch_add(1);
             if (slot.handle.load() == handle) {
                 return Pin(&slot);
@@ -81,8 +80,9 @@ public:
         return Pin();
     }
 
-    // Takes the interface of `handle` out, interrupts what runs on it and waits for its end. Null
-    // when the handle is not open. Not from within an operation on the same handle.
+    // Removes the interface of `handle`, interrupts the operations on it and waits for their end. Null if
+    // the handle is not open. Any thread, but not from within an operation on the same handle: it would
+    // wait for itself.
     std::unique_ptr<Interface> Remove(std::int32_t handle) {
         if (handle < 0) {
             return nullptr;

@@ -1,7 +1,7 @@
-// What was asked for of an open interface: values, and what follows from them.
+// The settings of an open interface, and what follows from them.
 //
-// The data road reads them while a request sets them, so each is an atomic: reading and writing frames
-// share no lock with each other or with a request.
+// Frames are read and written while a request sets them, so each is an atomic: reading, writing and
+// requests share no lock for them.
 #pragma once
 
 #include <atomic>

@@ -1,8 +1,8 @@
 // The handle of an interface in socket-notify mode: a real socket that select() and poll() find
 // readable while frames wait.
 //
-// The program waits for the socket, reads until nothing is left, and ends a wait by shutting the
-// socket down (or, on Windows, closing it). The library's side of the pair stays here.
+// The program waits for the socket, reads until no frame is left, and ends a wait by shutting the socket
+// down (Linux) or closing it (Windows). The library's end of the pair stays here.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ public:
     void Raise();
     void Lower();
 
-    // True once the program has shut its socket down or closed it: nobody waits any more.
+    // True once the program has shut its socket down or closed it.
     bool IsShutDown() const;
 
 private:
@@ -37,7 +37,7 @@ private:
 
     std::int32_t m_program;
     std::intptr_t m_library;
-    // Tells the program's socket from a later one with the same number, where closing it is the wake-up.
+    // Windows: tells the program's socket from a later one with the same number.
     [[maybe_unused]] std::uint64_t m_identity;
 };
 

@@ -17,7 +17,7 @@ bool StartWinsock() {
     return started;
 }
 
-// The local port of a socket, or 0 when it is none (any more).
+// The local port of a socket, or 0 if it is none (any more).
 std::uint64_t LocalPort(SOCKET socket) {
     sockaddr_in name{};
     int length = sizeof name;
@@ -69,7 +69,7 @@ std::unique_ptr<NotifySocket> NotifySocket::Create() {
         connect(program.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
         return nullptr;
     }
-    // Whoever else may have connected to the listener meanwhile is not taken for our own end.
+    // Another process may have connected to the listener meanwhile: accept only our own end.
     sockaddr_in peer{};
     int peerLength = sizeof peer;
     SocketHolder library(accept(listener.Get(), reinterpret_cast<sockaddr*>(&peer), &peerLength));

@@ -1,9 +1,9 @@
-// When a reader polls and when it blocks.
+// When a reader spins and when it blocks.
 //
-// Waking a blocked thread costs more than a whole echo. While frames follow each other closely the
-// reader therefore keeps looking for the length of kBudget before it blocks; as soon as polling
-// would not have caught the last frame it blocks at once, so that an idle interface, or one with a
-// frame now and then, costs no processor time.
+// Waking a blocked thread costs more than a whole echo. While frames follow each other closely the reader
+// therefore spins for kBudget before it blocks. Once a frame has come later than that it blocks at once, so
+// that an idle interface, or one with a frame now and then, costs no processor time. For one thread at a
+// time.
 #pragma once
 
 #include <chrono>
@@ -14,13 +14,13 @@ class PollPolicy {
 public:
     using Clock = std::chrono::steady_clock;
     static constexpr auto kBudget = std::chrono::microseconds(60);
-    // So many frames in a row must have come within the budget before polling begins.
+    // Frames in a row that must have come within the budget before spinning begins.
     static constexpr int kEnough = 4;
 
-    // How long to poll from the moment nothing was found.
+    // How long to spin once there was no frame.
     Clock::duration Budget() const { return m_closeFrames >= kEnough ? kBudget : Clock::duration::zero(); }
 
-    // A frame came `waited` after nothing was found.
+    // A frame came `waited` after that.
     void FrameAfter(Clock::duration waited) {
         if (waited > kBudget) {
             m_closeFrames = 0;
@@ -31,8 +31,8 @@ public:
     // No frame came at all.
     void NoFrame() { m_closeFrames = 0; }
 
-    // For a reader that waits elsewhere: nothing was found at `since` and the read ends; and: the
-    // first frame after such a pause was found.
+    // For a reader that waits elsewhere: the read ends, there having been no frame at `since`; and its
+    // first frame after that.
     void PauseBegins(Clock::time_point since) {
         m_emptySince = since;
         m_paused = true;

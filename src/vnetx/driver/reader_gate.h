@@ -1,10 +1,10 @@
 // Where a reader waits: the handle's number, the wake-up, and in socket-notify mode the socket.
 //
-// In normal mode a read waits here, on the driver's own wait object and on a wake-up of ours. In
-// socket-notify mode the handle is one end of a connected pair of sockets: a thread of the gate
-// waits on the driver instead and makes the socket readable; a read that finds nothing more makes it
-// unreadable again. Shutting the handle down (Linux) or closing it (Windows) wakes the waiter for
-// good. Handles are unique over both modes.
+// In normal mode a read waits here, on the driver's wait object and on a wake-up event. In socket-notify
+// mode the handle is one end of a connected pair of sockets: a thread of the gate waits on the driver and
+// makes the socket readable; a read that finds no more frames makes it unreadable again. Shutting the
+// handle down (Linux) or closing it (Windows) wakes the waiter for good. Handles are unique over both
+// modes.
 #pragma once
 
 #include <cstdint>
@@ -27,24 +27,24 @@ public:
     // The number that the program gets as its handle.
     virtual std::int32_t Handle() const = 0;
 
-    // Normal mode, one thread at a time: waits until `object` has something, Wake() is called, or
-    // `milliseconds` (negative: no limit) have passed. Failed: errno is the driver's own error.
+    // Normal mode, one thread at a time: waits until `object` is ready, Wake() is called, or `milliseconds`
+    // (negative: no limit) have passed. Failed: errno is set, on Linux to the object's own error.
     virtual WaitResult Wait(WaitObject object, int milliseconds) = 0;
-    // Ends the current or the next Wait(). Any thread.
+    // Normal mode: ends the current or the next Wait(). Any thread.
     virtual void Wake() = 0;
     // Like Wake(), but for good.
     virtual void Interrupt() = 0;
     // True after Interrupt(), and in socket-notify mode once the program has shut the socket down.
     virtual bool IsInterrupted() const = 0;
 
-    // Socket-notify mode: begins to watch `object`. About four times a second `health` is asked, on
-    // a thread of the gate: what it returns other than 0 makes the socket readable. Returns 0 or an
-    // errno value. Does nothing in normal mode.
+    // Socket-notify mode: starts the gate's thread, which waits on `object`. After each 250 ms without a
+    // frame it calls `health`; a result other than 0 makes the socket readable. Returns 0 or an errno
+    // value. Nothing in normal mode.
     virtual int Watch(WaitObject object, std::function<int()> health) = 0;
-    // Socket-notify mode, before a read returns 0: the socket becomes unreadable until there is
-    // something again; what came in between makes it readable at once. Nothing in normal mode.
+    // Socket-notify mode, before a read returns 0: the socket becomes unreadable until there is a frame;
+    // one that came in between makes it readable at once. Nothing in normal mode.
     virtual void Rearm() = 0;
-    // Ends the watching and waits for the gate's thread: before the driver's object goes away.
+    // Ends the gate's thread and joins it; called before the driver's wait object goes away.
     virtual void StopWatching() = 0;
 };
 

@@ -23,7 +23,7 @@ constexpr int kHealthIntervalMs = 250;
 
 void RaiseEvent(int event) {
     const std::uint64_t one = 1;
-    // A counter at its limit is raised already; nothing else can fail here.
+    // EAGAIN: the counter is at its limit, so the event is raised already. Nothing else can fail.
     [[maybe_unused]] const ssize_t written = write(event, &one, sizeof one);
 }
 
@@ -32,7 +32,7 @@ void ClearEvent(int event) {
     [[maybe_unused]] const ssize_t got = read(event, &count, sizeof count);
 }
 
-// What a wait object in error suffers from.
+// The pending error of a wait object.
 int ErrorOf(int descriptor) {
     int code = 0;
     socklen_t size = sizeof code;
@@ -143,8 +143,8 @@ private:
         return epoll_ctl(m_epoll.Get(), operation, descriptor, &event) == 0;
     }
 
-    // The byte first, the flag second: a reader in between leaves the byte where it is and is woken
-    // once more, instead of taking back a byte that is yet to come.
+    // The byte first, the flag second: a Rearm() in between leaves the byte, and the reader is woken once
+    // more. The other order would take back a byte that is not there yet.
     void Signal() {
         if (!m_signalled.load()) {
             m_socket->Raise();
@@ -166,7 +166,7 @@ private:
             } else if (event.data.fd == m_object) {
                 Signal();
             } else {
-                // Told to stop, or the program has shut its end down: it reads nothing any more.
+                // Told to stop, or the program has shut its end down.
                 m_interrupted.store(true);
                 return;
             }

@@ -133,8 +133,8 @@ public:
     }
 
 private:
-    // The byte first, the flag second: a reader in between leaves the byte where it is and is woken
-    // once more, instead of taking back a byte that is yet to come.
+    // The byte first, the flag second: a Rearm() in between leaves the byte, and the reader is woken once
+    // more. The other order would take back a byte that is not there yet.
     void Signal() {
         if (!m_signalled.load()) {
             m_socket->Raise();
@@ -142,7 +142,7 @@ private:
         }
     }
 
-    // While the socket is readable the driver is left alone: its reader takes the frames.
+    // While the socket is readable the driver's event is not waited for: the reader takes the frames.
     void Run() {
         for (;;) {
             const HANDLE objects[] = {m_stop.Get(), m_closed.Get(),
@@ -159,7 +159,7 @@ private:
                 }
                 break;
             default:
-                // Told to stop, or the program has closed its end: it reads nothing any more.
+                // Told to stop, or the program has closed its end.
                 m_interrupted.store(true);
                 return;
             }

@@ -1,10 +1,10 @@
-// What a thread of the program has read last: how a library knows who must not be made to wait, and
-// whom he is about to answer.
+// The last frame that a thread of the program has read: which threads must not wait, and the station that
+// such a thread is about to answer.
 //
-// A thread that reads frames answers them, too. While it waited for a neighbour's MAC, everybody
-// else's frames would wait with it, so a library never lets it. What it most often asks for it has
-// just been given: the sender's addresses stand in the frame. They are good for the answer to that one
-// frame and are kept nowhere else, so that a forged frame misleads nobody but its own answer.
+// A thread that reads frames answers them, too. If it waited for a neighbour's MAC, all other frames would
+// wait with it, so a library never makes it wait. The MAC that it needs most often has just come: the
+// sender's, in the frame. It is used for the answer to that one frame and kept nowhere else, so that a
+// forged frame misdirects its own answer only.
 #pragma once
 
 #include <cstdint>
@@ -14,22 +14,21 @@
 
 namespace vnxtest {
 
-// Of the calling thread, each of them. Any thread.
+// Thread-local state of the calling thread. Any thread; no lock.
 namespace reading_thread {
 
-// A number for an open interface that none had before it.
+// A number for an open interface, never given before.
 std::uint64_t NewReader();
 
-// This thread begins to read from interface `reader`; what it read before is answered by now.
+// This thread begins to read from interface `reader`; the sender of its last frame is forgotten.
 void Begin(std::uint64_t reader);
-// The frame that is handed out now is IPv4 and came from this station. A MAC that is no single
-// station's is not taken.
+// The frame that is handed out now is IPv4 and came from this station. A zero or group MAC is ignored.
 void NoteSender(Ipv4Address address, MacAddress mac);
 
-// True when this thread has ever read: it must not wait.
+// True if this thread has ever read: it must not wait.
 bool IsOne();
-// The MAC from which the last frame came that this thread read from interface `reader`, when
-// `address` was its sender.
+// The source MAC of this thread's last frame, if it was read from interface `reader` and sent by `address`;
+// else nullopt.
 std::optional<MacAddress> SenderOf(std::uint64_t reader, Ipv4Address address);
 
 } // namespace reading_thread

@@ -30,7 +30,7 @@ bool IsContiguousMask(Ipv4Address mask) {
     return (hostPart & (hostPart + 1)) == 0;
 }
 
-// Frames carry no packet information before them, so the caller has to know it.
+// None unless VNETX_IFF_NO_PI is set: frames carry no packet information header.
 InterfaceMode ModeOf(std::uint16_t flags) {
     return flags == (VNETX_IFF_TAP | VNETX_IFF_NO_PI)   ? InterfaceMode::Tap
            : flags == (VNETX_IFF_TUN | VNETX_IFF_NO_PI) ? InterfaceMode::Tun
@@ -65,10 +65,10 @@ struct InterfaceRequests::Row {
 
     std::uint32_t code;
     std::string_view name; // in the debug output
-    bool byName;           // speaks to an interface by its name; the others make one
+    bool byName;           // addresses an interface by its name
     int (InterfaceRequests::*carry)(const Row&, VnetxInterfaceRequest&);
-    Address address = nullptr; // what SetAddress and SetMask set
-    Number number = nullptr;   // what the others of a number set
+    Address address = nullptr; // for SetAddress and SetMask
+    Number number = nullptr;   // for SetNumber, SetBuffer and SetMtu
     std::uint32_t most = 0;    // the greatest such number
 };
 
@@ -149,7 +149,7 @@ int InterfaceRequests::SetFlags(const Row& row, VnetxInterfaceRequest& record) {
     } else if (!up && m_settings.IsUp()) {
         TakeDown();
     }
-    // With debugging coming on or staying on, the change itself is a line.
+    // The change of the flags is itself a line while debugging is on before or after it.
     m_state.debug.SetFlags(((flags | m_flags) & VNETX_IFF_DEBUG) != 0 ? m_debugFlags : 0);
     Tell(row, fmt::format("0x{:04X}", m_flags), fmt::format("0x{:04X}", flags));
     m_state.debug.SetFlags((flags & VNETX_IFF_DEBUG) != 0 ? m_debugFlags : 0);
@@ -158,7 +158,7 @@ int InterfaceRequests::SetFlags(const Row& row, VnetxInterfaceRequest& record) {
 }
 
 int InterfaceRequests::BringUp() {
-    const auto reading = m_reader.Pause(); // so that the driver can be changed under the reader's feet
+    const auto reading = m_reader.Pause(); // the driver changes under the reading lock
     if (const int code = m_driver.SetUp(true); code != 0) {
         return code;
     }

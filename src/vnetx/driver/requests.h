@@ -1,4 +1,5 @@
-// The requests of the contract to an open interface: one table says what each of them sets, and its name.
+// The requests of the contract to an open interface: one table with the code, the name and the setting of
+// each.
 #pragma once
 
 #include <cstdint>
@@ -19,11 +20,11 @@ constexpr bool IsNeighbourQuery(std::uint32_t request) {
 
 class InterfaceRequests {
 public:
-    // All of them outlive it.
+    // All arguments outlive it.
     InterfaceRequests(InterfaceState& state, Driver& driver, LinkFacts& facts, FrameReader& reader)
         : m_state(state), m_settings(state.settings), m_driver(driver), m_facts(facts), m_reader(reader) {}
 
-    // Any other request: 0 or an errno value. Any thread; one at a time.
+    // Any other request: 0 or an errno value. Any thread; a lock serialises them.
     int Carry(std::uint32_t request, VnetxInterfaceRequest& record);
 
 private:

@@ -19,7 +19,7 @@ std::int32_t VirtualInterface::Ioctl(std::uint32_t request, void* record) {
     if (!record) {
         return Fail(EINVAL);
     }
-    // A neighbour query is not one of the requests that come one at a time: an exchange may take its time.
+    // A neighbour query does not take the lock of the requests: an ARP exchange may take 150 ms.
     const int code =
         IsNeighbourQuery(request)
             ? AnswerNeighbourQuery(*m_parts.neighbours, request, *static_cast<VnetxArpRequest*>(record))

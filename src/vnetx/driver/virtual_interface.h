@@ -1,7 +1,7 @@
 // One open handle of a built-in library: its state, its driver, and the operations of the contract on them.
 //
-// Requests (requests.h) set what was asked for, the reading side (frame_reader.h) waits and takes frames; a
-// driver (driver.h) is what differs from one library to another.
+// Requests (requests.h) change the settings, the reading side (frame_reader.h) waits and takes frames, and
+// a driver (driver.h) is what differs from one library to another.
 #pragma once
 
 #include <cstdint>

@@ -9,7 +9,7 @@
 namespace vnxtest {
 namespace {
 
-// All adapters that `match`; none with errno ENODEV, or with the error when the system does not tell.
+// All adapters that match; if none does, empty with errno ENODEV, or with the error of the query.
 template <typename Matches>
 std::vector<HostLink> FindAll(Matches matches) {
     errno = 0;
@@ -22,7 +22,7 @@ std::vector<HostLink> FindAll(Matches matches) {
     return links;
 }
 
-// The first adapter that `matches`, those that are up before the others.
+// The first adapter that matches, those that are up before the others.
 template <typename Matches>
 std::optional<HostLink> Find(Matches matches) {
     std::vector<HostLink> links = FindAll(matches);
@@ -30,7 +30,7 @@ std::optional<HostLink> Find(Matches matches) {
     return links.empty() ? std::nullopt : std::optional(std::move(up != links.end() ? *up : links.front()));
 }
 
-// The one that is meant by the MAC address that all of them have.
+// Of adapters with one MAC address, the one that it stands for.
 HostLink TakeMeant(std::vector<HostLink> links) {
     if (links.size() == 1) {
         return std::move(links.front());

@@ -1,5 +1,5 @@
-// The host's own network adapters as a built-in library needs them: what to capture on, whose
-// address is whose, and where a packet's next hop is.
+// The host's own network adapters as a built-in library needs them: what to capture on, their addresses,
+// and the next hop of a packet.
 //
 // Everything is asked of the system at the call and nothing is kept, so that a change of an
 // address, a route or an adapter is seen by the next call. Any thread.
@@ -22,43 +22,43 @@ struct HostLinkAddress {
 struct HostLink {
     std::string captureName; // what libpcap opens
     std::uint32_t index = 0; // the system's number of the adapter, not 0
-    MacAddress mac;          // zero when it has none
+    MacAddress mac;          // zero if it has none
     std::uint32_t mtu = 0;
     bool up = false;
-    bool carrier = false; // up, and a cable or the like is there
+    bool carrier = false; // up, and the link is
     bool loopback = false;
     std::vector<HostLinkAddress> addresses; // IPv4, the primary one first
 };
 
-// All adapters; empty with errno set when the system does not tell.
+// All adapters; empty with errno set if the query fails.
 std::vector<HostLink> ListHostLinks();
 
-// The adapter that has the address; one that is up before one that is down. Nothing with errno
-// ENODEV when there is none, or with the error when the system does not tell. Of several adapters with one
-// MAC address it is the one that is meant by it (wrenlib/adapter_rank.h).
+// The adapter that has the address; one that is up before one that is down. Nullopt with errno ENODEV if
+// there is none, or with the error of the query. Of several adapters with one MAC address, the first by
+// wrenlib/adapter_rank.h.
 std::optional<HostLink> FindHostLink(Ipv4Address address);
 std::optional<HostLink> FindHostLink(MacAddress mac);
 std::optional<HostLink> FindHostLinkByIndex(std::uint32_t index);
 // The adapter that a library handle is opened by: `name` is a dotted IPv4 address or a MAC address.
 std::optional<HostLink> FindHostLinkByText(std::string_view name);
 
-// The adapter of the host's best default route; without one the first adapter that is up, has a MAC
-// and an IPv4 address. Nothing when there is none.
+// The adapter of the host's best default route; without one the first adapter that is up, has a MAC and an
+// IPv4 address. Nullopt if there is none.
 std::optional<HostLink> DefaultHostLink();
 
-// 0 when the adapter is there and up, else ENODEV or ENETDOWN.
+// ENODEV if the adapter is gone, ENETDOWN if it is down; else 0, also if the query fails.
 int HostLinkHealth(std::uint32_t index);
 
-// False when the adapter is there and up, but has no carrier: what is sent is lost.
+// False if the adapter is up but has no carrier: frames sent are lost.
 bool HostLinkHasCarrier(std::uint32_t index);
 
-// The gateway to which the host's routes of adapter `index` send a packet for `destination`;
-// nothing when the destination is reached directly or the adapter has no route to it.
+// The gateway to which the host's routes of adapter `index` send a packet for `destination`; nullopt if the
+// destination is on the link or the adapter has no route to it.
 std::optional<Ipv4Address> GatewayTowards(std::uint32_t index, Ipv4Address destination);
 
-// What the platforms supply besides: the number of the adapter with the best default route, or 0.
+// Supplied by each platform: the number of the adapter with the best default route, or 0.
 std::uint32_t DefaultRouteLinkIndex();
-// And whether the adapter is a port of a bridge or a bond.
+// Likewise: whether the adapter is a port of a bridge or a bond.
 bool IsPortOfAnother(std::uint32_t index);
 
 } // namespace vnxtest

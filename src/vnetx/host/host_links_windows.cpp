@@ -52,7 +52,7 @@ template <typename Visit>
 void ForEachAdapter(const Visit& visit) {
     constexpr ULONG kFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST | GAA_FLAG_SKIP_DNS_SERVER;
     ULONG size = 16 * 1024;
-    // The adapters may become more between the question for the size and the answer.
+    // The list may grow between the query for its size and the query for its content.
     for (int attempt = 0; attempt < 5; ++attempt) {
         const auto buffer = std::make_unique<std::uint64_t[]>(size / sizeof(std::uint64_t) + 1);
         auto* adapters = reinterpret_cast<IP_ADAPTER_ADDRESSES*>(buffer.get());
@@ -104,7 +104,7 @@ std::uint32_t DefaultRouteLinkIndex() {
     return index;
 }
 
-// What is bound to a bridge or a team has no address family of its own here and is not listed.
+// False: an adapter bound to a bridge or a team has no IPv4 of its own and is not listed here.
 bool IsPortOfAnother(std::uint32_t) {
     return false;
 }

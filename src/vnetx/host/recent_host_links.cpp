@@ -9,7 +9,7 @@ constexpr auto kLifetime = std::chrono::seconds(1);
 
 } // namespace
 
-// The first adapter that `matches`, those that are up before the others.
+// The first adapter that matches, those that are up before the others.
 template <typename Matches>
 std::optional<HostLink> RecentHostLinks::FindWhere(Matches matches) {
     const std::lock_guard lock(m_mutex);

@@ -1,7 +1,7 @@
 // The host's adapters as they were within the last second.
 //
-// Asking the system takes as long as answering many frames does; what is asked for every frame of a
-// stranger's is asked of this. A change on the host is seen a second later at most. Any thread.
+// A query of the system takes as long as many echoes; what every received frame may cause to be asked is
+// answered from here. A change on the host is seen within a second. Any thread.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@ namespace vnxtest {
 
 class RecentHostLinks {
 public:
-    // As the functions of host_links.h, but for errno.
+    // As the functions of host_links.h, but errno is not set.
     std::optional<HostLink> Find(Ipv4Address address);
     std::optional<HostLink> FindByIndex(std::uint32_t index);
 

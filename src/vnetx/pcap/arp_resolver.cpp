@@ -40,11 +40,11 @@ std::uint64_t Image(MacAddress mac) {
 
 } // namespace
 
-// What is asked, and the answer once it is there.
+// A question, and its answer once it has come.
 struct ArpResolver::Exchange {
     Asker asker;
-    Ipv4Address address; // asked for, or the answer to a reverse question
-    MacAddress mac;      // likewise the other way round
+    Ipv4Address address; // asked for, or the answer to a RARP request
+    MacAddress mac;      // the answer, or what a RARP request asks for
     bool reverse = false;
     bool answered = false;
 
@@ -127,7 +127,8 @@ bool ArpResolver::HasAsked(Ipv4Address address) {
     });
 }
 
-// Whoever answers strangers' frames must not ask as often as they would have him. True counts as asked.
+// Limits the questions of reading threads, whose number would otherwise be set by the senders of frames. A
+// true result counts as one question.
 bool ArpResolver::MayReaderAsk() {
     const auto now = Clock::now();
     const std::lock_guard lock(m_askedMutex);
@@ -152,10 +153,10 @@ bool ArpResolver::Ask(const Asker& asker, Ipv4Address address) {
     return true;
 }
 
-// Sends the question, once more when it stays unanswered for a while, and takes what comes until
-// the answer is there or the time is over.
+// Sends the question, once more after kRepeatAfter, and takes frames until the answer has come or
+// kExchangeTime is over.
 bool ArpResolver::Run(Capture& capture, Exchange& exchange, std::span<const std::uint8_t> question) {
-    // What has piled up since the last exchange is old: it answers nothing.
+    // Frames since the last exchange are no answer to this one.
     const auto discard = [](void*, const CapturedFrame&) {};
     while (capture.Dispatch(-1, discard, nullptr) > 0) {
     }

@@ -1,8 +1,8 @@
-// The neighbour queries of an open interface: what is known first, then one ARP exchange (RFC 826)
-// or RARP exchange (RFC 903), bounded in time.
+// The neighbour queries of an open interface: the neighbour table first, then one ARP exchange (RFC 826) or
+// RARP exchange (RFC 903), bounded in time.
 //
-// The exchange has a small capture of its own, so that it works whether or not anybody reads. A thread
-// that reads must not wait for it; it asks beside its work, and only so often as it should for strangers.
+// The exchange has a small capture of its own, so that it works whether or not a thread reads. A reading
+// thread must not wait for it: it calls Ask(), which is rate-limited for it. Any thread.
 #pragma once
 
 #include <atomic>
@@ -31,31 +31,31 @@ public:
         MacAddress mac;
         Ipv4Address ip;
     };
-    // The questions of reading threads: so many within the time that an exchange may take, so many within a
-    // second.
+    // The limits for reading threads: questions within kExchangeTime, and within a second.
     static constexpr std::size_t kMostAtATime = 16;
     static constexpr std::size_t kMostASecond = 64;
 
-    // Told of every frame that an exchange has sent.
+    // Called with every frame that an exchange has sent.
     using SentFunction = std::function<void(std::span<const std::uint8_t> frame)>;
 
-    // Null with errno set: Capture::Open says which, and `tell` is its.
+    // Null with errno set as by Capture::Open, which also gets `tell`.
     static std::unique_ptr<ArpResolver> Open(const std::string& device, NeighbourTable& table,
                                              SentFunction sent,
                                              const std::function<void(const std::string&)>& tell);
 
-    // The MAC of `address`; zero when nobody answered within kExchangeTime, or lately.
+    // The MAC of `address`; zero if there was no answer within kExchangeTime, or none to a question of the
+    // last second. Waits; one exchange at a time.
     MacAddress Resolve(const Asker& asker, Ipv4Address address);
-    // The address of `mac`; zero likewise.
+    // The address of `mac`; zero likewise. Waits.
     Ipv4Address ResolveReverse(const Asker& asker, MacAddress mac);
-    // Asks without waiting for the answer, which whoever reads the frames will learn from. On a reading
-    // thread only within the limits above; false when it was not asked.
+    // Asks without waiting: the interface's reader learns from the answer. On a reading thread only within
+    // the limits above; false if it did not ask.
     bool Ask(const Asker& asker, Ipv4Address address);
 
-    // The captures, to be closed; nothing is asked any more.
+    // Gives up the captures, to be closed. No other function may be called after it.
     std::vector<std::unique_ptr<Capture>> TakeCaptures();
 
-    // True when this resolver asked for `address` within the last second: an answer is for it.
+    // True if this resolver asked for `address` within the last second, so that the answer is its own.
     bool HasAsked(Ipv4Address address);
 
 private:
@@ -75,7 +75,7 @@ private:
     const SentFunction m_sent;
 
     std::mutex m_exchangeMutex; // one exchange at a time
-    // Both are there from the start: the right to open them may be gone later.
+    // Both are opened at the start: the process may give up the right to later.
     std::unique_ptr<Capture> m_capture;
     std::unique_ptr<Capture> m_reverseCapture;
     const std::unique_ptr<ReaderGate> m_gate;

@@ -14,9 +14,9 @@ int Capture::Send(const void* frame, std::uint32_t length, const std::function<b
     if (TrySend(frame, length) == 0) {
         return 0;
     }
-    // A full send queue empties itself; anything else is final. Who reads does not wait for it: everybody's
-    // frames would wait with the one answer, which is lost. That there is no carrier the system may say
-    // only some milliseconds after it has refused the first frame.
+    // A full send queue drains; any other error is final. A reading thread does not wait for it: all its
+    // frames would wait with the one answer, which is lost instead. A lost carrier may show only some
+    // milliseconds after the first frame was refused, hence the repeated check.
     constexpr int kTriesBetweenLooks = 64;
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + std::chrono::milliseconds(reading_thread::IsOne() ? 0 : 100);
@@ -42,7 +42,7 @@ void CloseTogether(std::vector<std::unique_ptr<Capture>> captures) {
         try {
             threads.emplace_back([&one = captures[at]] { one.reset(); });
         } catch (const std::system_error&) {
-            break; // no thread to be had: the rest is closed one after the other
+            break; // no thread: the destructor of `captures` closes the rest one by one
         }
     }
     captures.front().reset();

@@ -30,7 +30,7 @@ OpenKind KindOf(CaptureOptions::Wanted wanted) {
     return OpenKind::GuestSocket;
 }
 
-// The index of the adapter `device` if frames can be had from it, else 0 with errno.
+// The index of the adapter `device` if it is up and Ethernet or loopback, else 0 with errno.
 std::uint32_t UsableAdapter(const std::string& device) {
     const Descriptor asking(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const int socket = asking.Get();
@@ -57,7 +57,7 @@ std::uint32_t UsableAdapter(const std::string& device) {
     return ioctl(socket, SIOCGIFINDEX, &request) == 0 ? static_cast<std::uint32_t>(request.ifr_ifindex) : 0;
 }
 
-// By this process itself if it may, else by the helper; invalid with errno.
+// Opened by this process if it may, else by the helper; empty with errno.
 Descriptor OpenSocket(const CaptureOptions& options, OpenKind kind, std::uint32_t adapter) {
     const char* call = "";
     Descriptor socket = OpenPacketSocket(kind, adapter, options.guest, false, call);
@@ -83,7 +83,7 @@ class RingCapture final : public Capture {
 public:
     RingCapture(Descriptor socket, std::unique_ptr<PacketRing> ring, std::uint32_t adapter, MacAddress guest)
         : m_socket(std::move(socket)), m_ring(std::move(ring)), m_adapter(adapter), m_guest(guest) {
-        Dropped(); // what did not fit before there was a ring is no loss
+        Dropped(); // frames dropped before there was a ring are not counted
         m_dropped.store(0);
     }
 
@@ -105,7 +105,7 @@ public:
 
     WaitObject GetWaitObject() const override { return m_socket.Get(); }
 
-    // The kernel tells it once; the reader and who watches for it both want to know.
+    // Kept: the kernel reports it once, but the reader and the health check both ask.
     int Error() override {
         if (const int code = TakeSocketError(); code != 0) {
             m_error.store(code);
@@ -113,7 +113,7 @@ public:
         return m_error.load();
     }
 
-    // The kernel begins anew with each question, which takes its counts away from it at once.
+    // Added up: each query resets the kernel's count.
     std::optional<std::uint64_t> Dropped() override {
         tpacket_stats counts{};
         socklen_t size = sizeof counts;
@@ -142,7 +142,7 @@ private:
     }
 
     const Descriptor m_socket;
-    const std::unique_ptr<PacketRing> m_ring; // gone before the socket
+    const std::unique_ptr<PacketRing> m_ring; // unmapped before the socket is closed
     const std::uint32_t m_adapter;
     MacAddress m_guest;
     std::atomic<int> m_error{0};
@@ -154,7 +154,7 @@ private:
 std::unique_ptr<Capture> Capture::Open(const CaptureOptions& options) {
     const std::uint32_t adapter = UsableAdapter(options.device);
     Descriptor socket = adapter != 0 ? OpenSocket(options, KindOf(options.wanted), adapter) : Descriptor();
-    // Frames that have come since the socket was bound are forgotten with this.
+    // Making the ring discards the frames that have come since the socket was bound.
     std::unique_ptr<PacketRing> ring =
         socket ? PacketRing::Make(socket.Get(), options.snapshotLength, options.bufferSize) : nullptr;
     if (!ring) {

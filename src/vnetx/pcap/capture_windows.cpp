@@ -10,8 +10,8 @@
 namespace vnxtest {
 namespace {
 
-// The capture library's result of an activation as an errno value. What it keeps to itself is left
-// to the system's errno of that moment.
+// The capture library's result of an activation as an errno value; for its general error, the errno of the
+// moment.
 int ErrnoOfActivation(int result, int systemErrno) {
     switch (result) {
     case kPcapErrorNoSuchDevice:
@@ -26,7 +26,7 @@ int ErrnoOfActivation(int result, int systemErrno) {
     }
 }
 
-// In the capture library's language.
+// In the filter language of pcap-filter(7).
 std::string FilterText(CaptureOptions::Wanted wanted, MacAddress guest) {
     switch (wanted) {
     case CaptureOptions::Wanted::ArpReplies:
@@ -115,7 +115,7 @@ std::unique_ptr<Capture> Capture::Open(const CaptureOptions& options) {
     api->setBufferSize(handle, static_cast<int>(options.bufferSize));
     api->setPromiscuous(handle, 1);
     api->setImmediateMode(handle, 1);
-    // Immediate mode delivers at once; the time-out is for systems that only have that.
+    // For drivers without immediate mode, which deliver after this time-out.
     api->setTimeout(handle, 1);
     errno = 0;
     const int result = api->activate(handle);
@@ -130,7 +130,8 @@ std::unique_ptr<Capture> Capture::Open(const CaptureOptions& options) {
         return nullptr;
     }
     if (api->setDirection) {
-        // A driver that cannot tell directions shows own frames too; those are known by their source.
+        // A driver that cannot tell directions delivers own frames, too; the driver above drops those by
+        // their source.
         api->setDirection(handle, kPcapDirectionIn);
     }
     if (!capture->SetFilter(options.wanted, options.guest)) {

@@ -25,7 +25,7 @@ void FrameBatch::Resize(std::uint32_t bufferSize, std::uint32_t largestFrame) {
 
 void FrameBatch::Append(const std::uint8_t* bytes, std::uint32_t captured, std::uint32_t length) {
     if (m_buffer.size() - m_end < RoomFor(captured)) {
-        captured = 0; // longer than any frame asked for: it counts, but cannot be kept
+        captured = 0; // longer than the largest frame asked for: counted, but not kept
     }
     const FrameMark mark{captured, length};
     std::memcpy(m_buffer.data() + m_end, &mark, sizeof mark);

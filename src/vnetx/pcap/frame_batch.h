@@ -1,4 +1,4 @@
-// Frames that came in one transfer, in the library's I/O buffer.
+// Frames of one transfer, in the library's I/O buffer. For one thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@ public:
     // Room for `bufferSize` bytes, but at least for one frame of `largestFrame` bytes.
     void Resize(std::uint32_t bufferSize, std::uint32_t largestFrame);
     std::uint32_t Size() const { return static_cast<std::uint32_t>(m_buffer.size()); }
-    // How many frames are sure to find room.
+    // How many frames of the largest size have room.
     int Capacity() const { return m_capacity; }
 
     bool IsEmpty() const { return m_first == m_end; }

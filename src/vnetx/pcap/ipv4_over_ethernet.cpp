@@ -15,13 +15,13 @@ constexpr std::size_t kMaximumPacket = 65535;
 
 } // namespace
 
-// The way within the subnet of `own`, if it leads there.
+// The route within the subnet of `own`; nullopt if the destination is outside.
 std::optional<Ipv4OverEthernet::Route> Ipv4OverEthernet::Direct(Ipv4Address own, Ipv4Address mask,
                                                                 Ipv4Address destination) {
     if (mask.IsZero() || mask == kAllOnes || (destination & mask) != (own & mask)) {
         return std::nullopt;
     }
-    // The subnet's highest address is its broadcast address where there is room for one.
+    // The highest address is the broadcast address, except in a subnet of two (RFC 3021).
     return Route{destination, (~mask).Host() > 1 && destination == (destination | ~mask), {}};
 }
 
@@ -89,7 +89,7 @@ std::int32_t Ipv4OverEthernet::Write(const Guest& guest, std::span<const std::ui
     if (neighbour.state == State::Known) {
         return SendTo(neighbour.mac, guest, packet);
     }
-    // Only where no router is between: the sender of a router's frame is not the station that sent it.
+    // Only without a router between: the source MAC of a routed packet is the router's.
     if (const auto mac = reading_thread::SenderOf(m_around.reader, destination);
         mac && route.hop == destination) {
         return SendTo(*mac, guest, packet);
@@ -113,7 +113,7 @@ void Ipv4OverEthernet::Drop(std::size_t count) {
 }
 
 void Ipv4OverEthernet::Keep(const Guest& guest, Ipv4Address hop, std::span<const std::uint8_t> packet) {
-    TimedWork(guest); // should nobody be reading
+    TimedWork(guest); // in case no thread is reading
     const bool known = m_waiting.Knows(hop);
     if (!known && !Ask(guest, hop)) {
         Drop(1);
@@ -123,7 +123,7 @@ void Ipv4OverEthernet::Keep(const Guest& guest, Ipv4Address hop, std::span<const
     if (!known) {
         m_functions.wakeReader();
     }
-    // The answer may have come between the first look and now; whoever took it saw no packet yet.
+    // The answer may have come since the first look-up, before the packet was queued.
     if (const auto neighbour = m_around.table.Find(hop); neighbour.state == NeighbourTable::State::Known) {
         SendWaiting(guest, hop, neighbour.mac);
     }
@@ -132,7 +132,7 @@ void Ipv4OverEthernet::Keep(const Guest& guest, Ipv4Address hop, std::span<const
 void Ipv4OverEthernet::SendWaiting(const Guest& guest, Ipv4Address hop, MacAddress mac) {
     for (const auto& packet : m_waiting.Take(hop)) {
         if (SendTo(mac, guest, packet) < 0) {
-            Drop(1); // its writer was told that it is on its way
+            Drop(1); // its writer was told that it was sent
         }
     }
 }

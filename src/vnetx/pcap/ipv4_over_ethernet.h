@@ -1,9 +1,8 @@
 // A TUN interface on an Ethernet adapter: bare IPv4 on one side, frames on the other (RFC 894).
 //
-// It answers ARP for the guest (RFC 826), finds a packet's next hop and its MAC, and keeps a packet
-// whose next hop is being asked for. A packet is never held longer than an ARP exchange may take;
-// then it is dropped and counted, as a router would: a silent host looks silent to the program. The
-// sender of the frame that a thread has just read is answered without a question.
+// It answers ARP for the guest (RFC 826), finds a packet's next hop and its MAC, and queues packets whose
+// next hop is being asked for. After the time of one ARP exchange they are dropped and counted, as a router
+// would do. The sender of the frame that a thread has just read is answered without an ARP exchange.
 #pragma once
 
 #include <chrono>
@@ -37,11 +36,10 @@ public:
     struct Functions {
         std::function<std::int32_t(std::span<const std::uint8_t>)> send; // one frame: its length or -1
         std::function<void()> drop;                                      // counts a packet that was dropped
-        std::function<void()> wakeReader; // so that TimedWork() is called in time
+        std::function<void()> wakeReader; // makes a waiting reader call TimedWork() in time
     };
 
-    // What it works with, all of which outlives it. `reader` is the interface's number among the reading
-    // threads' (reading_thread.h).
+    // All references outlive it. `reader` is the interface's number (reading_thread.h).
     struct Surroundings {
         NeighbourTable& table;
         ArpResolver& resolver;
@@ -53,13 +51,14 @@ public:
     Ipv4OverEthernet(const Surroundings& around, Functions functions)
         : m_around(around), m_functions(std::move(functions)) {}
 
-    // Sends or keeps one packet, at least an IPv4 header long; its length, or -1 with errno. Any thread.
+    // Sends, queues or drops one packet, at least an IPv4 header long; its length, or -1 with errno. Any
+    // thread.
     std::int32_t Write(const Guest& guest, std::span<const std::uint8_t> packet);
-    // An ARP packet from the wire: answers a question for the guest and learns. False when it came from
-    // no single station or from an address that no host can have, and nothing was done with it.
+    // Takes an ARP packet from the wire: answers a request for the guest and learns the sender. False,
+    // without effect, if the sender is not a single station or its address is one that no host can have.
     bool HandleArp(const Guest& guest, const ReplyScope& scope, const ConstArpView& arp);
-    // Repeats questions and drops packets whose time has come. Milliseconds until there is something
-    // to do again, negative when nothing is waiting.
+    // Repeats questions and drops packets whose time is over. Milliseconds until the next time, negative if
+    // nothing is queued. Any thread.
     int TimedWork(const Guest& guest);
 
 private:

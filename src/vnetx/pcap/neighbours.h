@@ -1,8 +1,7 @@
-// Who has which MAC on an adapter's network: what ARP has told (RFC 826).
+// The neighbour table of an adapter's network, learnt by ARP (RFC 826).
 //
-// An entry is good for a minute and is asked for anew from half of that on; a question that nobody
-// answered is remembered for a second, so that a silent host costs one exchange and not one a
-// packet. Any thread.
+// An entry is valid for a minute and refreshed after half of that. An unanswered question is remembered for
+// a second, so that a silent host costs one exchange and not one a packet. Any thread; one lock.
 #pragma once
 
 #include <chrono>
@@ -28,7 +27,7 @@ public:
     struct Answer {
         State state = State::Unknown;
         MacAddress mac;       // when known
-        bool refresh = false; // known, but to be asked again now; said to one caller a second
+        bool refresh = false; // known, but to be asked for again now; set for one caller a second
     };
 
     // `now` is the clock; tests bring their own.
@@ -37,18 +36,18 @@ public:
 
     // An ARP packet addressed to us named this pair.
     void Learn(Ipv4Address address, MacAddress mac);
-    // An ARP packet to somebody else did: only an entry that is there already is brought up to date.
+    // An ARP packet to another station named it: only an existing entry is updated.
     void Update(Ipv4Address address, MacAddress mac);
-    // Nobody answered. A pair learnt meanwhile stays.
+    // There was no answer. A pair learnt meanwhile stays.
     void NoteSilence(Ipv4Address address);
 
     Answer Find(Ipv4Address address);
-    // Zero when no entry that is still good has the MAC.
+    // Zero if no valid entry has the MAC.
     Ipv4Address FindByMac(MacAddress mac);
 
 private:
     struct Entry {
-        MacAddress mac; // zero: asked in vain
+        MacAddress mac; // zero: no answer
         Clock::time_point heard;
         Clock::time_point asked; // the last refresh
     };

@@ -17,10 +17,10 @@
 namespace vnxtest {
 namespace {
 
-// The kernel takes a VLAN tag out of the frame; there has to be room before it for putting it back.
+// The kernel takes a VLAN tag out of the frame; this is the room before the frame to put it back.
 constexpr std::uint32_t kTagRoom = kVlanTagLength;
 constexpr std::uint32_t kAlign = TPACKET_ALIGNMENT;
-// The kernel leaves at least so much between its own header and the payload (tpacket_rcv).
+// The kernel leaves at least this many bytes between its own header and the payload (tpacket_rcv).
 constexpr std::uint32_t kLeastLinkHeader = 16;
 constexpr std::uint32_t kLargestUsualBlock = 64 * 1024;
 
@@ -90,8 +90,8 @@ int PacketRing::Dispatch(int count, FrameHandler handler, void* user) {
         std::uint8_t* const slot = m_memory + std::size_t{m_next / m_slotsInBlock} * m_blockSize +
                                    std::size_t{m_next % m_slotsInBlock} * m_slotSize;
         auto* const header = reinterpret_cast<tpacket2_hdr*>(slot);
-        // What the kernel has written before it gave the slot away is seen after this, and what is read
-        // here has been read before the slot goes back.
+        // Acquire: the kernel's writes before it handed over the slot are visible. Release below: the slot
+        // has been read before it goes back.
         std::atomic_ref<std::uint32_t> status(header->tp_status);
         if ((status.load(std::memory_order_acquire) & TP_STATUS_USER) == 0) {
             break;

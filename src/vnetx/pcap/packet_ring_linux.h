@@ -1,8 +1,7 @@
 // The receive ring of a packet socket (packet(7), PACKET_RX_RING), read where the kernel writes it.
 //
-// Slots of one length (TPACKET_V2): a frame can be taken the moment it is there, where blocks that are
-// filled first would wait for more. Setting the ring up takes no right, so the socket may have been opened
-// by somebody else.
+// Slots of one length (TPACKET_V2): a frame can be taken at once, whereas a block of TPACKET_V3 waits for
+// more. Setting up the ring needs no right, so the helper may have opened the socket.
 #pragma once
 
 #include <cstddef>
@@ -23,8 +22,8 @@ public:
     PacketRing(const PacketRing&) = delete;
     PacketRing& operator=(const PacketRing&) = delete;
 
-    // Hands at most `count` frames to `handler` and gives their slots back; never more than the ring has
-    // slots, so that it ends whatever comes in. Their number. One thread at a time.
+    // Hands at most `count` frames (negative: all) to `handler` and gives their slots back; never more than
+    // the ring has slots, so that it ends under any load. Their number. One thread at a time.
     int Dispatch(int count, FrameHandler handler, void* user);
 
 private:

@@ -16,8 +16,8 @@ struct PcapHandle; // an open capture
 struct PcapPacketHeader {
     long seconds;
     long microseconds;
-    std::uint32_t captured; // bytes that are there
-    std::uint32_t length;   // bytes that were on the wire
+    std::uint32_t captured; // bytes that are kept
+    std::uint32_t length;   // bytes on the wire
 };
 
 struct PcapProgram {
@@ -27,9 +27,9 @@ struct PcapProgram {
 
 struct PcapStatistics {
     unsigned int received;
-    unsigned int dropped; // for the kernel's buffer was full
+    unsigned int dropped; // because the kernel's buffer was full
     unsigned int droppedByAdapter;
-    unsigned int ofWindows[3]; // not there elsewhere
+    unsigned int ofWindows[3]; // fields that only Windows has
 };
 
 using PcapPacketHandler = void (*)(unsigned char* user, const PcapPacketHeader* header,
@@ -67,11 +67,11 @@ struct PcapApi {
 
     // The platform's own. Writes one frame: 0, or -1 with errno.
     int (*send)(PcapHandle*, const void* frame, std::uint32_t length);
-    // What becomes ready when there are frames.
+    // The object that becomes ready when there are frames.
     WaitObject (*waitObject)(PcapHandle*);
 };
 
-// The table; null with errno set when the capture library cannot be had. Bound once; any thread.
+// The table; null with errno set if the capture library cannot be loaded. Bound once; any thread.
 const PcapApi* LoadPcapApi();
 
 } // namespace vnxtest

@@ -45,8 +45,8 @@ int Send(PcapHandle* handle, const void* frame, std::uint32_t length) {
     return -1;
 }
 
-// Captures whose driver gives no event to wait for (Wine's does not): a timer each, by which the driver is
-// asked for frames every millisecond.
+// For captures whose driver gives no event to wait for (Wine's does not): one timer each, after which the
+// driver is polled, every millisecond.
 class Timers {
 public:
     HANDLE For(PcapHandle* capture) {

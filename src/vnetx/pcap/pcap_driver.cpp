@@ -63,7 +63,7 @@ int PcapDriver::Attach(InterfaceMode, std::string& name) {
 
 int PcapDriver::SetUp(bool up) {
     if (!up) {
-        return 0; // frames that come meanwhile are for nobody
+        return 0; // frames that come meanwhile are discarded at the next start
     }
     m_mac = Settings().GuestMac();
     if (m_mac.IsZero()) {
@@ -80,8 +80,8 @@ int PcapDriver::SetUp(bool up) {
 int PcapDriver::OpenCapture() {
     CaptureOptions options;
     options.device = m_device;
-    // Slots of the kernel's ring are as long as a frame can be and no longer: a generous length
-    // would leave room for a few frames only.
+    // Slots of the receive ring are as long as the largest frame and no longer: a generous length would
+    // leave room for a few frames only.
     options.snapshotLength = LargestPacket() + kEthernetHeader + kVlanTag;
     options.bufferSize = Settings().deviceBufferSize.load(std::memory_order_relaxed);
     options.guest = m_mac;
@@ -92,12 +92,12 @@ int PcapDriver::OpenCapture() {
         return errno;
     }
     m_batch.Resize(Settings().ioBufferSize.load(std::memory_order_relaxed), options.snapshotLength);
-    Settings().ioBufferSize.store(m_batch.Size()); // what it really got, for the statistics
+    Settings().ioBufferSize.store(m_batch.Size()); // the actual size, for the statistics
     m_capture = std::move(capture);
     return 0;
 }
 
-// Up again: what came meanwhile was for nobody.
+// Up again: the frames that came meanwhile are discarded.
 int PcapDriver::BeginAgain() {
     if (!m_capture->Restart(m_mac)) {
         return errno;
@@ -121,7 +121,7 @@ std::optional<Ipv4Address> PcapDriver::Address() {
     return link && !link->addresses.empty() ? std::optional(link->addresses.front().address) : std::nullopt;
 }
 
-// Fills the I/O buffer with what the driver has; the number of frames, or -1.
+// Fills the I/O buffer from the capture; the number of frames, or -1.
 int PcapDriver::Refill() {
     m_batch.Clear();
     const auto append = [](void* user, const CapturedFrame& frame) {
@@ -141,7 +141,7 @@ std::int32_t PcapDriver::TakeFrame(std::span<std::uint8_t> buffer) {
             return 0;
         }
         Counters().NoteTransfer(m_batch.FrameBytes());
-        DoTimedWork(); // frames that keep coming leave no pause for it
+        DoTimedWork(); // here, too, since a flood leaves no pause
     }
     while (!m_batch.IsEmpty()) {
         if (const std::int32_t result = Accept(m_batch.TakeFirst(), buffer); result != 0) {
@@ -181,7 +181,7 @@ std::int32_t PcapDriver::Accept(const FrameBatch::Frame& frame, std::span<std::u
     return Settings().IsTap() ? AcceptTap(bytes, buffer) : AcceptTun(bytes, buffer);
 }
 
-// Whoever answers this frame finds its sender without a question.
+// For the answer to this frame, which then needs no ARP exchange.
 void PcapDriver::NoteSender(std::span<const std::uint8_t> frame) {
     if (const auto ip = ConstIpv4View::Over(frame.subspan(kEthernetHeader))) {
         reading_thread::NoteSender(ip->Source(), ConstEthernetView::Over(frame)->Source());
@@ -215,8 +215,8 @@ std::int32_t PcapDriver::AcceptTun(std::span<const std::uint8_t> frame, std::spa
         return 0;
     case kEtherTypeIpv4: {
         NoteSender(frame);
-        // A short packet was padded to the shortest frame; what is behind its end is not part of it.
-        // One that is longer than its frame is for the program to judge.
+        // Cuts off the padding of a short frame. A packet that is longer than its frame is left for the
+        // program to refuse.
         std::size_t length = payload.size();
         if (const auto ip = ConstIpv4View::Over(payload); ip && ip->TotalLength() >= ConstIpv4View::kLength) {
             length = std::min<std::size_t>(length, ip->TotalLength());
@@ -236,8 +236,8 @@ std::int32_t PcapDriver::AcceptTun(std::span<const std::uint8_t> frame, std::spa
 std::int32_t PcapDriver::Deliver(std::span<const std::uint8_t> bytes, std::span<std::uint8_t> buffer) {
     if (bytes.size() > buffer.size()) {
         Counters().ignored.Add();
-        // A buffer of the full size is no mistake of the reader's: one frame of a stranger's on a wire
-        // with the largest MTU must not end his reading.
+        // With a buffer of the full size the frame is dropped: a stranger's frame on a wire with the
+        // largest MTU must not end the reading.
         return buffer.size() >= kFullReadSize ? 0 : Fail(EMSGSIZE);
     }
     std::memcpy(buffer.data(), bytes.data(), bytes.size());
@@ -261,9 +261,9 @@ std::int32_t PcapDriver::WriteFrame(std::span<const std::uint8_t> frame) {
     return SendFrame(frame);
 }
 
-// Sends one whole Ethernet frame and counts it; its length, or -1 with errno. A frame that the system does
-// not take because the adapter has no carrier is lost on the way, as it were behind the adapter: the program
-// goes on, and is told by the watch.
+// Sends one whole Ethernet frame and counts it; its length, or -1 with errno. A frame that the system
+// refuses because the adapter has no carrier counts as lost on the wire: the call succeeds, and
+// AdapterWatch tells of the carrier.
 std::int32_t PcapDriver::SendFrame(std::span<const std::uint8_t> frame) {
     const auto length = static_cast<std::uint32_t>(frame.size());
     const std::uint32_t limit = LargestPacket() + kEthernetHeader;

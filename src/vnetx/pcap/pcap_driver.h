@@ -18,7 +18,7 @@ public:
     PcapDriver(const HostLink& link, InterfaceState& state);
     ~PcapDriver() override;
 
-    // Before anything else: gets hold of the adapter. 0 or an errno value (privilege, adapter down).
+    // Called first: opens the captures of the ARP exchanges. 0 or an errno value (privilege, adapter down).
     int Open();
     Neighbourhood& Neighbours() { return m_neighbours; }
 
@@ -61,7 +61,7 @@ private:
     AdapterWatch m_watch;
     PcapNeighbours m_neighbours;
     std::unique_ptr<Ipv4OverEthernet> m_ipv4;
-    std::unique_ptr<Capture> m_capture; // made once, when first brought up
+    std::unique_ptr<Capture> m_capture; // opened once, when first brought up
     FrameBatch m_batch;
     MacAddress m_mac; // the guest's, as the capture has it
 };

@@ -7,8 +7,8 @@
 
 namespace vnxtest {
 
-// Frames through libpcap's kind of capture: on Linux a packet socket, on Windows Npcap's wpcap.dll, bound at
-// run time. Asks nothing of the system yet; what is missing shows at the first operation that needs it.
+// Frames through libpcap's kind of capture: on Linux a packet socket, on Windows Npcap's wpcap.dll, bound
+// at run time. Makes no system call; what is missing fails the first operation that needs it.
 std::unique_ptr<VnetxLibrary> MakePcapLibrary();
 
 } // namespace vnxtest

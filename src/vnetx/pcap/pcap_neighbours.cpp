@@ -46,7 +46,8 @@ MacAddress PcapNeighbours::FindMac(Ipv4Address address) {
     if (!reading_thread::IsOne()) {
         return m_resolver->Resolve(Asker(), address);
     }
-    // The answer is read like any frame; until then, and for a while if there is none, it is not asked again.
+    // The answer is read like any frame; until then, or for kSilence without one, it is not asked for
+    // again.
     if (known.state == State::Unknown && m_resolver->Ask(Asker(), address)) {
         m_table.NoteSilence(address);
     }

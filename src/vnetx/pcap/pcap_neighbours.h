@@ -1,4 +1,5 @@
-// Whom the guest of an adapter knows on its network: what was heard, what the host has itself, what is asked.
+// The neighbours of a guest on an adapter's network: those it has heard, the host's own adapters, those it
+// asks for.
 #pragma once
 
 #include <memory>
@@ -16,22 +17,23 @@ class PcapNeighbours final : public Neighbourhood {
 public:
     PcapNeighbours(InterfaceState& state, std::uint32_t linkIndex) : m_state(state), m_linkIndex(linkIndex) {}
 
-    // Before anything else: as ArpResolver::Open. 0 or an errno value.
+    // Called first, as ArpResolver::Open. 0 or an errno value.
     int Open(const std::string& device, ArpResolver::SentFunction sent,
              const std::function<void(const std::string&)>& tell);
 
-    // A question goes out once there is a guest to ask; a reading thread does not wait for the answer.
+    // Zero if not found. A question is sent only once the guest's MAC is known; a reading thread does not
+    // wait for the answer.
     MacAddress FindMac(Ipv4Address address) override;
     Ipv4Address FindIp(MacAddress mac) override;
 
-    // TAP: learns the sender of an ARP packet from the wire. True when it is the answer to the library's own
-    // question to the guest `mac`, which is nothing that the program has asked for.
+    // TAP: learns the sender of an ARP packet from the wire. True if it is the answer to a question of the
+    // library's own, sent as the guest `mac`, which the program did not ask.
     bool HearArp(const ConstArpView& arp, MacAddress mac);
 
     NeighbourTable& Table() { return m_table; }
     ArpResolver& Resolver() { return *m_resolver; }
     RecentHostLinks& HostLinks() { return m_hostLinks; }
-    // The resolver's captures, to be closed.
+    // The resolver's captures, to be closed; empty without a resolver.
     std::vector<std::unique_ptr<Capture>> TakeCaptures();
 
 private:

@@ -9,7 +9,7 @@ bool WaitingPackets::Knows(Ipv4Address hop) const {
     return m_questions.contains(hop.Memory());
 }
 
-// Drops the oldest packets of this kind until one more finds room, and returns how many those were.
+// Makes room for one more packet of this kind: drops the oldest if need be. The number dropped, 0 or 1.
 std::size_t WaitingPackets::MakeRoom(Ipv4Address hop, bool answer) {
     std::size_t all = 0;
     std::size_t forHop = 0;

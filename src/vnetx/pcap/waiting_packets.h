@@ -1,7 +1,7 @@
-// IPv4 packets that wait until a neighbour's MAC is known, and what has become of the questions for it.
+// IPv4 packets queued until a neighbour's MAC is known, and the state of the questions for it.
 //
-// They are few, whoever sends them: of the answers that the program writes, and so of what a stranger can
-// bring about, fewer still. When there is no room the oldest of the same kind goes. Any thread.
+// The queue is bounded, and more tightly for answers, whose number a stranger can drive up. Without room
+// the oldest of the same kind is dropped. Any thread; one lock.
 #pragma once
 
 #include <atomic>
@@ -28,24 +28,24 @@ public:
     // What has come due.
     struct Due {
         std::vector<Ipv4Address> askAgain;
-        std::vector<Ipv4Address> silent; // no answer in time: their packets are gone
-        std::size_t dropped = 0;         // how many that were
-        int next = -1;                   // milliseconds until something is due again; negative: nothing waits
+        std::vector<Ipv4Address> silent; // no answer in time: their packets are dropped
+        std::size_t dropped = 0;         // how many packets
+        int next = -1; // milliseconds until something is due again; negative: the queue is empty
     };
 
-    // A packet waits for `askAfter` until its question is repeated and for `giveUpAfter` in all.
+    // The question is repeated after `askAfter` and given up after `giveUpAfter`, with its packets.
     WaitingPackets(Clock::duration askAfter, Clock::duration giveUpAfter)
         : m_askAfter(askAfter), m_giveUpAfter(giveUpAfter) {}
 
-    // True while nothing waits; without the lock.
+    // True while no question is open. Takes no lock.
     bool IsEmpty() const { return !m_isWaiting.load(); }
     // True while `hop` is being asked for.
     bool Knows(Ipv4Address hop) const;
-    // Keeps a copy of `packet` for `hop`, which from now on counts as asked for, and returns how many
-    // others had to go for it. An answer is a packet that a reading thread has written.
+    // Queues a copy of `packet` for `hop`, which from now on counts as asked for. Returns how many others
+    // were dropped for it. `answer`: a reading thread has written it.
     std::size_t Keep(Ipv4Address hop, std::span<const std::uint8_t> packet, bool answer,
                      Clock::time_point now);
-    // Takes what waits for `hop`, in the order it came.
+    // Takes the packets for `hop`, in order.
     std::vector<Packet> Take(Ipv4Address hop);
     Due Work(Clock::time_point now);
 

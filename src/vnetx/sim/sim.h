@@ -1,8 +1,7 @@
 // The `sim` library: a simulated LAN inside the process, for trying the program out and for tests.
 //
-// It needs no privilege and reaches no real network. Several may exist at once; they share nothing.
-// What the LAN looks like is in sim_lan.h, what it does to replies in sim_options.h, and what it
-// counts in sim_counters.h.
+// It needs no privilege and reaches no real network. Several may exist at once; they share nothing. Its
+// addresses are in sim_lan.h, its impairments in sim_options.h, its counters in sim_counters.h.
 #pragma once
 
 #include <cstddef>
@@ -38,8 +37,8 @@ private:
     const std::string m_defaultInterface;
 };
 
-// The simulated LAN with `options` ("loss=5,delay=20", or empty); null and a sentence in `error`
-// when they are refused.
+// The simulated LAN with `options` ("loss=5,delay=20", or empty); null with a sentence in `error` if they
+// are refused.
 std::unique_ptr<SimLibrary> MakeSimLibrary(std::wstring_view options, std::wstring& error);
 
 } // namespace vnxtest

@@ -52,11 +52,10 @@ int SimDriver::BringUp() {
         return EADDRNOTAVAIL;
     }
     if (SimIsStation(guestIp)) {
-        Debug().Tell(fmt::format("** Interface {}: a station of the simulated LAN has the guest's address {} "
-                                 "already and gets what is meant for it. Choose one from {} to {}.",
-                                 Settings().name, ToNarrow(FormatIPAddr(guestIp)),
-                                 ToNarrow(FormatIPAddr(kSimFirstFreeIp)),
-                                 ToNarrow(FormatIPAddr(kSimLastFreeIp))));
+        Debug().Tell(fmt::format(
+            "** Interface {}: a station of the simulated LAN has the guest's address {} already and gets what is meant for it. Choose one from {} to {}.",
+            Settings().name, ToNarrow(FormatIPAddr(guestIp)), ToNarrow(FormatIPAddr(kSimFirstFreeIp)),
+            ToNarrow(FormatIPAddr(kSimLastFreeIp))));
     }
     m_batchSize = m_next = 0;
     Settings().adapterIp.Set(kSimAdapterIp);
@@ -84,7 +83,7 @@ int SimDriver::DoTimedWork() {
     return -1;
 }
 
-// Takes what is due from the wire; false when nothing is.
+// Takes the frames that are due from the wire; false if there are none.
 bool SimDriver::Refill() {
     const auto now = SimWire::Clock::now();
     if (!m_port->Wire().HasDue(now)) {
@@ -114,7 +113,7 @@ std::int32_t SimDriver::TakeFrame(std::span<std::uint8_t> buffer) {
         if (bytes.size() > buffer.size()) {
             Counters().ignored.Add();
             if (buffer.size() >= kFullReadSize) {
-                continue; // as long as a reader can ask for
+                continue; // no buffer is larger
             }
             return Fail(EMSGSIZE);
         }
@@ -125,7 +124,7 @@ std::int32_t SimDriver::TakeFrame(std::span<std::uint8_t> buffer) {
     return 0;
 }
 
-// Counts a frame and returns what the program is to get of it, which may be nothing.
+// Counts a frame and returns the part for the program; empty if it gets none.
 std::span<const std::uint8_t> SimDriver::Accept(const SimFrame& frame) {
     const std::span<const std::uint8_t> bytes(frame.bytes);
     auto& reading = Counters().reading;
@@ -153,8 +152,8 @@ std::span<const std::uint8_t> SimDriver::Accept(const SimFrame& frame) {
     return bytes.subspan(EthernetView::kLength);
 }
 
-// TUN: the guest's address is asked for, and the library answers for it (RFC 826). False when there is no
-// single station to answer, or its address is one that no host can have.
+// TUN: answers an ARP request for the guest (RFC 826). False if the sender is not a single station, or its
+// address is one that no host can have.
 bool SimDriver::HandleArpInside(std::span<const std::uint8_t> frame) {
     const auto arp = ConstArpView::OverEthernetIpv4(frame.subspan(EthernetView::kLength));
     if (!arp) {

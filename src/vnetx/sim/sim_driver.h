@@ -45,7 +45,7 @@ private:
     const std::shared_ptr<SimNetwork> m_network;
     const std::shared_ptr<SimPort> m_port;
     const std::uint32_t m_limit; // the MTU of the wire
-    // What came in the last transfer and where reading stands in it; under the reading lock.
+    // The frames of the last transfer and the next one to be read; under the reading lock.
     std::vector<SimFrame> m_batch;
     std::size_t m_batchSize = 0;
     std::size_t m_next = 0;

@@ -20,7 +20,7 @@ SimEchoCheck ParseSimEcho(std::span<const std::uint8_t> bytes, SimEcho& echo) {
         return SimEchoCheck::Bad;
     }
     if (ip->IsFragment()) {
-        return SimEchoCheck::Bad; // the guest sends whole packets, so nobody here puts pieces together
+        return SimEchoCheck::Bad; // stations do not reassemble: the guest sends whole packets
     }
     const auto message = bytes.subspan(headerLength, totalLength - headerLength);
     if (ip->Protocol() != kIpProtocolIcmp) {

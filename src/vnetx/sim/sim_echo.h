@@ -1,6 +1,6 @@
 // The ICMP echo messages (RFC 792) of the stations of the simulated LAN, in IPv4 packets (RFC 791).
 //
-// Everything that a careful host checks is checked here; nothing reads outside the bytes it is given.
+// Checks what a careful host checks (RFC 1122) and reads nothing outside the bytes given.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ enum class SimEchoCheck {
     Bad,     // cut short, a fragment, or a wrong version, length or checksum
 };
 
-// Takes the packet that begins with `bytes` apart (padding may follow it). `echo` is set when Good.
+// Parses the packet at the beginning of `bytes` (padding may follow it). Sets `echo` if Good.
 SimEchoCheck ParseSimEcho(std::span<const std::uint8_t> bytes, SimEcho& echo);
 
 // The length of the IPv4 packet that holds `echo`.

@@ -1,4 +1,4 @@
-// What becomes of the reply to one ping on the simulated LAN.
+// What happens to the reply to one ping on the simulated LAN.
 //
 // The fate is a pure function of the options (the seed among them), the interface's number and the
 // number of the request, so that a run can be repeated and a test can work out what must come.
@@ -24,7 +24,7 @@ struct SimFate {
     std::chrono::microseconds duplicateDelay{0}; // of its duplicate
     std::uint64_t random = 0;                    // which bit, where cut, which identifier
 
-    // True when the reply, and its duplicate if there is one, can be matched with the request:
+    // True if the reply, and its duplicate if there is one, can be matched with the request:
     // it arrives whole, with the request's identifier and without the Don't-Fragment bit.
     bool IsGood() const { return !lost && !dontFragment && !corrupted && !truncated && !foreign; }
 };

@@ -7,10 +7,10 @@ namespace vnxtest {
 
 namespace {
 
-// While frames flow, the socket is asked only so often whether the program has shut it down.
+// While frames flow, one read in so many asks the socket whether the program has shut it down.
 constexpr unsigned kFramesBetweenLooks = 64;
 
-// Handles of the normal mode begin where no socket of a process is numbered.
+// Handles of the normal mode begin above any number of a socket.
 constexpr std::int32_t kFirstHandle = 0x40000000;
 
 } // namespace

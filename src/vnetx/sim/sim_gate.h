@@ -1,4 +1,4 @@
-// Where a reader of the simulated LAN waits: its wire itself, or in socket-notify mode a socket.
+// Where a reader of the simulated LAN waits: on its wire, or in socket-notify mode on a socket.
 #pragma once
 
 #include <atomic>

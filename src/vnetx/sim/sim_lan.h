@@ -1,8 +1,8 @@
-// The facts of the simulated LAN: who is on it, at which addresses, and who answers what.
+// The facts of the simulated LAN: its stations, their addresses, and which of them answer.
 //
-// It lies in the range that is set aside for benchmarking (RFC 2544, 198.18.0.0/15), so that it
-// cannot be mistaken for a real network. The host adapter, the gateway and the echo hosts are
-// stations of it; whoever opens an interface adds a guest.
+// It lies in the range set aside for benchmarking (RFC 2544, 198.18.0.0/15), so that it cannot be mistaken
+// for a real network. The host adapter, the gateway and the echo hosts are its stations; each open
+// interface is a guest.
 #pragma once
 
 #include <cstdint>
@@ -17,15 +17,15 @@ inline constexpr Ipv4Address kSimBroadcast{198, 18, 0, 255};
 
 // The host adapter that guests are bound to.
 inline constexpr Ipv4Address kSimAdapterIp{198, 18, 0, 1};
-// The router. Behind it every address answers a ping, but for kSimSilentNetwork.
+// The router. Every address behind it answers a ping, except those of kSimSilentNetwork.
 inline constexpr Ipv4Address kSimGatewayIp{198, 18, 0, 254};
 // The echo hosts: they answer ARP and ping. The first of them pings the guests when asked to.
 inline constexpr Ipv4Address kSimFirstEchoHost{198, 18, 0, 2};
 inline constexpr Ipv4Address kSimLastEchoHost{198, 18, 0, 99};
-// What is free for guests.
+// The addresses free for guests.
 inline constexpr Ipv4Address kSimFirstFreeIp{198, 18, 0, 100};
 inline constexpr Ipv4Address kSimLastFreeIp{198, 18, 0, 253};
-// An address of the LAN that nobody has: it answers neither ARP nor ping.
+// An address of the LAN without a station: it answers neither ARP nor ping.
 inline constexpr Ipv4Address kSimSilentHost{198, 18, 0, 150};
 // Behind the gateway, but silent (one of the documentation ranges, RFC 5737).
 inline constexpr Ipv4Address kSimSilentNetwork{203, 0, 113, 0};
@@ -55,7 +55,7 @@ constexpr bool SimOnLan(Ipv4Address address) {
     return (address & kSimNetMask) == kSimNetwork;
 }
 
-// True when a station of the LAN has this address: the adapter, an echo host or the gateway.
+// True if a station of the LAN has this address: the adapter, an echo host or the gateway.
 constexpr bool SimIsStation(Ipv4Address address) {
     const std::uint8_t number = SimStationNumber(address);
     return SimOnLan(address) &&
@@ -63,7 +63,7 @@ constexpr bool SimIsStation(Ipv4Address address) {
             number == SimStationNumber(kSimGatewayIp));
 }
 
-// True when something answers a ping to this address: a station, or an address behind the gateway
+// True if something answers a ping to this address: a station, or an address behind the gateway
 // that a single host can have.
 constexpr bool SimAnswersPing(Ipv4Address address) {
     if (SimOnLan(address)) {

@@ -26,7 +26,7 @@ std::shared_ptr<SimPort> SimNetwork::AddPort() {
 }
 
 void SimNetwork::PlugIn(const std::shared_ptr<SimPort>& port) {
-    port->m_wire.Clear(); // what the other guest sent while this one was out
+    port->m_wire.Clear(); // frames of the other guest while this one was unplugged
     {
         const std::unique_lock lock(m_mutex);
         m_pluggedIn.push_back(port);
@@ -98,7 +98,7 @@ void SimNetwork::Flood(const SimPort& from, std::span<const std::uint8_t> frame)
     }
 }
 
-// What the gateway does with a packet for the other guest: one hop less to live, and on it goes.
+// The gateway forwards a packet for the other guest, its time to live less one. False if it is not for one.
 bool SimNetwork::RouteToGuest(SimPort& from, std::span<const std::uint8_t> packet) const {
     const auto ip = ConstIpv4View::Over(packet);
     if (!ip || ip->Version() != 4 || ip->HeaderLength() * 4 != ConstIpv4View::kLength ||

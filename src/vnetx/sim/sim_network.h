@@ -1,6 +1,7 @@
-// The simulated LAN: the guests on it, who has which address, and the way of a frame.
+// The simulated LAN: its guests, its addresses, and the path of a frame.
 //
-// Frames of one guest to the other pass untouched; what is for a station is sim_stations.h's. Any thread.
+// Frames of one guest to the other's MAC pass unchanged; those for a station go to sim_stations.h. Any
+// thread.
 #pragma once
 
 #include <array>
@@ -30,25 +31,25 @@ public:
     // A port for the next guest; ports are numbered in the order of these calls, and their counts
     // are kept for the life of the LAN.
     std::shared_ptr<SimPort> AddPort();
-    // Takes the guest into the LAN and out of it again. What is on its way to it is then gone.
+    // Plugs the guest in, and pulls it out; PullOut() discards the frames on their way to it.
     void PlugIn(const std::shared_ptr<SimPort>& port);
     void PullOut(SimPort& port);
-    // The port is used no more: only its counts stay.
+    // The port is used no more; only its counters stay.
     void Retire(SimPort& port);
 
     // A frame that the guest puts on the wire.
     void Transmit(SimPort& from, std::span<const std::uint8_t> frame);
-    // The moment for the next ping to the guest has come.
+    // The next ping to the guest is due.
     void Tick(SimPort& port);
     // The guest has read a frame of this kind.
     void NoteRead(SimPort& port, SimFrameTag tag);
 
-    // Who has the address, as an ARP exchange of `asking` (may be null) would tell; zero when nobody.
+    // The answer that an ARP exchange of `asking` (may be null) would get; zero if there is none.
     MacAddress FindMac(Ipv4Address address, const SimPort* asking) const;
     Ipv4Address FindIp(MacAddress mac, const SimPort* asking) const;
 
     std::size_t PortCount() const;
-    SimCounters Counters(std::size_t order) const; // zeroes when there is no such port
+    SimCounters Counters(std::size_t order) const; // zeroes if there is no such port
     SimCounters Counters() const;                  // of all ports together
 
 private:
@@ -61,7 +62,7 @@ private:
 
     const SimOptions m_options;
     SimStations m_stations{m_options};
-    mutable std::shared_mutex m_mutex; // the two lists; under it only wires are locked
+    mutable std::shared_mutex m_mutex; // guards the two lists; under it only the locks of wires are taken
     std::vector<std::shared_ptr<SimPort>> m_ports;
     std::vector<std::shared_ptr<SimPort>> m_pluggedIn;
 };

@@ -34,15 +34,13 @@ constexpr std::array<RealOption, 12> kRealOptions{{
     {L"pinger", &SimOptions::pinger, kMaximumMilliseconds, L"milliseconds"},
 }};
 
-constexpr std::uint32_t kLeastMtu = 68; // what IPv4 asks of every link (RFC 791)
+constexpr std::uint32_t kLeastMtu = 68; // required of every link (RFC 791)
 constexpr std::uint32_t kGreatestMtu = 65535;
 
 constexpr std::wstring_view kKnownOptions =
-    L"It knows loss, dup, late, df, reorder, corrupt, truncate and foreign (percent, 0 to 100), delay, "
-    L"jitter, lateby and pinger (milliseconds, 0 to 60000), mtu (68 to 65535) and seed (a whole number); "
-    L"for example \"sim:loss=5,delay=20,seed=7\".";
+    L"It knows loss, dup, late, df, reorder, corrupt, truncate and foreign (percent, 0 to 100), delay, jitter, lateby and pinger (milliseconds, 0 to 60000), mtu (68 to 65535) and seed (a whole number); for example \"sim:loss=5,delay=20,seed=7\".";
 
-// Digits only. Nothing when it is not so or exceeds 64 bits.
+// Digits only; nullopt if it is anything else or exceeds 64 bits.
 std::optional<std::uint64_t> ParseWhole(std::wstring_view text) {
     std::uint64_t value = 0;
     if (text.empty()) {
@@ -89,7 +87,7 @@ std::wstring Refusal(std::wstring_view name, std::wstring_view value, const std:
                    std::wstring(value), allowed);
 }
 
-// Takes one "name=value" into `options`; a non-empty result is what is wrong with it.
+// Takes one "name=value" into `options`. Empty, or a sentence that says what is wrong.
 std::wstring TakeOption(SimOptions& options, std::wstring_view name, std::wstring_view value) {
     for (const RealOption& option : kRealOptions) {
         if (name == option.name) {

@@ -34,8 +34,8 @@ struct SimOptions {
     std::uint64_t seed = 1;
 };
 
-// The options in `text` (may be empty), or nothing and in `error` a sentence that names the option,
-// says what is wrong with it and what is allowed.
+// The options in `text` (may be empty); nullopt with a sentence in `error` that names the option, what is
+// wrong with it and what is allowed.
 std::optional<SimOptions> ParseSimOptions(std::wstring_view text, std::wstring& error);
 
 } // namespace vnxtest

@@ -1,4 +1,4 @@
-// Where one guest is plugged into the simulated LAN, and what the stations know of it.
+// The port of one guest on the simulated LAN, and what the stations know about the guest.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace vnxtest {
 
-// When a frame comes to the guest, what it is, and whether the next one may overtake it.
+// When a frame reaches the guest, its kind, and whether the next one may overtake it.
 struct SimDelivery {
     SimWire::Clock::time_point due;
     SimFrameTag tag = SimFrameTag::Other;
@@ -58,7 +58,7 @@ private:
     AtomicIpv4 m_ip;
     AtomicMac m_mac;
 
-    // The stations' side, one frame at a time.
+    // Guards the stations' side, below: one frame at a time.
     std::mutex m_mutex;
     SimCounters m_counters;
     std::vector<Neighbour> m_neighbours{256}; // by station number

@@ -26,7 +26,7 @@ bool CanBeAnswered(Ipv4Address source) {
     return first != 0 && first != 127 && first < 224 && !SimIsStation(source) && source != kSimBroadcast;
 }
 
-// Makes `frame` the one of `echo` from `station`, but for its destination, and returns the packet in it.
+// Builds the frame of `echo` from `station`, without its destination MAC, and returns the packet in it.
 std::span<std::uint8_t> BuildEchoFrame(std::vector<std::uint8_t>& frame, std::uint8_t station,
                                        const SimEcho& echo, const SimEchoHeader& header) {
     frame.resize(EthernetView::kLength + SimEchoLength(echo));
@@ -36,7 +36,7 @@ std::span<std::uint8_t> BuildEchoFrame(std::vector<std::uint8_t>& frame, std::ui
     return packet;
 }
 
-// What is decided for the reply to a request.
+// Counts the decision on the reply to a request.
 void CountFate(SimCounters& counters, const SimFate& fate) {
     counters.lost += fate.lost;
     counters.duplicated += fate.duplicated;
@@ -121,7 +121,7 @@ void SimStations::TakePacket(SimPort& from, std::uint8_t station, std::span<cons
     } else if (!SimAnswersPing(echo.destination)) {
         ++from.m_counters.silentRequests;
     } else if (!CanBeAnswered(echo.source) || (!forStation && station != kGateway)) {
-        ++from.m_counters.undeliverable; // only the gateway passes on what is not for itself
+        ++from.m_counters.undeliverable; // only the gateway forwards
     } else {
         AnswerEcho(from, SimOnLan(echo.destination) ? SimStationNumber(echo.destination) : kGateway, echo);
     }
@@ -188,7 +188,7 @@ void SimStations::CheckPingAnswer(SimPort& from, const SimEcho& echo) {
     }
 }
 
-// `frame` lacks its destination MAC, which the station must know or find out first.
+// Fills in the destination MAC of `frame` and sends it, or holds it until ARP has told the MAC.
 void SimStations::Send(SimPort& to, std::uint8_t station, Ipv4Address ip, std::span<std::uint8_t> frame,
                        const SimDelivery& how) {
     SimPort::Neighbour& neighbour = to.m_neighbours[station];

@@ -1,8 +1,8 @@
-// The stations of the simulated LAN: what they do with a guest's frames, and what they send to it.
+// The stations of the simulated LAN: how they handle a guest's frames, and what they send to it.
 //
-// A station does what a real host does: it checks what it gets, answers ARP, asks by ARP for the
-// guest's MAC before its first reply, and echoes pings. What is imposed on the replies (loss, delay
-// and so on) is decided by sim_fate.h. Everything under the lock of the guest's port.
+// A station behaves as a real host: it checks what it gets, answers ARP, asks by ARP for the guest's MAC
+// before its first reply, and echoes pings. Impairments of the replies (loss, delay and so on) are decided
+// by sim_fate.h. Every function is called under the lock of the guest's port.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ public:
     void HearArp(SimPort& from, std::span<const std::uint8_t> payload, MacAddress destination);
     // An IPv4 packet that the guest has sent to `station`.
     void TakePacket(SimPort& from, std::uint8_t station, std::span<const std::uint8_t> packet);
-    // The moment for the next ping to the guest has come.
+    // The next ping to the guest is due.
     void Ping(SimPort& port);
 
 private:

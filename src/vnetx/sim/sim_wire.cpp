@@ -7,7 +7,7 @@ namespace vnxtest {
 
 namespace {
 
-// A buffer that grew beyond this is given back when there are plenty of others.
+// A larger buffer is freed while there are plenty of others.
 constexpr std::size_t kKeptCapacity = 4096;
 constexpr std::size_t kPlenty = 256;
 
@@ -30,7 +30,7 @@ void SimWire::Put(std::span<const std::uint8_t> head, std::span<const std::uint8
     } else {
         Push({due, m_nextOrder++, slot});
         if (m_held && tag != SimFrameTag::Tick) {
-            // Behind the one that overtakes it, but not before its own time.
+            // After the frame that overtakes it, but not before its own time.
             Push({std::min(m_held->due, std::max(m_held->due - kReorderHold, due)), m_nextOrder++,
                   m_held->slot});
             m_held.reset();
@@ -74,7 +74,7 @@ SimWire::Collected SimWire::Collect(Clock::time_point now, std::size_t maximumBy
 
 void SimWire::Clear() {
     const std::lock_guard lock(m_mutex);
-    // The memory goes, too: a closed interface's wire may stay for its counts.
+    // Frees the memory, too: the port of a closed interface stays for its counters.
     std::vector<Key>().swap(m_heap);
     std::vector<SimFrame>().swap(m_slots);
     std::vector<std::uint32_t>().swap(m_freeSlots);

@@ -1,7 +1,7 @@
 // The guest's end of the simulated wire: the frames on their way to it, and where its reader waits.
 //
-// Frames come out in the order of the moments they are due, equal ones in the order they were put
-// in. Buffers are used again, so that a flood allocates nothing once it flows. Any thread.
+// Frames come out in the order of their due times, equal ones in the order they were put in. Buffers are
+// reused, so that a flood allocates nothing once it flows. Any thread; one lock.
 #pragma once
 
 #include <atomic>
@@ -17,14 +17,14 @@
 
 namespace vnxtest {
 
-// What the simulated LAN wants to know of a frame when the guest reads it.
+// What a frame is, for the LAN's counters when the guest reads it.
 enum class SimFrameTag : std::uint8_t {
     Other,
     FirstGoodReply, // makes a request an answered one
     ExtraGoodReply, // a further good reply to an answered request
     SpoiltReply,    // a reply that cannot be matched with its request
     Ping,           // a ping to the guest
-    Tick,           // no frame at all: the moment for the next ping to the guest
+    Tick,           // not a frame: the next ping to the guest is due
 };
 
 struct SimFrame {
@@ -36,8 +36,8 @@ class SimWire {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // What may be on its way to one guest before the LAN drops requests. A real adapter's buffer is
-    // smaller; this one only keeps a guest that never reads from eating the memory.
+    // The bytes on their way to one guest above which the LAN drops requests. A real adapter's buffer is
+    // smaller; this only bounds the memory of a guest that never reads.
     static constexpr std::size_t kMaximumBytes = std::size_t{64} * 1024 * 1024;
     // How long a frame is held back for another to overtake it.
     static constexpr auto kReorderHold = std::chrono::milliseconds(100);
@@ -52,14 +52,14 @@ public:
              SimFrameTag tag, bool holdBack = false);
     bool IsFull() const;
 
-    // Takes what is due, in order, at most `maximumBytes` of it (but at least one frame), to the
-    // front of `batch`, whose former buffers go back into use; `batch` only ever grows.
+    // Moves the frames that are due, in order, at most `maximumBytes` of them (but at least one frame), to
+    // the front of `batch`, whose former buffers are reused. `batch` never shrinks.
     struct Collected {
         std::size_t frames = 0;
         std::size_t bytes = 0;
     };
     Collected Collect(Clock::time_point now, std::size_t maximumBytes, std::vector<SimFrame>& batch);
-    // True when Collect would find something. Costs no lock.
+    // True if Collect would find a frame. Takes no lock.
     bool HasDue(Clock::time_point now) const {
         return now.time_since_epoch().count() >= m_earliest.load(std::memory_order_acquire);
     }
@@ -68,18 +68,19 @@ public:
     void Clear();
 
     enum class WaitResult { Ready, TimedOut, Woken };
-    // Waits until something is due, Wake() is called or `limit` has come (none: no limit).
+    // Waits until a frame is due, Wake() is called or `limit` has come (nullopt: no limit). One thread at a
+    // time.
     WaitResult Wait(std::optional<Clock::time_point> limit);
     // Ends the current or the next Wait().
     void Wake();
 
-    // From now on `socket` (null: none any more) is made readable whenever something is due. What
-    // is put on the wire due at once raises it there and then; for the rest AwaitLater() must be
-    // running on some thread. The socket must live until it is taken away.
+    // From now on `socket` (null: none) is made readable whenever a frame is due. Put() does so itself for
+    // a frame that is due at once; for later ones AwaitLater() must be running on some thread. The socket
+    // must live until SetSocket(nullptr).
     void SetSocket(NotifySocket* socket);
-    // Waits for frames to come due and makes the socket readable, until SetSocket(nullptr).
+    // Makes the socket readable as frames come due; returns after SetSocket(nullptr).
     void AwaitLater();
-    // The socket becomes unreadable until there is something due.
+    // Makes the socket unreadable until a frame is due.
     void Rearm();
 
 private:
@@ -92,13 +93,13 @@ private:
         }
     };
 
-    // All under the lock.
+    // All called under the lock.
     std::uint32_t TakeFreeSlot();
     void Push(const Key& key);
     const Key* NextDue(Clock::time_point now) const;
     void Pop(const Key* next); // what NextDue returned
     Clock::time_point Earliest() const;
-    // After a change: tells whoever waits for an earlier or for no moment.
+    // After a change: wakes the waiters if the earliest due time is now earlier.
     void Publish();
     void Raise();
 

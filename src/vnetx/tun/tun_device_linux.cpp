@@ -22,7 +22,8 @@ int TunDevice::Create(bool tap) {
     return code == EPERM || code == EACCES ? AwaitHelper(tap) : code;
 }
 
-// Its name is needed now. Numbers are not used twice in this process, whose interfaces come up side by side.
+// Chooses the name, which is needed before the device exists. Numbers are not reused within the process, so
+// that interfaces that come up side by side differ.
 int TunDevice::AwaitHelper(bool tap) {
     m_problem = HowToReadyHelper(HelperPath());
     if (access("/dev/net/tun", R_OK | W_OK) != 0 && errno == EACCES) {
@@ -43,7 +44,7 @@ int TunDevice::AwaitHelper(bool tap) {
 
 int TunDevice::BringUpByHelper(const TunSettings& settings) {
     if (m_descriptor) {
-        // What came while nobody read was for nobody.
+        // Discards the frames that came while the interface was down.
         for (std::array<std::uint8_t, 2048> frame;
              read(m_descriptor.Get(), frame.data(), frame.size()) > 0;) {
         }
@@ -91,8 +92,8 @@ int TunDevice::BringUp(const TunSettings& settings) {
         return BringUpByHelper(settings);
     }
     m_settings = settings;
-    // The kernel would send IPv6 solicitations to a guest that has no IPv6. Older kernels refuse this alone,
-    // which is no reason to fail.
+    // Keeps the kernel from sending IPv6 solicitations to a guest that has no IPv6. Older kernels refuse
+    // this; the start goes on.
     LeaveOutIpv6(m_index);
     if (const int code = AddPeerAddress(m_index, settings.hostEnd, settings.guest); code != 0) {
         return code;

@@ -1,8 +1,8 @@
 // The kernel's TUN/TAP device: the descriptor, and the network interface that the host sees.
 //
-// The interface goes away with the descriptor. Of the host's network nothing else is touched: the
-// only route that comes with it is that of the guest's own address. A process that may not make it itself
-// gets it from the helper `vnxtest-open`, made and brought up in one step and not to be changed any more.
+// The interface goes away with the descriptor. The only other change of the host's network is the route to
+// the guest's address. A process that may not make the device gets it from the helper `vnxtest-open`, which
+// makes it and brings it up in one step; its settings are then final. For one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -29,19 +29,21 @@ class TunDevice {
 public:
     // The functions return 0 or an errno value.
 
-    // Makes the network interface, down and without address, under a fresh name; where this process may
-    // not, it is made when it is brought up.
+    // Makes the network interface, down and without address, under a new name. If this process may not,
+    // only chooses the name, and the helper makes it in BringUp(); EPERM if the helper is not ready.
     int Create(bool tap);
-    // Why the helper refused what failed last, in whole sentences; empty when it was not that.
+    // Why the helper refused the last failed step, in whole sentences; empty if it did not.
     const std::string& Problem() const { return m_problem; }
     const std::string& Name() const { return m_name; }
     std::uint32_t Index() const { return m_index; }
     // Non-blocking; one frame or packet per read and write.
     int Get() const { return m_descriptor.Get(); }
 
-    // Gives it MTU, host end and the guest as the peer (a host route), and brings it up.
+    // Sets MTU, host end and the guest as the peer (a host route), and brings it up. EPERM if a device of
+    // the helper's would have to change.
     int BringUp(const TunSettings& settings);
-    // Brings it down and takes the address away. The helper's stays, and nobody reads it.
+    // Brings it down and removes the address. A device of the helper's stays up; its frames are discarded
+    // at the next BringUp().
     int TakeDown();
     // The MAC of the host's end of a TAP; zero for a TUN.
     MacAddress HostMac() const;
@@ -55,7 +57,7 @@ private:
     std::string m_name;
     std::uint32_t m_index = 0;
     TunSettings m_settings;
-    OpenKind m_helpersKind{}; // what the helper is asked for; none when this process may itself
+    OpenKind m_helpersKind{}; // what the helper is asked for; 0 if this process may itself
     std::string m_problem;
 };
 

@@ -7,7 +7,7 @@
 
 namespace vnxtest {
 
-// Asks nothing of the system yet; what is missing shows at the first operation that needs it.
+// Makes no system call; what is missing fails the first operation that needs it.
 std::unique_ptr<VnetxLibrary> MakeTunLibrary();
 
 } // namespace vnxtest

@@ -30,7 +30,7 @@ public:
         : Driver(state), m_adapterIndex(adapter.index), m_adapterName(adapter.captureName),
           m_adapter(adapter) {}
 
-    // The kernel counts as sent in vain what finds the device's queue full.
+    // A full queue of the device shows as the kernel's count of frames dropped on sending.
     std::optional<std::uint64_t> Dropped() override {
         KernelLink link;
         return FindLink(m_device.Index(), link) == 0 ? std::optional(link.sendDrops) : std::nullopt;
@@ -63,10 +63,10 @@ private:
         settings.guest = Settings().guestIp.Get();
         settings.mtu = Settings().Mtu() != 0 ? Settings().Mtu() : kDefaultMtu;
         const std::uint32_t header = IsTap() ? EthernetView::kLength : 0;
-        if (m_largestFrame == 0) { // the MTU stays what it was the first time
+        if (m_largestFrame == 0) { // the MTU cannot change after the first start
             m_largestFrame = settings.mtu + header;
         }
-        // The kernel counts its queue in frames: as many as the buffer asked for holds.
+        // The kernel counts its queue in frames: as many as fit the buffer size asked for.
         settings.queueLength =
             std::max(1u, Settings().deviceBufferSize.load(std::memory_order_relaxed) / m_largestFrame);
         settings.guestMac = m_mac = Settings().GuestMac();
@@ -77,7 +77,7 @@ private:
         return Told(m_device.BringUp(settings));
     }
 
-    // `code`, once what the helper has to say to it has been said.
+    // Returns `code`; if the helper has refused, tells why in the debug output.
     int Told(int code) const {
         if (code != 0 && !m_device.Problem().empty()) {
             Debug().TellRefusal("A device of /dev/net/tun", m_device.Problem());
@@ -86,7 +86,8 @@ private:
     }
 
     std::uint32_t MaximumMtu() const override { return kMaximumTunMtu; }
-    // The adapter only lends the host's end its address: whatever becomes of it, frames go on to flow.
+    // The health of the device. The adapter only lends the host's end its address, so its changes are told
+    // but do not end the flow.
     int Health() override {
         m_adapter.Look(Settings().name, Debug());
         return HostLinkHealth(m_device.Index());
@@ -98,7 +99,7 @@ private:
                                                 : std::nullopt;
     }
 
-    // Whatever the guest wants to reach on this link, the host is its next hop. A TUN has no MACs.
+    // The host is the next hop of every address on this link. A TUN has no MACs.
     MacAddress FindMac(Ipv4Address address) override {
         return address == Settings().guestIp.Get() ? Settings().GuestMac() : m_device.HostMac();
     }
@@ -115,7 +116,7 @@ private:
     WaitObject FrameWaitObject() const override { return m_device.Get(); }
 
     std::int32_t TakeFrame(std::span<std::uint8_t> buffer) override {
-        // A buffer that is too small would be filled with a cut frame or none at all.
+        // A small buffer would get a truncated frame, so it is read into a spare one first.
         const bool direct = buffer.size() >= m_largestFrame;
         const std::span<std::uint8_t> into = direct ? buffer : std::span<std::uint8_t>(m_spare);
         const ssize_t got = read(m_device.Get(), into.data(), into.size());
@@ -144,7 +145,7 @@ private:
         return static_cast<std::int32_t>(length);
     }
 
-    // Counts what the frame is; false when it is not to be delivered.
+    // Counts the frame; false if it is not to be delivered.
     bool IsForGuest(std::span<const std::uint8_t> frame) {
         auto& counters = Counters();
         if (!IsTap()) {
@@ -204,7 +205,7 @@ private:
         return static_cast<std::int32_t>(frame.size());
     }
 
-    // The kernel's errors of a device that went down or away are told by what happened to it.
+    // For a device that went down or away: ENETDOWN or ENODEV in place of the kernel's error.
     std::int32_t FailAs(int code) {
         const int health = Health();
         return Fail(health != 0 ? health : code);

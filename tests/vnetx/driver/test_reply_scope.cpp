@@ -34,7 +34,8 @@ TEST(ReplyScope, ALibrarySendsNoReplyToNobodyAndEverythingElse) {
         if (!tap) {
             continue;
         }
-        const auto answer = [&](MacAddress to, Ipv4Address asker, ArpOperation operation = ArpOperation::Reply) {
+        const auto answer = [&](MacAddress to, Ipv4Address asker,
+                                ArpOperation operation = ArpOperation::Reply) {
             const auto frame = MakeArpFrame(to, {operation, guest.Mac(), guest.Ip(), to, asker});
             return write(Bytes(frame.begin(), frame.end()));
         };
@@ -46,7 +47,8 @@ TEST(ReplyScope, ALibrarySendsNoReplyToNobodyAndEverythingElse) {
              {MacAddress::Broadcast(), MacAddress(), MacAddress({1, 0, 0x5E, 0, 0, 1}), guest.Mac()}) {
             EXPECT_FALSE(echo(kIcmpEchoReply, kSimFirstEchoHost, nobody));
             for (std::uint16_t operation = 1; operation <= 4; ++operation) {
-                EXPECT_EQ(answer(nobody, {}, ArpOperation{operation}), operation % 2 == 1) << "questions may go to all";
+                EXPECT_EQ(answer(nobody, {}, ArpOperation{operation}), operation % 2 == 1)
+                    << "questions may go to all";
             }
         }
     }
