@@ -1,4 +1,5 @@
-// Names that a screen reader says for controls whose label stands elsewhere. One source per platform.
+// Names for screen readers of controls that have no label of their own. One source per platform.
+// User-interface thread.
 #pragma once
 
 #include <wx/string.h>

@@ -23,8 +23,8 @@ bool IsInside(const wxWindow* window, const wxWindow* outer) {
     return window != nullptr;
 }
 
-// The balloon that is shown, if any, and what ends it. One for the program, so that it is still there when an
-// event that ended the balloon is handed on.
+// The balloon that is shown, if any, and what ends it. One object for the program: it outlives the balloon,
+// whose last event may still be in it.
 class Balloon final : private wxEventFilter {
 public:
     // Points at `part` (screen coordinates) of or in `anchor`.
@@ -55,7 +55,7 @@ public:
     }
 
 private:
-    // Sees every event of the program before its window does, while the balloon is shown.
+    // While the balloon is shown, sees every event of the program before its window does.
     int FilterEvent(wxEvent& event) override {
         const wxEventType type = event.GetEventType();
         if (type == wxEVT_CHAR_HOOK) {
@@ -91,14 +91,14 @@ private:
         }
         const bool modifier =
             key == WXK_SHIFT || key == WXK_CONTROL || key == WXK_RAW_CONTROL || key == WXK_ALT;
-        // F1 over a help balloon asks for more; its window decides.
+        // F1 with a help balloon is for the window (WindowHelp::OnCharHook).
         if (m_contents.isHelp && key != WXK_F1 && !modifier) {
             Dismiss();
         }
         return Event_Skip;
     }
 
-    // True when what the balloon points at is hidden, moved, left or destroyed.
+    // True if the window that the balloon points at is hidden, moved, left or destroyed.
     bool HasGoneFromUnder(const wxEvent& event, const wxWindow& window) const {
         const wxEventType type = event.GetEventType();
         const bool holds = IsInside(m_anchor, &window) || &window == m_owner;
@@ -120,7 +120,7 @@ private:
         return (type == wxEVT_MOVE || type == wxEVT_SIZE) && m_anchor->GetScreenRect() != m_anchorPlace;
     }
 
-    // True when the user has changed the value that the error is about, or has gone elsewhere.
+    // True if the user has changed the value that the error is about, or moved the focus away.
     bool HasBeenAnswered(const wxEvent& event, const wxWindow& window) const {
         const wxEventType type = event.GetEventType();
         if (type == wxEVT_SET_FOCUS) {

@@ -32,8 +32,7 @@ constexpr int kOverlap = 3;     // how far the tip reaches over the control's ed
 
 constexpr int kTextWidth = 48; // characters, at which the text is wrapped
 
-// Colours of our own instead of the theme's: a theme gives no pair for this kind of window that can be
-// relied on to be readable.
+// Own colours: a theme gives no pair for this kind of window that is sure to be readable.
 struct Colours {
     wxColour background;
     wxColour border;
@@ -104,7 +103,7 @@ private:
         return label;
     }
 
-    // Below what it points at if there is room, else above; the tip at the first part of it.
+    // Below `part` if there is room, else above; the tip near its left end.
     void Place(const wxRect& part) {
         const int tail = FromDIP(kTail);
         const int overlap = std::min(FromDIP(kOverlap), part.height / 2);

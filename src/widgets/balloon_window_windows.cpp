@@ -52,12 +52,12 @@ public:
         m_tool.lpszText = m_text.data();
         Send(TTM_SETMAXTIPWIDTH, 0, kTextWidth * owner->GetCharWidth());
         Send(TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&m_tool));
-        // Help has an icon too: without one Wine counts the title lower than it is, and cuts the last line
-        // off.
+        // Help has an icon, too: without one Wine underestimates the title's height and cuts off the last
+        // line.
         Send(TTM_SETTITLEW, contents.isHelp ? TTI_INFO : static_cast<WPARAM>(contents.icon),
              reinterpret_cast<LPARAM>(contents.title.wc_str()));
-        // Which side it takes is the system's decision. Where it is not below, its tip must point at the
-        // upper edge, or it would hide what it is about.
+        // The system chooses the side. If it is not below, the tip must point at the upper edge, or the
+        // balloon would cover the control.
         const int x = part.x + std::min(owner->FromDIP(kTipOffset), part.width / 2);
         const int overlap = std::min(owner->FromDIP(kOverlap), part.height / 2);
         PointAt(x, part.GetBottom() + 1 - overlap);

@@ -1,4 +1,5 @@
-// What a platform's users expect of a control and the toolkit leaves out. One source per platform.
+// Details of controls that a platform's users expect and the toolkit lacks. One source per platform.
+// User-interface thread.
 #pragma once
 
 class wxButton;
@@ -13,7 +14,7 @@ void TakeFocusByMnemonic(wxWindow& window);
 // Shows that Enter presses `button`.
 void ShowAsDefault(wxButton& button);
 
-// Makes `button`, which stands beside `entry`, as high as that where it can be.
+// Makes `button`, which stands beside `entry`, as high as the entry where the platform allows it.
 void FitBeside(wxSpinButton& button, const wxWindow& entry);
 
 } // namespace vnxtest

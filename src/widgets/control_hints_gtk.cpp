@@ -19,11 +19,11 @@ void TakeFocusByMnemonic(wxWindow& window) {
 }
 
 void ShowAsDefault(wxButton& button) {
-    // The usual themes draw the default button as any other.
+    // The usual themes do not mark the default button.
     gtk_style_context_add_class(gtk_widget_get_style_context(button.m_widget), "suggested-action");
 }
 
-// The arrows need the room that they ask for.
+// The arrows need their full height.
 void FitBeside(wxSpinButton&, const wxWindow&) {}
 
 } // namespace vnxtest

@@ -1,4 +1,4 @@
-// What the entries of this room tell their parents.
+// The events that the entries of this room send to their parents.
 #pragma once
 
 #include <wx/event.h>

@@ -1,5 +1,5 @@
-// Windows and sizers are owned by the window or the sizer they are put into, not by who makes them. This
-// is the one way to make one, so that no other line looks as if it forgot to delete what it made.
+// Windows and sizers are owned by the window or sizer that contains them, not by their maker. MakeChild is
+// the one place with a `new`, so that no other line looks like a leak.
 #pragma once
 
 #include <memory>

@@ -35,7 +35,7 @@ std::optional<Placement> ParsePlacement(const std::wstring& text) {
     return Placement{{numbers[0], numbers[1], numbers[2], numbers[3]}, numbers[4] != 0};
 }
 
-// The upper part of the window, by which it can be taken and moved, is on a screen.
+// True if the upper part of the window, by which it can be moved, is on a screen.
 bool CanBeReached(const wxRect& place) {
     return wxDisplay::GetFromPoint(wxPoint(place.x + place.width / 2, place.y + place.height / 8)) !=
            wxNOT_FOUND;
@@ -63,8 +63,8 @@ void WindowPlacement::Restore(PlacementParts parts) {
     }
 }
 
-// A window that draws its own caption does not come to stand exactly where it was put. Left alone it would
-// wander a little each time.
+// A window that draws its own caption is placed with a small offset. Without this correction it would drift
+// with each start.
 void WindowPlacement::OnIdle(wxIdleEvent& event) {
     event.Skip();
     if (m_window.IsShownOnScreen()) {
@@ -84,7 +84,7 @@ void WindowPlacement::Save() {
     }
     wxRect place = m_window.GetRect();
     if (m_window.IsMaximized()) {
-        // What it had before is what it goes back to.
+        // Keeps the place that it will be restored to.
         if (const auto before = ParsePlacement(m_profile.ReadText(m_name, L""))) {
             place = before->place;
         }

@@ -1,4 +1,4 @@
-// Remembers in the profile where a window was and how large. User-interface thread.
+// Keeps a window's place and size in the profile. User-interface thread.
 #pragma once
 
 #include <string>
@@ -32,7 +32,7 @@ private:
     wxTopLevelWindow& m_window;
     Profile& m_profile;
     std::wstring m_name;
-    wxPoint m_wanted; // where it was put
+    wxPoint m_wanted; // the place set by Restore()
 };
 
 } // namespace vnxtest

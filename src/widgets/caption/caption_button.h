@@ -1,5 +1,5 @@
-// The help button in a window's caption, and what else the caption is asked: which part of it is where,
-// and the menu of the window. One source per platform (caption_button_gtk.cpp, caption_button_windows.cpp).
+// The help button in a window's caption, hit tests of the caption's parts, and the window's menu.
+// User-interface thread. One source per platform (caption_button_gtk.cpp, caption_button_windows.cpp).
 #pragma once
 
 #include <functional>
@@ -24,8 +24,8 @@ class CaptionButton {
 public:
     virtual ~CaptionButton() = default;
 
-    // The part of the caption or of the window's edges at `point` (screen coordinates), or nothing when
-    // the point is elsewhere.
+    // The part of the caption or of the window's edges at `point` (screen coordinates), or nullopt if the
+    // point is elsewhere.
     virtual std::optional<CaptionPart> HitTest(const wxPoint& point) const = 0;
 
     // Shows the button as pressed while "What's This?" mode is on.
@@ -35,13 +35,13 @@ public:
 struct CaptionCallbacks {
     wxString name;                    // of the button, where the system shows one
     std::function<void()> help;       // the help button was pressed
-    std::function<void()> systemMenu; // the window's menu was asked for; empty: no menu of our own
-    // Adds our own items to the window's menu, where the system has one.
+    std::function<void()> systemMenu; // the window's menu was asked for; empty: it has no own menu
+    // Adds the program's items to the window's menu, where the system has one.
     std::function<void(wxMenu&)> fillSystemMenu;
 };
 
-// Puts the help button into the caption of `window`. Call right after the window was created and before
-// it is first shown; the result must go before the window does.
+// Puts the help button into the caption of `window`. Call after the window was created and before it is
+// first shown; the result must be destroyed before the window.
 std::unique_ptr<CaptionButton> AddCaptionButton(wxTopLevelWindow& window, CaptionCallbacks callbacks);
 
 // Lets `window` take input while a modal dialog is open.

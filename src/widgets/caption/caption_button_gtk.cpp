@@ -23,8 +23,8 @@ bool HasClass(GtkWidget* widget, const char* name) {
     return gtk_style_context_has_class(gtk_widget_get_style_context(widget), name) != FALSE;
 }
 
-// The user's choice of the side on which the window's buttons stand; which buttons there are follows from
-// the window, since the desktop's list leaves out some that this window needs.
+// The side of the window's buttons is the user's choice; which buttons there are follows from the window,
+// since the desktop's list lacks some that this window needs.
 std::string DecorationLayout(bool isFrame) {
     gchar* setting = nullptr;
     g_object_get(gtk_settings_get_default(), "gtk-decoration-layout", &setting, nullptr);
@@ -61,8 +61,8 @@ public:
         gtk_window_set_titlebar(GTK_WINDOW(m_toplevel), m_header);
 
         // GTK adds the title bar and the border to every size it is given; the window manager adds nothing.
-        // The toolkit counts them in when it is told the new size, and would add them again with the next
-        // one it sets. So its idea of the window's size is kept to that of the contents.
+        // The toolkit includes them when it is told the new size, and would add them again with the next
+        // one it sets. So its record of the window's size is kept to that of the contents.
         m_window.m_decorSize = wxTopLevelWindow::DecorSize();
         // Realized while it has no size yet, the window takes a size that has room for its border. (Later,
         // the contents laid out but the border not counted in, GTK would work on a negative rest and say so.)
@@ -115,7 +115,7 @@ private:
         gtk_style_context_add_class(style, "titlebutton");
         gtk_style_context_add_class(style, "image-button");
         gtk_widget_set_valign(button, GTK_ALIGN_CENTER);
-        // As the window's own buttons: F1 and Shift+F1 are the keyboard's way, and Tab stays in the window.
+        // As the window's other buttons: the keyboard has F1 and Shift+F1, and Tab stays in the window.
         gtk_widget_set_can_focus(button, FALSE);
         gtk_widget_set_tooltip_text(button, name.c_str());
         atk_object_set_name(gtk_widget_get_accessible(button), name.c_str());
@@ -230,7 +230,7 @@ private:
         return 0;
     }
 
-    // What lies around the title bar and the contents, within the window's own surface, is its border.
+    // The border is what lies around the title bar and the contents within the window's surface.
     std::optional<CaptionPart> HitTestEdges(const wxPoint& point, const wxRect& header) const {
         GdkWindow* surface = gtk_widget_get_window(m_toplevel);
         wxRect all;

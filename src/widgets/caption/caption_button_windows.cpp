@@ -1,6 +1,6 @@
 // The caption on Windows: the system's context help button for dialogs. A frame has minimize and maximize
-// buttons, beside which the system shows none: there a button of our own is drawn, before the others, with
-// the current visual style. Our items are put into the system's own menu of the window.
+// buttons, beside which the system shows no help button: there it is drawn by this file, before the others,
+// with the current visual style. The program's items go into the system's menu of the window.
 #include "widgets/caption/caption_button.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ namespace vnxtest {
 namespace {
 
 constexpr UINT_PTR kSubclass = 1;
-// The system keeps the four low bits of a system command for itself.
+// The system uses the four low bits of a system command itself.
 constexpr WPARAM kSystemCommandMask = 0xFFF0;
 
 int AreaOfHitTest(LRESULT code, bool maximized) {
@@ -76,8 +76,7 @@ CVisualStylesXP& VisualStyles() {
     return styles;
 }
 
-// The toolkit lets the innermost control that holds others look for a mnemonic, which finds only its own.
-// This lets the dialog look, before the toolkit does.
+// The toolkit looks for a mnemonic in the innermost container only. This looks in the whole dialog first.
 void OnMnemonic(wxKeyEvent& event) {
     const int key = event.GetKeyCode();
     if (event.GetModifiers() != wxMOD_ALT || ((key < 'A' || key > 'Z') && (key < '0' || key > '9'))) {
@@ -142,7 +141,7 @@ private:
         return result;
     }
 
-    // What the window is not to see.
+    // Handles a message before the window does; true if the window is not to see it.
     bool Handles(UINT message, WPARAM wide, LPARAM parameter) {
         switch (message) {
         case WM_SYSCOMMAND:
@@ -186,7 +185,7 @@ private:
         }
     }
 
-    // What follows for our own button from what the system has just done.
+    // Updates the help button after the system has handled a message.
     void After(UINT message, LPARAM parameter, LRESULT& result) {
         switch (message) {
         case WM_NCHITTEST:
@@ -291,7 +290,7 @@ private:
         ReleaseDC(m_handle, dc);
     }
 
-    // False when the visual style cannot draw it.
+    // False if the visual style cannot draw it.
     bool DrawThemed(HDC dc, const RECT& place, bool pushed) const {
         if (m_theme == nullptr) {
             return false;
@@ -301,8 +300,8 @@ private:
         if (!styles.IsCompositionActive()) {
             return SUCCEEDED(styles.DrawThemeBackground(m_theme, dc, WP_HELPBUTTON, state, &place, nullptr));
         }
-        // The window manager's buttons have no frame: so ours is a question mark in the caption's font, with
-        // a veil while it is pointed at.
+        // The window manager's buttons have no frame. So this one is a question mark in the caption's font,
+        // with a veil under the mouse pointer.
         constexpr BYTE kHotVeil = 0x30;
         constexpr BYTE kPushedVeil = 0x60;
         LOGFONTW font{};
@@ -315,7 +314,7 @@ private:
                                        : BYTE{0});
     }
 
-    // Our items, once, behind the system's.
+    // Adds the program's items, once, after the system's.
     void FillSystemMenu(HMENU menu) const {
         if (!m_callbacks.fillSystemMenu) {
             return;
@@ -369,7 +368,7 @@ std::unique_ptr<CaptionButton> AddCaptionButton(wxTopLevelWindow& window, Captio
 }
 
 void ExemptFromModality(wxTopLevelWindow& window) {
-    // Modality disables the windows that are there when it begins.
+    // Modality disables the windows that exist when it begins.
     window.Enable(true);
 }
 

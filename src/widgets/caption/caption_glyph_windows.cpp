@@ -19,7 +19,7 @@ using Owned = std::unique_ptr<std::remove_pointer_t<Handle>, Deleter>;
 
 constexpr std::uint32_t kOpaque = 255;
 
-// Of the text, which is white on black, what a pixel is covered by; GDI itself writes no alpha.
+// How much of a pixel the text covers, drawn white on black: GDI writes no alpha.
 std::uint32_t Coverage(std::uint32_t pixel) {
     return std::max({pixel & 0xFF, pixel >> 8 & 0xFF, pixel >> 16 & 0xFF});
 }

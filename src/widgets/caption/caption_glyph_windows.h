@@ -5,9 +5,9 @@
 
 namespace vnxtest {
 
-// Draws `sign` in the middle of `place`, in `colour`, over a veil of the same colour with the opacity `veil`
-// (0 for none, 255 for a full one). Puts premultiplied alpha into `dc`: around the sign the caption shows
-// through. False when the system has not what it takes.
+// Draws `sign` in the middle of `place`, in `colour`, over a veil of the same colour with the opacity
+// `veil` (0 for none, 255 for a full one). Puts premultiplied alpha into `dc`: around the sign the caption
+// shows through. False if a call of the system fails.
 bool DrawCaptionGlyph(HDC dc, const RECT& place, wchar_t sign, const LOGFONTW& font, COLORREF colour,
                       BYTE veil);
 

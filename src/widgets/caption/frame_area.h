@@ -1,5 +1,4 @@
-// The parts of a window's frame that are no controls, by number: what a caption is asked for, and what else
-// may name them (the help does).
+// The numbers of the parts of a window's frame that are no controls, for hit tests and for help.
 #pragma once
 
 namespace vnxtest::frame_area {

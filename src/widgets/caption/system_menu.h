@@ -1,4 +1,4 @@
-// The menu of a window where the system shows none of its own. User-interface thread only.
+// The menu of a window on systems that show none. User-interface thread only.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,7 @@ class wxTopLevelWindow;
 namespace vnxtest {
 
 // Pops up the menu of `window` and returns when it is closed. The state items (restore, minimize, maximize)
-// come first, then what `fill` adds, "Close" in the end.
+// come first, then the items that `fill` adds, then "Close".
 void ShowSystemMenu(wxTopLevelWindow& window, const std::function<void(wxMenu&)>& fill);
 
 } // namespace vnxtest

@@ -16,7 +16,7 @@
 
 namespace vnxtest {
 
-// The address of an exported function, traced; null when there is none.
+// The address of an exported function, traced; null if there is none.
 void* LookUpThemeFunction(HMODULE module, const char* name);
 
 // A function of a library that is looked up at its first call. `failure` is what the stub returns.
@@ -52,7 +52,7 @@ class CVisualStylesXP {
     using Module = std::unique_ptr<std::remove_pointer_t<HMODULE>, Unloader>;
 
     static Module Load(const wchar_t* name);
-    // The exported name, or on Windows 11 and later one that nobody exports.
+    // The exported name, or on Windows 11 and later one that no library exports.
     static const char* CompositionName(bool windows11OrLater);
 
     Module m_uxTheme;
@@ -75,15 +75,14 @@ public:
     // DwmApi.dll
     LateFunction<HRESULT WINAPI(HWND, DWORD, LPCVOID, DWORD)> DwmSetWindowAttribute;
 
-    // Calls of the above that trace a failure, as the caption needs them; false then.
+    // The calls above as the caption needs them; on failure traced, and false.
     bool SetNonClientRendering(HWND window, bool byWindowManager);
     bool AllowNonClientPaint(HWND window);
     bool GetCaptionFont(HTHEME theme, LOGFONTW& font);
 
-    // The visual style for the caption of `window`, which is made ready for being drawn upon: with
-    // composition the window manager's caption stays and what is drawn is let through; without, the caption
-    // is the system's own, painted as any other. Null when the classic look is to be drawn: there is no
-    // style, or one of the calls failed.
+    // The visual style for the caption of `window`, which is prepared for drawing: with composition the
+    // window manager's caption stays and lets the drawing through; without, the system paints the caption.
+    // Null if the classic look is to be drawn: there is no style, or one of the calls failed.
     HTHEME OpenCaptionTheme(HWND window);
 };
 

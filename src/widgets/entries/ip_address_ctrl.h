@@ -1,8 +1,8 @@
 // An entry for an IPv4 address: four fields with dots between them, one stop of the Tab key.
 //
-// Digits only, and nothing above 255. A full field, ".", "," and blank move on; how the arrow keys,
-// Backspace, Home and End do is the system's own way where it has such a control. A whole address pasted into
-// any field fills all four; copying a field with nothing selected copies the whole address. Tab leaves the
+// Digits only, and nothing above 255. A full field, ".", "," and blank move on; the arrow keys, Backspace,
+// Home and End do what the system's own control does, where there is one. A whole address pasted into any
+// field fills all four; copying a field with nothing selected copies the whole address. Tab leaves the
 // control. User-interface thread only.
 #pragma once
 
@@ -27,13 +27,13 @@ public:
     IpAddressCtrl& operator=(const IpAddressCtrl&) = delete;
     ~IpAddressCtrl() override;
 
-    // "%d.%d.%d.%d" when all four fields are filled, else the empty text. Leading zeroes are gone.
+    // "%d.%d.%d.%d" without leading zeroes if all four fields are filled, else empty.
     wxString GetText() const;
-    // Fills the fields from a dotted address (blanks around it allowed). False, and nothing changes, when
-    // it is none.
+    // Fills the fields from a dotted address (blanks around it allowed). False, without a change, if it is
+    // not one.
     bool SetText(const wxString& text);
     void Clear();
-    // True when all four fields are empty.
+    // True if all four fields are empty.
     bool IsBlank() const;
     bool AreAllFieldsFilled() const;
 

@@ -21,9 +21,9 @@ class IpAddressFields {
 public:
     virtual ~IpAddressFields() = default;
 
-    // "0" to "255" or empty; while a field is being typed into, what is in it.
+    // "0" to "255" or empty; while a field is being typed into, its text.
     virtual IpFieldTexts Texts() const = 0;
-    // Tells nobody.
+    // Sends no event.
     virtual void SetTexts(const IpFieldTexts& texts) = 0;
     // Puts the focus into a field and selects its text.
     virtual void SetFocusField(int field) = 0;
@@ -36,15 +36,15 @@ public:
 std::unique_ptr<IpAddressFields> MakeIpAddressFields(IpAddressCtrl& control, const wxString& accessibleName,
                                                      std::function<void()> changed);
 
-// One to three decimal digits and no more are put into a field, and no more than 255.
+// A field takes one to three decimal digits, up to 255.
 inline constexpr unsigned kIpFieldDigits = 3;
 bool IsIpFieldText(const wxString& text);
-// The digits are 255 at most.
+// True if the digits are 255 at most.
 bool FitsIpField(const wxString& digits);
-// Tells that a number is too large for the field, which stays as it was. Its text is selected, so that what
-// is typed on replaces it: an address that nobody meant does not come about unseen.
+// Shows that a number is too large for the field, which keeps its text. The text is selected, so that
+// further typing replaces it: no unintended address arises unseen.
 void RefuseIpField(IpAddressCtrl& control, int field);
-// The four numbers of a dotted address in decimal (blanks around it allowed), or nothing.
+// The four numbers of a dotted address in decimal (blanks around it allowed); nullopt if it is not one.
 std::optional<IpFieldTexts> SplitIpAddress(const wxString& text);
 
 // The text on the clipboard without blanks at its ends, and putting one there.

@@ -1,4 +1,4 @@
-// The fields of an address entry where the system has no such control: four entries in one frame. The arrow
+// The fields of an address entry without a control of the system: four entries in one frame. The arrow
 // keys, Backspace and Delete at an end cross into the neighbour; Home and End go to the first and the last
 // field; a separator moves on when the field is not empty.
 #include "widgets/entries/ip_address_fields.h"
@@ -24,12 +24,11 @@ namespace {
 
 constexpr long kFieldEnd = kIpFieldDigits;
 
-// Takes away everything that a theme draws around an entry.
+// Removes all that a theme draws around an entry.
 void MakeFrameless(wxTextCtrl& entry) {
     // Without a frame a theme still draws one around the entry that has the focus.
     static constexpr char kStyle[] =
-        "entry { border: none; box-shadow: none; outline: none; background: none;"
-        " padding: 0; min-height: 0; }";
+        "entry { border: none; box-shadow: none; outline: none; background: none; padding: 0; min-height: 0; }";
     GtkCssProvider* provider = gtk_css_provider_new();
     gtk_css_provider_load_from_data(provider, kStyle, -1, nullptr);
     gtk_style_context_add_provider(gtk_widget_get_style_context(entry.m_widget), GTK_STYLE_PROVIDER(provider),
@@ -53,7 +52,7 @@ private:
     void OnChar(int field, wxKeyEvent& event);
     void OnTyped(int field, wxChar typed);
     void OnTypedDigit(int field, wxChar digit);
-    // A key that types nothing. False when it is the field's own.
+    // Handles a key that types no character. False if it is left to the field.
     bool OnKey(int field, const wxKeyEvent& event);
     void OnSeparator(int field);
     void OnText(int field, wxCommandEvent& event);
@@ -65,7 +64,7 @@ private:
     void Refuse(int field);
     // With nothing selected.
     bool IsCaretAt(int field, long position) const;
-    // Puts the caret into another field; false when there is no such field.
+    // Puts the caret into another field; false if there is no such field.
     bool MoveTo(int field, long position);
     void EraseAt(int field, long position);
     void LeaveByTab(bool forward);
@@ -89,7 +88,7 @@ EntryFields::EntryFields(IpAddressCtrl& control, const wxString& accessibleName,
     // One frame around all fields, drawn as an entry; the fields have none.
     m_control.SetBackgroundStyle(wxBG_STYLE_PAINT);
     m_control.Bind(wxEVT_PAINT, &EntryFields::OnPaint, this);
-    // Beside the fields it is still the control that is clicked.
+    // A click beside the fields is a click on the control.
     m_control.Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) {
         SetFocusField(std::clamp(event.GetX() * kIpFields / m_control.GetClientSize().x, 0, kIpFields - 1));
     });
@@ -262,8 +261,8 @@ bool EntryFields::Insert(int field, const wxString& digits) {
     return true;
 }
 
-// The toolkit sets the caret once more behind the event of a key: the text is selected after that, or before
-// the next key if it is faster.
+// The toolkit sets the caret once more after the event of a key. The text is selected after that, or before
+// the next key if that comes first.
 void EntryFields::Refuse(int field) {
     RefuseIpField(m_control, field);
     m_typedOver = field;
@@ -309,8 +308,8 @@ void EntryFields::EraseAt(int field, long position) {
 }
 
 void EntryFields::OnText(int field, wxCommandEvent& event) {
-    // Typing does not come here; what does (deleting, cutting, dropping, an input method) may leave
-    // something that is no number. The parents hear of the control's event only, not of its fields'.
+    // Not for typed digits. Deleting, cutting, dropping and input methods may leave a text that is no
+    // number. The parents get the control's event only, not those of its fields.
     if (event.GetEventObject() != Field(field)) {
         event.Skip();
         return;

@@ -1,8 +1,8 @@
 // The fields of an address entry on Windows: the system's own address control.
 //
-// It is made of four entries which the toolkit does not know. Each is watched, so that the toolkit hears of
-// the focus and of clicks in them, and for what the control itself does not do: pasting and copying a whole
-// address.
+// It consists of four entries that the toolkit does not know. Each is subclassed, so that the toolkit
+// learns of the focus and of clicks in it, and for pasting and copying a whole address, which the control
+// lacks.
 #include "widgets/entries/ip_address_fields.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ namespace vnxtest {
 
 namespace {
 
-// What Ctrl and a letter type.
+// The characters of Ctrl and a letter.
 constexpr WPARAM kControlA = 1;
 constexpr WPARAM kControlC = 3;
 constexpr WPARAM kControlV = 22;
@@ -35,8 +35,8 @@ wxString TextOf(HWND entry) {
     return {text, static_cast<std::size_t>(length)};
 }
 
-// What assistive software reads for a window that is not the toolkit's. Its own name stays where the system
-// has no such service.
+// Sets the name that assistive software reads for a window that is not the toolkit's. Without that service
+// of the system the window's own name stays.
 void NameForAssistance(HWND window, const wxString& name) {
     IAccPropServices* services = nullptr;
     if (SUCCEEDED(CoCreateInstance(CLSID_AccPropServices, nullptr, CLSCTX_INPROC_SERVER, IID_IAccPropServices,
@@ -54,14 +54,14 @@ std::pair<DWORD, DWORD> Selection(HWND entry) {
     return {from, to};
 }
 
-// As an empty one is.
+// True for an empty one, too.
 bool IsWhollySelected(HWND entry) {
     const auto [from, to] = Selection(entry);
     return to - from == TextOf(entry).length();
 }
 
-// The control itself. Its layout is made once, for the size and the font that it begins with: who has another
-// size for it makes another one.
+// The control itself. Its layout is made once, for its first size and font: another size takes another
+// control.
 class SystemAddress final : public wxControl {
 public:
     SystemAddress(IpAddressCtrl* parent, const wxSize& size, const wxString& accessibleName,
@@ -152,7 +152,7 @@ private:
                                                      : control.Follow(entry, message, wide, parameter, index);
     }
 
-    // What the control does not do itself, or not everywhere.
+    // Handles what the control does not, or not on every system.
     bool Handles(HWND entry, UINT message, WPARAM& wide) {
         switch (message) {
         case WM_CHAR:
@@ -166,12 +166,12 @@ private:
                 if (wide == L',' || wide == L' ') {
                     wide = L'.';
                 }
-                // The system would make 255 of a larger number without a word.
+                // The system would silently turn a larger number into 255.
                 if (wide >= L'0' && wide <= L'9' && !Fits(entry, wxString(static_cast<wxChar>(wide)))) {
                     Refuse(entry);
                     return true;
                 }
-                // A dot behind a full field, or a second one, finds the next field entered already.
+                // A dot after a full field, or a second dot, would skip the next field.
                 return wide == L'.' && IsWhollySelected(entry);
             }
             return true;
@@ -189,7 +189,7 @@ private:
         const LRESULT result = DefSubclassProc(entry, message, wide, parameter);
         switch (message) {
         case WM_CHAR:
-            // Not every system selects what is in the field that a full one leads to.
+            // Not every system selects the text of the field that follows a full one.
             if (const HWND next = ::GetFocus();
                 next != entry && std::ranges::find(m_entries, next) != m_entries.end()) {
                 SendMessageW(next, EM_SETSEL, 0, -1);
@@ -239,7 +239,7 @@ private:
         HandleWindowEvent(event);
     }
 
-    // The system tells of a change more than once, and of those that the program makes.
+    // The system notifies of a change more than once, and of the program's own.
     void TellChange() {
         if (m_ownChange || std::ranges::find(m_entries, HWND{}) != m_entries.end()) {
             return;
@@ -276,7 +276,7 @@ private:
         return field;
     }
 
-    // False for a number of three digits that is too large; what is longer the field refuses itself.
+    // False for a number of three digits that is too large; the field itself refuses longer ones.
     static bool Fits(HWND entry, const wxString& inserted) {
         const wxString field = WithInserted(entry, inserted);
         return !IsIpFieldText(field) || FitsIpField(field);
@@ -286,7 +286,7 @@ private:
         RefuseIpField(m_control, static_cast<int>(std::ranges::find(m_entries, entry) - m_entries.begin()));
     }
 
-    // False when the system is to copy a part of the field.
+    // False if the system is to copy a part of the field.
     bool Copy(HWND entry) const {
         const auto [from, to] = Selection(entry);
         const IpFieldTexts texts = Texts();
@@ -311,7 +311,7 @@ class SystemFields final : public IpAddressFields {
 public:
     SystemFields(IpAddressCtrl& control, wxString accessibleName, std::function<void()> changed)
         : m_control(control), m_accessibleName(std::move(accessibleName)), m_changed(std::move(changed)) {
-        // As high as an entry. A field takes no digit that it has no room for.
+        // As high as an entry: a field refuses digits that it has no room for.
         auto* const entry = MakeChild<wxTextCtrl>(&control, wxID_ANY);
         const wxSize size(entry->GetSizeFromText(wxString('0', 6 * kIpFields)).x, entry->GetBestSize().y);
         entry->Destroy();
@@ -330,7 +330,7 @@ public:
     int FocusedField() const override { return m_system->FocusedField(); }
 
 private:
-    // Puts another control, of the size that there is now, in the place of the one before.
+    // Replaces the control by one of the present size.
     void Fit() {
         const wxSize size = m_control.GetClientSize();
         if (m_system != nullptr && m_system->GetSize() == size) {

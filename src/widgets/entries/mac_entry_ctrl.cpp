@@ -17,7 +17,7 @@ namespace {
 
 constexpr long kCaretAtEnd = 17; // six pairs of digits, five separators
 
-// What the entry would hold if `keys` were typed one by one behind `text`; nothing if one were refused.
+// The text after typing `keys` one by one behind `text`; nullopt if one were refused.
 std::optional<std::wstring> TypedBehind(std::wstring text, const std::wstring& keys) {
     for (const wchar_t key : keys) {
         MacEntryResult result = FilterMACAddressInput(text + key, text);
@@ -50,8 +50,8 @@ bool MacEntryCtrl::TryBefore(wxEvent& event) {
     if (event.GetEventObject() == this && !m_inside) {
         const wxEventType type = event.GetEventType();
         if (type == wxEVT_CHAR) {
-            // What is typed is judged before it is inserted: after an insertion the toolkit would put the
-            // caret where it thinks it belongs, not behind a separator that came in.
+            // A typed character is checked before it is inserted: after an insertion the toolkit would set
+            // the caret itself, not behind an added separator.
             const auto& key = static_cast<wxKeyEvent&>(event);
             const wxChar character = key.GetUnicodeKey();
             if (character >= L' ' && character != WXK_DELETE && !key.HasModifiers() && IsEditable()) {
@@ -84,7 +84,7 @@ bool MacEntryCtrl::OnInsert(const wxString& inserted) {
     std::wstring candidate = before + inserted.ToStdWstring() + behind;
     long caret = from + static_cast<long>(inserted.length());
     if (inserted.length() > 1 && behind.empty() && !FilterMACAddressInput(candidate, m_accepted).accepted) {
-        // Several digits at once may lack their separators: as if they were typed one after the other.
+        // Several digits at once may lack separators; they are taken as if typed one by one.
         if (const std::optional<std::wstring> typed = TypedBehind(before, inserted.ToStdWstring())) {
             candidate = *typed;
             caret = kCaretAtEnd;

@@ -1,5 +1,5 @@
-// An entry for a MAC address that keeps what is typed in form (wrenlib/mac_entry.h): a separator is put
-// in by itself, and what cannot become a MAC address is refused with a beep.
+// An entry for a MAC address that filters what is typed (wrenlib/mac_entry.h): it adds separators, and
+// refuses with a beep what cannot become a MAC address. User-interface thread.
 #pragma once
 
 #include <string>
@@ -12,20 +12,20 @@ class MacEntryCtrl : public wxTextCtrl {
 public:
     MacEntryCtrl(wxWindow* parent, int id, const wxString& accessibleName);
 
-    // The text as it stands; sets it without an event and takes it for the last accepted one.
+    // The text as it stands. SetMac() sends no event and does not filter.
     std::wstring GetMac() const;
     void SetMac(const std::wstring& text);
 
 protected:
-    // The filter runs before anybody else sees the change: handlers of wxEVT_TEXT find accepted texts
-    // only, and hear nothing of a refused one.
+    // The filter runs before any handler: handlers of wxEVT_TEXT see accepted texts only, and no event of a
+    // refused one.
     bool TryBefore(wxEvent& event) override;
 
 private:
-    // Puts `inserted` in the place of the selection, if the result is accepted. Always true: done.
+    // Replaces the selection by `inserted` if the result is accepted. Returns true: the event is handled.
     bool OnInsert(const wxString& inserted);
-    // Filters `text`, puts what comes out into the entry and the caret where it belongs: `caret`, or the
-    // end when the text was changed or refused. False (and a beep) when it was refused.
+    // Filters `text` and sets the result; the caret goes to `caret`, or to the end if the text was changed
+    // or refused. False, with a beep, if it was refused.
     bool Judge(const std::wstring& text, long caret);
 
     std::wstring m_accepted;

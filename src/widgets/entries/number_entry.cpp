@@ -25,7 +25,7 @@ NumberEntry::NumberEntry(wxWindow* parent, int editId, int spinId, const wxStrin
     m_edit->SetInitialSize(m_edit->GetSizeFromText("00000000"));
     m_spin = MakeChild<wxSpinButton>(this, spinId, wxDefaultPosition, wxDefaultSize,
                                      wxSP_VERTICAL | wxSP_ARROW_KEYS);
-    // The button only says "up" or "down"; the number is the edit's.
+    // The button only tells up or down; the edit holds the number.
     m_spin->SetRange(-1, 1);
     m_spin->SetCanFocus(false);
     FitBeside(*m_spin, *m_edit);
@@ -79,7 +79,7 @@ wxString NumberEntry::RangeMessage() const {
     if (value && *value >= m_minimum && *value <= m_maximum) {
         return {};
     }
-    // A number too long for 32 bits is out of range rather than no number.
+    // A number too long for 32 bits counts as out of range, not as no number.
     wxString text = m_edit->GetValue();
     text.Trim(true).Trim(false);
     const bool number = !text.empty() && text.find_first_not_of("+-0123456789") == wxString::npos;
@@ -105,7 +105,7 @@ void NumberEntry::SetFocus() {
 }
 
 void NumberEntry::OnSpin(wxSpinEvent& event, int step) {
-    // The button's own position stays in its middle, so that it can always go both ways.
+    // The button's own position stays in the middle, so that it can move both ways.
     event.Veto();
     m_edit->SetFocus();
     Step(step);

@@ -1,5 +1,5 @@
-// An entry for a whole number with an up-down control beside it. What is typed stays as typed; whether it
-// is in range is asked when the dialog is confirmed.
+// An entry for a whole number with an up-down control beside it. Typed text stays as it is; its range is
+// checked when the dialog is confirmed. User-interface thread.
 #pragma once
 
 #include <optional>
@@ -21,22 +21,22 @@ public:
     // The edit has `editId`, its up-down control `spinId`. `accessibleName` is what a screen reader says.
     NumberEntry(wxWindow* parent, int editId, int spinId, const wxString& accessibleName);
 
-    // The range of the up-down control and of Exchange. Both ends count.
+    // The range of the up-down control and of Exchange(), ends included.
     void SetRange(int minimum, int maximum);
     // The position of the up-down control, brought into its range, and with it the edit's text.
     void SetPosition(int value);
-    // The edit's text alone, as the dialog's data exchange sets it; may be out of range.
+    // Sets the edit's text; the value may be out of range.
     void SetValue(int value);
-    // What the edit holds, whether in range or not; nothing when it is no whole number of 32 bits.
+    // The edit's number, in range or not; nullopt if it is no whole number of 32 bits.
     std::optional<int> GetValue() const;
 
-    // The message for a number that is refused: "Enter an integer between 8 and 65507." or, when there is
-    // no number at all, "Enter an integer.". Empty when the number is in range.
+    // The message for a number that is refused: "Enter an integer between 8 and 65507." or, without a
+    // number, "Enter an integer.". Empty if the number is in range.
     wxString RangeMessage() const;
 
-    // The data exchange on OK: takes the number into `value` when it is in range. Otherwise shows the
-    // range message (a message box over the dialog), then puts the focus into the edit with its text
-    // selected, leaves `value` alone and returns false.
+    // The data exchange on OK: stores the number in `value` if it is in range. Otherwise shows the range
+    // message in a message box, sets the focus to the edit with its text selected, and returns false;
+    // `value` is unchanged.
     bool Exchange(int& value);
 
     void SetFocus() override;
