@@ -25,7 +25,7 @@
 #include "packets/ipv4_packet.h"
 #include "ping/ping_test.h"
 #include "ping/receive_path.h"
-#include "platform/host_tables.h"
+#include "platform/network/host_tables.h"
 #include "wrenpack/wrenpack.h"
 
 namespace vnxtest {

@@ -3,13 +3,13 @@
 #include <cstdio>
 #include <exception>
 
-#include "cli/console.h"
-#include "cli/failure.h"
-#include "cli/options.h"
+#include "cli/options/options.h"
+#include "cli/output/console.h"
+#include "cli/output/failure.h"
 #include "cli/session.h"
-#include "platform/privileges.h"
-#include "platform/sandbox.h"
-#include "platform/terminal.h"
+#include "platform/process/privileges.h"
+#include "platform/process/sandbox.h"
+#include "platform/process/terminal.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"

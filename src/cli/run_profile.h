@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 
 namespace vnxtest {
 

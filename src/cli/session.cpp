@@ -3,18 +3,18 @@
 #include <algorithm>
 #include <thread>
 
-#include "cli/adapter_list.h"
-#include "cli/await_writers.h"
-#include "cli/failure.h"
-#include "cli/file_clash.h"
-#include "cli/json_report.h"
-#include "cli/outcome_texts.h"
+#include "cli/output/await_writers.h"
+#include "cli/output/failure.h"
+#include "cli/output/file_clash.h"
+#include "cli/report/adapter_list.h"
+#include "cli/report/json_report.h"
+#include "cli/report/outcome_texts.h"
 #include "core/debug_output.h"
 #include "hostnet/report.h"
 #include "ping/target.h"
-#include "platform/privileges.h"
-#include "platform/sandbox.h"
-#include "platform/terminal.h"
+#include "platform/process/privileges.h"
+#include "platform/process/sandbox.h"
+#include "platform/process/terminal.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
 

@@ -8,17 +8,17 @@
 #include <memory>
 #include <optional>
 
-#include "cli/console.h"
-#include "cli/document_output.h"
-#include "cli/interruption.h"
-#include "cli/options.h"
+#include "cli/messages/interruption.h"
+#include "cli/options/options.h"
+#include "cli/output/console.h"
+#include "cli/output/document_output.h"
 #include "cli/run_profile.h"
 #include "cli/terminal_port.h"
 #include "core/output_channel.h"
 #include "guest/engine.h"
-#include "platform/atomic_file.h"
-#include "platform/profile.h"
-#include "platform/stop_signal.h"
+#include "platform/files/atomic_file.h"
+#include "platform/files/profile.h"
+#include "platform/process/stop_signal.h"
 
 namespace vnxtest {
 

@@ -1,7 +1,7 @@
 #include "cli/terminal_port.h"
 
-#include "cli/console.h"
-#include "cli/dialog_answers.h"
+#include "cli/options/dialog_answers.h"
+#include "cli/output/console.h"
 
 namespace vnxtest {
 

@@ -5,11 +5,11 @@
 #include <string>
 #include <utility>
 
-#include "cli/message_queue.h"
-#include "cli/options.h"
+#include "cli/messages/message_queue.h"
+#include "cli/options/options.h"
 #include "guest/front_end.h"
 #include "hostnet/host_network.h"
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 
 namespace vnxtest {
 

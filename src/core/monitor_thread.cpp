@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "core/interface_lifecycle.h"
-#include "platform/socket_wait.h"
-#include "platform/thread.h"
+#include "platform/network/socket_wait.h"
+#include "platform/process/thread.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/log.h"
 

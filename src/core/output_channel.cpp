@@ -4,7 +4,7 @@
 #include <chrono>
 #include <ctime>
 
-#include "platform/local_time.h"
+#include "platform/system/local_time.h"
 #include "wrenlib/trace.h"
 
 namespace vnxtest {

@@ -13,7 +13,7 @@
 #include "guest/front_end.h"
 #include "guest/guest.h"
 #include "hostnet/host_network.h"
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 #include "settings/settings.h"
 #include "vnetx/library.h"
 

@@ -3,7 +3,7 @@
 #include "core/monitor_thread.h"
 #include "guest/beside_host.h"
 #include "guest/pre_start_questions.h"
-#include "platform/socket_wait.h"
+#include "platform/network/socket_wait.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/log.h"

@@ -1,6 +1,6 @@
 #include "guest/pre_start_questions.h"
 
-#include "platform/system_name.h"
+#include "platform/system/system_name.h"
 #include "wrenlib/format.h"
 
 namespace vnxtest {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "core/interface_info.h"
-#include "platform/host_tables.h"
+#include "platform/network/host_tables.h"
 #include "vnetx/library.h"
 #include "wrenlib/address.h"
 #include "wrenpack/wrenpack.h"
@@ -24,7 +24,7 @@ namespace vnxtest {
 // Where the host's data comes from. The real sources are those of the platform and of the adapter
 // library; a test injects faults here, and the simulated LAN adds its adapter here.
 struct HostSources {
-    HostTables& tables;        // network parameters, routes, addresses, ARP probe (platform/host_tables.h)
+    HostTables& tables; // network parameters, routes, addresses, ARP probe (platform/network/host_tables.h)
     WrenPackLibrary& adapters; // the host adapter library (wrenpack/wrenpack.h)
 };
 

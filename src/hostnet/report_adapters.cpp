@@ -1,7 +1,7 @@
 #include "hostnet/adapter_text.h"
 #include "hostnet/banner.h"
 #include "hostnet/report_sections.h"
-#include "platform/host_advice.h"
+#include "platform/system/host_advice.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/log.h"
 #include "wrenlib/text.h"

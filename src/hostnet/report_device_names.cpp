@@ -1,5 +1,5 @@
 #include "hostnet/report_sections.h"
-#include "platform/device_names.h"
+#include "platform/network/device_names.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/log.h"
 #include "wrenlib/visible_text.h"

@@ -2,8 +2,8 @@
 
 #include "hostnet/banner.h"
 #include "hostnet/report_sections.h"
-#include "platform/host_advice.h"
-#include "platform/module_version.h"
+#include "platform/system/host_advice.h"
+#include "platform/system/module_version.h"
 #include "wrenlib/log.h"
 #include "wrenlib/text.h"
 #include "wrenlib/visible_text.h"

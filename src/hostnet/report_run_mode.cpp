@@ -1,5 +1,5 @@
 #include "hostnet/report_sections.h"
-#include "platform/system_identity.h"
+#include "platform/system/system_identity.h"
 #include "wrenlib/log.h"
 #include "wrenlib/visible_text.h"
 

@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/host_tables.h"
+#include "platform/network/host_tables.h"
 #include "wrenpack/wrenpack.h"
 
 namespace vnxtest {

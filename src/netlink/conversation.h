@@ -1,8 +1,8 @@
 // One question to the kernel's route netlink and its answer (rtnetlink(7)), as libnl holds them. For the
 // sources of this room: links.h and the other headers of the room give plain values.
 //
-// Requests go out by sendto, since a running guest has no sendmsg (platform/sandbox.h). A conversation has a
-// socket of its own: any thread.
+// Requests go out by sendto, since a running guest has no sendmsg (platform/process/sandbox.h). A
+// conversation has a socket of its own: any thread.
 #pragma once
 
 #include <functional>

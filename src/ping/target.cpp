@@ -4,8 +4,8 @@
 #include <system_error>
 #include <thread>
 
-#include "platform/resolver.h"
-#include "platform/thread.h"
+#include "platform/network/resolver.h"
+#include "platform/process/thread.h"
 
 namespace vnxtest {
 

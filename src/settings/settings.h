@@ -10,7 +10,7 @@
 #include "core/ping_plan.h"
 #include "core/run_settings.h"
 #include "hostnet/host_network.h"
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 
 namespace vnxtest {
 

@@ -9,8 +9,8 @@
 #include <wx/image.h>
 
 #include "guest/engine.h"
-#include "platform/privileges.h"
-#include "platform/terminal.h"
+#include "platform/process/privileges.h"
+#include "platform/process/terminal.h"
 #include "ui/document.h"
 #include "ui/frame/command_ids.h"
 #include "ui/frame/main_frame.h"

@@ -8,7 +8,7 @@
 #include <wx/docview.h>
 
 #include "helpui/help_book.h"
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 
 namespace vnxtest {
 

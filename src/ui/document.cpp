@@ -10,9 +10,9 @@
 #include <wx/frame.h>
 #include <wx/msgdlg.h>
 
-#include "platform/atomic_file.h"
-#include "platform/profile.h"
-#include "platform/terminal.h"
+#include "platform/files/atomic_file.h"
+#include "platform/files/profile.h"
+#include "platform/process/terminal.h"
 #include "ui/dialogs/task_dialogs.h"
 #include "ui/view.h"
 #include "wrenlib/log.h"

@@ -5,7 +5,7 @@
 
 #include <wx/gdicmn.h>
 
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 
 class wxTopLevelWindow;
 class wxIdleEvent;

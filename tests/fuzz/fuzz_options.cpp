@@ -1,7 +1,7 @@
 // Command lines, one argument a line: refused with a text, or within the ranges that are documented.
 #include <string>
 
-#include "cli/options.h"
+#include "cli/options/options.h"
 #include "fuzz_input.h"
 #include "vnetx/sim/sim_options.h"
 

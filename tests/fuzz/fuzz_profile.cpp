@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "fuzz_input.h"
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 #include "settings/settings.h"
 
 namespace {

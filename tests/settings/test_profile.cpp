@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 #include "settings/temporary_profile.h"
 #include "wrenlib/format.h"
 

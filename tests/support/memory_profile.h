@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 
 namespace vnxtest {
 

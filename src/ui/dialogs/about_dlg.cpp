@@ -10,7 +10,7 @@
 
 #include "helpui/help_book.h"
 #include "helpui/program_icons.h"
-#include "platform/system_name.h"
+#include "platform/system/system_name.h"
 #include "ui/dialogs/dialog_layout.h"
 #include "widgets/make_child.h"
 #include "wrenlib/product.h"

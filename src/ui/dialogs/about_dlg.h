@@ -5,7 +5,7 @@
 #pragma once
 
 #include "helpui/help_button_wnd.h"
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 #include "widgets/window_placement.h"
 
 namespace vnxtest {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "helpui/help_button_wnd.h"
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 #include "ui/frame/status_bar.h"
 #include "widgets/window_placement.h"
 

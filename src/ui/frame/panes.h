@@ -4,7 +4,7 @@
 
 #include <wx/splitter.h>
 
-#include "platform/profile.h"
+#include "platform/files/profile.h"
 #include "ui/chart/ping_chart.h"
 #include "ui/text/output_text.h"
 

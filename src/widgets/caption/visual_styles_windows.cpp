@@ -3,7 +3,7 @@
 #include <dwmapi.h>
 #include <vssym32.h>
 
-#include "platform/system_identity.h"
+#include "platform/system/system_identity.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
 #include "wrenlib/trace.h"

@@ -1,0 +1,139 @@
+#include "cli/output/document_output.h"
+
+#include <cerrno>
+
+#include "platform/process/terminal.h"
+#include "wrenlib/errors.h"
+#include "wrenlib/format.h"
+#include "wrenlib/text.h"
+
+namespace vnxtest {
+
+namespace {
+
+// What the library says of something that takes more rights than there are (DebugLines::TellRefusal).
+constexpr std::string_view kRefusalMark = " may not be opened by this program itself. ";
+
+constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
+
+std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
+    std::string converted;
+    converted.reserve(text.size() + text.size() / 32);
+    for (const char c : text) {
+        if (c == '\n') {
+            converted += lineEnd;
+        } else {
+            converted += c;
+        }
+    }
+    return converted;
+}
+
+BackgroundWriter::Destination WriteTo(std::FILE* stream) {
+    const auto write = [stream](std::string_view text) {
+        // Out at once: what was said must be seen even if the program is killed.
+        if (WriteAll(stream, text)) {
+            return std::wstring();
+        }
+        const int code = errno;
+        return Sprintf(L"Standard output cannot be written; errno=%d: %s", code, StrError(code));
+    };
+    return {write, nullptr, IsOrdinaryFile(stream)};
+}
+
+} // namespace
+
+BackgroundWriter::Destination WriteTo(const std::shared_ptr<AtomicFile>& file, const std::wstring& what) {
+    const auto write = [file, what](std::string_view text) {
+        const std::string_view lineEnd = kTextLineEnd;
+        const bool written = file->Write(lineEnd == "\n" ? text : WithLineEnds(text, lineEnd));
+        return written ? std::wstring() : what + file->Problem();
+    };
+    const auto finish = [file, what] { return file->Commit() ? std::wstring() : what + file->Problem(); };
+    return {write, finish, !file->IsWrittenThrough()};
+}
+
+DocumentOutput::DocumentOutput(std::FILE* stream, std::function<void()> onEnd)
+    : m_onEnd(std::move(onEnd)), m_stream(WriteTo(stream), m_onEnd) {}
+
+bool DocumentOutput::OpenFile(const std::filesystem::path& path) {
+    if (!m_file->Open(path, FileAccess::Document)) {
+        m_openProblem = L"The document cannot be saved: " + m_file->Problem();
+        return false;
+    }
+    m_fileWriter = std::make_unique<BackgroundWriter>(
+        vnxtest::WriteTo(m_file, L"The document cannot be saved: "), m_onEnd);
+    return true;
+}
+
+void DocumentOutput::Write(std::string text) {
+    NoteFailures(text);
+    text.shrink_to_fit(); // it may have to wait, and what waits is bounded
+    const auto lines = std::make_shared<const std::string>(std::move(text));
+    m_stream.Append(lines);
+    if (m_fileWriter) {
+        m_fileWriter->Append(lines);
+    }
+}
+
+void DocumentOutput::Close() {
+    for (BackgroundWriter* const writer : Writers()) {
+        writer->Close();
+    }
+}
+
+std::vector<BackgroundWriter*> DocumentOutput::Writers() {
+    return m_fileWriter ? std::vector{&m_stream, m_fileWriter.get()} : std::vector{&m_stream};
+}
+
+std::wstring DocumentOutput::Problem() const {
+    std::wstring text = m_openProblem;
+    for (const BackgroundWriter* const writer :
+         {&m_stream, static_cast<const BackgroundWriter*>(m_fileWriter.get())}) {
+        const std::wstring problem = writer != nullptr ? writer->Problem() : std::wstring();
+        text += text.empty() || problem.empty() ? problem : L"\n" + problem;
+    }
+    return text;
+}
+
+std::wstring DocumentOutput::LeftOut() const {
+    std::wstring text;
+    if (const std::uint64_t count = m_stream.LinesLeftOut(); count > 0) {
+        text = Sprintf(
+            L"Standard output was not read fast enough: %u lines of the document are missing there.", count);
+    }
+    if (const std::uint64_t count = m_fileWriter ? m_fileWriter->LinesLeftOut() : 0; count > 0) {
+        text += text.empty() ? L"" : L"\n";
+        text +=
+            Sprintf(L"The file of --output could not be written fast enough: %u lines of the document are "
+                    L"missing there.",
+                    count);
+    }
+    return text;
+}
+
+void DocumentOutput::NoteFailures(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        const std::string_view message = line.substr(std::min(line.size(), kStampLength));
+        const bool begins = message.starts_with("** ") || message.starts_with("*** ");
+        if (message.find(kRefusalMark) != std::string_view::npos) {
+            m_refusal = FromUtf8(message) + L"\n";
+            m_refusalGoesOn = true;
+        } else if (m_refusalGoesOn && !begins) {
+            m_refusal += FromUtf8(message) + L"\n";
+        } else if (m_failureGoesOn) {
+            m_lastFailure += L"\n" + FromUtf8(message);
+            m_failureGoesOn = false;
+        } else if ((message.starts_with("** ") || message.starts_with("*** MonitorThread: ")) &&
+                   message.find(" failed") != std::string_view::npos) {
+            m_lastFailure = m_refusal + FromUtf8(message);
+            m_refusalGoesOn = false;
+            m_failureGoesOn = message.ends_with(';');
+        }
+    }
+}
+
+} // namespace vnxtest

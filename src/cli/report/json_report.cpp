@@ -1,0 +1,138 @@
+#include "cli/report/json_report.h"
+
+#include "packets/icmp_echo.h"
+#include "ping/receive_path.h"
+#include "wrenlib/product.h"
+#include "wrenlib/text.h"
+#include "wrenlib/ticks.h"
+
+namespace vnxtest {
+
+namespace {
+
+Json TextOrNull(const std::wstring& text) {
+    return text.empty() ? Json() : Json(ToUtf8(text));
+}
+
+Json PingJson(const CPing& ping, std::size_t index, std::uint32_t firstTick) {
+    const bool late = ping.nReplies > 0 && !TickReached(ping.dwDeadlineTick, ping.dwReplyTick);
+    return Json{
+        {"number", index + 1},
+        {"sequence", SwapNetwork16(ping.wIcmpSeq)},
+        {"sentMs", ping.dwSentTick - firstTick},
+        {"replies", ping.nReplies},
+        {"timeMs", ping.nReplies > 0 ? Json(ping.dwReplyTick - ping.dwSentTick) : Json()},
+        {"timedOut", ping.nTimeouts != 0},
+        {"lateMs", late ? Json(ping.dwReplyTick - ping.dwDeadlineTick) : Json()},
+    };
+}
+
+Json PingTestJson(const PingTestResult& result) {
+    const PingPlan& plan = result.plan;
+    const PingStatistics& statistics = result.statistics;
+    Json pings = Json::array();
+    for (const CPing& ping : result.records.pings) {
+        pings.push_back(PingJson(ping, result.records.first + pings.size(), result.firstTick));
+    }
+    return Json{
+        {"complete", result.complete},
+        {"writeFailed", result.writeFailed},
+        {"target", ToUtf8(plan.targetName)},
+        {"targetIp", ToUtf8(FormatIPAddr(plan.target))},
+        {"size", plan.dataSize},
+        {"count", plan.numPings},
+        {"timeoutMs", plan.timeout},
+        {"delayMs", plan.delay},
+        {"statistics",
+         {
+             {"sent", statistics.sent},
+             {"received", statistics.received},
+             {"timeouts", statistics.timeouts},
+             {"duplicates", statistics.duplicates},
+             {"lost", statistics.lost},
+             {"lossPercent", statistics.lossPercent},
+             {"minimumMs", statistics.minimum},
+             {"maximumMs", statistics.maximum},
+             {"averageMs", statistics.average},
+         }},
+        {"pings", std::move(pings)},
+    };
+}
+
+Json StatisticsJson(const VnetxStatistics& record) {
+    return Json{
+        {"length", record.length},
+        {"kernelBufferSize", record.kernelBufferSize},
+        {"ioBufferSize", record.ioBufferSize},
+        {"maximumBytesReceived", record.maximumBytesReceived},
+        {"writeCalls", record.writeCalls},
+        {"writeIos", record.writeIos},
+        {"readCalls", record.readCalls},
+        {"readIos", record.readIos},
+        {"packetsRead", record.packetsRead},
+        {"packetsWritten", record.packetsWritten},
+        {"bytesRead", record.bytesRead},
+        {"bytesWritten", record.bytesWritten},
+        {"internalArps", record.internalArps},
+        {"ignored", record.ignored},
+        {"fromOurself", record.fromOurself},
+        {"toZeroMacRead", record.toZeroMacRead},
+        {"toZeroMacWritten", record.toZeroMacWritten},
+        {"fromZeroMacRead", record.fromZeroMacRead},
+        {"fromZeroMacWritten", record.fromZeroMacWritten},
+    };
+}
+
+Json InterfaceJson(const INTERFACE_INFO& info, std::size_t index) {
+    Json ignored = Json::object();
+    for (std::uint32_t reason = 0; reason < kIgnoreReasons; ++reason) {
+        ignored[ToUtf8(IgnoreReasonText(reason))] = info.counters.ignored[reason].load();
+    }
+    return Json{
+        {"interface", index + 1},
+        {"name", TextOrNull(info.name)},
+        {"mode", info.tapMode ? "tap" : "tun"},
+        {"guestIp", TextOrNull(info.guestIpText)},
+        {"guestMac", TextOrNull(info.guestMacText)},
+        {"adapterIp", info.adapterIp.IsZero() ? Json() : Json(ToUtf8(FormatIPAddr(info.adapterIp)))},
+        {"adapterMac", info.adapterMac.IsZero() ? Json() : Json(ToUtf8(FormatMACAddr(info.adapterMac)))},
+        {"answered",
+         {
+             {"echo", info.counters.echoRequestsAnswered.load()},
+             {"arp", info.counters.arpRequestsAnswered.load()},
+             {"rarp", info.counters.rarpRequestsAnswered.load()},
+         }},
+        {"ignored", std::move(ignored)},
+        {"droppedByDriver", info.droppedByDriver ? Json(*info.droppedByDriver) : Json()},
+        {"statistics", info.statisticsValid ? StatisticsJson(info.statistics) : Json()},
+    };
+}
+
+} // namespace
+
+std::string JsonText(const Json& value) {
+    // A text that is not UTF-8 (a library's, a host name's) must not cost the whole result.
+    return value.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string RunResultsJson(const RunResults& results) {
+    Json interfaces = Json::array();
+    for (std::size_t index = 0; index < results.interfaces.size(); ++index) {
+        if (results.interfaces[index] != nullptr) {
+            interfaces.push_back(InterfaceJson(*results.interfaces[index], index));
+        }
+    }
+    return JsonText(Json{
+        {"version", kJsonVersion},
+        {"program", std::string(kProductName) + " " + kVersion},
+        {"library", ToUtf8(results.library)},
+        {"whyNotThePackage", TextOrNull(results.whyNotThePackage)},
+        {"command", ToUtf8(results.command)},
+        {"exitStatus", results.exitStatus},
+        {"problem", TextOrNull(results.problem)},
+        {"ping", results.ping != nullptr ? PingTestJson(*results.ping) : Json()},
+        {"interfaces", std::move(interfaces)},
+    });
+}
+
+} // namespace vnxtest

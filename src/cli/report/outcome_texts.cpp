@@ -1,0 +1,39 @@
+#include "cli/report/outcome_texts.h"
+
+#include <algorithm>
+
+#include "core/run_settings.h"
+#include "ping/echo_request.h"
+#include "wrenlib/format.h"
+
+namespace vnxtest {
+
+std::wstring DescribeWriteFailure(const PingPlan& plan, const std::wstring& failure) {
+    constexpr std::uint32_t kUsualMtu = 1500;
+    constexpr auto kHeaders = static_cast<std::uint32_t>(kPingHeaders);
+    std::wstring text = L"The ping test was broken off, for a packet could not be sent:\n" + failure;
+    if (plan.dataSize + kHeaders > kUsualMtu) {
+        text += Sprintf(
+            L"\n--size %u makes packets of %u bytes, which few adapters take whole. Try --size %u or less.",
+            plan.dataSize, plan.dataSize + kHeaders, kUsualMtu - kHeaders);
+    }
+    return text;
+}
+
+std::wstring DescribeDroppedFrames(const INTERFACE_INFO& info, int index) {
+    const std::uint64_t dropped = info.droppedByDriver.value_or(0);
+    if (dropped == 0) {
+        return {};
+    }
+    const std::uint32_t size = info.statistics.kernelBufferSize / kKilo;
+    std::wstring text = Sprintf(L"note: %d frames for interface %d were dropped unread, for the driver's "
+                                L"buffer of %uK was full. A ping that was lost may be among them.",
+                                dropped, index + 1, size);
+    if (size < kDriverBufferRange.highest) {
+        text += Sprintf(L" A larger buffer holds more: --driver-buffer %u.",
+                        std::min(size * 4, kDriverBufferRange.highest));
+    }
+    return text;
+}
+
+} // namespace vnxtest

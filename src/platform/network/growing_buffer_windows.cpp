@@ -1,0 +1,46 @@
+#include "platform/network/growing_buffer_windows.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <new>
+
+namespace vnxtest {
+
+namespace {
+
+// A table grows between two calls by a few rows at most; a source that asks again and again does
+// not mean it.
+constexpr int kMaximumRounds = 64;
+// More than any host's routing table; what asks for more is not believed.
+constexpr std::uint32_t kMaximumTableSize = 512U * 1024 * 1024;
+
+bool IsTooSmall(std::uint32_t code) {
+    return code == ERROR_INSUFFICIENT_BUFFER || code == ERROR_BUFFER_OVERFLOW;
+}
+
+} // namespace
+
+std::uint32_t FetchGrowing(std::uint32_t element,
+                           const std::function<std::uint32_t(void*, std::uint32_t*)>& fill,
+                           std::vector<std::uint8_t>& buffer) {
+    std::uint32_t size = element;
+    std::uint32_t code = ERROR_INSUFFICIENT_BUFFER;
+    for (int round = 0; round < kMaximumRounds && size <= kMaximumTableSize && IsTooSmall(code); ++round) {
+        const std::size_t elements = std::max<std::size_t>(1, (std::size_t{size} + element - 1) / element);
+        buffer.clear();
+        try {
+            buffer.assign(elements * element, 0);
+        } catch (const std::bad_alloc&) {
+            return ERROR_NOT_ENOUGH_MEMORY;
+        }
+        size = static_cast<std::uint32_t>(buffer.size());
+        code = fill(buffer.data(), &size);
+    }
+    if (code != 0) {
+        buffer.clear();
+    }
+    return code;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,37 @@
+#include <windows.h>
+
+#include "platform/process/privileges.h"
+
+namespace vnxtest {
+
+bool HasPrivilege(Privilege) {
+    HANDLE token = nullptr;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == FALSE) {
+        return false;
+    }
+    TOKEN_ELEVATION elevation{};
+    DWORD size = sizeof elevation;
+    const BOOL known = GetTokenInformation(token, TokenElevation, &elevation, size, &size);
+    CloseHandle(token);
+    return known != FALSE && elevation.TokenIsElevated != 0;
+}
+
+bool MayOpen(Privilege privilege) {
+    return HasPrivilege(privilege);
+}
+
+std::optional<std::wstring> WhyNotWithRightsOfItsFile() {
+    return std::nullopt; // a file has none here
+}
+
+std::wstring HowToGrant(Privilege) {
+    return L"This program needs administrator rights. Start it from a command prompt that was opened with "
+           L"\"Run as "
+           L"administrator\".";
+}
+
+bool GiveUpPrivileges(const KeptPrivileges&, std::wstring&) {
+    return true;
+}
+
+} // namespace vnxtest

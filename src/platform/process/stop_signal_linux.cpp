@@ -1,0 +1,92 @@
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <system_error>
+#include <thread>
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include "platform/process/stop_signal.h"
+
+namespace vnxtest {
+
+// The signals are blocked in every thread and read from a descriptor by one that waits for them, so
+// that no code ever runs inside a signal handler.
+struct StopSignal::Watch {
+    std::function<void(int)> handler;
+    sigset_t signals{};
+    sigset_t maskBefore{};
+    int requests = -1; // signalfd
+    int end = -1;      // eventfd
+    std::thread thread;
+
+    ~Watch() {
+        close(end);
+        close(requests);
+    }
+
+    void Run() {
+        pollfd waits[2] = {{end, POLLIN, 0}, {requests, POLLIN, 0}};
+        for (int count = 1;;) {
+            if (poll(waits, 2, -1) < 0) {
+                continue;
+            }
+            if (waits[0].revents != 0) {
+                return;
+            }
+            signalfd_siginfo info{};
+            if (read(requests, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+                handler(count++);
+            }
+        }
+    }
+};
+
+namespace {
+[[noreturn]] void ThrowSystemError(int code, const char* call) {
+    throw std::system_error(code, std::generic_category(), call);
+}
+} // namespace
+
+StopSignal::StopSignal(std::function<void(int)> handler) : m_watch(std::make_unique<Watch>()) {
+    m_watch->handler = std::move(handler);
+    sigemptyset(&m_watch->signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction current {};
+        if (sigaction(number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN) {
+            sigaddset(&m_watch->signals, number);
+        }
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    m_watch->requests = signalfd(-1, &m_watch->signals, SFD_CLOEXEC);
+    m_watch->end = eventfd(0, EFD_CLOEXEC);
+    if (m_watch->requests < 0 || m_watch->end < 0) {
+        ThrowSystemError(errno, m_watch->requests < 0 ? "signalfd" : "eventfd");
+    }
+    pthread_sigmask(SIG_BLOCK, &m_watch->signals, &m_watch->maskBefore);
+    try {
+        m_watch->thread = std::thread([watch = m_watch.get()] { watch->Run(); });
+    } catch (const std::system_error& failure) {
+        pthread_sigmask(SIG_SETMASK, &m_watch->maskBefore, nullptr);
+        ThrowSystemError(failure.code().value(), "pthread_create");
+    }
+}
+
+StopSignal::~StopSignal() {
+    if (m_watch->thread.joinable()) {
+        const std::uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(m_watch->end, &one, sizeof one);
+        m_watch->thread.join();
+        pthread_sigmask(SIG_SETMASK, &m_watch->maskBefore, nullptr);
+    }
+}
+
+void EndProcessAtOnce(int status) {
+    _exit(status);
+}
+
+} // namespace vnxtest

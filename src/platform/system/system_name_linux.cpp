@@ -1,0 +1,9 @@
+#include "platform/system/system_name.h"
+
+namespace vnxtest {
+
+std::wstring_view SystemName() {
+    return L"Linux";
+}
+
+} // namespace vnxtest

@@ -1,9 +1,0 @@
-#include "platform/system_name.h"
-
-namespace vnxtest {
-
-std::wstring_view SystemName() {
-    return L"Linux";
-}
-
-} // namespace vnxtest
