@@ -10,8 +10,7 @@ namespace vnxtest {
 
 namespace {
 
-// The number of a control by its window id, 0 when it has none. Ids that the toolkit made up are
-// negative.
+// The number of a control by its window id; 0 if it has none. Ids that the toolkit made up are negative.
 int NumberOfId(int id) {
     switch (id) {
     case wxID_OK:
@@ -48,7 +47,7 @@ const wxWindow* NamedControl(const wxWindow& label) {
 
 void ControlNumbers::Assign(wxWindow& control, int number) {
     m_assigned[&control] = number;
-    // Bound to this object, so that it ends with it: a window's children outlive its help.
+    // Bound to this object, so that the binding ends with it: a window's children outlive its help.
     control.Bind(wxEVT_DESTROY, &ControlNumbers::OnAssignedGone, this);
 }
 
@@ -69,7 +68,7 @@ const wxWindow& ControlNumbers::AnsweringFor(const wxWindow& control) const {
             return *candidate;
         }
         const wxWindow* named = IsLabel(*candidate) ? NamedControl(*candidate) : nullptr;
-        // A control that is made of others may leave the number to the first of them.
+        // In a control made of others the first of them may have the number.
         while (named != nullptr && NumberOf(*named) == 0) {
             const wxWindowList& parts = named->GetChildren();
             named = parts.empty() ? nullptr : parts.front();

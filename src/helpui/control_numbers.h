@@ -1,5 +1,4 @@
-// Which number the controls of one window answer for, when they are asked for help. User-interface thread
-// only.
+// The help numbers of one window's controls. User-interface thread only.
 #pragma once
 
 #include <map>
@@ -17,10 +16,10 @@ public:
     ControlNumbers(const ControlNumbers&) = delete;
     ControlNumbers& operator=(const ControlNumbers&) = delete;
 
-    // Makes `control` answer for `number`, whatever its window id is.
+    // Gives `control` the help number `number`, whatever its window id is.
     void Assign(wxWindow& control, int number);
 
-    // What was assigned, else the window id if it is the number of a control; 0 otherwise.
+    // The assigned number, else the window id if it is a control's number, else 0.
     int NumberOf(const wxWindow& control) const;
 
     // The window that answers for `control`: itself if it has a number, or its nearest parent that has one;

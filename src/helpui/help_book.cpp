@@ -52,8 +52,8 @@ public:
         SetTitleFormat("%s - Netorra Help");
     }
 
-    // The base's Display would keep the caller inside, and the dialog that asked for help out of reach,
-    // until the book is closed.
+    // The base's Display would block the caller, and the dialog that asked for help, until the book is
+    // closed.
     bool Show(const wxString& page, bool withContents) {
         CreateHelpWindow();
         wxHtmlHelpWindow* window = GetHelpWindow();
@@ -110,9 +110,9 @@ bool HelpBook::Load() {
     if (!wxFileSystem::HasHandlerForPath("x.zip#zip:y")) {
         wxFileSystem::AddHandler(MakeChild<wxZipFSHandler>()); // the file system owns it
     }
-    // The main window's child, whatever dialog asks: it outlives the dialog and stays above the window.
+    // A child of the main window, whichever dialog asks: it outlives the dialog and stays above the window.
     m_viewer = std::make_unique<Viewer>(wxTheApp->GetTopWindow());
-    const wxLogNull quiet; // the caller's message says it
+    const wxLogNull quiet; // the caller shows a message
     return m_viewer->m_controller.AddBook(wxFileName(m_path));
 }
 
@@ -123,10 +123,9 @@ bool HelpBook::OpenTopic(wxWindow* parent, const HelpTopic& topic) {
         return false;
     };
     if (m_path.empty() || !wxFileName::FileExists(m_path)) {
-        return refuse(
-            wxString::Format("The help book of Netorra was not found.\n\nIt should be beside the program, "
-                             "with the name %s.",
-                             kBookFile));
+        return refuse(wxString::Format(
+            "The help book of Netorra was not found.\n\nIt should be beside the program, with the name %s.",
+            kBookFile));
     }
     if (m_viewer == nullptr && !Load()) {
         return refuse("The help book of Netorra cannot be read:\n\n" + m_path);

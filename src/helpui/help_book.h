@@ -24,11 +24,11 @@ public:
     HelpBook(const HelpBook&) = delete;
     HelpBook& operator=(const HelpBook&) = delete;
 
-    // The application's book, or null when there is none.
+    // The application's book; null if there is none.
     static HelpBook* Current();
 
-    // Shows the table of contents, or a topic. `parent` is the window whose user asked. False, and a message
-    // to the user, when there is no book or it cannot be read.
+    // Shows the table of contents, or a topic. `parent` is the window that asks. False, after a message to
+    // the user, if there is no book or it cannot be read.
     bool OpenContents(wxWindow* parent);
     bool OpenTopic(wxWindow* parent, const HelpTopic& topic);
 

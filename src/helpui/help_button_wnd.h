@@ -39,9 +39,9 @@ public:
     WindowHelp* GetHelp() const { return m_help.get(); }
 
 protected:
-    // A window that answers true gets a menu of its own in its caption, which FillSystemMenu may add
-    // items to whenever it pops up; their commands go to the window. The state items (restore, minimize,
-    // maximize) stand before them, "Close" behind. SetUpHelp asks once.
+    // True: the caption gets a menu, to which FillSystemMenu may add items each time it pops up; their
+    // commands go to the window. The state items (restore, minimize, maximize) stand before them, "Close"
+    // after. SetUpHelp calls it once.
     virtual bool HasSystemMenu() const { return false; }
     virtual void FillSystemMenu(wxMenu&) {}
 

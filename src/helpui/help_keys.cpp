@@ -7,7 +7,8 @@ namespace vnxtest {
 
 namespace {
 
-// A standard text stands under template 0 and its own number; what shows it is mapped there.
+// A standard text is registered under template 0 and its own number; the controls that show it are mapped
+// to that.
 HelpKey StandardKey(int number) {
     return MakeHelpKey(0, number);
 }

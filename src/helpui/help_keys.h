@@ -1,9 +1,8 @@
-// Help keys, and what one window registers under them: which text a control shows, which key stands for
-// another, and which topic of the help book tells more. No windows here: everything can be asked without a
-// display.
+// Help keys, and what one window registers under them: the text of a control, the key that replaces
+// another, and the topic of the help book. Uses no windows and needs no display.
 //
-// A key is the template id of the window in the high 16 bits and the control id in the low 16 bits; with
-// 0 below it is the window itself. All functions are for the user-interface thread.
+// A key is the template id of the window in the high 16 bits and the control id in the low 16 bits; control
+// id 0 is the window itself. All functions are for the user-interface thread.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +16,7 @@ namespace vnxtest {
 
 using HelpKey = std::uint32_t;
 
-// The key of a control. Of both numbers the low 16 bits count.
+// The key of a control. Only the low 16 bits of both numbers count.
 constexpr HelpKey MakeHelpKey(int templateId, int controlId = kWindowItself) {
     return static_cast<HelpKey>(templateId) << 16 | (static_cast<HelpKey>(controlId) & 0xFFFFU);
 }
@@ -32,13 +31,13 @@ private:
     std::map<HelpKey, int> m_strings;
 };
 
-// From a help key to another, whose text is shown instead: a window maps its buttons and the parts of its
-// frame onto the standard texts so.
+// From a help key to another whose text is shown instead. A window maps its buttons and the parts of its
+// frame to the standard texts with it.
 class CHelpIdRemap {
 public:
     void Register(HelpKey key, HelpKey target) { m_targets[key] = target; }
     std::optional<HelpKey> Find(HelpKey key) const;
-    // The target of `key`, or `key` itself when it is not mapped. Maps once: a target is not followed.
+    // The target of `key`, or `key` itself if it is not mapped. Maps once: a target is not mapped again.
     HelpKey Follow(HelpKey key) const { return Find(key).value_or(key); }
 
 private:
@@ -59,11 +58,11 @@ struct HelpMaps {
     std::map<HelpKey, HelpTopic> topics;
 };
 
-// Registers the standard texts, maps the standard buttons and the parts of the frame onto them, and registers
-// the window's own table over that.
+// Registers the standard texts, maps the standard buttons and the parts of the frame to them, and then
+// registers the window's own table, which replaces equal keys.
 HelpMaps RegisterHelp(const HelpTable& table);
 
-// The text for `key`: remapped once, its id found in the strings map, and the text of that id; nullopt when
+// The text for `key`: remapped once, its id found in the strings map, and the text of that id; nullopt if
 // none is registered.
 std::optional<HelpText> FindHelp(const HelpMaps& maps, HelpKey key);
 

@@ -13,7 +13,7 @@ namespace vnxtest {
 
 namespace {
 
-// How thick a scroll bar is at least.
+// The least thickness of a scroll bar, in device-independent pixels.
 constexpr int kThinBar = 8;
 
 HelpSpot PartAt(int part, const wxPoint& point) {
@@ -28,7 +28,7 @@ int ScrollBarAt(const wxWindow& window, const wxPoint& point) {
     };
     const wxRect whole = window.GetScreenRect();
     const wxSize client = window.GetClientSize();
-    // A bar that lies over the contents takes nothing from the client area.
+    // An overlay scroll bar lies within the client area.
     const int thin = window.FromDIP(kThinBar);
     const int width = std::max(whole.width - client.x, thin);
     const int height = std::max(whole.height - client.y, thin);

@@ -1,5 +1,5 @@
-// What lies at a point of a window, as the help tells things apart: controls, and the parts of the frame that
-// are none. User-interface thread only.
+// Hit tests for help: the control or the part of the frame at a point of a window. User-interface thread
+// only.
 #pragma once
 
 #include <functional>
@@ -20,11 +20,11 @@ struct HelpSpot {
     wxRect place;                // what a balloon about the part points at, in screen coordinates
 };
 
-// From this size on (device-independent pixels) a balloon points into what it is about.
+// From this height on (device-independent pixels) a balloon points into its control, not at its edge.
 inline constexpr int kLargeForHelp = 80;
 
-// The innermost at `point` (screen coordinates), disabled or not; nullopt outside the window. A field of the
-// status bar is a part of its own if `hasHelp` says so of its number.
+// The innermost control or part at `point` (screen coordinates), disabled or not; nullopt outside the
+// window. A field of the status bar is a part of its own if `hasHelp` returns true for its number.
 std::optional<HelpSpot> FindHelpSpot(wxTopLevelWindow& window, const CaptionButton& caption,
                                      const std::function<bool(int part)>& hasHelp, const wxPoint& point);
 

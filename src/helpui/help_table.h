@@ -1,5 +1,5 @@
-// The help of a window as its owner writes it: one table that says for each control which text it shows, and
-// where the help book tells more. The help knows no window of the program, only this type.
+// The help of a window as its owner writes it: one table with the text and the help-book topic of each
+// control. The help room knows this type and no window of the program.
 #pragma once
 
 #include <array>
@@ -9,8 +9,7 @@
 
 namespace vnxtest {
 
-// A place in the help book: its number, and the file name with "#" and the anchor behind it where there is
-// one.
+// A place in the help book: its number, and the file name, followed by "#" and the anchor if there is one.
 struct HelpTopic {
     int number = 0; // 0: none
     std::string_view page;
@@ -24,9 +23,9 @@ inline constexpr int kWindowItself = 0;
 // The largest number of a control: a help key keeps 16 bits of it.
 inline constexpr int kMaximumControlId = 0xFFFF;
 
-// A text, and what shows it: a control, or two that are twins (an edit and its up-down control, the same
-// entry of two interfaces). A control's number is the id that it is created with, or that of a part of the
-// frame (widgets/caption/frame_area.h). The number of a text is its own in the whole program.
+// A text, and the control that shows it, or two (an edit and its up-down control, the same entry of two
+// interfaces). A control's number is its window id, or that of a part of the frame
+// (widgets/caption/frame_area.h). The number of a text is unique in the program.
 struct ControlHelp {
     std::array<int, 2> controls;
     int number;
@@ -41,7 +40,8 @@ struct StandardTextUse {
     int number;
 };
 
-// Checked as it is compiled: each control stands in it once, each text is made of sentences and has a title.
+// Checked at compile time: each control and each text stands in it once, each text ends as a sentence and
+// has a title.
 struct HelpTable {
     consteval HelpTable(int windowNumber, HelpTopic windowTopic, std::span<const ControlHelp> controlHelp,
                         std::span<const StandardTextUse> standardTextUses = {})

@@ -1,5 +1,5 @@
-// The program's icon in all sizes it was rendered in (packaging/icon). One source per platform: embedded
-// PNG images, or the program's resources.
+// The program's icon in all rendered sizes (packaging/icon). One source per platform: embedded PNG images,
+// or the program's resources. User-interface thread.
 #pragma once
 
 #include <wx/iconbndl.h>

@@ -1,6 +1,6 @@
-// Pointer and keyboard in "What's This?" mode on GTK. The pointer is grabbed for the window, so that
-// clicks on disabled controls, on the title bar and on the desktop come here too; inside the program a
-// hidden widget holds the toolkit's own grab, so that no other widget sees an event before this one.
+// Pointer and keyboard in "What's This?" mode on GTK. The pointer is grabbed for the window, so that clicks
+// on disabled controls, the title bar and the desktop come here, too. Inside the program a hidden widget
+// holds the toolkit's grab, so that no other widget sees an event first.
 #include <utility>
 
 #include <gtk/gtk.h>
@@ -71,14 +71,14 @@ private:
         }
     }
 
-    // True when the event is for us alone.
+    // True if the event ends here.
     bool Handle(const GdkEvent& event) {
         switch (event.type) {
         case GDK_BUTTON_PRESS:
             m_pressedButton = event.button.button;
             return true;
         case GDK_BUTTON_RELEASE:
-            // The release of the press that began the mode may still come; it is not ours.
+            // The release of the press that began the mode may still come; it is ignored.
             if (m_pressedButton == GDK_BUTTON_PRIMARY && event.button.button == GDK_BUTTON_PRIMARY) {
                 End(wxPoint(static_cast<int>(event.button.x_root), static_cast<int>(event.button.y_root)));
             } else if (m_pressedButton != 0) {
@@ -107,7 +107,7 @@ private:
         }
     }
 
-    // Reports from the event loop: the report destroys this object.
+    // Reports once, later, from the event loop: the report destroys this object.
     void End(std::optional<wxPoint> point) {
         if (m_reported) {
             return;

@@ -18,7 +18,7 @@ public:
     WindowsCapture(wxTopLevelWindow& window, std::function<void(std::optional<wxPoint>)> ended)
         : m_window(window), m_ended(std::move(ended)), m_alive(std::make_shared<bool>(true)) {
         wxEvtHandler::AddFilter(this);
-        // The toolkit tells of no keys while a window has the mouse.
+        // The toolkit sends no key events while a window has the mouse.
         Holder() = this;
         m_keys = SetWindowsHookExW(WH_KEYBOARD, &WindowsCapture::OnKey, nullptr, GetCurrentThreadId());
         m_window.CaptureMouse();
@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    // A hook has no data of its own; there is one such mode at a time.
+    // A hook procedure has no user data; there is one such mode at a time.
     static WindowsCapture*& Holder() {
         static WindowsCapture* holder = nullptr;
         return holder;
@@ -53,7 +53,7 @@ private:
         if ((state & kReleased) == 0 && (key == VK_ESCAPE || key == VK_F1)) {
             Holder()->End(std::nullopt);
         }
-        // No key reaches a control; that one is let go is what the system itself must know.
+        // No key press reaches a control; releases are passed on for the system's key state.
         return (state & kReleased) != 0 ? CallNextHookEx(nullptr, code, key, state) : 1;
     }
 
@@ -79,7 +79,7 @@ private:
         return Event_Skip;
     }
 
-    // Reports from the event loop: the report destroys this object.
+    // Reports once, later, from the event loop: the report destroys this object.
     void End(std::optional<wxPoint> point) {
         if (m_reported) {
             return;

@@ -1,7 +1,8 @@
 // "What's This?" mode: the mouse cursor is a question arrow, and the next click asks for help on what is
-// under it instead of acting on it. Escape, another mouse button, or leaving the window ends the mode.
+// under it instead of acting on it. Escape, F1, another mouse button, or another active window ends the
+// mode.
 //
-// How pointer and keyboard are held is the platform's affair: one source each (whats_this_capture_gtk.cpp,
+// Each platform captures pointer and keyboard in its own source (whats_this_capture_gtk.cpp,
 // whats_this_capture_windows.cpp). User-interface thread only.
 #pragma once
 
@@ -21,16 +22,16 @@ public:
     virtual ~WhatsThisCapture() = default;
 };
 
-// Begins to hold them for `window`, with the question arrow. `ended` is called once, from the event loop
-// and not from inside an event: with the point (screen coordinates) of a click, or with nothing when the
-// user gave up. Nothing of the click reaches the control under it. Null when the system refuses.
+// Captures them for `window`, with the question arrow. `ended` is called once, from the event loop and not
+// from inside an event: with the point (screen coordinates) of a click, or nullopt if the user gave up. The
+// control under the click sees no event. Null if the system refuses.
 std::unique_ptr<WhatsThisCapture> HoldForWhatsThis(wxTopLevelWindow& window,
                                                    std::function<void(std::optional<wxPoint>)> ended);
 
 class WhatsThisMode {
 public:
     // `clicked` is called after a click has ended the mode, with its point on the screen; `changed`
-    // whenever the mode begins (true) or ends (false).
+    // whenever the mode begins (true) or ends or is refused (false).
     WhatsThisMode(wxTopLevelWindow& window, std::function<void(wxPoint)> clicked,
                   std::function<void(bool)> changed);
 

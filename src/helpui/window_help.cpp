@@ -70,7 +70,7 @@ void WindowHelp::ShowControlHelp(const wxWindow& control, const wxPoint& spot) {
     m_shownKey = KeyOf(control);
     const HelpText text = LookUpHelp(m_maps, m_shownKey);
     auto* answering = const_cast<wxWindow*>(&m_numbers.AnsweringFor(control));
-    // What is large is pointed at in its inside.
+    // The balloon points into a large control, not at its edge.
     if (answering->GetSize().y > m_window.FromDIP(kLargeForHelp)) {
         ShowHelpBalloonAt(answering, wxRect(spot, wxSize(1, 1)), text.title, text.body);
     } else {
@@ -104,7 +104,7 @@ void WindowHelp::OnCharHook(wxKeyEvent& event) {
         event.Skip();
         return;
     }
-    // A second F1, while the balloon of the first is still there, asks for more than the balloon says.
+    // A second F1 while the balloon of the first is shown opens the help book.
     if (CurrentBalloon().isHelp) {
         DismissBalloon();
         OpenTopic(m_shownKey);
@@ -115,7 +115,7 @@ void WindowHelp::OnCharHook(wxKeyEvent& event) {
 
 void WindowHelp::OnHelp(wxHelpEvent& event) {
     const auto* control = dynamic_cast<const wxWindow*>(event.GetEventObject());
-    // Some systems send the message for every F1, which has been answered already.
+    // Some systems send this message for every F1, too, which OnCharHook has handled.
     if (m_mode.IsOn() || (control != nullptr && CurrentBalloon().isHelp && KeyOf(*control) == m_shownKey)) {
         return;
     }

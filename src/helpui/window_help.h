@@ -1,5 +1,5 @@
-// The help of one window: its registrations, its caption button, "What's This?" mode, F1, the help
-// message and the Help button. What CHelpButtonWnd adds to a window, without the template.
+// The help of one window: its registrations, its caption button, "What's This?" mode, F1, the help message
+// and the Help button. CHelpButtonWnd adds one to a window. User-interface thread only.
 #pragma once
 
 #include <functional>
@@ -27,11 +27,11 @@ public:
     WindowHelp(const WindowHelp&) = delete;
     WindowHelp& operator=(const WindowHelp&) = delete;
 
-    // Makes `window` answer for the control number `controlId`, whatever its window id is.
+    // Gives `window` the control number `controlId`, whatever its window id is.
     void Assign(wxWindow& window, int controlId) { m_numbers.Assign(window, controlId); }
 
 private:
-    // The key under which help on `control` is looked up: that of the window that answers for it.
+    // The key under which help on `control` is looked up (ControlNumbers::AnsweringFor).
     HelpKey KeyOf(const wxWindow& control) const;
 
     void OnCharHook(wxKeyEvent& event);
@@ -40,7 +40,7 @@ private:
     void HelpOnFocus();
     void EnterMode();
 
-    // Shows the balloon for what is at a point of the screen, for a control, for a part of the frame.
+    // Shows the balloon for a point of the screen, for a control, for a part of the frame.
     void ShowHelpAt(const wxPoint& point);
     void ShowControlHelp(const wxWindow& control);
     void ShowControlHelp(const wxWindow& control, const wxPoint& spot);

@@ -5,8 +5,8 @@
 // checked (guest_rules.h) without any right in force; then one right is taken up, one thing opened, every
 // right given up, and the descriptor passed (unix(7), SCM_RIGHTS). Whatever is wrong, nothing is passed.
 // Only system calls that the record needs are made; nothing is read from the environment, standard input,
-// arguments or files. All of it: this file, guest_rules, packet_socket and open_request.h, and small values
-// of wrenlib (address.h, descriptor_linux.h).
+// arguments or files. All of it: this file, guest_rules, packet_socket and open_request.h, and small
+// headers of packets (offsets) and wrenlib (address.h, descriptor_linux.h).
 #include <algorithm>
 #include <bit>
 #include <cerrno>

@@ -39,10 +39,10 @@ CVNXTestApp& TheApp() {
 }
 
 CVNXTestApp::CVNXTestApp() {
-    PrepareTerminal(); // a window may be started from one, and has its closed streams and limits of files
-    // Whatever rights there are, the toolkit and what it loads never see them: the helper opens adapters.
-    // Root keeps the right to its user's display and files. Now, while this is the only thread: the toolkit's
-    // own cannot be asked later.
+    PrepareTerminal(); // it may have been started from one, with closed streams and a limit on file sizes
+    // The toolkit and its modules must run without rights: the helper opens adapters. Root keeps the right
+    // to its user's display and files. Done here, while this is the only thread: threads of the toolkit may
+    // block the signal by which they are asked.
     std::wstring problem;
     if (const auto refusal = WhyNotWithRightsOfItsFile()) {
         problem = *refusal;
@@ -61,9 +61,9 @@ CVNXTestApp::CVNXTestApp() {
 
 void CVNXTestApp::OnInitCmdLine(wxCmdLineParser& parser) {
     wxApp::OnInitCmdLine(parser);
-    parser.AddLongOption("library",
-                         "Interface library: auto, pcap, tun, sim[:...], or the path of a shared library "
-                         "(default auto)");
+    parser.AddLongOption(
+        "library",
+        "Interface library: auto, pcap, tun, sim[:...], or the path of a shared library (default auto)");
 }
 
 bool CVNXTestApp::OnCmdLineParsed(wxCmdLineParser& parser) {
@@ -84,7 +84,7 @@ bool CVNXTestApp::OnInit() {
     m_helpBook = std::make_unique<HelpBook>();
     m_documents = std::make_unique<DocumentManager>();
     m_documents->SetMaxDocsOpen(1);
-    // The manager owns its templates, which the analyzer does not see, as it says at the line behind.
+    // The manager owns its templates; the analyzer does not see that and reports the line below.
     MakeChild<wxDocTemplate>(m_documents.get(), kReportsName, kReportPattern, "", kReportExtension,
                              "VNXTest Report", "VNXTest", CLASSINFO(CVNXTestDoc), CLASSINFO(CVNXTestView));
     // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
@@ -96,7 +96,7 @@ bool CVNXTestApp::OnInit() {
         return false;
     }
     m_frame->Show();
-    // The window appears before the host is looked at, which takes its time.
+    // The window appears first: gathering the host's network takes time.
     m_frame->CallAfter([this] {
         if (CVNXTestDoc* const document = Document()) {
             wxStaticCast(document->GetFirstView(), CVNXTestView)->InitialUpdate();
@@ -132,8 +132,7 @@ void CVNXTestApp::BindFileCommands() {
         WindowId(kCmdNew));
 }
 
-// The framework's way up to the point where a document would be read. Its own dialog would name the filter's
-// pattern twice.
+// As the framework's command, except for its file dialog, which would name the filter's pattern twice.
 void CVNXTestApp::OnOpen() {
     CVNXTestDoc* const document = Document();
     if (document == nullptr) {

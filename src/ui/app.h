@@ -1,4 +1,5 @@
 // The application: command line, profile, document manager with its one template, main window.
+// User-interface thread.
 #pragma once
 
 #include <memory>
@@ -19,7 +20,7 @@ class CVNXTestApp final : public wxApp {
 public:
     CVNXTestApp();
 
-    // Of the window, and of the guest that uses this library.
+    // The window's settings, and those of a guest with the chosen library.
     Profile& UserProfile() { return *m_profile; }
     Profile& GuestProfile() { return *m_guestProfile; }
     const std::wstring& LibraryName() const { return m_libraryName; }

@@ -78,7 +78,7 @@ bool CVNXTestDoc::OnOpenDocument(const wxString&) {
 bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
     AtomicFile file;
     const std::filesystem::path destination(path.ToStdWstring());
-    // A pipe without a reader would hold the window up.
+    // A pipe without a reader would block the window.
     const bool opened = file.Open(destination, FileAccess::Document, SpecialFiles::Refuse);
     const bool keepsSettings =
         opened && std::ranges::any_of(ProfileFiles(), [&](const auto& kept) { return file.IsSameAs(kept); });
@@ -94,8 +94,8 @@ bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
     return false;
 }
 
-// The file dialog. A name without an extension gets that of the chosen filter; when there already is a
-// file of the completed name, the user is asked, since the dialog could not do that.
+// The file dialog. A name without an extension gets that of the chosen filter; if a file of the completed
+// name exists, the user is asked here, since the dialog did not know that name.
 std::optional<wxString> CVNXTestDoc::AskPath() {
     wxWindow* const parent = GetDocumentWindow();
     wxString name = wxFileName(GetFilename()).GetName() + "." + kExtensions[0];
@@ -164,7 +164,7 @@ bool CVNXTestDoc::MayDiscard(Afterwards afterwards) {
         // A cancelled file dialog or a failed save brings the question back.
         const std::optional<wxString> path = HasPath() ? std::optional(GetFilename()) : AskPath();
         if (path && afterwards == Afterwards::Close) {
-            // What a test and the interfaces say at their end is a part of the report.
+            // The lines that a test and the interfaces write at their end belong to the report.
             ViewOf(*this).StopGuest();
         }
         if (path && SaveTo(*path)) {

@@ -11,7 +11,7 @@
 
 namespace vnxtest {
 
-// Reports in the file dialogs: what they are called, which files they are, and both as a filter.
+// Reports in the file dialogs: name, pattern, extension, and the filter.
 inline constexpr char kReportsName[] = "VNXTest Reports (*.vnt)";
 inline constexpr char kReportPattern[] = "*.vnt";
 inline constexpr char kReportExtension[] = "vnt";
@@ -19,19 +19,18 @@ wxString ReportFilter();
 
 class CVNXTestDoc final : public wxDocument {
 public:
-    // The New command: asks whether the present text may go, and starts over in the same window.
+    // The New command: asks whether the present text may be discarded, and starts over in the same window.
     void StartOver();
-    // The document has a path that it was saved to.
+    // True if the document was saved to a path.
     bool HasPath() const { return GetDocumentSaved(); }
 
-    // wxDocument
-    // The Save command. Also writes a file anew that is there no more. Where the document's path cannot be
-    // written, another one is asked for.
+    // wxDocument The Save command. Writes a deleted file again. If the document's path cannot be written,
+    // asks for another.
     bool Save() override;
     bool SaveAs() override;
     // Loading is not supported: writes the assertion line and returns false.
     bool OnOpenDocument(const wxString& path) override;
-    // The save prompt before the program ends. True when the document may be discarded.
+    // The save prompt before the program ends. True if the document may be discarded.
     bool OnSaveModified() override;
 
 protected:

@@ -32,7 +32,7 @@ wxDEFINE_EVENT(EVT_VIEW_MESSAGE, wxThreadEvent);
 
 CVNXTestView::~CVNXTestView() {
     m_refreshTimer.Stop();
-    // The threads still write and post until they have ended; both are taken and forgotten.
+    // The threads write and post until they have ended; their lines and messages are dropped.
     m_guest = nullptr;
     m_engine.EndGuest();
     m_channel.Detach();
@@ -89,10 +89,9 @@ void CVNXTestView::InitialUpdate() {
     }
     m_ready = true;
     if (IsDebugOutputRefused()) {
-        wxMessageBox("The interface library refused to take the program's output, so the document stays "
-                     "empty.\n\nSet VNXTEST_TRACE=1 in the environment and start the program from a terminal "
-                     "to see the lines there.",
-                     kProductName, wxOK | wxICON_WARNING, GetFrame());
+        wxMessageBox(
+            "The interface library refused to take the program's output, so the document stays empty.\n\nSet VNXTEST_TRACE=1 in the environment and start the program from a terminal to see the lines there.",
+            kProductName, wxOK | wxICON_WARNING, GetFrame());
     }
     TellProfileProblem();
 }
@@ -111,7 +110,8 @@ void CVNXTestView::TellProfileProblem() {
     }
 }
 
-// Also what has taken the place of the package's library: a test of that one would prove nothing of Netorra.
+// Also tells if another library takes the place of the package's: its test would prove nothing about
+// Netorra.
 void CVNXTestView::ShowLibrary() {
     const VnetxLibrary& library = *m_engine.Library();
     const wxString name = library.ModuleName();
@@ -133,7 +133,7 @@ void CVNXTestView::ShowWhetherFull() {
     const bool full = m_panes->Text().IsFull();
     TheApp().MainFrame().StatusBar().TellStanding(full ? "The report is full: what follows is left out" : "");
     m_fullBar->ShowWhile(full);
-    // The bar takes its room from the text, whose last line says it, too.
+    // The bar makes the text smaller; its last line, which tells the same, is kept in view.
     m_panes->CallAfter([&text = m_panes->Text()] {
         if (text.IsAtEnd()) {
             text.GotoPos(text.GetLength());
@@ -148,7 +148,7 @@ void CVNXTestView::StartOver() {
     GetDocument()->Modify(false);
     if (IsStopped()) {
         const wxBusyCursor busy;
-        WriteStartupReport(m_engine.Host(), ReportContext()); // of what was gathered at the start
+        WriteStartupReport(m_engine.Host(), ReportContext()); // from what was gathered at the start
     }
 }
 
@@ -157,7 +157,7 @@ std::string_view CVNXTestView::WholeText() {
     return m_panes->Text().WholeText();
 }
 
-// The document alone asks whether it may go.
+// Only the document asks whether it may be closed.
 bool CVNXTestView::OnClose(bool) {
     return true;
 }
@@ -193,7 +193,7 @@ int CVNXTestView::ShowProceedTaskDialog(const ProceedQuestion& question) {
 
 bool CVNXTestView::AskPingWho(PingWhoParameters& parameters) {
     const bool confirmed = CPingWhoDlg(GetFrame(), parameters).ShowModal() == wxID_OK;
-    // The guest may have stopped by itself while the dialog was open: there is nobody to ping from then.
+    // The guest may have stopped by itself while the dialog was open.
     if (!confirmed || !IsRunning()) {
         return false;
     }
@@ -221,7 +221,7 @@ void CVNXTestView::FinishPingDisplay() {
     m_panes->Chart().ShowChange();
     ShowProgress();
     if (!result.problem.empty()) {
-        // Behind what is under way here: a box takes events while it is open.
+        // Later: a message box handles events while it is open.
         CallAfter([this, problem = result.problem] {
             TellProblem("The ping test could not be watched while it ran.", problem);
         });

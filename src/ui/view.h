@@ -1,8 +1,8 @@
 // The output view: the window's side of the engine's port, and the commands of the Edit and Test menus.
 //
-// Messages of the engine come from any thread and are queued for the user-interface thread; those that
-// arrive when the view is gone are dropped. Its end stops a running ping test and the guest, and waits
-// for all their threads.
+// Messages of the engine come from any thread and are queued for the user-interface thread, which runs
+// everything else. The destructor stops a running ping test and the guest, joins all their threads, and
+// drops the messages that are still queued.
 #pragma once
 
 #include <optional>
@@ -29,14 +29,13 @@ public:
     CVNXTestView() = default;
     ~CVNXTestView() override;
 
-    // The first display: gathers the host's network and writes the report. Once, after the window is
-    // shown.
+    // Gathers the host's network and writes the report. Called once, after the window is shown.
     void InitialUpdate();
-    // Empties the document and, when the guest is stopped, writes the report anew.
+    // Empties the document and, if the guest is stopped, writes the report again.
     void StartOver();
-    // Stops the guest and its ping test, if they run, and waits for their last words.
+    // Stops the guest and its ping test, if they run, and waits for their last lines.
     void StopGuest();
-    // The whole document, with everything that waited to be shown. Valid until the next event.
+    // The whole document, pending text included. Valid until the next event.
     std::string_view WholeText();
 
     // wxView
@@ -56,7 +55,7 @@ private:
     using Rule = bool (CVNXTestView::*)();
 
     void ShowLibrary();
-    // Says, once, what is wrong with the settings, if something is.
+    // Tells each problem of the settings once.
     void TellProfileProblem();
     void OnAppended();
     void ShowWhetherFull();

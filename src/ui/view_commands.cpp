@@ -16,7 +16,7 @@
 namespace vnxtest {
 
 namespace {
-constexpr int kRefreshInterval = 200; // milliseconds between two looks at the running ping test
+constexpr int kRefreshInterval = 200; // milliseconds between two updates of the running ping test's display
 } // namespace
 
 void CVNXTestView::BindCommand(Command command, Handler handler, Rule enabled, Rule checked) {
@@ -52,8 +52,8 @@ void CVNXTestView::BindCommands() {
     BindCommand(kCmdSetDebugFlags, &View::OnSetDebugFlags, &View::IsStopped, &View::IsDebugMode);
     BindCommand(kCmdShowPingChart, &View::OnShowPingChart, &View::Always, &View::IsChartShown);
 
-    // The right button shows the menu when it is released, and leaves caret and selection alone. The keys
-    // for it show it at the caret, as far as that is in view.
+    // The right button shows the menu on release and does not change caret or selection. The menu keys show
+    // it at the caret if that is in view.
     COutputText& text = m_panes->Text();
     text.Bind(wxEVT_RIGHT_DOWN, [&text](wxMouseEvent&) { text.SetFocus(); });
     text.Bind(wxEVT_RIGHT_UP, [this](wxMouseEvent& event) { ShowContextMenu(event.GetPosition()); });
@@ -137,7 +137,7 @@ void CVNXTestView::OnStartGuest() {
     TellProfileProblem();
 }
 
-// The reason of a start command that failed; without one it was cancelled.
+// Shows why a start command failed; an empty cause means that it was cancelled.
 void CVNXTestView::TellProblem(const wxString& what, const std::wstring& cause) {
     if (!cause.empty()) {
         wxMessageBox(what + "\n\n" + wxString(cause), kProductName, wxOK | wxICON_ERROR, GetFrame());

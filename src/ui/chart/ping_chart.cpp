@@ -31,7 +31,7 @@ struct CPingChart::Palette {
 
 namespace {
 
-// Different shapes, so that they can be told apart without their colours.
+// Different shapes, so that they differ without colours.
 void DrawReplyMark(wxDC& dc, const wxColour& colour, wxPoint at, int size) {
     dc.SetPen(wxPen(colour));
     dc.SetBrush(wxBrush(colour));
@@ -90,7 +90,7 @@ CPingChart::CPingChart(wxWindow* parent, const PingHistory& history)
     SetAccessibleName(*this, "Ping chart");
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     Bind(wxEVT_PAINT, &CPingChart::OnPaint, this);
-    // The pane takes the focus for the pane keys and for help; it has nothing to type into.
+    // The pane takes the focus for the pane keys and for help only.
     Bind(wxEVT_SET_FOCUS, [this](wxFocusEvent& event) {
         Refresh();
         event.Skip();
@@ -141,7 +141,7 @@ void CPingChart::OnPaint(wxPaintEvent&) {
     paintDc.Clear();
     paintDc.SetFont(GetFont());
     paintDc.SetTextForeground(palette.text);
-    // Texts in the plain manner of the platform, as those of the controls; only shapes want smooth edges.
+    // Texts are drawn as those of the controls; only shapes are antialiased.
     wxGCDC dc(paintDc);
     const Surface surface{paintDc, dc};
 
@@ -150,7 +150,8 @@ void CPingChart::OnPaint(wxPaintEvent&) {
     const wxRect area = GetClientRect().Deflate(gap);
     const int headerHeight = DrawHeader(paintDc, area) * lineHeight;
 
-    // Late replies take much longer than the others: the axis ends at these, and they stand at its top.
+    // Late replies take much longer than the others: the axis covers the others, and late ones stand at its
+    // top.
     const PingSummary& summary = m_history.Summary();
     const std::uint32_t top = RoundAxis(summary.maximumInTime != 0 ? summary.maximumInTime : summary.maximum);
     int axisWidth = 0;
@@ -249,8 +250,8 @@ void CPingChart::DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot,
     const auto at = [&](std::size_t column, std::uint32_t roundTrip) {
         return wxPoint(plot.x + static_cast<int>(column), HeightOf(roundTrip, plot, top));
     };
-    // A line from answer to answer, broken where one is missing; where a column stands for several pings,
-    // it goes from the shortest to the longest of their round trips.
+    // A line from answer to answer, broken where one is missing; in a column of several pings from the
+    // shortest to the longest round trip.
     dc.SetPen(wxPen(palette.reply));
     wxPoint previous;
     bool joined = false;

@@ -1,5 +1,5 @@
-// The chart of the running ping test: round trip over sequence, time-outs and late replies marked, and
-// the figures above it. It draws what the history holds and changes nothing. User-interface thread.
+// The chart of the running ping test: round trip over sequence, time-outs and late replies marked, and the
+// figures above it. It only draws what the history holds. User-interface thread.
 #pragma once
 
 #include <wx/window.h>
@@ -22,7 +22,7 @@ public:
 
 private:
     struct Palette;
-    // One picture, drawn upon in two ways.
+    // One picture with two ways of drawing.
     struct Surface {
         wxDC& texts;
         wxDC& shapes;
@@ -32,15 +32,14 @@ private:
     void DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
                    std::uint32_t top) const;
     void DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::uint32_t top) const;
-    // Returns the number of lines it took: what does not fit into one is wrapped.
+    // Wraps the figures; returns the number of lines.
     int DrawHeader(wxDC& dc, const wxRect& area) const;
     void DrawLegend(const Surface& surface, const Palette& palette, const wxRect& line) const;
 
     const PingHistory& m_history;
 };
 
-// "0.25 ms", "12 ms": as many decimals as `value` has, two at most, so that a grid line is labelled with
-// where it stands.
+// "0.25 ms", "12 ms": as many decimals as `value` has, two at most, so that a grid line's label is exact.
 wxString Milliseconds(double value);
 
 // The smallest of 1, 2, 5, 10, 20, 50 ... that is not below `value`: the top of a chart's axis.

@@ -8,7 +8,8 @@
 namespace vnxtest {
 
 namespace {
-// How long after its time-out a ping is looked at again for a late reply. A later one shows at the end.
+// How long after its deadline a ping is still copied for a late reply, in milliseconds. A later one shows
+// at the end.
 constexpr std::uint32_t kLateWatch = 2000;
 } // namespace
 
@@ -49,7 +50,7 @@ void PingHistory::Summarize() {
 
 void PingHistory::Update(const PingRecords& records, std::uint32_t now) {
     if (records.first > m_settled) {
-        // More were sent than the test keeps since the last look. What it let go is in its totals.
+        // Since the last Update() more were sent than the test keeps. Those let go are in its totals.
         m_records.clear();
         m_first = m_settled = records.first;
         m_settledTotals = records.letGo;

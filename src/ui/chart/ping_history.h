@@ -1,5 +1,5 @@
-// The running ping test as the chart and the status bar see it: a copy of its records, kept up to date
-// by taking over only what may still have changed, and what they amount to. No windows here.
+// The running ping test as the chart and the status bar show it: a copy of its records, updated by those
+// that may still have changed, and their summary. Uses no windows. User-interface thread.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace vnxtest {
 
-// What became of the pings so far. A ping that is neither answered nor timed out is none of the three.
+// The pings so far. One that is neither answered nor timed out counts as sent only.
 struct PingSummary {
     std::uint32_t sent = 0;
     std::uint32_t received = 0; // answered, late or not
@@ -23,11 +23,11 @@ struct PingSummary {
     std::uint32_t maximumInTime = 0; // of the replies that were not late
     std::uint32_t average = 0;       // rounded down, as in the report
 
-    // Of the pings that are decided, in percent; 0 when none is.
+    // Percent of the decided pings; 0 if there are none.
     double Loss() const;
 };
 
-// What a chart shows where one point of its width stands for one or more pings.
+// The pings of one column of a chart.
 struct PingColumn {
     bool answered = false;
     std::uint32_t minimum = 0; // round trip, milliseconds, of the answered ones
@@ -43,10 +43,10 @@ public:
 
     // The first record that may have changed since the last Update.
     std::size_t ChangedFrom() const { return m_settled; }
-    // Takes over the records that were copied from ChangedFrom() on, as far as the test still kept them; the
-    // history keeps no more of them than the test. `now` in ticks.
+    // Takes over the records copied from ChangedFrom() on, as far as the test still kept them; the history
+    // keeps no more than the test does, unless they are undecided. `now` in ticks.
     void Update(const PingRecords& records, std::uint32_t now);
-    // Takes the whole list over at the test's end; no more will come.
+    // Takes over the whole list at the test's end.
     void Finish(const PingRecords& records);
     void End() { m_running = false; }
 
@@ -60,10 +60,9 @@ public:
     std::size_t First() const { return m_first; }
     // The number of pings that the width stands for.
     std::size_t Span() const;
-    // The test from First() on in `width` columns: column c stands for the planned pings that fall to it. At
-    // least one pass over the records, whatever the width.
+    // The test from First() on in `width` columns. One pass over the records, whatever the width.
     std::vector<PingColumn> Columns(std::size_t width) const;
-    // The column of the ping that is `index` behind the first.
+    // The column of the ping at First() + `index`.
     std::size_t ColumnOf(std::size_t index, std::size_t width) const;
 
     static std::uint32_t RoundTrip(const CPing& ping) { return ping.dwReplyTick - ping.dwSentTick; }
@@ -77,7 +76,7 @@ private:
     bool m_running = false;
     std::size_t m_first = 0; // the position of the first record
     std::deque<CPing> m_records;
-    std::size_t m_settled = 0; // the position before which records change no more
+    std::size_t m_settled = 0; // records before this position change no more
     PingTotals m_settledTotals;
     PingSummary m_summary;
 };

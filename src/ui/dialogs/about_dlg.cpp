@@ -68,7 +68,7 @@ wxString MailAddress(const wxString& version) {
     return wxString("mailto:") + kSupportMail + "?subject=" + subject;
 }
 
-// The system may count its text shorter than it draws it.
+// The system may measure the text shorter than it draws it.
 wxHyperlinkCtrl* MakeLink(wxWindow* parent, int id, const wxString& label, const wxString& target,
                           long style = wxHL_DEFAULT_STYLE) {
     auto* const link =
@@ -78,7 +78,7 @@ wxHyperlinkCtrl* MakeLink(wxWindow* parent, int id, const wxString& label, const
     return link;
 }
 
-// Leads to no address: there is none that could be copied.
+// Has no address, so none can be copied.
 wxHyperlinkCtrl* MakeHelpLink(wxWindow* parent) {
     const wxString label = "Netorra Help";
     wxHyperlinkCtrl* const link =

@@ -1,4 +1,4 @@
-// The About box: the program, its version, its legal notice and whom to ask. It remembers where it was.
+// The About box: the program, its version, its legal notice and its support. It keeps its place.
 //
 // The addresses of the product's web page and of its support are settings of the build (VNXTEST_PRODUCT_PAGE,
 // VNXTEST_SUPPORT_MAIL). Without a support address the box leads to the help book.

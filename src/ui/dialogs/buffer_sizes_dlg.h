@@ -1,4 +1,4 @@
-// The buffer sizes dialog: two sizes, in bytes outside and in K bytes inside the dialog.
+// The buffer sizes dialog: two sizes, in bytes for the caller and in K bytes for the user.
 #pragma once
 
 #include <cstdint>

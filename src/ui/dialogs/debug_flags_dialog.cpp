@@ -67,7 +67,7 @@ struct TraceBox {
     const char* label;
 };
 
-// In the order in which they stand.
+// In the order of the dialog.
 constexpr std::array kTraceBoxes = {
     TraceBox{ids::kOldNewValues, 0x80000000, " Old/&New values"},
     TraceBox{ids::kArpRead, 0x00008000, " ARP packets &read"},

@@ -1,5 +1,4 @@
-// The debug flags dialog: whether debugging messages are written, and of what. Bits that no box owns are
-// carried through.
+// The debug flags dialog: whether debugging messages are written, and which. Bits without a box are kept.
 #pragma once
 
 #include <cstdint>

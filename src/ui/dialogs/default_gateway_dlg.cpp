@@ -57,9 +57,9 @@ bool CDefaultGatewayDlg::UseSilentGateway() {
     wxMessageDialog question(
         this, wxString::Format("The gateway %s does not answer.", wxString(FormatIPAddr(m_gateway))),
         kProductName, wxOK | wxCANCEL | wxCANCEL_DEFAULT | wxICON_WARNING | wxCENTRE);
-    question.SetExtendedMessage("It was asked for its hardware address and sent no reply. Without it packets "
-                                "for other subnets cannot be sent to the gateway in TAP mode.");
-    // The second is what Escape chooses.
+    question.SetExtendedMessage(
+        "It was asked for its hardware address and sent no reply. Without it packets for other subnets cannot be sent to the gateway in TAP mode.");
+    // Escape chooses the second.
     question.SetOKCancelLabels("&Use the entered value.", "&Let me fix the error.");
     return question.ShowModal() == wxID_OK;
 }

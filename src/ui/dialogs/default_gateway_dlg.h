@@ -1,5 +1,5 @@
-// The default gateway dialog: the gateway's address, which is asked for its hardware address before it is
-// taken. When it does not answer the user decides whether it is used all the same.
+// The default gateway dialog: the gateway's address, whose MAC address is asked for by ARP on OK. Without
+// an answer the user decides whether to use it all the same.
 #pragma once
 
 #include "helpui/help_button_wnd.h"

@@ -1,4 +1,5 @@
-// What the dialogs' layouts share: rows of label, control and text, and the OK, Help and Cancel buttons.
+// The layout that the dialogs share: rows of label, control and text, and the OK, Help and Cancel buttons.
+// User-interface thread.
 #pragma once
 
 #include <wx/dialog.h>
@@ -9,11 +10,11 @@ namespace vnxtest {
 // The usual gap between controls, for the window's resolution.
 int Gap(const wxWindow& window);
 
-// A grid whose rows are a label, a control and a text behind it.
+// A grid whose rows are a label, a control and a text after it.
 wxFlexGridSizer* MakeRows(const wxWindow& window);
 
 // Creates the label, then the control by `make`, so that the label's mnemonic leads to it, and the text
-// behind it; adds all three as a row. Returns the control.
+// after it; adds all three as a row. Returns the control.
 template <typename Make>
 auto AddRow(wxSizer* rows, wxWindow* parent, const wxString& label, Make make,
             const wxString& behind = wxString());

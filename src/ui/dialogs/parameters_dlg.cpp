@@ -97,7 +97,7 @@ constexpr std::array<InterfaceFacts, 2> kInterfaces = {{
      "T&ap", "IP Add&ress:", "MA&C Address:", "IP Addr&ess:", "MAC Addre&ss:", "interface 2"},
 }};
 
-// The text as it is judged: a control that is filled in part is not blank, and not an address either.
+// The text to be checked: a partly filled control is neither blank nor an address.
 std::wstring TextOf(const IpAddressCtrl& control) {
     if (control.IsBlank() || control.AreAllFieldsFilled()) {
         return control.GetText().ToStdWstring();
@@ -122,7 +122,7 @@ CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestP
     content->Add(m_useTwo, wxSizerFlags().Border(wxTOP | wxBOTTOM, 2 * gap));
     content->Add(MakeInterface(1, " Virtual Interface #2:  (optional) "), wxSizerFlags().Expand());
     FinishDialog(*this, content);
-    // The letters are used up, and Escape does the same.
+    // No mnemonic: the letters are used up, and Escape does the same.
     if (wxWindow* const cancel = FindWindow(wxID_CANCEL)) {
         cancel->SetLabel("Cancel");
     }

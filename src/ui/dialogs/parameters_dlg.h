@@ -1,6 +1,6 @@
-// The parameters dialog: mode, guest addresses and host adapter of interface 1 and, if used, of
-// interface 2. A host adapter is named by its IP or by its MAC address, and while one is being typed the
-// other is closed. Everything is judged on OK; a refusal is a balloon on its control.
+// The parameters dialog: mode, guest addresses and host adapter of interface 1 and, if used, of interface
+// 2. A host adapter is named by its IP or by its MAC address; while one holds text the other is disabled.
+// Everything is checked on OK; a refusal is a balloon on its control.
 #pragma once
 
 #include <array>
@@ -43,7 +43,7 @@ private:
     wxSizer* MakeAdapter(int index, wxWindow* group);
     void Fill(InterfaceControls& controls, const InterfaceParameters& parameters);
     InterfaceParameters Read(const InterfaceControls& controls) const;
-    // Which controls can be used, after the box was clicked or an adapter was typed.
+    // Enables the controls that apply, after the box was clicked or an adapter was typed.
     void ApplyUse();
     void OnAdapterIp(InterfaceControls& controls);
     void OnAdapterMac(InterfaceControls& controls);

@@ -81,7 +81,7 @@ constexpr ControlHelp kControlHelp[] = {
 
 constexpr HelpTable kHelp{131, {347, "ping_who.html"}, kControlHelp};
 
-// Takes a number that is in range. False, with the range message shown, when it is not.
+// Stores a number that is in range. False, after the range message, if it is not.
 bool Exchange(NumberEntry& entry, std::uint32_t& value) {
     int number = 0;
     if (!entry.Exchange(number)) {
@@ -179,7 +179,8 @@ void CPingWhoDlg::OnConfirm() {
         return;
     }
     try {
-        // The call comes to this window's event loop, and is dropped with the window.
+        // Called on another thread; CallAfter() moves it to this window's event loop, and drops it with the
+        // window.
         m_lookup.emplace(m_confirmed.plan.targetName, [this] { CallAfter([this] { OnLookupEnd(); }); });
     } catch (const std::system_error& failure) {
         const int code = failure.code().value();
@@ -193,7 +194,7 @@ void CPingWhoDlg::OnConfirm() {
 
 void CPingWhoDlg::OnLookupEnd() {
     if (!m_lookup || !m_lookup->IsOver()) {
-        return; // of one that was given up
+        return; // the end of a look-up that was given up
     }
     std::wstring message;
     const bool valid = m_lookup->Result(m_confirmed.plan.target, message);
@@ -206,7 +207,7 @@ void CPingWhoDlg::OnLookupEnd() {
     }
 }
 
-// Cancel, Escape and the caption's close button: they end the wait first, then the dialog.
+// Cancel, Escape and the caption's close button end the wait first, and the dialog the next time.
 void CPingWhoDlg::OnCancel(wxCommandEvent& event) {
     if (m_lookup) {
         m_lookup.reset();
@@ -216,7 +217,7 @@ void CPingWhoDlg::OnCancel(wxCommandEvent& event) {
     }
 }
 
-// While the look-up goes on nothing can be changed. The focus stays where Escape is heard.
+// During the look-up the controls are disabled; the focus stays on one that gets Escape.
 void CPingWhoDlg::ShowWaiting(bool waiting) {
     m_to->SetFocus();
     m_to->SetEditable(!waiting);

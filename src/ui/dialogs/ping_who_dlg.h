@@ -1,6 +1,6 @@
-// The ping-who dialog: from which interface, whom, and the four numbers of a ping test. The target is
-// resolved on OK, so that no test starts with one that cannot be; the window goes on meanwhile, and Cancel
-// ends the wait. User-interface thread.
+// The ping-who dialog: the interface, the target, and the four numbers of a ping test. The target is
+// resolved on OK, on a thread of its own, so that no test starts without an address; Cancel ends the wait.
+// User-interface thread.
 #pragma once
 
 #include <optional>
@@ -28,7 +28,7 @@ protected:
     bool TransferDataFromWindow() override;
 
 private:
-    // Takes what the controls hold. False, with the range message shown, when a number is out of range.
+    // Stores what the controls hold. False, after the range message, if a number is out of range.
     bool TakeNumbers();
     void OnConfirm();
     void OnLookupEnd();
@@ -45,7 +45,7 @@ private:
     NumberEntry* m_timeout = nullptr;
     NumberEntry* m_delay = nullptr;
     wxStaticText* m_waiting = nullptr;    // shown while the target is looked up
-    std::optional<TargetLookup> m_lookup; // none after it has ended or was given up
+    std::optional<TargetLookup> m_lookup; // nullopt after it has ended or was given up
 };
 
 } // namespace vnxtest

@@ -1,5 +1,5 @@
-// The questions that are task dialogs. One source per platform: the system's own on Windows, message dialogs
-// elsewhere. User-interface thread only.
+// The questions shown as task dialogs. One source per platform: the system's own on Windows, message
+// dialogs elsewhere. User-interface thread only.
 #pragma once
 
 #include "guest/front_end.h"
@@ -9,15 +9,15 @@ class wxWindow;
 
 namespace vnxtest {
 
-// Before a start that is bound to fail; shown over `parent`. Cancel is the default button. Returns
-// kProceedButton, or kCancelButton, also when the dialog cannot be shown.
+// Asked before a start that is likely to fail, over `parent`. Cancel is the default button. Returns
+// kProceedButton or kCancelButton; kCancelButton if the dialog cannot be shown.
 int ShowProceedTaskDialog(wxWindow* parent, const ProceedQuestion& question);
 
 inline constexpr int kSaveButton = 6;
 inline constexpr int kDontSaveButton = 7;
 
 // "Do you want to save changes to %s?", with `name` put in. Cancel is the default button. Returns
-// kSaveButton, kDontSaveButton or kCancelButton; 0 when the dialog cannot be shown.
+// kSaveButton, kDontSaveButton or kCancelButton; 0 if the dialog cannot be shown.
 int ShowSaveTaskDialog(wxWindow* parent, const wxString& name);
 
 } // namespace vnxtest

@@ -32,7 +32,7 @@ protected:
         text->Wrap(kTextWidth * GetCharWidth());
         column->Add(text, wxSizerFlags().Border(wxALL, FromDIP(6)));
         inside->SetSizer(column);
-        // The toolkit's own handler, behind this one, would set its own labels.
+        // Not skipped: the toolkit's handler, which comes after this one, would set its own labels.
         Bind(wxEVT_COLLAPSIBLEPANE_CHANGED, [this](wxCollapsiblePaneEvent& event) {
             m_detailsPane->SetLabel(event.GetCollapsed() ? kMore : kLess);
         });

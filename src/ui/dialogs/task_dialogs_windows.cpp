@@ -15,7 +15,7 @@ namespace vnxtest {
 
 namespace {
 
-// What both have: a place over the window, and Cancel, which is the default.
+// Common to both: a place over the window, and Cancel as the default.
 TASKDIALOGCONFIG Configuration(wxWindow* parent, std::span<const TASKDIALOG_BUTTON> buttons) {
     TASKDIALOGCONFIG config = {};
     config.cbSize = sizeof(config);

@@ -1,9 +1,7 @@
-// The numbers of the window's commands, in one place. The numbers of a dialog and its controls stand
-// where the dialog is.
+// The numbers of the window's commands. Those of a dialog and its controls are in the dialog's source.
 //
-// They are the numbers that menus, accelerators and scripts know. The toolkit keeps identifiers as signed
-// 16-bit numbers on Windows; WindowId() is the form in which a command's number is given to it, and the
-// number that Windows itself then sees is the one named here.
+// Menus, accelerators and scripts use these numbers. The toolkit keeps identifiers as signed 16-bit numbers
+// on Windows: WindowId() converts a number for it, and Windows itself then sees the number named here.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +9,7 @@
 namespace vnxtest {
 
 enum Command : int {
-    kCmdEscape = 32768, // issued by the Escape key; nothing takes it
+    kCmdEscape = 32768, // issued by the Escape key; without effect
     kCmdStartGuest = 32772,
     kCmdStopGuest = 32773,
     kCmdStartPing = 32775,

@@ -1,4 +1,4 @@
-// The bar over the report while it is full: what happened, and what can be done. User-interface thread.
+// The bar over the report while it is full: the reason, and two ways out. User-interface thread.
 #pragma once
 
 #include <functional>
@@ -9,10 +9,10 @@ namespace vnxtest {
 
 class CFullReportBar final : public wxPanel {
 public:
-    // Hidden at first. `save` and `startOver` are what its two buttons do.
+    // Hidden at first. Its two buttons call `save` and `startOver`.
     CFullReportBar(wxWindow* parent, std::function<void()> save, std::function<void()> startOver);
 
-    // Shows or hides it, and gives the room to what stands beside it.
+    // Shows or hides it and lays out the windows around it.
     void ShowWhile(bool full);
 };
 

@@ -59,7 +59,7 @@ CMainFrame::CMainFrame(wxDocManager& manager, Profile& profile)
     SetStatusBar(m_statusBar);
     GetHelp()->Assign(*m_statusBar, frame_area::kStatusBar);
 
-    // A report's lines with their time stamps, and a chart below them.
+    // Room for a report's lines with their time stamps, and a chart below them.
     const wxSize screen = wxDisplay(this).GetClientArea().GetSize();
     wxSize size(120 * GetCharWidth(), 42 * GetCharHeight());
     size.DecTo(screen);

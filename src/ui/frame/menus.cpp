@@ -70,7 +70,7 @@ std::unique_ptr<wxMenu> MakeMenu(std::span<const Item> items) {
 
 void AppendCommand(wxMenu& menu, Command command, const wxString& label, const wxString& prompt,
                    wxItemKind kind) {
-    // Some of the numbers are outside what the toolkit takes from a program at once.
+    // The constructor rejects some of the numbers; SetId() takes all.
     auto item = std::make_unique<wxMenuItem>(&menu, wxID_HIGHEST, label, prompt, kind);
     item->SetId(WindowId(command));
     menu.Append(item.release());

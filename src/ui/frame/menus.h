@@ -13,7 +13,7 @@ namespace vnxtest {
 // The frame's menus. The caller hands the result to a frame.
 std::unique_ptr<wxMenuBar> MakeMainMenu();
 
-// The menu of the right mouse button over the output view. "Copy" is greyed unless `canCopy`.
+// The menu of the right mouse button in the output view. "Copy" is disabled unless `canCopy`.
 std::unique_ptr<wxMenu> MakeContextMenu(bool canCopy);
 
 // Appends an item for `command`, whatever its number.

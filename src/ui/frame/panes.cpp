@@ -23,7 +23,7 @@ CPanes::CPanes(wxWindow* parent, const PingHistory& history, Profile& profile)
                        wxSP_3DSASH | wxSP_LIVE_UPDATE | wxSP_NOBORDER),
       m_profile(profile), m_text(MakeChild<COutputText>(this, ReportLimit(profile))),
       m_chart(MakeChild<CPingChart>(this, history)) {
-    // The chart keeps its height when the window is resized; the text takes what is left.
+    // The chart keeps its height when the window is resized; the text gets the rest.
     SetSashGravity(1.0);
     SetMinimumPaneSize(4 * m_chart->GetCharHeight());
     m_chart->Hide();

@@ -12,14 +12,14 @@ namespace vnxtest {
 
 class CPanes final : public wxSplitterWindow {
 public:
-    // The chart is shown or hidden as `profile` remembers. Both others must outlive this.
+    // The chart is shown or hidden as stored in `profile`. `history` and `profile` must outlive this.
     CPanes(wxWindow* parent, const PingHistory& history, Profile& profile);
 
     COutputText& Text() { return *m_text; }
     CPingChart& Chart() { return *m_chart; }
 
     bool IsChartShown() const { return IsSplit(); }
-    // Shows or hides the chart, and remembers it.
+    // Shows or hides the chart, and stores the choice.
     void ShowChart(bool show);
     // Moves the focus to the other pane. There are two at most, so both directions are the same.
     void FocusNextPane();

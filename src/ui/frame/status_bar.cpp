@@ -8,7 +8,7 @@ namespace vnxtest {
 
 namespace {
 constexpr int kMessageTime = 6000; // milliseconds
-constexpr int kMenuTime = 500;     // until a menu is looked at again that hides the message
+constexpr int kMenuTime = 500;     // milliseconds until the next check for a menu over the message
 } // namespace
 
 CStatusBar::CStatusBar(wxWindow* parent) : wxStatusBar(parent, wxID_ANY, wxSTB_DEFAULT_STYLE) {
@@ -34,7 +34,7 @@ void CStatusBar::TellStanding(const wxString& message) {
     }
 }
 
-// The prompt of a menu item stands over the message, which the menu puts back when it is closed.
+// A menu item's prompt covers the message; the menu restores it when it is closed.
 void CStatusBar::OnTimer() {
     if (GetStatusText() == m_message) {
         Tell(wxString());
@@ -47,7 +47,7 @@ void CStatusBar::DoUpdateStatusText(int field) {
     wxStatusBar::DoUpdateStatusText(field);
     wxString all = "Status bar";
     for (int each = 0; each < GetFieldsCount(); ++each) {
-        // Behind a menu's prompt the frame puts back a text of one NUL where there was none.
+        // After a menu's prompt the frame restores an empty text as one NUL.
         if (const wxString text = GetStatusText(each).BeforeFirst('\0'); !text.empty()) {
             all += ": " + text;
         }

@@ -1,5 +1,5 @@
-// The status bar: prompts of menu items and messages, the running ping test, the interface library. What it
-// shows is also what assistive software reads of it. User-interface thread.
+// The status bar: prompts of menu items and messages, the running ping test, the interface library.
+// Assistive software reads the same texts. User-interface thread.
 #pragma once
 
 #include <wx/statusbr.h>
@@ -15,9 +15,9 @@ class CStatusBar final : public wxStatusBar {
 public:
     explicit CStatusBar(wxWindow* parent);
 
-    // Shows a message for some seconds; an empty one takes the last away at once.
+    // Shows a message for six seconds; an empty one removes the last at once.
     void Tell(const wxString& message);
-    // Shows a message whenever there is no other, until it is replaced by an empty one.
+    // Shows a message while there is no other, until an empty one replaces it.
     void TellStanding(const wxString& message);
 
 protected:

@@ -39,7 +39,7 @@ void OutputFinder::ShowDialog(wxWindow* parent) {
         }
     }
     m_dialog = MakeChild<wxFindReplaceDialog>(parent, &m_data, "Find");
-    // The toolkit's own dialog gives its label a width of its own, which large fonts do not fit into.
+    // The toolkit's dialog gives its label a fixed width, too small for large fonts.
     for (wxWindow* const child : m_dialog->GetChildren()) {
         if (auto* const label = wxDynamicCast(child, wxStaticText)) {
             label->SetMinSize(label->GetBestSize());

@@ -1,5 +1,4 @@
-// Find and Find Next in the output view: the modeless dialog and what was last looked for.
-// User-interface thread.
+// Find and Find Next in the output view: the modeless dialog and the last search. User-interface thread.
 #pragma once
 
 #include <functional>
@@ -13,18 +12,18 @@ namespace vnxtest {
 
 class OutputFinder {
 public:
-    // `text` must outlive this. `tell` shows the user a message; an empty one takes the last away.
+    // `text` must outlive this. `tell` shows the user a message; an empty one removes the last.
     OutputFinder(COutputText& text, std::function<void(const wxString&)> tell)
         : m_text(text), m_tell(std::move(tell)) {}
     ~OutputFinder();
     OutputFinder(const OutputFinder&) = delete;
     OutputFinder& operator=(const OutputFinder&) = delete;
 
-    // Opens the dialog, or brings it to the front; a short selection is what it offers to look for.
+    // Opens the dialog, or raises it; it offers a short selection as the text.
     void ShowDialog(wxWindow* parent);
     // Repeats the last search.
     void FindNext();
-    // Something was looked for, so that it can be looked for again.
+    // True if there was a search that can be repeated.
     bool HasText() const { return !m_data.GetFindString().empty(); }
 
 private:

@@ -12,7 +12,7 @@ namespace vnxtest {
 namespace {
 
 constexpr std::size_t kSlice = std::size_t{64} * 1024;
-// How long the window may be kept busy at a stretch: well under the time a user notices.
+// The longest stretch of work without events: well below what a user notices.
 constexpr std::chrono::milliseconds kStretch(5);
 
 } // namespace
@@ -31,7 +31,7 @@ void OutputPump::OnOutputPending() {
     wxWakeUpIdle();
 }
 
-// One batch may go beyond what the control has room for, so that the control knows that it is full.
+// One batch may exceed the room of the control, so that the control learns that it is full.
 void OutputPump::TakeBatch() {
     std::string batch = m_channel.TakePending();
     if (m_waiting <= m_text.Room()) {
@@ -41,7 +41,7 @@ void OutputPump::TakeBatch() {
 }
 
 bool OutputPump::AppendSlice(std::size_t largest) {
-    // Taken at once even when there is a backlog: what grows in the channel grows under its lock.
+    // Taken even with a backlog: appending to a long text in the channel takes long under its lock.
     if (std::exchange(m_pending, false)) {
         TakeBatch();
     }

@@ -1,9 +1,8 @@
-// Moves what waits in the output channel into the control, without ever holding up the window.
+// Moves the pending text of the output channel into the control without blocking the window.
 //
-// A batch is appended at once; one that is too large for that is cut into slices at line ends, and
-// keys, clicks and drawing come first between two of them. Order is kept and nothing is lost, up to what
-// the control may hold: what is beyond that does not wait for it.
-// User-interface thread.
+// A batch is appended in slices that end at line ends, for a few milliseconds at a time; keys, clicks and
+// drawing come between. Order is kept and no line is lost until the control is full; text beyond that is
+// dropped. User-interface thread.
 #pragma once
 
 #include <deque>
@@ -19,18 +18,18 @@ namespace vnxtest {
 
 class OutputPump {
 public:
-    // Calls `appended` after each append. Both others must outlive this.
+    // Calls `appended` after each append. `channel` and `text` must outlive this.
     OutputPump(OutputChannel& channel, COutputText& text, std::function<void()> appended);
     ~OutputPump();
     OutputPump(const OutputPump&) = delete;
     OutputPump& operator=(const OutputPump&) = delete;
 
-    // The handler of OutputPending. The lines are taken when the window has nothing else to do, so
-    // that a flood of messages cannot keep it from its user.
+    // The handler of OutputPending. The lines are taken when the window is idle, so that a flood of
+    // messages does not block its user.
     void OnOutputPending();
-    // Appends all that waits, however much it is.
+    // Appends all pending text at once.
     void Flush();
-    // Forgets all that waits.
+    // Drops all pending text.
     void Drop();
 
 private:

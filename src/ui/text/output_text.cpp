@@ -102,9 +102,9 @@ bool COutputText::AppendLines(std::string_view lines) {
     return true;
 }
 
-// The control grows its buffer by a sixth at a time and copies all of it each time, which holds a large
-// document up again and again. Grown in these steps it is copied while it is small, and then hardly ever.
-// Memory that is only reserved costs nothing.
+// The control grows its buffer by a sixth at a time and copies all of it each time, which blocks the window
+// for a large document. With these larger steps it is copied while it is small, and then rarely. Reserved
+// memory that is not used costs nothing.
 void COutputText::Reserve(int bytes) {
     constexpr int kMebi = 1024 * 1024;
     constexpr std::array kSteps = {kMebi, 128 * kMebi, 520 * kMebi};
