@@ -220,7 +220,9 @@ class Window(WineCase):
         return {self.xdotool("getwindowname", window).strip() for window in shown}
 
     def dialog(self, title, seconds=30):
-        self.wait(lambda: title in self.titles(), f"{title!r} is shown", seconds)
+        def has_the_keys():
+            return self.xdotool("getactivewindow", "getwindowname").strip() == title
+        self.wait(has_the_keys, f"{title!r} is shown and has the keys", seconds)
         time.sleep(0.7)
         self.shots += 1
         if "VNXTEST_SCREENSHOTS" in os.environ:
@@ -273,6 +275,7 @@ class Window(WineCase):
         self.keys("Escape")
         self.xdotool("type", "--delay", "50", "--", "10.9.9.9")
         for answer in ("Escape", "alt+p"):  # Cancel leads back to the parameters
+            self.dialog("VNXTest64UD Parameters")
             self.keys("Return")
             self.gone("VNXTest64UD Parameters")
             self.dialog("Subnets Warning")
