@@ -1,8 +1,8 @@
-// Which one of several host adapters with the same MAC address is meant by that address.
+// Which one of several host adapters with the same MAC address that address stands for.
 //
 // A bridge and a bond have the MAC address of one of their ports, a VLAN has that of the adapter below it.
 // The host adapter library, whose first adapter with a MAC address counts, and the built-in interface
-// libraries, which open adapters by it, must choose alike.
+// libraries, which open adapters by it, must agree.
 #pragma once
 
 #include <compare>
@@ -10,12 +10,11 @@
 
 namespace vnxtest {
 
-// What decides, in the order in which it counts; the lowest rank is the one that is meant. The aggregate's
-// members are compared as they stand here.
+// The criteria in the order of their weight, which is the order of comparison; the lowest rank is chosen.
 struct AdapterRank {
     bool hasNoDefaultRoute = true; // the host's best default route does not lead through it
     bool hasNoAddress = true;      // it is down or has no IPv4 address
-    bool isPort = false;           // of a bridge or a bond, which takes what comes in on it
+    bool isPort = false;           // of a bridge or a bond, which takes its incoming frames
     bool isDown = false;
     std::uint32_t index = 0; // the system's number of the adapter
 

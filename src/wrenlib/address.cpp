@@ -51,7 +51,7 @@ std::optional<MacAddress> ParseMACAddress(std::wstring_view text) {
 }
 
 std::wstring FormatIPAddr(Ipv4Address address) {
-    // On the road of every answered ping: digit by digit, with one allocation at most.
+    // On the path of every answered ping: digit by digit, with one allocation at most.
     wchar_t text[16];
     std::size_t length = 0;
     for (const std::uint8_t byte : address.Bytes()) {

@@ -83,11 +83,11 @@ private:
     std::array<std::uint8_t, 6> m_bytes{};
 };
 
-// Four decimal numbers of 0 to 255 with dots between and nothing else ("10.1.2.3"); no octal, no
-// short forms, no blanks. Nothing when the text is not so.
+// Four decimal numbers of 0 to 255 with dots between and nothing else ("10.1.2.3"); no octal, no short
+// forms, no blanks. Nullopt for any other text.
 std::optional<Ipv4Address> ParseIPAddress(std::wstring_view text);
 
-// Six pairs of hex digits with "-" or ":" between them, one kind throughout; nothing else.
+// Six pairs of hex digits with "-" or ":" between them, one kind throughout; nullopt for any other text.
 std::optional<MacAddress> ParseMACAddress(std::wstring_view text);
 
 // "10.1.2.3".

@@ -1,7 +1,7 @@
-// Waiting for an atomic number to change, by the system's own means.
+// Waiting for an atomic number to change, by the system's own call.
 //
-// std::atomic has these, but where the standard library knows no such call of the system (Windows) its wait
-// can miss the notification that comes just before it.
+// std::atomic has both, but where the standard library does not use such a call (Windows) its wait can miss
+// a notification that comes just before it.
 #pragma once
 
 #include <atomic>
@@ -9,10 +9,10 @@
 
 namespace vnxtest {
 
-// Waits while `number` is `value`; may return earlier. Any thread.
+// Waits while `number` is `value`; may return early. Any thread.
 void WaitWhile(const std::atomic<std::uint32_t>& number, std::uint32_t value);
 
-// Ends all waits on `number`, which was changed before.
+// Ends all waits on `number`; call it after the change. Any thread.
 void WakeAllWaiting(std::atomic<std::uint32_t>& number);
 
 } // namespace vnxtest

@@ -1,11 +1,11 @@
-// Where the debug trace goes on this system (wrenlib/trace.h). Any thread.
+// The platform's destination of the debug trace (wrenlib/trace.h). Any thread.
 #pragma once
 
 #include <string_view>
 
 namespace vnxtest {
 
-// Somebody would read it.
+// True if there is a reader.
 bool IsDebuggerTraceOn();
 void WriteToDebugger(std::wstring_view text);
 

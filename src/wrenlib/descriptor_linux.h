@@ -21,9 +21,9 @@ public:
     int Get() const { return m_descriptor; }
     bool IsOpen() const { return m_descriptor >= 0; }
     explicit operator bool() const { return IsOpen(); }
-    // The descriptor is the caller's from now on.
+    // Hands the descriptor over to the caller.
     int Release() { return std::exchange(m_descriptor, -1); }
-    // False with errno when the system reports a failure; closed it is all the same.
+    // False with errno if close(2) reports a failure; the descriptor is closed all the same.
     bool Close() { return m_descriptor < 0 || close(std::exchange(m_descriptor, -1)) == 0; }
 
 private:

@@ -10,7 +10,7 @@ SavedErrors& SavedErrorsOfThread() {
 }
 
 const SavedErrors& SaveErrors() {
-    // The last error is read first: reading errno cannot change it, but on Linux both are errno.
+    // errno is read first: LastError() is a call; reading errno does not change the last error.
     SavedErrors& saved = SavedErrorsOfThread();
     const int errnoValue = errno;
     saved.lastError = LastError();

@@ -1,7 +1,7 @@
 // Error numbers and their texts: errno, the system's last error, and the saved pair.
 //
-// On Windows errno and the last error are two places. On Linux they are one: the last error is
-// errno, so that a failure message names the failing call's own code on both systems.
+// On Windows errno and the last error are separate. On Linux the last error is errno, so that a failure
+// message names the failing call's own code on both systems. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -23,8 +23,7 @@ void SetLastError(std::uint32_t code);
 std::wstring StrError(int code);
 
 // The text of a last-error code (FormatMessage; strerror on Linux) to the letter, without a line end. Never
-// empty. Windows ends its texts with a full stop: EndSentence (text.h) where a sentence of ours ends with
-// one.
+// empty. Windows ends its texts with a full stop: use EndSentence (text.h) at the end of a sentence.
 std::wstring FormatLastError(std::uint32_t code);
 
 // The saved errno and the saved last error. A failure's own values are kept here while its message

@@ -92,8 +92,8 @@ std::wstring FormatLastError(std::uint32_t code) {
     return text.empty() ? Sprintf(L"Unknown error %u", code) : text;
 }
 
-// A debugger, or a program that shows what others write for one. Without either nobody would read it, and
-// each text would still cost the system an exception.
+// True with a debugger, or a program that shows debug output. Without either each text would cost the
+// system an exception and have no reader.
 bool IsDebuggerTraceOn() {
     if (IsDebuggerPresent() != FALSE) {
         return true;

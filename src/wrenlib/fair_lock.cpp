@@ -11,12 +11,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The holder mostly has some microseconds to go, a system call among them. Sleeping and being woken
-// costs more than that, and whoever sleeps is not there in the instant in which the lock is free.
+// The holder usually needs some microseconds more, with a system call among them. Sleeping and waking costs
+// more than spinning for that time, and a sleeper misses the short moment in which the lock is free.
 constexpr std::chrono::microseconds kSpinTime{50};
 constexpr std::chrono::microseconds kLong{200};
 
-// Tells the processor that this is a wait, so that its other half can go on.
+// The processor's spin hint, which leaves its resources to the other hardware thread.
 void Relax() {
 #if defined(__x86_64__)
     __builtin_ia32_pause();
@@ -30,7 +30,7 @@ bool FairLock::TryLock() {
 }
 
 bool FairLock::SpinToLock(bool standsBack) {
-    // Where the holder cannot run meanwhile, one look says it all.
+    // With one processor the holder cannot run meanwhile: no spinning.
     static const bool alone = std::thread::hardware_concurrency() == 1;
     const auto end = Clock::now() + (alone ? std::chrono::microseconds(0) : kSpinTime);
     do {
@@ -63,7 +63,8 @@ void FairLock::lock() {
 }
 
 void FairLock::unlock() {
-    // A whole exchange: whoever is about to sleep has seen the lock held before, or is seen by the wake-up.
+    // Sequentially consistent: a waiter that is about to sleep either sees the lock free or is seen by the
+    // wake-up.
     m_held.exchange(0);
     WakeAllWaiting(m_held);
 }

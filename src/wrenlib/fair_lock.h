@@ -1,9 +1,9 @@
-// A lock that a thread which takes it again and again cannot keep from the others.
+// A lock that no thread can monopolise by taking it again and again.
 //
-// For a lock that one thread holds nearly all the time and gives up only for an instant, as a thread
-// does that sends without a pause: with an ordinary mutex it would take the lock back before a
-// waiting thread has woken up. Nor is the lock handed over in the order of asking: while other programs
-// want the processors, all would wait for whichever thread is next and does not run.
+// A thread that sends without a pause holds the lock nearly all the time and gives it up for an instant:
+// with an ordinary mutex it would take the lock back before a waiter has woken up. Waiters spin, then
+// sleep; threads that have waited long go first. The lock is not handed over in the order of asking: with
+// busy processors all would wait for a next thread that does not run.
 #pragma once
 
 #include <atomic>
@@ -24,11 +24,12 @@ public:
 
 private:
     bool TryLock();
-    // Looks for a free moment for a while. Who `standsBack` lets those go first who have waited long.
+    // Spins for a while; true if it took the lock. With `standsBack` threads that have waited long go
+    // first.
     bool SpinToLock(bool standsBack);
 
     std::atomic<std::uint32_t> m_held{0};
-    std::atomic<std::uint32_t> m_waitingLong{0}; // how many have
+    std::atomic<std::uint32_t> m_waitingLong{0}; // threads that have waited long
 };
 
 } // namespace vnxtest

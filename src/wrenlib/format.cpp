@@ -8,7 +8,7 @@ std::wstring FormatWide(std::wstring_view format, WideFormatArgs args) {
     try {
         return fmt::vsprintf(fmt::basic_string_view<wchar_t>(format.data(), format.size()), args);
     } catch (const std::exception&) {
-        // A format that does not fit its arguments is our own mistake; the text must still be seen.
+        // A format that does not fit its arguments is a fault of the program; the text must still be seen.
         return std::wstring(format);
     }
 }

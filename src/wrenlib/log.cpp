@@ -11,7 +11,7 @@ namespace vnxtest {
 
 namespace {
 
-// Process-wide, for a line may come from anywhere: installed by whoever shows the document.
+// Process-wide: a line may come from any thread and any room. Installed by the owner of the document.
 std::atomic<LogSink*> g_sink{nullptr};
 std::atomic<bool> g_open{false};
 

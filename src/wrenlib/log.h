@@ -1,7 +1,7 @@
-// The program's one output routine, and the seam to whoever takes its lines.
+// The program's one output routine, and the seam to the sink that takes its lines.
 //
-// LogMsg formats a line where it is said and hands it over; who shows it is above all rooms that speak. While
-// the log is closed, lines go to the debug trace instead.
+// LogMsg formats a line on the caller's thread and hands it to the sink, which belongs to a higher room.
+// While the log is closed, lines go to the debug trace instead.
 #pragma once
 
 #include <source_location>
@@ -11,25 +11,25 @@
 
 namespace vnxtest {
 
-// Takes lines (UTF-8, control characters made visible), of any thread.
+// Takes lines (UTF-8, control characters made visible), on any thread.
 class LogSink {
 public:
     virtual ~LogSink() = default;
     virtual void TakeText(std::string_view text) = 0;
 };
 
-// Makes `sink` the one that takes the lines. User-interface thread; another one may be installed only after
-// this one was removed.
+// Installs `sink`. User-interface thread; another one may be installed only after this one was removed, and
+// the sink must outlive every thread that writes lines.
 void InstallLogSink(LogSink& sink);
-// Does nothing when another one is installed.
+// Does nothing if another one is installed.
 void RemoveLogSink(LogSink& sink);
 
-// From now on lines go to the sink that is installed (they are lost while there is none), or to the debug
-// trace. It begins closed. Any thread.
+// Open: lines go to the installed sink and are lost without one. Closed, as at the start: they go to the
+// debug trace. Any thread.
 void SetLogOpen(bool open);
 bool IsLogOpen();
 
-// Hands `text` (UTF-8) to the sink, for one that formats its own lines; lost while there is none. Any thread.
+// Hands already formatted `text` (UTF-8) to the sink; lost without one. Any thread.
 void HandToLog(std::string_view text);
 
 void LogMsgV(std::wstring_view format, WideFormatArgs args);

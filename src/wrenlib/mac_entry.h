@@ -13,9 +13,8 @@ struct MacEntryResult {
     std::wstring value;    // the accepted text; after a rejection the last accepted one
 };
 
-// Judges `text` (the entry as it stands now) against `lastAccepted`. An empty text is accepted. A
-// hex digit typed where a separator belongs gets the separator before it: the one already used in
-// the text, else "-".
+// Checks `text` (the entry's present text) against `lastAccepted`. An empty text is accepted. A hex digit
+// typed where a separator belongs gets the separator before it: the one already used in the text, else "-".
 MacEntryResult FilterMACAddressInput(std::wstring_view text, std::wstring_view lastAccepted);
 
 } // namespace vnxtest

@@ -1,4 +1,4 @@
-// A number that the user may choose: what may be given for it, and what holds until something is.
+// The range and the default of a number that the user may choose.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 namespace vnxtest {
 
 struct NumberRange {
-    std::uint32_t lowest = 0; // both ends count
+    std::uint32_t lowest = 0; // both ends included
     std::uint32_t highest = 0;
     std::uint32_t standard = 0;
 

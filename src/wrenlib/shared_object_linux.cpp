@@ -21,8 +21,8 @@ std::wstring Text(const fs::path& path) {
 // The folders the dynamic linker searches, beside the program's own.
 std::vector<fs::path> SystemLibraryFolders() {
     std::vector<fs::path> folders;
-    // The search list of the program itself: what it was linked with, the environment's folders, and
-    // those of the system. The loader alone knows the architecture's own ones.
+    // The search list of the program itself: its run path, the environment's folders, and those of the
+    // system. Only the loader knows the architecture's own ones.
     if (void* self = dlopen(nullptr, RTLD_LAZY)) {
         Dl_serinfo size{};
         if (dlinfo(self, RTLD_DI_SERINFOSIZE, &size) == 0) {

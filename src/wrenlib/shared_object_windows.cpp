@@ -33,7 +33,7 @@ bool IsFile(const std::wstring& path) {
 } // namespace
 
 std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::wstring& error) {
-    // What the library itself needs may lie beside it or in the system folder, nowhere else.
+    // Libraries that it needs itself are looked for beside it and in the system folder only.
     if (HMODULE module =
             LoadLibraryExW(path.c_str(), nullptr,
                            LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_APPLICATION_DIR |

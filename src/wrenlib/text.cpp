@@ -93,7 +93,7 @@ std::wstring TrimBlanks(std::wstring_view text) {
 }
 
 std::string ToUtf8(std::wstring_view text) {
-    // Nearly every text is ASCII up to its end or to a name near it.
+    // Fast path: nearly every text is all ASCII.
     std::string out(text.size(), '\0');
     std::size_t ascii = 0;
     for (; ascii < text.size() && static_cast<char32_t>(text[ascii]) < 0x80; ++ascii) {

@@ -2,7 +2,7 @@
 // narrow text in the process code page (what the interface library takes) and UTF-8 (what is
 // stored). On Linux the process code page is UTF-8; on Windows it is the ANSI code page.
 //
-// All functions may run on any thread and never fail: what cannot be converted becomes the
+// All functions may run on any thread and never fail: a character that cannot be converted becomes the
 // replacement character of the target encoding.
 #pragma once
 
@@ -25,7 +25,7 @@ std::wstring ToWide(std::string_view text);
 std::string ToUtf8(std::wstring_view text);
 std::wstring FromUtf8(std::string_view text);
 
-// True when both texts are equal without regard to the case of ASCII letters.
+// True if both texts are equal, ignoring the case of ASCII letters.
 bool EqualNoCase(std::wstring_view left, std::wstring_view right);
 
 } // namespace vnxtest

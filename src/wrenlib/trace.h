@@ -18,11 +18,11 @@ void WrenLibAfxTrace(std::wstring_view format, const Args&... args) {
     WrenLibAfxTraceV(format, fmt::make_format_args<fmt::basic_printf_context_t<wchar_t>>(args...));
 }
 
-// True when the trace goes anywhere, so that a caller with many lines need not format them.
+// True if the trace has a destination; a caller with many lines need not format them otherwise.
 bool IsTraceOn();
 
-// Sends the trace to `sink` instead (null: back to the platform's place). For tests. It is called on whatever
-// thread traces, one at a time, and not any more once this returns with another one.
+// Sends the trace to `sink` instead (null: to the platform's destination). For tests. The sink is called on
+// the tracing thread, under a lock; once this returns the previous sink is not called any more.
 void SetTraceSink(std::function<void(std::wstring_view)> sink);
 
 } // namespace vnxtest

@@ -13,7 +13,7 @@ namespace vnxtest {
 
 namespace {
 
-// What a reader of the system's debug output takes in one piece.
+// The most bytes that a reader of the system's debug output takes at once.
 constexpr std::size_t kPiece = 3000;
 constexpr std::chrono::seconds kLastWords(1);
 

@@ -1,7 +1,6 @@
 // Manual-reset events and a one-shot timer that one thread can wait for together.
 //
-// What is to be waited for together shares a WaitDomain. Setting, resetting and asking are cheap:
-// an event that nobody waits for costs no system call.
+// Objects to be waited for together share a WaitDomain. An event without a waiter costs no system call.
 #pragma once
 
 #include <atomic>
@@ -50,7 +49,7 @@ public:
     void Set();
     void Reset();
     bool IsSet() const { return m_set.load(std::memory_order_acquire); }
-    // Waits until it is set, at most `milliseconds`; returns whether it is set. 0 only asks.
+    // Waits until it is set, at most `milliseconds` (0: does not wait). True if it is set.
     bool WaitFor(std::uint32_t milliseconds) const;
 
 private:

@@ -14,12 +14,12 @@ struct RegistryKeyCloser {
 };
 using RegistryKey = std::unique_ptr<std::remove_pointer_t<HKEY>, RegistryKeyCloser>;
 
-// The class key of the adapter whose NetCfgInstanceId is exactly `instance`, open for querying
-// values; null when there is none. Registry failures are silent.
+// The class key of the adapter whose NetCfgInstanceId is exactly `instance`, open for querying values; null
+// if there is none. Registry failures are silent. Any thread.
 RegistryKey OpenAdapterClassKey(const std::wstring& instance);
 
-// The first UTF-16 character of a value of at most two (one and its terminator), whatever its type.
-// False when the value is missing or does not fit.
+// The first UTF-16 character of a value of at most two (one and its terminator), whatever its type. False
+// if the value is missing or does not fit.
 bool QueryFirstCharacter(HKEY key, const wchar_t* value, wchar_t& character);
 
 } // namespace vnxtest

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::uint64_t kMegabit = 1'000'000;
 
-// What addresses and routes say of one link.
+// The addresses and routes of one link.
 struct LinkAddresses {
     Ipv4Address address;
     Ipv4Address mask;
@@ -33,12 +33,12 @@ struct LinkAddresses {
     bool dhcp = false;
 };
 
-// What the kernel tells of the host's links, by their indexes.
+// The kernel's tables, by the links' indexes.
 struct KernelTables {
     std::vector<KernelLink> links;
     std::unordered_map<std::uint32_t, LinkAddresses> addresses;
     std::unordered_map<std::uint32_t, std::string> names;
-    std::uint32_t defaultLink = 0; // of the host's best default route; 0: there is none
+    std::uint32_t defaultLink = 0; // of the host's best default route; 0: none
 
     std::string NameOf(std::uint32_t index) const {
         const auto found = names.find(index);
@@ -47,7 +47,7 @@ struct KernelTables {
 };
 
 void Take(const KernelAddress& row, LinkAddresses& link) {
-    // IPv4 knows no other way than DHCP to an address that expires.
+    // Only DHCP gives an IPv4 address that expires.
     link.dhcp = link.dhcp || row.expires;
     if (link.address.IsZero()) {
         link.address = row.address;
@@ -117,7 +117,7 @@ std::optional<ChecksumOffload> ChecksumOffloadOf(const Ethtool::Features& featur
     if (std::ranges::none_of(kNames, [&](const char* name) { return features.IsPresent(name); })) {
         return std::nullopt;
     }
-    // Linux leaves the checksum of the IP header to no driver: its bit stays clear.
+    // Linux never offloads the checksum of the IP header: its bit stays clear.
     const auto transport = [](bool active) { return active ? kChecksumTcp | kChecksumUdp : 0U; };
     const bool generic = features.IsActive("tx-checksum-ip-generic");
     const std::uint32_t receive = transport(features.IsActive("rx-checksum"));
@@ -125,14 +125,14 @@ std::optional<ChecksumOffload> ChecksumOffloadOf(const Ethtool::Features& featur
                            transport(generic || features.IsActive("tx-checksum-ipv6")), receive};
 }
 
-// What every adapter is asked through.
+// The sockets through which adapters are queried.
 struct Questions {
     Ethtool ethtool;
     PromiscuousProbe promiscuous;
 };
 
 HostAdapter MakeAdapter(const KernelLink& link, const KernelTables& tables, Questions& ask) {
-    constexpr unsigned kLowerUp = 0x10000; // the carrier is there (IFF_LOWER_UP)
+    constexpr unsigned kLowerUp = 0x10000; // the link has its carrier (IFF_LOWER_UP)
     LinkAddresses addresses;
     if (const auto found = tables.addresses.find(link.index); found != tables.addresses.end()) {
         addresses = found->second;
@@ -154,7 +154,7 @@ HostAdapter MakeAdapter(const KernelLink& link, const KernelTables& tables, Ques
     adapter.promiscuous = ask.promiscuous.IsCapable(link.name, link.index,
                                                     (link.flags & IFF_PROMISC) != 0 || link.promiscuity != 0);
     adapter.portOf = ToWide(tables.NameOf(link.master));
-    // Nothing proves that it is off.
+    // True or nullopt: nothing proves that DHCP is off.
     if (addresses.dhcp || HasDhcpLease("", link.name, link.index, addresses.address)) {
         adapter.dhcp = true;
     }
@@ -169,8 +169,8 @@ AdapterRank RankOf(const HostAdapter& adapter, bool isUp, std::uint32_t defaultL
 
 using Ranks = std::unordered_map<std::uint32_t, AdapterRank>; // by the adapter's index
 
-// By their indexes; of several adapters with one MAC address the one that is meant by it stands before the
-// first.
+// By their indexes; of several adapters with one MAC address the one of lowest rank moves before the
+// others.
 void SortByIndex(std::vector<HostAdapter>& adapters, const Ranks& ranks) {
     struct Group {
         std::uint32_t first;

@@ -9,8 +9,8 @@
 namespace vnxtest {
 
 // Every link with Ethernet framing (physical, wireless, VLAN, bridge, bond, veth, tap; up or down; not lo),
-// in the order of their indexes. Of several with one MAC address the one that is meant by it
-// (wrenlib/adapter_rank.h) stands first. 0, or the errno value of the failure.
+// in the order of their indexes. Of several with one MAC address the one of lowest rank
+// (wrenlib/adapter_rank.h) stands first. 0, or the errno value of the failure. User-interface thread.
 std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters);
 
 } // namespace vnxtest

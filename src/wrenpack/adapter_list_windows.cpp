@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t kMacLength = 6;
 
-// 0.0.0.0 when it is no IPv4 address.
+// 0.0.0.0 if it is no IPv4 address.
 Ipv4Address ToIpv4(const SOCKET_ADDRESS& address) {
     if (address.lpSockaddr == nullptr || address.lpSockaddr->sa_family != AF_INET ||
         address.iSockaddrLength < static_cast<int>(sizeof(sockaddr_in))) {
@@ -45,7 +45,7 @@ void FillAddresses(const IP_ADAPTER_ADDRESSES& system, HostAdapter& adapter) {
     }
 }
 
-// A driver's checksum setting: 0 off, 1 when sending, 2 when receiving, 3 both. nullopt when it has none.
+// A driver's checksum setting: 0 off, 1 when sending, 2 when receiving, 3 both. Nullopt if it has none.
 std::optional<ChecksumOffload> ChecksumOffloadOf(const std::wstring& instance) {
     struct Setting {
         const wchar_t* value;
@@ -86,7 +86,7 @@ HostAdapter MakeAdapter(const IP_ADAPTER_ADDRESSES& system) {
     std::memcpy(mac.data(), system.PhysicalAddress, mac.size());
     adapter.mac = MacAddress(mac);
     adapter.medium = system.IfType == IF_TYPE_IEEE80211 ? kNdisMediumNative802_11 : kNdisMedium802_3;
-    // All ones is the system's word for "not known", and so is nothing.
+    // All ones means "not known"; so does 0.
     if (system.TransmitLinkSpeed != ~ULONG64{0} && system.TransmitLinkSpeed != 0) {
         adapter.linkSpeed = system.TransmitLinkSpeed;
     }

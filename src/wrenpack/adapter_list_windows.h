@@ -1,4 +1,4 @@
-// The host adapters as the IP helper knows them: the list where WrenPack64UD.dll is not installed.
+// The host adapters of the IP helper: the list if WrenPack64UD.dll is not installed.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 
 namespace vnxtest {
 
-// Every Ethernet or wireless adapter; its identifier is the instance's. Whether it can be put into
-// promiscuous mode is the packet driver's to tell, and left open. Returns 0, or the system's code of the
-// failure.
+// Every Ethernet or wireless adapter; its identifier is the instance's. Whether it can be promiscuous is
+// left open: the packet driver tells that. Returns 0, or the system's code of the failure. User-interface
+// thread.
 std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters);
 
 } // namespace vnxtest

@@ -1,7 +1,7 @@
 // The record of the package's host adapter library, and its decoding. Windows only.
 //
-// ADAPTER_INFO_LIST_ENTRY is binary interface; its sizes and offsets are asserted. Nobody else knows it: what
-// comes out is HostAdapter.
+// ADAPTER_INFO_LIST_ENTRY is binary interface; its sizes and offsets are asserted. It is used in this room
+// only: others get HostAdapter.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ struct ADAPTER_INFO_LIST_ENTRY {
     wchar_t Description[128] = {};
     std::uint8_t PhysAddr[6] = {};
     std::uint32_t LinkType = 0;  // NDIS medium
-    std::uint32_t LinkSpeed = 0; // units of 100 bit/s; 0 when it is not known
+    std::uint32_t LinkSpeed = 0; // units of 100 bit/s; 0: not known
     std::uint32_t IPAddr = 0;
     std::uint32_t IPAddrMask = 0;
     std::uint32_t GatewayIPAddr = 0;
@@ -72,9 +72,9 @@ static_assert(offsetof(ADAPTER_INFO_LIST_ENTRY, unused1372) == 1372);
 // too small, or `list` is null, puts the needed size there and returns false with the last error set.
 using GetAdaptersListFunction = std::function<bool(ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size)>;
 
-// Asks for the size, then for the list, and decodes its entries in the order of their links; a link that
-// leads outside the array, or to an entry that is not filled, ends the list. A library that returns true for
-// the size, or claims more adapters than any host has, is not believed.
+// Queries the size, then the list, and decodes its entries in the order of their links; a link that leads
+// outside the array, or to an entry that is not filled, ends the list. Fails if the library returns true
+// for the size, or claims more adapters than any host has.
 AdapterListOutcome FetchAdapters(const GetAdaptersListFunction& getAdaptersList,
                                  std::vector<HostAdapter>& adapters);
 

@@ -1,8 +1,8 @@
-// Whether an adapter got its address by DHCP, as far as Linux can tell.
+// Whether an adapter got its address by DHCP, as far as Linux tells. Any thread.
 //
-// The kernel does not know who set an address. What gives DHCP away is an address with a lifetime, a
-// route that the DHCP client marked as its own, or the lease file of one of the common clients. None of
-// these proves that DHCP is off.
+// The kernel does not know who set an address. Evidence of DHCP is an address with a lifetime, a route
+// marked by the DHCP client, or a lease file of a common client. Their absence does not prove that DHCP is
+// off.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@
 
 namespace vnxtest {
 
-// True when a lease of `address` on the interface lies where one of the common clients keeps it, below
-// the folder `root` (empty: the system's own). A lease of another address proves nothing.
+// True if a common client keeps a lease of `address` on the interface, below the folder `root` (empty: the
+// system's own). A lease of another address does not count.
 bool HasDhcpLease(const std::string& root, const std::string& interfaceName, std::uint32_t interfaceIndex,
                   Ipv4Address address);
 

@@ -107,8 +107,7 @@ Ethtool::Features Ethtool::GetFeatures(const std::string& interfaceName) {
 }
 
 std::uint32_t Ethtool::GetLinkSpeed(const std::string& interfaceName) {
-    // The first call only learns how long the masks behind the record are: it answers with the
-    // negative count.
+    // The first call only returns the length of the masks behind the record, as a negative count.
     constexpr std::size_t kHead = Words(sizeof(ethtool_link_settings));
     Record record(kHead);
     record[0] = ETHTOOL_GLINKSETTINGS;

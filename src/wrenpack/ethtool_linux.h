@@ -1,4 +1,5 @@
-// What a Linux network driver tells of itself through the ethtool calls: features, speed, driver.
+// What a Linux network driver tells through the ethtool calls: features, speed, driver. One thread at a
+// time.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +21,7 @@ public:
     // The features of one adapter, by the names that the kernel gives them. Not to outlive the Ethtool.
     class Features {
     public:
-        // The driver can do it: it can be switched on, or is on for good.
+        // True if the driver supports it: it can be switched on, or is always on.
         bool IsPresent(std::string_view name) const;
         bool IsActive(std::string_view name) const;
 
@@ -32,7 +33,7 @@ public:
     };
     Features GetFeatures(const std::string& interfaceName);
 
-    // Megabits per second; 0 when the driver does not know.
+    // Megabits per second; 0 if the driver does not know.
     std::uint32_t GetLinkSpeed(const std::string& interfaceName);
 
     // "e1000e at 0000:00:1f.6", or the driver's name alone.

@@ -1,6 +1,6 @@
-// A host adapter as the program knows it: plain values, the same whichever library lists the adapters.
+// A host adapter as plain values, the same whichever library lists the adapters.
 //
-// What a system does not tell is nullopt. Two adapters are the same when all of their values are equal.
+// Nullopt means that the system does not tell. Two adapters are the same if all of their values are equal.
 #pragma once
 
 #include <cstdint>
@@ -16,13 +16,13 @@ namespace vnxtest {
 inline constexpr std::uint32_t kNdisMedium802_3 = 0;
 inline constexpr std::uint32_t kNdisMediumNative802_11 = 16; // a wireless adapter
 
-// Of the largest packet's size beyond the MTU.
+// The part of the largest packet beyond the MTU.
 inline constexpr std::uint32_t kEthernetHeader = 14;
 
 // The bits of the checksum flags.
 enum ChecksumBit : std::uint32_t { kChecksumTcp = 4, kChecksumUdp = 8, kChecksumIp = 16 };
 
-// Which checksums the adapter works out, each as ChecksumBit flags.
+// The checksums that the adapter computes, as ChecksumBit flags.
 struct ChecksumOffload {
     std::uint32_t v4Transmit = 0;
     std::uint32_t v4Receive = 0;
@@ -34,7 +34,7 @@ struct ChecksumOffload {
 
 struct HostAdapter {
     std::wstring driverName; // the packet driver's: DriverNameOf(identifier)
-    std::wstring connection; // what the system's user calls it; blanks may stand around it, and the next
+    std::wstring connection; // its name for the user; may have blanks around it, as the next
     std::wstring description;
     std::uint32_t index = 0; // the system's number of the interface
     MacAddress mac;
@@ -45,9 +45,9 @@ struct HostAdapter {
     std::optional<std::uint64_t> linkSpeed; // bits per second
     bool mediaConnected = false;
     std::uint32_t largestPacket = 0; // bytes
-    std::optional<bool> promiscuous; // it can be put into that mode
+    std::optional<bool> promiscuous; // it supports promiscuous mode
     std::optional<bool> dhcp;        // its address comes from a DHCP server
-    std::wstring portOf; // the bridge or bond that takes what comes in on it; empty when there is none
+    std::wstring portOf;             // the bridge or bond that takes its incoming frames; empty: none
     std::optional<ChecksumOffload> checksumOffload; // nullopt: it offloads none
     bool checksumOffloadOverridden = false;
 
@@ -57,7 +57,7 @@ struct HostAdapter {
 // The packet driver's name of an adapter is a prefix of four characters, then the system's identifier of the
 // adapter: the name of the interface, on Windows the NetCfgInstanceId.
 std::wstring DriverNameOf(std::wstring_view identifier);
-// Empty when there is no more than a prefix.
+// Empty if there is only a prefix.
 std::wstring_view IdentifierOf(std::wstring_view driverName);
 
 } // namespace vnxtest

@@ -1,8 +1,8 @@
 // Whether an adapter's driver offloads the segmentation of large TCP sends (LSO).
 //
-// LSO breaks the simulated guest: the driver is handed segments larger than the MTU, and the guest sees
-// them so. On Windows the driver's settings are read from the registry; on Linux the same flags come
-// from the TSO features that ethtool shows.
+// LSO breaks the guest: the driver gets segments larger than the MTU, and the guest sees them as they are.
+// On Windows the driver's settings are read from the registry; on Linux the same flags come from the TSO
+// features that ethtool shows.
 #pragma once
 
 #include <cstdint>
@@ -23,9 +23,9 @@ enum LsoFlag : std::uint8_t {
 };
 inline constexpr std::uint8_t kLsoEnabledMask = 204; // some LSO variant is enabled
 
-// The flags of the adapter with this AdapterName; its first four characters, the packet driver's
-// prefix, are dropped. Failures are silent: 0, or what was found until then. Linux knows one kind of
-// segmentation offload, which is told by the V2 bits. Any thread.
+// The flags of the adapter with this AdapterName; its first four characters, the packet driver's prefix,
+// are dropped. Failures are silent: 0, or the flags found until then. Linux has one kind of segmentation
+// offload, reported in the V2 bits. Any thread.
 std::uint8_t GetAdapterLSOFlags(std::wstring_view adapterName);
 
 } // namespace vnxtest

@@ -19,7 +19,7 @@ RegistryKey OpenKey(const std::wstring& path, REGSAM access) {
         RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, access, &key) == ERROR_SUCCESS ? key : nullptr);
 }
 
-// The NetCfgInstanceId of a subkey; empty when it cannot be read into 512 bytes.
+// The NetCfgInstanceId of a subkey; empty if it cannot be read into 512 bytes.
 std::wstring InstanceOf(HKEY key) {
     wchar_t text[256] = {};
     DWORD size = sizeof text;

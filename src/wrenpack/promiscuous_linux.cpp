@@ -13,8 +13,8 @@ namespace vnxtest {
 
 namespace {
 
-// The one kind that is not tried out: a station gets its own frames from the access point, whatever mode the
-// driver says it is in. The kernel's files tell the kind of every driver, the older request of most.
+// Wireless adapters are not tried: the access point sends a station its own frames only, whatever mode its
+// driver reports. /sys tells the kind of every driver, the older request of most.
 bool IsWireless(int requests, const std::string& name) {
     std::error_code failure;
     const std::string folder = "/sys/class/net/" + name;
@@ -33,7 +33,7 @@ bool IsWireless(int requests, const std::string& name) {
 } // namespace
 
 PromiscuousProbe::PromiscuousProbe()
-    : m_packets(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0)), // protocol 0: of no frames
+    : m_packets(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0)), // protocol 0: receives no frames
       m_requests(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
 
 PromiscuousProbe::~PromiscuousProbe() {

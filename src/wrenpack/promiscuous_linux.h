@@ -1,4 +1,4 @@
-// Whether an adapter can be put into promiscuous mode, found out by doing it.
+// Whether an adapter supports promiscuous mode, found out by trying. One thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -15,10 +15,9 @@ public:
     PromiscuousProbe(const PromiscuousProbe&) = delete;
     PromiscuousProbe& operator=(const PromiscuousProbe&) = delete;
 
-    // Puts the adapter of this name and index into promiscuous mode and back. A wireless station is never
-    // capable of it, for its access point hands it its own frames only, whatever the driver promises. Where
-    // packet sockets are not allowed, an adapter that others put into that mode (`isPromiscuous`) is capable
-    // of it; of all others nothing is known: nullopt.
+    // Puts the adapter of this name and index into promiscuous mode and back. False for a wireless adapter,
+    // which gets its own frames only, whatever the driver reports. If packet sockets are not allowed: true
+    // for an adapter that is promiscuous already (`isPromiscuous`), else nullopt.
     std::optional<bool> IsCapable(const std::string& name, std::uint32_t index, bool isPromiscuous) const;
 
 private:

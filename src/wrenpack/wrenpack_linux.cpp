@@ -28,11 +28,11 @@ namespace vnxtest {
 
 namespace {
 
-// Closing a packet socket waits for the kernel to be done with it (some milliseconds); sockets that are
-// closed at the same time share that wait.
+// Closing a packet socket waits some milliseconds for the kernel; sockets closed at the same time share
+// that wait.
 constexpr std::size_t kClosingThreads = 32;
 
-// A handle is the descriptor of a packet socket, counted from one so that none is null.
+// A handle is the descriptor of a packet socket plus one, so that none is null.
 AdapterHandle ToHandle(int descriptor) {
     return reinterpret_cast<AdapterHandle>(std::intptr_t{descriptor} + 1);
 }
@@ -52,13 +52,13 @@ int BindForCapture(int descriptor, const std::string& interfaceName) {
     if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         return errno;
     }
-    // The kernel binds to a link that is down as well, and leaves the fault on the socket.
+    // The kernel also binds to a link that is down, and reports that as the socket's error.
     int fault = 0;
     socklen_t length = sizeof fault;
     return getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &fault, &length) == 0 ? fault : errno;
 }
 
-// As a guest of this user would be opened.
+// By the helper, as a guest of this user would be opened.
 AdapterHandle OpenByHelper(const std::string& interfaceName) {
     OpenRequest request;
     request.kind = OpenKind::ArpSocket;
@@ -87,8 +87,8 @@ public:
             SetLastError(ENODEV);
             return nullptr;
         }
-        // What libpcap opens beneath a capture, without the ring that would hold its packets: protocol 0
-        // until it is bound, so that nothing of other interfaces comes in meanwhile.
+        // As for a capture, but without a ring. Protocol 0 until it is bound, so that no frames of other
+        // interfaces come in meanwhile.
         const int descriptor = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
         if (descriptor < 0) {
             return errno == EPERM ? OpenByHelper(interfaceName) : nullptr;
@@ -116,7 +116,7 @@ public:
             try {
                 threads.emplace_back(closeShare, first);
             } catch (const std::system_error&) {
-                closeShare(first); // no more threads to be had
+                closeShare(first); // no thread to be had: closed here
             }
         }
     }

@@ -20,7 +20,7 @@ namespace vnxtest {
 
 namespace {
 
-// The packet driver's capture library, as far as it is needed here.
+// The functions of the packet driver's capture library that are used here.
 class PacketDriver {
 public:
     PacketDriver() {
@@ -62,8 +62,7 @@ public:
 
     void Close(void* capture) const { m_close(capture); }
 
-    // Whether the adapter can be put into promiscuous mode, found out by doing it; nullopt when it cannot be
-    // opened at all.
+    // Whether the adapter supports promiscuous mode, found out by trying; nullopt if it cannot be opened.
     std::optional<bool> IsPromiscuousCapable(const std::wstring& adapterName) const {
         for (const bool promiscuous : {true, false}) {
             if (void* const capture = Open(adapterName, promiscuous)) {
@@ -112,7 +111,7 @@ constexpr wchar_t kFileName[] = L"WrenPack64UD.dll";
 // WrenPack64UD.dll.
 class BoundWrenPack final : public WrenPackLibrary {
 public:
-    // Null when the library is not there or cannot be used, which `substitution` then says.
+    // Null if the library is missing or cannot be used, with the reason in `substitution`.
     static std::unique_ptr<WrenPackLibrary> Bind(ModuleDescription& substitution) {
         std::wstring places;
         const auto path = FindSharedObject(kFileName, places);
@@ -158,8 +157,8 @@ public:
         ModuleDescription module;
         module.name = kFileName;
         module.path = m_path;
-        // These are asked for only where they are there. The texts are wide in the library's Unicode build,
-        // which is the one bound here.
+        // Optional exports. Their texts are wide in the library's Unicode build, which is the one bound
+        // here.
         std::wstring unneeded;
         TextFunction text = nullptr;
         if (m_module->Bind(text, "WrenPackGetVersionString", unneeded)) {
@@ -199,7 +198,7 @@ private:
 // This program's own adapter list.
 class BuiltInWrenPack final : public WrenPackLibrary {
 public:
-    // In the place of the package's library, as `substitution` says.
+    // Replaces the package's library for the reason in `substitution`.
     explicit BuiltInWrenPack(ModuleDescription substitution) : m_description(std::move(substitution)) {
         m_description.name = L"WrenPack";
         m_description.version = kWideVersion;
@@ -212,7 +211,7 @@ public:
         if (code != 0 || adapters.empty()) {
             return {AdapterListStage::SizeQuery, code != 0 ? code : std::uint32_t{ERROR_NO_DATA}};
         }
-        // An access point hands a wireless station its own frames only, whatever the driver promises.
+        // An access point sends a wireless adapter its own frames only, whatever the driver reports.
         for (HostAdapter& adapter : adapters) {
             adapter.promiscuous = adapter.medium == kNdisMediumNative802_11
                                       ? std::optional(false)
