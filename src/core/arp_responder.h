@@ -1,7 +1,7 @@
 // The ARP and RARP responder of a TAP interface (RFC 826, RFC 903).
 //
-// Each function turns a request for the guest into its reply, in place; whoever read the frame writes it.
-// What is not a request for the guest is dropped silently. Monitor thread.
+// Each function turns a request for the guest into its reply, in place; the caller writes it. Other packets
+// are dropped silently. Monitor thread.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@
 
 namespace vnxtest {
 
-// `frame` is the whole Ethernet frame as it was read. True when its first 42 bytes (kArpFrameLength) are the
-// reply to be written, which is announced.
+// `frame` is the whole Ethernet frame as it was read. True if its first 42 bytes (kArpFrameLength) are now
+// the reply to be written, which a line has announced.
 bool HandleTapARPPacket(const INTERFACE_INFO& info, std::span<std::uint8_t> frame);
 bool HandleTapRARPPacket(const INTERFACE_INFO& info, std::span<std::uint8_t> frame);
 

@@ -13,8 +13,8 @@ namespace vnxtest {
 namespace {
 
 bool g_registrationTried = false;
-// The library goes on to have the callback after the registration has ended, for there is no way to take it
-// back: it then does nothing.
+// Guards the registration. The library keeps the callback after it has ended, since the contract has no way
+// to take it back; the callback then does nothing.
 std::shared_mutex g_callbackLock;
 
 } // namespace
@@ -35,7 +35,7 @@ bool IsDebugOutputRefused() {
 }
 
 void UnregisterDebugOutput() {
-    const std::lock_guard lock(g_callbackLock); // whoever is in the callback leaves it first
+    const std::lock_guard lock(g_callbackLock); // waits until no thread is in the callback
     g_registrationTried = false;
     SetLogOpen(false);
 }
@@ -53,7 +53,7 @@ void DebugOutputCallback(const char* text, ...) noexcept {
             HandToLog(ToUtf8(lines));
         }
     } catch (...) {
-        // Foreign code is below: it knows of no exceptions. The line is lost, there is no room for it.
+        // No exception may reach the library's code. Without memory the line is lost.
     }
 }
 

@@ -27,8 +27,8 @@ std::int32_t FailValidation() {
     return -1;
 }
 
-// The steps that every setter begins with: zeroed record, family, name. Nothing when the name is
-// missing, which has then been reported with `nameMessage`.
+// The first steps of every setter: zeroed record, family, name. Nullopt if the name is missing, after a
+// report with `nameMessage`.
 std::optional<VnetxInterfaceRequest> BeginRequest(std::uint16_t family, const wchar_t* name,
                                                   const wchar_t* nameMessage) {
     if (name == nullptr || *name == L'\0') {
@@ -62,7 +62,7 @@ std::int32_t SetAddress(VnetxLibrary& library, std::int32_t handle, const wchar_
     return library.Ioctl(handle, setter.request, &*request);
 }
 
-// Issues a query for the interface of `info`; false, reported with `failureMessage`, when it fails.
+// Issues a query for the interface of `info`; false on failure, reported with `failureMessage`.
 bool Query(VnetxLibrary& library, std::int32_t handle, const INTERFACE_INFO& info, std::uint32_t code,
            const wchar_t* failureMessage, VnetxInterfaceRequest& request) {
     Verify(!info.name.empty());
@@ -108,7 +108,7 @@ std::int32_t VNETX_SetNetMask(VnetxLibrary& library, std::int32_t handle, const 
                        L"KXMTU010E %s: Invalid net mask \"%s\"\n"});
 }
 
-// The numbers 009 and 010 serve the broadcast address as well: users know the messages so.
+// 009 and 010 are the numbers of the broadcast address, too: users know these messages.
 std::int32_t VNETX_SetBcastAddr(VnetxLibrary& library, std::int32_t handle, const wchar_t* name,
                                 const wchar_t* value) {
     return SetAddress(library, handle, name, value,

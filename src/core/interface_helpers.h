@@ -1,9 +1,9 @@
 // The interface configuration helpers: one textual setting becomes one library request.
 //
-// Each validates its texts, reports a numbered message on bad input, fills a request record and
-// issues it. They return the library's result (0 is success), or -1 when the validation failed;
-// then the last error and errno say "invalid argument". A library failure is not reported here.
-// `name` and the values may be null, which is reported as "NULL". Any thread.
+// Each validates its texts, reports a numbered message on bad input, fills a request record and issues it.
+// They return the library's result (0 is success), or -1 if the validation failed, with the last error and
+// errno for "invalid argument". A library failure is not reported here. `name` and the values may be null,
+// which is reported as "NULL". Any thread.
 #pragma once
 
 #include <cstdint>

@@ -32,7 +32,7 @@ void INTERFACE_INFO::Reset() {
 ReplyScope ReplyScopeOf(INTERFACE_INFO& info) {
     std::unique_lock lock(info.addressLock, std::defer_lock);
     if (!info.addressesKnown.load(std::memory_order_acquire)) {
-        lock.lock(); // they may be found out at this moment
+        lock.lock(); // another thread may be setting them
     }
     return {info.guestMac, info.guestIp, info.inAdapterSubnet ? info.guestIp : info.adapterIp, info.netMask,
             info.broadcastIp};

@@ -1,4 +1,4 @@
-// One virtual interface of the simulated guest, as it was asked for and as it is.
+// One virtual interface of the simulated guest: its settings, its state and its counters.
 #pragma once
 
 #include <array>
@@ -15,7 +15,7 @@
 
 namespace vnxtest {
 
-// Why a received packet was ignored. The numbers are the ones users quote.
+// Why a received packet was ignored. Users know the numbers.
 enum class IgnoreReason : std::uint32_t {
     UnknownPacket = 0,
     TooTiny = 1,
@@ -32,7 +32,7 @@ enum class IgnoreReason : std::uint32_t {
 };
 inline constexpr std::size_t kIgnoreReasons = 12;
 
-// What is counted while an interface runs. The monitor thread alone writes; any thread may read.
+// The counters of a running interface. Only the monitor thread writes; any thread may read.
 struct PacketCounters {
     std::array<std::atomic<std::uint64_t>, kIgnoreReasons> ignored{};
     std::atomic<std::uint64_t> echoRequestsAnswered{0};
@@ -41,11 +41,11 @@ struct PacketCounters {
     void Clear();
 };
 
-// INTERFACE_INFO: two process-wide records exist, interface 1 and interface 2 (owned by the guest).
-// The text fields are set by the user-interface thread while the guest is stopped and survive from
-// start to start; the binary fields follow them before each start. While the interface runs, its
-// monitor thread alone changes it, and publishes the handle when everything else is in place; only
-// the adapter's addresses may be refreshed by whoever writes a packet (under addressLock).
+// INTERFACE_INFO: a guest owns two, interface 1 and interface 2. The user-interface thread sets the text
+// fields while the guest is stopped; they survive from start to start, and the binary fields follow them
+// before each start. While the interface runs only its monitor thread changes it, and publishes the handle
+// after everything else; the adapter's addresses may also be refreshed by a thread that writes a packet
+// (under addressLock).
 struct INTERFACE_INFO {
     std::atomic<std::int32_t> handle{-1};
     std::wstring name; // given by the library; written under addressLock
@@ -65,34 +65,35 @@ struct INTERFACE_INFO {
 
     // Guards name and the four fields above while the interface runs.
     std::mutex addressLock;
-    std::atomic<bool> addressesKnown{false}; // both adapter addresses are there: they change no more
+    std::atomic<bool> addressesKnown{false}; // both adapter addresses are set and final
 
     PacketCounters counters;
     VnetxStatistics statistics{}; // of the last run, once its monitor thread has ended
     bool statisticsValid = false;
-    // Likewise: frames that the library's driver dropped unread, where the library tells.
+    // Likewise: frames that the library's driver dropped unread; nullopt if the library does not tell.
     std::optional<std::uint64_t> droppedByDriver;
 
     // Back to the empty state: TUN mode, no texts, no addresses. Not for an open interface.
     void Reset();
     // The library's name of the interface. Any thread.
     std::wstring NameCopy();
-    // The monitor thread's: from now on the interface can be used by its handle, which comes after all that
-    // was set up before; and no more, before it is closed.
+    // Monitor thread. Publishes the handle, with everything set up before it; withdraws it before it is
+    // closed.
     void PublishHandle(std::int32_t opened);
     void WithdrawHandle();
-    // Calls `wake` with the handle when there is one, which stays open meanwhile. What the caller did before
-    // is seen by a monitor thread that publishes its handle afterwards: it is woken, or need not be. Any
+    // Calls `wake` with the handle if there is one; it stays open meanwhile. A monitor thread that
+    // publishes its handle later sees what the caller did before, such as setting the stop event. Any
     // thread.
     void WithHandle(const std::function<void(std::int32_t)>& wake);
-    // True when the interface names a host adapter (interface 2 is in use only then).
+    // True if the interface names a host adapter (interface 2 is in use only then).
     bool NamesAdapter() const { return !adapterIpText.empty() || !adapterMacText.empty(); }
 
 private:
-    std::mutex m_handleLock; // beginning and end of the handle; nothing of the library is called under it
+    std::mutex
+        m_handleLock; // publishing and withdrawing the handle; no function of the library is called under it
 };
 
-// Whom the guest of the interface may answer. Monitor thread.
+// The addresses that the guest of the interface may answer. Monitor thread.
 ReplyScope ReplyScopeOf(INTERFACE_INFO& info);
 
 } // namespace vnxtest

@@ -9,9 +9,9 @@
 
 namespace vnxtest {
 
-// Opens the interface through the library and configures it step by step, as the emulator's
-// point-to-point guest link. Returns the handle, which is then info's handle too; or -1, reported,
-// with nothing left open and errno and the last error those of the failure. Monitor thread.
+// Opens the interface through the library and configures it step by step, as the emulator's point-to-point
+// guest link. Returns the handle, which is then info's handle, too; or -1, reported, with everything closed
+// and errno and the last error of the failure. Monitor thread.
 std::int32_t CreateInterface(INTERFACE_INFO& info, VnetxLibrary& library, const RunSettings& settings);
 
 // Reports the statistics of the open interface, closes it and reports that. The statistics stay in

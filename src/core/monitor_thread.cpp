@@ -36,7 +36,7 @@ private:
 std::int32_t ReadAndHandle(const MonitorContext& context, std::int32_t handle, FrameBuffer& buffer) {
     const std::int32_t length = context.library.Read(handle, buffer.ReadArea(), kReadSize);
     if (length > 0) {
-        // A library that claims more than it was given room for is not believed.
+        // A length beyond the buffer is a fault of the library: the frame is dropped.
         if (Verify(static_cast<std::uint32_t>(length) <= kReadSize)) {
             context.handler.HandleReceivedPacket(context.info,
                                                  buffer.Packet(static_cast<std::size_t>(length)));
@@ -45,7 +45,7 @@ std::int32_t ReadAndHandle(const MonitorContext& context, std::int32_t handle, F
     return length;
 }
 
-// Both loops return whether the end was asked for; false means that a read failed.
+// Both loops return true if they were told to stop, false if a read failed.
 bool ReadUntilStopped(const MonitorContext& context, std::int32_t handle, FrameBuffer& buffer) {
     while (!context.stopEvent.IsSet()) {
         if (ReadAndHandle(context, handle, buffer) < 0) {
@@ -57,8 +57,8 @@ bool ReadUntilStopped(const MonitorContext& context, std::int32_t handle, FrameB
 
 bool ReadWhenNotified(const MonitorContext& context, std::int32_t handle, FrameBuffer& buffer) {
     while (!context.stopEvent.IsSet()) {
-        // A wait that was broken off is followed by a read all the same: if the handle has gone bad,
-        // the read says so instead of this loop going round for ever.
+        // A failed wait is followed by a read all the same: with a bad handle the read fails, and the loop
+        // does not spin.
         if (!WaitUntilReadable(handle) && context.stopEvent.IsSet()) {
             break;
         }

@@ -11,7 +11,7 @@
 
 namespace vnxtest {
 
-// What a monitor thread works with. All of it outlives the thread.
+// The objects of a monitor thread. All of them outlive it.
 struct MonitorContext {
     INTERFACE_INFO& info;
     VnetxLibrary& library;

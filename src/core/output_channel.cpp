@@ -12,8 +12,8 @@ namespace vnxtest {
 namespace {
 
 constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
-// "hh:mm:ss.mmm " of now. Only the milliseconds change within a second, so the rest is kept per
-// thread: the conversion to local time costs more than a whole line otherwise.
+// "hh:mm:ss.mmm " of now. Only the milliseconds change within a second, so the rest is kept per thread: the
+// conversion to local time costs more than a whole line.
 std::string_view TimeStamp() {
     using namespace std::chrono;
     struct Stamp {
@@ -55,7 +55,7 @@ void StampLines(std::string_view text, std::string_view stamp, std::string& line
         const std::string_view line = text.substr(0, end);
         lines += stamp;
         lines += line;
-        // The line begins with the stamp, so only trailing blanks are there to be removed.
+        // Leading blanks are kept; trailing ones go, that of the stamp, too, if the line is empty.
         while (!lines.empty() && IsBlank(lines.back())) {
             lines.pop_back();
         }

@@ -1,4 +1,4 @@
-// Where a monitor thread hands every frame it reads. The monitor thread knows no more of it.
+// Takes every frame that a monitor thread reads, which knows no more about it.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ class ReceivedPacket {
 public:
     static constexpr std::size_t kHeadroom = EthernetView::kLength;
 
-    // `storage` is the headroom and the packet behind it.
+    // `storage` is the headroom, followed by the packet.
     explicit ReceivedPacket(std::span<std::uint8_t> storage) : m_storage(storage) {}
 
     std::span<std::uint8_t> Bytes() const { return m_storage.subspan(kHeadroom); }

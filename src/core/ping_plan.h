@@ -1,4 +1,4 @@
-// The plan of a ping test: whom to ask, and the four numbers with their ranges. The profile, the options,
+// The plan of a ping test: the target, and the four numbers with their ranges. The profile, the options,
 // the dialog and the test itself all use this one record.
 #pragma once
 
@@ -12,7 +12,7 @@ namespace vnxtest {
 
 // 65507 bytes and the two headers fill the largest IPv4 packet.
 inline constexpr NumberRange kPingSizeRange{8, 65507, 32};
-// A test that somebody ends may also have 0 pings: it goes on until then.
+// The terminal program also takes 0: the test goes on until it is stopped.
 inline constexpr NumberRange kPingCountRange{1, 65535, 3};
 inline constexpr NumberRange kPingTimeoutRange{0, 10000, 500}; // milliseconds
 inline constexpr NumberRange kPingDelayRange{0, 10000, 1000};  // milliseconds

@@ -1,4 +1,4 @@
-// The process-wide settings that the interfaces are opened and watched with.
+// The settings with which all interfaces of a guest are opened.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@ namespace vnxtest {
 
 inline constexpr std::uint32_t kDefaultDebugFlags = 0x80008080;
 
-// What may be chosen for the two buffers, in Kbytes.
+// The ranges of the two buffers, in Kbytes.
 inline constexpr std::uint32_t kKilo = 1024;
 inline constexpr NumberRange kDriverBufferRange{64, 16384, 1024};
 inline constexpr NumberRange kDllBufferRange{16, 1024, 64};

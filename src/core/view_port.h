@@ -1,4 +1,4 @@
-// The user-interface thread as the engine sees it: somewhere to post a message to.
+// The engine's interface to the user-interface thread: posting a message.
 //
 // The window implements it with its toolkit's events, the terminal program with a blocking queue
 // on its main thread. The engine knows no more of either.
@@ -19,8 +19,8 @@ class ViewPort {
 public:
     virtual ~ViewPort() = default;
 
-    // Queues `message` for the user-interface thread and returns at once. Any thread. A view that
-    // is gone drops it.
+    // Queues `message` for the user-interface thread and returns at once. Any thread. Dropped if the view
+    // is gone.
     virtual void PostViewMessage(ViewMessage message) = 0;
 };
 

@@ -1,7 +1,7 @@
 // A thread that announces its end to the view.
 //
-// Its end is known before it is announced, so that whoever handles the message can tell the end of
-// this thread from a message that an earlier one left in the queue.
+// HasEnded() is true before the message is posted, so that the handler can tell the end of this thread from
+// a message that an earlier one left in the queue.
 #pragma once
 
 #include <atomic>
@@ -23,9 +23,8 @@ public:
     WorkerThread& operator=(const WorkerThread&) = delete;
     ~WorkerThread() { Join(); }
 
-    // Runs `procedure` on a thread of its own and posts `ended` to `view` behind it. False, with the
-    // assertion line of the caller and StartError(), when the system has no thread to give. Not while one
-    // exists.
+    // Runs `procedure` on a new thread and then posts `ended` to `view`. False, with the assertion line of
+    // the caller and StartError(), if the system has no thread to give. Not while one exists.
     template <typename Procedure>
     bool Start(Procedure procedure, ViewPort& view, ViewMessage ended,
                std::source_location where = std::source_location::current()) {
@@ -45,11 +44,11 @@ public:
 
     // The errno value of the last Start that failed.
     int StartError() const { return m_startError; }
-    // From a successful Start until Join.
+    // True from a successful Start until Join.
     bool Exists() const { return m_thread.joinable(); }
-    // It exists and has done its work: Join will not block.
+    // True if it exists and its procedure has returned: Join will hardly block.
     bool HasEnded() const { return Exists() && m_ended.load(std::memory_order_acquire); }
-    // Waits for its end, without limit. Nothing when there is none.
+    // Waits for its end, without limit. No effect without a thread.
     void Join() {
         if (m_thread.joinable()) {
             m_thread.join();

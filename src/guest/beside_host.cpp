@@ -13,23 +13,16 @@ constexpr std::wstring_view kContent = L"Do you wish to proceed anyway?";
 
 constexpr ProceedQuestion kMacOfHost = {
     kTitle, L"Your guest MAC is that of a host adapter!", kContent,
-    L"The hardware address you defined for your virtual interface is already used by an adapter of this "
-    L"system.\n\nThe guest would answer packets which are meant for your system, and both would disturb each "
-    L"other."};
+    L"The hardware address you defined for your virtual interface is already used by an adapter of this system.\n\nThe guest would answer packets which are meant for your system, and both would disturb each other."};
 constexpr ProceedQuestion kIpOfHost = {
     kTitle, L"Your guest IP is your own!", kContent,
-    L"The IP address you defined for your virtual interface is already used by this system.\n\nThe guest "
-    L"would answer for your system, and connections of your system are likely to break."};
+    L"The IP address you defined for your virtual interface is already used by this system.\n\nThe guest would answer for your system, and connections of your system are likely to break."};
 constexpr ProceedQuestion kIpOfGateway = {
     kTitle, L"Your guest IP is that of a gateway!", kContent,
-    L"The IP address you defined for your virtual interface is already used by a gateway of this "
-    L"system.\n\nThe guest would take the place of the gateway, and your system is likely to lose its way to "
-    L"other networks."};
+    L"The IP address you defined for your virtual interface is already used by a gateway of this system.\n\nThe guest would take the place of the gateway, and your system is likely to lose its way to other networks."};
 constexpr ProceedQuestion kIpUnusable = {
     kTitle, L"Your guest IP cannot be a workstation's!", kContent,
-    L"The IP address you defined for your virtual interface is reserved: it stands for this network, for "
-    L"this system itself, for a group or for everybody.\n\nNo other system will send packets to it, and the "
-    L"test is unlikely to succeed."};
+    L"The IP address you defined for your virtual interface is reserved: it stands for this network, for this system itself, for a group or for everybody.\n\nNo other system will send packets to it, and the test is unlikely to succeed."};
 
 HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
     HostFacts facts;
@@ -65,7 +58,7 @@ HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
 
 std::optional<ProceedQuestion> QuestionBesideHost(const INTERFACE_INFO& info, const HostNetwork& host) {
     const HostFacts facts = FactsOf(info, host);
-    // Without a MAC address of its own it gets one that no adapter has.
+    // Without a given MAC address it gets one that no adapter has.
     if (!info.guestMac.IsZero() && JudgeMac(info.guestMac, facts) == Refusal::MacOfHost) {
         return kMacOfHost;
     }

@@ -1,6 +1,6 @@
-// A guest that would pass itself off as its host: the question before such a start.
+// The question before the start of a guest with an address of its host.
 //
-// The helper of an ordinary user refuses such a guest; who may open an adapter himself is warned.
+// Every user is asked; if the helper has to open the adapter it refuses such a guest all the same.
 #pragma once
 
 #include <optional>
@@ -11,8 +11,8 @@
 
 namespace vnxtest {
 
-// The question about the guest of `info`, whose binary addresses are filled; nullopt if there is none to ask.
-// That the guest is outside the adapter's subnet is asked elsewhere.
+// The question about the guest of `info`, whose binary addresses are set; nullopt if there is none to ask.
+// A guest outside the adapter's subnet is another question (pre_start_questions.h). User-interface thread.
 std::optional<ProceedQuestion> QuestionBesideHost(const INTERFACE_INFO& info, const HostNetwork& host);
 
 } // namespace vnxtest

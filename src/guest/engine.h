@@ -1,8 +1,8 @@
-// What stands behind a front end for one run: the interface library, the host, the settings and the
-// guest, put together in the order they need.
+// The engine of a front end for one run: the interface library, the host, the settings and the guest, made
+// in this order.
 //
-// The order of the members is the order of construction; they go in the opposite order, the guest
-// before the host it looks at and that before the library. User-interface thread.
+// The members are destroyed in the opposite order: the guest before the host that it uses, and that before
+// the library. User-interface thread.
 #pragma once
 
 #include <memory>
@@ -19,8 +19,8 @@
 
 namespace vnxtest {
 
-// The profile of a guest that uses the library of this name: the user's settings, or on the simulated LAN a
-// section of its own, so that neither's values get to the other.
+// The profile of a guest with the library of this name: the user's settings, or the separate section of the
+// simulated LAN.
 std::unique_ptr<Profile> OpenGuestProfile(std::wstring_view libraryName);
 
 class Engine {
@@ -32,15 +32,15 @@ public:
     Engine& operator=(const Engine&) = delete;
 
     // Opens the library of this name (as OpenVnetxLibrary takes it) and the host that belongs to it: with
-    // "sim" the real host and the simulated adapter. False with whole sentences in `error` when the library
-    // cannot be used; nothing else may be called then.
+    // "sim" the real host and the simulated adapter. False with whole sentences in `error` if the library
+    // cannot be used; no other function may be called then.
     bool Open(const std::wstring& libraryName, std::wstring& error);
-    // Has the library say its lines to the log, then gathers what is to be known of the host
-    // (HostNetwork::InitGlobals). Once, when the document is there. Takes at most a bounded probe.
+    // Registers the library's debug output with the log, then gathers the host's data
+    // (HostNetwork::InitGlobals). Once, when the document exists. Waits for one bounded probe at most.
     void GatherHost();
     // Makes the guest, which reads the debug settings. `profile` and `frontEnd` must outlive the engine.
     void MakeGuest(Profile& profile, FrontEnd& frontEnd);
-    // Ends the guest and its ping test: waits for all their threads.
+    // Ends the guest and its ping test and joins all their threads.
     void EndGuest();
 
     // Null until it is open.

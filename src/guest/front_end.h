@@ -1,6 +1,5 @@
-// What the engine asks of its front end. All calls are made on the user-interface thread and may
-// take as long as the user does. The window answers with dialogs, the terminal program from its
-// options and the profile.
+// The engine's questions to its front end. All are asked on the user-interface thread and may wait for the
+// user. The window answers with dialogs, the terminal program from its options and the profile.
 #pragma once
 
 #include <string>
@@ -24,8 +23,7 @@ struct GuestParameters {
     InterfaceParameters interface1;
     InterfaceParameters interface2;
     bool useTwoInterfaces = false;
-    // Write the confirmed values to the profile. The window always does; the terminal program only
-    // when it was told to.
+    // Write the confirmed values to the profile: the window always, the terminal program with --save.
     bool store = true;
 };
 
@@ -40,7 +38,7 @@ struct ProceedQuestion {
 struct PingWhoParameters {
     bool twoInterfaces = false; // in: interface 2 is defined, so the choice is offered
     int fromInterface = 0;      // 0 = Interface1, 1 = Interface2
-    PingPlan plan;              // in: its target is the last one's; out: what the name resolved to
+    PingPlan plan;              // in: with the last target; out: with the resolved address
     bool store = true;          // as in GuestParameters
 };
 
@@ -49,14 +47,14 @@ inline constexpr int kCancelButton = 2;
 
 class FrontEnd : public ViewPort {
 public:
-    // The parameters dialog: `parameters` holds the current values and takes the confirmed ones,
-    // validated (guest/parameters.h). False when cancelled.
+    // The parameters dialog: `parameters` holds the current values and takes the confirmed ones, checked
+    // (guest/parameters_check.h). False if cancelled.
     virtual bool AskParameters(GuestParameters& parameters) = 0;
 
     // The proceed dialog: kProceedButton, or kCancelButton.
     virtual int ShowProceedTaskDialog(const ProceedQuestion& question) = 0;
 
-    // The ping-who dialog: takes the confirmed values, the target resolved. False when cancelled.
+    // The ping-who dialog: takes the confirmed values, the target resolved. False if cancelled.
     virtual bool AskPingWho(PingWhoParameters& parameters) = 0;
 };
 

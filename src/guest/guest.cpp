@@ -17,7 +17,7 @@ InterfaceParameters TextsOf(const INTERFACE_INFO& info) {
 }
 
 void SetTexts(INTERFACE_INFO& info, const InterfaceParameters& texts) {
-    // What was derived from, or resolved for, the texts of an earlier start does not outlive them.
+    // Values derived from the texts of an earlier start do not outlive them.
     const bool otherAdapter =
         info.adapterIpText != texts.adapterIpText || info.adapterMacText != texts.adapterMacText;
     if (otherAdapter) {
@@ -50,7 +50,7 @@ Guest::~Guest() {
 void Guest::HandleViewMessage(ViewMessage message) {
     switch (message) {
     case ViewMessage::MonitorThreadEnded:
-        // A thread of the last run that was stopped by command leaves its message in the queue.
+        // A thread that was stopped by command may leave its message in the queue.
         if (m_monitorThreads[0].HasEnded() || m_monitorThreads[1].HasEnded()) {
             StopGuest();
         }
@@ -95,8 +95,8 @@ bool Guest::AskProceed(const ProceedQuestion& question) {
     return m_frontEnd.ShowProceedTaskDialog(question) == kProceedButton;
 }
 
-// The pre-start checks. With neither gateway nor forwarding and a guest outside the subnet the user
-// meets the gateway question twice, the second time with what that means.
+// The pre-start checks. With neither gateway nor forwarding and a guest outside the subnet the user is
+// asked about the gateway twice, the second time with the consequences.
 bool Guest::MayStart() {
     const bool forwarding = m_host.IpForwardingEnabled();
     const bool gatewayKnown = !m_host.DefaultGatewayMac().IsZero();
@@ -118,7 +118,7 @@ bool Guest::MayStart() {
     return AskProceed(forwarding ? OtherSubnetQuestion(false) : UndefinedGatewayOtherSubnetQuestion());
 }
 
-// After those: whether the guest would pass itself off as this host.
+// After those: the questions about guests with an address of this host.
 bool Guest::MayStartBesideHost() {
     for (const INTERFACE_INFO& info : m_interfaces) {
         if (!info.NamesAdapter()) {
@@ -160,7 +160,7 @@ bool Guest::StartMonitorThread(std::size_t index) {
     return false;
 }
 
-// All interfaces or none: half a guest would answer for one address and be silent for the other.
+// All interfaces or none: half a guest would answer for one address only.
 bool Guest::Start() {
     m_stopEvent.Reset();
     if (StartMonitorThread(0) && (!m_interfaces[1].NamesAdapter() || StartMonitorThread(1))) {
@@ -205,7 +205,7 @@ bool Guest::OnTestStartPing() {
         m_settings.StorePingSettings(m_pingPlan);
     }
     const bool started = m_pingTest.Start(m_interfaces[m_pingFromInterface1 ? 0 : 1], m_pingPlan);
-    // Once the test runs, its result is its threads'.
+    // While the test runs, its result belongs to its threads.
     m_problem = started ? std::wstring() : m_pingTest.Result().problem;
     return started;
 }

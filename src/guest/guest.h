@@ -1,9 +1,8 @@
 // The simulated guest: the object that both front ends hold.
 //
-// It owns the two interface records, the monitor threads and the ping test, and carries out the
-// commands "Start "Vantor"...", "Stop "Vantor"", "Start ping test..." and "Stop ping test".
-// All members are called on the user-interface thread unless they say otherwise; StopGuest and
-// OnTestStopPing block it until the threads have ended.
+// It owns the two interface records, the monitor threads and the ping test, and carries out the commands
+// "Start "Vantor"...", "Stop "Vantor"", "Start ping test..." and "Stop ping test". User-interface thread;
+// StopGuest and OnTestStopPing block it until the threads have ended.
 #pragma once
 
 #include <array>
@@ -23,33 +22,33 @@ namespace vnxtest {
 
 class Guest {
 public:
-    // Reads the debug settings. Everything given must outlive the guest.
+    // Reads the debug settings. All arguments must outlive the guest.
     Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd);
     // Stops the ping test and the guest.
     ~Guest();
     Guest(const Guest&) = delete;
     Guest& operator=(const Guest&) = delete;
 
-    // Carries out what a posted message asks for. OutputPending is the front end's own affair.
+    // Handles a posted message; OutputPending is left to the front end.
     void HandleViewMessage(ViewMessage message);
 
-    // "Start "Vantor"...": parameters, pre-start checks, start. Returns whether the guest runs
-    // afterwards; false when the user cancelled or, with a Problem(), when the system had no thread to give.
+    // "Start "Vantor"...": parameters, pre-start checks, start. True if the guest runs afterwards; false if
+    // the user cancelled or, with a Problem(), if the system had no thread to give.
     bool OnStartGuest();
-    // "Stop "Vantor"", and what a monitor thread's end leads to.
+    // "Stop "Vantor"", and the answer to a monitor thread's end.
     void StopGuest();
-    // At least one monitor thread exists.
+    // True if a monitor thread exists.
     bool IsRunning() const;
 
-    // "Start ping test...": asks whom to ping and starts. Returns whether a test was started; false as above.
+    // "Start ping test...": asks whom to ping and starts. True if a test was started; false as above.
     bool OnTestStartPing();
     // "Stop ping test".
     void OnTestStopPing();
-    // At least one ping thread exists.
+    // True if a ping thread exists.
     bool IsPinging() const { return m_pingTest.IsRunning(); }
 
-    // Why the latest of the two start commands failed, as the document says it; empty when it did not, or
-    // when it was cancelled.
+    // Why the last of the two start commands failed, as in the document; empty if it did not, or was
+    // cancelled.
     const std::wstring& Problem() const { return m_problem; }
 
     RunSettings& Run() { return m_run; }

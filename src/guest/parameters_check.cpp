@@ -18,8 +18,8 @@ Refusal Refuse(int index, ParameterField field, const wchar_t* text) {
     return ParameterRefusal{index, field, ip ? kIpTitle : kMacTitle, text};
 }
 
-// Generates the guest MAC from the guest IP when none was entered, and checks it. A guest's address
-// must be one station's own and locally administered, so that it meets no real adapter's.
+// Generates the guest MAC from the guest IP if none was entered, and checks it: it must be a single
+// station's and locally administered, so that it equals no real adapter's.
 Refusal CheckGuestMac(InterfaceParameters& parameters, int index, const HostNetwork& host) {
     if (parameters.guestMacText.empty()) {
         const std::optional<Ipv4Address> ip = ParseIPAddress(parameters.guestIpText);
@@ -40,9 +40,9 @@ Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const Hos
     const bool haveMac = !parameters.adapterMacText.empty();
     if (parameters.adapterIpText.empty()) {
         if (!haveMac) {
-            return Refuse(index, ParameterField::AdapterIp,
-                          L"You must identify which host adapter should be used by specifying either its IP "
-                          L"address or MAC address.");
+            return Refuse(
+                index, ParameterField::AdapterIp,
+                L"You must identify which host adapter should be used by specifying either its IP address or MAC address.");
         }
         if (!ValidateAdapterMACAddress(parameters.adapterMacText, host)) {
             return Refuse(index, ParameterField::AdapterMac,
@@ -53,8 +53,7 @@ Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const Hos
     if (haveMac) {
         return Refuse(
             index, ParameterField::AdapterMac,
-            L"You must identify the host adapter by either its IP address or its MAC address, but not "
-            L"both.");
+            L"You must identify the host adapter by either its IP address or its MAC address, but not both.");
     }
     if (!ValidateAdapterIPAddress(parameters.adapterIpText, host)) {
         return Refuse(index, ParameterField::AdapterIp, L"No such host adapter exists with this IP address.");
@@ -100,7 +99,7 @@ std::optional<ParameterRefusal> CheckParameters(GuestParameters& parameters, con
         second.tapMode = tapMode;
         return std::nullopt;
     }
-    // A second interface without a guest address is let pass here; a wrong one is not.
+    // A second interface without a guest address is accepted here; a wrong one is not.
     if (!second.guestIpText.empty()) {
         refusal = CheckGuestIp(second, 1);
     }

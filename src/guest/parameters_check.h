@@ -1,5 +1,5 @@
-// The checks of the parameters dialog, apart from any toolkit: the window shows their refusals as
-// balloons, the terminal program as messages.
+// The checks of the parameters dialog, without a toolkit: the window shows refusals as balloons, the
+// terminal program as messages. User-interface thread.
 #pragma once
 
 #include <optional>
@@ -20,9 +20,9 @@ struct ParameterRefusal {
     std::wstring text;
 };
 
-// Validates in the dialog's order and completes what may be left out: an empty guest MAC is
-// generated from the guest IP; without the second interface its four texts are emptied. Returns the
-// first refusal, or nothing when all is well.
+// Validates in the dialog's order and completes what may be left out: an empty guest MAC is generated from
+// the guest IP; without the second interface its four texts are emptied. The first refusal; nullopt if
+// there is none.
 std::optional<ParameterRefusal> CheckParameters(GuestParameters& parameters, const HostNetwork& host);
 
 } // namespace vnxtest

@@ -1,4 +1,4 @@
-// The texts of an adapter, for whoever shows adapters.
+// The texts of an adapter for the report, the window and the terminal.
 //
 // All functions may run on any thread.
 #pragma once
@@ -12,7 +12,8 @@
 
 namespace vnxtest {
 
-// Trimmed and made visible (wrenlib/visible_text.h): these name no adapter to the system.
+// Trimmed and made visible (wrenlib/visible_text.h), for people only: the system may not know an adapter by
+// them.
 struct AdapterTexts {
     std::wstring connection;
     std::wstring name; // the packet driver's
@@ -20,10 +21,10 @@ struct AdapterTexts {
     std::wstring mac;
     std::wstring medium;
     std::wstring linkSpeed;
-    std::wstring address; // "0.0.0.0" when it has none; the same below
+    std::wstring address; // "0.0.0.0" if it has none; the same below
     std::wstring mask;
     std::wstring gateway;
-    std::wstring dhcp;        // "Yes", "No", or "unknown" where the system does not tell
+    std::wstring dhcp;        // "Yes", "No", or "unknown" if the system does not tell
     std::wstring promiscuous; // the same
 };
 

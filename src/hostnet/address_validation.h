@@ -1,5 +1,5 @@
-// The judgement of IP and MAC addresses that a user typed, apart from any dialog: the window shows a
-// balloon where these say no, the terminal program a sentence.
+// Checks of IP and MAC addresses that a user typed, without any dialog: on nullopt the window shows a
+// balloon, the terminal program a sentence.
 //
 // All functions may run on any thread.
 #pragma once
@@ -12,15 +12,15 @@
 
 namespace vnxtest {
 
-// Four numbers from 0 to 255 with dots between them; an entry whose fields are not all filled has no such
-// text.
+// Four numbers from 0 to 255 with dots between them; nullopt for any other text, as that of a partly filled
+// entry.
 std::optional<Ipv4Address> ValidateIPAddress(std::wstring_view text);
 
 // A MAC address of one station: the group bit must be clear, and with `requireLocal` the locally
-// administered bit set.
+// administered bit set; else nullopt.
 std::optional<MacAddress> ValidateMACAddress(std::wstring_view text, bool requireLocal);
 
-// Besides that, the address must be that of an adapter of the list.
+// The same, and the address must be that of an adapter of the list.
 std::optional<Ipv4Address> ValidateAdapterIPAddress(std::wstring_view text, const HostNetwork& host);
 std::optional<MacAddress> ValidateAdapterMACAddress(std::wstring_view text, const HostNetwork& host);
 

@@ -26,7 +26,7 @@ Value FindOr(const Map& map, std::uint32_t key, Value missing) {
     return found != map.end() ? found->second : missing;
 }
 
-// Takes what `read` puts into a table; a failure leaves none and is traced by the name of Windows' call.
+// Stores the table that `read` gives; a failure leaves nullopt and is traced by the name of Windows' call.
 template <typename Table, typename Read>
 void Gather(const wchar_t* call, std::optional<Table>& table, Read read) {
     if (const std::uint32_t code = read(table.emplace())) {
@@ -120,7 +120,7 @@ bool HostNetwork::GatherAdapters() {
     m_haveAdapters = false;
     m_defaultAdapter.reset();
     m_defaultAdapterIpText.clear();
-    // The addresses belong to the adapters: with the old ones a new adapter would have no mask.
+    // With the old addresses a new adapter would have no mask.
     GatherAddresses();
     const bool found = InitFPAdaptersList();
     if (found) {
@@ -144,7 +144,7 @@ void HostNetwork::FindDefaultAdapter() {
     const char* text = m_library.GetDefaultIface();
     const std::wstring macText = text != nullptr ? ToWide(text) : L"";
     const std::optional<MacAddress> mac = ParseMACAddress(macText);
-    // A library without a default says so by an empty text; any other text must be an address.
+    // A library without a default returns an empty text; any other text must be an address.
     if (!macText.empty()) {
         Verify(mac.has_value());
     }
@@ -182,7 +182,7 @@ bool HostNetwork::FindDefaultGateway() {
         return false;
     }
     MacAddress mac;
-    // A default route that names no gateway leaves nobody to ask.
+    // A default route without a gateway has none to probe.
     if (!last->nextHop.IsZero()) {
         IsIPAddrResponsive(last->nextHop, &mac, Ipv4Address());
     }

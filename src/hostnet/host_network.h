@@ -1,9 +1,10 @@
 // The host's own networking as the program knows it: network parameters, routes, addresses, the
 // adapters, the default adapter and the default gateway.
 //
-// Gathered at start-up and again by "Re-detect adapters", all of it each time, so that what is known is of
-// one moment; read by everybody else. A part that cannot be gathered stays empty and is traced; nothing here
-// stops the program. The default gateway that the user defined outlives a gathering.
+// Gathered at start-up and again by "Re-detect adapters", all of it each time, so that it is of one moment.
+// A part that cannot be gathered stays empty and is traced; no failure ends the program. The default
+// gateway that the user defined outlives a gathering. User-interface thread unless a function says
+// otherwise.
 #pragma once
 
 #include <cstdint>
@@ -21,8 +22,8 @@
 
 namespace vnxtest {
 
-// Where the host's data comes from. The real sources are those of the platform and of the adapter
-// library; a test injects faults here, and the simulated LAN adds its adapter here.
+// The sources of the host's data: the platform's and the adapter library's. A test injects faults here, and
+// the simulated LAN adds its adapter.
 struct HostSources {
     HostTables& tables; // network parameters, routes, addresses, ARP probe (platform/network/host_tables.h)
     WrenPackLibrary& adapters; // the host adapter library (wrenpack/wrenpack.h)
@@ -32,24 +33,23 @@ class HostNetwork {
 public:
     HostNetwork(HostSources sources, VnetxLibrary& library);
 
-    // Gathers tables, adapter list and default adapter, and
-    // probes the default adapter's gateway. Once, at the start. User-interface thread; takes at most a
-    // bounded probe.
+    // Gathers tables, adapter list and default adapter, and probes the default adapter's gateway. Once, at
+    // the start. Waits for one bounded probe at most.
     void InitGlobals();
 
     // Builds the adapter list if there is none yet; true if there is one afterwards.
     bool InitFPAdaptersList();
 
-    // Gathers all of it anew: tables, adapter list, default adapter and, unless the user defined it, the
-    // default gateway. Only while the guest is stopped. Returns whether there is a list of adapters. Takes at
-    // most a bounded probe.
+    // Gathers everything again: tables, adapter list, default adapter and, unless the user defined it, the
+    // default gateway. Only while the guest is stopped. True if there is a list of adapters. Waits for one
+    // bounded probe at most.
     bool RedetectAdapters();
-    // The part of it that concerns adapters: addresses, adapter list and default adapter. Nobody is probed.
+    // Its part for adapters: addresses, adapter list and default adapter. Sends no probe.
     bool GatherAdapters();
 
-    // The adapters in list order; empty when there is no list.
+    // The adapters in list order; empty if there is no list.
     const std::vector<HostAdapter>& Adapters() const { return m_adapters; }
-    // The default adapter, or null when it is undefined.
+    // The default adapter; null if it is undefined.
     const HostAdapter* DefaultAdapter() const { return m_defaultAdapter ? &*m_defaultAdapter : nullptr; }
     bool IsDefaultAdapter(const HostAdapter& adapter) const { return m_defaultAdapter == adapter; }
     const std::wstring& DefaultAdapterIpText() const { return m_defaultAdapterIpText; }
@@ -57,34 +57,34 @@ public:
     const std::optional<NetworkParameters>& Parameters() const { return m_parameters; }
     const std::optional<std::vector<HostRoute>>& Routes() const { return m_routes; }
     const std::optional<std::vector<HostAddress>>& Addresses() const { return m_addresses; }
-    // The host forwards packets between its adapters. False when it is not known.
+    // True if the host forwards packets between its adapters; false also if that is not known.
     bool IpForwardingEnabled() const;
 
-    // The default gateway: taken from the routing table (FindDefaultGateway) or defined by the user. The MAC
-    // is all zeroes when the gateway is not known or did not answer.
+    // The default gateway: taken from the routing table (FindDefaultGateway) or defined by the user. The
+    // MAC is zero if the gateway is not known or did not answer.
     bool HasDefaultGateway() const { return m_gatewayOrigin != GatewayOrigin::None; }
     Ipv4Address DefaultGateway() const { return m_gateway; }
     MacAddress DefaultGatewayMac() const { return m_gatewayMac; }
     const std::wstring& DefaultGatewayText() const { return m_gatewayText; }
     const std::wstring& DefaultGatewayMacText() const { return m_gatewayMacText; }
-    // What the user says holds until the user says otherwise. Only while the guest is stopped.
+    // The user's gateway, which holds until the next call. Only while the guest is stopped.
     void SetDefaultGateway(Ipv4Address gateway, MacAddress mac);
     // Unless it is known already, takes the next hop of the last default route of the table and probes it.
-    // Returns whether it is known.
+    // True if it is known.
     bool FindDefaultGateway();
 
-    // ARP probe: true when `destination` answered within the platform's bound; the MAC goes to
-    // `mac` (zeroes otherwise). Source 0.0.0.0 lets the system choose.
+    // ARP probe (RFC 826): true if `destination` answered within the platform's bound, with its MAC in
+    // `mac` (may be null; else zero). Source 0.0.0.0 lets the system choose.
     bool IsIPAddrResponsive(Ipv4Address destination, MacAddress* mac, Ipv4Address source);
 
-    // The three look-ups below and the two after them are answered from indexes: their cost does not
-    // grow with the tables. Any thread while the guest runs (nothing is gathered then).
+    // The look-ups below use indexes: their cost does not grow with the tables. Any thread while the guest
+    // runs, since nothing is gathered then.
 
-    // The text of the address of the first address row of the interface; empty when there is none.
+    // The text of the address of the first address row of the interface; empty if there is none.
     std::wstring GetInterfaceIPString(std::uint32_t interfaceIndex) const;
-    // The mask of the first adapter with this address; 0.0.0.0 when there is none.
+    // The mask of the first adapter with this address; 0.0.0.0 if there is none.
     Ipv4Address GetAdapterMaskByIP(Ipv4Address address) const;
-    // The same, and when no adapter has the address, the mask of the first address row that has it.
+    // The same; if no adapter has the address, the mask of the first address row with it.
     Ipv4Address GetHostMaskByIP(Ipv4Address address) const;
     bool IsAdapterIP(Ipv4Address address) const;
     bool IsAdapterMAC(MacAddress mac) const;
@@ -123,13 +123,14 @@ private:
     std::wstring m_gatewayMacText;
 };
 
-// Fills the binary fields of one interface record before a start: missing adapter addresses are
-// asked of the library (SIOCGARP, SIOCGRARP; failure is silent), then net mask, subnet flag and,
-// when none is set, the broadcast address.
+// Fills the binary fields of one interface record before a start: missing adapter addresses from the
+// library (SIOCGARP, SIOCGRARP; failure is silent), then net mask, subnet flag and, if none is set, the
+// broadcast address. User-interface thread.
 void PrepareInterface(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host);
 
-// The part of it that a running interface repeats before it addresses a frame: missing adapter
-// addresses and the net mask. Costs one atomic load once both addresses are known. Any thread.
+// Its part that a running interface repeats before it addresses a frame: missing adapter addresses and the
+// net mask. One atomic load once both addresses are known; until then it may wait for an exchange on the
+// wire, without a lock. Any thread.
 void RefreshAdapterAddresses(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host);
 
 } // namespace vnxtest

@@ -18,8 +18,8 @@ struct AdapterAddresses {
     MacAddress mac;
 };
 
-// Asks for what is missing. A failure is silent: the address stays missing and is asked for again. It may
-// take as long as an exchange on the wire does, so nobody who needs the lock is to wait for it.
+// Queries missing addresses. A failure is silent: the address stays missing and is queried again. Called
+// without the address lock, since it may take as long as an exchange on the wire.
 AdapterAddresses AskForMissing(AdapterAddresses known, std::int32_t handle, VnetxLibrary& library) {
     if (known.mac.IsZero()) {
         VnetxArpRequest request = NewRequest();

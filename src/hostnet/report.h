@@ -1,6 +1,6 @@
-// The start-up report: one text that says what the host has, for the user and for whoever helps.
+// The start-up report: one text about the host, for the user and for support.
 //
-// Everything goes through LogMsg. No failure ends it: what is missing is left out or said plainly.
+// Everything goes through LogMsg. No failure ends it: missing data is left out or named.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace vnxtest {
 
-// What the report says of the program itself. The defaults are those of this build.
+// The program's own facts in the report. The defaults are those of this build.
 struct ReportContext {
     std::wstring programName = kWideProductName;
     std::wstring programVersion;
@@ -22,9 +22,9 @@ struct ReportContext {
     ReportContext();
 };
 
-// Writes the five sections: run mode, modules, device names, network information, detected adapters.
-// The fourth also fixes the default gateway (HostNetwork::FindDefaultGateway). After InitGlobals; on the
-// user-interface thread. Takes one bounded ARP probe and the time to open each adapter once.
+// Writes the five sections: run mode, modules, device names, network information, detected adapters. The
+// fourth also fixes the default gateway (HostNetwork::FindDefaultGateway). After InitGlobals;
+// user-interface thread. Waits for one bounded ARP probe and opens each adapter once.
 void WriteStartupReport(HostNetwork& host, const ReportContext& context);
 
 } // namespace vnxtest

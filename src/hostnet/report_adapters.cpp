@@ -11,7 +11,7 @@ namespace vnxtest {
 
 namespace {
 
-// The adapters that are open while the list is written; all are closed with it.
+// The adapters that are open while the list is written; the destructor closes all.
 class OpenedFPAdapterHandles {
 public:
     explicit OpenedFPAdapterHandles(WrenPackLibrary& library) : m_library(library) {}
@@ -31,16 +31,15 @@ std::wstring EnabledOrNo(bool enabled) {
     return enabled ? L"ENABLED" : L"no";
 }
 
-// The host has adapters, none of which could be opened, or none at all.
+// For a host whose adapters (`areThere`) all failed to open, or that has none.
 void WriteNoUsableAdapters(bool areThere) {
     const HostAdvice advice = GetHostAdvice();
-    LogBanner(BannerKind::Error,
-              {L"No usable adapters of the packet library were found.",
-               L"Netorra binds each virtual interface to a host adapter. Without one that can be opened, no "
-               L"guest can "
-               L"be started on a real network.",
-               areThere ? advice.openFailed : advice.noAdapters, advice.virtualAdapter},
-              kHelpTopicAdapters);
+    LogBanner(
+        BannerKind::Error,
+        {L"No usable adapters of the packet library were found.",
+         L"Netorra binds each virtual interface to a host adapter. Without one that can be opened, no guest can be started on a real network.",
+         areThere ? advice.openFailed : advice.noAdapters, advice.virtualAdapter},
+        kHelpTopicAdapters);
 }
 
 void WriteIdentity(const HostAdapter& adapter, const AdapterTexts& texts, bool isDefault) {
@@ -99,31 +98,24 @@ void WarnOfDefaultAdapter(const HostAdapter& adapter, const AdapterTexts& texts,
         LogBanner(
             BannerKind::Warning,
             {L"Your default adapter \"" + texts.connection + L"\" is not connected to the network.",
-             L"The Netorra test needs a link: until there is one, no packet leaves this host or comes in, "
-             L"and "
-             L"every ping will time out.",
-             L"Plug the cable in (or set the other end of the link up), or choose another adapter for the "
-             L"guest."},
+             L"The Netorra test needs a link: until there is one, no packet leaves this host or comes in, and every ping will time out.",
+             L"Plug the cable in (or set the other end of the link up), or choose another adapter for the guest."},
             kHelpTopicAdapters);
     }
     if (texts.promiscuous == L"No") {
-        LogBanner(BannerKind::Warning,
-                  {L"Your default adapter \"" + texts.connection +
-                       L"\" cannot be put into promiscuous mode, as is common for wireless adapters.",
-                   L"A Netorra guest has a MAC address of its own. Packets that are sent to it will not be "
-                   L"delivered "
-                   L"by this adapter, so the guest hears nothing but broadcasts.",
-                   L"Choose a wired adapter for the guest."},
-                  kHelpTopicPromiscuous);
+        LogBanner(
+            BannerKind::Warning,
+            {L"Your default adapter \"" + texts.connection +
+                 L"\" cannot be put into promiscuous mode, as is common for wireless adapters.",
+             L"A Netorra guest has a MAC address of its own. Packets that are sent to it will not be delivered by this adapter, so the guest hears nothing but broadcasts.",
+             L"Choose a wired adapter for the guest."},
+            kHelpTopicPromiscuous);
     }
     if ((lsoFlags & kLsoEnabledMask) != 0) {
         LogBanner(
             BannerKind::Warning,
             {L"Large Segment Offload (LSO) is enabled on your default adapter \"" + texts.connection + L"\".",
-             L"With LSO the host hands over TCP segments that are larger than any packet on the wire. The "
-             L"Netorra guest receives them so, cannot use them, and TCP between host and guest becomes slow "
-             L"or "
-             L"stops. Pings are not affected.",
+             L"With LSO the host hands over TCP segments that are larger than any packet on the wire. The Netorra guest receives them so, cannot use them, and TCP between host and guest becomes slow or stops. Pings are not affected.",
              Sprintf(GetHostAdvice().lsoOff, texts.connection)},
             kHelpTopicOffload);
     }

@@ -17,7 +17,7 @@ void WriteModule(const ModuleDescription& module) {
            module.specialBuild.empty() ? L"" : L" " + module.specialBuild, module.copyright);
 }
 
-// Adds what the file of the module says of itself: date, special build, and what else is missing.
+// Adds from the module's file its date, its special build, and other missing fields.
 void AddFileVersion(ModuleDescription& module) {
     const auto file = GetModuleVersion(module.path.empty() ? module.name : module.path);
     if (!file) {
@@ -35,13 +35,12 @@ void AddFileVersion(ModuleDescription& module) {
 
 void WritePacketDriver(const PacketDriverDescription& driver) {
     if (!driver.usable) {
-        LogBanner(BannerKind::Error,
-                  {MakeVisible(driver.problem),
-                   L"Netorra reaches the network through the packet driver. Without it no host adapter can "
-                   L"be opened, "
-                   L"and no test that uses one can work.",
-                   GetHostAdvice().driverMissing},
-                  kHelpTopicModules);
+        LogBanner(
+            BannerKind::Error,
+            {MakeVisible(driver.problem),
+             L"Netorra reaches the network through the packet driver. Without it no host adapter can be opened, and no test that uses one can work.",
+             GetHostAdvice().driverMissing},
+            kHelpTopicModules);
         return;
     }
     LogMsg(L"Using WinPCap %s, version \"%s\" (%s)%s ...\n\n", driver.name, MakeVisible(driver.version),
@@ -68,7 +67,7 @@ ModuleDescription DescribeVnetx(VnetxLibrary& library) {
     return module;
 }
 
-// One banner for all modules of the package that are not used.
+// One banner for all modules of the package that were replaced.
 void WriteSubstitutions(const std::vector<ModuleDescription>& modules) {
     std::vector<std::wstring> paragraphs;
     bool unusable = false;
@@ -79,14 +78,14 @@ void WriteSubstitutions(const std::vector<ModuleDescription>& modules) {
         }
     }
     if (!paragraphs.empty()) {
-        paragraphs.emplace_back(L"The test works without Netorra, through the packet driver alone. To test "
-                                L"Netorra itself, install its package and start this program again.");
+        paragraphs.emplace_back(
+            L"The test works without Netorra, through the packet driver alone. To test Netorra itself, install its package and start this program again.");
         LogBanner(unusable ? BannerKind::Error : BannerKind::Warning, paragraphs, kHelpTopicModules);
     }
 }
 
 ModuleDescription DescribeWrenLib(const ReportContext& context) {
-    // A WrenLib of its own is in the process only where another module of the package brought it.
+    // A WrenLib module is in the process only if another module of the package has loaded it.
     ModuleDescription module;
     module.name = L"WrenLib64UD-M90a.dll";
     if (GetModuleVersion(module.name)) {

@@ -11,7 +11,7 @@ void WriteModules(HostNetwork& host, const ReportContext& context);
 void WriteDeviceNames();
 // Fixes the default gateway.
 void WriteNetworkInformation(HostNetwork& host);
-// Opens every adapter once and has closed all of them when it returns.
+// Opens every adapter once, and closes all before it returns.
 void WriteDetectedAdapters(HostNetwork& host);
 
 // The topics of the help book to which the banners point.

@@ -32,7 +32,7 @@ HostAdapter SimAdapter() {
     return adapter;
 }
 
-// Its own address is as good a handle as any: no other handle has it.
+// The address of a static object: unique among handles.
 AdapterHandle SimHandle() {
     static char handle = 0;
     return &handle;
@@ -60,7 +60,7 @@ std::optional<MacAddress> SimHostTables::SendARP(Ipv4Address destination, Ipv4Ad
                                      : std::nullopt;
 }
 
-// A real library that fails, or has no adapter, leaves the simulated one alone.
+// If the real library fails or has no adapter, the simulated one is the only one.
 AdapterListOutcome SimWrenPack::ListAdapters(std::vector<HostAdapter>& adapters) {
     m_real.ListAdapters(adapters);
     adapters.push_back(SimAdapter());

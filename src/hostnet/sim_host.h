@@ -1,8 +1,8 @@
-// The host as it looks while the program runs on the simulated LAN: everything that is really there,
-// and behind it one more adapter, its address and a default route through it.
+// The host on the simulated LAN: the real data, and after it one more adapter, its address and a default
+// route through it.
 //
-// The simulated adapter says in every line that it is simulated. The real host's data stay as they
-// are; only the last default route, and with it the default gateway, is the simulated one.
+// The simulated adapter is marked as simulated in every line. The real data stay as they are; only the last
+// default route, and so the default gateway, is the simulated one. User-interface thread.
 #pragma once
 
 #include <optional>
@@ -13,8 +13,8 @@
 
 namespace vnxtest {
 
-// The tables of `real`, which must outlive this, with the simulated rows behind them. SendARP answers
-// for the addresses of the simulated LAN as that LAN would and asks `real` for all others.
+// The tables of `real`, which must outlive this, followed by the simulated rows. SendARP answers for the
+// addresses of the simulated LAN and asks `real` for all others.
 class SimHostTables final : public HostTables {
 public:
     explicit SimHostTables(HostTables& real) : m_real(real) {}
@@ -30,8 +30,8 @@ private:
     HostTables& m_real;
 };
 
-// The adapters of `real`, which must outlive this, with the simulated one behind them. It can be opened
-// without any privilege.
+// The adapters of `real`, which must outlive this, followed by the simulated one, which opens without any
+// privilege.
 class SimWrenPack final : public WrenPackLibrary {
 public:
     explicit SimWrenPack(WrenPackLibrary& real) : m_real(real) {}

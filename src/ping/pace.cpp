@@ -9,20 +9,20 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// For how long the reading thread may have to wait for a processor without a frame being lost.
+// How long the reading thread may wait for a processor without a frame being lost.
 constexpr milliseconds kReaderAway{10};
-// At the beginning, and at one end of the ring: how long the first replies are waited for.
+// At the beginning: how long the sender waits for the first replies once the free share is used up.
 constexpr milliseconds kFirstReplies{10};
-// Without any progress for so long, the replies that are still out are taken for lost.
+// Without progress for this long the open pings count as lost.
 constexpr milliseconds kPatience{250};
-// A sender that waits for so long has met more than a reader that was away; after several such waits in a
-// row the replies have a longer way than they had.
+// A wait this long means more than a reader without a processor; after several in a row the round trip is
+// taken to have grown.
 constexpr milliseconds kStall{20};
 constexpr unsigned kStallsInARow = 3;
 constexpr std::chrono::microseconds kShortestPause{100};
 constexpr milliseconds kLongestPause{10};
 
-// A slot of the ring: the frame and what the driver notes in front of it.
+// A slot of the ring: the frame and the driver's header before it.
 constexpr std::size_t kSmallestSlot = 2048;
 constexpr std::size_t kAroundData = 128;
 
@@ -86,12 +86,12 @@ Pace::Clock::duration Pace::Wait(std::size_t sent, Clock::time_point now) {
         m_progress = now;
         m_lastDone = m_done.load(std::memory_order_relaxed);
         if (roundTrip == kUnknown && !m_triedFirst) {
-            // If the replies have a short way, they are seen before the ring can be filled.
+            // With a short round trip, replies come before the ring can be filled.
             m_triedFirst = true;
             m_next += kFirstReplies;
         }
     }
-    // A tick is a millisecond, so the way may be one longer.
+    // A tick is a millisecond, so the round trip may be one longer.
     const bool blocked = roundTrip != kUnknown &&
                          open >= m_free + static_cast<std::size_t>(milliseconds(roundTrip + 1) / m_interval);
     NoteProgress(sent, now, blocked);
@@ -102,7 +102,7 @@ Pace::Clock::duration Pace::Wait(std::size_t sent, Clock::time_point now) {
     if (blocked) {
         const Clock::duration waited = now - m_progress;
         if (waited < kPatience) {
-            // The longer nothing has come, the less often it pays to look.
+            // Back-off: the longer no reply has come, the longer the pause.
             return std::clamp<Clock::duration>(waited / 4, kShortestPause, kLongestPause);
         }
         m_writtenOff = sent;
@@ -113,7 +113,7 @@ Pace::Clock::duration Pace::Wait(std::size_t sent, Clock::time_point now) {
     if (now < m_next) {
         return std::clamp<Clock::duration>(m_next - now, kShortestPause, std::chrono::milliseconds(1));
     }
-    // A sender that was away itself makes up for it, but not with more than is free.
+    // A sender that was delayed itself catches up, but with no more pings than are free.
     m_next = std::max(m_next, now - m_interval * static_cast<Clock::rep>(m_free)) + m_interval;
     return {};
 }

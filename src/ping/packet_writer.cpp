@@ -14,7 +14,7 @@ namespace vnxtest {
 
 namespace {
 
-// The library's ARP entry of `address`, if it has or gets one.
+// The library's ARP entry of `address`; nullopt if it has none and gets none.
 std::optional<MacAddress> ResolveNeighbour(const INTERFACE_INFO& info, VnetxLibrary& library,
                                            Ipv4Address address) {
     VnetxArpRequest request{};
@@ -66,7 +66,7 @@ bool PacketWriter::WritePingIPPacket(INTERFACE_INFO& info, std::span<std::uint8_
 }
 
 void PacketWriter::AddressPingFrame(INTERFACE_INFO& info, std::span<std::uint8_t> frame) {
-    // A closed interface has no addresses to build a header from; the write fails on its handle and says so.
+    // A closed interface has no addresses for a header; the write then fails on its handle, with a report.
     if (!info.tapMode || info.handle.load(std::memory_order_acquire) < 0) {
         return;
     }

@@ -1,7 +1,7 @@
 // The one writer of what the guest sends: echo requests and replies, ARP and RARP replies.
 //
 // It fills in the Ethernet header that an IP packet needs in TAP mode, writes to the virtual interface, and
-// says what could not be written. Any thread.
+// reports failures. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -17,20 +17,19 @@ class PacketWriter {
 public:
     PacketWriter(VnetxLibrary& library, HostNetwork& host) : m_library(library), m_host(host) {}
 
-    // Writes one IP packet. `frame` holds room for an Ethernet header (14 bytes) and the packet behind
-    // it; in TAP mode the header is filled in, in place, and written too. The destination MAC is that of
-    // the packet's destination when it is in the adapter's subnet and the library can resolve it; else
-    // the default gateway's, when it is known; else the adapter's. Returns true when everything was
-    // written; false, reported, otherwise.
+    // Writes one IP packet. `frame` holds room for an Ethernet header (14 bytes), then the packet; in TAP
+    // mode the header is filled in, in place, and written, too. The destination MAC is that of the packet's
+    // destination if it is in the adapter's subnet and the library resolves it; else the default gateway's,
+    // if known; else the adapter's. True if everything was written; otherwise false, with a report.
     bool WritePingIPPacket(INTERFACE_INFO& info, std::span<std::uint8_t> frame);
 
-    // Its two steps, for a caller with a lock: the first may wait for a neighbour's answer and belongs before
-    // the lock, the second does not.
+    // Its two steps, for a caller with a lock: the first may wait for a neighbour's answer and is called
+    // without the lock, the second does not wait.
     void AddressPingFrame(INTERFACE_INFO& info, std::span<std::uint8_t> frame);
     bool WriteAddressedFrame(INTERFACE_INFO& info, std::span<const std::uint8_t> frame);
 
     // Writes the reply that `function` has made of an ARP or RARP request: exactly 42 bytes of `frame`.
-    // False, reported in its name, when they were not written.
+    // False on failure, with a report in the name of `function`.
     bool WriteArpReply(INTERFACE_INFO& info, std::span<const std::uint8_t> frame, const wchar_t* function);
 
     VnetxLibrary& Library() const { return m_library; }

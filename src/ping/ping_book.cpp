@@ -9,7 +9,7 @@
 namespace vnxtest {
 
 namespace {
-// After the last ping is decided, late and duplicate replies are still counted for this long.
+// How long late and duplicate replies are still counted after the last ping is decided, in milliseconds.
 constexpr std::uint32_t kGrace = 1000;
 } // namespace
 
@@ -18,8 +18,8 @@ void PingBook::Clear() {
     m_pingList.RemoveAll();
 }
 
-// The identifier is the process's for its whole life, and the sequence numbers go on from test to
-// test, so that a reply to an earlier test is never taken for one to this.
+// One identifier for the process's life, and sequence numbers that continue from test to test, so that a
+// reply to an earlier test is never matched with this one.
 void PingBook::ChooseIdentifier() {
     if (m_identChosen) {
         return;
@@ -54,7 +54,7 @@ std::uint16_t PingBook::PingNumber(std::uint16_t sequence) const {
 }
 
 bool PingBook::AllSent() const {
-    // A count of 0 has no end of its own: such a test runs until it is told to end.
+    // A count of 0: the test runs until it is told to end.
     return m_signals.endSending.IsSet() || (m_plan.numPings != 0 && m_pingList.GetCount() >= m_plan.numPings);
 }
 
@@ -64,7 +64,7 @@ SendOutcome PingBook::Send(std::uint16_t sequence, std::uint16_t checksum,
     {
         const std::lock_guard lock(m_pingListLock);
         if (m_signals.stop.IsSet() && m_pingList.GetCount() != 0) {
-            // The statistics may be written already: they count every ping that was announced.
+            // The statistics may have been written already, and must count every announced ping.
             return SendOutcome::TestEnded;
         }
         LogSending(PingNumber(sequence), m_plan, m_strPingTarget);
@@ -83,7 +83,7 @@ SendOutcome PingBook::Send(std::uint16_t sequence, std::uint16_t checksum,
         }
         m_pingList.AddTail(ping);
         m_hasRoom = m_pingList.HasRoom();
-        // While it waits for an earlier deadline, a later one changes nothing for the wait thread.
+        // A wait thread that waits for an earlier deadline need not be woken for a later one.
         wakeWaiter = m_waiting != Waiting::ForDeadline;
     }
     if (wakeWaiter) {
@@ -93,7 +93,7 @@ SendOutcome PingBook::Send(std::uint16_t sequence, std::uint16_t checksum,
 }
 
 bool PingBook::HasRoom() {
-    if (!m_hasRoom) { // which this thread alone changes
+    if (!m_hasRoom) { // changed by this thread only
         const std::lock_guard lock(m_pingListLock);
         m_hasRoom = m_pingList.HasRoom();
     }
@@ -110,8 +110,8 @@ void PingBook::RecordReply(const ReceivedReply& reply) {
             return;
         }
         CPing ping = m_pingList.GetAt(*position);
-        // The request is noted as sent once it is written, under the lock; the reply may have been read
-        // before that. No round trip is shorter than nothing.
+        // The request is noted as sent after it was written, under the lock; the reply may have been read
+        // before that. The round trip is 0 then.
         if (!TickReached(now, ping.dwSentTick)) {
             now = ping.dwSentTick;
         }
@@ -120,8 +120,8 @@ void PingBook::RecordReply(const ReceivedReply& reply) {
         m_pace.NoteReply(*position, now - ping.dwSentTick);
         LogReply(PingNumber(ping.wIcmpSeq), ping, reply);
         m_pingList.SetAt(*position, ping);
-        // The answer to the last undecided ping begins the end of the test; any other answer leaves
-        // the wait thread's deadline at worst too early, which costs it one more look.
+        // The reply to the last undecided ping begins the grace. After any other reply the wait thread's
+        // deadline is at worst too early, which costs one more pass.
         wakeWaiter = m_waiting == Waiting::ForDeadline && AllSent() && !m_pingList.FirstUndecided();
     }
     if (wakeWaiter) {
@@ -147,8 +147,7 @@ std::optional<std::uint32_t> PingBook::CheckDeadlines() {
         m_waiting = Waiting::ForPings;
         return 0;
     }
-    // The grace runs to its end: a late or duplicate reply within it is counted, and does not cut it
-    // short for the others.
+    // The grace runs to its end: a late or duplicate reply within it is counted and does not shorten it.
     if (m_waiting != Waiting::ForGrace) {
         m_waiting = Waiting::ForGrace;
         m_graceEnd = now + kGrace;

@@ -1,7 +1,7 @@
-// The pings of the current test and what has become of each, under the ping list lock.
+// The pings of the current test and the outcome of each, under the ping list lock.
 //
-// The send thread writes pings down, monitor threads their replies, the wait thread their time-outs. The
-// lines of a ping are written under the lock, so that they never change places.
+// The send thread records pings, monitor threads replies, the wait thread time-outs. The lines of a ping
+// are written under the lock, so that they never change places.
 #pragma once
 
 #include <cstdint>
@@ -36,32 +36,33 @@ public:
 
     // Empties the list. Any thread.
     void Clear();
-    // Begins a test by this plan, whose lines name the target so. `ringSlots` as Pace::Begin takes it.
-    // Returns the ICMP identifier (host order) of its pings. Send thread.
+    // Begins a test; `target` is the target's name in its lines, `ringSlots` as in Pace::Begin. Returns the
+    // ICMP identifier (host order) of its pings. Send thread.
     std::uint16_t Begin(const PingPlan& plan, const std::wstring& target, std::size_t ringSlots);
 
-    // The sequence number (host order) before the test's next ping, and the one it has come to. Send thread.
+    // The last used sequence number (host order), and storing it at the test's end. Send thread.
     std::uint16_t LastSequence() const { return m_wPingNextSeq; }
     void KeepLastSequence(std::uint16_t sequence);
 
-    // Announces the ping of this sequence number (network order), has `write` write it and notes it as sent:
-    // one step under the lock, so that a reply cannot be looked for before its request is in the list.
-    // `checksum` is the request's as it stands in the packet. Send thread.
+    // Announces the ping of this sequence number (network order), calls `write` and records it as sent: one
+    // step under the lock, so that its reply finds it in the list. `checksum` is the request's as it stands
+    // in the packet. Send thread.
     SendOutcome Send(std::uint16_t sequence, std::uint16_t checksum, const std::function<bool()>& write);
-    // The list takes another ping. Send thread.
+    // True if the list takes another ping. Send thread.
     bool HasRoom();
 
-    // Notes a reply and writes its line. One to no ping of this test is dropped silently. Any thread.
+    // Records a reply and writes its line. A reply to no ping of this test is dropped silently. Any thread.
     void RecordReply(const ReceivedReply& reply);
 
-    // The wait thread's pass over the list: the milliseconds to wait (0: until something happens),
-    // or nullopt when the test is over.
+    // One pass of the wait thread over the list: the milliseconds to wait (0: until `changed` is set);
+    // nullopt if the test is over. Wait thread.
     std::optional<std::uint32_t> CheckDeadlines();
 
-    // The number of a ping in the lines, from its sequence number (network order).
+    // The number of a ping in the lines, from its sequence number (network order). Send thread, or under
+    // the lock.
     std::uint16_t PingNumber(std::uint16_t sequence) const;
 
-    // Of the test so far, all of one moment; the records only when they are asked for. Any thread.
+    // The figures of the test so far, all of one moment; the records only if `withRecords`. Any thread.
     PingFigures Figures(bool withRecords) const;
     // The records from index `from` on, as far as they are still kept. Any thread.
     PingRecords CopyFrom(std::size_t from) const;
@@ -70,7 +71,7 @@ public:
     Pace& SendPace() { return m_pace; }
 
 private:
-    // What the wait thread is waiting for, so that others wake it only when its answer would change.
+    // What the wait thread waits for, so that others wake it only if its next wait would change.
     enum class Waiting { ForPings, ForDeadline, ForGrace };
 
     void ChooseIdentifier();
@@ -78,16 +79,17 @@ private:
 
     PingSignals& m_signals;
 
-    // The ping list lock guards everything below but the pace, which guards itself.
+    // The ping list lock guards everything below but the pace, which has atomics, and the members of the
+    // send thread.
     mutable FairLock m_pingListLock;
     PingPlan m_plan;
     std::wstring m_strPingTarget;
     CPingList m_pingList;
     std::uint16_t m_wPingIdent = 0;
-    std::uint16_t m_wPingNextSeq = 0; // the send thread's, to be read without the lock
+    std::uint16_t m_wPingNextSeq = 0; // written by the send thread, which reads it without the lock
     std::uint16_t m_wPingSeqBase = 0; // likewise
     bool m_identChosen = false;
-    bool m_hasRoom = true; // as of the latest ping
+    bool m_hasRoom = true; // after the last ping; read by the send thread without the lock
     std::uint32_t m_firstTick = 0;
     Waiting m_waiting = Waiting::ForPings;
     std::uint32_t m_graceEnd = 0;

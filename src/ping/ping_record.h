@@ -1,4 +1,4 @@
-// One ping of a test, from its request to whatever became of it.
+// One ping of a test: its request and its outcome.
 //
 // A plain value of 28 bytes, copied whole in and out of the list. ICMP fields are kept as they stand in
 // the packet (network order); ticks are wrenlib/ticks.h milliseconds.

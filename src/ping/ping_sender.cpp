@@ -10,7 +10,7 @@
 namespace vnxtest {
 
 namespace {
-// A list that is full of undecided pings is looked at again after so many milliseconds.
+// Milliseconds until a list that is full of undecided pings is checked again.
 constexpr std::uint32_t kRoomCheck = 5;
 } // namespace
 
@@ -55,8 +55,8 @@ bool PingSender::SendAll(const std::function<void()>& onSent) {
 SendOutcome PingSender::SendPing(std::uint16_t sequence) {
     const std::uint16_t checksum =
         SetEchoSequence(std::span(m_frame).subspan(EthernetView::kLength), m_writer.Library(), sequence);
-    // Before the lock: a silent target is asked for as long as an ARP exchange takes, and no reader of
-    // replies is to wait for that.
+    // Without the ping list lock: for a silent target this takes as long as an ARP exchange, and the
+    // readers of replies must not wait for it.
     m_writer.AddressPingFrame(*m_interface, m_frame);
     return m_book.Send(sequence, checksum,
                        [this] { return m_writer.WriteAddressedFrame(*m_interface, m_frame); });
@@ -66,7 +66,7 @@ bool PingSender::AwaitTurn(std::size_t sent) {
     if (m_plan.delay != 0 && m_signals.endSending.WaitFor(m_plan.delay)) {
         return false;
     }
-    // A reply can be told from those of 65,536 pings ago only when these are decided.
+    // A ping may reuse the sequence number of 65,536 pings ago only once that one is decided.
     while (!m_book.HasRoom() && !m_signals.endSending.WaitFor(kRoomCheck)) {
     }
     Pace& pace = m_book.SendPace();

@@ -1,4 +1,4 @@
-// What the send thread of a ping test does: one echo request after the other, in their time.
+// The send thread's part of a ping test: the echo requests and their pace. Send thread.
 #pragma once
 
 #include <cstdint>
@@ -14,19 +14,19 @@ namespace vnxtest {
 
 class PingSender {
 public:
-    // The driver's buffer size of `run` is what a sender without a delay keeps pace with.
+    // The driver's buffer size of `run` sets the pace of a sender without a delay.
     PingSender(PacketWriter& writer, const RunSettings& run, PingBook& book, PingSignals& signals);
 
-    // Begins a test from this interface: its first lines, and everything that is the same for all its pings.
+    // Begins a test from this interface: its first lines, and the parts that all its pings share.
     void Begin(INTERFACE_INFO& info, const PingPlan& plan);
-    // Sends until all pings are sent or the sending is to end. Calls `onSent` after each ping. False when one
+    // Sends until all pings are sent or the sending is ended. Calls `onSent` after each ping. False if one
     // could not be written: the test is stopped then.
     bool SendAll(const std::function<void()>& onSent);
 
 private:
     SendOutcome SendPing(std::uint16_t sequence);
-    // What lies between two pings: the delay, or without one what lets the receiving side keep up. False
-    // when the sending is to end.
+    // Waits between two pings: the delay, or without one the pace of the receive ring. False if the sending
+    // is ended.
     bool AwaitTurn(std::size_t sent);
 
     PacketWriter& m_writer;

@@ -1,4 +1,4 @@
-// What the threads of a ping test tell each other by.
+// The events between the threads of a ping test.
 #pragma once
 
 #include "wrenlib/wait.h"
@@ -7,9 +7,9 @@ namespace vnxtest {
 
 struct PingSignals {
     WaitDomain domain;
-    ManualResetEvent changed{domain};    // the wait thread's answer may be another one now
+    ManualResetEvent changed{domain};    // the wait thread must look again
     ManualResetEvent stop{domain};       // the test is over at once
-    ManualResetEvent endSending{domain}; // no more pings; what was sent is still decided
+    ManualResetEvent endSending{domain}; // no more pings; those sent are still decided
     WaitableTimer deadline{domain};      // the wait thread's
 };
 

@@ -1,6 +1,6 @@
-// What the pings of a test amount to: the figures of the statistics block.
+// The figures of a test's statistics block.
 //
-// A ping is added once, when it changes no more or when the figures are wanted. No lock of its own.
+// A ping is added once, when it changes no more or when the figures are computed. No lock.
 #pragma once
 
 #include <cstdint>

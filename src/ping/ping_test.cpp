@@ -48,7 +48,7 @@ void PingTest::JoinWaitThread() {
     m_waitThreadExists = false;
 }
 
-// The wait thread may be waiting for more pings, of which there will be none.
+// The wait thread may be waiting for more pings, so it is woken.
 void PingTest::EndSending() {
     m_signals.endSending.Set();
     m_signals.changed.Set();
@@ -66,9 +66,8 @@ void PingTest::StopPingTest() {
     ClearPings();
 }
 
-// Both handlers look whether the thread has really ended: a test that was stopped by command leaves
-// its messages in the queue, and waiting for the next test's thread would block the view for as long
-// as that test takes.
+// Both handlers check that the thread has ended: a test that was stopped by command leaves its messages in
+// the queue, and joining the next test's thread would block the view for as long as that test takes.
 void PingTest::OnPingThreadEnded() {
     if (m_pingThread.HasEnded()) {
         JoinSendThread();
@@ -84,10 +83,10 @@ void PingTest::OnPingWaitThreadEnded() {
 void PingTest::PingThread() {
     m_sender.Begin(*m_interface, m_result.plan);
     bool watched = false;
-    // The first ping that was sent starts the wait thread; when the system has none, the next one tries.
+    // The first ping starts the wait thread; if the system has no thread to give, the next one tries again.
     m_result.writeFailed = !m_sender.SendAll([this, &watched] { watched = watched || StartWaitThread(); });
     if (!watched && PingsSent() != 0) {
-        PingWaitThread(); // what it does is still owed
+        PingWaitThread(); // on this thread: time-outs and statistics
     }
 }
 

@@ -1,10 +1,11 @@
 // The ping test: the guest sends echo requests to a target and reports each reply, each time-out
 // and the statistics (RFC 792).
 //
-// Two threads: the send thread writes one echo request per interval, the wait thread declares
-// time-outs and writes the statistics. The receive path (ping/receive_path.h) records replies on a
-// monitor thread. All of them work on the book of pings (ping/ping_book.h); here are the threads, their
-// beginning and their end.
+// The send thread writes one echo request per interval, the wait thread declares time-outs and writes the
+// statistics; without a wait thread the send thread does so at the end. The receive path
+// (ping/receive_path.h) records replies on a monitor thread. All of them work on the book of pings
+// (ping/ping_book.h); this class starts and joins the threads. User-interface thread unless a function says
+// otherwise.
 #pragma once
 
 #include <atomic>
@@ -23,7 +24,7 @@
 
 namespace vnxtest {
 
-// What a finished test leaves for others to read.
+// The result of a finished test.
 struct PingTestResult {
     bool complete = false;    // statistics were written
     bool writeFailed = false; // a packet could not be written: the test was broken off
@@ -36,7 +37,7 @@ struct PingTestResult {
 
 class PingTest {
 public:
-    // The driver's buffer size of `run` is what a sender without a delay keeps pace with.
+    // The driver's buffer size of `run` sets the pace of a sender without a delay.
     PingTest(PacketWriter& writer, const RunSettings& run, ViewPort& view);
     ~PingTest();
     PingTest(const PingTest&) = delete;
@@ -44,19 +45,19 @@ public:
 
     // Empties the list. The first step of the start command.
     void ClearPings() { m_book.Clear(); }
-    // Starts the send thread. Not while a test runs. False when the system has no thread to give: the
-    // failure line is written, and is Result().problem.
+    // Starts the send thread. Not while a test runs. False if the system has no thread to give: the failure
+    // line is written, and is Result().problem.
     bool Start(INTERFACE_INFO& info, const PingPlan& plan);
-    // Ends the sending: what was sent is still decided, with the last deadlines and the grace, as if
-    // all pings were sent. Returns at once; does nothing when nothing is sent any more.
+    // Ends the sending: the pings sent are still decided, with the last deadlines and the grace, as if all
+    // were sent. Returns at once. No effect once the sending has ended. Any thread.
     void EndSending();
-    // Stops a running test, waits for its threads (they still write the statistics) and empties the
-    // list. Does nothing when no ping thread exists.
+    // Stops a running test, joins its threads (they still write the statistics) and empties the list. No
+    // effect if no ping thread exists.
     void StopPingTest();
-    // At least one ping thread exists.
+    // True if a ping thread exists.
     bool IsRunning() const;
 
-    // Handlers of PingThreadEnded and PingWaitThreadEnded: join the thread. Nothing when it is gone.
+    // Handlers of PingThreadEnded and PingWaitThreadEnded: join the thread if it has ended.
     void OnPingThreadEnded();
     void OnPingWaitThreadEnded();
 
@@ -66,7 +67,7 @@ public:
 
     // From the next test on, keep a copy of all records in the result.
     void KeepRecords(bool keep) { m_keepRecords = keep; }
-    // The last test's result. Valid once the wait thread's end was handled.
+    // The last test's result. Valid while no ping thread exists.
     const PingTestResult& Result() const { return m_result; }
 
     // Copies the records from index `from` on, as far as they are still kept, for a live display. Any thread.
@@ -90,9 +91,9 @@ private:
 
     PingSignals m_signals;
     PingBook m_book{m_signals};
-    PingSender m_sender; // the send thread's
+    PingSender m_sender; // used by the send thread
     WorkerThread m_pingThread;
-    // Whether the wait thread exists; it is started by the send thread and joined by another.
+    // True while the wait thread exists; the send thread starts it, the user-interface thread joins it.
     std::atomic<bool> m_waitThreadExists{false};
     WorkerThread m_pingWaitThread;
 };

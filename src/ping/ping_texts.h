@@ -1,4 +1,4 @@
-// What a ping test says, line by line. Each writes its lines at once; any thread.
+// The lines of a ping test. Each function writes its lines at once; any thread.
 #pragma once
 
 #include <cstdint>
@@ -21,16 +21,16 @@ struct ReceivedReply {
     std::uint8_t timeToLive = 0;
 };
 
-// The target as the lines name it: "name [address]", or the address alone when nothing else was typed.
+// The target in the lines: "name [address]", or the address alone if no name was typed.
 std::wstring DescribePingTarget(const PingPlan& plan);
 
-// The figures that the test goes by, under its title.
+// The test's numbers, under its title.
 void LogPingPlan(const PingPlan& plan, std::wstring_view target);
 void LogSending(std::uint16_t number, const PingPlan& plan, std::wstring_view target);
-// The line of a reply to the ping of this number, whose record says when it came and as which reply.
+// The line of a reply to the ping of this number; `ping` holds its time and its count.
 void LogReply(std::uint16_t number, const CPing& ping, const ReceivedReply& reply);
 void LogTimeout(std::uint16_t number);
-// The ping could not be written: the test is broken off.
+// The ping could not be written, and the test ends.
 void LogSendFailure(std::uint16_t number);
 // The figures and the verdict.
 void LogStatistics(const PingStatistics& statistics, std::wstring_view target);

@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::size_t kSmallestPacket = kPingHeaders + 1;
 
-// Both checksums of an echo message, by the library, of the packet with both fields zero. The
-// received values are put back afterwards.
+// Both checksums of an echo message, computed by the library over the packet with both fields zero. The
+// received values are restored.
 struct Checksums {
     bool ipGood = false;
     bool icmpGood = false;
@@ -37,13 +37,13 @@ Checksums CheckChecksums(VnetxLibrary& library, Ipv4View ip, IcmpEchoView icmp,
     return result;
 }
 
-// The ICMP message by the IP header's own total length, but never more than what was received.
+// The ICMP message by the IP header's total length, but never more than was received.
 std::span<std::uint8_t> IcmpMessage(std::span<std::uint8_t> packet, std::uint16_t totalLength) {
     const std::size_t length = std::clamp<std::size_t>(totalLength, kPingHeaders, packet.size());
     return packet.subspan(Ipv4View::kLength, length - Ipv4View::kLength);
 }
 
-// Counts an answer that was written to somebody: a library need not send any other.
+// Counts an answer to a single station: a library need not send any other.
 void CountAnswer(std::atomic<std::uint64_t>& counter, INTERFACE_INFO& info,
                  std::span<const std::uint8_t> written) {
     if (!IsReplyToNobody(written, info.tapMode, ReplyScopeOf(info))) {

@@ -1,4 +1,4 @@
-// What becomes of every packet that a monitor thread reads.
+// The handling of every packet that a monitor thread reads.
 //
 // In TAP mode frames are sorted by Ethernet type; ARP and RARP go to their responders. IPv4 packets
 // are checked strictly, in a fixed order; an echo request for the guest is answered in place, an
@@ -15,10 +15,10 @@ namespace vnxtest {
 
 class ReceivePath final : public PacketHandler {
 public:
-    // `writer` writes what the guest answers.
+    // `writer` writes the guest's answers. All arguments outlive this.
     ReceivePath(PacketWriter& writer, const RunSettings& run, PingTest& pingTest);
 
-    // Monitor threads; with two interfaces two of them at once.
+    // Monitor threads; two at once with two interfaces.
     void HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) override;
 
 private:

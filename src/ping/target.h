@@ -11,27 +11,28 @@
 namespace vnxtest {
 
 // Resolves `name` (getaddrinfo, IPv4 only; a dotted address resolves to itself). True with the first
-// address in `address`; false with the system's text in `errorText`. May block for as long as the
-// system's resolver does. Any thread.
+// address in `address`; false with the system's text in `errorText`. Blocks for as long as the system's
+// resolver does. Any thread.
 bool ResolveTarget(std::wstring_view name, Ipv4Address& address, std::wstring& errorText);
 
 // The check of the target field: an empty target fails without resolving. False with the whole
 // message to show ("Please enter a valid IP address or name.", after the system's text if any).
 bool ValidateTarget(std::wstring_view name, Ipv4Address& address, std::wstring& message);
 
-// ValidateTarget on a thread of its own, so that its caller can do something else, or let it be.
+// ValidateTarget on a thread of its own, so that its caller can go on, or give it up.
 class TargetLookup {
 public:
-    // `onEnd` is called on any thread when the result is there, and never after the destructor has begun.
-    // Throws std::system_error, which names the call, when the thread cannot be made.
+    // `onEnd` is called on the look-up's thread, under its lock, when the result is ready, and not after
+    // the destructor: it must not call this object. Throws std::system_error, which names the call, if the
+    // thread cannot be made.
     TargetLookup(std::wstring name, std::function<void()> onEnd);
-    // Waits for nothing: the system's resolver goes on by itself and comes to its end sometime.
+    // Does not wait: the detached thread goes on until the system's resolver returns.
     ~TargetLookup();
     TargetLookup(const TargetLookup&) = delete;
     TargetLookup& operator=(const TargetLookup&) = delete;
 
     bool IsOver() const;
-    // What ValidateTarget returned. When it is over.
+    // The result of ValidateTarget. Only if IsOver().
     bool Result(Ipv4Address& address, std::wstring& message) const;
 
 private:

@@ -1,4 +1,4 @@
-// The guest's address until the user chooses one: a host number in its adapter's subnet.
+// The guest's default address: a host number in its adapter's subnet.
 #pragma once
 
 #include <array>

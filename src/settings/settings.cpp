@@ -9,7 +9,7 @@ namespace vnxtest {
 
 namespace {
 
-// Of the adapter when no default adapter is known.
+// The adapter's address without a default adapter.
 constexpr Ipv4Address kUsualAddress(192, 168, 0, 1);
 constexpr Ipv4Address kUsualMask(255, 255, 255, 0);
 
@@ -102,7 +102,7 @@ void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO&
     read(profile::kInterfaces[0].guestIp, interface1.guestIpText);
     read(profile::kInterfaces[1].guestIp, interface2.guestIpText);
 
-    // The binary guest addresses must follow what was read, for the MAC addresses come from them.
+    // The default MAC addresses are made from the binary guest addresses, so these are set first.
     ApplyInterfaceSettings(interface1, interface2);
     GenerateGuestMac(interface1, host.Library());
     GenerateGuestMac(interface2, host.Library());

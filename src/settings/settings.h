@@ -1,9 +1,8 @@
 // The persistent settings and their derived defaults.
 //
-// Everything lives in the profile's section "Settings". Interface values are read once per run, at
-// the first start; ping values once per run, at the first ping test; debug values when the view is
-// made. Nothing here stops the program: a failed write or a text that cannot be converted is an
-// assertion line, and the value in memory stays. User-interface thread only.
+// Interface values are read once per run, at the first start; ping values once per run, at the first ping
+// test; debug values when the guest is made. No failure ends the program: a failed write or a text that
+// cannot be converted is an assertion line, and the value in memory stays. User-interface thread only.
 #pragma once
 
 #include "core/interface_info.h"
@@ -21,7 +20,7 @@ class Settings {
 public:
     explicit Settings(Profile& profile) : m_profile(profile) {}
 
-    // Reads the ten interface values with their derived defaults; does nothing after the first call.
+    // Reads the ten interface values with their derived defaults. No effect after the first call.
     void LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2, HostNetwork& host);
     // Writes the ten interface values.
     void StoreInterfaceSettings(const INTERFACE_INFO& interface1, const INTERFACE_INFO& interface2);
@@ -32,7 +31,7 @@ public:
     // "SocketNotifyMode".
     void StoreSocketNotifyMode(const RunSettings& settings);
 
-    // Reads the six values of the ping test with the given ones as defaults; does nothing after the first
+    // Reads the six values of the ping test with the given ones as defaults. No effect after the first
     // call.
     void LoadPingSettings(PingPlan& plan);
     void StorePingSettings(const PingPlan& plan);
