@@ -299,8 +299,7 @@ void Session::GiveUpWhatIsNotNeeded() {
 // somebody else's needs is not.
 void Session::EnterTheSandbox() {
     EnterSandbox({.everything = m_options.noSandbox || IsLibraryFile(m_options.library),
-                  .files = m_options.outputFile || !m_options.jsonFile.empty(),
-                  .devices = EqualNoCase(m_options.library, L"tun")},
+                  .files = m_options.outputFile || !m_options.jsonFile.empty()},
                  m_keptRights);
 }
 

@@ -19,7 +19,6 @@ void PrepareSandbox();
 struct SandboxNeeds {
     bool everything = false; // every call; but nothing started from here ever has more rights (no_new_privs)
     bool files = false;      // to put open files in their places
-    bool devices = false;    // to take network devices of its own down
 };
 
 // Puts every thread of this process, and all that they start, under the filter; the kernel does so for all of

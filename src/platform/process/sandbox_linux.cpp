@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -107,69 +108,55 @@ scmp_arg_cmp AtMost(unsigned argument, std::uint64_t value) {
     return {argument, SCMP_CMP_LE, value, 0};
 }
 
-// What works on what is there already: memory, threads, time, and descriptors that are open.
-std::vector<Rule> CallsOnWhatIsThere() {
+std::vector<Rule> Freely(std::initializer_list<int> calls) {
     std::vector<Rule> rules;
-    for (const int call : {SCMP_SYS(brk),
-                           SCMP_SYS(munmap),
-                           SCMP_SYS(mremap),
-                           SCMP_SYS(madvise),
-                           SCMP_SYS(futex),
-                           SCMP_SYS(rseq),
-                           SCMP_SYS(set_robust_list),
-                           SCMP_SYS(set_tid_address),
-                           SCMP_SYS(sched_yield),
-                           SCMP_SYS(sched_getaffinity),
-                           SCMP_SYS(getrandom),
-                           SCMP_SYS(getpid),
-                           SCMP_SYS(gettid),
-                           SCMP_SYS(getpriority),
-                           SCMP_SYS(setpriority),
-                           SCMP_SYS(rt_sigprocmask),
-                           SCMP_SYS(rt_sigreturn),
-                           SCMP_SYS(rt_sigaction),
-                           SCMP_SYS(sigaltstack),
-                           SCMP_SYS(restart_syscall),
-                           SCMP_SYS(exit),
-                           SCMP_SYS(exit_group),
-                           SCMP_SYS(clock_gettime),
-                           SCMP_SYS(clock_nanosleep),
-                           SCMP_SYS(nanosleep),
-                           SCMP_SYS(gettimeofday),
-                           SCMP_SYS(time),
-                           SCMP_SYS(read),
-                           SCMP_SYS(readv),
-                           SCMP_SYS(write),
-                           SCMP_SYS(writev),
-                           SCMP_SYS(lseek),
-                           SCMP_SYS(close),
-                           SCMP_SYS(fstat),
-                           SCMP_SYS(newfstatat),
-                           SCMP_SYS(poll),
-                           SCMP_SYS(ppoll),
-                           SCMP_SYS(select),
-                           SCMP_SYS(pselect6),
-                           SCMP_SYS(epoll_wait),
-                           SCMP_SYS(epoll_pwait),
-                           SCMP_SYS(epoll_ctl),
-                           SCMP_SYS(eventfd2),
-                           SCMP_SYS(recvfrom),
-                           SCMP_SYS(recvmsg),
-                           SCMP_SYS(shutdown),
-                           SCMP_SYS(getsockname),
-                           SCMP_SYS(getsockopt)}) {
+    for (const int call : calls) {
         rules.push_back({call});
     }
-    // Memory, but none that can be run.
+    return rules;
+}
+
+// Memory, but none that can be run.
+std::vector<Rule> CallsForMemory() {
+    std::vector<Rule> rules = Freely({SCMP_SYS(brk), SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise)});
     rules.push_back({SCMP_SYS(mmap), {HasBits(2, PROT_EXEC, 0)}});
     rules.push_back({SCMP_SYS(mprotect), {HasBits(2, PROT_EXEC, 0)}});
-    // Threads, but no process and no namespace. The flags of clone3 lie in memory, where a filter cannot
-    // look: the C library takes clone where it is not there.
+    return rules;
+}
+
+// Threads, but no process and no namespace.
+std::vector<Rule> CallsForThreads() {
+    std::vector<Rule> rules =
+        Freely({SCMP_SYS(futex), SCMP_SYS(rseq), SCMP_SYS(set_robust_list), SCMP_SYS(set_tid_address),
+                SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity), SCMP_SYS(getpid), SCMP_SYS(gettid),
+                SCMP_SYS(getpriority), SCMP_SYS(setpriority), SCMP_SYS(exit), SCMP_SYS(exit_group)});
+    // The flags of clone3 lie in memory, where a filter cannot look: the C library takes clone where it is
+    // not there.
     constexpr std::uint64_t kNamespaces = CLONE_NEWNS | CLONE_NEWCGROUP | CLONE_NEWUTS | CLONE_NEWIPC |
                                           CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNET;
     rules.push_back({SCMP_SYS(clone), {HasBits(0, CLONE_THREAD | kNamespaces, CLONE_THREAD)}});
     rules.push_back({SCMP_SYS(clone3), {}, SCMP_ACT_ERRNO(ENOSYS)});
+    return rules;
+}
+
+std::vector<Rule> CallsForSignalsAndTime() {
+    std::vector<Rule> rules = Freely(
+        {SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigreturn), SCMP_SYS(rt_sigaction), SCMP_SYS(sigaltstack),
+         SCMP_SYS(restart_syscall), SCMP_SYS(clock_gettime), SCMP_SYS(clock_nanosleep), SCMP_SYS(nanosleep),
+         SCMP_SYS(gettimeofday), SCMP_SYS(time), SCMP_SYS(getrandom)});
     rules.push_back({SCMP_SYS(tgkill), {Equals(0, static_cast<std::uint64_t>(getpid()))}}); // abort
+    return rules;
+}
+
+// Descriptors that are open: nothing here opens a file.
+std::vector<Rule> CallsOnDescriptors() {
+    std::vector<Rule> rules =
+        Freely({SCMP_SYS(read),       SCMP_SYS(readv),       SCMP_SYS(write),     SCMP_SYS(writev),
+                SCMP_SYS(lseek),      SCMP_SYS(close),       SCMP_SYS(fstat),     SCMP_SYS(newfstatat),
+                SCMP_SYS(poll),       SCMP_SYS(ppoll),       SCMP_SYS(select),    SCMP_SYS(pselect6),
+                SCMP_SYS(epoll_wait), SCMP_SYS(epoll_pwait), SCMP_SYS(epoll_ctl), SCMP_SYS(eventfd2),
+                SCMP_SYS(recvfrom),   SCMP_SYS(recvmsg),     SCMP_SYS(shutdown),  SCMP_SYS(getsockname),
+                SCMP_SYS(getsockopt)});
     for (const int command : {F_GETFD, F_SETFD, F_GETFL, F_SETFL}) {
         rules.push_back({SCMP_SYS(fcntl), {Equals(1, static_cast<std::uint64_t>(command))}});
     }
@@ -177,16 +164,14 @@ std::vector<Rule> CallsOnWhatIsThere() {
 }
 
 // The guest's frames, and the questions about its adapter.
-std::vector<Rule> CallsOfTheNetwork(bool devices) {
+std::vector<Rule> CallsOfTheNetwork() {
     std::vector<Rule> rules;
     // An address of a packet socket (20 bytes) names an adapter, and would send to another one than was
-    // opened; one of netlink has 12. sendmsg hides its address in memory: it stays where no packet socket is.
+    // opened; one of netlink has 12. sendmsg hides its address in memory and is not allowed: netlink/ asks by
+    // sendto.
     constexpr std::uint64_t kNetlinkAddress = sizeof(sockaddr_nl);
     static_assert(kNetlinkAddress < sizeof(sockaddr_ll));
     rules.push_back({SCMP_SYS(sendto), {AtMost(5, kNetlinkAddress)}});
-    if (devices) {
-        rules.push_back({SCMP_SYS(sendmsg)});
-    }
     rules.push_back({SCMP_SYS(bind), {AtMost(2, kNetlinkAddress)}});
     rules.push_back({SCMP_SYS(socket), {Equals(0, AF_NETLINK), Equals(2, NETLINK_ROUTE)}});
     for (const int option : {SO_SNDBUF, SO_RCVBUF}) {
@@ -204,16 +189,12 @@ std::vector<Rule> CallsOfTheNetwork(bool devices) {
 // library looks for a system's settings in files and does without.
 std::vector<Rule> CallsOnFiles(bool save) {
     constexpr std::uint64_t kToWrite = O_ACCMODE | O_CREAT | O_TRUNC;
-    std::vector<Rule> rules;
+    std::vector<Rule> rules = save ? Freely({SCMP_SYS(fsync), SCMP_SYS(fdatasync), SCMP_SYS(rename),
+                                             SCMP_SYS(renameat), SCMP_SYS(renameat2), SCMP_SYS(link),
+                                             SCMP_SYS(linkat), SCMP_SYS(unlink), SCMP_SYS(unlinkat)})
+                                   : std::vector<Rule>();
     rules.push_back({SCMP_SYS(openat), {HasBits(2, kToWrite, O_RDONLY)}, SCMP_ACT_ERRNO(EACCES)});
     rules.push_back({SCMP_SYS(open), {HasBits(1, kToWrite, O_RDONLY)}, SCMP_ACT_ERRNO(EACCES)});
-    if (save) {
-        for (const int call :
-             {SCMP_SYS(fsync), SCMP_SYS(fdatasync), SCMP_SYS(rename), SCMP_SYS(renameat), SCMP_SYS(renameat2),
-              SCMP_SYS(link), SCMP_SYS(linkat), SCMP_SYS(unlink), SCMP_SYS(unlinkat)}) {
-            rules.push_back({call});
-        }
-    }
     return rules;
 }
 
@@ -241,8 +222,11 @@ int Load(void* filter, const SandboxNeeds& needs) {
     then(seccomp_attr_set(filter, SCMP_FLTATR_API_SYSRAWRC, 1));
     if (!needs.everything) {
         then(seccomp_attr_set(filter, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_TRAP));
-        then(AddRules(filter, CallsOnWhatIsThere()));
-        then(AddRules(filter, CallsOfTheNetwork(needs.devices)));
+        then(AddRules(filter, CallsForMemory()));
+        then(AddRules(filter, CallsForThreads()));
+        then(AddRules(filter, CallsForSignalsAndTime()));
+        then(AddRules(filter, CallsOnDescriptors()));
+        then(AddRules(filter, CallsOfTheNetwork()));
         then(AddRules(filter, CallsOnFiles(needs.files)));
     }
     then(code != 0 ? 0 : seccomp_load(filter));

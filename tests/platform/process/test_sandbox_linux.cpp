@@ -144,8 +144,6 @@ TEST_F(SandboxDeathTest, WhatIsLeftWorks) {
     EXPECT_EXIT(Run({}, use), ExitedWithCode(0), "");
     EXPECT_EXIT(Run({.files = true}, [] { return rename("/nowhere", "/nor here") == 0 || errno != ENOENT; }),
                 ExitedWithCode(0), "");
-    EXPECT_EXIT(Run({.devices = true}, [] { return sendmsg(-1, nullptr, 0) == 0 || errno != EBADF; }),
-                ExitedWithCode(0), "");
 }
 
 // A signal that somebody sends is no call that was made.
