@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
     } catch (const std::exception& failure) {
         Complain(DescribeFailure(failure));
     }
-    // Who has asked for an end does not wait for a reader of what is said.
+    // After an interrupt the program does not wait for a reader of standard error.
     AwaitComplaints(outcome.stopped ? std::optional(std::chrono::milliseconds(100)) : std::nullopt);
     return outcome.status;
 }

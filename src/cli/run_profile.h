@@ -1,4 +1,4 @@
-// The user's profile as one run of the terminal program sees it: failures to write are counted.
+// The user's profile for one run of the terminal program; counts failed writes. Main thread.
 #pragma once
 
 #include <string>

@@ -23,7 +23,7 @@ namespace vnxtest {
 namespace {
 
 constexpr std::chrono::milliseconds kGatherTime(5);
-// Requests to stop that come so close together are one.
+// Requests to stop within this time count as one.
 constexpr std::chrono::milliseconds kOneRequest(15);
 
 } // namespace
@@ -36,21 +36,21 @@ int Session::Run() {
         status = CarryOut();
     } catch (const std::exception& failure) {
         if (!m_stopSignal) {
-            throw; // nothing has begun: whatever files there are stay
+            throw; // nothing has begun: existing files stay
         }
         if (m_guest != nullptr) {
             StopGuest();
         }
         status = Finish(Fail(DescribeFailure(failure)));
     }
-    m_stopSignal.reset();     // from here on a request ends the program as the system does it
-    m_interruption.HasCome(); // one may have come meanwhile
+    m_stopSignal.reset();     // from here on a request ends the program at once
+    m_interruption.HasCome(); // one may have come before
     return status;
 }
 
 int Session::CarryOut() {
     if (!OpenFiles()) {
-        return kExitFailure; // whatever was there stays
+        return kExitFailure; // existing files stay
     }
     if (!OpenLibrary()) {
         return Finish(kExitFailure);
@@ -90,7 +90,7 @@ bool Session::OpenFiles() {
         Fail(clash);
         return false;
     }
-    // From here on an interrupt ends things in order.
+    // From here on an interrupt ends the program in order.
     m_stopSignal.emplace([this, first = Moment(),
                           temporary = std::array{m_output.File().TemporaryPath(),
                                                  m_jsonFile->TemporaryPath()}](int count) mutable {
@@ -102,7 +102,7 @@ bool Session::OpenFiles() {
             m_port.Queue().PostInterrupt();
             return;
         }
-        // One request can come twice: who stops a program may stop its group of processes, too.
+        // One request can come twice: to the program and to its process group.
         if (std::chrono::steady_clock::now() - first < kOneRequest) {
             return;
         }
@@ -124,29 +124,28 @@ bool Session::OpenLibrary() {
         Fail(L"The interface library cannot be used: " + error);
         return false;
     }
-    // Also without the report, whose banner says it: what follows says nothing about the package.
+    // Said without the report, too, whose banner says it: the results prove nothing about the package.
     if (const std::wstring why = m_engine.Library()->WhyNotThePackage(); !why.empty()) {
         Complain(L"warning: " + why);
     }
     return true;
 }
 
-// As the window does when it is first shown.
+// As the window does before its first report.
 void Session::GatherHost() {
     m_channel.Attach();
     m_engine.GatherHost();
     if (IsDebugOutputRefused()) {
         Complain(
-            L"warning: the interface library refused to take the program's output, so the document stays "
-            L"empty. Set VNXTEST_TRACE=1 in the environment to see the lines here.");
+            L"warning: the interface library refused to take the program's output, so the document stays empty. Set VNXTEST_TRACE=1 in the environment to see the lines here.");
     }
     if (m_options.noReport) {
-        m_engine.Host().FindDefaultGateway(); // otherwise a part of the report
+        m_engine.Host().FindDefaultGateway(); // with a report, the report does this
     } else {
         WriteStartupReport(m_engine.Host(), ReportContext());
     }
     Drain();
-    m_output.ForgetFailures(); // an adapter that the report could not open is not why the guest may fail
+    m_output.ForgetFailures(); // the report's failed adapters are not the reason of a later failure
 }
 
 void Session::DefineGateway() {
@@ -156,8 +155,7 @@ void Session::DefineGateway() {
     MacAddress mac;
     if (!m_engine.Host().IsIPAddrResponsive(*m_options.gateway, &mac, Ipv4Address())) {
         m_port.SetGatewayNote(Sprintf(
-            L"the gateway %s does not answer ARP. It is used as entered; packets for other subnets go to the "
-            L"host adapter instead.",
+            L"the gateway %s does not answer ARP. It is used as entered; packets for other subnets go to the host adapter instead.",
             FormatIPAddr(*m_options.gateway)));
     }
     m_engine.Host().SetDefaultGateway(*m_options.gateway, mac);
@@ -219,7 +217,7 @@ bool Session::StartGuest() {
     return m_guestStarted;
 }
 
-// A command of the guest was refused by the options, or the system had no thread for it.
+// Fails for a command of the guest that the options refused, or for which the system had no thread.
 int Session::FailStart(const std::wstring& what) {
     const std::wstring& problem = m_guest->Problem();
     return Fail(problem.empty() ? m_port.Refusal() : what + L"\n" + problem);
@@ -232,8 +230,8 @@ TerminalEvent Session::Step(std::optional<Moment> deadline) {
     }
     switch (next.message) {
     case ViewMessage::OutputPending:
-        // What follows closely is written together: under a flood a wake-up and a write for every line
-        // would cost more than all the rest of it.
+        // Batches lines that follow closely: under a flood a wake-up and a write for every line would cost
+        // more than the rest.
         std::this_thread::sleep_until(m_lastDrain + kGatherTime);
         Drain();
         break;
@@ -266,7 +264,7 @@ int Session::RunGuest() {
     const std::optional<Moment> end = DurationFromNow();
     while (MayGoOn()) {
         if (Step(end) != TerminalEvent::Message) {
-            break; // interrupted, or the time is up
+            break; // interrupted, or the duration is over
         }
     }
     StopGuest();
@@ -284,8 +282,8 @@ bool Session::WaitForInterfaces() {
     return m_guest->IsRunning() && m_interfacesOpened >= wanted && m_keptRights.empty();
 }
 
-// The guest is started once, so the rights to open an interface have done their work. What a library
-// of somebody else's may still want of the network is its own affair.
+// The guest is started once, so the rights to open an interface are not needed any more. A library from a
+// file may still need rights to the network.
 void Session::GiveUpWhatIsNotNeeded() {
     const bool saves = m_options.outputFile || !m_options.jsonFile.empty() || m_options.save;
     m_rightsGivenUp = true;
@@ -295,8 +293,8 @@ void Session::GiveUpWhatIsNotNeeded() {
     }
 }
 
-// The last step: what the guest, and a ping test that has begun, still need is known then. What a library of
-// somebody else's needs is not.
+// The last step, when the needs of the guest and of a running ping test are known. Those of a library from
+// a file are not.
 void Session::EnterTheSandbox() {
     EnterSandbox({.everything = m_options.noSandbox || IsLibraryFile(m_options.library),
                   .files = m_options.outputFile || !m_options.jsonFile.empty()},
@@ -328,7 +326,7 @@ void Session::AwaitPingTest() {
             nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
             progress.Show(Sprintf(L"%u pings sent", m_guest->Ping().PingsSent()));
         } else if (event == TerminalEvent::TimedOut) {
-            m_guest->Ping().EndSending(); // the time is up; what is under way is still waited for
+            m_guest->Ping().EndSending(); // the duration is over; open pings are still decided
             end.reset();
         } else if (event != TerminalEvent::Message || m_output.HasFailed()) {
             m_guest->OnTestStopPing();
@@ -339,7 +337,7 @@ void Session::AwaitPingTest() {
 int Session::JudgePingTest() {
     if (!m_pingStarted) {
         if (m_output.HasFailed()) {
-            return kExitFailure; // Finish tells it
+            return kExitFailure; // Finish() tells why
         }
         if (m_guestEndedByItself) {
             return Fail(DescribeStoppedGuest());
@@ -397,8 +395,8 @@ void Session::Drain() {
     m_lastDrain = std::chrono::steady_clock::now();
     if (!m_toldLeftOut && LinesAreMissing()) {
         m_toldLeftOut = true;
-        Complain(L"warning: the document is not taken as fast as it comes: lines are left out. The guest "
-                 L"goes on.");
+        Complain(
+            L"warning: the document is not taken as fast as it comes: lines are left out. The guest goes on.");
     }
 }
 
@@ -440,11 +438,10 @@ std::wstring Session::DescribeStoppedGuest() const {
         return text + L"\n" + HowToGrant(needed);
     }
     return text +
-           L"\nThe lines above it in the document tell the whole story; \"vnxtest-cli adapters\" shows which "
-           L"adapters there are and whether they are connected.";
+           L"\nThe lines above it in the document tell the whole story; \"vnxtest-cli adapters\" shows which adapters there are and whether they are connected.";
 }
 
-// Of lines that came while the main thread was held up.
+// A sentence about lines left out while the main thread was blocked.
 std::wstring Session::LeftOutUnderWay() {
     const std::uint64_t count = m_channel.LinesLeftOut();
     return count == 0
@@ -455,13 +452,13 @@ std::wstring Session::LeftOutUnderWay() {
 
 int Session::Fail(std::wstring problem) {
     constexpr std::chrono::milliseconds kMoment(50);
-    m_output.Writers().front()->WaitUntilIdle(kMoment); // so that it stands behind the lines that it is about
+    m_output.Writers().front()->WaitUntilIdle(kMoment); // so that it follows the lines that it is about
     m_problem = std::move(problem);
     Complain(m_problem);
     return kExitFailure;
 }
 
-// The last word: what was asked to be saved is saved, and nothing that went wrong on the way is hidden.
+// The last step: saves what was asked for, and tells every failure of the run.
 int Session::Finish(int status) {
     if (m_runProfile && m_runProfile->FailedWrites() > 0) {
         status = Fail(L"--save: the values could not be stored: " + m_profile->LastProblem());

@@ -1,7 +1,7 @@
-// One run of the terminal program: everything that lives from the command line to the exit status.
+// One run of the terminal program, from the command line to the exit status.
 //
-// The order of the members is the order of construction; they go in the opposite order, the engine
-// before what it writes to and reads from. Main thread.
+// The members are destroyed in the opposite order: the engine before what it writes to and reads from. Main
+// thread.
 #pragma once
 
 #include <array>
@@ -30,13 +30,13 @@ public:
 
     // Carries out the command and returns the exit status. Once.
     int Run();
-    // The user wanted the program to stop. Afterwards.
+    // True if the user wanted the program to stop. After Run().
     bool WasStopped() const { return m_interruption.IsNoted(); }
 
 private:
     using Moment = MessageQueue::Moment;
 
-    // Each returns false when the command ends here; Fail() has said why.
+    // Each returns false if the command ends here; Fail() has told why.
     bool OpenFiles();
     bool OpenLibrary();
     bool ResolvePingTarget();
@@ -61,17 +61,17 @@ private:
 
     bool LinesAreMissing();
     std::wstring LeftOutUnderWay();
-    // False when it could not be saved; Fail() has said why, beginning with `complaint`.
+    // False if it could not be saved; Fail() has told why, beginning with `complaint`.
     bool SaveJson(std::string text, const std::wstring& complaint);
 
-    // Carries out the next message, or notes the interrupt or that `deadline` has come.
+    // Handles the next message, or notes the interrupt or that `deadline` has passed.
     TerminalEvent Step(std::optional<Moment> deadline);
     std::optional<Moment> DurationFromNow() const;
     void StopGuest();
     void Drain();
     void TellProfileProblem();
     std::wstring DescribeStoppedGuest() const;
-    // The main thread looks around when it has any message.
+    // Any message makes the main thread check its state. Any thread.
     void WakeUp() { m_port.Queue().Post(ViewMessage::OutputPending); }
     int Fail(std::wstring problem);
     int FailStart(const std::wstring& what);
@@ -91,7 +91,7 @@ private:
     bool m_guestStarted = false;
     int m_interfacesOpened = 0;
     bool m_rightsGivenUp = false;
-    std::wstring m_keptRights; // why this must not go on; empty when all is as it should be
+    std::wstring m_keptRights; // why the run must not go on; empty if it may
     bool m_pingStarted = false;
     bool m_toldLeftOut = false;
     bool m_guestEndedByItself = false;

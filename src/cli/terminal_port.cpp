@@ -7,7 +7,7 @@ namespace vnxtest {
 
 namespace {
 
-// Tells the notes. Returns whether there is no refusal, which is kept otherwise.
+// Prints the notes. True without a refusal; otherwise stores it in `refusal`.
 bool Take(const DialogAnswer& answer, std::wstring& refusal) {
     for (const std::wstring& note : answer.notes) {
         Complain(note);
@@ -21,7 +21,7 @@ bool Take(const DialogAnswer& answer, std::wstring& refusal) {
 } // namespace
 
 bool TerminalPort::AskParameters(GuestParameters& parameters) {
-    // A question that was answered with "no" leads back here: there is nobody to change his mind.
+    // A question answered with "no" leads back here; a second answer would be the same.
     return m_refusal.empty() && Take(AnswerParameters(m_options, *m_host, *m_profile, parameters), m_refusal);
 }
 

@@ -1,5 +1,5 @@
-// The terminal's side of the engine's port: the message queue of the main thread, and the answers to
-// what the window would ask in dialogs.
+// The terminal's side of the engine's port: the message queue of the main thread, and the answers in place
+// of the window's dialogs. Main thread, except posting.
 #pragma once
 
 #include <string>
@@ -17,21 +17,21 @@ class TerminalPort final : public FrontEnd {
 public:
     explicit TerminalPort(const Options& options) : m_options(options) {}
 
-    // What the answers are made from. Before the guest is started.
+    // The sources of the answers. Set before the guest is started.
     void SetSources(const HostNetwork& host, Profile& profile) {
         m_host = &host;
         m_profile = &profile;
     }
-    // What the target of the command line resolved to. Before the ping test.
+    // The resolved target of the command line. Set before the ping test.
     void SetTarget(Ipv4Address target) { m_target = target; }
 
-    // What is wrong with the gateway of the command line. The question about the gateway tells it, unless it
+    // A note about the gateway of the command line. The question about the gateway includes it, unless it
     // was taken before.
     void SetGatewayNote(std::wstring note) { m_gatewayNote = std::move(note); }
     std::wstring TakeGatewayNote() { return std::exchange(m_gatewayNote, {}); }
 
     MessageQueue& Queue() { return m_queue; }
-    // Why the last question was answered with "no"; empty when none was.
+    // Why the last question was answered with "no"; empty if none was.
     const std::wstring& Refusal() const { return m_refusal; }
 
     void PostViewMessage(ViewMessage message) override { m_queue.Post(message); }

@@ -53,7 +53,7 @@ TargetLookup::TargetLookup(std::wstring name, std::function<void()> onEnd)
         }
     };
     try {
-        const StopSignalsHeldBack held; // they are for the thread that waits for them
+        const StopSignalsHeldBack held; // they belong to the stop-signal watcher
         std::thread(lookUp).detach();
     } catch (const std::system_error& failure) {
         throw std::system_error(failure.code(), "pthread_create");

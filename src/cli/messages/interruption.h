@@ -1,4 +1,4 @@
-// Whether the user wants the program to stop, and since when: seen by whoever waits for messages. Main
+// Whether the user wants the program to stop, and since when, noted while waiting for messages. Main
 // thread.
 #pragma once
 
@@ -14,14 +14,14 @@ public:
 
     explicit Interruption(MessageQueue& queue) : m_queue(queue) {}
 
-    // Waits for what comes first, as the queue does; an interrupt is noted.
+    // Waits as MessageQueue::Wait; notes an interrupt.
     TerminalMessage Wait(std::optional<Moment> deadline);
 
-    // One was noted.
+    // True if one was noted.
     bool IsNoted() const { return m_noted; }
-    // When; only of one that was noted.
+    // When; only if IsNoted().
     Moment Since() const { return m_since; }
-    // The same, and looks for one that waits, before all messages.
+    // True if one was noted or is waiting; takes it from the queue, before all messages.
     bool HasCome();
 
 private:

@@ -25,7 +25,7 @@ TerminalMessage MessageQueue::Wait(std::optional<Moment> deadline) {
         m_arrived.wait(lock, arrived);
     } else if (std::chrono::steady_clock::now() >= *deadline ||
                !m_arrived.wait_until(lock, *deadline, arrived)) {
-        // A moment that has come is told even while messages keep arriving.
+        // A passed deadline is reported even while messages keep arriving.
         if (!m_interrupted) {
             return {TerminalEvent::TimedOut};
         }

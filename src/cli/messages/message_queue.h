@@ -1,4 +1,4 @@
-// The queue that the terminal program's main thread sleeps on.
+// The queue on which the terminal program's main thread waits.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@ namespace vnxtest {
 enum class TerminalEvent {
     Message,     // a message of the engine, in the order of posting
     Interrupted, // the user wants the program to stop
-    TimedOut,    // the moment that was waited for has come
+    TimedOut,    // the deadline has passed
 };
 
 struct TerminalMessage {
@@ -26,12 +26,12 @@ class MessageQueue {
 public:
     using Moment = std::chrono::steady_clock::time_point;
 
-    // Any thread. Nothing is lost and nothing is put together.
+    // Any thread. No message is lost or merged.
     void Post(ViewMessage message);
-    // Any thread. Told once, before the messages that wait.
+    // Any thread. Reported once, before waiting messages.
     void PostInterrupt();
 
-    // Waits for what comes first. Without a deadline, without limit. Main thread.
+    // Waits for the first event; nullopt: without limit. Main thread.
     TerminalMessage Wait(std::optional<Moment> deadline);
 
 private:

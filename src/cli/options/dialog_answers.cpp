@@ -12,14 +12,14 @@ namespace vnxtest {
 
 namespace {
 
-// Of an interface's options.
+// The suffixes of the two interfaces' options.
 constexpr const wchar_t* kSuffixes[] = {L"", L"2"};
 
 std::wstring WithAdapters(const std::wstring& text, const HostNetwork& host) {
     return text + L"\n" + AdapterTable(host);
 }
 
-// The MAC address that is made from the guest address `text`; empty when that is none.
+// The MAC address made from the guest address `text`; empty if that is not one.
 std::wstring GeneratedMac(const std::wstring& text, const HostNetwork& host) {
     const auto ip = ParseIPAddress(text);
     if (!ip) {
@@ -30,7 +30,7 @@ std::wstring GeneratedMac(const std::wstring& text, const HostNetwork& host) {
     return FormatMACAddr(MacAddress(mac));
 }
 
-// The adapter that the texts name already.
+// The adapter that the texts name; null if none.
 const HostAdapter* PresentAdapter(const InterfaceParameters& texts, const HostNetwork& host) {
     return FindAdapter(host, texts.adapterIpText.empty() ? texts.adapterMacText : texts.adapterIpText);
 }
@@ -48,7 +48,7 @@ public:
 
     std::optional<std::wstring> Apply(InterfaceParameters& texts, std::vector<std::wstring>& notes) {
         texts.tapMode = m_given.tapMode.value_or(texts.tapMode);
-        // A MAC address that was made from the guest's address follows it.
+        // A generated MAC address follows the guest's address.
         const bool macIsGenerated = texts.guestMacText == GeneratedMac(texts.guestIpText, m_host);
         const std::wstring guestIpBefore = texts.guestIpText;
         if (m_given.adapter) {
@@ -82,17 +82,15 @@ private:
         const HostAdapter* const simulated = m_host.DefaultAdapter();
         if (m_options.IsSimulated() && simulated != nullptr && adapter->mac != simulated->mac) {
             return Sprintf(
-                L"--adapter%s: the simulated LAN has one adapter only, %s. Leave the option out, or choose "
-                L"another library than sim.",
+                L"--adapter%s: the simulated LAN has one adapter only, %s. Leave the option out, or choose another library than sim.",
                 m_suffix, m_host.DefaultAdapterIpText());
         }
         if (const HostAdapter* const opened = OpenedFor(m_host, *adapter); opened != adapter) {
             return WithAdapters(
-                Sprintf(L"--adapter%s %s: An adapter is opened by its IP address and without one by its MAC "
-                        L"address, and that is the address of %s, too. Choose %s, or give %s an IP address. "
-                        L"There are:",
-                        m_suffix, *m_given.adapter, AdapterDisplayName(*opened), AdapterDisplayName(*opened),
-                        *m_given.adapter),
+                Sprintf(
+                    L"--adapter%s %s: An adapter is opened by its IP address and without one by its MAC address, and that is the address of %s, too. Choose %s, or give %s an IP address. There are:",
+                    m_suffix, *m_given.adapter, AdapterDisplayName(*opened), AdapterDisplayName(*opened),
+                    *m_given.adapter),
                 m_host);
         }
         const bool changed = adapter != PresentAdapter(texts, m_host);
@@ -111,10 +109,9 @@ private:
         const std::wstring derived =
             FormatIPAddr(DerivedGuestAddress(m_index, adapter.address, adapter.mask));
         if (!m_profile.ReadText(profile::kInterfaces[m_index].guestIp, L"").empty()) {
-            notes.push_back(
-                Sprintf(L"The guest address %s of the profile is not in the subnet of the adapter \"%s\": %s "
-                        L"is used. Give another one with --guest-ip%s.",
-                        texts.guestIpText, *m_given.adapter, derived, m_suffix));
+            notes.push_back(Sprintf(
+                L"The guest address %s of the profile is not in the subnet of the adapter \"%s\": %s is used. Give another one with --guest-ip%s.",
+                texts.guestIpText, *m_given.adapter, derived, m_suffix));
         }
         texts.guestIpText = derived;
     }
@@ -185,7 +182,7 @@ DialogAnswer AnswerPingWho(const Options& options, Ipv4Address address, PingWhoP
         value = given ? *given : InRange(value, range, name, answer);
     };
     choose(options.dataSize, plan.dataSize, kPingSizeRange, profile::kPingDataSize);
-    choose(options.count, plan.numPings, kPingCountRange, profile::kNumPings); // 0 passes when it was given
+    choose(options.count, plan.numPings, kPingCountRange, profile::kNumPings); // 0 passes if it was given
     choose(options.timeout, plan.timeout, kPingTimeoutRange, profile::kPingTimeout);
     choose(options.delay, plan.delay, kPingDelayRange, profile::kPingDelay);
     return answer;

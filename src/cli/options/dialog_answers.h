@@ -1,9 +1,7 @@
-// How the terminal program answers what the window asks in dialogs: from the command line, the
-// profile and what can be derived from the host.
+// The terminal program's answers to the window's dialogs: from the command line, the profile and the host.
 //
-// Everything here works on values; nothing is printed. A refusal is a text for standard error that
-// says what is wrong and which option mends it; notes are what the user should know although it is
-// not wrong.
+// Works on values and prints nothing. A refusal is a text for standard error that says what is wrong and
+// which option mends it; notes are information that is no refusal. Main thread.
 #pragma once
 
 #include <optional>
@@ -22,14 +20,14 @@ struct DialogAnswer {
     std::vector<std::wstring> notes;
 };
 
-// The parameters dialog: `parameters` comes with the profile's values and their derived defaults and
-// leaves with the command line's over them, checked and completed. An adapter that was chosen on the
-// command line gets a guest address of its own subnet when none was given.
+// The parameters dialog: `parameters` holds the profile's values and their derived defaults; the command
+// line's replace them, checked and completed. An adapter of the command line gets a guest address of its
+// own subnet if none was given.
 DialogAnswer AnswerParameters(const Options& options, const HostNetwork& host, Profile& profile,
                               GuestParameters& parameters);
 
-// The ping-who dialog; `address` is what the target of the command line resolved to. A number of the
-// profile that the dialog would not take is replaced by its default.
+// The ping-who dialog; `address` is the resolved target of the command line. A number of the profile that
+// the dialog would refuse is replaced by its default.
 DialogAnswer AnswerPingWho(const Options& options, Ipv4Address address, PingWhoParameters& parameters);
 
 // The question before the start, as it is shown without --proceed.

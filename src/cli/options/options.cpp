@@ -18,33 +18,27 @@ namespace vnxtest {
 
 namespace {
 
-// Behind the product's name.
+// Follows the product's name.
 constexpr const char* kDescription =
     ": a simulated guest that tests a virtual network interface.\n"
-    "The document (report, messages, ping results) goes to standard output, everything else to standard "
-    "error.";
+    "The document (report, messages, ping results) goes to standard output, everything else to standard error.";
 
 // With the host numbers of the two guests.
 constexpr const char* kFooter =
-    "Values that are not given come from the profile, where the window keeps them, else they are derived "
-    "from the\n"
-    "host: the guest gets host number {} (the second interface's {}) of its adapter's subnet, and a MAC "
-    "address made\n"
+    "Values that are not given come from the profile, where the window keeps them, else they are derived from the\n"
+    "host: the guest gets host number {} (the second interface's {}) of its adapter's subnet, and a MAC address made\n"
     "from its IP address. What is given holds for this run alone, unless --save is given too.\n"
     "\n"
-    "Exit status: 0 the command did its work (ping: no ping was lost); 1 pings were lost; 2 anything else, "
-    "and\n"
-    "standard error says what and what to do next. An interrupt (Ctrl+C) stops in order; a second one ends "
-    "at once.\n"
+    "Exit status: 0 the command did its work (ping: no ping was lost); 1 pings were lost; 2 anything else, and\n"
+    "standard error says what and what to do next. An interrupt (Ctrl+C) stops in order; a second one ends at once.\n"
     "\n"
     "Examples:\n"
-    "  vnxtest-cli --library sim ping 198.18.0.2            the simulated LAN: needs no rights and no "
-    "network\n"
+    "  vnxtest-cli --library sim ping 198.18.0.2            the simulated LAN: needs no rights and no network\n"
     "  vnxtest-cli adapters                                 which adapters there are\n"
     "  vnxtest-cli ping 192.168.0.1 --adapter eth0 --mode tap\n"
     "  vnxtest-cli run --adapter eth0 --duration 60         answer ARP, RARP and ping for a minute\n";
 
-// The option texts as they stand on the command line; empty where nothing was given.
+// The option texts of the command line; empty if not given.
 struct Raw {
     std::string library = "auto";
     std::string adapter[2], guestIp[2], guestMac[2], mode[2];
@@ -60,7 +54,7 @@ constexpr const char* kPingGroup = "The ping test (ping)";
 constexpr const char* kOutputGroup = "Output";
 constexpr const char* kDebugDefault = "on";
 
-// Which commands an option belongs to. An option that has no effect is refused, not passed over.
+// Which commands an option belongs to. An option without effect is refused, not ignored.
 struct Belonging {
     const char* option;
     std::initializer_list<Command> commands;
@@ -121,9 +115,9 @@ void AddGuestOptions(CLI::App& app, Raw& raw) {
                  "Show debug messages. --debug=FLAGS chooses which: a number, or names out of " +
                      DebugFlagNames())
         ->group(kEngineGroup);
-    app.add_flag("--no-sandbox", raw.noSandbox,
-                 "For debugging: do not end the program when it makes a system call that a running guest has "
-                 "no use for")
+    app.add_flag(
+           "--no-sandbox", raw.noSandbox,
+           "For debugging: do not end the program when it makes a system call that a running guest has no use for")
         ->group(kEngineGroup);
     app.add_flag("--save", raw.save, "Store the values of this run in the profile, as the window's OK does")
         ->group(kEngineGroup);
@@ -183,10 +177,9 @@ void CheckPing(const Raw& raw, Options& options) {
     }
     options.count = Number("--count", raw.count, {0, kPingCountRange.highest}, "pings");
     if (options.count == 0U && !options.duration) {
-        throw OptionError(
-            fmt::format("--count: 0 means \"until stopped\" and is taken together with --duration only; "
-                        "otherwise {} to {}.",
-                        kPingCountRange.lowest, kPingCountRange.highest));
+        throw OptionError(fmt::format(
+            "--count: 0 means \"until stopped\" and is taken together with --duration only; otherwise {} to {}.",
+            kPingCountRange.lowest, kPingCountRange.highest));
     }
     options.dataSize = Number("--size", raw.size, kPingSizeRange, "bytes");
     options.timeout = Number("--timeout", raw.timeout, kPingTimeoutRange, "milliseconds");
@@ -276,7 +269,7 @@ OptionsAnswer Refusal(const std::string& text) {
     return {FromUtf8(text) + L"\nvnxtest-cli --help shows the options and commands.", true};
 }
 
-// Defines the grammar. The command that is read goes to `chosen`, the texts of the options to `raw`.
+// Defines the grammar, which stores the command in `chosen` and the texts of the options in `raw`.
 void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     app.set_help_flag("-h,--help", "Print this help and end");
@@ -286,9 +279,9 @@ void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
     app.require_subcommand(1);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("Subcommands", "Commands");
-    app.add_option("--library", raw.library,
-                   "Virtual interface library: auto, pcap, tun, sim, sim:loss=5,delay=20,... or the path of "
-                   "a shared library")
+    app.add_option(
+           "--library", raw.library,
+           "Virtual interface library: auto, pcap, tun, sim, sim:loss=5,delay=20,... or the path of a shared library")
         ->type_name("NAME|PATH")
         ->default_str("auto");
     AddGuestOptions(app, raw);
@@ -342,7 +335,7 @@ std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>
         app.parse(reversed);
         return CheckValues(app, raw, chosen.value());
     } catch (const CLI::CallForHelp&) {
-        // The whole help, also behind a command.
+        // The whole help, also after a command.
         const auto normal = CLI::AppFormatMode::Normal;
         return OptionsAnswer{FromUtf8(app.get_formatter()->make_help(&app, app.get_name(), normal)), false};
     } catch (const CLI::CallForVersion& version) {

@@ -1,7 +1,7 @@
 // The command line of the terminal program: its grammar, its help, and its values, checked.
 //
-// A value that was not given is absent: it comes from the profile then. What is present has passed
-// its check, so that nothing behind here meets a number out of its range.
+// A value that was not given is nullopt and comes from the profile. A present value has passed its check,
+// so no number is out of its range. Any thread.
 #pragma once
 
 #include <chrono>
@@ -21,7 +21,7 @@ enum class Command { Report, Adapters, Run, Ping };
 // The command as it is typed.
 const char* NameOf(Command command);
 
-// What was given for one of the two interfaces.
+// The options of one of the two interfaces.
 struct InterfaceOptions {
     std::optional<bool> tapMode{};
     std::optional<std::wstring> guestIp{};  // a dotted address
@@ -33,7 +33,7 @@ struct InterfaceOptions {
 
 struct DebugOptions {
     bool enabled = false;
-    std::optional<std::uint32_t> flags{}; // absent: those of the profile
+    std::optional<std::uint32_t> flags{}; // nullopt: those of the profile
 };
 
 struct Options {
@@ -61,21 +61,20 @@ struct Options {
     bool json = false;                // JSON was asked for
     std::filesystem::path jsonFile{}; // empty: standard output (`adapters` only)
 
-    // The second interface is used when anything was said of it.
+    // True if the second interface has any option.
     bool UsesTwoInterfaces() const { return interface2.AnyGiven() || fromInterface == 2; }
-    // The simulated LAN was asked for.
+    // True if the simulated LAN was asked for.
     bool IsSimulated() const;
 };
 
-// What there is to say instead of running: the help or the version (standard output, status 0), or
-// what is wrong with the command line (standard error, status 2).
+// The answer instead of a run: the help or the version (standard output, status 0), or a fault of the
+// command line (standard error, status 2).
 struct OptionsAnswer {
     std::wstring text;
     bool isError = false;
 };
 
-// Reads the arguments behind the program's name (UTF-8). Says everything on its own: it neither
-// prints nor ends the program.
+// Reads the arguments after the program's name (UTF-8). Neither prints nor ends the program.
 std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>& arguments);
 
 } // namespace vnxtest

@@ -36,7 +36,7 @@ constexpr double kLongestSeconds = 366.0 * 24 * 3600;
     throw OptionError(fmt::format("{}: \"{}\" is not {}.", option, text, wanted));
 }
 
-// The whole text as a number, or nothing.
+// The whole text as a number; nullopt if it is not one.
 std::optional<std::uint32_t> WholeNumber(std::string_view text, int base) {
     std::uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);

@@ -1,4 +1,4 @@
-// The texts of option values turned into values, with a sentence about what is wrong.
+// Parsing of option values. Each function throws OptionError for a wrong text. Any thread.
 #pragma once
 
 #include <chrono>
@@ -13,7 +13,7 @@
 
 namespace vnxtest {
 
-// The value of an option cannot be used; what() says which option and why, in UTF-8.
+// A value that cannot be used; what() names the option and the reason, in UTF-8.
 class OptionError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -29,10 +29,10 @@ std::chrono::milliseconds ParseSecondsOption(std::string_view option, std::strin
 Ipv4Address ParseIpOption(std::string_view option, std::string_view text);
 MacAddress ParseMacOption(std::string_view option, std::string_view text);
 
-// "tun" or "tap", in whatever case; true is TAP.
+// "tun" or "tap", in any case; true for TAP.
 bool ParseModeOption(std::string_view option, std::string_view text);
 
-// A number (decimal, or hexadecimal behind "0x"), or names of debug messages with commas between.
+// A number (decimal, or hexadecimal after "0x"), or names of debug messages with commas between.
 std::uint32_t ParseDebugFlagsOption(std::string_view option, std::string_view text);
 
 // The names that ParseDebugFlagsOption knows, with commas between.

@@ -1,4 +1,4 @@
-// The end of what writes: everything gets where it belongs, or is given up after an interrupt. Main thread.
+// Waiting for the writers at the end: all text is written, or given up after an interrupt. Main thread.
 #pragma once
 
 #include <vector>
@@ -8,8 +8,8 @@
 
 namespace vnxtest {
 
-// Waits until all of them are done. After an interrupt a reader gets a moment for what waits and another
-// one for its last lines; a file on a disk is waited for. Each posts a message when it ends.
+// Waits until all writers are done. After an interrupt a reader gets 300 ms for the queue and 150 ms more
+// for its last lines; an ordinary file is waited for. Each writer must post a message when it ends.
 void AwaitWriters(const std::vector<BackgroundWriter*>& writers, Interruption& interruption);
 
 } // namespace vnxtest

@@ -15,13 +15,13 @@ namespace vnxtest {
 
 namespace {
 
-// What is written by one call: what waits is counted in such steps.
+// The most bytes of one write; the queue shrinks in such steps.
 constexpr std::size_t kPiece = std::size_t{64} * 1024;
 
 // Enough of a line for its time stamp.
 constexpr std::size_t kBeginning = 16;
 
-// The beginning of `text` that is written by one call; ends with a line where one ends.
+// The part of `text` for one write; ends at a line end if there is one.
 std::string_view FirstPiece(std::string_view text) {
     if (text.size() <= kPiece) {
         return text;
@@ -30,7 +30,7 @@ std::string_view FirstPiece(std::string_view text) {
     return text.substr(0, end == std::string_view::npos ? kPiece : end + 1);
 }
 
-// The end of a program can wait for this over all that is let go.
+// A plain loop: at the end of the program it counts all the text that is dropped.
 std::uint64_t LinesIn(std::string_view text) {
     std::uint64_t count = 0;
     for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1)) {
@@ -42,7 +42,7 @@ std::uint64_t LinesIn(std::string_view text) {
 } // namespace
 
 struct BackgroundWriter::State {
-    // Text, or the place of lines that are left out.
+    // Text, or a gap of lines that are left out.
     struct Item {
         std::shared_ptr<const std::string> text;
         std::uint64_t leftOut = 0;
@@ -68,7 +68,7 @@ struct BackgroundWriter::State {
     State(Destination to, std::function<void()> atEnd, std::size_t most)
         : destination(std::move(to)), mostWaiting(most), onEnd(std::move(atEnd)) {}
 
-    // The lock is held for all of these.
+    // All of these are called under the lock.
 
     bool IsIdle() const { return items.empty() && !current; }
 
@@ -81,7 +81,7 @@ struct BackgroundWriter::State {
         leftOut += lines;
     }
 
-    // Nobody is there to take `text`: it goes into the gap at the end.
+    // Adds `text` to the gap at the end of the queue.
     void LeaveOutAtEnd(std::string_view text) {
         if (items.empty() || items.back().text) {
             items.emplace_back();
@@ -89,7 +89,7 @@ struct BackgroundWriter::State {
         LeaveOut(items.back(), text);
     }
 
-    // After a gap there is to be room for a good deal, so that gaps are few.
+    // A gap ends only once half of the queue is free, so that gaps are few.
     bool HasRoomFor(std::size_t size) const {
         const bool inGap = !items.empty() && !items.back().text;
         return waiting == 0 || waiting + size <= (inGap ? mostWaiting / 2 : mostWaiting);
@@ -119,7 +119,7 @@ struct BackgroundWriter::State {
         offset = 0;
     }
 
-    // Lets go of what remains of `current`, to the gap that follows it.
+    // Moves the rest of `current` into the gap that follows it.
     void SkipRest() {
         const std::string_view rest = std::string_view(*current).substr(offset);
         if (!rest.empty()) {
@@ -212,7 +212,7 @@ void BackgroundWriter::Start() {
         return;
     }
     try {
-        const StopSignalsHeldBack held; // they are for the thread that waits for them
+        const StopSignalsHeldBack held; // they belong to the stop-signal watcher
         m_thread = std::thread([state = m_state] { Run(state); });
     } catch (const std::system_error& error) {
         m_state->End(Sprintf(L"A thread to write with could not be made: pthread_create failed; errno=%d: %s",
@@ -285,7 +285,7 @@ void BackgroundWriter::GiveUp() {
     for (const State::Item& item : m_state->items) {
         m_state->leftOut += item.text ? LinesIn(*item.text) : 0;
     }
-    // What is being written stays: the thread may be in it.
+    // `current` stays: the thread may be writing it.
     m_state->items.clear();
     m_state->done = true;
     m_state->changed.notify_all();

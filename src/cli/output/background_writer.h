@@ -1,8 +1,7 @@
-// Text on its way to something that may not take it: a pipe that nobody reads, a stopped terminal, a slow
-// disk.
+// Writes text to a destination that may block: a pipe without a reader, a stopped terminal, a slow disk.
 //
-// A thread of its own writes and waits; whoever has text hands it over and goes on. What waits is bounded:
-// beyond the bound whole lines are left out, and a line stands in their place that says how many.
+// A thread of its own writes and waits; the caller queues its text and goes on. The queue is bounded:
+// beyond that whole lines are left out, and one line in their place says how many.
 #pragma once
 
 #include <chrono>
@@ -20,47 +19,49 @@ class BackgroundWriter {
 public:
     static constexpr std::size_t kMostWaiting = std::size_t{32} * 1024 * 1024;
 
-    // The functions run on the writer's thread, which may outlive this object when it is stuck in them:
+    // The functions run on the writer's thread, which may outlive this object while it is blocked in them:
     // they must own what they use.
     struct Destination {
-        // Writes all of the text, for as long as it takes. The sentence about a failure, empty when there is
-        // none. After a failure it is not called again.
+        // Writes all of the text; may block. Returns a sentence about a failure, empty if there is none.
+        // Not called again after a failure.
         std::function<std::wstring(std::string_view text)> write;
-        // After the last text: likewise. May be empty.
+        // Called after the last text; likewise. May be null.
         std::function<std::wstring()> finish = nullptr;
-        // It never takes for ever, however slow it is: an ordinary file. Worth waiting for.
+        // A write always ends, however slow it is: an ordinary file. Waited for at the end.
         bool isPatient = false;
     };
 
-    // `onEnd` is called once, when nothing more will be written, and never after the destructor has begun.
+    // `onEnd` is called once, under the writer's lock, after the last text or a failure, but not after
+    // GiveUp() or the destructor, nor if there was nothing to write.
     explicit BackgroundWriter(Destination destination, std::function<void()> onEnd = nullptr,
                               std::size_t mostWaiting = kMostWaiting);
-    // Waits for nothing: what is not written by now may never be.
+    // Does not wait: text that is not written yet may be lost. A blocked thread is detached.
     ~BackgroundWriter();
     BackgroundWriter(const BackgroundWriter&) = delete;
     BackgroundWriter& operator=(const BackgroundWriter&) = delete;
 
-    // All of these return at once, but for WaitUntilIdle. One thread.
+    // All of these return at once, except WaitUntilIdle. One thread.
 
-    // Takes whole lines. The first call makes the thread; that it cannot be made is a failure of writing.
+    // Queues whole lines. The first call starts the thread; if the system has none to give, that is a
+    // failure of writing.
     void Append(std::shared_ptr<const std::string> lines);
-    // No more will come.
+    // Ends the queue: no Append() may follow.
     void Close();
-    // Leaves out what waits, but for its last lines (64 Kbytes at most).
+    // Leaves out the queue except its last lines (64 Kbytes at most).
     void SkipToLastLines();
-    // Takes no notice any more of what is still to be written: IsDone from now on.
+    // Gives up the rest of the queue: IsDone() from now on.
     void GiveUp();
 
-    // Everything is written, or something has failed. After Close or a failure.
+    // True after everything was written, a failure or GiveUp().
     bool IsDone() const;
     bool IsPatient() const;
-    // Nothing waits to be written.
+    // True if the queue is empty.
     bool IsIdle() const;
-    // Waits for that, at most so long.
+    // Waits for that or the end, at most `limit`.
     void WaitUntilIdle(std::chrono::milliseconds limit) const;
-    // The sentence about the first failure; empty when there was none.
+    // The sentence about the first failure; empty if there was none.
     std::wstring Problem() const;
-    // Lines so far.
+    // Lines left out so far.
     std::uint64_t LinesLeftOut() const;
 
 private:

@@ -15,12 +15,12 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kMostWaiting = std::size_t{1024} * 1024;
-// Until then what was said stands where it was said, unless nobody takes it.
+// How long Complain() waits for its text to be written, so that it keeps its place among other output.
 constexpr std::chrono::milliseconds kMoment = 50ms;
 
 BackgroundWriter& ErrorWriter() {
     static BackgroundWriter writer({[](std::string_view text) {
-                                       WriteAll(stderr, text); // whom could a failure be told?
+                                       WriteAll(stderr, text); // there is nowhere to report a failure
                                        return std::wstring();
                                    }},
                                    nullptr, kMostWaiting);
@@ -39,7 +39,7 @@ void Say(std::string text) {
     const auto shared = std::make_shared<const std::string>(std::move(text));
     writer.Append(shared);
     if (!writer.Problem().empty()) {
-        WriteAll(stderr, *shared); // there is no thread to do it
+        WriteAll(stderr, *shared); // there is no thread for it
     } else if (wasIdle) {
         writer.WaitUntilIdle(kMoment);
     }

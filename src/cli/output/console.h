@@ -1,7 +1,7 @@
-// What the program says besides the document: everything here goes to standard error.
+// The program's messages beside the document, on standard error.
 //
-// Nothing here waits for a reader: a thread writes, which is given a moment so that what is said comes before
-// what is said next on the same terminal.
+// A thread writes them, so that a missing reader does not block the caller; it waits 50 ms at most, so that
+// messages keep their place among other output of the same terminal. Without a thread the caller writes.
 #pragma once
 
 #include <chrono>
@@ -18,15 +18,14 @@ enum ExitStatus : int {
     kExitFailure = 2,
 };
 
-// Writes "vnxtest-cli: ", the text and a line end; further lines of the text stand below as they are.
-// Any thread.
+// Writes "vnxtest-cli: ", the text and a line end; further lines of the text follow unchanged. Any thread.
 void Complain(std::wstring_view text);
 
-// Waits until everything is written; without a limit for as long as that takes. Any thread.
+// Waits until everything is written, at most `limit` (nullopt: without limit). Any thread.
 void AwaitComplaints(std::optional<std::chrono::milliseconds> limit);
 
-// One line that overwrites itself while a long command works; an empty text removes it. Only shown to
-// somebody who looks at a terminal and does not see the document there already. Main thread.
+// One line that overwrites itself during a long command; an empty text removes it. Shown only if standard
+// error is a terminal and the document does not go to one. Main thread.
 class Progress {
 public:
     Progress();

@@ -11,7 +11,7 @@ namespace vnxtest {
 
 namespace {
 
-// What the library says of something that takes more rights than there are (DebugLines::TellRefusal).
+// The mark of a library's line about missing rights (DebugLines::TellRefusal).
 constexpr std::string_view kRefusalMark = " may not be opened by this program itself. ";
 
 constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
@@ -31,7 +31,7 @@ std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
 
 BackgroundWriter::Destination WriteTo(std::FILE* stream) {
     const auto write = [stream](std::string_view text) {
-        // Out at once: what was said must be seen even if the program is killed.
+        // Unbuffered: lines must be seen even if the program is killed.
         if (WriteAll(stream, text)) {
             return std::wstring();
         }
@@ -68,7 +68,7 @@ bool DocumentOutput::OpenFile(const std::filesystem::path& path) {
 
 void DocumentOutput::Write(std::string text) {
     NoteFailures(text);
-    text.shrink_to_fit(); // it may have to wait, and what waits is bounded
+    text.shrink_to_fit(); // the queue is bounded by bytes in use
     const auto lines = std::make_shared<const std::string>(std::move(text));
     m_stream.Append(lines);
     if (m_fileWriter) {
@@ -104,10 +104,9 @@ std::wstring DocumentOutput::LeftOut() const {
     }
     if (const std::uint64_t count = m_fileWriter ? m_fileWriter->LinesLeftOut() : 0; count > 0) {
         text += text.empty() ? L"" : L"\n";
-        text +=
-            Sprintf(L"The file of --output could not be written fast enough: %u lines of the document are "
-                    L"missing there.",
-                    count);
+        text += Sprintf(
+            L"The file of --output could not be written fast enough: %u lines of the document are missing there.",
+            count);
     }
     return text;
 }

@@ -1,7 +1,7 @@
-// Where the document goes: standard output, and a file when one was asked for.
+// The document's destinations: standard output, and a file if one was asked for.
 //
-// Both get the same text, each at its own pace: a writer of its own waits for it (background_writer.h),
-// so nothing here waits for a reader or a disk. The file appears at the end, whole. One thread.
+// Both get the same text, each through its own writer (background_writer.h), so the caller waits for
+// neither a reader nor a disk. The file appears at the end, whole. One thread.
 #pragma once
 
 #include <cstdio>
@@ -18,36 +18,36 @@ namespace vnxtest {
 
 class DocumentOutput {
 public:
-    // `onEnd` is called on any thread when one of the two has failed or is finished, never after this is
-    // gone.
+    // `onEnd` is called on any thread when one of the two has failed or is finished, not after the
+    // destructor.
     explicit DocumentOutput(std::FILE* stream, std::function<void()> onEnd = nullptr);
 
-    // Begins the file. False when it cannot be written; Problem() says why.
+    // Begins the file. False, with Problem(), if it cannot be written.
     bool OpenFile(const std::filesystem::path& path);
-    // The file, which is not open when none was asked for. Not after the first Write.
+    // The file, which is not open if none was asked for. Not after the first Write().
     const AtomicFile& File() const { return *m_file; }
 
-    // Hands `text` (UTF-8, lines ended by "\n") to both. What has failed gets nothing more; the other one
+    // Queues `text` (UTF-8, lines ended by "\n") for both. A failed one gets no more text; the other one
     // does.
     void Write(std::string text);
 
-    // No more will come: what waits is written, and the file is put in its place then.
+    // Ends the text: the rest is written, and then the file is moved into place.
     void Close();
-    // Those that write, to be waited for after Close.
+    // The writers, to be waited for after Close().
     std::vector<BackgroundWriter*> Writers();
 
-    // Something could not be written: there is no use in going on.
+    // True if something could not be written.
     bool HasFailed() const { return !Problem().empty(); }
-    // Whole sentences about it.
+    // Whole sentences about that; empty without a failure.
     std::wstring Problem() const;
-    // Whole sentences about lines that were left out so far; empty when there were none.
+    // Whole sentences about lines left out so far; empty if there were none.
     std::wstring LeftOut() const;
 
-    // The last message of a failure that went through since ForgetFailures: its line, and the one below when
-    // the message has two. Without time stamps; empty when there was none.
+    // The last failure message written since ForgetFailures(): its line, and the next one if the message
+    // has two. Without time stamps; empty if there was none.
     const std::wstring& LastFailureMessage() const { return m_lastFailure; }
-    // Before that failure the library said what this program may not open and what is to be done about it;
-    // it is a part of the message.
+    // True if the library has told before that failure what this program may not open and what to do; that
+    // is part of the message.
     bool WasRefused() const { return !m_refusal.empty(); }
     void ForgetFailures() {
         m_lastFailure.clear();
@@ -64,11 +64,12 @@ private:
     std::wstring m_openProblem;
     std::wstring m_lastFailure;
     bool m_failureGoesOn = false; // the next line belongs to m_lastFailure
-    std::wstring m_refusal;       // the lines of it
+    std::wstring m_refusal;       // its lines
     bool m_refusalGoesOn = false;
 };
 
-// What writes `file` and commits it at the end; `what` begins the sentences about its failures.
+// A destination that writes `file` and commits it at the end; `what` begins the sentences about its
+// failures.
 BackgroundWriter::Destination WriteTo(const std::shared_ptr<AtomicFile>& file, const std::wstring& what);
 
 } // namespace vnxtest

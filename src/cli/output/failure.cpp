@@ -15,8 +15,8 @@ namespace vnxtest {
 
 namespace {
 
-constexpr wchar_t kNoMemory[] = L"The program cannot go on: there is not enough memory. A larger limit helps "
-                                L"(ulimit -v), or other programs that end.";
+constexpr wchar_t kNoMemory[] =
+    L"The program cannot go on: there is not enough memory. A larger limit helps (ulimit -v), or other programs that end.";
 
 // A system_error's text is "CALL: TEXT", or the text alone.
 std::wstring CallOf(const std::system_error& failure) {
@@ -31,7 +31,7 @@ std::wstring DescribeSystemError(const std::system_error& failure) {
     std::wstring text =
         Sprintf(L"The program cannot go on: %s failed; errno=%d: %s", CallOf(failure), code, StrError(code));
     if (failure.code() == std::errc::resource_unavailable_try_again) {
-        // What making a thread says to each of these limits.
+        // The error of a new thread for each of these limits.
         text += L"\nA larger limit of processes or of memory helps (ulimit -u, ulimit -v).";
     } else if (failure.code() == std::errc::too_many_files_open) {
         text += L"\nA larger limit of open files helps (ulimit -n).";

@@ -1,4 +1,4 @@
-// What the program says when it cannot go on: no memory, no thread, no descriptor.
+// The messages of a program that cannot go on: no memory, no thread, no descriptor.
 #pragma once
 
 #include <exception>
@@ -6,11 +6,11 @@
 
 namespace vnxtest {
 
-// The call that failed, its code and its text, and what may help. Any thread.
+// The failed call, its code and its text, and what may help. Any thread.
 std::wstring DescribeFailure(const std::exception& failure);
 
-// For std::set_terminate: says the same about a failure that nobody has caught, on whatever thread, and ends
-// the program with status 2. The system takes back what was open.
+// For std::set_terminate: writes the same about an uncaught exception, on any thread, and ends the program
+// with status 2. The system closes what was open.
 [[noreturn]] void EndAfterFailure();
 
 } // namespace vnxtest

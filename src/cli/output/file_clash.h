@@ -1,4 +1,4 @@
-// Files of one run that must not be the same one.
+// Checks that the files of one run are different files.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace vnxtest {
 
-// What is wrong with the files of --output and --json, whether open or not: one file for two purposes would
-// lose what it got first, and the same file can go by several paths. Empty when nothing is. `libraryName` as
-// on the command line.
+// A sentence about a clash of the files of --output and --json, open or not: with each other, with standard
+// output or error, the library's file or the profile, by whatever paths; one file for two purposes would
+// lose its first content. Empty without a clash. `libraryName` as on the command line.
 std::wstring FindFileClash(const AtomicFile& output, const AtomicFile& json, const std::wstring& libraryName);
 
 } // namespace vnxtest

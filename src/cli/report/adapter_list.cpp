@@ -25,7 +25,7 @@ bool HasAddress(const HostAdapter& adapter) {
     return !adapter.address.IsZero();
 }
 
-// As the system has the names, and as they are shown.
+// By the system's name or the name as shown.
 bool IsNamed(const HostAdapter& adapter, std::wstring_view name) {
     return std::ranges::any_of(
         std::array{TrimBlanks(adapter.connection), Identifier(adapter), TrimBlanks(adapter.driverName)},

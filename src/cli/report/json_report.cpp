@@ -111,7 +111,7 @@ Json InterfaceJson(const INTERFACE_INFO& info, std::size_t index) {
 } // namespace
 
 std::string JsonText(const Json& value) {
-    // A text that is not UTF-8 (a library's, a host name's) must not cost the whole result.
+    // A text that is not UTF-8 (of a library, a host name) must not lose the whole result.
     return value.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

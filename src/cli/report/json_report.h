@@ -12,20 +12,19 @@
 
 namespace vnxtest {
 
-// Keeps its members in the order in which they were put in, so that a reader finds them where the
-// description has them.
+// Keeps its members in the order of insertion, which is that of the description.
 using Json = nlohmann::ordered_json;
 
-// Goes up when a field changes its meaning or goes; new fields leave it.
+// Increases if a field changes its meaning or is removed; not for new fields.
 inline constexpr int kJsonVersion = 1;
 
-// What a run leaves to tell. Interfaces that were not used are null.
+// The results of a run. Unused interfaces are null.
 struct RunResults {
     std::wstring library;
     std::wstring whyNotThePackage; // of a library that was taken in its place
     std::wstring command;
     std::array<const INTERFACE_INFO*, 2> interfaces{};
-    const PingTestResult* ping = nullptr; // null when no ping test was started
+    const PingTestResult* ping = nullptr; // null if no ping test was started
     int exitStatus = 0;
     std::wstring problem; // empty with status 0
 };
@@ -33,7 +32,7 @@ struct RunResults {
 // The whole text, UTF-8, ended by a line end.
 std::string RunResultsJson(const RunResults& results);
 
-// `value` as it is written: two blanks of indentation, ended by a line end.
+// The text of `value`: indented by two blanks, ended by a line end, UTF-8.
 std::string JsonText(const Json& value);
 
 } // namespace vnxtest

@@ -26,9 +26,9 @@ std::wstring DescribeDroppedFrames(const INTERFACE_INFO& info, int index) {
         return {};
     }
     const std::uint32_t size = info.statistics.kernelBufferSize / kKilo;
-    std::wstring text = Sprintf(L"note: %d frames for interface %d were dropped unread, for the driver's "
-                                L"buffer of %uK was full. A ping that was lost may be among them.",
-                                dropped, index + 1, size);
+    std::wstring text = Sprintf(
+        L"note: %d frames for interface %d were dropped unread, for the driver's buffer of %uK was full. A ping that was lost may be among them.",
+        dropped, index + 1, size);
     if (size < kDriverBufferRange.highest) {
         text += Sprintf(L" A larger buffer holds more: --driver-buffer %u.",
                         std::min(size * 4, kDriverBufferRange.highest));

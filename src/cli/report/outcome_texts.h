@@ -1,4 +1,4 @@
-// What standard error says of a run that did not go as it should.
+// Texts for standard error about a run with faults. Any thread.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@
 
 namespace vnxtest {
 
-// A ping could not be written; `failure` is what the document says of it.
+// A ping could not be written; `failure` is the document's message about it.
 std::wstring DescribeWriteFailure(const PingPlan& plan, const std::wstring& failure);
 
-// Frames that the driver of interface 0 or 1 dropped unread: they were lost on this machine and not on the
-// way. Empty when there were none. After the interface was closed.
+// Frames that the driver of interface 0 or 1 dropped unread: lost on this machine, not on the network.
+// Empty if there were none. Called after the interface was closed.
 std::wstring DescribeDroppedFrames(const INTERFACE_INFO& info, int index);
 
 } // namespace vnxtest

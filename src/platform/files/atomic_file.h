@@ -1,14 +1,14 @@
 // A file that appears whole or not at all.
 //
-// What is written has no name, or a temporary one beside the destination where the file system has no
-// files without a name; Commit() puts it in the destination's place in one step, so that a reader sees
-// the old content or the new one and a failure on the way (full disk, lost power, end of the program)
-// leaves the old one untouched. One thread at a time.
+// The new file has no name, or a temporary one beside the destination if the file system has no unnamed
+// files. Commit() puts it in the destination's place in one step, so that a reader sees the old content or
+// the new one, and a failure (full disk, lost power, end of the program) leaves the old one untouched. One
+// thread at a time.
 //
-// Names are taken byte for byte. On Linux every step goes by the descriptor of the destination's folder,
-// so that nobody can put another file there between a check and its use; and in a folder with the sticky
-// bit what others have put there is neither followed nor replaced (protected_symlinks, protected_regular
-// and protected_fifos of proc(5), whatever the system's own setting is).
+// Names are taken byte for byte. On Linux every step uses the descriptor of the destination's folder, so
+// that no file can be swapped between a check and its use. In a folder with the sticky bit other users'
+// links and files are neither followed nor replaced (protected_symlinks, protected_regular and
+// protected_fifos of proc(5), whatever the system's setting).
 #pragma once
 
 #include <cstdio>
@@ -38,37 +38,37 @@ public:
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
 
-    // Begins the file. A symbolic link is followed: the file it points at is replaced, the link stays.
-    // A replaced file keeps its owner, its group, its permission bits and its access control list where the
-    // writer may set them, and never a set-user-ID, set-group-ID or sticky bit. The user's temporary files
-    // that an end without warning left in the folder are removed. False when it cannot be written there;
-    // Problem() says why.
+    // Begins the file. A symbolic link is followed: the file it points at is replaced, the link stays. A
+    // replaced file keeps its owner, its group, its permission bits and its access control list if the
+    // writer may set them, and never a set-user-ID, set-group-ID or sticky bit. Temporary files of the user
+    // that a killed process left in the folder are removed. False, with Problem(), if the file cannot be
+    // written there.
     bool Open(const std::filesystem::path& path, FileAccess access,
               SpecialFiles special = SpecialFiles::WriteThrough);
     // Appends `bytes`. After a failure every further call fails.
     bool Write(std::string_view bytes);
-    // Brings everything to the disk and puts it in the destination's place. After a failure the
-    // destination is as it was and the temporary file is gone.
+    // Flushes everything to the disk and moves it into the destination's place. After a failure the
+    // destination is unchanged and the temporary file is removed.
     bool Commit();
-    // Gives the file up and removes the temporary file. Does nothing when none is open.
+    // Discards the file and removes the temporary file. No effect if none is open.
     void Discard();
 
     bool IsOpen() const;
-    // What is written goes to a pipe, a terminal or a device directly.
+    // True if writes go directly to a pipe, a terminal or a device.
     bool IsWrittenThrough() const;
 
-    // The destination is that of `other`, by whatever path. Both are open.
+    // True if the destination is that of `other`, by whatever path. Both are open.
     bool IsSameAs(const AtomicFile& other) const;
-    // The destination is the file at `path` or, on Linux, would become it.
+    // True if the destination is the file at `path` or, on Linux, would become it.
     bool IsSameAs(const std::filesystem::path& path) const;
-    // The destination is an ordinary file that `stream` writes to, also by the name of a descriptor
+    // True if the destination is an ordinary file that `stream` writes to, also by the name of a descriptor
     // (/dev/stdout).
     bool IsSameAs(std::FILE* stream) const;
 
-    // Where the uncommitted content lies; empty when it has no name.
+    // The path of the uncommitted content; empty if it has no name.
     std::filesystem::path TemporaryPath() const;
-    // One sentence about the first failure: the call, the file, the code and its text. Empty when
-    // there was none.
+    // One sentence about the first failure: the call, the file, the code and its text. Empty if there was
+    // none.
     const std::wstring& Problem() const { return m_problem; }
 
 private:

@@ -41,7 +41,7 @@ bool IsSame(const struct stat& left, const struct stat& right) {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
-// A folder, a name in it, and what that name stands for now.
+// A folder, a name in it, and the file that the name stands for now.
 struct Place {
     Descriptor folder; // O_PATH
     struct stat folderStatus {};
@@ -67,7 +67,7 @@ bool MayReplace(const Place& place) {
     return !protects || place.status.st_uid == geteuid() || place.status.st_uid == place.folderStatus.st_uid;
 }
 
-// Goes one step: to the folder of `path`, as seen from `place.folder`, and to the last name in it.
+// One step: opens the folder of `path`, relative to `place.folder`, and takes the last name in it.
 bool Enter(Place& place, const std::string& path) {
     const std::size_t slash = path.rfind('/');
     place.name = path.substr(slash + 1); // npos + 1 is 0
@@ -85,7 +85,7 @@ bool Enter(Place& place, const std::string& path) {
     return place.exists || errno == ENOENT;
 }
 
-// Reads the link that was looked at, not one that has taken its place since.
+// Reads the link that was examined, not one that has replaced it since.
 std::optional<std::string> ReadLink(const Place& place) {
     const Descriptor link(openat(place.folder.Get(), place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat opened {};
@@ -105,7 +105,7 @@ std::optional<std::string> ReadLink(const Place& place) {
     return target;
 }
 
-// Where `path` leads, behind all links.
+// The place that `path` leads to after all links.
 Search Find(const std::filesystem::path& path, Place& place) {
     std::string rest = path.native();
     for (int links = 0; links <= kMostLinks; ++links) {
@@ -149,8 +149,8 @@ std::string TemporaryName() {
     return name.append(kTemporaryEnd);
 }
 
-// Removes the user's own temporary files that nobody writes any more: whoever does holds a lock on his. Those
-// of others are theirs to remove, root's runs too.
+// Removes the user's own temporary files without a writer, which would hold a lock on its file. Other
+// users' files stay, also for root.
 void RemoveLeftovers(const Descriptor& folder) {
     const int readable = openat(folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     DIR* const stream = readable < 0 ? nullptr : fdopendir(readable);
@@ -173,7 +173,7 @@ void RemoveLeftovers(const Descriptor& folder) {
     closedir(stream);
 }
 
-// A file without a name, which can get one later: that takes the process's own entry in /proc.
+// An unnamed file that can get a name later, which needs the process's entry in /proc.
 Descriptor CreateUnnamed(const Descriptor& folder, mode_t mode) {
     Descriptor file(openat(folder.Get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
     struct stat own {};
@@ -192,7 +192,7 @@ Descriptor CreateNamed(const Descriptor& folder, mode_t mode, std::string& name)
         if (!file.IsOpen() && errno != EEXIST) {
             break;
         }
-        // Before it was locked another program may have taken it for a leftover.
+        // Before it was locked another program may have removed it as a leftover.
         struct stat status {};
         if (file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && fstat(file.Get(), &status) == 0 &&
             status.st_nlink > 0) {
@@ -206,7 +206,7 @@ Descriptor CreateNamed(const Descriptor& folder, mode_t mode, std::string& name)
 constexpr const char* kAccessList = "system.posix_acl_access";
 constexpr mode_t kEverybody = S_IRWXO;
 
-// The access control list (acl(5)) as the kernel gives it; empty where the file has none.
+// The access control list (acl(5)) as the kernel gives it; empty if the file has none.
 std::vector<char> AccessListOf(const Descriptor& file) {
     std::vector<char> list(XATTR_SIZE_MAX);
     const ssize_t size = fgetxattr(file.Get(), kAccessList, list.data(), list.size());
@@ -214,8 +214,8 @@ std::vector<char> AccessListOf(const Descriptor& file) {
     return list;
 }
 
-// What everybody may be given in place of a list: what everybody had, less what any entry but the owner's
-// denies, for those it is about are everybody as well without it.
+// The permissions of others without the list: those they had, less what any entry but the owner's denies,
+// since its subjects are others without it.
 mode_t EverybodyWithout(const std::vector<char>& list, mode_t mode) {
     mode_t left = mode & kEverybody;
     for (std::size_t at = sizeof(posix_acl_xattr_header); at + sizeof(posix_acl_xattr_entry) <= list.size();
@@ -227,10 +227,10 @@ mode_t EverybodyWithout(const std::vector<char>& list, mode_t mode) {
     return left;
 }
 
-// Sets the permission bits and, where there is one, the access control list, whose mask the group's bits of
-// `mode` are then. Where the list cannot be had the group gets nothing.
+// Sets the permission bits and the access control list, if any; the group's bits of `mode` are its mask. If
+// the list cannot be set the group gets no access.
 bool SetAccess(const Descriptor& file, mode_t mode, const std::vector<char>& list, bool groupKept) {
-    // The folder may have given the new file a list that the replaced one has not.
+    // The folder may have given the new file a list that the replaced one lacks.
     const bool clean = fremovexattr(file.Get(), kAccessList) == 0 || errno == ENODATA || errno == EOPNOTSUPP;
     if (!list.empty()) {
         mode = (mode & S_IRWXU) | EverybodyWithout(list, mode);
@@ -244,14 +244,14 @@ bool SetAccess(const Descriptor& file, mode_t mode, const std::vector<char>& lis
         return false;
     }
     if (!list.empty() && groupKept) {
-        // Sets the bits, too. Where it fails they are narrow already.
+        // Sets the bits, too. If it fails they are narrow already.
         [[maybe_unused]] const int set = fsetxattr(file.Get(), kAccessList, list.data(), list.size(), 0);
     }
     return true;
 }
 
-// Gives `file` the access of the one it will replace, as far as the writer may. The group's bits were
-// meant for the old group: another one gets what everybody has. `existing` is not open for a private file.
+// Gives `file` the access of the one it will replace, as far as the writer may. The group's bits were meant
+// for the old group: another one gets the permissions of others. `existing` is not open for a private file.
 bool TakeOverAccess(const Descriptor& file, const Descriptor& existing, const struct stat& replaced,
                     FileAccess access) {
     struct stat own {};
@@ -267,7 +267,7 @@ bool TakeOverAccess(const Descriptor& file, const Descriptor& existing, const st
         return false;
     }
     if (own.st_uid != replaced.st_uid) {
-        // Who may not give a file away keeps it.
+        // Without the right to give a file away it stays the writer's.
         [[maybe_unused]] const int given = fchown(file.Get(), replaced.st_uid, static_cast<gid_t>(-1));
     }
     return true;
@@ -293,7 +293,7 @@ struct AtomicFile::State {
 };
 
 const wchar_t* AtomicFile::State::OpenDirectly() {
-    // A descriptor's link may lead to an ordinary file: what is there already stays.
+    // A descriptor's link may lead to an ordinary file, whose content stays.
     const int how = place.isDescriptorLink ? O_APPEND : O_NOFOLLOW;
     file = Descriptor(openat(place.folder.Get(), place.name.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | how));
     struct stat opened {};
@@ -312,7 +312,7 @@ const wchar_t* AtomicFile::State::OpenDirectly() {
 const wchar_t* AtomicFile::State::Create(FileAccess access) {
     Descriptor existing;
     if (place.exists && access == FileAccess::Document) {
-        // To replace what may not be written would get round its protection.
+        // Replacing a file without write permission would bypass its protection.
         existing = Descriptor(openat(place.folder.Get(), place.name.c_str(),
                                      O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
         struct stat opened {};
@@ -327,7 +327,7 @@ const wchar_t* AtomicFile::State::Create(FileAccess access) {
     }
     RemoveLeftovers(place.folder);
     const bool usual = !place.exists && access == FileAccess::Document;
-    const mode_t mode = usual ? 0666 : 0600; // the kernel takes the user's mask off
+    const mode_t mode = usual ? 0666 : 0600; // the kernel applies the umask
     file = CreateUnnamed(place.folder, mode);
     if (!file.IsOpen()) {
         file = CreateNamed(place.folder, mode, temporary);
@@ -392,8 +392,7 @@ bool AtomicFile::Open(const std::filesystem::path& path, FileAccess access, Spec
         break;
     case Search::LinkOfSomebodyElse:
         return Refuse(
-            L"is a link of another user's in a folder that everybody may write: it is not followed. "
-            L"Choose another place.");
+            L"is a link of another user's in a folder that everybody may write: it is not followed. Choose another place.");
     case Search::Failed:
         Fail(L"open of");
         Discard();
@@ -404,12 +403,12 @@ bool AtomicFile::Open(const std::filesystem::path& path, FileAccess access, Spec
         errno = EISDIR;
         failed = L"open of";
     } else if (place.exists && !S_ISREG(place.status.st_mode) && special == SpecialFiles::Refuse) {
-        return Refuse(L"is no ordinary file but a pipe or a device, which cannot be replaced. Choose another "
-                      L"name.");
+        return Refuse(
+            L"is no ordinary file but a pipe or a device, which cannot be replaced. Choose another name.");
     } else if (place.exists && !MayReplace(place) &&
                (S_ISREG(place.status.st_mode) || S_ISFIFO(place.status.st_mode))) {
-        return Refuse(L"belongs to another user and lies in a folder that others may write, too: it is not "
-                      L"written. Choose another place.");
+        return Refuse(
+            L"belongs to another user and lies in a folder that others may write, too: it is not written. Choose another place.");
     } else if (place.exists && !S_ISREG(place.status.st_mode)) {
         failed = m_state->OpenDirectly();
     } else {

@@ -17,7 +17,7 @@ namespace {
 constexpr wchar_t kTemporaryStart[] = L".vnxtest-";
 constexpr wchar_t kTemporaryEnd[] = L".tmp";
 
-// What one file on a disk is known by, whatever name it was opened by.
+// The identity of a file on a disk, whatever name it was opened by.
 struct Identity {
     bool known = false;
     BY_HANDLE_FILE_INFORMATION information{};
@@ -54,7 +54,7 @@ Destination LookAt(const std::filesystem::path& path) {
     return found;
 }
 
-// One that is being written cannot be removed: its writer does not share that.
+// A file that is being written cannot be removed: its writer does not share deletion.
 void RemoveLeftovers(const std::filesystem::path& folder) {
     const std::filesystem::path pattern = folder / (std::wstring(kTemporaryStart) + L"*" + kTemporaryEnd);
     WIN32_FIND_DATAW found{};
@@ -72,7 +72,7 @@ void RemoveLeftovers(const std::filesystem::path& folder) {
 
 struct AtomicFile::State {
     std::filesystem::path target;
-    std::filesystem::path temporary; // empty when the destination is written to directly
+    std::filesystem::path temporary; // empty if the destination is written to directly
     Identity existing;
     HANDLE handle = INVALID_HANDLE_VALUE;
 
@@ -156,8 +156,8 @@ bool AtomicFile::Open(const std::filesystem::path& path, FileAccess, SpecialFile
     const Destination found = LookAt(m_state->target);
     m_state->existing = found.identity;
     if (found.isSpecial && special == SpecialFiles::Refuse) {
-        return Refuse(L"is no ordinary file but a pipe or a device, which cannot be replaced. Choose another "
-                      L"name.");
+        return Refuse(
+            L"is no ordinary file but a pipe or a device, which cannot be replaced. Choose another name.");
     }
     const wchar_t* failed = nullptr;
     if (found.isSpecial) {

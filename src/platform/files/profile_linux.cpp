@@ -34,15 +34,15 @@ namespace {
 constexpr const char* kFolder = kProductName;
 const std::string kFileName = std::string(kProductName) + ".conf";
 constexpr const char* kLockName = ".lock";
-// The profile holds nineteen short values; what is larger than this is not our file.
+// The profile holds nineteen short values; a larger file is not one.
 constexpr off_t kLargestFile = 1 << 20;
 // How long a write waits for another program that is writing.
 constexpr std::chrono::milliseconds kLockPatience{2000};
 // The writes of one set of values follow each other within this time.
 constexpr std::chrono::milliseconds kOneSet{1000};
 
-// The toolkit's messages of its lifetime, kept instead of shown: what it logs, and what it takes for
-// mistakes of ours although a damaged file alone can be at fault (a line "=1").
+// Captures the toolkit's messages during its lifetime: its log, and its assertions, which a damaged file
+// can cause (a line "=1").
 class LogCapture final : public wxLog {
 public:
     LogCapture()
@@ -73,8 +73,8 @@ private:
     std::wstring m_first;
 };
 
-// The folder that holds the users' configurations; empty when there is none. A relative
-// XDG_CONFIG_HOME is to be ignored.
+// The folder of the user's configuration files; empty if there is none. A relative XDG_CONFIG_HOME is
+// ignored (XDG Base Directory).
 std::string ConfigurationHome() {
     const char* configured = std::getenv("XDG_CONFIG_HOME");
     if (configured != nullptr && configured[0] == '/') {
@@ -88,7 +88,7 @@ std::string ConfigurationHome() {
     return home != nullptr && home[0] == '/' ? std::string(home) + "/.config" : std::string();
 }
 
-// Makes `folder` and what is missing above it, for the user alone.
+// Makes `folder` and missing folders above it, for the user alone.
 bool MakeFolders(const std::string& folder) {
     if (mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) {
         return true;
@@ -115,7 +115,7 @@ std::optional<std::uint32_t> ParseNumber(std::wstring_view text) {
 // By ProfileSection.
 constexpr std::array kSections = {L"/Settings", L"/SimulatedLan"};
 
-// A file of one section, read anew when it changed and rewritten whole under a lock, so that two
+// One section of a file that is read again if it changed and rewritten whole under a lock, so that two
 // programs that write at once keep each other's values.
 class FileProfile final : public Profile {
 public:
@@ -159,7 +159,7 @@ public:
     std::wstring LastProblem() const override { return m_problem; }
 
 private:
-    // What tells one state of the file from another: every write makes a new file.
+    // Identifies one state of the file: every write makes a new file.
     struct Identity {
         ino_t number = 0;
         off_t size = -1;
@@ -190,13 +190,12 @@ private:
         return Refuse(Sprintf(L"%s of %s failed; errno=%d: %s", call, FromUtf8(file), code, StrError(code)));
     }
 
-    // Brings what is in memory up to the file. False when there is a file that cannot be read: it
-    // must not be overwritten.
+    // Reads the file if it changed. False if it exists but cannot be read: it must not be overwritten.
     bool Refresh() {
         if (m_file.empty()) {
             return Refuse(L"There is no home folder to keep the settings in.");
         }
-        // Not blocking: what lies there may be a pipe that nobody writes to.
+        // Non-blocking: it may be a pipe without a writer.
         const Descriptor file(open(m_file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
         if (!file.IsOpen()) {
             const bool missing = errno == ENOENT;
@@ -241,7 +240,7 @@ private:
         return true;
     }
 
-    // Takes over the file's content; what cannot be understood is left out and told in m_problem.
+    // Takes over the file's content; unreadable parts are left out and told in m_problem.
     void Parse(const std::string& bytes) {
         std::wstring text = FromUtf8(bytes);
         bool foreign = ToUtf8(text) != bytes;
@@ -285,7 +284,7 @@ private:
         return TakeLock(lock, lockName) && Refresh() && Merge(name, value);
     }
 
-    // A set of values is stored one by one: after a wait in vain for the first the others are not waited for.
+    // A set of values is stored one by one: after a failed wait for the first the others do not wait.
     bool TakeLock(const Descriptor& lock, const std::string& lockName) {
         using Clock = std::chrono::steady_clock;
         const auto giveUp =
@@ -325,7 +324,7 @@ private:
             }
             bytes = ToUtf8(text.ToStdWstring());
         }
-        // What a damaged file held besides its values is kept beside it.
+        // The damaged file is kept beside the new one.
         if (m_damaged && !Replace(m_file + ".damaged", m_damagedBytes)) {
             return false;
         }
@@ -339,8 +338,8 @@ private:
         return true;
     }
 
-    // A file of the values alone that could be read: whatever else is written back as it stands would
-    // damage the file again, and every later reading would warn of it.
+    // Keeps the readable values only: other lines, written back, would damage the file again, with a
+    // warning at every reading.
     void LeaveDamageBehind() {
         wxStringInputStream nothing{wxString()};
         auto sound = std::make_unique<wxFileConfig>(nothing, wxConvUTF8);
@@ -376,13 +375,13 @@ private:
     std::optional<wxInitializer> m_toolkit; // first, so that it ends last
     const wxString m_section;
     std::string m_folder;
-    std::string m_file; // empty when there is no place for it
+    std::string m_file; // empty if there is no place for it
     std::unique_ptr<wxFileConfig> m_values;
-    std::optional<Identity> m_identity; // Of what is in memory; none: it must be read again.
+    std::optional<Identity> m_identity; // of the content in memory; nullopt: read again
     bool m_readable = true;
     bool m_damaged = false;
     std::string m_damagedBytes;
-    std::optional<std::chrono::steady_clock::time_point> m_gaveUp; // the last wait for the lock, in vain
+    std::optional<std::chrono::steady_clock::time_point> m_gaveUp; // end of the last failed wait for the lock
     std::wstring m_problem;
 };
 

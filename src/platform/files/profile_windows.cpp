@@ -38,7 +38,7 @@ private:
     HKEY m_key = nullptr;
 };
 
-// Each value is written by one call of the system, which other programs see whole or not at all.
+// Each value is written by one call of the system, so other programs see it whole or not at all.
 class RegistryProfile final : public Profile {
 public:
     explicit RegistryProfile(ProfileSection section)
@@ -55,7 +55,7 @@ public:
             result = RegQueryValueExW(key.Get(), value.c_str(), nullptr, &kind,
                                       reinterpret_cast<BYTE*>(&number), &size);
         }
-        // What is longer than a number is none.
+        // A value longer than a number is none.
         if (result == ERROR_MORE_DATA) {
             result = ERROR_SUCCESS;
         }
@@ -117,7 +117,7 @@ public:
     std::wstring LastProblem() const override { return m_problem; }
 
 private:
-    // False when the call failed for another reason than that there is nothing yet.
+    // False if the call failed, except because the key or value does not exist yet.
     bool MayUse(const wchar_t* call, const std::wstring& name, LSTATUS result) {
         if (result == ERROR_SUCCESS || result == ERROR_FILE_NOT_FOUND) {
             return true;
@@ -138,7 +138,7 @@ private:
         return result == ERROR_SUCCESS || (MayUse(L"RegSetValueEx", value, result) && Missing(value));
     }
 
-    // Writing makes the key: that it is not found means that it was removed in between.
+    // Writing makes the key: not found means that it was removed in between.
     bool Missing(const std::wstring& name) {
         m_problem = Sprintf(L"%s\\%s could not be written: the key was removed meanwhile.", Location(), name);
         return false;

@@ -46,7 +46,7 @@ private:
     int m_handle;
 };
 
-// Where the request goes out, and under which addresses.
+// The interface of the request, and its source addresses.
 struct ProbePath {
     std::uint32_t interfaceIndex = 0;
     Ipv4Address source;
@@ -58,7 +58,7 @@ std::uint32_t LastErrno() {
     return static_cast<std::uint32_t>(errno);
 }
 
-// Asks the kernel which way it would take.
+// Queries the kernel's route.
 std::uint32_t LookUpRoute(Ipv4Address destination, ProbePath& path) {
     KernelRoute route;
     if (const int code = FindRoute(destination, 0, route)) {
@@ -117,7 +117,7 @@ std::uint32_t ChoosePath(Ipv4Address destination, Ipv4Address source, ProbePath&
     return code != 0 ? code : ReadInterface(path);
 }
 
-// Reads what has come until `until`; true when the answer was among it.
+// Reads frames until `until`; true if the answer was among them.
 bool AwaitReply(int handle, Ipv4Address destination, Clock::time_point until, MacAddress& mac) {
     while (true) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
@@ -200,7 +200,7 @@ std::uint32_t ProbeArp(Ipv4Address destination, Ipv4Address source, MacAddress& 
         mac = path.sourceMac;
         return 0;
     }
-    // Protocol 0 until it is bound: nothing of other interfaces comes in meanwhile.
+    // Protocol 0 until it is bound, so that no frames of other interfaces come in meanwhile.
     const Socket wire(AF_PACKET, SOCK_DGRAM, 0);
     if (wire.Handle() >= 0) {
         return Exchange(wire.Handle(), destination, path, mac);

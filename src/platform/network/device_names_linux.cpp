@@ -17,12 +17,12 @@ DeviceNames GetDeviceNames() {
     pcap_if_t* list = nullptr;
     SetLastError(0);
     if (pcap_findalldevs(&list, message) != 0) {
-        // The library gives a text alone; the call that failed beneath it has left its code.
+        // The library gives a text only; errno is that of the call that failed beneath it.
         result.code = LastError() != 0 ? LastError() : static_cast<std::uint32_t>(EIO);
     }
     const std::unique_ptr<pcap_if_t, decltype(&pcap_freealldevs)> owner(list, pcap_freealldevs);
     for (const pcap_if_t* device = list; device != nullptr; device = device->next) {
-        // libpcap also taps Bluetooth, USB, D-Bus and the packet filter: no packets of a network there.
+        // Leaves out libpcap's other sources: Bluetooth, USB, D-Bus, the packet filter.
         if (if_nametoindex(device->name) != 0) {
             result.names.push_back(ToWide(device->name));
         }

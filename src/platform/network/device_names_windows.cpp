@@ -13,7 +13,7 @@ DeviceNames GetDeviceNames() {
     DeviceNames result;
     std::vector<wchar_t> buffer(64U * 1024);
     DWORD length = 0;
-    // The call says that its buffer is too small, but not how large it should be.
+    // The call reports that its buffer is too small, but not the needed size.
     while ((length = QueryDosDeviceW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()))) == 0) {
         const DWORD code = GetLastError();
         if (code != ERROR_INSUFFICIENT_BUFFER || buffer.size() >= kLargest) {

@@ -9,10 +9,9 @@ namespace vnxtest {
 
 namespace {
 
-// A table grows between two calls by a few rows at most; a source that asks again and again does
-// not mean it.
+// A table grows by a few rows at most between two calls; a source that asks for more rounds is faulty.
 constexpr int kMaximumRounds = 64;
-// More than any host's routing table; what asks for more is not believed.
+// More than any host's routing table; a larger size is refused.
 constexpr std::uint32_t kMaximumTableSize = 512U * 1024 * 1024;
 
 bool IsTooSmall(std::uint32_t code) {

@@ -1,6 +1,5 @@
-// What the operating system tells of the host's networking: its parameters, IPv4 routes and IPv4 addresses,
-// and the ARP probe. Plain values, made by one source a platform (host_tables_linux.cpp,
-// host_tables_windows.cpp).
+// The host's network parameters, IPv4 routes and IPv4 addresses, and the ARP probe. Plain values, made by
+// one source a platform (host_tables_linux.cpp, host_tables_windows.cpp).
 #pragma once
 
 #include <cstdint>
@@ -13,7 +12,7 @@
 
 namespace vnxtest {
 
-// The NetBIOS node types. Where there is no NetBIOS it is not known.
+// The NetBIOS node types; Unknown on a system without NetBIOS.
 enum class NodeType : std::uint32_t { Unknown = 0, Broadcast = 1, PeerToPeer = 2, Mixed = 4, Hybrid = 8 };
 
 struct NetworkParameters {
@@ -26,8 +25,8 @@ struct NetworkParameters {
 struct HostRoute {
     Ipv4Address destination;
     Ipv4Address mask;
-    Ipv4Address nextHop;              // 0.0.0.0 when the destination is on the link
-    std::uint32_t interfaceIndex = 0; // 0 when the route leads to no interface
+    Ipv4Address nextHop;              // 0.0.0.0: the destination is on the link
+    std::uint32_t interfaceIndex = 0; // 0: the route leads to no interface
     std::uint32_t metric = 0;
     bool refuses = false; // packets are refused or dropped: there is no next hop
 
@@ -40,9 +39,8 @@ struct HostAddress {
     std::uint32_t interfaceIndex = 0;
 };
 
-// The source. A Read function puts a whole table, of the moment of the call, into its argument and returns 0;
-// else the code of the failure (FormatLastError knows its text), and the argument is not to be looked at.
-// User-interface thread.
+// The source. A Read function stores the whole present table in its argument and returns 0, or the code of
+// the failure (for FormatLastError), which leaves the argument undefined. User-interface thread.
 class HostTables {
 public:
     virtual ~HostTables() = default;
@@ -50,12 +48,12 @@ public:
     virtual std::uint32_t ReadParameters(NetworkParameters& parameters) = 0;
     // Ordered by destination.
     virtual std::uint32_t ReadRoutes(std::vector<HostRoute>& routes) = 0;
-    // Of an interface with several the primary one comes first.
+    // The primary address of an interface comes first.
     virtual std::uint32_t ReadAddresses(std::vector<HostAddress>& addresses) = 0;
 
-    // Asks on the wire for the MAC address of `destination` (RFC 826); source 0.0.0.0 lets the system choose.
-    // nullopt when nobody answered or it could not be asked. Bounded: about one second here, the system's own
-    // bound on Windows.
+    // Asks on the wire for the MAC address of `destination` (RFC 826); source 0.0.0.0 lets the system
+    // choose. Nullopt without an answer or if it cannot ask. Blocks: about one second on Linux, the
+    // system's own bound on Windows.
     virtual std::optional<MacAddress> SendARP(Ipv4Address destination, Ipv4Address source) = 0;
 };
 

@@ -19,7 +19,7 @@ namespace vnxtest {
 namespace {
 
 constexpr char kResolverFile[] = "/etc/resolv.conf";
-// Where systemd's local stub keeps the servers that it asks.
+// The file with the servers that systemd's local stub asks.
 constexpr char kStubServersFile[] = "/run/systemd/resolve/resolv.conf";
 constexpr std::string_view kStubAddress = "127.0.0.53";
 
@@ -72,7 +72,8 @@ public:
         for (const KernelRoute& route : kernel) {
             AppendRoute(route, routes);
         }
-        // Rows of one destination stay in the kernel's order (the longer mask, then the lower metric first).
+        // Stable: rows of one destination stay in the kernel's order (the longer mask, then the lower
+        // metric first).
         std::ranges::stable_sort(routes, {}, &HostRoute::destination);
         return 0;
     }

@@ -1,4 +1,4 @@
-// The IP helper's tables as they lie in its buffers, decoded. Windows only.
+// Decoding of the IP helper's tables. Windows only. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@
 
 namespace vnxtest {
 
-// Of a MIB_IPFORWARDTABLE and a MIB_IPADDRTABLE; never more rows than the buffer holds, whatever its count
-// says.
+// Decode a MIB_IPFORWARDTABLE and a MIB_IPADDRTABLE; never more rows than the buffer holds, whatever its
+// count.
 std::vector<HostRoute> DecodeRoutes(const std::vector<std::uint8_t>& table);
 std::vector<HostAddress> DecodeAddresses(const std::vector<std::uint8_t>& table);
 

@@ -25,7 +25,8 @@ std::vector<std::string> ParseNameServers(std::string_view text) {
         const std::size_t end = std::min(text.find('\n'), text.size());
         std::string_view line = text.substr(0, end);
         text.remove_prefix(std::min(end + 1, text.size()));
-        // The keyword stands in the first column and a blank follows, or the C library skips the line.
+        // As in the C library: the keyword in the first column, followed by a blank; else the line is
+        // skipped.
         if (!line.starts_with(kKeyword) || line.size() == kKeyword.size() ||
             kBlanks.find(line[kKeyword.size()]) == std::string_view::npos) {
             continue;

@@ -5,13 +5,13 @@
 
 namespace vnxtest {
 
-// Waits without limit until the socket can be read or has been shut down. True when it is ready to
-// be read; false when the wait failed or was broken off (the caller looks at its stop signal).
+// Waits without limit until the socket is readable or has been shut down. True if it is readable; false if
+// the wait failed or was interrupted (the caller then checks its stop event).
 bool WaitUntilReadable(std::int32_t handle);
 
-// Wakes whoever waits for the socket, for good: closesocket on Windows, where that ends a select;
-// a shutdown in both directions on Linux, where closing would leave the waiter asleep. The library
-// handle itself stays to be closed through the library.
+// Wakes the waiter for good, from another thread: closesocket on Windows, where that ends a select; a
+// shutdown in both directions on Linux, where closing would not wake it. The library's handle must still be
+// closed through the library.
 void WakeSocketWaiter(std::int32_t handle);
 
 } // namespace vnxtest

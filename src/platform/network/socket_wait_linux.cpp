@@ -6,7 +6,7 @@
 namespace vnxtest {
 
 bool WaitUntilReadable(std::int32_t handle) {
-    // poll rather than select: a handle above FD_SETSIZE is as good as any other.
+    // poll, not select: the handle may be above FD_SETSIZE.
     pollfd wait{handle, POLLIN, 0};
     return poll(&wait, 1, -1) > 0 && (wait.revents & (POLLIN | POLLHUP | POLLERR)) != 0;
 }

@@ -9,7 +9,7 @@ bool WaitUntilReadable(std::int32_t handle) {
     fd_set readSet;
     FD_ZERO(&readSet);
     FD_SET(socket, &readSet);
-    // The result says nothing that the read set does not; after a failure the set is not valid.
+    // After a failure the set is undefined.
     return select(0, &readSet, nullptr, nullptr, nullptr) > 0 && FD_ISSET(socket, &readSet) != 0;
 }
 

@@ -1,5 +1,4 @@
-// The rights that opening a virtual interface takes, how a user is given them, and how they are given
-// up again once they have done their work.
+// The rights needed to open a virtual interface, how to grant them, and how to give them up after use.
 #pragma once
 
 #include <optional>
@@ -12,35 +11,33 @@ enum class Privilege {
     NetworkAdministration, // to make network devices: CAP_NET_ADMIN; administrator on Windows
 };
 
-// This process has the right. Any thread.
+// True if this process has the right. Any thread.
 bool HasPrivilege(Privilege privilege);
 
-// Why this program does not run as it was started: its file has rights that its user has not (capabilities,
-// set-user-ID, set-group-ID), which a user's own code would get through it, too. Whole sentences with the
-// commands that mend it. Nullopt when it may run: nobody's rights are greater than his own, ambient
-// capabilities among them, which whoever gives them means for every program. As the first thing in main.
+// The refusal to run with rights that the user lacks but the program's file has (capabilities, set-user-ID,
+// set-group-ID): the user's own code, loaded into the program, would get them. Whole sentences with the
+// commands that mend it; nullopt if it may run. Ambient capabilities are the user's own. Called first in
+// main.
 std::optional<std::wstring> WhyNotWithRightsOfItsFile();
 
-// Something that takes the right can be opened: by this process, or for it by the helper `vnxtest-open`.
-// Any thread.
+// True if this process, or the helper `vnxtest-open` for it, can open what needs the right. Any thread.
 bool MayOpen(Privilege privilege);
 
-// Whole sentences that say what is missing for MayOpen and the exact command that grants it: to the helper,
-// never to the programs.
+// Whole sentences: what MayOpen lacks, and the exact command that grants it, to the helper, never to the
+// programs. Any thread.
 std::wstring HowToGrant(Privilege privilege);
 
-// What a running guest may still have to be allowed.
+// The rights that a running guest may still need.
 struct KeptPrivileges {
     bool network = false; // to open interfaces again
     bool files = false;   // as root, to save a file where root's own rights do not reach
 };
 
-// Gives up, in every thread of this process, every capability but those kept (capabilities(7)), from the
-// permitted set, so that none can be taken up again, and asks the kernel of every thread whether it is so.
-// False, with a sentence in `problem`, when a thread holds more after a second (one that blocks every signal
-// cannot be reached) or the kernel does not tell: the program must not go on then. Threads that run now are
-// meant; those they start have no more than they. True on Windows without doing anything: a token's rights
-// stay. One call at a time.
+// Gives up, in every thread of this process, all capabilities but those kept (capabilities(7)), from the
+// permitted set, so that none can be raised again, and verifies every thread with the kernel. False, with a
+// sentence in `problem`, if a thread holds more after a second (one that blocks every signal cannot be
+// reached) or the kernel does not tell: the program must not go on then. Threads started later inherit what
+// is left. True on Windows, without effect: a token's rights stay. Blocks; one call at a time.
 bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem);
 
 } // namespace vnxtest

@@ -38,14 +38,14 @@ bool HasCapability(Privilege privilege) {
     return (data[CAP_TO_INDEX(capability)].effective & CAP_TO_MASK(capability)) != 0;
 }
 
-// The kernel lets everybody use it, but some systems close its file. One that is not there at all is
-// made by nobody's right.
+// The kernel lets every user open it, but some systems restrict its file. If it does not exist, no right
+// helps.
 bool MayOpenTunDevice() {
     return access("/dev/net/tun", R_OK | W_OK) == 0 || errno != EACCES;
 }
 
-// Capabilities belong to a thread, so each thread has to give up its own: a signal makes it do so. What
-// is kept is set before the signal is sent.
+// Capabilities belong to a thread, so each thread must give up its own, in a signal handler. Set before the
+// signal is sent.
 std::uint64_t g_keptCapabilities = 0;
 
 std::uint64_t MaskOf(std::initializer_list<int> capabilities) {
@@ -56,7 +56,7 @@ std::uint64_t MaskOf(std::initializer_list<int> capabilities) {
     return mask;
 }
 
-// In a signal handler: system calls only. Whether it did is asked from outside.
+// A signal handler: system calls only. Its effect is verified by the sender.
 void GiveUpInThisThread(int) {
     const int code = errno;
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
@@ -66,15 +66,15 @@ void GiveUpInThisThread(int) {
             const auto kept = static_cast<std::uint32_t>(g_keptCapabilities >> (32 * word));
             data[word].permitted &= kept;
             data[word].effective &= kept;
-            data[word].inheritable = 0; // the ambient ones go with them
+            data[word].inheritable = 0; // clears the ambient ones, too
         }
         syscall(SYS_capset, &header, data);
     }
     errno = code;
 }
 
-// By what the kernel says of the thread. One that has ended holds nothing; one of which the kernel does not
-// tell holds everything.
+// By the kernel's answer: a thread that has ended holds nothing; one that the kernel does not tell about
+// counts as holding more.
 bool HoldsMore(pid_t thread) {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, thread};
     __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
@@ -95,8 +95,8 @@ std::vector<pid_t> ThreadsThatHoldMore() {
     return threads;
 }
 
-// This thread's permitted set beyond the ambient one. Behind execve(2) that is what the program's file
-// brought, but for root, who has all by being root.
+// True if this thread's permitted set exceeds the ambient one. After execve(2) the difference comes from
+// the program's file, except for root.
 bool HoldsMoreThanAmbient() {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
@@ -112,7 +112,7 @@ bool HoldsMoreThanAmbient() {
     return false;
 }
 
-// Asks these threads and waits for them. Leaves those that still hold more after a second.
+// Signals these threads and waits for them. Leaves in `threads` those that still hold more after a second.
 void AskToGiveUp(std::vector<pid_t>& threads, int signal) {
     using Clock = std::chrono::steady_clock;
     for (const pid_t thread : threads) {
@@ -140,13 +140,11 @@ std::optional<std::wstring> WhyNotWithRightsOfItsFile() {
     }
     const std::string program = ProgramPath();
     const std::string file = program.empty() ? "PROGRAM" : Quoted(program);
-    return Sprintf(L"This program's file has been given rights that you do not have (%s). It does not run "
-                   L"with them, for "
-                   L"any code that you bring into it would get them, too. Take them away with\n    sudo %s\n"
-                   L"Its helper alone may have rights, and opens adapters for it:\n    %s",
-                   std::wstring(setId ? L"set-user-ID or set-group-ID" : L"capabilities"),
-                   FromUtf8((setId ? "chmod u-s,g-s " : "setcap -r ") + file),
-                   FromUtf8(HelperCommand(HelperPath())));
+    return Sprintf(
+        L"This program's file has been given rights that you do not have (%s). It does not run with them, for any code that you bring into it would get them, too. Take them away with\n    sudo %s\n"
+        L"Its helper alone may have rights, and opens adapters for it:\n    %s",
+        std::wstring(setId ? L"set-user-ID or set-group-ID" : L"capabilities"),
+        FromUtf8((setId ? "chmod u-s,g-s " : "setcap -r ") + file), FromUtf8(HelperCommand(HelperPath())));
 }
 
 bool MayOpen(Privilege privilege) {
@@ -176,15 +174,14 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
         return false;
     }
     GiveUpInThisThread(signal);
-    // Done when a look at all threads finds none that holds more: what a thread has started before it was
-    // asked is seen in the next look.
+    // Repeated until no thread holds more: a thread that another one started before its signal is found in
+    // the next round.
     constexpr int kLooks = 10;
     std::vector<pid_t> threads;
     for (int look = 0; look < kLooks; ++look) {
         threads = ThreadsThatHoldMore();
         if (threads.empty()) {
-            // Nobody needs it any more, and one that arrives late must neither end the program nor make calls
-            // that are forbidden from here on.
+            // A late signal must neither end the program nor make calls that are forbidden from here on.
             std::signal(signal, SIG_IGN);
             return true;
         }
@@ -193,10 +190,9 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
             break;
         }
     }
-    problem =
-        Sprintf(L"The rights (capabilities) that are needed no more could not be given up by every thread of "
-                L"this program, and it does not go on with them. Thread %d still holds more.",
-                threads.empty() ? 0 : static_cast<int>(threads.front()));
+    problem = Sprintf(
+        L"The rights (capabilities) that are needed no more could not be given up by every thread of this program, and it does not go on with them. Thread %d still holds more.",
+        threads.empty() ? 0 : static_cast<int>(threads.front()));
     return false;
 }
 

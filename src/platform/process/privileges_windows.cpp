@@ -21,13 +21,11 @@ bool MayOpen(Privilege privilege) {
 }
 
 std::optional<std::wstring> WhyNotWithRightsOfItsFile() {
-    return std::nullopt; // a file has none here
+    return std::nullopt; // a file has no rights on Windows
 }
 
 std::wstring HowToGrant(Privilege) {
-    return L"This program needs administrator rights. Start it from a command prompt that was opened with "
-           L"\"Run as "
-           L"administrator\".";
+    return L"This program needs administrator rights. Start it from a command prompt that was opened with \"Run as administrator\".";
 }
 
 bool GiveUpPrivileges(const KeptPrivileges&, std::wstring&) {

@@ -12,10 +12,10 @@ namespace vnxtest {
 
 namespace {
 
-// The kernel's own limit (PID_MAX_LIMIT); what this system has set below it is told by /proc alone.
+// The kernel's limit (PID_MAX_LIMIT); the lower one of this system is known from /proc only.
 constexpr pid_t kLargestId = 4 * 1024 * 1024;
 
-// Empty when it cannot be read whole.
+// Empty if it cannot be read whole.
 std::vector<pid_t> ThreadsByProc() {
     std::vector<pid_t> threads;
     std::error_code error;
@@ -35,7 +35,7 @@ std::vector<pid_t> ThreadsByNumber() {
     std::vector<pid_t> threads;
     const pid_t process = getpid();
     for (pid_t id = 1; id <= kLargestId; ++id) {
-        if (syscall(SYS_tgkill, process, id, 0) == 0) { // signal 0 asks only whether it is there
+        if (syscall(SYS_tgkill, process, id, 0) == 0) { // signal 0: only checks that it exists
             threads.push_back(id);
         }
     }
@@ -46,7 +46,7 @@ std::vector<pid_t> ThreadsByNumber() {
 
 std::vector<pid_t> ThreadsOfThisProcess() {
     std::vector<pid_t> threads = ThreadsByProc();
-    // A /proc of another process namespace does not know the thread that asks.
+    // A /proc of another process namespace lacks the calling thread.
     const bool complete = std::find(threads.begin(), threads.end(), gettid()) != threads.end();
     return complete ? threads : ThreadsByNumber();
 }

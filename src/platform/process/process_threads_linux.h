@@ -7,9 +7,9 @@
 
 namespace vnxtest {
 
-// The ids of all threads of this process at the time of the call, among them those of libraries. From
-// /proc/self/task; where that cannot be read (no /proc, no free descriptor), by asking the kernel of every
-// number that a thread can have, which takes a second or two of a processor.
+// The ids of all threads of this process at the time of the call, those of libraries included. From
+// /proc/self/task; if that cannot be read (no /proc, no free descriptor), by probing every possible thread
+// id, which takes a second or two of processor time. Any thread.
 std::vector<pid_t> ThreadsOfThisProcess();
 
 } // namespace vnxtest

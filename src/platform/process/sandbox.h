@@ -1,30 +1,29 @@
-// What is left to the terminal program once its guest runs: a filter of system calls in every thread.
+// The filter of system calls of the terminal program with a running guest, in every thread (seccomp(2)).
 //
-// Code that a frame from the network could bring to do what it was not written for can then start nothing,
-// open nothing and load nothing.
+// Code that an attacker's frame has taken over can then start no program, open no file and load no library.
 #pragma once
 
 #include <string>
 
 namespace vnxtest {
 
-// This system has one. Linux: seccomp(2). Windows has nothing of the kind for a process that runs.
+// True on Linux. Windows has no such filter for a running process.
 bool HasSandbox();
 
-// To be called before there are threads: lets the filter's signal through, which the program's starter may
-// have blocked, so that a call that is not allowed can be named.
+// Called before there are threads: unblocks the filter's signal, which the parent process may have blocked,
+// so that a forbidden call can be named.
 void PrepareSandbox();
 
-// What is left beyond reading, writing and asking about the adapter.
+// The calls allowed besides reading, writing and queries about the adapter.
 struct SandboxNeeds {
-    bool everything = false; // every call; but nothing started from here ever has more rights (no_new_privs)
-    bool files = false;      // to put open files in their places
+    bool everything = false; // every call; only no_new_privs is set
+    bool files = false;      // to move open files into place
 };
 
-// Puts every thread of this process, and all that they start, under the filter; the kernel does so for all of
-// them or for none. Cannot be undone. A call that is not allowed ends the program with status 2 and a
-// sentence that names the call. False, with a sentence in `problem`, when the system refuses: nothing has
-// changed then. True on Windows without doing anything. One call at a time.
+// Puts every thread of this process, and all that they start, under the filter; the kernel does so for all
+// of them or for none. Cannot be undone. A forbidden call ends the program with status 2 and a sentence
+// that names the call. False, with a sentence in `problem`, if the system refuses; nothing has changed
+// then. True on Windows, without effect. One call at a time.
 bool EnterSandbox(const SandboxNeeds& needs, std::wstring& problem);
 
 } // namespace vnxtest

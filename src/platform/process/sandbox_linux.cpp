@@ -39,7 +39,7 @@ struct FilterDeleter {
 };
 using Filter = std::unique_ptr<void, FilterDeleter>;
 
-// The names of the system calls by number, made beforehand: in a signal handler nothing may be allocated.
+// The names of the system calls by number, prepared because a signal handler must not allocate.
 std::array<std::array<char, 32>, 512> g_callNames{};
 std::uint32_t g_architecture = 0; // this program's
 
@@ -54,16 +54,16 @@ void NoteCallNames() {
     }
 }
 
-// SIGSYS: the thread has made a call that is not allowed, and the kernel has not carried it out. Makes
-// allowed system calls only, and waits for nobody who does not read.
+// SIGSYS: the thread has made a forbidden call, which the kernel has not carried out. Makes allowed system
+// calls only, and waits one second at most for a reader of standard error.
 void EndForCall(int number, siginfo_t* info, void*) {
     if (info->si_code != kSentByFilter) {
-        // Somebody has sent it: the program ends by it, as it would without a filter, when this returns.
+        // Sent by another process: the program ends by it, as it would without a filter, when this returns.
         std::signal(number, SIG_DFL);
         raise(number);
         return;
     }
-    // Numbers of another architecture (a 32-bit program's, x32's) are not those of the names.
+    // The names do not apply to numbers of another architecture (32-bit, x32).
     const auto call = static_cast<std::size_t>(info->si_syscall);
     const bool named = info->si_arch == g_architecture && call < g_callNames.size();
     char digits[16] = {};
@@ -79,8 +79,7 @@ void EndForCall(int number, siginfo_t* info, void*) {
     say(named ? g_callNames[call].data() : "of another architecture");
     say(" (");
     say(digits);
-    say(") is not allowed to a running guest, and was not carried out. Please report this; the option "
-        "--no-sandbox runs without this check.\n");
+    say(") is not allowed to a running guest, and was not carried out. Please report this; the option --no-sandbox runs without this check.\n");
     pollfd room{STDERR_FILENO, POLLOUT, 0};
     if (poll(&room, 1, 1000) == 1) {
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text, length);
@@ -88,7 +87,7 @@ void EndForCall(int number, siginfo_t* info, void*) {
     _exit(2);
 }
 
-// A system call that stays, with what its arguments must be (none: anything).
+// A rule for a system call, with conditions on its arguments (none: any).
 struct Rule {
     int call;
     std::vector<scmp_arg_cmp> arguments{};
@@ -99,7 +98,7 @@ scmp_arg_cmp Equals(unsigned argument, std::uint64_t value) {
     return {argument, SCMP_CMP_EQ, value, 0};
 }
 
-// Of the bits in `mask` those in `value` are set and the others are not.
+// The argument's bits within `mask` equal `value`.
 scmp_arg_cmp HasBits(unsigned argument, std::uint64_t mask, std::uint64_t value) {
     return {argument, SCMP_CMP_MASKED_EQ, mask, value};
 }
@@ -116,7 +115,7 @@ std::vector<Rule> Freely(std::initializer_list<int> calls) {
     return rules;
 }
 
-// Memory, but none that can be run.
+// Memory, but none with execute permission.
 std::vector<Rule> CallsForMemory() {
     std::vector<Rule> rules = Freely({SCMP_SYS(brk), SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise)});
     rules.push_back({SCMP_SYS(mmap), {HasBits(2, PROT_EXEC, 0)}});
@@ -130,8 +129,8 @@ std::vector<Rule> CallsForThreads() {
         Freely({SCMP_SYS(futex), SCMP_SYS(rseq), SCMP_SYS(set_robust_list), SCMP_SYS(set_tid_address),
                 SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity), SCMP_SYS(getpid), SCMP_SYS(gettid),
                 SCMP_SYS(getpriority), SCMP_SYS(setpriority), SCMP_SYS(exit), SCMP_SYS(exit_group)});
-    // The flags of clone3 lie in memory, where a filter cannot look: the C library takes clone where it is
-    // not there.
+    // A filter cannot read the flags of clone3, which are in memory: without clone3 the C library uses
+    // clone.
     constexpr std::uint64_t kNamespaces = CLONE_NEWNS | CLONE_NEWCGROUP | CLONE_NEWUTS | CLONE_NEWIPC |
                                           CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNET;
     rules.push_back({SCMP_SYS(clone), {HasBits(0, CLONE_THREAD | kNamespaces, CLONE_THREAD)}});
@@ -163,12 +162,12 @@ std::vector<Rule> CallsOnDescriptors() {
     return rules;
 }
 
-// The guest's frames, and the questions about its adapter.
+// The guest's frames, and queries about its adapter.
 std::vector<Rule> CallsOfTheNetwork() {
     std::vector<Rule> rules;
-    // An address of a packet socket (20 bytes) names an adapter, and would send to another one than was
-    // opened; one of netlink has 12. sendmsg hides its address in memory and is not allowed: netlink/ asks by
-    // sendto.
+    // An address of a packet socket (20 bytes) names an adapter and could reach another one than was
+    // opened; one of netlink has 12 bytes. The address of sendmsg is in memory, so sendmsg is not allowed:
+    // netlink/ uses sendto.
     constexpr std::uint64_t kNetlinkAddress = sizeof(sockaddr_nl);
     static_assert(kNetlinkAddress < sizeof(sockaddr_ll));
     rules.push_back({SCMP_SYS(sendto), {AtMost(5, kNetlinkAddress)}});
@@ -185,8 +184,8 @@ std::vector<Rule> CallsOfTheNetwork() {
     return rules;
 }
 
-// Files that are open are put in their places. Reading another one fails as if it were not allowed: the C
-// library looks for a system's settings in files and does without.
+// Moving open files into place. Opening another one for reading fails with EACCES instead of ending the
+// program: the C library looks for settings in files and does without.
 std::vector<Rule> CallsOnFiles(bool save) {
     constexpr std::uint64_t kToWrite = O_ACCMODE | O_CREAT | O_TRUNC;
     std::vector<Rule> rules = save ? Freely({SCMP_SYS(fsync), SCMP_SYS(fdatasync), SCMP_SYS(rename),
@@ -200,7 +199,7 @@ std::vector<Rule> CallsOnFiles(bool save) {
 
 int AddRules(void* filter, const std::vector<Rule>& rules) {
     for (const Rule& rule : rules) {
-        // A negative number: this processor has no such call.
+        // A negative number: the architecture has no such call.
         const int code = rule.call < 0 ? 0
                                        : seccomp_rule_add_array(filter, rule.action, rule.call,
                                                                 static_cast<unsigned>(rule.arguments.size()),
@@ -216,7 +215,7 @@ int AddRules(void* filter, const std::vector<Rule>& rules) {
 int Load(void* filter, const SandboxNeeds& needs) {
     int code = 0;
     const auto then = [&code](int next) { code = code != 0 ? code : next; };
-    // In all threads of the process or in none; with no_new_privs, in all of them as well.
+    // In all threads of the process or in none; no_new_privs likewise.
     then(seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, 1));
     then(seccomp_attr_set(filter, SCMP_FLTATR_CTL_TSYNC, 1));
     then(seccomp_attr_set(filter, SCMP_FLTATR_API_SYSRAWRC, 1));
@@ -260,8 +259,7 @@ bool EnterSandbox(const SandboxNeeds& wanted, std::wstring& problem) {
     const int code = filter ? -Load(filter.get(), needs) : ENOMEM;
     if (code != 0) {
         problem = Sprintf(
-            L"The system calls that are needed no more could not be given up, and the program does not "
-            L"go on with them: seccomp failed; errno=%d: %s\nThe option --no-sandbox runs without this.",
+            L"The system calls that are needed no more could not be given up, and the program does not go on with them: seccomp failed; errno=%d: %s\nThe option --no-sandbox runs without this.",
             code, StrError(code));
     }
     return code == 0;

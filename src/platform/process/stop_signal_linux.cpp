@@ -14,8 +14,8 @@
 
 namespace vnxtest {
 
-// The signals are blocked in every thread and read from a descriptor by one that waits for them, so
-// that no code ever runs inside a signal handler.
+// The signals are blocked in every thread and read from a descriptor by one thread, so that no code runs in
+// a signal handler.
 struct StopSignal::Watch {
     std::function<void(int)> handler;
     sigset_t signals{};

@@ -10,7 +10,7 @@ namespace vnxtest {
 struct StopSignal::Watch {
     std::function<void(int)> handler;
     int count = 0;
-    HANDLE ended = nullptr; // manual reset, set when the object goes
+    HANDLE ended = nullptr; // manual reset, set by the destructor
 };
 
 namespace {
@@ -19,8 +19,8 @@ std::mutex g_watchLock;
 std::function<void()> g_request;
 HANDLE g_ended = nullptr;
 
-// After a console is closed the process is ended as soon as its handler returns, five seconds later
-// at the latest: hold it up until the guest has been stopped in order.
+// After a console is closed the system ends the process when its handler returns, after five seconds at the
+// latest: the handler waits until the guest has been stopped in order.
 constexpr DWORD kClosingGrace = 4500;
 
 BOOL WINAPI OnConsoleControl(DWORD event) {

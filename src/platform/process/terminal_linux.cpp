@@ -28,7 +28,7 @@ bool WriteAll(std::FILE* stream, std::string_view bytes) {
         if (written >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EAGAIN) {
-            // Another program that has the same terminal or pipe may have made it so.
+            // Another program with the same terminal or pipe may have made it non-blocking.
             pollfd wait{fileno(stream), POLLOUT, 0};
             poll(&wait, 1, -1);
         } else if (errno != EINTR) {
@@ -39,11 +39,11 @@ bool WriteAll(std::FILE* stream, std::string_view bytes) {
 }
 
 void PrepareTerminal() {
-    // Beyond the largest file that is allowed (ulimit -f) a write fails then, and is told like any other one.
+    // A write beyond the limit (ulimit -f) then fails, and is reported as any other failure.
     std::signal(SIGXFSZ, SIG_IGN);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {
-            // Takes the lowest free number, which is this one; open for the direction nobody uses.
+            // Takes the lowest free number, which is this one; opened for the unused direction.
             [[maybe_unused]] const int taken =
                 open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }

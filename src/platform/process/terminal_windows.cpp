@@ -31,7 +31,7 @@ bool WriteAll(std::FILE* stream, std::string_view bytes) {
 }
 
 void PrepareTerminal() {
-    // The code page is the console's, which outlives the program.
+    // Restored at the end: the code page belongs to the console, which outlives the program.
     static const struct Before {
         const UINT codePage = GetConsoleOutputCP();
         ~Before() { SetConsoleOutputCP(codePage); }

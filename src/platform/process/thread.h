@@ -1,18 +1,17 @@
-// The monitor threads' standing with the scheduler, and the system timer's resolution.
+// Thread priority, timer resolution, and holding back stop signals.
 #pragma once
 
 #include <memory>
 
 namespace vnxtest {
 
-// Raises the calling thread to above-normal priority. Returns false with the last error set when the
-// system refuses it for another reason than a missing privilege. Linux grants it to privileged
-// processes only; without the privilege the thread stays at normal priority and the result is true,
-// since the program works all the same.
+// Raises the calling thread to above-normal priority. True also without the privilege that Linux requires,
+// at normal priority, since the program works all the same; false with the last error set for another
+// failure.
 bool RaiseThreadPriority();
 
-// Holds the system timer at a resolution of 1 ms for its own lifetime (timeBeginPeriod). Linux
-// timers are finer than that already: there it does nothing.
+// Holds the system timer at a resolution of 1 ms for its lifetime (timeBeginPeriod). No effect on Linux,
+// whose timers are finer.
 class TimerResolution {
 public:
     TimerResolution();
@@ -21,8 +20,8 @@ public:
     TimerResolution& operator=(const TimerResolution&) = delete;
 };
 
-// For its lifetime the requests to stop (platform/process/stop_signal.h) do not go to the calling thread,
-// nor, for good, to the threads that it makes meanwhile.
+// For its lifetime the calling thread blocks the stop signals (platform/process/stop_signal.h); the threads
+// that it makes meanwhile block them for good.
 class StopSignalsHeldBack {
 public:
     StopSignalsHeldBack();

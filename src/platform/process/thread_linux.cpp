@@ -10,8 +10,8 @@
 namespace vnxtest {
 
 bool RaiseThreadPriority() {
-    // On Linux niceness belongs to a thread, whatever the name of the call says (sched(7)). Above normal is
-    // above this program's own: one that was started with a raised priority must not lose it here.
+    // On Linux niceness belongs to a thread, in spite of the call's name (sched(7)). Relative to the
+    // program's own priority, which may have been raised at its start.
     constexpr int kAboveNormal = -5;
     const auto thread = static_cast<id_t>(gettid());
     const int raised = getpriority(PRIO_PROCESS, thread) + kAboveNormal;

@@ -5,7 +5,7 @@
 
 namespace vnxtest {
 
-// `time` in the local time zone (all zero when the system cannot say). Any thread.
+// `time` in the local time zone; all zero on failure. Any thread.
 std::tm LocalTime(std::time_t time);
 
 } // namespace vnxtest

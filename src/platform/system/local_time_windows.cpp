@@ -4,7 +4,8 @@
 
 namespace vnxtest {
 
-// By the system, whose time zone may change while the program runs. The C library keeps that of its start.
+// By the system, whose time zone may change while the program runs; the C library keeps that of the
+// program's start.
 std::tm LocalTime(std::time_t time) {
     constexpr ULONGLONG kTicksPerSecond = 10'000'000;
     constexpr ULONGLONG kSecondsFrom1601To1970 = 11'644'473'600;

@@ -79,7 +79,7 @@ std::optional<ModuleVersion> GetModuleVersion(const std::wstring& module) {
                     int{HIWORD(fixed->dwFileVersionLS)}, int{LOWORD(fixed->dwFileVersionLS)});
     }
     version.specialBuild = ResourceText(resource, L"SpecialBuild");
-    // A value of its own in some modules, else the usual one.
+    // Some modules have this value, else the usual one.
     version.copyright = ResourceText(resource, L"Copyright");
     if (version.copyright.empty()) {
         version.copyright = ResourceText(resource, L"LegalCopyright");

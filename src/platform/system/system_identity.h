@@ -1,6 +1,6 @@
-// Who and what this host is: names, versions, processors, and the rights this process runs with.
+// The host's names, version and processors, and the rights of this process.
 //
-// What cannot be found out stays empty or 0; nothing here fails. Any thread.
+// An unknown value stays empty or 0. Any thread; cannot fail.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@ struct SystemIdentity {
     std::wstring edition;     // "Professional"; the distribution's name and version on Linux
     std::wstring servicePack; // "Service Pack 1", where there is one
     std::uint32_t processorCount = 0;
-    // The process may do what the program needs: an elevated token on Windows; on Linux effective
-    // root, or the capabilities CAP_NET_RAW and CAP_NET_ADMIN.
+    // The process has the program's rights: an elevated token on Windows; on Linux CAP_NET_RAW and
+    // CAP_NET_ADMIN (with permission for /dev/net/tun), or as root those of the helper.
     bool elevated = false;
 };
 

@@ -48,7 +48,7 @@ SystemIdentity GetSystemIdentity() {
     identity.edition = ToWide(DistributionName());
     const long online = sysconf(_SC_NPROCESSORS_ONLN);
     identity.processorCount = online > 0 ? static_cast<std::uint32_t>(online) : 0;
-    // Root's window has given its own rights up; its helper still has them.
+    // Root's window has given up its rights; its helper still has them.
     const auto mayUse = geteuid() == 0 ? MayOpen : HasPrivilege;
     identity.elevated = mayUse(Privilege::Capture) && mayUse(Privilege::NetworkAdministration);
     return identity;

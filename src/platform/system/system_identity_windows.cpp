@@ -9,7 +9,7 @@ namespace vnxtest {
 
 namespace {
 
-// The true version: GetVersionEx answers what the manifest asks for.
+// The true version: GetVersionEx gives the one of the manifest.
 void ReadVersion(SystemIdentity& identity) {
     using RtlGetVersionFunction = LONG(WINAPI*)(RTL_OSVERSIONINFOW*);
     RTL_OSVERSIONINFOW version{};
@@ -28,7 +28,7 @@ void ReadVersion(SystemIdentity& identity) {
     identity.servicePack = version.szCSDVersion;
 }
 
-// A text of the key that describes the running Windows; `missing` when it is not there.
+// A text of the registry key of the running Windows; `missing` if it does not exist.
 std::wstring CurrentVersionText(const wchar_t* value, const wchar_t* missing) {
     wchar_t text[512] = {};
     DWORD size = sizeof text;
@@ -37,7 +37,7 @@ std::wstring CurrentVersionText(const wchar_t* value, const wchar_t* missing) {
     return code == ERROR_SUCCESS ? text : missing;
 }
 
-// What users call the edition that the registry identifies so.
+// The edition's usual name for the registry's identifier.
 std::wstring EditionName(const std::wstring& identifier) {
     constexpr std::pair<std::wstring_view, std::wstring_view> kNames[] = {
         {L"Professional", L"Professional Edition"},
@@ -83,7 +83,7 @@ SystemIdentity GetSystemIdentity() {
     ReadVersion(identity);
     identity.productName = CurrentVersionText(L"ProductName", L"Windows");
     identity.edition = EditionName(CurrentVersionText(L"EditionID", L""));
-    // The registry still says "Windows 10" on its successor, which is told by its build number.
+    // The registry says "Windows 10" on Windows 11, too, which is known by its build number.
     constexpr std::uint32_t kFirstBuildOfWindows11 = 22000;
     constexpr std::wstring_view kWindows10 = L"Windows 10";
     if (identity.majorVersion == 10 && identity.buildNumber >= kFirstBuildOfWindows11 &&

@@ -1,4 +1,4 @@
-// What the operating system is called in texts for people.
+// The operating system's name in texts.
 #pragma once
 
 #include <string_view>
