@@ -1,5 +1,5 @@
-// What the program itself does with a frame, from the read buffer to the library's write: the checks,
-// the answer in place, the line of text. The library behind it does nothing.
+// The program's own work on a frame, from the read buffer to the library's write: the checks, the answer in
+// place, the line of text. The library is a null one.
 
 #include <array>
 #include <cstdint>
@@ -35,7 +35,7 @@ public:
     void PostViewMessage(ViewMessage) override {}
 };
 
-// The receive path with everything it needs, over a library that does nothing.
+// The receive path with everything it needs, over a null library.
 class Bench {
 public:
     explicit Bench(bool tapMode)

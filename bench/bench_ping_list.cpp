@@ -1,5 +1,5 @@
-// The ping list with 64 and with 65,535 outstanding pings: what one event costs must not depend on
-// how many are outstanding.
+// The ping list with 64 and with 65,535 outstanding pings: the cost of one event must not depend on how
+// many are outstanding.
 
 #include <chrono>
 #include <cstdint>

@@ -1,9 +1,9 @@
-// A whole ping test in the engine, with 64 and with 65,535 pings outstanding: what a ping costs, from its
+// A whole ping test in the engine, with 64 and with 65,535 pings outstanding: the cost of a ping, from its
 // request to its reply's line, must not depend on how many are outstanding.
 //
-// The library writes nothing, but keeps the requests back until as many are outstanding as wanted, or all
-// are sent; then it has them answered. What counts is the processor time of all threads: that the sender
-// lets the receiving side catch up now and then is waiting, and no cost.
+// The library holds the requests back until the wanted number is outstanding, or all are sent; then they
+// are answered. The figure is the processor time of all threads: a sender that waits for the receiving side
+// costs nothing.
 
 #include <algorithm>
 #include <condition_variable>
@@ -119,7 +119,7 @@ static void PingTestWithOutstanding(benchmark::State& state) {
     plan.delay = 0;
     const auto outstanding = static_cast<std::size_t>(state.range(0));
     for (auto _ : state) {
-        // Of this thread's time only the handling counts: it makes the replies and looks for requests, too.
+        // Of this thread's time only the handling counts, not making replies and polling for requests.
         double handling = 0;
         const double begin = Seconds(CLOCK_PROCESS_CPUTIME_ID) - Seconds(CLOCK_THREAD_CPUTIME_ID);
         test.Start(info, plan);

@@ -1,8 +1,8 @@
-// The smallest thing that answers pings: one packet socket, one blocking read, one write, no checks
-// and no text. What the program has to be faster than with one ping outstanding.
+// The smallest program that answers pings: one packet socket, one blocking read, one write, no checks and
+// no text. vnxtest must be faster with one ping outstanding.
 //
 // blocking_responder INTERFACE IP MAC answers echo requests for IP that were sent to MAC. Runs until it is
-// ended. ARP is not its affair: its neighbour is told by hand. Needs CAP_NET_RAW.
+// killed. Does not speak ARP: the peer's neighbour entry is set by hand. Needs CAP_NET_RAW.
 
 #include <array>
 #include <cstdint>
@@ -33,8 +33,8 @@ int main(int argc, char** argv) {
         std::perror("blocking_responder");
         return 2;
     }
-    // The other station's address must not be answered by this host's kernel as well: the frame goes to
-    // a MAC that no adapter has, and comes in because the adapter is promiscuous.
+    // This host's kernel must not answer, too: the frame goes to a MAC that no adapter has, and comes in
+    // because the adapter is promiscuous.
     packet_mreq membership{};
     membership.mr_ifindex = address.sll_ifindex;
     membership.mr_type = PACKET_MR_PROMISC;
@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
         std::memcpy(frame.data() + kIp + 16, frame.data() + kIp + 12, sizeof ip);
         std::memcpy(frame.data() + kIp + 12, &ip, sizeof ip);
         frame[kIcmp] = 0;
-        // The type alone has changed: the checksum grows by 0x0800 (RFC 1624).
+        // Only the type has changed: the checksum grows by 0x0800 (RFC 1624).
         std::uint32_t sum = static_cast<std::uint32_t>(frame[kIcmp + 2] << 8 | frame[kIcmp + 3]) + 0x0800;
         sum = (sum & 0xFFFF) + (sum >> 16);
         frame[kIcmp + 2] = static_cast<unsigned char>(sum >> 8);

@@ -1,6 +1,6 @@
-// Floods one host with ICMP echo requests (RFC 792), a fixed number of them outstanding, and counts
-// what comes back. ping -f spends more time in itself than the answering side does; this spends one
-// system call on a batch, so that what is measured is the other end.
+// Floods one host with ICMP echo requests (RFC 792), a fixed number of them outstanding, and counts the
+// replies. ping -f takes more time itself than the answering side; this takes one system call a batch, so
+// that it measures the other side.
 //
 // echo_flood INTERFACE SOURCE-IP TARGET-IP TARGET-MAC COUNT OUTSTANDING
 // Prints: sent received seconds. Needs CAP_NET_RAW.
@@ -40,7 +40,7 @@ using Frame = std::array<unsigned char, kFrame>;
     std::exit(2);
 }
 
-// In whatever byte order the words have in memory: the sum does not mind.
+// The sum does not depend on the byte order in which it is formed (RFC 1071).
 std::uint16_t Checksum(const void* bytes, std::size_t length) {
     std::uint32_t sum = 0;
     const auto* at = static_cast<const unsigned char*>(bytes);
@@ -197,7 +197,7 @@ int main(int argc, char** argv) {
         } else if (sent - received >= outstanding || sent == count) {
             pollfd waiting{raw, POLLIN, 0};
             if (poll(&waiting, 1, 1000) == 0) {
-                break; // what has not come by now is lost
+                break; // replies that are still missing are lost
             }
         }
     }

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The whole program over a veth pair, beside the kernel's own echo, ping -f and fping.
 
-Machines drift: what is compared is measured in turn, within each round, and a figure is the ratio of the
+Machines drift: contestants are measured in turn, within each round, and a figure is the ratio of the
 medians over all rounds. Prints every ratio next to the one kept in docs/performance.md; --update keeps the
 new ones. Needs root.
 """
@@ -41,12 +41,12 @@ def stamp_of(line):
 
 
 class Lost(Exception):
-    """A measurement that lost something: its time means nothing."""
+    """A measurement that lost an echo or a ping: its time does not count."""
 
 
 def measured(once):
-    """The seconds of `once`. What loses something is said and tried again: on a machine with other work to do
-    that happens, to a kernel too. Three times in a row is a fault."""
+    """The seconds of `once`. A run that loses a reply is reported and repeated: on a busy machine
+    that happens, to a kernel, too. Three times in a row is a fault."""
     for attempt in range(3):
         try:
             return once()
@@ -65,7 +65,7 @@ class Bench:
         self.scratch = tempfile.TemporaryDirectory(prefix="vnxe2e-")
         self.running = []
         self.host_mac = self.host.mac_of("adapter")
-        # The station that the minimal loop plays has no ARP of its own.
+        # The minimal loop does not speak ARP.
         self.peer.ip("neigh", "replace", LOOP, "lladdr", LOOP_MAC, "nud", "permanent", "dev", "far")
 
     def close(self):
@@ -76,7 +76,7 @@ class Bench:
         self.peer.remove()
         self.scratch.cleanup()
 
-    # What answers pings -------------------------------------------------------------------------
+    # The answering side -------------------------------------------------------------------------
 
     def start_guest(self, mode, ip, mac):
         """A guest that answers; its document goes to a file, as a flood's does."""
@@ -99,7 +99,7 @@ class Bench:
             raise SystemExit("the blocking responder did not start")
         return process
 
-    # What pings -----------------------------------------------------------------------------------
+    # The pinging side -----------------------------------------------------------------------------------
 
     def flood_by_ping(self, target, count, outstanding=1):
         """Seconds of one `ping -f`; all must come back."""

@@ -1,5 +1,4 @@
-// A virtual interface library that does nothing, at once: what is measured around it is the
-// program's own work.
+// A null interface library, whose operations return at once: measured over it is the program's own work.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""How fast pings without a delay are sent on the simulated LAN, whatever the round trip, and whether all that came was
-recorded. With --busy two loops want the processors meanwhile.
+"""How fast pings without a delay are sent on the simulated LAN, whatever the round trip, and whether every reply was
+recorded. With --busy two busy loops run meanwhile.
 """
 
 import argparse

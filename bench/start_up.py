@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """How long a start takes: `vnxtest-cli report` until it ends and, with --window, the window until it is shown and its
-report is there. What is asked of the network on the way is told apart: the default gateway is probed by ARP.
+report is there. The ARP probe of the default gateway is reported apart.
 """
 
 import argparse

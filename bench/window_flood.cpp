@@ -1,8 +1,8 @@
-// A million lines into the window's text: how many a second, what one costs in memory, how long events wait
-// meanwhile, and how long a resize of such a document takes. Needs a display.
+// A million lines into the window's text: lines a second, memory a line, how long events wait meanwhile,
+// and the time of a resize. Needs a display.
 //
-// Two threads write, as a ping test's do, in small batches and one large one. A third queues an event every
-// millisecond; its delay is what a key or a click would have waited.
+// Two threads write, as in a ping test, in small batches and one large one. A third queues an event every
+// millisecond; its delay is that of a key or a click.
 #include <algorithm>
 #include <array>
 #include <atomic>

@@ -1,4 +1,4 @@
-# What the rooms need that is not ours, each found once. Why each of them: docs/architecture.md.
+# The libraries that the rooms need, each found once. The reason for each: docs/architecture.md.
 
 find_package(Threads REQUIRED)
 find_package(fmt REQUIRED)
@@ -11,8 +11,8 @@ if(NOT WIN32)
   pkg_check_modules(LIBSECCOMP REQUIRED IMPORTED_TARGET libseccomp)
 endif()
 
-# vnxtest_toolkit(<target> <component>...): the toolkit's components as a target. Its headers are system headers, so
-# that our own warnings stay as strict as everywhere.
+# vnxtest_toolkit(<target> <component>...): the toolkit's components as a target. Its headers are system
+# headers, which the strict warnings leave out.
 function(vnxtest_toolkit target)
   find_package(wxWidgets REQUIRED COMPONENTS ${ARGN})
   add_library(${target} INTERFACE)

@@ -7,14 +7,14 @@ target_compile_features(vnxtest_options INTERFACE cxx_std_20)
 target_compile_options(vnxtest_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
   -Wcast-align -Wformat=2 -Wimplicit-fallthrough)
-# For the code that a sanitizer's own thread and files concern: 1 or 0. By a condition, since the list of sanitizers
-# has a comma in it, which a generator expression takes apart.
+# 1 for code that must allow for a sanitizer's own thread and files, else 0. By a condition, since a
+# generator expression would split the list of sanitizers at its comma.
 set(VNXTEST_SANITIZED 0)
 if(VNXTEST_SANITIZE)
   set(VNXTEST_SANITIZED 1)
   target_compile_options(vnxtest_options INTERFACE
     -fsanitize=${VNXTEST_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  # The compiler's own flow analysis is misled by what a sanitizer puts in (gcc says so itself).
+  # A sanitizer's instrumentation misleads the compiler's flow analysis (gcc's manual says so).
   target_compile_options(vnxtest_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(vnxtest_options INTERFACE -fsanitize=${VNXTEST_SANITIZE})
 endif()
@@ -22,13 +22,13 @@ target_link_libraries(vnxtest_options INTERFACE Threads::Threads)
 if(WIN32)
   target_compile_definitions(vnxtest_options INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1)
-  # The cross compiler takes a designated initializer for one that has forgotten the other members.
+  # The cross compiler warns of members that a designated initializer leaves out.
   target_compile_options(vnxtest_options INTERFACE -Wno-missing-field-initializers)
   include(${CMAKE_CURRENT_LIST_DIR}/windows/Resources.cmake)
 endif()
 
-# The rooms of src/rooms, from the ground floor up; those of the window only where it is
-# built, that of the Linux kernel's tables only on Linux.
+# The rooms of src/rooms, from the ground floor up; those of the window only if it is built, that of the
+# Linux kernel's tables only on Linux.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/rooms)
 file(STRINGS ${PROJECT_SOURCE_DIR}/src/rooms VNXTEST_ROOMS REGEX "^[a-z]")
 string(REPLACE " " ";" VNXTEST_ROOMS "${VNXTEST_ROOMS}")
@@ -59,7 +59,7 @@ function(vnxtest_tests room)
   target_include_directories(test_${room} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(test_${room} PRIVATE ${room} ${TEST_DEPENDS} GTest::gtest_main GTest::gmock)
   if(CMAKE_CROSSCOMPILING)
-    # Starting a program is slow there: one start a room.
+    # Starting a program is slow under Wine: one start a room.
     add_test(NAME unit.${room} COMMAND test_${room})
     set_tests_properties(unit.${room} PROPERTIES TIMEOUT 600)
   else()

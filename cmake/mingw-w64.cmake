@@ -1,5 +1,5 @@
-# The cross compiler for 64-bit Windows: mingw-w64 with POSIX threads (std::thread needs them). Everything
-# of the compiler's own is linked in, so that a program needs nothing but Windows.
+# The cross compiler for 64-bit Windows: mingw-w64 with POSIX threads (std::thread needs them). The
+# compiler's libraries are linked statically, so that a program needs nothing but Windows.
 #
 # The preset compiles with -O1: this compiler's scheduler (-O2) moves the copy of a structure before a store
 # into it through a pointer to member, and the store is lost (test_ping, PingList, showed it).
@@ -17,9 +17,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# The libraries that are headers only, and GoogleTest's sources: see there.
+# Find modules for the header-only libraries and GoogleTest's sources.
 list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/windows)
 
-# 64-bit code loaded anywhere, no data that is code, and no library of the compiler beside the program.
+# Full address randomisation, no executable data, and no library of the compiler beside the program.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -Wl,--dynamicbase,--nxcompat,--high-entropy-va")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static -Wl,--dynamicbase,--nxcompat,--high-entropy-va")

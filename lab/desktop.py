@@ -24,7 +24,7 @@ WINDOW_ROLES = ("frame", "dialog", "alert", "file chooser")
 
 
 def missing():
-    """What a desktop cannot be made without, as a sentence; None when everything is there."""
+    """What is missing for a desktop, as a sentence; None if nothing is."""
     absent = [tool for tool in TOOLS if shutil.which(tool) is None] + ([] if pyatspi else ["python3-pyatspi"])
     return f"not installed: {', '.join(absent)}" if absent else None
 
@@ -117,7 +117,7 @@ class Desktop:
 
 
 class Control:
-    """One accessible object. It may go away at any time; asking for it then gives nothing."""
+    """One accessible object. It may go away at any time; a query then gives nothing."""
 
     def __init__(self, desktop, accessible):
         self.desktop, self.accessible = desktop, accessible
@@ -304,5 +304,5 @@ class Program:
         self.desktop.keys("Return")
 
     def ended(self, seconds=30):
-        """Whether it ended well: status 0, and nothing on its standard error."""
+        """Whether it ended well: status 0 and an empty standard error."""
         return self.process.wait(seconds) == 0 and self.complaints() == ""

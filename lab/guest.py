@@ -108,7 +108,7 @@ class Guest:
         return self.wait_end(timeout), time.monotonic() - started
 
     def kill(self):
-        """Ends it, if it still runs, and gives back what it took."""
+        """Ends it, if it still runs, and frees its resources."""
         self._process.kill()
         self._process.wait()
         self._reader.join()

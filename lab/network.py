@@ -1,7 +1,7 @@
 """Network namespaces of a test, and sockets inside them.
 
-Everything made here bears the prefix "vnxe2e-" and the number of the process that made it. It is taken
-down when the test ends; what an earlier run that was killed has left is taken down before the next.
+Everything made here bears the prefix "vnxe2e-" and the number of the process that made it. It is removed
+when the test ends; leftovers of a killed run are removed before the next.
 """
 
 import contextlib
@@ -62,7 +62,7 @@ class Namespace:
     def __init__(self, label):
         self.name = f"{PREFIX}{os.getpid()}-{label}"
         ip("netns", "add", self.name)
-        # Router solicitations and the like would make the counts of ignored frames a matter of luck.
+        # Without router solicitations and the like, so that counts of ignored frames are exact.
         for scope in ("all", "default"):
             with contextlib.suppress(FileNotFoundError):
                 self.write(f"net/ipv6/conf/{scope}/disable_ipv6", 1)

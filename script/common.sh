@@ -1,7 +1,7 @@
-# What the scripts of this folder share. Sourced, never run.
+# Shared by the scripts of this folder. Sourced, never run.
 #
-# Sets `root` (the tree) and the compiler cache, which lives outside the tree so that a clean clone
-# builds fast too; ccache keys every object by what it was made from.
+# Sets `root` (the tree) and the compiler cache, which is outside the tree so that a clean clone builds
+# fast, too.
 
 set -euo pipefail
 export LC_ALL=C.UTF-8
@@ -16,7 +16,8 @@ die() {
     exit 1
 }
 
-# need_folder FOLDER VARIABLE: makes a folder outside the tree, whose place VARIABLE names.
+# need_folder FOLDER VARIABLE: makes a folder outside the tree; the environment variable VARIABLE sets its
+# place.
 need_folder() {
     { mkdir -p "$1" && [ -w "$1" ]; } 2> /dev/null && return
     die "the folder $1 cannot be made or written in; it keeps what is built once. Name one that you may write: $2=FOLDER $0"

@@ -34,7 +34,7 @@ class Photographer:
                         "-strip", "+dither", "-colors", "128", f"png8:{path}"], check=True)
 
     def take(self, name, control, pause=0.6):
-        # Away with the pointer, so that nothing lights up under it.
+        # Moves the pointer away, so that no control lights up under it.
         self.desktop.xdotool("mousemove", 2, 2)
         time.sleep(pause)
         self.shoot(control, self.folder / f"{name}.png")

@@ -4,5 +4,5 @@ if(NOT VNXTEST_WINDOWS_TOOLKIT)
 endif()
 find_package(wxWidgets CONFIG REQUIRED COMPONENTS ${wxWidgets_FIND_COMPONENTS}
              PATHS ${VNXTEST_WINDOWS_TOOLKIT} NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
-# As the libraries were built.
+# As in the build of the libraries.
 set(wxWidgets_DEFINITIONS wxDEBUG_LEVEL=0)

@@ -1,5 +1,5 @@
-# Debian's header-only libraries, for the cross compiler. They lie among the headers of the build machine's
-# own system, which the cross compiler must not see: each gets a folder that holds nothing but a link to it.
+# Debian's header-only libraries for the cross compiler. They lie among the headers of the build machine,
+# which the cross compiler must not see: each gets a folder with a link to it alone.
 #
 # header_only(<target> <folder of the library below the system's include folder>)
 function(header_only target folder)

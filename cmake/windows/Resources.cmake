@@ -1,11 +1,11 @@
-# What Windows reads from the file of a program or a library: version, icon, and the manifest, which says what
-# rights it asks for, which common controls it uses and that it knows about resolutions.
+# The resources of a program or a library: version, icon, and the manifest with the rights it asks for, its
+# common controls and its DPI awareness.
 #
 # vnxtest_resources(<target> DESCRIPTION <text> [RIGHTS asInvoker|requireAdministrator] [TOOLKIT])
 #   RIGHTS: a program; without it no icon and no manifest. TOOLKIT: with the toolkit's own cursors.
 enable_language(RC)
 
-# What the two programs are, for whoever looks at the properties of their files.
+# The programs' descriptions, shown in the properties of their files.
 set(VNXTEST_WINDOWS_DESCRIPTION "Vnetx for Windows Testing Program")
 
 function(vnxtest_resources target)

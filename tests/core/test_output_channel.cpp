@@ -34,7 +34,7 @@ TEST_F(OutputChannelTest, PostsOnceUntilTheQueueIsTaken) {
     DebugOutputCallback("from %s the library\nsecond", "ignored");
     EXPECT_EQ(errno, ENODEV);
     EXPECT_EQ(TakeText(), "three\nfrom %s the library\nsecond\n");
-    // Whatever it says, it ends up as text: no terminal takes it for a command, and it stays on its lines.
+    // Control sequences become visible text: no terminal command, no forged line.
     DebugOutputCallback("\x1b]0;title\a\rforged\r\nx\ty\n");
     LogMsg(L"%s\n", std::wstring(L"\b\x7f\x9b\u202e"));
     EXPECT_EQ(TakeText(), "\\x1b]0;title\\x07\\x0dforged\nx y\n\\x08\\x7f\\x9b\\u202e\n");

@@ -1,4 +1,4 @@
-// A shared object for LD_PRELOAD: a thread that blocks every signal, as a foreign library may have one.
+// A shared object for LD_PRELOAD: starts a thread that blocks every signal, as a library's thread may.
 #include <csignal>
 #include <thread>
 

@@ -1,9 +1,9 @@
-// Preloaded into the program: some of its threads cannot be started, as when the system has none to give.
+// Preloaded into the program: makes some of its pthread_create calls fail, as without resources.
 //
 // FAIL_THREAD is the number of the first pthread_create that fails, FAIL_THREAD_LAST that of the last; the
-// file FAIL_THREAD_MARK is written to when one has failed. What counts is the program's own threads, which
-// C++'s library creates, and none of a window toolkit's; from the start, or with FAIL_THREAD_ON_SIGNAL anew
-// from every SIGUSR2.
+// file FAIL_THREAD_MARK is written to if one has failed. Only the program's own threads count, which the
+// C++ library creates, not a toolkit's; from the start, or with FAIL_THREAD_ON_SIGNAL again from every
+// SIGUSR2.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>

@@ -1,5 +1,5 @@
-// A shared object for LD_PRELOAD: on SIGUSR2 the program starts another one in its place, as foreign code
-// would that a frame has brought in.
+// A shared object for LD_PRELOAD: on SIGUSR2 the process executes another program, as code injected by a
+// frame would.
 #include <csignal>
 
 #include <unistd.h>

@@ -8,8 +8,8 @@ from cases import PEER_IP, NetworkCase, alone, ping_statistics, timeout
 from lab.guest import without_stamps
 
 GRACE = 1.0
-# That nothing is lost can be asked of a program that gets to run: one that is kept waiting for some milliseconds
-# while frames go on coming in loses them in the driver's buffer, and a busy machine is no fault of the program.
+# No loss can be required only of a program that runs: one that waits some milliseconds for a processor
+# loses frames in the receive ring, which is no fault of the program.
 BEFORE_OTHERS = ["chrt", "--rr", "1"]
 
 

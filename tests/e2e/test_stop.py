@@ -8,8 +8,8 @@ from cases import GUEST_IP, PEER_IP, NetworkCase, alone, interface_statistics, p
 from lab.network import die_with_parent
 
 READ_TIMEOUT = 0.25
-# The way from the signal to the program's end beside the waiting itself. The kernel lets each packet socket wait for
-# all processors when it is closed: about 30 ms each (four of them) on an idle machine, ten times that on a busy one.
+# The time from the signal to the program's end, besides the read time-out. Closing a packet socket waits
+# for the kernel: about 30 ms each (four of them) on an idle machine, ten times that on a busy one.
 AROUND = 1.5
 
 

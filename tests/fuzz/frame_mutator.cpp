@@ -1,5 +1,5 @@
-// Mutates inputs of frames so that they get past the checks at the door: whole records are mutated,
-// and what the guest verifies first (destination, lengths, checksums) is put right again, mostly.
+// Mutates inputs of frames so that they pass the first checks: mutates whole records and mostly corrects
+// what the guest verifies first (destination, lengths, checksums).
 #include <algorithm>
 #include <random>
 #include <vector>

@@ -1,8 +1,7 @@
 // Frames from a hostile wire through the pcap library, the receive path and out again.
 //
-// The capture below the pcap library is replaced by a wire that holds the input's frames, so
-// that everything above it runs as it is, without rights and without waiting. Whatever comes in,
-// every frame that goes out is sound.
+// The capture below the pcap library is replaced by a wire with the input's frames, so that everything
+// above it runs unchanged, without rights and without waiting. Every frame sent must be valid.
 #include <atomic>
 #include <cstring>
 #include <thread>
@@ -26,7 +25,7 @@ namespace vnxtest {
 
 namespace {
 
-// What is opened is lo, which every user may ask for; the guest lives in a subnet that can be a real one.
+// Opens lo, which every user may query; the guest's subnet could be a real one.
 constexpr wchar_t kOpened[] = L"127.0.0.1";
 constexpr Ipv4Address kAdapterIp(10, 77, 0, 1), kGuestIp(10, 77, 0, 111), kTarget(10, 77, 0, 2);
 constexpr MacAddress kGuestMac({0x02, 0, 0x5E, 0x80, 0, 0x6F}), kOtherMac({0x02, 0, 0, 0, 0, 0x0B});
@@ -38,7 +37,7 @@ struct Incoming {
     bool replyToPing = false; // it gets the numbers of the last ping that was sent
 };
 
-// The ping's sender and the reader meet here, hence the lock.
+// Shared by the ping's sender and the reader, hence the lock.
 struct Wire {
     std::mutex lock;
     std::deque<Incoming> toGuest;
@@ -187,7 +186,7 @@ struct Engine {
         for (std::int32_t length = 0; length >= 0;) {
             length = library->Read(info.handle, buffer.data(), 65535);
             if (length > 0) {
-                // As long as the packet and not a byte longer, so that reading beyond it shows.
+                // Exactly as long as the packet, so that a read beyond it is detected.
                 Frame storage(kHeadroom + static_cast<std::size_t>(length));
                 std::copy_n(buffer.begin(), length, storage.begin() + kHeadroom);
                 receivePath.HandleReceivedPacket(info, ReceivedPacket(storage));

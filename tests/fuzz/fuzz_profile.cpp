@@ -1,5 +1,5 @@
-// Profile files: whatever lies there, reading yields values, and what was written is read again or a
-// problem is told; no other value is lost by it.
+// Profile files: any content yields values when read; a written value is read again, or a problem is told;
+// no other value is lost.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -23,7 +23,7 @@ std::filesystem::path MakeFolder() {
     return folder + "/VNXTest64UD/VNXTest64UD.conf";
 }
 
-// What the program reads of a profile.
+// The values that the program reads.
 auto Values(Profile& profile) {
     PingPlan ping;
     Settings(profile).LoadPingSettings(ping);

@@ -81,7 +81,7 @@ protected:
         return TakeText();
     }
 
-    // A thread that was joined may be listed for a moment yet.
+    // A joined thread may still be listed for a moment.
     static void ExpectThreads(std::ptrdiff_t most) {
         for (int wait = 0; wait < 200 && CountThreads() > most; ++wait) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -151,8 +151,8 @@ TEST_P(FaultsTest, EveryCallFailsOnce) {
     EXPECT_EQ(CountOf(text, "     2 Replies Received"), 1) << text;
 }
 
-// Starts, pings and stops at any moment, with faults at random and everybody writing: VNXTEST_STRESS is
-// how often. For the thread and address sanitizers more than for what is asked here.
+// Starts, pings and stops at any moment, with random faults and all threads writing, VNXTEST_STRESS times.
+// Mainly for the thread and address sanitizers.
 TEST_P(FaultsTest, StopsInEveryState) {
     const char* const wanted = std::getenv("VNXTEST_STRESS");
     const int rounds = wanted != nullptr ? std::atoi(wanted) : 12;

@@ -41,7 +41,7 @@ protected:
     Guest& m_guest = m_sim.guest;
 };
 
-// How the lines of replies stand between those of requests is the scheduler's; everything else is fixed.
+// The order of reply lines among request lines depends on the scheduler; everything else is fixed.
 TEST_F(GuestTest, APingTestToTheLetter) {
     struct Case {
         const wchar_t* lan;

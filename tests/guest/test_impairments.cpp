@@ -1,5 +1,5 @@
-// On a LAN that loses, doubles, delays and spoils replies, the test's statistics are what follows from the
-// options, and the LAN's own count, exactly.
+// On a LAN that loses, doubles, delays and corrupts replies, the test's statistics equal the figures that
+// follow from the options, and the LAN's own count, exactly.
 
 #include "guest/sim_guest.h"
 #include "vnetx/sim/sim_fate.h"

@@ -7,7 +7,7 @@
 namespace vnxtest {
 namespace {
 
-// What tells each question, of which A and B are about the gateway, C and D about the subnet.
+// A distinctive text of each question; A and B are about the gateway, C and D about the subnet.
 constexpr std::pair<char, const wchar_t*> kWords[] = {
     {'A', L"packets will not be routed properly and some tests may fail."},
     {'B', L"virtual subnets which are known to be using the same physical adapter."},

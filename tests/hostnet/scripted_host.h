@@ -1,6 +1,6 @@
-// A host under a test's control: tables, adapters, ARP answers and the library's default adapter are
-// what the test says, and each of them can fail. For faults and for exact texts; the real sources are
-// tested against the real system.
+// A host under a test's control: the test sets tables, adapters, ARP answers and the library's default
+// adapter, and each of them can fail. For faults and exact texts; the real sources are tested against the
+// real system.
 #pragma once
 
 #include <map>

@@ -1,4 +1,4 @@
-// What the helper takes for a request, and whom a guest must not pass itself off as.
+// The requests that the helper accepts, and the addresses that a guest must not take.
 #include <algorithm>
 #include <cstring>
 #include <functional>

@@ -1,5 +1,5 @@
-// What a guest's packet socket may receive. The kernel's own filter machine is asked, on a socket that takes
-// no right: datagrams stand in for frames. That the adapter and the direction are looked at: tests/e2e.
+// The frames that a guest's packet socket may receive, by the kernel's own filter machine on a socket that
+// needs no right, with datagrams in place of frames. Adapter and direction: tests/e2e.
 #include <algorithm>
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,5 @@
-// The bytes of packets both ways: what is emitted is golden, and what is golden is read as what it says. What
-// is too short or of another kind is refused.
+// The bytes of packets both ways: emitted packets equal golden bytes, and golden bytes are parsed to their
+// values. Packets that are too short or of another kind are refused.
 
 #include <vector>
 

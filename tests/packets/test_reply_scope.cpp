@@ -1,4 +1,4 @@
-// To whom a reply may go.
+// The addresses that a reply may go to.
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// The sender's pace against a ring of the driver's size, in simulated time: how far it gets, and that the
-// ring never runs over.
+// The sender's pace against a receive ring of the driver's size, in simulated time: its speed, and that the
+// ring never overflows.
 
 #include <algorithm>
 #include <deque>

@@ -1,4 +1,4 @@
-// An empty profile of its own for one test, where it is a file: the user's real one is neither read nor
+// An empty profile for one test, on systems where it is a file: the user's real one is neither read nor
 // written.
 #pragma once
 

@@ -1,9 +1,8 @@
 // A decorator that makes a chosen call of the library fail.
 //
-// It proves how the program takes failures: that the message is right, that nothing stays open. The
-// calls that can fail are open, ioctl, read, write, statistics and close. A failing open,
-// ioctl, read, write or statistics call does not reach the library; a failing close does, since its
-// result means nothing and what it leaves open would be the decorator's own fault.
+// It tests how the program handles failures: the right message, nothing left open. The calls that can fail
+// are open, ioctl, read, write, statistics and close. A failing call does not reach the library, except
+// close: its result means nothing, and a handle left open would be the decorator's fault.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// A guest with a front end that answers from a script, its user-interface thread being the test.
+// A guest with a front end that answers from a script; the test is its user-interface thread.
 #pragma once
 
 #include <chrono>

@@ -1,4 +1,4 @@
-// A profile in memory, which refuses to be written where it is told to.
+// A profile in memory, whose writes can be made to fail.
 #pragma once
 
 #include <map>

@@ -1,5 +1,4 @@
-// A host that knows nothing of its networking, for tests in which the engine must stand alone; the
-// real tables have tests of their own.
+// A host without network data, for tests of the engine alone; the real tables have tests of their own.
 #pragma once
 
 #include "hostnet/scripted_host.h"

@@ -1,6 +1,5 @@
-// An interface library under a test's control: it keeps what is written, records every request, and fails
-// where it is told to. For faults and bytes that no real library gives; everything else is tested on the real
-// ones.
+// An interface library under a test's control: it keeps written packets, records every request, and fails
+// on demand. For faults and bytes that no real library gives; everything else is tested on the real ones.
 #pragma once
 
 #include <algorithm>

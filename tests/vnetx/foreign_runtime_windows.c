@@ -1,4 +1,4 @@
-// An interface library that stands on another C library than the tests do. It fails at everything.
+// An interface library that uses another C library than the tests. All its operations fail.
 __declspec(dllimport) int* _errno(void);
 
 int DllMain(void) {

@@ -1,5 +1,5 @@
-// A guest interface of any interface library, as a test drives it: opened and configured the way the
-// program does it. Failures of a request are its errno, so that a test can name them in a line.
+// A guest interface of any interface library for tests, opened and configured as the program does it. A
+// failed request returns its errno, so that a test can name it in a line.
 #pragma once
 
 #include <cerrno>

@@ -1,4 +1,4 @@
-// Choosing the library by name and binding it: against the real shared object, and what is none.
+// Choosing the library by name and binding it: the real shared object, and files that are none.
 
 #include <filesystem>
 #include <fstream>

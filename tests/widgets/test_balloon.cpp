@@ -1,4 +1,4 @@
-// Balloons: one at a time, readable, gone when they should be, and out of the way of the keyboard.
+// Balloons: one at a time, readable, closed in time, and without taking keys.
 #include "widgets/desktop_fixture.h"
 
 #include <cmath>

@@ -1,4 +1,4 @@
-// The address, the MAC and the number entry in the hands of a user.
+// The address, the MAC and the number entry, driven by a user's keys and clicks.
 #include "widgets/desktop_fixture.h"
 
 #include <vector>

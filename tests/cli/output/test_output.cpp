@@ -1,4 +1,4 @@
-// The terminal program's roads in and out: the document and the message queue.
+// The terminal program's output and input: the document and the message queue.
 #include <atomic>
 #include <condition_variable>
 #include <cstdio>
@@ -15,7 +15,7 @@
 namespace vnxtest {
 namespace {
 
-// A place that takes text only when it is let, and then says what it got.
+// A destination that takes text only when allowed, and records it.
 struct Valve {
     std::mutex lock;
     std::condition_variable changed;

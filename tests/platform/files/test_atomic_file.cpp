@@ -1,4 +1,4 @@
-// Files that appear whole or not at all, and what the files and folders of others may not do to them.
+// Files that appear whole or not at all, also beside files and in folders of other users.
 #include <csignal>
 #include <cstdint>
 #include <cstring>

@@ -1,4 +1,4 @@
-// The filter of system calls: what is left works, and everything else ends the program and is named.
+// The filter of system calls: allowed calls work, and any other one ends the program and is named.
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -108,7 +108,7 @@ TEST_F(SandboxDeathTest, WhatIsNotLeftEndsTheProgramAndIsNamed) {
     close(wire);
 }
 
-// Whatever mask of signals the program was started with, and by whatever road into the kernel.
+// With any inherited signal mask, and by any entry into the kernel.
 TEST_F(SandboxDeathTest, ABlockedSignalAndOtherArchitecturesHideNoCall) {
     sigset_t all{}, before{};
     sigfillset(&all);

@@ -1,4 +1,4 @@
-// That a library sends no reply to nobody.
+// A library sends no reply that has no single addressee.
 
 #include <gtest/gtest.h>
 

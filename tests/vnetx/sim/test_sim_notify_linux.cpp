@@ -23,8 +23,7 @@ TEST(SimNotify, AShutDownWakesTheWaiterForGoodWhateverIsStillToBeRead) {
     EXPECT_EQ(waiter.wait_for(20ms), std::future_status::timeout);
     ASSERT_EQ(shutdown(guest.Handle(), SHUT_RDWR), 0);
     EXPECT_TRUE(waiter.get());
-    // Frames may still be written. Reading ends soon, whatever comes: who reads until nothing is left
-    // must come to an end under a flood.
+    // Frames may still be written. Reading must end soon, even under a flood.
     for (std::uint16_t n = 1; n <= 500; ++n) {
         EXPECT_GT(guest.Ping(kSimFirstEchoHost, n), 0);
     }
