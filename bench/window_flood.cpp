@@ -101,8 +101,7 @@ private:
         const double resizing = MillisecondsSince(resize) / kWidths.size();
         std::sort(m_delays.begin(), m_delays.end());
         std::printf(
-            "%d lines: %.0f a second, %.0f bytes each; %zu events waited %.1f ms (median), %.1f ms (p99), "
-            "%.1f ms (longest); a resize %.1f ms\n",
+            "%d lines: %.0f a second, %.0f bytes each; %zu events waited %.1f ms (median), %.1f ms (p99), %.1f ms (longest); a resize %.1f ms\n",
             kLines, kLines / seconds, bytes, m_delays.size(), m_delays[m_delays.size() / 2],
             m_delays[m_delays.size() * 99 / 100], m_delays.back(), resizing);
         m_pump.reset();

@@ -1,4 +1,4 @@
-// The interface library's own lines, on their way to the log.
+// Takes the interface library's own lines to the log.
 //
 // The callback has no user data, so the registration is process-wide. The owner of the library registers,
 // and unregisters before the library is destroyed.

@@ -1,5 +1,5 @@
-// The IPv4 routes of this host as the kernel tells them, which of them is the default one, and which way a
-// packet takes.
+// The IPv4 routes of this host as the kernel tells them, the default one among them, and the route of a
+// packet.
 //
 // Linux only. All functions may run on any thread, ask at the call and keep nothing; those with an int
 // return 0 or an errno value.

@@ -1,5 +1,5 @@
-// What a program asks of the helper `vnxtest-open`, and what it answers: one record each way over a
-// SOCK_SEQPACKET pair, whose end is descriptor 3 of the helper; with the answer comes the descriptor.
+// The request to the helper `vnxtest-open` and its answer: one record each way over a SOCK_SEQPACKET pair,
+// whose end is descriptor 3 of the helper; with the answer comes the descriptor.
 #pragma once
 
 #include <array>

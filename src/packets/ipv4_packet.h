@@ -1,7 +1,7 @@
 // The IPv4 header without options (RFC 791).
 //
-// Ipv4View reads and writes the 20 bytes in place. It says nothing of the header's length field: whoever
-// accepts a packet checks that first. Ipv4Header is a value to be emitted.
+// Ipv4View reads and writes the 20 bytes in place. It does not check the header's length field: the code
+// that accepts a packet does. Ipv4Header is a value to be emitted.
 #pragma once
 
 #include <cstdint>

@@ -21,7 +21,7 @@ public:
 // Installs `sink`. User-interface thread; another one may be installed only after this one was removed, and
 // the sink must outlive every thread that writes lines.
 void InstallLogSink(LogSink& sink);
-// Does nothing if another one is installed.
+// No effect if another one is installed.
 void RemoveLogSink(LogSink& sink);
 
 // Open: lines go to the installed sink and are lost without one. Closed, as at the start: they go to the

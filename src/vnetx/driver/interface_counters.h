@@ -45,7 +45,7 @@ struct InterfaceCounters {
     struct alignas(64) Writing {
         SharedCounter calls, ios, packets, bytes, toZeroMac, fromZeroMac;
     } writing;
-    // Frames dropped unread, packets whose next hop did not answer, and replies to nobody.
+    // Frames dropped unread, packets whose next hop did not answer, and replies without a single addressee.
     alignas(64) SharedCounter ignored;
 
     // Fills every counter of `record`; its length and the two buffer sizes are the caller's.

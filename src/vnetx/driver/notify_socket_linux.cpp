@@ -25,7 +25,7 @@ NotifySocket::~NotifySocket() {
 void NotifySocket::Raise() {
     const int kept = errno;
     const char byte = 1;
-    // The one byte always fits; after a shutdown there is nobody left to wake.
+    // The one byte always fits; after a shutdown there is no waiter left.
     [[maybe_unused]] const ssize_t sent =
         send(static_cast<int>(m_library), &byte, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
     errno = kept;

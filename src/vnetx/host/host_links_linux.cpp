@@ -69,8 +69,9 @@ bool IsPortOfAnother(std::uint32_t index) {
     return FindLink(index, link) == 0 && link.master != 0;
 }
 
-// By ioctl: a route netlink request waits for the lock of whoever is changing links. Any socket will do; a
-// netlink socket is the only one that a running guest may make (platform/process/sandbox.h).
+// By ioctl: a route netlink request waits for the kernel's lock while another process changes links. Any
+// socket will do; a netlink socket is the only one that a running guest may make
+// (platform/process/sandbox.h).
 int HostLinkHealth(std::uint32_t index) {
     const Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
     ifreq request{};

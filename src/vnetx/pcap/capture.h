@@ -20,7 +20,7 @@ struct CaptureOptions {
     // Incoming frames only, none that this host sends.
     enum class Wanted {
         Guest,             // frames to `guest`, to groups, and to the all-zeroes address
-        ArpReplies,        // of everybody
+        ArpReplies,        // from any station
         ReverseArpReplies, // likewise
     };
 

@@ -207,7 +207,7 @@ std::int32_t SimDriver::WritePacket(std::span<const std::uint8_t> packet) {
             ShowArpExchange(hop);
         }
         if (mac.IsZero()) {
-            Counters().ignored.Add(); // nobody has the address
+            Counters().ignored.Add(); // no station has the address
             return static_cast<std::int32_t>(packet.size());
         }
     }
