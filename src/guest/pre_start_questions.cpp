@@ -7,7 +7,6 @@ namespace vnxtest {
 
 namespace {
 
-// clang-format off: a text is whole on its line, so that it can be searched for
 constexpr wchar_t kNoGateway[] =
     L"The default gateway for your network has not been defined to VNXTest64UD yet and IP Forwarding cannot be used since it is not enabled on your %s system.\n\nWithout IP Forwarding packets will not be routed properly and some tests may fail. You should either define a default gateway to VNXTest64UD or enable IP Forwarding.";
 constexpr wchar_t kNoGatewayOtherSubnet[] =
@@ -16,7 +15,6 @@ constexpr wchar_t kForwardingOtherSubnet[] =
     L"The IP addresses you defined for your virtual interface(s) are not within the same physical subnet as the physical adapter that the virtual interface is using.\n\nEven though IP Routing is enabled, unless each workstation on each subnet wishing to communicate with the other subnet contains a manual routing entry to route packets through this physical adapter, the test is unlikely to succeed.";
 constexpr wchar_t kGatewayOtherSubnet[] =
     L"The IP addresses you defined for your virtual interface(s) are not within the same physical subnet as the physical adapter that the virtual interface is using.\n\nUnless the default gateway defined for the physical adapter that your virtual interface(s) is/are using is a true router that knows how to route packets between the two subnets, your tests are likely to fail.";
-// clang-format on
 
 constexpr std::wstring_view kContent = L"Do you wish to proceed anyway?";
 
