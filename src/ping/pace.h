@@ -26,8 +26,8 @@ public:
     // reply: a slot is at least a full Ethernet frame, and a power of two at most.
     static std::size_t RingSlots(std::uint32_t bufferSize, std::uint32_t dataSize);
 
-    // The ping at `position` is decided, and so are all before it. Any thread, one at a time (under the
-    // ping list lock).
+    // The ping at `position` is decided; those before it count as answered, lost or late. Any thread, one
+    // at a time (under the ping list lock).
     void NoteDone(std::size_t position) {
         if (position >= m_done.load(std::memory_order_relaxed)) {
             m_done.store(position + 1, std::memory_order_relaxed);
