@@ -2,6 +2,7 @@
 
 find_package(Threads REQUIRED)
 find_package(fmt REQUIRED)
+find_package(tl-expected REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)
 if(NOT WIN32)

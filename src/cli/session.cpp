@@ -119,9 +119,8 @@ bool Session::OpenFiles() {
 }
 
 bool Session::OpenLibrary() {
-    std::wstring error;
-    if (!m_engine.Open(m_options.library, error)) {
-        Fail(L"The interface library cannot be used: " + error);
+    if (const auto opened = m_engine.Open(m_options.library); !opened) {
+        Fail(L"The interface library cannot be used: " + opened.error().Describe());
         return false;
     }
     // Said without the report, too, whose banner says it: the results prove nothing about the package.

@@ -14,11 +14,12 @@ Engine::~Engine() {
     UnregisterDebugOutput();
 }
 
-bool Engine::Open(const std::wstring& libraryName, std::wstring& error) {
-    m_library = OpenVnetxLibrary(libraryName, error);
-    if (!m_library) {
-        return false;
+Result<void> Engine::Open(const std::wstring& libraryName) {
+    auto library = OpenVnetxLibrary(libraryName);
+    if (!library) {
+        return PassOn(library);
     }
+    m_library = std::move(*library);
     m_tables = MakeHostTables();
     m_adapters = MakeWrenPackLibrary();
     if (IsSimulatedLan(libraryName)) {
@@ -28,7 +29,7 @@ bool Engine::Open(const std::wstring& libraryName, std::wstring& error) {
     } else {
         m_host.emplace(HostSources{*m_tables, *m_adapters}, *m_library);
     }
-    return true;
+    return {};
 }
 
 void Engine::GatherHost() {

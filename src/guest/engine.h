@@ -32,9 +32,9 @@ public:
     Engine& operator=(const Engine&) = delete;
 
     // Opens the library of this name (as OpenVnetxLibrary takes it) and the host that belongs to it: with
-    // "sim" the real host and the simulated adapter. False with whole sentences in `error` if the library
+    // "sim" the real host and the simulated adapter. A failure, whose text is whole sentences, if the library
     // cannot be used; no other function may be called then.
-    bool Open(const std::wstring& libraryName, std::wstring& error);
+    Result<void> Open(const std::wstring& libraryName);
     // Registers the library's debug output with the log, then gathers the host's data
     // (HostNetwork::InitGlobals). Once, when the document exists. Waits for one bounded probe at most.
     void GatherHost();

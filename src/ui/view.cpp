@@ -47,10 +47,9 @@ CVNXTestView::~CVNXTestView() {
 
 bool CVNXTestView::OnCreate(wxDocument*, long) {
     CVNXTestApp& app = TheApp();
-    std::wstring error;
-    if (!m_engine.Open(app.LibraryName(), error)) {
-        wxMessageBox("The interface library cannot be used: " + wxString(error), kProductName,
-                     wxOK | wxICON_ERROR);
+    if (const auto opened = m_engine.Open(app.LibraryName()); !opened) {
+        wxMessageBox("The interface library cannot be used: " + wxString(opened.error().Describe()),
+                     kProductName, wxOK | wxICON_ERROR);
         return false;
     }
     CMainFrame& frame = app.MainFrame();

@@ -91,22 +91,24 @@ private:
 
 } // namespace
 
-std::unique_ptr<VnetxLibrary> BindVnetxLibrary(std::wstring_view name, std::wstring& error) {
-    std::wstring places;
-    const auto path = FindSharedObject(name, places);
+Result<std::unique_ptr<VnetxLibrary>> BindVnetxLibrary(std::wstring_view name) {
+    const auto path = FindSharedObject(name);
     if (!path) {
-        error = Sprintf(L"The interface library \"%s\" was not found in %s.", std::wstring(name), places);
-        return nullptr;
+        return Refused(Sprintf(L"The interface library \"%s\" was not found in %s.", std::wstring(name),
+                               path.error().text));
     }
-    std::wstring reason;
-    std::unique_ptr<SharedObject> module = SharedObject::Load(*path, reason);
+    auto module = SharedObject::Load(*path);
     if (!module) {
-        error = EndSentence(Sprintf(L"The interface library \"%s\" could not be loaded: %s", *path, reason));
-        return nullptr;
+        Failure& failure = module.error();
+        failure.text = EndSentence(
+            Sprintf(L"The interface library \"%s\" could not be loaded: %s", *path, failure.Describe()));
+        return PassOn(module);
     }
     Operations operations;
     std::wstring missing;
-    const auto bind = [&](auto& operation, const char* symbol) { module->Bind(operation, symbol, missing); };
+    const auto bind = [&](auto& operation, const char* symbol) {
+        (*module)->Bind(operation, symbol, missing);
+    };
     bind(operations.open, "vnetx32_open");
     bind(operations.close, "vnetx32_close");
     bind(operations.ioctl, "vnetx32_ioctl");
@@ -121,12 +123,11 @@ std::unique_ptr<VnetxLibrary> BindVnetxLibrary(std::wstring_view name, std::wstr
     bind(operations.versionString, "vnetx32_version_string");
     bind(operations.copyrightString, "vnetx32_copyright_string");
     if (!missing.empty()) {
-        error = Sprintf(
+        return Refused(Sprintf(
             L"The interface library \"%s\" lacks these exports: %s. It is another library, or of another version than this program needs.",
-            *path, missing);
-        return nullptr;
+            *path, missing));
     }
-    return std::make_unique<BoundLibrary>(std::move(module), operations, *path);
+    return std::make_unique<BoundLibrary>(std::move(*module), operations, *path);
 }
 
 } // namespace vnxtest

@@ -10,10 +10,11 @@
 
 namespace vnxtest {
 
-// Loads the shared library `name` (a path, or a file name that is looked for in the program's own folder
-// and in the system's library folders) and binds every operation of the contract. Null on failure, with
-// whole sentences in `error`: where it was looked for, the system's text, or every missing export by name.
-// The library is unloaded with the object; a debug output function cannot be taken back from it.
-std::unique_ptr<VnetxLibrary> BindVnetxLibrary(std::wstring_view name, std::wstring& error);
+// Loads the shared library `name` (a path, or a file name that is looked for in the program's own
+// folder and in the system's library folders) and binds every operation of the contract. Not null; a
+// failure's text is whole sentences: where it was looked for, the system's text, or every missing
+// export by name. The library is unloaded with the object; a debug output function cannot be taken back
+// from it.
+Result<std::unique_ptr<VnetxLibrary>> BindVnetxLibrary(std::wstring_view name);
 
 } // namespace vnxtest

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "vnetx/vnetx.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -56,11 +57,11 @@ public:
     virtual std::wstring WhyNotThePackage() const { return {}; }
 };
 
-// The library that `--library` names: "auto", "pcap", "tun", "sim", "sim:loss=5,...", "Vnetx64UD.dll", or
-// the path of a shared library. On failure returns null and puts one or more whole sentences into `error`:
-// what is wrong (every missing export by name) and what to do next. No library falls back to another except
-// as "auto" is documented to.
-std::unique_ptr<VnetxLibrary> OpenVnetxLibrary(std::wstring_view name, std::wstring& error);
+// The library that `--library` names: "auto", "pcap", "tun", "sim", "sim:loss=5,...", "Vnetx64UD.dll",
+// or the path of a shared library. Not null; a failure's text is one or more whole sentences: what is
+// wrong (every missing export by name) and what to do next. No library falls back to another except as
+// "auto" is documented to.
+Result<std::unique_ptr<VnetxLibrary>> OpenVnetxLibrary(std::wstring_view name);
 
 // True if `name` is "sim" or "sim:...": the simulated LAN, which has an adapter of its own.
 bool IsSimulatedLan(std::wstring_view name);

@@ -19,6 +19,9 @@ extern const std::uint32_t kErrorNotEnoughMemory;
 std::uint32_t LastError();
 void SetLastError(std::uint32_t code);
 
+// The errno value that a last-error code is: itself on Linux, none (0) on Windows.
+int ErrnoOfLastError(std::uint32_t code);
+
 // The text of an errno value, without a line end. Never empty.
 std::wstring StrError(int code);
 

@@ -22,6 +22,10 @@ void SetLastError(std::uint32_t code) {
     errno = static_cast<int>(code);
 }
 
+int ErrnoOfLastError(std::uint32_t code) {
+    return static_cast<int>(code);
+}
+
 std::wstring StrError(int code) {
     const ErrorKeeper keeper;
     char buffer[256];

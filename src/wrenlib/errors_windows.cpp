@@ -23,6 +23,10 @@ void SetLastError(std::uint32_t code) {
     ::SetLastError(code);
 }
 
+int ErrnoOfLastError(std::uint32_t) {
+    return 0;
+}
+
 namespace {
 
 // The C library of Windows has no texts for the errno values that POSIX added.

@@ -3,19 +3,18 @@
 
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
+#include "wrenlib/failure.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 
 class SharedObject {
 public:
-    // Loads the library in the file `path`, which is absolute. Null on failure, with the system's text in
-    // `error`.
-    static std::unique_ptr<SharedObject> Load(const std::wstring& path, std::wstring& error);
+    // Loads the library in the file `path`, which is absolute. Not null.
+    static Result<std::unique_ptr<SharedObject>> Load(const std::wstring& path);
     ~SharedObject();
     SharedObject(const SharedObject&) = delete;
     SharedObject& operator=(const SharedObject&) = delete;
@@ -48,14 +47,14 @@ private:
 };
 
 // Loads a library of the packet driver: Npcap has its own folder below the system folder, older drivers are
-// in the system folder itself. Null on failure, with the places and the reason in `error`. Windows only:
+// in the system folder itself. Not null; a failure's text has the places and the reason. Windows only:
 // elsewhere the capture library is linked.
-std::unique_ptr<SharedObject> LoadPacketDriverLibrary(const wchar_t* name, std::wstring& error);
+Result<std::unique_ptr<SharedObject>> LoadPacketDriverLibrary(const wchar_t* name);
 
 // The absolute path of the shared library `name`. A name without a folder is looked for in the program's
 // own folder and then in the system's library folders, never in the current directory; a name with a folder
-// is taken as it stands, relative to the current directory if it is relative. Nullopt if there is no such
-// file; `places` then names the folders searched.
-std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstring& places);
+// is taken as it stands, relative to the current directory if it is relative. If there is no such file the
+// failure's text is a list, with commas, of the folders searched.
+Result<std::wstring> FindSharedObject(std::wstring_view name);
 
 } // namespace vnxtest

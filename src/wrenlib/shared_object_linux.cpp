@@ -45,14 +45,13 @@ std::vector<fs::path> SystemLibraryFolders() {
 
 } // namespace
 
-std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::wstring& error) {
+Result<std::unique_ptr<SharedObject>> SharedObject::Load(const std::wstring& path) {
     const std::string file = ToNarrow(path);
     if (void* module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
         return std::unique_ptr<SharedObject>(new SharedObject(module));
     }
     const char* text = dlerror();
-    error = ToWide(text ? text : "unknown error");
-    return nullptr;
+    return NoValue(Failure{L"dlopen", 0, 0, ToWide(text ? text : "unknown error")});
 }
 
 SharedObject::SharedObject(void* module) : m_module(module) {}
@@ -67,7 +66,7 @@ void* SharedObject::Find(const char* name) const {
     return dlsym(m_module, name);
 }
 
-std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstring& places) {
+Result<std::wstring> FindSharedObject(std::wstring_view name) {
     std::error_code ignored;
     const fs::path wanted = ToNarrow(name);
     if (wanted.has_parent_path()) {
@@ -75,15 +74,14 @@ std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstrin
         if (fs::exists(path, ignored)) {
             return Text(path);
         }
-        places = Text(path.parent_path());
-        return std::nullopt;
+        return Refused(Text(path.parent_path()));
     }
     std::vector<fs::path> folders = SystemLibraryFolders();
     const fs::path program = fs::read_symlink("/proc/self/exe", ignored);
     if (!program.empty()) {
         folders.insert(folders.begin(), program.parent_path());
     }
-    places.clear();
+    std::wstring places;
     for (const fs::path& folder : folders) {
         const fs::path path = folder / wanted;
         if (fs::is_regular_file(path, ignored)) {
@@ -91,7 +89,7 @@ std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstrin
         }
         places += (places.empty() ? L"" : L", ") + Text(folder);
     }
-    return std::nullopt;
+    return Refused(std::move(places));
 }
 
 } // namespace vnxtest

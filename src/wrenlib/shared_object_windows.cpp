@@ -32,7 +32,7 @@ bool IsFile(const std::wstring& path) {
 
 } // namespace
 
-std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::wstring& error) {
+Result<std::unique_ptr<SharedObject>> SharedObject::Load(const std::wstring& path) {
     // Libraries that it needs itself are looked for beside it and in the system folder only.
     if (HMODULE module =
             LoadLibraryExW(path.c_str(), nullptr,
@@ -40,8 +40,7 @@ std::unique_ptr<SharedObject> SharedObject::Load(const std::wstring& path, std::
                                LOAD_LIBRARY_SEARCH_SYSTEM32)) {
         return std::unique_ptr<SharedObject>(new SharedObject(module));
     }
-    error = FormatLastError(LastError());
-    return nullptr;
+    return FailedCall(L"LoadLibraryEx");
 }
 
 SharedObject::SharedObject(void* module) : m_module(module) {
@@ -79,21 +78,23 @@ void* SharedObject::Find(const char* name) const {
     return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(m_module), name));
 }
 
-std::unique_ptr<SharedObject> LoadPacketDriverLibrary(const wchar_t* name, std::wstring& error) {
+Result<std::unique_ptr<SharedObject>> LoadPacketDriverLibrary(const wchar_t* name) {
     std::wstring tried;
     for (const wchar_t* const folder : {L"\\Npcap\\", L"\\"}) {
         const std::wstring path = SystemFolder() + folder + name;
-        std::wstring reason = FormatLastError(ERROR_MOD_NOT_FOUND);
-        if (auto library = IsFile(path) ? SharedObject::Load(path, reason) : nullptr) {
+        Result<std::unique_ptr<SharedObject>> library = FailedCall(L"LoadLibraryEx", ERROR_MOD_NOT_FOUND);
+        if (IsFile(path)) {
+            library = SharedObject::Load(path);
+        }
+        if (library) {
             return library;
         }
-        tried += (tried.empty() ? L"" : L" ") + EndSentence(path + L": " + reason);
+        tried += (tried.empty() ? L"" : L" ") + EndSentence(path + L": " + library.error().Describe());
     }
-    error = tried;
-    return nullptr;
+    return Refused(std::move(tried));
 }
 
-std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstring& places) {
+Result<std::wstring> FindSharedObject(std::wstring_view name) {
     const std::wstring wanted(name);
     if (wanted.find_first_of(L"\\/:") != std::wstring::npos) {
         std::vector<wchar_t> path(32768);
@@ -103,10 +104,9 @@ std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstrin
         if (length > 0 && IsFile(full)) {
             return full;
         }
-        places = full.substr(0, full.find_last_of(L"\\/"));
-        return std::nullopt;
+        return Refused(full.substr(0, full.find_last_of(L"\\/")));
     }
-    places.clear();
+    std::wstring places;
     for (const std::wstring& folder : {ProgramFolder(), SystemFolder()}) {
         const std::wstring path = folder + L"\\" + wanted;
         if (!folder.empty() && IsFile(path)) {
@@ -114,7 +114,7 @@ std::optional<std::wstring> FindSharedObject(std::wstring_view name, std::wstrin
         }
         places += (places.empty() ? L"" : L", ") + folder;
     }
-    return std::nullopt;
+    return Refused(std::move(places));
 }
 
 } // namespace vnxtest

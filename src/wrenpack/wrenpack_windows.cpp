@@ -24,10 +24,10 @@ namespace {
 class PacketDriver {
 public:
     PacketDriver() {
-        m_wpcap = LoadPacketDriverLibrary(L"wpcap.dll", m_problem);
-        if (m_wpcap == nullptr) {
-            m_problem = L"could not be loaded: " + m_problem;
+        if (auto wpcap = LoadPacketDriverLibrary(L"wpcap.dll"); !wpcap) {
+            m_problem = L"could not be loaded: " + wpcap.error().Describe();
         } else {
+            m_wpcap = std::move(*wpcap);
             m_wpcap->Bind(m_openLive, "pcap_open_live", m_problem);
             m_wpcap->Bind(m_close, "pcap_close", m_problem);
             m_problem = (m_problem.empty() ? L"" : L"lacks these exports: ") + m_problem;
@@ -36,8 +36,8 @@ public:
         if (m_wpcap != nullptr) {
             m_wpcap->Bind(m_version, "pcap_lib_version", unneeded);
         }
-        m_packet = LoadPacketDriverLibrary(L"Packet.dll", unneeded);
-        if (m_packet != nullptr) {
+        if (auto packet = LoadPacketDriverLibrary(L"Packet.dll")) {
+            m_packet = std::move(*packet);
             m_packet->Bind(m_driverVersion, "PacketGetDriverVersion", unneeded);
         }
     }
@@ -113,22 +113,23 @@ class BoundWrenPack final : public WrenPackLibrary {
 public:
     // Null if the library is missing or cannot be used, with the reason in `substitution`.
     static std::unique_ptr<WrenPackLibrary> Bind(ModuleDescription& substitution) {
-        std::wstring places;
-        const auto path = FindSharedObject(kFileName, places);
+        const auto path = FindSharedObject(kFileName);
         if (!path) {
-            substitution.substitution = Sprintf(L"%s was not found in %s.", std::wstring(kFileName), places);
+            substitution.substitution =
+                Sprintf(L"%s was not found in %s.", std::wstring(kFileName), path.error().text);
             return nullptr;
         }
         substitution.unusable = true;
-        std::wstring problem;
-        auto module = SharedObject::Load(*path, problem);
-        if (module == nullptr) {
-            substitution.substitution = EndSentence(Sprintf(L"%s could not be loaded: %s", *path, problem));
+        auto module = SharedObject::Load(*path);
+        if (!module) {
+            substitution.substitution =
+                EndSentence(Sprintf(L"%s could not be loaded: %s", *path, module.error().Describe()));
             return nullptr;
         }
-        auto library = std::make_unique<BoundWrenPack>(std::move(module), *path, problem);
-        if (!problem.empty()) {
-            substitution.substitution = Sprintf(L"%s lacks these exports: %s.", *path, problem);
+        std::wstring missing;
+        auto library = std::make_unique<BoundWrenPack>(std::move(*module), *path, missing);
+        if (!missing.empty()) {
+            substitution.substitution = Sprintf(L"%s lacks these exports: %s.", *path, missing);
             return nullptr;
         }
         return library;

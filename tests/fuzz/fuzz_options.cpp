@@ -27,9 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Claim(dataSize >= 8 && dataSize <= 65507, "a size in range");
     Claim(!options.duration || options.duration->count() > 0, "a duration is one");
     Claim(options.command != Command::Ping || !options.target.empty(), "a ping has a target");
-    std::wstring error;
     if (options.IsSimulated() && options.library.size() > 4) {
-        Claim(ParseSimOptions(options.library.substr(4), error).has_value() == error.empty(), "a reason");
+        const auto sim = ParseSimOptions(options.library.substr(4));
+        Claim(sim.has_value() || !sim.error().text.empty(), "a reason");
     }
     return 0;
 }

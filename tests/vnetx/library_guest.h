@@ -25,10 +25,9 @@ inline constexpr Ipv4Address kFirstGuest{198, 18, 0, 111};
 inline constexpr Ipv4Address kSecondGuest{198, 18, 0, 222};
 
 inline std::unique_ptr<SimLibrary> Lan(std::wstring_view options = L"") {
-    std::wstring error;
-    auto library = MakeSimLibrary(options, error);
-    EXPECT_TRUE(library) << ::testing::PrintToString(error);
-    return library;
+    auto library = MakeSimLibrary(options);
+    EXPECT_TRUE(library) << ::testing::PrintToString(std::wstring(options));
+    return std::move(*library);
 }
 
 // What a call failed with, or 0.

@@ -27,7 +27,12 @@ protected:
         fs::remove_all(m_folder);
     }
 
-    std::unique_ptr<VnetxLibrary> Open(const std::wstring& name) { return OpenVnetxLibrary(name, m_error); }
+    // Null, with the reason in m_error, when it cannot be had.
+    std::unique_ptr<VnetxLibrary> Open(const std::wstring& name) {
+        auto library = OpenVnetxLibrary(name);
+        m_error = library ? L"" : library.error().Describe();
+        return library ? std::move(*library) : nullptr;
+    }
     // What is said when `name` cannot be had.
     std::wstring Refusal(const std::wstring& name) {
         EXPECT_FALSE(Open(name)) << ToUtf8(name);

@@ -13,8 +13,8 @@
 
 namespace vnxtest {
 
-// The built-in library of this name: "pcap", "tun", "sim" or "sim:OPTIONS" (vnetx/sim/sim.h). Null with a
-// sentence in `error` if it cannot be had, null without one if the name is none of these. Any thread.
-std::unique_ptr<VnetxLibrary> MakeBuiltinLibrary(std::wstring_view name, std::wstring& error);
+// The built-in library of this name: "pcap", "tun", "sim" or "sim:OPTIONS" (vnetx/sim/sim.h). A failure,
+// whose text is whole sentences, when it cannot be had; null, and no failure, when the name is none of these.
+Result<std::unique_ptr<VnetxLibrary>> MakeBuiltinLibrary(std::wstring_view name);
 
 } // namespace vnxtest

@@ -18,19 +18,14 @@
 namespace vnxtest {
 namespace {
 
-struct Served {
-    std::unique_ptr<VnetxLibrary> library;
-    std::wstring error;
-};
-
-const Served& Serve() {
-    static const Served served = [] {
-        Served made;
+const Result<std::unique_ptr<VnetxLibrary>>& Serve() {
+    static const auto served = []() -> Result<std::unique_ptr<VnetxLibrary>> {
         const char* chosen = std::getenv("VNETX_LIBRARY");
         const std::wstring name = chosen && *chosen ? ToWide(chosen) : L"pcap";
-        made.library = MakeBuiltinLibrary(name, made.error);
-        if (!made.library && made.error.empty()) {
-            made.error = Sprintf(L"VNETX_LIBRARY is \"%s\": it must be pcap, tun, sim or sim:OPTIONS.", name);
+        auto made = MakeBuiltinLibrary(name);
+        if (made && *made == nullptr) {
+            return Refused(
+                Sprintf(L"VNETX_LIBRARY is \"%s\": it must be pcap, tun, sim or sim:OPTIONS.", name));
         }
         return made;
     }();
@@ -39,11 +34,11 @@ const Served& Serve() {
 
 // Calls `operation` on the library served. No exception leaves the shared library: `failure` is
 // returned instead, with errno set.
-template <typename Result, typename Operation>
-Result Call(Result failure, Operation operation) noexcept {
+template <typename Returned, typename Operation>
+Returned Call(Returned failure, Operation operation) noexcept {
     try {
-        if (VnetxLibrary* const library = Serve().library.get()) {
-            return operation(*library);
+        if (const auto& library = Serve()) {
+            return operation(**library);
         }
         Fail(EINVAL);
     } catch (const std::bad_alloc&) {
@@ -112,9 +107,8 @@ VNETX_EXPORT const char* vnetx32_get_default_iface() {
 }
 
 VNETX_EXPORT std::int32_t vnetx32_set_debug_output_func(VnetxDebugOutput callback) {
-    const vnxtest::Served& served = vnxtest::Serve();
-    if (!served.library && callback) {
-        callback((vnxtest::ToNarrow(served.error) + "\n").c_str());
+    if (const auto& served = vnxtest::Serve(); !served && callback) {
+        callback((vnxtest::ToNarrow(served.error().text) + "\n").c_str());
     }
     return Call(0, [&](VnetxLibrary& library) { return library.SetDebugOutputFunc(callback); });
 }

@@ -19,37 +19,35 @@ bool EndsWith(std::wstring_view name, std::wstring_view ending) {
 
 } // namespace
 
-std::unique_ptr<VnetxLibrary> MakeBuiltinLibrary(std::wstring_view name, std::wstring& error) {
-    error.clear();
+Result<std::unique_ptr<VnetxLibrary>> MakeBuiltinLibrary(std::wstring_view name) {
     if (EqualNoCase(name, L"pcap")) {
         return MakePcapLibrary();
     }
     if (EqualNoCase(name, L"tun")) {
-        return OpenTunLibrary(error);
+        return OpenTunLibrary();
     }
     if (EqualNoCase(name, L"sim")) {
-        return MakeSimLibrary(L"", error);
+        return MakeSimLibrary(L"");
     }
     if (EqualNoCase(name.substr(0, kSimWithOptions.size()), kSimWithOptions)) {
-        return MakeSimLibrary(name.substr(kSimWithOptions.size()), error);
+        return MakeSimLibrary(name.substr(kSimWithOptions.size()));
     }
     return nullptr;
 }
 
-std::unique_ptr<VnetxLibrary> OpenVnetxLibrary(std::wstring_view name, std::wstring& error) {
-    error.clear();
+Result<std::unique_ptr<VnetxLibrary>> OpenVnetxLibrary(std::wstring_view name) {
     if (EqualNoCase(name, L"auto")) {
-        return OpenAutoLibrary(error);
+        return OpenAutoLibrary();
     }
-    std::unique_ptr<VnetxLibrary> builtin = MakeBuiltinLibrary(name, error);
-    if (builtin || !error.empty()) {
+    auto builtin = MakeBuiltinLibrary(name);
+    if (!builtin || *builtin != nullptr) {
         return builtin;
     }
     if (IsLibraryFile(name)) {
-        return BindVnetxLibrary(name, error);
+        return BindVnetxLibrary(name);
     }
-    error = Sprintf(L"There is no interface library \"%s\". %s", std::wstring(name), KnownLibraries());
-    return nullptr;
+    return Refused(
+        Sprintf(L"There is no interface library \"%s\". %s", std::wstring(name), KnownLibraries()));
 }
 
 bool IsLibraryFile(std::wstring_view name) {

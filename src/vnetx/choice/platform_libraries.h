@@ -8,11 +8,11 @@
 
 namespace vnxtest {
 
-// The library that "auto" stands for here. Null on failure, with whole sentences in `error`.
-std::unique_ptr<VnetxLibrary> OpenAutoLibrary(std::wstring& error);
+// The library that "auto" stands for here. Not null; a failure's text is whole sentences.
+Result<std::unique_ptr<VnetxLibrary>> OpenAutoLibrary();
 
-// The built-in `tun` library; null with a sentence in `error` on a platform without one.
-std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring& error);
+// The built-in `tun` library, not null; where there is none a failure whose text says so.
+Result<std::unique_ptr<VnetxLibrary>> OpenTunLibrary();
 
 // The names that can be chosen here, as the sentence that follows a refusal.
 std::wstring KnownLibraries();

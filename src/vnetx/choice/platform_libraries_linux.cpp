@@ -5,11 +5,11 @@
 
 namespace vnxtest {
 
-std::unique_ptr<VnetxLibrary> OpenAutoLibrary(std::wstring&) {
+Result<std::unique_ptr<VnetxLibrary>> OpenAutoLibrary() {
     return MakePcapLibrary();
 }
 
-std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring&) {
+Result<std::unique_ptr<VnetxLibrary>> OpenTunLibrary() {
     return MakeTunLibrary();
 }
 

@@ -28,21 +28,20 @@ private:
 
 // The package's library if it is installed. One that is installed but cannot be loaded is an error; no
 // other takes its place.
-std::unique_ptr<VnetxLibrary> OpenAutoLibrary(std::wstring& error) {
-    std::wstring places;
-    if (FindSharedObject(kPackageLibrary, places)) {
-        return BindVnetxLibrary(kPackageLibrary, error);
+Result<std::unique_ptr<VnetxLibrary>> OpenAutoLibrary() {
+    const auto path = FindSharedObject(kPackageLibrary);
+    if (path) {
+        return BindVnetxLibrary(kPackageLibrary);
     }
     return std::make_unique<StandIn>(
         MakePcapLibrary(),
         Sprintf(
             L"%s was not found in %s. The library pcap, which is built into this program, takes its place.",
-            std::wstring(kPackageLibrary), places));
+            std::wstring(kPackageLibrary), path.error().text));
 }
 
-std::unique_ptr<VnetxLibrary> OpenTunLibrary(std::wstring& error) {
-    error = L"The library \"tun\" uses a device of the Linux kernel: Windows has none.";
-    return nullptr;
+Result<std::unique_ptr<VnetxLibrary>> OpenTunLibrary() {
+    return Refused(L"The library \"tun\" uses a device of the Linux kernel: Windows has none.");
 }
 
 std::wstring KnownLibraries() {

@@ -107,9 +107,11 @@ class Binding {
 public:
     Binding() {
         std::wstring problem;
-        m_library = LoadPacketDriverLibrary(L"wpcap.dll", problem);
-        if (m_library != nullptr) {
+        if (auto library = LoadPacketDriverLibrary(L"wpcap.dll")) {
+            m_library = std::move(*library);
             BindAll(problem);
+        } else {
+            problem = library.error().Describe();
         }
         m_complete = m_library != nullptr && problem.empty();
         if (!m_complete) {

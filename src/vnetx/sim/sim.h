@@ -37,8 +37,8 @@ private:
     const std::string m_defaultInterface;
 };
 
-// The simulated LAN with `options` ("loss=5,delay=20", or empty); null with a sentence in `error` if they
-// are refused.
-std::unique_ptr<SimLibrary> MakeSimLibrary(std::wstring_view options, std::wstring& error);
+// The simulated LAN with `options` ("loss=5,delay=20", or empty), not null; a failure's text is a sentence
+// about the option that is refused.
+Result<std::unique_ptr<SimLibrary>> MakeSimLibrary(std::wstring_view options);
 
 } // namespace vnxtest

@@ -57,9 +57,9 @@ DriverParts SimLibrary::MakeDriver(std::string_view, InterfaceState& state) {
     return PartsOf(std::make_unique<SimDriver>(m_network, static_cast<SimGate&>(*state.gate).Port(), state));
 }
 
-std::unique_ptr<SimLibrary> MakeSimLibrary(std::wstring_view options, std::wstring& error) {
-    const auto parsed = ParseSimOptions(options, error);
-    return parsed ? std::make_unique<SimLibrary>(*parsed) : nullptr;
+Result<std::unique_ptr<SimLibrary>> MakeSimLibrary(std::wstring_view options) {
+    return ParseSimOptions(options).map(
+        [](const SimOptions& parsed) { return std::make_unique<SimLibrary>(parsed); });
 }
 
 } // namespace vnxtest

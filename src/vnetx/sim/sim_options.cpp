@@ -82,20 +82,20 @@ std::optional<double> ParseReal(std::wstring_view text) {
     return value;
 }
 
-std::wstring Refusal(std::wstring_view name, std::wstring_view value, const std::wstring& allowed) {
-    return Sprintf(L"The option \"%s\" of the simulated LAN is \"%s\"; it must be %s.", std::wstring(name),
-                   std::wstring(value), allowed);
+NoValue Refuse(std::wstring_view name, std::wstring_view value, const std::wstring& allowed) {
+    return Refused(Sprintf(L"The option \"%s\" of the simulated LAN is \"%s\"; it must be %s.",
+                           std::wstring(name), std::wstring(value), allowed));
 }
 
-// Takes one "name=value" into `options`. Empty, or a sentence that says what is wrong.
-std::wstring TakeOption(SimOptions& options, std::wstring_view name, std::wstring_view value) {
+// Takes one "name=value" into `options`.
+Result<void> TakeOption(SimOptions& options, std::wstring_view name, std::wstring_view value) {
     for (const RealOption& option : kRealOptions) {
         if (name == option.name) {
             const auto number = ParseReal(value);
             if (!number || *number > option.maximum) {
-                return Refusal(name, value,
-                               Sprintf(L"a number from 0 to %d (%s)", static_cast<int>(option.maximum),
-                                       std::wstring(option.unit)));
+                return Refuse(name, value,
+                              Sprintf(L"a number from 0 to %d (%s)", static_cast<int>(option.maximum),
+                                      std::wstring(option.unit)));
             }
             options.*option.member = *number;
             return {};
@@ -104,8 +104,8 @@ std::wstring TakeOption(SimOptions& options, std::wstring_view name, std::wstrin
     if (name == L"mtu") {
         const auto number = ParseWhole(value);
         if (!number || *number < kLeastMtu || *number > kGreatestMtu) {
-            return Refusal(name, value,
-                           Sprintf(L"a whole number from %u to %u (bytes)", kLeastMtu, kGreatestMtu));
+            return Refuse(name, value,
+                          Sprintf(L"a whole number from %u to %u (bytes)", kLeastMtu, kGreatestMtu));
         }
         options.mtu = static_cast<std::uint32_t>(*number);
         return {};
@@ -113,19 +113,18 @@ std::wstring TakeOption(SimOptions& options, std::wstring_view name, std::wstrin
     if (name == L"seed") {
         const auto number = ParseWhole(value);
         if (!number) {
-            return Refusal(name, value, L"a whole number from 0 to 18446744073709551615");
+            return Refuse(name, value, L"a whole number from 0 to 18446744073709551615");
         }
         options.seed = *number;
         return {};
     }
-    return Sprintf(L"The simulated LAN has no option \"%s\". %s", std::wstring(name),
-                   std::wstring(kKnownOptions));
+    return Refused(Sprintf(L"The simulated LAN has no option \"%s\". %s", std::wstring(name),
+                           std::wstring(kKnownOptions)));
 }
 
 } // namespace
 
-std::optional<SimOptions> ParseSimOptions(std::wstring_view text, std::wstring& error) {
-    error.clear();
+Result<SimOptions> ParseSimOptions(std::wstring_view text) {
     SimOptions options;
     if (TrimBlanks(text).empty()) {
         return options;
@@ -136,18 +135,16 @@ std::optional<SimOptions> ParseSimOptions(std::wstring_view text, std::wstring& 
         const std::wstring item = TrimBlanks(text.substr(0, comma));
         const std::size_t equals = item.find(L'=');
         if (equals == std::wstring::npos || equals == 0) {
-            error = Sprintf(L"\"%s\" is no option of the simulated LAN: name=value is expected. %s", item,
-                            std::wstring(kKnownOptions));
-            return std::nullopt;
+            return Refused(Sprintf(L"\"%s\" is no option of the simulated LAN: name=value is expected. %s",
+                                   item, std::wstring(kKnownOptions)));
         }
         const std::wstring name = TrimBlanks(std::wstring_view(item).substr(0, equals));
         const std::wstring value = TrimBlanks(std::wstring_view(item).substr(equals + 1));
-        error = TakeOption(options, name, value);
-        if (error.empty() && !given.insert(name).second) {
-            error = Sprintf(L"The option \"%s\" of the simulated LAN is given twice.", name);
+        if (auto taken = TakeOption(options, name, value); !taken) {
+            return PassOn(taken);
         }
-        if (!error.empty()) {
-            return std::nullopt;
+        if (!given.insert(name).second) {
+            return Refused(Sprintf(L"The option \"%s\" of the simulated LAN is given twice.", name));
         }
         if (comma == std::wstring_view::npos) {
             return options;

@@ -5,11 +5,11 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "vnetx/sim/sim_lan.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -34,8 +34,8 @@ struct SimOptions {
     std::uint64_t seed = 1;
 };
 
-// The options in `text` (may be empty); nullopt with a sentence in `error` that names the option, what is
+// The options in `text` (may be empty). A failure's text is a sentence that names the option, says what is
 // wrong with it and what is allowed.
-std::optional<SimOptions> ParseSimOptions(std::wstring_view text, std::wstring& error);
+Result<SimOptions> ParseSimOptions(std::wstring_view text);
 
 } // namespace vnxtest

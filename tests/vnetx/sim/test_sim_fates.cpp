@@ -13,9 +13,8 @@ namespace {
 using namespace std::chrono_literals;
 
 SimOptions Options(const std::wstring& text) {
-    std::wstring error;
-    const auto options = ParseSimOptions(text, error);
-    EXPECT_TRUE(options) << ::testing::PrintToString(error);
+    const auto options = ParseSimOptions(text);
+    EXPECT_TRUE(options) << ::testing::PrintToString(text);
     return options.value_or(SimOptions());
 }
 
@@ -39,9 +38,9 @@ TEST(SimOptionsText, TakesEveryOptionAndNamesWhatItRefuses) {
           {L"\"seed\"", L"whole number", {L"seed=18446744073709551616", L"seed=x"}},
           {L"\"loss\"", L"twice", {L"loss=1,dup=2,loss=3"}}}) {
         for (const wchar_t* text : texts) {
-            std::wstring error;
-            EXPECT_FALSE(ParseSimOptions(text, error));
-            EXPECT_THAT(error, AllOf(HasSubstr(named), HasSubstr(allowed)));
+            const auto options = ParseSimOptions(text);
+            ASSERT_FALSE(options);
+            EXPECT_THAT(options.error().text, AllOf(HasSubstr(named), HasSubstr(allowed)));
         }
     }
 }
