@@ -50,6 +50,7 @@ function(vnxtest_room name)
   add_library(${name} STATIC ${ROOM_SOURCES})
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_link_libraries(${name} PUBLIC vnxtest_options ${ROOM_DEPENDS})
+  vnxtest_precompile(${name})
 endfunction()
 
 # vnxtest_tests(<room> SOURCES <file>... [DEPENDS <target>...]): the room's unit tests, one program.
@@ -58,6 +59,9 @@ function(vnxtest_tests room)
   add_executable(test_${room} ${TEST_SOURCES})
   target_include_directories(test_${room} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(test_${room} PRIVATE ${room} ${TEST_DEPENDS} GTest::gtest_main GTest::gmock)
+  if(NOT room MATCHES "^(widgets|helpui|ui)$")
+    vnxtest_precompile_tests(test_${room})
+  endif()
   if(CMAKE_CROSSCOMPILING)
     # Starting a program is slow under Wine: one start a room.
     add_test(NAME unit.${room} COMMAND test_${room})

@@ -32,6 +32,8 @@ use_compiler_cache() {
     export CCACHE_DIR=${CCACHE_DIR:-$cache_folder/ccache}
     export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root}
     export CCACHE_NOHASHDIR=1
+    # What precompiled headers need; no source uses the macros of date and time.
+    export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros}
     export CCACHE_MAXSIZE=${CCACHE_MAXSIZE:-2G}
     need_folder "$CCACHE_DIR" CCACHE_DIR
 }
