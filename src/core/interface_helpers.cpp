@@ -6,6 +6,7 @@
 #include <cwchar>
 #include <optional>
 
+#include "vnetx/records.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/log.h"
 #include "wrenlib/text.h"
@@ -27,16 +28,14 @@ std::int32_t FailValidation() {
     return -1;
 }
 
-// The first steps of every setter: zeroed record, family, name. Nullopt if the name is missing, after a
-// report with `nameMessage`.
-std::optional<VnetxInterfaceRequest> BeginRequest(std::uint16_t family, const wchar_t* name,
-                                                  const wchar_t* nameMessage) {
+// The step every setter begins with: a zeroed record with the name. Nullopt if the name is missing; that has
+// been reported with `nameMessage`.
+std::optional<VnetxInterfaceRequest> BeginRequest(const wchar_t* name, const wchar_t* nameMessage) {
     if (name == nullptr || *name == L'\0') {
         LogMsg(nameMessage, OrNull(name));
         return std::nullopt;
     }
     VnetxInterfaceRequest request{};
-    request.u.inet.family = family;
     SetRequestName(request, name);
     return request;
 }
@@ -49,7 +48,7 @@ struct AddressSetter {
 
 std::int32_t SetAddress(VnetxLibrary& library, std::int32_t handle, const wchar_t* name, const wchar_t* value,
                         const AddressSetter& setter) {
-    auto request = BeginRequest(VNETX_AF_INET, name, setter.nameMessage);
+    auto request = BeginRequest(name, setter.nameMessage);
     if (!request) {
         return FailValidation();
     }
@@ -58,7 +57,7 @@ std::int32_t SetAddress(VnetxLibrary& library, std::int32_t handle, const wchar_
         LogMsg(setter.valueMessage, name, OrNull(value));
         return FailValidation();
     }
-    std::ranges::copy(address->Bytes(), request->u.inet.address);
+    PutIpv4(*request, *address);
     return library.Ioctl(handle, setter.request, &*request);
 }
 
@@ -120,7 +119,7 @@ std::int32_t VNETX_SetMTU(VnetxLibrary& library, std::int32_t handle, const wcha
                           const wchar_t* value) {
     constexpr long kMinimumMtu = 46;
     constexpr long kMaximumMtu = 65536;
-    auto request = BeginRequest(VNETX_AF_INET, name, L"KXMTU011E Invalid net device name \"%s\"\n");
+    auto request = BeginRequest(name, L"KXMTU011E Invalid net device name \"%s\"\n");
     if (!request) {
         return FailValidation();
     }
@@ -139,7 +138,7 @@ std::int32_t VNETX_SetMTU(VnetxLibrary& library, std::int32_t handle, const wcha
 
 std::int32_t VNETX_SetMACAddr(VnetxLibrary& library, std::int32_t handle, const wchar_t* name,
                               const wchar_t* value) {
-    auto request = BeginRequest(VNETX_ARPHRD_ETHER, name, L"KXMTU014E Invalid net device name \"%s\"\n");
+    auto request = BeginRequest(name, L"KXMTU014E Invalid net device name \"%s\"\n");
     if (!request) {
         return FailValidation();
     }
@@ -148,13 +147,13 @@ std::int32_t VNETX_SetMACAddr(VnetxLibrary& library, std::int32_t handle, const 
         LogMsg(L"KXMTU015E %s: Invalid MAC address \"%s\"\n", name, OrNull(value));
         return FailValidation();
     }
-    std::ranges::copy(mac->Bytes(), request->u.hardware.mac);
+    PutMac(*request, *mac);
     return library.Ioctl(handle, VNETX_SIOCSIFHWADDR, &*request);
 }
 
 std::int32_t VNETX_SetFlags(VnetxLibrary& library, std::int32_t handle, const wchar_t* name,
                             std::uint32_t flags) {
-    auto request = BeginRequest(VNETX_AF_INET, name, L"KXMTU016E Invalid net device name \"%s\"\n");
+    auto request = BeginRequest(name, L"KXMTU016E Invalid net device name \"%s\"\n");
     if (!request) {
         return FailValidation();
     }
@@ -169,9 +168,7 @@ bool GetInterfaceMACAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_I
         return false;
     }
     Verify(request.u.hardware.family == VNETX_ARPHRD_ETHER);
-    std::array<std::uint8_t, 6> mac;
-    std::ranges::copy(request.u.hardware.mac, mac.begin());
-    info.guestMac = MacAddress(mac);
+    info.guestMac = MacIn(request);
     return true;
 }
 
@@ -181,9 +178,7 @@ bool GetAdapterIPAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_INFO
                request)) {
         return false;
     }
-    std::array<std::uint8_t, 4> address;
-    std::ranges::copy(request.u.inet.address, address.begin());
-    info.adapterIp = Ipv4Address(address);
+    info.adapterIp = Ipv4In(request);
     info.adapterIpText = FormatIPAddr(info.adapterIp);
     return true;
 }

@@ -1,17 +1,9 @@
-#include <cstring>
-
 #include "hostnet/host_network.h"
+#include "vnetx/neighbour_questions.h"
 
 namespace vnxtest {
 
 namespace {
-
-VnetxArpRequest NewRequest() {
-    VnetxArpRequest request{};
-    request.protocolFamily = VNETX_AF_INET;
-    request.flags = VNETX_ATF_PERMANENT;
-    return request;
-}
 
 struct AdapterAddresses {
     Ipv4Address ip;
@@ -22,22 +14,10 @@ struct AdapterAddresses {
 // without the address lock, since it may take as long as an exchange on the wire.
 AdapterAddresses AskForMissing(AdapterAddresses known, std::int32_t handle, VnetxLibrary& library) {
     if (known.mac.IsZero()) {
-        VnetxArpRequest request = NewRequest();
-        std::memcpy(request.protocolAddress, known.ip.Bytes().data(), 4);
-        if (library.Ioctl(handle, VNETX_SIOCGARP, &request) == 0) {
-            std::array<std::uint8_t, 6> bytes{};
-            std::memcpy(bytes.data(), request.hardwareAddress, bytes.size());
-            known.mac = MacAddress(bytes);
-        }
+        known.mac = AskForMac(library, handle, known.ip).value_or(known.mac);
     }
     if (known.ip.IsZero()) {
-        VnetxArpRequest request = NewRequest();
-        std::memcpy(request.hardwareAddress, known.mac.Bytes().data(), 6);
-        if (library.Ioctl(handle, VNETX_SIOCGRARP, &request) == 0) {
-            std::array<std::uint8_t, 4> bytes{};
-            std::memcpy(bytes.data(), request.protocolAddress, bytes.size());
-            known.ip = Ipv4Address(bytes);
-        }
+        known.ip = AskForIpv4(library, handle, known.mac).value_or(known.ip);
     }
     return known;
 }

@@ -1,33 +1,17 @@
 #include "ping/packet_writer.h"
 
-#include <algorithm>
 #include <mutex>
-#include <optional>
 
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
 #include "packets/ipv4_packet.h"
+#include "vnetx/neighbour_questions.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/log.h"
 
 namespace vnxtest {
 
 namespace {
-
-// The library's ARP entry of `address`; nullopt if it has none and gets none.
-std::optional<MacAddress> ResolveNeighbour(const INTERFACE_INFO& info, VnetxLibrary& library,
-                                           Ipv4Address address) {
-    VnetxArpRequest request{};
-    request.protocolFamily = VNETX_AF_INET;
-    std::ranges::copy(address.Bytes(), request.protocolAddress);
-    request.flags = VNETX_ATF_PERMANENT;
-    if (library.Ioctl(info.handle.load(std::memory_order_relaxed), VNETX_SIOCGARP, &request) != 0) {
-        return std::nullopt;
-    }
-    std::array<std::uint8_t, 6> mac{};
-    std::copy_n(request.hardwareAddress, mac.size(), mac.begin());
-    return MacAddress(mac);
-}
 
 struct AdapterAddresses {
     Ipv4Address ip;
@@ -49,7 +33,7 @@ AdapterAddresses CurrentAdapterAddresses(INTERFACE_INFO& info, VnetxLibrary& lib
 MacAddress PacketWriter::ChooseDestination(INTERFACE_INFO& info, Ipv4Address destination) {
     const AdapterAddresses adapter = CurrentAdapterAddresses(info, m_library, m_host);
     if ((destination & adapter.netMask) == (adapter.ip & adapter.netMask)) {
-        if (const auto mac = ResolveNeighbour(info, m_library, destination)) {
+        if (const auto mac = AskForMac(m_library, info.handle.load(std::memory_order_relaxed), destination)) {
             return *mac;
         }
     }
