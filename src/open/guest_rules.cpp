@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "packets/host_address.h"
+
 namespace vnxtest {
 namespace {
 
@@ -19,13 +21,6 @@ std::string_view TextOf(const AdapterName& name) {
     const std::string_view all(name.data(), name.size());
     const std::string_view text = all.substr(0, all.find_last_not_of('\0') + 1);
     return text.size() < all.size() && text.find('\0') == text.npos ? text : std::string_view();
-}
-
-// The lowest address is the subnet's number and the highest its broadcast address, except in a subnet of
-// two (RFC 3021).
-bool IsSubnetsOrBroadcast(Ipv4Address ip, const HostFacts::Subnet& subnet) {
-    const Ipv4Address hosts = ~subnet.mask;
-    return subnet.Has(ip) && hosts.Host() > 1 && ((ip & hosts).IsZero() || (ip & hosts) == hosts);
 }
 
 } // namespace
@@ -63,8 +58,7 @@ Refusal JudgeMac(MacAddress mac, const HostFacts& host) {
 }
 
 Refusal JudgeIp(Ipv4Address ip, const HostFacts& host) {
-    // This network's, the loopback's, groups' and reserved addresses (RFC 6890).
-    if (const std::uint8_t first = ip.Bytes()[0]; first == 0 || first == 127 || first >= 224) {
+    if (!IsUnicast(ip) || IsReserved(ip)) {
         return Refusal::IpUnusable;
     }
     const auto isWithin = [ip](const auto& subnet) { return subnet.Has(ip); };
@@ -74,8 +68,10 @@ Refusal JudgeIp(Ipv4Address ip, const HostFacts& host) {
     if (Contains(host.gateways, ip)) {
         return Refusal::IpOfGateway;
     }
-    const auto isReserved = [ip](const auto& subnet) { return IsSubnetsOrBroadcast(ip, subnet); };
-    return std::ranges::any_of(host.adapter, isReserved) ? Refusal::IpUnusable : Refusal::None;
+    const auto isNobodys = [ip](const auto& subnet) {
+        return subnet.Has(ip) && (IsSubnetNumber(ip, subnet.mask) || IsSubnetBroadcast(ip, subnet.mask));
+    };
+    return std::ranges::any_of(host.adapter, isNobodys) ? Refusal::IpUnusable : Refusal::None;
 }
 
 Refusal JudgeRoute(Ipv4Address ip, Ipv4Address hostEnd, const HostFacts& host) {

@@ -12,6 +12,7 @@
 
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
+#include "packets/host_address.h"
 #include "packets/icmp_echo.h"
 #include "packets/ipv4_packet.h"
 
@@ -34,15 +35,12 @@ constexpr bool IsAnotherStation(MacAddress mac, MacAddress guest) {
 // An address that another host can have: not "this network" or loopback, no group, no broadcast, not the
 // subnet's own number, not the guest's.
 constexpr bool IsAnotherHost(Ipv4Address address, const ReplyScope& scope) {
-    const std::uint8_t first = address.Bytes()[0];
-    if (first == 0 || first == 127 || (first & 0xF0) == 0xE0 || address == Ipv4Address(255, 255, 255, 255) ||
-        address == scope.guestIp || (!scope.broadcast.IsZero() && address == scope.broadcast)) {
+    if (!IsUnicast(address) || address == scope.guestIp ||
+        (!scope.broadcast.IsZero() && address == scope.broadcast)) {
         return false;
     }
-    const Ipv4Address hosts = ~scope.mask;
-    const bool hasBoth = !scope.mask.IsZero() && hosts.Host() > 1; // RFC 3021: not with one bit for hosts
-    const bool within = (address & scope.mask) == (scope.subnet & scope.mask);
-    return !hasBoth || !within || ((address & hosts) != hosts && !(address & hosts).IsZero());
+    const bool within = !scope.mask.IsZero() && (address & scope.mask) == (scope.subnet & scope.mask);
+    return !within || (!IsSubnetBroadcast(address, scope.mask) && !IsSubnetNumber(address, scope.mask));
 }
 
 // An address that an ARP request may come from and its reply go to. Zero is the sender of an ARP probe (RFC

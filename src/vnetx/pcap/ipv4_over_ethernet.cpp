@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "packets/host_address.h"
 #include "packets/ipv4_packet.h"
 #include "vnetx/driver/reading_thread.h"
 #include "vnetx/host/host_links.h"
@@ -10,7 +11,7 @@
 namespace vnxtest {
 namespace {
 
-constexpr Ipv4Address kAllOnes(255, 255, 255, 255);
+constexpr Ipv4Address kHostMask = Ipv4Address::Mask(32);
 constexpr std::size_t kMaximumPacket = 65535;
 
 } // namespace
@@ -18,11 +19,10 @@ constexpr std::size_t kMaximumPacket = 65535;
 // The route within the subnet of `own`; nullopt if the destination is outside.
 std::optional<Ipv4OverEthernet::Route> Ipv4OverEthernet::Direct(Ipv4Address own, Ipv4Address mask,
                                                                 Ipv4Address destination) {
-    if (mask.IsZero() || mask == kAllOnes || (destination & mask) != (own & mask)) {
+    if (mask.IsZero() || mask == kHostMask || (destination & mask) != (own & mask)) {
         return std::nullopt;
     }
-    // The highest address is the broadcast address, except in a subnet of two (RFC 3021).
-    return Route{destination, (~mask).Host() > 1 && destination == (destination | ~mask), {}};
+    return Route{destination, IsSubnetBroadcast(destination, mask), {}};
 }
 
 Ipv4OverEthernet::Route Ipv4OverEthernet::RouteTo(const Guest& guest, Ipv4Address destination) {
@@ -48,7 +48,7 @@ Ipv4OverEthernet::Route Ipv4OverEthernet::RouteTo(const Guest& guest, Ipv4Addres
 }
 
 Ipv4OverEthernet::Route Ipv4OverEthernet::AskHost(const Guest& guest, Ipv4Address destination) {
-    if (guest.mask.IsZero() || guest.mask == kAllOnes) {
+    if (guest.mask.IsZero() || guest.mask == kHostMask) {
         if (const auto link = m_around.hostLinks.FindByIndex(m_around.linkIndex)) {
             for (const HostLinkAddress& own : link->addresses) {
                 if (const auto route = Direct(own.address, own.mask, destination)) {
@@ -72,10 +72,10 @@ std::int32_t Ipv4OverEthernet::SendTo(MacAddress mac, const Guest& guest,
 std::int32_t Ipv4OverEthernet::Write(const Guest& guest, std::span<const std::uint8_t> packet) {
     using State = NeighbourTable::State;
     const Ipv4Address destination = ConstIpv4View::Over(packet)->Destination();
-    if (destination == kAllOnes || (!guest.broadcast.IsZero() && destination == guest.broadcast)) {
+    if (destination == kLimitedBroadcast || (!guest.broadcast.IsZero() && destination == guest.broadcast)) {
         return SendTo(MacAddress::Broadcast(), guest, packet);
     }
-    if ((destination.Bytes()[0] & 0xF0) == 0xE0) {
+    if (IsGroup(destination)) {
         return SendTo(MulticastMac(destination), guest, packet);
     }
     const Route route = RouteTo(guest, destination);

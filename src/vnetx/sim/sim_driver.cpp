@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "packets/host_address.h"
 #include "packets/ipv4_packet.h"
 #include "vnetx/failure.h"
 #include "wrenlib/address.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr std::uint32_t kLargestRead = 65535;
 
 bool IsGroupAddress(Ipv4Address address) {
-    return address.Bytes()[0] >= 224 || address == kSimBroadcast; // 255.255.255.255 among them
+    return IsGroup(address) || IsReserved(address) || address == kSimBroadcast;
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "packets/host_address.h"
 #include "wrenlib/address.h"
 
 namespace vnxtest {
@@ -69,8 +70,7 @@ constexpr bool SimAnswersPing(Ipv4Address address) {
     if (SimOnLan(address)) {
         return SimIsStation(address);
     }
-    const std::uint8_t first = address.Bytes()[0];
-    return first != 0 && first != 127 && first < 224 &&
+    return IsUnicast(address) && !IsReserved(address) &&
            (address & kSimSilentNetworkMask) != kSimSilentNetwork;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "packets/arp_packet.h"
+#include "packets/host_address.h"
 #include "packets/ipv4_packet.h"
 #include "vnetx/sim/sim_fate.h"
 #include "vnetx/sim/sim_lan.h"
@@ -22,8 +23,7 @@ constexpr auto kArpRetry = std::chrono::seconds(1);
 constexpr std::size_t kMaximumHeldBytes = std::size_t{16} * 1024 * 1024;
 
 bool CanBeAnswered(Ipv4Address source) {
-    const std::uint8_t first = source.Bytes()[0];
-    return first != 0 && first != 127 && first < 224 && !SimIsStation(source) && source != kSimBroadcast;
+    return IsUnicast(source) && !IsReserved(source) && !SimIsStation(source) && source != kSimBroadcast;
 }
 
 // Builds the frame of `echo` from `station`, without its destination MAC, and returns the packet in it.
