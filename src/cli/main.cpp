@@ -36,8 +36,8 @@ Outcome ShowAnswer(const OptionsAnswer& answer) {
 }
 
 Outcome CarryOut(int argc, char** argv) {
-    if (const auto refusal = WhyNotWithRightsOfItsFile()) {
-        Complain(*refusal);
+    if (const auto rights = CheckRightsOfItsFile(); !rights) {
+        Complain(rights.error().Describe());
         return {};
     }
     const auto parsed = ParseOptions(CommandLineWords(argc, argv));

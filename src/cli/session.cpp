@@ -91,30 +91,36 @@ bool Session::OpenFiles() {
         return false;
     }
     // From here on an interrupt ends the program in order.
-    m_stopSignal.emplace([this, first = Moment(),
-                          temporary = std::array{m_output.File().TemporaryPath(),
-                                                 m_jsonFile->TemporaryPath()}](int count) mutable {
-        if (count == 1) {
-            first = std::chrono::steady_clock::now();
-            if (IsTerminal(stderr)) {
-                Complain(L"stopping; a second interrupt ends the program at once.");
+    auto stopSignal =
+        StopSignal::Begin([this, first = Moment(),
+                           temporary = std::array{m_output.File().TemporaryPath(),
+                                                  m_jsonFile->TemporaryPath()}](int count) mutable {
+            if (count == 1) {
+                first = std::chrono::steady_clock::now();
+                if (IsTerminal(stderr)) {
+                    Complain(L"stopping; a second interrupt ends the program at once.");
+                }
+                m_port.Queue().PostInterrupt();
+                return;
             }
-            m_port.Queue().PostInterrupt();
-            return;
-        }
-        // One request can come twice: to the program and to its process group.
-        if (std::chrono::steady_clock::now() - first < kOneRequest) {
-            return;
-        }
-        Complain(L"ended at once by a second interrupt.");
-        for (const std::filesystem::path& file : temporary) {
-            if (std::error_code ignored; !file.empty()) {
-                std::filesystem::remove(file, ignored);
+            // One request can come twice: to the program and to its process group.
+            if (std::chrono::steady_clock::now() - first < kOneRequest) {
+                return;
             }
-        }
-        AwaitComplaints(std::chrono::milliseconds(100));
-        EndProcessAtOnce(kExitFailure);
-    });
+            Complain(L"ended at once by a second interrupt.");
+            for (const std::filesystem::path& file : temporary) {
+                if (std::error_code ignored; !file.empty()) {
+                    std::filesystem::remove(file, ignored);
+                }
+            }
+            AwaitComplaints(std::chrono::milliseconds(100));
+            EndProcessAtOnce(kExitFailure);
+        });
+    if (!stopSignal) {
+        Fail(DescribeFailure(stopSignal.error()));
+        return false;
+    }
+    m_stopSignal = std::move(*stopSignal);
     return true;
 }
 
@@ -169,13 +175,13 @@ bool Session::ResolvePingTarget() {
         }
         Drain();
     }
-    Ipv4Address target;
-    std::wstring message;
-    if (!lookup.Result(target, message)) {
-        Fail(Sprintf(L"The ping target \"%s\" cannot be used: %s", m_options.target, message));
+    const auto target = lookup.Answer();
+    if (!target) {
+        Fail(Sprintf(L"The ping target \"%s\" cannot be used: %s", m_options.target,
+                     target.error().Describe()));
         return false;
     }
-    m_port.SetTarget(target);
+    m_port.SetTarget(*target);
     return true;
 }
 
@@ -286,8 +292,10 @@ bool Session::WaitForInterfaces() {
 void Session::GiveUpWhatIsNotNeeded() {
     const bool saves = m_options.outputFile || !m_options.jsonFile.empty() || m_options.save;
     m_rightsGivenUp = true;
-    if (GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves}, m_keptRights) &&
-        m_options.command == Command::Run) {
+    const auto given = GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves});
+    if (!given) {
+        m_keptRights = given.error().Describe();
+    } else if (m_options.command == Command::Run) {
         EnterTheSandbox();
     }
 }
@@ -295,9 +303,11 @@ void Session::GiveUpWhatIsNotNeeded() {
 // The last step, when the needs of the guest and of a running ping test are known. Those of a library from
 // a file are not.
 void Session::EnterTheSandbox() {
-    EnterSandbox({.everything = m_options.noSandbox || IsLibraryFile(m_options.library),
-                  .files = m_options.outputFile || !m_options.jsonFile.empty()},
-                 m_keptRights);
+    const auto entered = EnterSandbox({.everything = m_options.noSandbox || IsLibraryFile(m_options.library),
+                                       .files = m_options.outputFile || !m_options.jsonFile.empty()});
+    if (!entered) {
+        m_keptRights = entered.error().Describe();
+    }
 }
 
 int Session::PingFromGuest() {

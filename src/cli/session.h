@@ -83,7 +83,7 @@ private:
     OutputChannel m_channel{m_port};
     DocumentOutput m_output{stdout, [this] { WakeUp(); }};
     std::shared_ptr<AtomicFile> m_jsonFile = std::make_shared<AtomicFile>();
-    std::optional<StopSignal> m_stopSignal;
+    std::unique_ptr<StopSignal> m_stopSignal;
     std::unique_ptr<Profile> m_profile;
     std::optional<RunProfile> m_runProfile;
     Engine m_engine;

@@ -26,40 +26,32 @@ Value FindOr(const Map& map, std::uint32_t key, Value missing) {
     return found != map.end() ? found->second : missing;
 }
 
-// Stores the table that `read` gives; a failure leaves nullopt and is traced by the name of Windows' call.
-template <typename Table, typename Read>
-void Gather(const wchar_t* call, std::optional<Table>& table, Read read) {
-    if (const std::uint32_t code = read(table.emplace())) {
-        table.reset();
-        WrenLibAfxTrace(L"** InitGlobals: %s() failed; rc=%d, %s\n", std::wstring(call), code,
-                        FormatLastError(code));
+// The table that was read; a failure leaves nullopt and is traced by the name of Windows' call.
+template <typename Table>
+std::optional<Table> Gathered(const wchar_t* call, Result<Table> read) {
+    if (read) {
+        return std::move(*read);
     }
+    const std::uint32_t code = read.error().lastError;
+    WrenLibAfxTrace(L"** InitGlobals: %s() failed; rc=%d, %s\n", std::wstring(call), code,
+                    FormatLastError(code));
+    return std::nullopt;
 }
 
 // On Windows this is ERROR_FILE_NOT_FOUND, on Linux ENOENT.
 constexpr std::uint32_t kFileNotFound = 2;
 
-void TraceAdapterListFailure(const AdapterListOutcome& outcome) {
-    const std::wstring text = FormatLastError(outcome.code);
-    switch (outcome.stage) {
-    case AdapterListStage::Done:
-        break;
-    case AdapterListStage::SizeQuery:
-        WrenLibAfxTrace(L"** InitFPAdaptersList: WrenPackGetAdaptersList(NULL,0) %s; rc=%d: %s\n",
-                        std::wstring(outcome.sizeSucceeded ? L"succeeded?!" : L"failed!"), outcome.code,
-                        text);
-        if (outcome.code == kFileNotFound) {
-            WrenLibAfxTrace(L"** InitFPAdaptersList: (WWPCUtil was likely not found)\n");
-        }
-        break;
-    case AdapterListStage::Allocation:
-        WrenLibAfxTrace(L"** InitFPAdaptersList: new ADAPTER_INFO_LIST_ENTRY [%d] failed; rc=%d: %s\n",
-                        outcome.count, outcome.code, text);
-        break;
-    case AdapterListStage::Fill:
-        WrenLibAfxTrace(L"** InitFPAdaptersList: WrenPackGetAdaptersList(!NULL,!0) failed; rc=%d: %s\n",
-                        outcome.code, text);
-        break;
+void TraceAdapterListFailure(const Failure& failure) {
+    const std::uint32_t code = failure.lastError;
+    if (failure.call != kAdapterListSizeQuery) {
+        WrenLibAfxTrace(L"** InitFPAdaptersList: %s failed; rc=%d: %s\n", failure.call, code,
+                        FormatLastError(code));
+        return;
+    }
+    WrenLibAfxTrace(L"** InitFPAdaptersList: %s %s; rc=%d: %s\n", failure.call,
+                    failure.text.empty() ? L"failed!" : failure.text, code, FormatLastError(code));
+    if (code == kFileNotFound) {
+        WrenLibAfxTrace(L"** InitFPAdaptersList: (WWPCUtil was likely not found)\n");
     }
 }
 
@@ -70,18 +62,16 @@ HostNetwork::HostNetwork(HostSources sources, VnetxLibrary& library)
 
 void HostNetwork::GatherTables() {
     HostTables& tables = m_sources.tables;
-    Gather(L"GetNetworkParams", m_parameters,
-           [&](auto& parameters) { return tables.ReadParameters(parameters); });
+    m_parameters = Gathered(L"GetNetworkParams", tables.ReadParameters());
     if (m_parameters) {
         m_parameters->hostName = MakeVisible(m_parameters->hostName);
         std::ranges::transform(m_parameters->dnsServers, m_parameters->dnsServers.begin(), MakeVisible);
     }
-    Gather(L"GetIpForwardTable", m_routes, [&](auto& routes) { return tables.ReadRoutes(routes); });
+    m_routes = Gathered(L"GetIpForwardTable", tables.ReadRoutes());
 }
 
 void HostNetwork::GatherAddresses() {
-    Gather(L"GetIpAddrTable", m_addresses,
-           [this](auto& addresses) { return m_sources.tables.ReadAddresses(addresses); });
+    m_addresses = Gathered(L"GetIpAddrTable", m_sources.tables.ReadAddresses());
     IndexAddresses();
 }
 
@@ -108,9 +98,14 @@ bool HostNetwork::InitFPAdaptersList() {
     if (m_haveAdapters) {
         return true;
     }
-    const AdapterListOutcome outcome = m_sources.adapters.ListAdapters(m_adapters);
-    TraceAdapterListFailure(outcome);
-    m_haveAdapters = outcome.stage == AdapterListStage::Done;
+    auto adapters = m_sources.adapters.ListAdapters();
+    m_haveAdapters = adapters.has_value();
+    if (adapters) {
+        m_adapters = std::move(*adapters);
+    } else {
+        m_adapters.clear();
+        TraceAdapterListFailure(adapters.error());
+    }
     IndexAdapters();
     return m_haveAdapters;
 }

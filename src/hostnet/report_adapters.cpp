@@ -121,8 +121,8 @@ void WarnOfDefaultAdapter(const HostAdapter& adapter, const AdapterTexts& texts,
     }
 }
 
-void ReportOpenFailure(const AdapterTexts& texts, bool isDefault) {
-    const std::uint32_t code = LastError();
+void ReportOpenFailure(const Failure& failure, const AdapterTexts& texts, bool isDefault) {
+    const std::uint32_t code = failure.lastError;
     LogMsg(L"** WrenPackOpenAdapter(%s) failed; rc=%d: %s\n", texts.name, code, FormatLastError(code));
     LogMsg(L"\n");
     if (isDefault) {
@@ -145,12 +145,12 @@ void WriteAdapter(const HostNetwork& host, const HostAdapter& adapter, OpenedFPA
     WriteChecksumOffload(adapter);
     WriteLso(lsoFlags);
     LogMsg(L"\n");
-    const AdapterHandle handle = library.OpenAdapter(adapter);
-    if (handle == nullptr) {
-        ReportOpenFailure(texts, isDefault);
+    const auto handle = library.OpenAdapter(adapter);
+    if (!handle) {
+        ReportOpenFailure(handle.error(), texts, isDefault);
         return;
     }
-    opened.Add(handle);
+    opened.Add(*handle);
     if (isDefault) {
         WarnOfDefaultAdapter(adapter, texts, lsoFlags);
     }

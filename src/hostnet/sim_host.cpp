@@ -40,16 +40,20 @@ AdapterHandle SimHandle() {
 
 } // namespace
 
-std::uint32_t SimHostTables::ReadRoutes(std::vector<HostRoute>& routes) {
-    const std::uint32_t code = m_real.ReadRoutes(routes);
-    routes.push_back({{}, {}, kSimGatewayIp, kSimInterfaceIndex});
-    return code;
+Result<std::vector<HostRoute>> SimHostTables::ReadRoutes() {
+    auto routes = m_real.ReadRoutes();
+    if (routes) {
+        routes->push_back({{}, {}, kSimGatewayIp, kSimInterfaceIndex});
+    }
+    return routes;
 }
 
-std::uint32_t SimHostTables::ReadAddresses(std::vector<HostAddress>& addresses) {
-    const std::uint32_t code = m_real.ReadAddresses(addresses);
-    addresses.push_back({kSimAdapterIp, kSimNetMask, kSimInterfaceIndex});
-    return code;
+Result<std::vector<HostAddress>> SimHostTables::ReadAddresses() {
+    auto addresses = m_real.ReadAddresses();
+    if (addresses) {
+        addresses->push_back({kSimAdapterIp, kSimNetMask, kSimInterfaceIndex});
+    }
+    return addresses;
 }
 
 std::optional<MacAddress> SimHostTables::SendARP(Ipv4Address destination, Ipv4Address source) {
@@ -61,14 +65,17 @@ std::optional<MacAddress> SimHostTables::SendARP(Ipv4Address destination, Ipv4Ad
 }
 
 // If the real library fails or has no adapter, the simulated one is the only one.
-AdapterListOutcome SimWrenPack::ListAdapters(std::vector<HostAdapter>& adapters) {
-    m_real.ListAdapters(adapters);
+Result<std::vector<HostAdapter>> SimWrenPack::ListAdapters() {
+    auto adapters = m_real.ListAdapters().value_or(std::vector<HostAdapter>());
     adapters.push_back(SimAdapter());
-    return {};
+    return adapters;
 }
 
-AdapterHandle SimWrenPack::OpenAdapter(const HostAdapter& adapter) {
-    return adapter.index == kSimInterfaceIndex ? SimHandle() : m_real.OpenAdapter(adapter);
+Result<AdapterHandle> SimWrenPack::OpenAdapter(const HostAdapter& adapter) {
+    if (adapter.index == kSimInterfaceIndex) {
+        return SimHandle();
+    }
+    return m_real.OpenAdapter(adapter);
 }
 
 void SimWrenPack::CloseAdapter(AdapterHandle handle) {

@@ -19,11 +19,9 @@ class SimHostTables final : public HostTables {
 public:
     explicit SimHostTables(HostTables& real) : m_real(real) {}
 
-    std::uint32_t ReadParameters(NetworkParameters& parameters) override {
-        return m_real.ReadParameters(parameters);
-    }
-    std::uint32_t ReadRoutes(std::vector<HostRoute>& routes) override;
-    std::uint32_t ReadAddresses(std::vector<HostAddress>& addresses) override;
+    Result<NetworkParameters> ReadParameters() override { return m_real.ReadParameters(); }
+    Result<std::vector<HostRoute>> ReadRoutes() override;
+    Result<std::vector<HostAddress>> ReadAddresses() override;
     std::optional<MacAddress> SendARP(Ipv4Address destination, Ipv4Address source) override;
 
 private:
@@ -36,8 +34,8 @@ class SimWrenPack final : public WrenPackLibrary {
 public:
     explicit SimWrenPack(WrenPackLibrary& real) : m_real(real) {}
 
-    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override;
-    AdapterHandle OpenAdapter(const HostAdapter& adapter) override;
+    Result<std::vector<HostAdapter>> ListAdapters() override;
+    Result<AdapterHandle> OpenAdapter(const HostAdapter& adapter) override;
     void CloseAdapter(AdapterHandle handle) override;
     void CloseAdapters(const std::vector<AdapterHandle>& handles) override;
     ModuleDescription DescribeModule() const override { return m_real.DescribeModule(); }

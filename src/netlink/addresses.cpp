@@ -45,28 +45,28 @@ NetlinkOwner<rtnl_addr> MakePeerAddress(std::uint32_t link, Ipv4Address own, Ipv
 }
 
 template <typename Build>
-int AskFor(const NetlinkOwner<rtnl_addr>& address, Build build) {
+Result<void> AskFor(std::wstring_view call, const NetlinkOwner<rtnl_addr>& address, Build build) {
     nl_msg* request = nullptr;
     if (address == nullptr || build(address.get(), 0, &request) < 0) {
-        return ENOMEM;
+        return FailedCall(call, ENOMEM);
     }
-    return Ask(NetlinkOwner<nl_msg>(request).get(), [](nl_object*) {});
+    return Ask(call, NetlinkOwner<nl_msg>(request).get(), [](nl_object*) {});
 }
 
 } // namespace
 
-int ListAddresses(std::vector<KernelAddress>& addresses) {
+Result<std::vector<KernelAddress>> ListAddresses() {
     ifaddrmsg header{};
     header.ifa_family = AF_INET;
-    return Dump<rtnl_addr>(RTM_GETADDR, header, addresses, Append);
+    return Dump<rtnl_addr>(L"RTM_GETADDR", RTM_GETADDR, header, Append);
 }
 
-int AddPeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer) {
-    return AskFor(MakePeerAddress(link, own, peer), rtnl_addr_build_add_request);
+Result<void> AddPeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer) {
+    return AskFor(L"RTM_NEWADDR", MakePeerAddress(link, own, peer), rtnl_addr_build_add_request);
 }
 
-int RemovePeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer) {
-    return AskFor(MakePeerAddress(link, own, peer), rtnl_addr_build_delete_request);
+Result<void> RemovePeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer) {
+    return AskFor(L"RTM_DELADDR", MakePeerAddress(link, own, peer), rtnl_addr_build_delete_request);
 }
 
 } // namespace vnxtest

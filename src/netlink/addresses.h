@@ -1,13 +1,14 @@
 // The IPv4 addresses of this host as the kernel tells them, and those that the program gives its own links.
 //
-// Linux only. All functions may run on any thread, ask at the call and keep nothing; they return 0 or an
-// errno value.
+// Linux only. All functions may run on any thread, ask at the call and keep nothing; they fail with the
+// kernel's own errno value.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
 #include "wrenlib/address.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -19,11 +20,11 @@ struct KernelAddress {
 };
 
 // In the kernel's order: link by link, a link's primary address first.
-int ListAddresses(std::vector<KernelAddress>& addresses);
+Result<std::vector<KernelAddress>> ListAddresses();
 
 // Gives the link the address `own` with the one host `peer` behind it, or takes it away. The route to the
 // peer comes and goes with it.
-int AddPeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer);
-int RemovePeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer);
+Result<void> AddPeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer);
+Result<void> RemovePeerAddress(std::uint32_t link, Ipv4Address own, Ipv4Address peer);
 
 } // namespace vnxtest

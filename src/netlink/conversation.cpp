@@ -63,14 +63,15 @@ Value ToValue(const nl_addr* address, int family) {
 
 } // namespace
 
-int Ask(nl_msg* request, const ObjectVisitor& visit) {
+Result<void> Ask(std::wstring_view call, nl_msg* request, const ObjectVisitor& visit) {
+    const auto failed = [&](int code) { return FailedCall(call, static_cast<std::uint32_t>(code)); };
     const NetlinkOwner<nl_sock> socket(nl_socket_alloc());
     if (socket == nullptr || request == nullptr) {
-        return ENOMEM;
+        return failed(ENOMEM);
     }
     int result = nl_connect(socket.get(), NETLINK_ROUTE);
     if (result < 0) {
-        return ErrnoOf(result);
+        return failed(ErrnoOf(result));
     }
     int refusal = 0;
     nl_socket_modify_cb(socket.get(), NL_CB_VALID, NL_CB_CUSTOM, TakeMessage,
@@ -81,7 +82,10 @@ int Ask(nl_msg* request, const ObjectVisitor& visit) {
     if (result >= 0) {
         result = nl_recvmsgs_default(socket.get());
     }
-    return refusal != 0 ? refusal : result < 0 ? ErrnoOf(result) : 0;
+    if (refusal != 0 || result < 0) {
+        return failed(refusal != 0 ? refusal : ErrnoOf(result));
+    }
+    return {};
 }
 
 Ipv4Address ToIpv4(const nl_addr* address) {

@@ -5,8 +5,10 @@
 // conversation has a socket of its own: any thread.
 #pragma once
 
+#include <cerrno>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -19,6 +21,7 @@
 #include <netlink/route/route.h>
 
 #include "wrenlib/address.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -45,27 +48,28 @@ NetlinkOwner<nl_msg> MakeRequest(int type, int flags, Header header) {
 // Takes one object of the answer, which lives as long as the call.
 using ObjectVisitor = std::function<void(nl_object*)>;
 
-// Sends `request` and hands what the kernel answers to `visit`. 0 if the kernel has done what was asked,
-// else its errno value, or that of a failure on this side; ENOMEM if `request` is null. EINTR: the table
+// Sends `request`, of the type that `call` names, and hands what the kernel answers to `visit`. Fails with
+// the kernel's errno value, or that of a failure on this side; ENOMEM if `request` is null. EINTR: the table
 // changed during the dump, which may have gaps.
-int Ask(nl_msg* request, const ObjectVisitor& visit);
+Result<void> Ask(std::wstring_view call, nl_msg* request, const ObjectVisitor& visit);
 
-// Dumps a whole table, again if it changed meanwhile, at most eight times. `append` adds a row's value to
-// `values`, which is empty after a failure. 0 or an errno value, as Ask().
+// Dumps a whole table, again if it changed meanwhile, at most eight times. `append` adds a row's value. Fails
+// as Ask() does.
 template <typename Row, typename Value, typename Header>
-int Dump(int type, const Header& header, std::vector<Value>& values,
-         void (*append)(std::type_identity_t<Row>*, std::vector<Value>&)) {
+Result<std::vector<Value>> Dump(std::wstring_view call, int type, const Header& header,
+                                void (*append)(std::type_identity_t<Row>*, std::vector<Value>&)) {
     constexpr int kAttempts = 8;
-    int code = EINTR;
-    for (int attempt = 0; attempt < kAttempts && code == EINTR; ++attempt) {
-        values.clear();
-        code = Ask(MakeRequest(type, NLM_F_DUMP, header).get(),
-                   [&](nl_object* object) { append(reinterpret_cast<Row*>(object), values); });
+    for (int attempt = 1;; ++attempt) {
+        std::vector<Value> values;
+        auto asked = Ask(call, MakeRequest(type, NLM_F_DUMP, header).get(),
+                         [&](nl_object* object) { append(reinterpret_cast<Row*>(object), values); });
+        if (asked) {
+            return values;
+        }
+        if (asked.error().errnoValue != EINTR || attempt == kAttempts) {
+            return PassOn(asked);
+        }
     }
-    if (code != 0) {
-        values.clear();
-    }
-    return code;
 }
 
 // Zero if `address` is null or of another kind.

@@ -14,6 +14,9 @@ namespace vnxtest {
 
 namespace {
 
+constexpr std::wstring_view kAskCall = L"RTM_GETLINK";
+constexpr std::wstring_view kChangeCall = L"RTM_NEWLINK";
+
 std::string TextOf(const char* text) {
     return text != nullptr ? text : "";
 }
@@ -49,38 +52,42 @@ NetlinkOwner<rtnl_link> NumberedLink(std::uint32_t index) {
     return link;
 }
 
-int Change(std::uint32_t index, rtnl_link* changes) {
+Result<void> Change(std::uint32_t index, rtnl_link* changes) {
     const NetlinkOwner<rtnl_link> link = NumberedLink(index);
     nl_msg* request = nullptr;
     if (link == nullptr || rtnl_link_build_change_request(link.get(), changes, 0, &request) < 0) {
-        return ENOMEM;
+        return FailedCall(kChangeCall, ENOMEM);
     }
-    return Ask(NetlinkOwner<nl_msg>(request).get(), [](nl_object*) {});
+    return Ask(kChangeCall, NetlinkOwner<nl_msg>(request).get(), [](nl_object*) {});
 }
 
 } // namespace
 
-int ListLinks(std::vector<KernelLink>& links) {
+Result<std::vector<KernelLink>> ListLinks() {
     return Dump<rtnl_link, KernelLink>(
-        RTM_GETLINK, ifinfomsg{}, links,
+        kAskCall, RTM_GETLINK, ifinfomsg{},
         [](rtnl_link* row, std::vector<KernelLink>& values) { values.push_back(ToValue(row)); });
 }
 
-int FindLink(std::uint32_t index, KernelLink& link) {
+Result<KernelLink> FindLink(std::uint32_t index) {
     ifinfomsg header{};
     header.ifi_index = static_cast<int>(index);
-    bool found = false;
-    const int code = Ask(MakeRequest(RTM_GETLINK, 0, header).get(), [&](nl_object* object) {
-        link = ToValue(reinterpret_cast<rtnl_link*>(object));
-        found = true;
-    });
-    return code != 0 || found ? code : ENODEV;
+    std::optional<KernelLink> link;
+    auto asked = Ask(kAskCall, MakeRequest(RTM_GETLINK, 0, header).get(),
+                     [&](nl_object* object) { link = ToValue(reinterpret_cast<rtnl_link*>(object)); });
+    if (!asked) {
+        return PassOn(asked);
+    }
+    if (!link) {
+        return FailedCall(kAskCall, ENODEV);
+    }
+    return std::move(*link);
 }
 
-int ChangeLink(std::uint32_t index, const LinkChange& change) {
+Result<void> ChangeLink(std::uint32_t index, const LinkChange& change) {
     const NetlinkOwner<rtnl_link> changes(rtnl_link_alloc());
     if (changes == nullptr) {
-        return ENOMEM;
+        return FailedCall(kChangeCall, ENOMEM);
     }
     if (change.mtu != 0) {
         rtnl_link_set_mtu(changes.get(), change.mtu);
@@ -94,11 +101,11 @@ int ChangeLink(std::uint32_t index, const LinkChange& change) {
     return Change(index, changes.get());
 }
 
-int LeaveOutIpv6(std::uint32_t index) {
+Result<void> LeaveOutIpv6(std::uint32_t index) {
     const NetlinkOwner<rtnl_link> changes(rtnl_link_alloc());
     if (changes == nullptr ||
         rtnl_link_inet6_set_addr_gen_mode(changes.get(), rtnl_link_inet6_str2addrgenmode("none")) < 0) {
-        return ENOMEM;
+        return FailedCall(kChangeCall, ENOMEM);
     }
     return Change(index, changes.get());
 }

@@ -1,7 +1,7 @@
 // The network links of this host as the kernel tells them, and the few changes to one that the program makes.
 //
-// Linux only. All functions may run on any thread, ask at the call and keep nothing; they return 0 or an
-// errno value.
+// Linux only. All functions may run on any thread, ask at the call and keep nothing; they fail with the
+// kernel's own errno value.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "wrenlib/address.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -30,20 +31,20 @@ struct KernelLink {
 };
 
 // In the kernel's order, by their indexes.
-int ListLinks(std::vector<KernelLink>& links);
+Result<std::vector<KernelLink>> ListLinks();
 
 // ENODEV if there is no link of this index.
-int FindLink(std::uint32_t index, KernelLink& link);
+Result<KernelLink> FindLink(std::uint32_t index);
 
 struct LinkChange {
     std::uint32_t mtu = 0;         // bytes; 0: as it is
     std::uint32_t queueLength = 0; // frames; 0: as it is
     std::optional<bool> up;        // nullopt: as it is
 };
-int ChangeLink(std::uint32_t index, const LinkChange& change);
+Result<void> ChangeLink(std::uint32_t index, const LinkChange& change);
 
 // Keeps the kernel from giving the link an IPv6 address and from sending solicitations on it. Older kernels
 // refuse this.
-int LeaveOutIpv6(std::uint32_t index);
+Result<void> LeaveOutIpv6(std::uint32_t index);
 
 } // namespace vnxtest

@@ -39,9 +39,8 @@ void Append(rtnl_neigh* row, std::vector<Row>& rows) {
 KernelNeighbour FindNeighbour(Ipv4Address address, std::uint32_t link) {
     ndmsg header{};
     header.ndm_family = AF_INET;
-    std::vector<Row> rows;
-    Dump<rtnl_neigh>(RTM_GETNEIGH, header, rows, Append);
-    for (const Row& row : rows) {
+    const auto rows = Dump<rtnl_neigh>(L"RTM_GETNEIGH", RTM_GETNEIGH, header, Append);
+    for (const Row& row : rows.value_or(std::vector<Row>())) {
         if (row.link == link && row.address == address) {
             return row.neighbour;
         }

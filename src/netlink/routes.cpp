@@ -12,6 +12,8 @@ namespace vnxtest {
 
 namespace {
 
+constexpr std::wstring_view kAskCall = L"RTM_GETROUTE";
+
 KernelRouteKind KindOf(int type) {
     switch (type) {
     case RTN_UNICAST:
@@ -53,10 +55,10 @@ void Append(rtnl_route* row, std::vector<KernelRoute>& routes) {
 
 } // namespace
 
-int ListRoutes(std::vector<KernelRoute>& routes) {
+Result<std::vector<KernelRoute>> ListRoutes() {
     rtmsg header{};
     header.rtm_family = AF_INET;
-    return Dump<rtnl_route>(RTM_GETROUTE, header, routes, Append);
+    return Dump<rtnl_route>(kAskCall, RTM_GETROUTE, header, Append);
 }
 
 const KernelRoute* BestDefaultRoute(const std::vector<KernelRoute>& routes) {
@@ -70,7 +72,7 @@ const KernelRoute* BestDefaultRoute(const std::vector<KernelRoute>& routes) {
     return best;
 }
 
-int FindRoute(Ipv4Address destination, std::uint32_t link, KernelRoute& route) {
+Result<KernelRoute> FindRoute(Ipv4Address destination, std::uint32_t link) {
     constexpr std::uint8_t kWholeAddress = 32;
     rtmsg header{};
     header.rtm_family = AF_INET;
@@ -78,14 +80,18 @@ int FindRoute(Ipv4Address destination, std::uint32_t link, KernelRoute& route) {
     const NetlinkOwner<nl_msg> request = MakeRequest(RTM_GETROUTE, 0, header);
     if (request == nullptr || nla_put(request.get(), RTA_DST, 4, destination.Bytes().data()) < 0 ||
         (link != 0 && nla_put_u32(request.get(), RTA_OIF, link) < 0)) {
-        return ENOMEM;
+        return FailedCall(kAskCall, ENOMEM);
     }
-    bool found = false;
-    const int code = Ask(request.get(), [&](nl_object* object) {
-        route = ToValue(reinterpret_cast<rtnl_route*>(object));
-        found = true;
-    });
-    return code != 0 || (found && !route.nextHops.empty()) ? code : ENETUNREACH;
+    std::optional<KernelRoute> route;
+    auto asked = Ask(kAskCall, request.get(),
+                     [&](nl_object* object) { route = ToValue(reinterpret_cast<rtnl_route*>(object)); });
+    if (!asked) {
+        return PassOn(asked);
+    }
+    if (!route || route->nextHops.empty()) {
+        return FailedCall(kAskCall, ENETUNREACH);
+    }
+    return std::move(*route);
 }
 
 std::optional<bool> IsForwarding() {
@@ -96,7 +102,7 @@ std::optional<bool> IsForwarding() {
         return std::nullopt;
     }
     std::optional<bool> forwarding;
-    Ask(request.get(), [&](nl_object* object) {
+    Ask(L"RTM_GETNETCONF", request.get(), [&](nl_object* object) {
         int value = 0;
         if (rtnl_netconf_get_forwarding(reinterpret_cast<rtnl_netconf*>(object), &value) == 0) {
             forwarding = value != 0;

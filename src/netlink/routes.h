@@ -1,8 +1,8 @@
 // The IPv4 routes of this host as the kernel tells them, the default one among them, and the route of a
 // packet.
 //
-// Linux only. All functions may run on any thread, ask at the call and keep nothing; those with an int
-// return 0 or an errno value.
+// Linux only. All functions may run on any thread, ask at the call and keep nothing; those with a
+// result fail with the kernel's own errno value.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "wrenlib/address.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -39,7 +40,7 @@ struct KernelRoute {
 
 // The main table alone: the others hold the host's own addresses, or serve rules of their owners. In the
 // kernel's order: by destination, of one destination the longer mask and then the lower metric first.
-int ListRoutes(std::vector<KernelRoute>& routes);
+Result<std::vector<KernelRoute>> ListRoutes();
 
 // The default route that the host takes: of those with the lowest metric the first, whose first next hop
 // counts. Null if there is none.
@@ -47,7 +48,7 @@ const KernelRoute* BestDefaultRoute(const std::vector<KernelRoute>& routes);
 
 // The route of a packet to `destination`, through the link of this index unless that is 0. ENETUNREACH if
 // there is none; a route that refuses packets gives the kernel's errno value for it.
-int FindRoute(Ipv4Address destination, std::uint32_t link, KernelRoute& route);
+Result<KernelRoute> FindRoute(Ipv4Address destination, std::uint32_t link);
 
 // Whether the host forwards packets between its links; nullopt if the kernel does not tell.
 std::optional<bool> IsForwarding();

@@ -1,7 +1,7 @@
 #include "ping/target.h"
 
 #include <mutex>
-#include <system_error>
+#include <optional>
 #include <thread>
 
 #include "platform/network/resolver.h"
@@ -9,55 +9,42 @@
 
 namespace vnxtest {
 
-bool ResolveTarget(std::wstring_view name, Ipv4Address& address, std::wstring& errorText) {
-    return ResolveIpv4Name(name, address, errorText);
+Result<Ipv4Address> ResolveTarget(std::wstring_view name) {
+    return ResolveIpv4Name(name);
 }
 
-bool ValidateTarget(std::wstring_view name, Ipv4Address& address, std::wstring& message) {
-    message = L"Please enter a valid IP address or name.";
+Result<Ipv4Address> ValidateTarget(std::wstring_view name) {
+    constexpr wchar_t kAdvice[] = L"Please enter a valid IP address or name.";
     if (name.empty()) {
-        return false;
+        return Refused(kAdvice);
     }
-    std::wstring errorText;
-    if (ResolveTarget(name, address, errorText)) {
-        message.clear();
-        return true;
+    auto address = ResolveTarget(name);
+    if (!address) {
+        Failure& failure = address.error();
+        failure.text = failure.Describe() + L"\n" + kAdvice;
     }
-    message = errorText + L"\n" + message;
-    return false;
+    return address;
 }
 
 struct TargetLookup::State {
     std::mutex lock; // guards what follows
     std::function<void()> onEnd;
-    bool over = false;
-    bool valid = false;
-    Ipv4Address address;
-    std::wstring message;
+    std::optional<Result<Ipv4Address>> answer; // nullopt until it is over
 };
 
 TargetLookup::TargetLookup(std::wstring name, std::function<void()> onEnd)
     : m_state(std::make_shared<State>()) {
     m_state->onEnd = std::move(onEnd);
     const auto lookUp = [state = m_state, name = std::move(name)] {
-        Ipv4Address address;
-        std::wstring message;
-        const bool valid = ValidateTarget(name, address, message);
+        auto answer = ValidateTarget(name);
         const std::lock_guard lock(state->lock);
-        state->valid = valid;
-        state->address = address;
-        state->message = std::move(message);
-        state->over = true;
+        state->answer.emplace(std::move(answer));
         if (state->onEnd) {
             state->onEnd();
         }
     };
-    try {
-        const StopSignalsHeldBack held; // they belong to the stop-signal watcher
-        std::thread(lookUp).detach();
-    } catch (const std::system_error& failure) {
-        throw std::system_error(failure.code(), "pthread_create");
-    }
+    const StopSignalsHeldBack held; // they belong to the stop-signal watcher
+    std::thread(lookUp).detach();
 }
 
 TargetLookup::~TargetLookup() {
@@ -67,14 +54,12 @@ TargetLookup::~TargetLookup() {
 
 bool TargetLookup::IsOver() const {
     const std::lock_guard lock(m_state->lock);
-    return m_state->over;
+    return m_state->answer.has_value();
 }
 
-bool TargetLookup::Result(Ipv4Address& address, std::wstring& message) const {
+Result<Ipv4Address> TargetLookup::Answer() const {
     const std::lock_guard lock(m_state->lock);
-    address = m_state->address;
-    message = m_state->message;
-    return m_state->valid;
+    return m_state->answer.value();
 }
 
 } // namespace vnxtest

@@ -43,14 +43,10 @@ CVNXTestApp::CVNXTestApp() {
     // The toolkit and its modules must run without rights: the helper opens adapters. Root keeps the right
     // to its user's display and files. Done here, while this is the only thread: threads of the toolkit may
     // block the signal by which they are asked.
-    std::wstring problem;
-    if (const auto refusal = WhyNotWithRightsOfItsFile()) {
-        problem = *refusal;
-    } else {
-        GiveUpPrivileges({.files = true}, problem);
-    }
-    if (!problem.empty()) {
-        std::fprintf(stderr, "vnxtest: %s\n", ToUtf8(problem).c_str());
+    const auto withoutRights =
+        CheckRightsOfItsFile().and_then([] { return GiveUpPrivileges({.files = true}); });
+    if (!withoutRights) {
+        std::fprintf(stderr, "vnxtest: %s\n", ToUtf8(withoutRights.error().Describe()).c_str());
         std::exit(kEndedForRights);
     }
     SetAppName(kProductName);

@@ -65,29 +65,37 @@ void Take(const KernelRoute& route, Ipv4Address gateway, LinkAddresses& link) {
     }
 }
 
-// 0, or the errno value of the failure.
-int ReadTables(KernelTables& tables) {
-    std::vector<KernelAddress> addresses;
-    std::vector<KernelRoute> routes;
-    int code = ListLinks(tables.links);
-    code = code != 0 ? code : ListAddresses(addresses);
-    code = code != 0 ? code : ListRoutes(routes);
+Result<KernelTables> ReadTables() {
+    auto links = ListLinks();
+    if (!links) {
+        return PassOn(links);
+    }
+    auto addresses = ListAddresses();
+    if (!addresses) {
+        return PassOn(addresses);
+    }
+    auto routes = ListRoutes();
+    if (!routes) {
+        return PassOn(routes);
+    }
+    KernelTables tables;
+    tables.links = std::move(*links);
     for (const KernelLink& link : tables.links) {
         tables.names[link.index] = link.name;
     }
-    for (const KernelAddress& row : addresses) {
+    for (const KernelAddress& row : *addresses) {
         Take(row, tables.addresses[row.link]);
     }
-    for (const KernelRoute& route : routes) {
+    for (const KernelRoute& route : *routes) {
         for (const KernelNextHop& hop : route.nextHops) {
             if (route.kind == KernelRouteKind::Unicast) {
                 Take(route, hop.gateway, tables.addresses[hop.link]);
             }
         }
     }
-    const KernelRoute* const best = BestDefaultRoute(routes);
+    const KernelRoute* const best = BestDefaultRoute(*routes);
     tables.defaultLink = best != nullptr ? best->nextHops.front().link : 0;
-    return code;
+    return tables;
 }
 
 bool IsEthernetLike(const KernelLink& link) {
@@ -192,22 +200,22 @@ void SortByIndex(std::vector<HostAdapter>& adapters, const Ranks& ranks) {
 
 } // namespace
 
-std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters) {
-    adapters.clear();
-    KernelTables tables;
-    if (const int code = ReadTables(tables)) {
-        return static_cast<std::uint32_t>(code);
+Result<std::vector<HostAdapter>> ReadAdapters() {
+    auto tables = ReadTables();
+    if (!tables) {
+        return PassOn(tables);
     }
+    std::vector<HostAdapter> adapters;
     Questions ask;
     Ranks ranks;
-    for (const KernelLink& link : tables.links) {
+    for (const KernelLink& link : tables->links) {
         if (IsEthernetLike(link)) {
-            adapters.push_back(MakeAdapter(link, tables, ask));
-            ranks[link.index] = RankOf(adapters.back(), (link.flags & IFF_UP) != 0, tables.defaultLink);
+            adapters.push_back(MakeAdapter(link, *tables, ask));
+            ranks[link.index] = RankOf(adapters.back(), (link.flags & IFF_UP) != 0, tables->defaultLink);
         }
     }
     SortByIndex(adapters, ranks);
-    return 0;
+    return adapters;
 }
 
 } // namespace vnxtest

@@ -101,8 +101,7 @@ HostAdapter MakeAdapter(const IP_ADAPTER_ADDRESSES& system) {
 
 } // namespace
 
-std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters) {
-    adapters.clear();
+Result<std::vector<HostAdapter>> ReadAdapters() {
     constexpr ULONG kFlags = GAA_FLAG_INCLUDE_GATEWAYS | GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST |
                              GAA_FLAG_SKIP_DNS_SERVER;
     constexpr int kRounds = 8;
@@ -114,11 +113,12 @@ std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters) {
         code = GetAdaptersAddresses(AF_INET, kFlags, nullptr,
                                     reinterpret_cast<IP_ADAPTER_ADDRESSES*>(buffer.data()), &size);
     }
+    std::vector<HostAdapter> adapters;
     if (code == ERROR_NO_DATA) {
-        return 0;
+        return adapters;
     }
     if (code != NO_ERROR) {
-        return code;
+        return FailedCall(L"GetAdaptersAddresses", code);
     }
     for (const auto* adapter = reinterpret_cast<const IP_ADAPTER_ADDRESSES*>(buffer.data());
          adapter != nullptr; adapter = adapter->Next) {
@@ -128,7 +128,7 @@ std::uint32_t ReadAdapters(std::vector<HostAdapter>& adapters) {
             adapters.push_back(MakeAdapter(*adapter));
         }
     }
-    return 0;
+    return adapters;
 }
 
 } // namespace vnxtest

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "wrenlib/errors.h"
+#include "wrenlib/format.h"
 
 namespace vnxtest {
 
@@ -63,17 +64,15 @@ std::vector<HostAdapter> InLinkedOrder(const std::vector<ADAPTER_INFO_LIST_ENTRY
 
 } // namespace
 
-AdapterListOutcome FetchAdapters(const GetAdaptersListFunction& getAdaptersList,
-                                 std::vector<HostAdapter>& adapters) {
+Result<std::vector<HostAdapter>> FetchAdapters(const GetAdaptersListFunction& getAdaptersList) {
     constexpr std::size_t kEntry = sizeof(ADAPTER_INFO_LIST_ENTRY);
-    adapters.clear();
-    AdapterListOutcome outcome;
     std::uint32_t size = 0;
     if (getAdaptersList(nullptr, &size) || size == 0) {
-        return {AdapterListStage::SizeQuery, LastError(), size != 0};
+        auto failed = FailedCall(kAdapterListSizeQuery);
+        failed.value().text = size != 0 ? L"succeeded?!" : L"";
+        return failed;
     }
     const std::size_t count = (size + kEntry - 1) / kEntry;
-    outcome.count = static_cast<std::uint32_t>(count);
     std::vector<ADAPTER_INFO_LIST_ENTRY> array;
     try {
         if (count > kMostAdapters) {
@@ -81,18 +80,14 @@ AdapterListOutcome FetchAdapters(const GetAdaptersListFunction& getAdaptersList,
         }
         array.resize(count);
     } catch (const std::bad_alloc&) {
-        outcome.stage = AdapterListStage::Allocation;
-        outcome.code = kErrorNotEnoughMemory;
-        return outcome;
+        return FailedCall(Sprintf(L"new ADAPTER_INFO_LIST_ENTRY [%d]", static_cast<std::uint32_t>(count)),
+                          kErrorNotEnoughMemory);
     }
     size = static_cast<std::uint32_t>(count * kEntry);
     if (!getAdaptersList(array.data(), &size)) {
-        outcome.stage = AdapterListStage::Fill;
-        outcome.code = LastError();
-        return outcome;
+        return FailedCall(L"WrenPackGetAdaptersList(!NULL,!0)");
     }
-    adapters = InLinkedOrder(array);
-    return outcome;
+    return InLinkedOrder(array);
 }
 
 } // namespace vnxtest

@@ -75,7 +75,6 @@ using GetAdaptersListFunction = std::function<bool(ADAPTER_INFO_LIST_ENTRY* list
 // Queries the size, then the list, and decodes its entries in the order of their links; a link that leads
 // outside the array, or to an entry that is not filled, ends the list. Fails if the library returns true
 // for the size, or claims more adapters than any host has.
-AdapterListOutcome FetchAdapters(const GetAdaptersListFunction& getAdaptersList,
-                                 std::vector<HostAdapter>& adapters);
+Result<std::vector<HostAdapter>> FetchAdapters(const GetAdaptersListFunction& getAdaptersList);
 
 } // namespace vnxtest

@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "wrenlib/failure.h"
 #include "wrenpack/host_adapter.h"
 
 namespace vnxtest {
@@ -36,35 +38,25 @@ struct PacketDriverDescription {
     std::wstring driverVersion; // of the driver in the system's kernel; empty: not known
 };
 
-// How a query of the adapter list ended. It has three steps; a library with its own list has the first
-// only.
-enum class AdapterListStage {
-    Done,
-    SizeQuery,  // the query of the size failed or broke the contract
-    Allocation, // no memory for `count` entries
-    Fill,       // the list itself was refused
-};
-struct AdapterListOutcome {
-    AdapterListStage stage = AdapterListStage::Done;
-    std::uint32_t code = 0;     // of the system, on failure
-    bool sizeSucceeded = false; // the query of the size returned success, against the contract
-    std::uint32_t count = 0;    // entries asked for
-};
+// The first of the three steps in which the package's library is asked for its list, as a failure names it; a
+// library with its own list has this step only. The failure's text is not empty if the step returned success,
+// against the contract.
+inline constexpr std::wstring_view kAdapterListSizeQuery = L"WrenPackGetAdaptersList(NULL,0)";
 
-// An adapter opened by OpenAdapter; null: none.
+// An adapter opened by OpenAdapter.
 using AdapterHandle = void*;
 
-// User-interface thread. OpenAdapter sets the system's last error on failure.
+// User-interface thread.
 class WrenPackLibrary {
 public:
     virtual ~WrenPackLibrary() = default;
 
-    // Stores the adapters in `adapters`; of several with one MAC address the first is the one that it
-    // stands for. Having none is a failure. Empty after a failure.
-    virtual AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) = 0;
+    // The adapters; of several with one MAC address the first is the one that it stands for. Having none is a
+    // failure.
+    virtual Result<std::vector<HostAdapter>> ListAdapters() = 0;
 
-    // Opens an adapter of the list for capturing; null on failure.
-    virtual AdapterHandle OpenAdapter(const HostAdapter& adapter) = 0;
+    // Opens an adapter of the list for capturing.
+    virtual Result<AdapterHandle> OpenAdapter(const HostAdapter& adapter) = 0;
     virtual void CloseAdapter(AdapterHandle handle) = 0;
     // Closes all of them, side by side where closing waits for the kernel.
     virtual void CloseAdapters(const std::vector<AdapterHandle>& handles);

@@ -59,44 +59,44 @@ int BindForCapture(int descriptor, const std::string& interfaceName) {
 }
 
 // By the helper, as a guest of this user would be opened.
-AdapterHandle OpenByHelper(const std::string& interfaceName) {
+Result<AdapterHandle> OpenByHelper(const std::string& interfaceName) {
     OpenRequest request;
     request.kind = OpenKind::ArpSocket;
     request.adapter = ToAdapterName(interfaceName);
     HelperAnswer answer = AskHelper(request);
     if (answer.error != 0) {
-        SetLastError(static_cast<std::uint32_t>(answer.error));
-        return nullptr;
+        return FailedCall(L"vnxtest-open", static_cast<std::uint32_t>(answer.error));
     }
     return ToHandle(answer.descriptor.Release());
 }
 
 class LinuxWrenPack final : public WrenPackLibrary {
 public:
-    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override {
-        const std::uint32_t code = ReadAdapters(adapters);
-        if (code != 0 || adapters.empty()) {
-            return {AdapterListStage::SizeQuery, code != 0 ? code : std::uint32_t{ENODEV}};
+    Result<std::vector<HostAdapter>> ListAdapters() override {
+        auto adapters = ReadAdapters();
+        if (!adapters || adapters->empty()) {
+            return FailedCall(kAdapterListSizeQuery, adapters ? ENODEV : adapters.error().lastError);
         }
-        return {};
+        return adapters;
     }
 
-    AdapterHandle OpenAdapter(const HostAdapter& adapter) override {
+    Result<AdapterHandle> OpenAdapter(const HostAdapter& adapter) override {
         const std::string interfaceName = ToNarrow(IdentifierOf(adapter.driverName));
         if (interfaceName.empty()) {
-            SetLastError(ENODEV);
-            return nullptr;
+            return FailedCall(L"socket", ENODEV);
         }
         // As for a capture, but without a ring. Protocol 0 until it is bound, so that no frames of other
         // interfaces come in meanwhile.
         const int descriptor = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
         if (descriptor < 0) {
-            return errno == EPERM ? OpenByHelper(interfaceName) : nullptr;
+            if (errno == EPERM) {
+                return OpenByHelper(interfaceName);
+            }
+            return FailedCall(L"socket");
         }
         if (const int code = BindForCapture(descriptor, interfaceName)) {
             close(descriptor);
-            SetLastError(static_cast<std::uint32_t>(code));
-            return nullptr;
+            return FailedCall(L"bind", static_cast<std::uint32_t>(code));
         }
         return ToHandle(descriptor);
     }

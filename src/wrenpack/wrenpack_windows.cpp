@@ -142,14 +142,17 @@ public:
         m_module->Bind(m_closeAdapter, "WrenPackCloseAdapter", missing);
     }
 
-    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override {
-        return FetchAdapters([this](ADAPTER_INFO_LIST_ENTRY* list,
-                                    std::uint32_t* size) { return m_getAdaptersList(list, size) != 0; },
-                             adapters);
+    Result<std::vector<HostAdapter>> ListAdapters() override {
+        return FetchAdapters([this](ADAPTER_INFO_LIST_ENTRY* list, std::uint32_t* size) {
+            return m_getAdaptersList(list, size) != 0;
+        });
     }
 
-    AdapterHandle OpenAdapter(const HostAdapter& adapter) override {
-        return m_openAdapter(adapter.driverName.c_str());
+    Result<AdapterHandle> OpenAdapter(const HostAdapter& adapter) override {
+        if (AdapterHandle const handle = m_openAdapter(adapter.driverName.c_str())) {
+            return handle;
+        }
+        return FailedCall(L"WrenPackOpenAdapter");
     }
 
     void CloseAdapter(AdapterHandle handle) override { m_closeAdapter(handle); }
@@ -207,22 +210,25 @@ public:
         m_description.substitution += L" The list of adapters comes from Windows' own IP helper.";
     }
 
-    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& adapters) override {
-        const std::uint32_t code = ReadAdapters(adapters);
-        if (code != 0 || adapters.empty()) {
-            return {AdapterListStage::SizeQuery, code != 0 ? code : std::uint32_t{ERROR_NO_DATA}};
+    Result<std::vector<HostAdapter>> ListAdapters() override {
+        auto adapters = ReadAdapters();
+        if (!adapters || adapters->empty()) {
+            return FailedCall(kAdapterListSizeQuery, adapters ? ERROR_NO_DATA : adapters.error().lastError);
         }
         // An access point sends a wireless adapter its own frames only, whatever the driver reports.
-        for (HostAdapter& adapter : adapters) {
+        for (HostAdapter& adapter : *adapters) {
             adapter.promiscuous = adapter.medium == kNdisMediumNative802_11
                                       ? std::optional(false)
                                       : m_driver.IsPromiscuousCapable(adapter.driverName);
         }
-        return {};
+        return adapters;
     }
 
-    AdapterHandle OpenAdapter(const HostAdapter& adapter) override {
-        return m_driver.Open(adapter.driverName, false);
+    Result<AdapterHandle> OpenAdapter(const HostAdapter& adapter) override {
+        if (AdapterHandle const handle = m_driver.Open(adapter.driverName, false)) {
+            return handle;
+        }
+        return FailedCall(L"pcap_open_live");
     }
 
     void CloseAdapter(AdapterHandle handle) override { m_driver.Close(handle); }

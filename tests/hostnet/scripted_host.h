@@ -18,18 +18,9 @@ namespace vnxtest {
 
 class ScriptedTables : public HostTables {
 public:
-    std::uint32_t ReadParameters(NetworkParameters& parameters) override {
-        parameters = networkParameters;
-        return parametersCode;
-    }
-    std::uint32_t ReadRoutes(std::vector<HostRoute>& rows) override {
-        rows = routes;
-        return routesCode;
-    }
-    std::uint32_t ReadAddresses(std::vector<HostAddress>& rows) override {
-        rows = addresses;
-        return addressesCode;
-    }
+    Result<NetworkParameters> ReadParameters() override { return Read(networkParameters, parametersCode); }
+    Result<std::vector<HostRoute>> ReadRoutes() override { return Read(routes, routesCode); }
+    Result<std::vector<HostAddress>> ReadAddresses() override { return Read(addresses, addressesCode); }
     std::optional<MacAddress> SendARP(Ipv4Address destination, Ipv4Address source) override {
         probes.emplace_back(destination, source);
         const auto answer = answers.find(destination);
@@ -50,6 +41,15 @@ public:
     std::uint32_t parametersCode = 0, routesCode = 0, addressesCode = 0;
     std::map<Ipv4Address, MacAddress> answers;
     std::vector<std::pair<Ipv4Address, Ipv4Address>> probes; // destination, source
+
+private:
+    template <typename Table>
+    static Result<Table> Read(const Table& table, std::uint32_t code) {
+        if (code != 0) {
+            return FailedCall(L"a table", code);
+        }
+        return table;
+    }
 };
 
 inline constexpr MacAddress kMacA({0x02, 0, 0, 0, 0, 0x0A});

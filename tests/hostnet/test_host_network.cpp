@@ -25,7 +25,7 @@ TEST_F(HostNetworkTest, TracesEveryFailureInOrderAndSurvivesAll) {
     tables.parametersCode = 50;
     tables.routesCode = 5;
     tables.addressesCode = 13;
-    adapters.outcome = {AdapterListStage::SizeQuery, 2};
+    adapters.listFailure = Failure{std::wstring(kAdapterListSizeQuery), 0, 2, {}};
     network.InitGlobals();
     const Lines trace = TakeTrace();
     ASSERT_EQ(trace.size(), 7U);
@@ -41,13 +41,13 @@ TEST_F(HostNetworkTest, TracesAListThatIsNotBelievedCannotBeHeldOrIsRefused) {
                                              FormatLastError(code))});
         EXPECT_TRUE(network.Adapters().empty());
     };
-    adapters.outcome = {AdapterListStage::Fill, 31};
+    adapters.listFailure = Failure{L"WrenPackGetAdaptersList(!NULL,!0)", 0, 31, {}};
     expectTrace(L"WrenPackGetAdaptersList(!NULL,!0) failed", 31);
-    adapters.outcome = {AdapterListStage::SizeQuery, 31, true};
+    adapters.listFailure = Failure{std::wstring(kAdapterListSizeQuery), 0, 31, L"succeeded?!"};
     expectTrace(L"WrenPackGetAdaptersList(NULL,0) succeeded?!", 31);
-    adapters.outcome = {AdapterListStage::Allocation, kErrorNotEnoughMemory, false, 3121343};
+    adapters.listFailure = Failure{L"new ADAPTER_INFO_LIST_ENTRY [3121343]", 0, kErrorNotEnoughMemory, {}};
     expectTrace(L"new ADAPTER_INFO_LIST_ENTRY [3121343] failed", kErrorNotEnoughMemory);
-    adapters.outcome = {};
+    adapters.listFailure.reset();
     EXPECT_TRUE(network.InitFPAdaptersList()) << "a later attempt may succeed";
 }
 
@@ -157,7 +157,7 @@ TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
     // Each adapter is opened and closed by its own library.
     std::vector<AdapterHandle> handles;
     for (const HostAdapter& adapter : host.Adapters()) {
-        handles.push_back(simAdapters.OpenAdapter(adapter));
+        handles.push_back(simAdapters.OpenAdapter(adapter).value());
         EXPECT_NE(handles.back(), nullptr);
     }
     EXPECT_EQ(real.adapters.opened, std::vector<std::wstring>{L"NPF_a"});

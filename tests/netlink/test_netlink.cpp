@@ -39,55 +39,66 @@ KernelRoute DefaultRoute(std::uint32_t metric, std::uint32_t link) {
         std::_Exit(1);                                                                                       \
     }
 
+// 0 or the errno value.
+template <typename T>
+int CodeOf(const Result<T>& result) {
+    return result ? 0 : result.error().errnoValue;
+}
+
 [[noreturn]] void ChangeAndLook() {
     if (!EnterNetwork()) {
         std::_Exit(77);
     }
-    KernelLink link;
-    std::vector<KernelAddress> addresses;
-    std::vector<KernelRoute> routes;
-    KernelRoute route;
     EXPECT_IN_CHILD(std::system("ip link add name d0 address 02:00:00:00:00:0d type veth peer d1 && "
                                 "ip link set d1 up && ip link set d0 alias test") == 0);
-    std::vector<KernelLink> links;
-    EXPECT_IN_CHILD(ListLinks(links) == 0 && links.size() >= 3);
-    const std::uint32_t d0 = std::ranges::find(links, "d0", &KernelLink::name)->index;
-    EXPECT_IN_CHILD(FindLink(d0, link) == 0 && (link.flags & IFF_UP) == 0 && link.kind == "veth");
-    EXPECT_IN_CHILD(link.alias == "test" && link.mac == MacAddress({2, 0, 0, 0, 0, 0x0D}));
-    EXPECT_IN_CHILD(ListAddresses(addresses) == 0 && addresses.empty());
-    EXPECT_IN_CHILD(ListRoutes(routes) == 0 && routes.empty() && BestDefaultRoute(routes) == nullptr);
-    EXPECT_IN_CHILD(FindRoute(kPeer, 0, route) == ENETUNREACH);
+    const auto links = ListLinks();
+    EXPECT_IN_CHILD(links && links->size() >= 3);
+    const std::uint32_t d0 = std::ranges::find(*links, "d0", &KernelLink::name)->index;
+    auto link = FindLink(d0);
+    EXPECT_IN_CHILD(link && (link->flags & IFF_UP) == 0 && link->kind == "veth");
+    EXPECT_IN_CHILD(link->alias == "test" && link->mac == MacAddress({2, 0, 0, 0, 0, 0x0D}));
+    auto addresses = ListAddresses();
+    EXPECT_IN_CHILD(addresses && addresses->empty());
+    auto routes = ListRoutes();
+    EXPECT_IN_CHILD(routes && routes->empty() && BestDefaultRoute(*routes) == nullptr);
+    EXPECT_IN_CHILD(CodeOf(FindRoute(kPeer, 0)) == ENETUNREACH);
 
-    EXPECT_IN_CHILD(ChangeLink(d0, {1400, 7, true}) == 0);
-    EXPECT_IN_CHILD(FindLink(d0, link) == 0 && (link.flags & IFF_UP) != 0 && link.mtu == 1400);
-    EXPECT_IN_CHILD(AddPeerAddress(d0, kOwn, kPeer) == 0);
-    EXPECT_IN_CHILD(AddPeerAddress(d0, kOwn, kPeer) == EEXIST);
-    EXPECT_IN_CHILD(ListAddresses(addresses) == 0);
-    const auto own = std::ranges::find(addresses, kOwn, &KernelAddress::address);
-    EXPECT_IN_CHILD(own != addresses.end() && own->link == d0 && own->mask == Ipv4Address::Mask(32) &&
+    EXPECT_IN_CHILD(CodeOf(ChangeLink(d0, {1400, 7, true})) == 0);
+    link = FindLink(d0);
+    EXPECT_IN_CHILD(link && (link->flags & IFF_UP) != 0 && link->mtu == 1400);
+    EXPECT_IN_CHILD(CodeOf(AddPeerAddress(d0, kOwn, kPeer)) == 0);
+    EXPECT_IN_CHILD(CodeOf(AddPeerAddress(d0, kOwn, kPeer)) == EEXIST);
+    addresses = ListAddresses();
+    EXPECT_IN_CHILD(addresses);
+    const auto own = std::ranges::find(*addresses, kOwn, &KernelAddress::address);
+    EXPECT_IN_CHILD(own != addresses->end() && own->link == d0 && own->mask == Ipv4Address::Mask(32) &&
                     !own->expires);
-    EXPECT_IN_CHILD(ListRoutes(routes) == 0 && routes.size() == 1);
-    EXPECT_IN_CHILD(routes[0].destination == kPeer && routes[0].mask == Ipv4Address::Mask(32));
-    EXPECT_IN_CHILD(routes[0].kind == KernelRouteKind::Unicast && routes[0].nextHops.size() == 1);
-    EXPECT_IN_CHILD(FindRoute(kPeer, 0, route) == 0 && route.source == kOwn && route.nextHops[0].link == d0);
+    routes = ListRoutes();
+    EXPECT_IN_CHILD(routes && routes->size() == 1);
+    EXPECT_IN_CHILD((*routes)[0].destination == kPeer && (*routes)[0].mask == Ipv4Address::Mask(32));
+    EXPECT_IN_CHILD((*routes)[0].kind == KernelRouteKind::Unicast && (*routes)[0].nextHops.size() == 1);
+    const auto route = FindRoute(kPeer, 0);
+    EXPECT_IN_CHILD(route && route->source == kOwn && route->nextHops[0].link == d0);
 
     EXPECT_IN_CHILD(std::system("ip route add default via 10.1.2.4 dev d0 metric 30 proto dhcp && "
                                 "ip route add default dev d0 metric 20 && ip route add 10.9.0.0/16 dev d0 && "
                                 "ip route add blackhole 10.8.0.0/16 && "
                                 "sysctl -qw net.ipv4.conf.all.forwarding=1") == 0);
-    EXPECT_IN_CHILD(ListRoutes(routes) == 0 && routes.size() == 5);
-    EXPECT_IN_CHILD(routes[0].metric == 20 && routes[1].metric == 30 && routes[1].fromDhcp &&
-                    !routes[0].fromDhcp);
-    EXPECT_IN_CHILD(BestDefaultRoute(routes) == &routes[0] && routes[1].nextHops[0].gateway == kPeer);
-    const auto refused = std::ranges::find(routes, Ipv4Address(10, 8, 0, 0), &KernelRoute::destination);
+    routes = ListRoutes();
+    EXPECT_IN_CHILD(routes && routes->size() == 5);
+    EXPECT_IN_CHILD((*routes)[0].metric == 20 && (*routes)[1].metric == 30 && (*routes)[1].fromDhcp &&
+                    !(*routes)[0].fromDhcp);
+    EXPECT_IN_CHILD(BestDefaultRoute(*routes) == &(*routes)[0] && (*routes)[1].nextHops[0].gateway == kPeer);
+    const auto refused = std::ranges::find(*routes, Ipv4Address(10, 8, 0, 0), &KernelRoute::destination);
     EXPECT_IN_CHILD(refused->kind == KernelRouteKind::Refused && refused->nextHops.empty());
-    EXPECT_IN_CHILD(FindRoute({10, 8, 0, 1}, 0, route) != 0);
+    EXPECT_IN_CHILD(CodeOf(FindRoute({10, 8, 0, 1}, 0)) != 0);
     EXPECT_IN_CHILD(IsForwarding() == true);
 
-    EXPECT_IN_CHILD(RemovePeerAddress(d0, kOwn, kPeer) == 0);
-    EXPECT_IN_CHILD(RemovePeerAddress(d0, kOwn, kPeer) == EADDRNOTAVAIL);
-    EXPECT_IN_CHILD(ChangeLink(d0, {0, 0, false}) == 0);
-    EXPECT_IN_CHILD(FindLink(d0, link) == 0 && (link.flags & IFF_UP) == 0 && link.mtu == 1400);
+    EXPECT_IN_CHILD(CodeOf(RemovePeerAddress(d0, kOwn, kPeer)) == 0);
+    EXPECT_IN_CHILD(CodeOf(RemovePeerAddress(d0, kOwn, kPeer)) == EADDRNOTAVAIL);
+    EXPECT_IN_CHILD(CodeOf(ChangeLink(d0, {0, 0, false})) == 0);
+    link = FindLink(d0);
+    EXPECT_IN_CHILD(link && (link->flags & IFF_UP) == 0 && link->mtu == 1400);
     std::_Exit(0);
 }
 
@@ -101,20 +112,20 @@ TEST(Netlink, SeesWhatItAndOthersChange) {
 }
 
 TEST(Netlink, TellsTheLoopbackLinkOfThisHostAndNoneThatIsNotThere) {
-    std::vector<KernelLink> links;
-    ASSERT_EQ(ListLinks(links), 0);
-    const auto loopback = std::ranges::find(links, "lo", &KernelLink::name);
-    ASSERT_NE(loopback, links.end());
+    const auto links = ListLinks();
+    ASSERT_TRUE(links);
+    const auto loopback = std::ranges::find(*links, "lo", &KernelLink::name);
+    ASSERT_NE(loopback, links->end());
     EXPECT_TRUE((loopback->flags & IFF_LOOPBACK) != 0 && loopback->hardwareType == ARPHRD_LOOPBACK);
     EXPECT_EQ(loopback->mac, MacAddress());
-    EXPECT_TRUE(std::ranges::is_sorted(links, {}, &KernelLink::index));
-    KernelLink link;
-    EXPECT_EQ(FindLink(0x7FFFFFF0, link), ENODEV);
-    EXPECT_NE(ChangeLink(0x7FFFFFF0, {0, 0, true}), 0);
+    EXPECT_TRUE(std::ranges::is_sorted(*links, {}, &KernelLink::index));
+    const auto nowhere = FindLink(0x7FFFFFF0);
+    EXPECT_EQ(CodeOf(nowhere), ENODEV);
+    EXPECT_EQ(nowhere.error().call, L"RTM_GETLINK");
+    EXPECT_NE(CodeOf(ChangeLink(0x7FFFFFF0, {0, 0, true})), 0);
     EXPECT_TRUE(IsForwarding().has_value());
-    KernelRoute route;
-    if (FindRoute(kLocalhost, 0, route) == 0) {
-        EXPECT_EQ(route.kind, KernelRouteKind::Local);
+    if (const auto route = FindRoute(kLocalhost, 0)) {
+        EXPECT_EQ(route->kind, KernelRouteKind::Local);
     }
     const KernelNeighbour nobody = FindNeighbour({192, 0, 2, 1}, 1);
     EXPECT_FALSE(nobody.mac || nobody.failed);

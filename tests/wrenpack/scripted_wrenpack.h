@@ -2,12 +2,12 @@
 // a library can fail.
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "wrenlib/address.h"
-#include "wrenlib/errors.h"
 #include "wrenpack/wrenpack.h"
 
 namespace vnxtest {
@@ -32,15 +32,16 @@ inline HostAdapter MakeAdapter(const std::wstring& name, MacAddress mac = {}, Ip
 
 class ScriptedWrenPack : public WrenPackLibrary {
 public:
-    AdapterListOutcome ListAdapters(std::vector<HostAdapter>& list) override {
-        list = outcome.stage == AdapterListStage::Done ? entries : std::vector<HostAdapter>();
-        return outcome;
+    Result<std::vector<HostAdapter>> ListAdapters() override {
+        if (listFailure) {
+            return NoValue(*listFailure);
+        }
+        return entries;
     }
 
-    AdapterHandle OpenAdapter(const HostAdapter& adapter) override {
+    Result<AdapterHandle> OpenAdapter(const HostAdapter& adapter) override {
         if (failOpen.contains(adapter.driverName)) {
-            SetLastError(5);
-            return nullptr;
+            return FailedCall(L"WrenPackOpenAdapter", 5);
         }
         opened.push_back(adapter.driverName);
         ++open;
@@ -53,7 +54,7 @@ public:
     PacketDriverDescription DescribePacketDriver() const override { return driver; }
 
     std::vector<HostAdapter> entries;
-    AdapterListOutcome outcome;
+    std::optional<Failure> listFailure;
     std::set<std::wstring> failOpen;
     PacketDriverDescription driver{true, L"", L"driver", L"4.5", L"detail", L""};
 

@@ -48,18 +48,18 @@ TEST(FetchAdapters, FollowsTheLinksAndSurvivesThoseThatLeadAstray) {
         {{8, -1, -1}, L"a"},              // between two entries
     };
     Entries entries = {MakeEntry(L"a"), MakeEntry(L"b"), MakeEntry(L"c")};
-    std::vector<HostAdapter> adapters;
     for (const auto& [next, left] : cases) {
-        EXPECT_EQ(FetchAdapters(Library(entries, next), adapters).stage, AdapterListStage::Done);
+        const auto adapters = FetchAdapters(Library(entries, next));
+        ASSERT_TRUE(adapters);
         std::wstring names;
-        for (const HostAdapter& adapter : adapters) {
+        for (const HostAdapter& adapter : *adapters) {
             names += IdentifierOf(adapter.driverName);
         }
         EXPECT_EQ(names, left);
     }
     entries[0].leadingWord = 0; // not filled
-    EXPECT_EQ(FetchAdapters(Library(entries, cases[0].next), adapters).stage, AdapterListStage::Done);
-    EXPECT_TRUE(adapters.empty());
+    const auto none = FetchAdapters(Library(entries, cases[0].next));
+    EXPECT_TRUE(none && none->empty());
 }
 
 TEST(FetchAdapters, TellsWhichStepFailed) {
@@ -70,23 +70,21 @@ TEST(FetchAdapters, TellsWhichStepFailed) {
         *size = list == nullptr ? needed : *size;
         return list == nullptr && sizeSucceeds;
     };
-    std::vector<HostAdapter> adapters(1);
-    const auto expect = [&](AdapterListStage stage, std::uint32_t code, bool succeeded, std::uint32_t count) {
-        const AdapterListOutcome outcome = FetchAdapters(library, adapters);
-        EXPECT_EQ(outcome.stage, stage);
-        EXPECT_EQ(outcome.code, code);
-        EXPECT_EQ(outcome.sizeSucceeded, succeeded);
-        EXPECT_EQ(outcome.count, count);
-        EXPECT_TRUE(adapters.empty());
+    const auto expect = [&](std::wstring_view call, const wchar_t* text, std::uint32_t code) {
+        const auto adapters = FetchAdapters(library);
+        ASSERT_FALSE(adapters);
+        EXPECT_EQ(adapters.error().call, call);
+        EXPECT_EQ(adapters.error().text, text);
+        EXPECT_EQ(adapters.error().lastError, code);
     };
-    expect(AdapterListStage::SizeQuery, 31, false, 0);
+    expect(kAdapterListSizeQuery, L"", 31);
     needed = 1377; // a part of an entry is one more
-    expect(AdapterListStage::Fill, 31, false, 2);
+    expect(L"WrenPackGetAdaptersList(!NULL,!0)", L"", 31);
     sizeSucceeds = true;
-    expect(AdapterListStage::SizeQuery, 31, true, 0);
+    expect(kAdapterListSizeQuery, L"succeeded?!", 31);
     sizeSucceeds = false;
     needed = 4294967295;
-    expect(AdapterListStage::Allocation, kErrorNotEnoughMemory, false, 3121343);
+    expect(L"new ADAPTER_INFO_LIST_ENTRY [3121343]", L"", kErrorNotEnoughMemory);
 }
 
 TEST(FetchAdapters, DecodesEveryField) {
@@ -109,8 +107,7 @@ TEST(FetchAdapters, DecodesEveryField) {
     entry.MaxPacketLen = 1514;
     Entries entries = {entry};
     const std::vector<std::ptrdiff_t> next = {-1};
-    std::vector<HostAdapter> adapters;
-    FetchAdapters(Library(entries, next), adapters);
+    auto adapters = FetchAdapters(Library(entries, next)).value();
     ASSERT_EQ(adapters.size(), 1U);
     HostAdapter wanted;
     wanted.driverName = L"NPF_{1}";
@@ -130,7 +127,7 @@ TEST(FetchAdapters, DecodesEveryField) {
     wanted.checksumOffload = ChecksumOffload{4, 8, 12, 16};
     EXPECT_EQ(adapters.front(), wanted);
     entries[0].LinkSpeed = entries[0].ChecksumOffloadPresent = 0;
-    FetchAdapters(Library(entries, next), adapters);
+    adapters = FetchAdapters(Library(entries, next)).value();
     EXPECT_FALSE(adapters.front().linkSpeed || adapters.front().checksumOffload);
 }
 

@@ -1,5 +1,6 @@
 #include "cli/output/failure.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <new>
 #include <system_error>
@@ -18,35 +19,33 @@ namespace {
 constexpr wchar_t kNoMemory[] =
     L"The program cannot go on: there is not enough memory. A larger limit helps (ulimit -v), or other programs that end.";
 
-// A system_error's text is "CALL: TEXT", or the text alone.
+// Its call is not known, but that the library cannot begin a thread is the one thing it says in this way.
 std::wstring CallOf(const std::system_error& failure) {
-    const std::string what = failure.what();
-    const std::string text = failure.code().message();
-    const bool named = what.size() > text.size() + 2 && what.ends_with(": " + text);
-    return named ? ToWide(what.substr(0, what.size() - text.size() - 2)) : L"A call of the system";
+    return failure.code() == std::errc::resource_unavailable_try_again ? L"pthread_create"
+                                                                       : L"A call of the system";
 }
 
-std::wstring DescribeSystemError(const std::system_error& failure) {
-    const int code = failure.code().value();
+} // namespace
+
+std::wstring DescribeFailure(const Failure& failure) {
+    const int code = failure.errnoValue;
     std::wstring text =
-        Sprintf(L"The program cannot go on: %s failed; errno=%d: %s", CallOf(failure), code, StrError(code));
-    if (failure.code() == std::errc::resource_unavailable_try_again) {
+        Sprintf(L"The program cannot go on: %s failed; errno=%d: %s", failure.call, code, StrError(code));
+    if (code == EAGAIN) {
         // The error of a new thread for each of these limits.
         text += L"\nA larger limit of processes or of memory helps (ulimit -u, ulimit -v).";
-    } else if (failure.code() == std::errc::too_many_files_open) {
+    } else if (code == EMFILE) {
         text += L"\nA larger limit of open files helps (ulimit -n).";
     }
     return text;
 }
-
-} // namespace
 
 std::wstring DescribeFailure(const std::exception& failure) {
     if (dynamic_cast<const std::bad_alloc*>(&failure) != nullptr) {
         return kNoMemory;
     }
     if (const auto* const call = dynamic_cast<const std::system_error*>(&failure)) {
-        return DescribeSystemError(*call);
+        return DescribeFailure(Failure{CallOf(*call), call->code().value(), 0, {}});
     }
     return L"The program cannot go on: " + ToWide(failure.what());
 }

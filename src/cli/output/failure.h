@@ -4,9 +4,12 @@
 #include <exception>
 #include <string>
 
+#include "wrenlib/failure.h"
+
 namespace vnxtest {
 
 // The failed call, its code and its text, and what may help. Any thread.
+std::wstring DescribeFailure(const Failure& failure);
 std::wstring DescribeFailure(const std::exception& failure);
 
 // For std::set_terminate: writes the same about an uncaught exception, on any thread, and ends the program

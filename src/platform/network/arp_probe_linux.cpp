@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <optional>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -29,6 +31,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kProbeTime{1000};
 constexpr std::chrono::milliseconds kTryTime{334};
+constexpr std::wstring_view kProbe = L"ARP probe"; // the failed call where it was none of the system's
 
 class Socket {
 public:
@@ -54,28 +57,26 @@ struct ProbePath {
     bool local = false; // the destination is an address of this host
 };
 
-std::uint32_t LastErrno() {
-    return static_cast<std::uint32_t>(errno);
-}
-
 // Queries the kernel's route.
-std::uint32_t LookUpRoute(Ipv4Address destination, ProbePath& path) {
-    KernelRoute route;
-    if (const int code = FindRoute(destination, 0, route)) {
-        return static_cast<std::uint32_t>(code);
+Result<void> LookUpRoute(Ipv4Address destination, ProbePath& path) {
+    auto route = FindRoute(destination, 0);
+    if (!route) {
+        return PassOn(route);
     }
-    path.interfaceIndex = route.nextHops.front().link;
-    path.source = route.source;
-    path.local = route.kind == KernelRouteKind::Local;
-    return 0;
+    path.interfaceIndex = route->nextHops.front().link;
+    path.source = route->source;
+    path.local = route->kind == KernelRouteKind::Local;
+    return {};
 }
 
 // The interface that owns `address`: of several, the one whose subnet also holds `neighbour`.
 std::uint32_t InterfaceOfAddress(Ipv4Address address, Ipv4Address neighbour) {
-    std::vector<KernelAddress> rows;
-    ListAddresses(rows);
+    const auto rows = ListAddresses();
+    if (!rows) {
+        return 0;
+    }
     std::uint32_t found = 0;
-    for (const KernelAddress& row : rows) {
+    for (const KernelAddress& row : *rows) {
         if (row.address != address) {
             continue;
         }
@@ -88,64 +89,66 @@ std::uint32_t InterfaceOfAddress(Ipv4Address address, Ipv4Address neighbour) {
 }
 
 // The interface's MAC address and whether ARP is spoken on it.
-std::uint32_t ReadInterface(ProbePath& path) {
-    KernelLink link;
-    if (const int code = FindLink(path.interfaceIndex, link)) {
-        return static_cast<std::uint32_t>(code);
+Result<void> ReadInterface(ProbePath& path) {
+    auto link = FindLink(path.interfaceIndex);
+    if (!link) {
+        return PassOn(link);
     }
-    if (link.hardwareType != ARPHRD_ETHER || !link.mac || (link.flags & IFF_NOARP) != 0) {
-        return EOPNOTSUPP;
+    if (link->hardwareType != ARPHRD_ETHER || !link->mac || (link->flags & IFF_NOARP) != 0) {
+        return FailedCall(kProbe, EOPNOTSUPP);
     }
-    if ((link.flags & IFF_UP) == 0) {
-        return ENETDOWN;
+    if ((link->flags & IFF_UP) == 0) {
+        return FailedCall(kProbe, ENETDOWN);
     }
-    path.sourceMac = *link.mac;
-    return 0;
+    path.sourceMac = *link->mac;
+    return {};
 }
 
-std::uint32_t ChoosePath(Ipv4Address destination, Ipv4Address source, ProbePath& path) {
-    const std::uint32_t code = LookUpRoute(destination, path);
-    if (code == 0 && path.local) {
+Result<void> ChoosePath(Ipv4Address destination, Ipv4Address source, ProbePath& path) {
+    auto found = LookUpRoute(destination, path);
+    if (found && path.local) {
         path.interfaceIndex = InterfaceOfAddress(destination, destination);
         return ReadInterface(path);
     }
     if (!source.IsZero()) {
         path.interfaceIndex = InterfaceOfAddress(source, destination);
         path.source = source;
-        return path.interfaceIndex == 0 ? static_cast<std::uint32_t>(EADDRNOTAVAIL) : ReadInterface(path);
+        if (path.interfaceIndex == 0) {
+            return FailedCall(kProbe, EADDRNOTAVAIL);
+        }
+        return ReadInterface(path);
     }
-    return code != 0 ? code : ReadInterface(path);
+    return found ? ReadInterface(path) : found;
 }
 
-// Reads frames until `until`; true if the answer was among them.
-bool AwaitReply(int handle, Ipv4Address destination, Clock::time_point until, MacAddress& mac) {
+// Reads frames until `until`; nullopt if the answer was not among them.
+std::optional<MacAddress> AwaitReply(int handle, Ipv4Address destination, Clock::time_point until) {
     while (true) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
         if (left.count() <= 0) {
-            return false;
+            return std::nullopt;
         }
         pollfd wait{handle, POLLIN, 0};
         if (poll(&wait, 1, static_cast<int>(left.count())) < 0 && errno != EINTR) {
-            return false;
+            return std::nullopt;
         }
         std::array<std::uint8_t, ArpView::kLength> packet;
         const ssize_t length = recv(handle, packet.data(), packet.size(), MSG_DONTWAIT);
         const ConstArpView arp(packet);
         if (length == ArpView::kLength && arp.IsEthernetIpv4() && arp.Operation() == ArpOperation::Reply &&
             arp.SenderProtocolAddress() == destination) {
-            mac = arp.SenderHardwareAddress();
-            return true;
+            return arp.SenderHardwareAddress();
         }
     }
 }
 
-std::uint32_t Exchange(int handle, Ipv4Address destination, const ProbePath& path, MacAddress& mac) {
+Result<MacAddress> Exchange(int handle, Ipv4Address destination, const ProbePath& path) {
     sockaddr_ll wire{};
     wire.sll_family = AF_PACKET;
     wire.sll_protocol = htons(kEtherTypeArp);
     wire.sll_ifindex = static_cast<int>(path.interfaceIndex);
     if (bind(handle, reinterpret_cast<const sockaddr*>(&wire), sizeof wire) != 0) {
-        return LastErrno();
+        return FailedCall(L"bind");
     }
     wire.sll_halen = ETH_ALEN;
     std::memset(wire.sll_addr, 0xFF, ETH_ALEN);
@@ -155,35 +158,36 @@ std::uint32_t Exchange(int handle, Ipv4Address destination, const ProbePath& pat
     for (Clock::time_point now = Clock::now(); now < end; now = Clock::now()) {
         if (sendto(handle, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&wire),
                    sizeof wire) < 0) {
-            return LastErrno();
+            return FailedCall(L"sendto");
         }
-        if (AwaitReply(handle, destination, std::min(now + kTryTime, end), mac)) {
-            return 0;
+        if (const auto mac = AwaitReply(handle, destination, std::min(now + kTryTime, end))) {
+            return *mac;
         }
     }
-    return ETIMEDOUT;
+    return FailedCall(kProbe, ETIMEDOUT);
 }
 
-std::uint32_t AskKernel(Ipv4Address destination, const ProbePath& path, MacAddress& mac) {
+Result<MacAddress> AskKernel(Ipv4Address destination, const ProbePath& path) {
     constexpr std::uint16_t kDiscardPort = 9;
     const Socket nudge(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in peer{};
     peer.sin_family = AF_INET;
     peer.sin_port = htons(kDiscardPort);
     std::memcpy(&peer.sin_addr, destination.Bytes().data(), 4);
-    if (nudge.Handle() < 0 ||
-        sendto(nudge.Handle(), "", 0, 0, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) < 0) {
-        return LastErrno();
+    if (nudge.Handle() < 0) {
+        return FailedCall(L"socket");
+    }
+    if (sendto(nudge.Handle(), "", 0, 0, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) < 0) {
+        return FailedCall(L"sendto");
     }
     const Clock::time_point end = Clock::now() + kProbeTime;
     while (true) {
         const KernelNeighbour neighbour = FindNeighbour(destination, path.interfaceIndex);
         if (neighbour.mac) {
-            mac = *neighbour.mac;
-            return 0;
+            return *neighbour.mac;
         }
         if (neighbour.failed || Clock::now() >= end) {
-            return ETIMEDOUT;
+            return FailedCall(kProbe, ETIMEDOUT);
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
@@ -191,21 +195,23 @@ std::uint32_t AskKernel(Ipv4Address destination, const ProbePath& path, MacAddre
 
 } // namespace
 
-std::uint32_t ProbeArp(Ipv4Address destination, Ipv4Address source, MacAddress& mac) {
+Result<MacAddress> ProbeArp(Ipv4Address destination, Ipv4Address source) {
     ProbePath path;
-    if (const std::uint32_t code = ChoosePath(destination, source, path)) {
-        return code;
+    if (auto chosen = ChoosePath(destination, source, path); !chosen) {
+        return PassOn(chosen);
     }
     if (path.local) {
-        mac = path.sourceMac;
-        return 0;
+        return path.sourceMac;
     }
     // Protocol 0 until it is bound, so that no frames of other interfaces come in meanwhile.
     const Socket wire(AF_PACKET, SOCK_DGRAM, 0);
     if (wire.Handle() >= 0) {
-        return Exchange(wire.Handle(), destination, path, mac);
+        return Exchange(wire.Handle(), destination, path);
     }
-    return errno == EPERM || errno == EACCES ? AskKernel(destination, path, mac) : LastErrno();
+    if (errno == EPERM || errno == EACCES) {
+        return AskKernel(destination, path);
+    }
+    return FailedCall(L"socket");
 }
 
 } // namespace vnxtest

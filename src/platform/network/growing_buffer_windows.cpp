@@ -20,9 +20,10 @@ bool IsTooSmall(std::uint32_t code) {
 
 } // namespace
 
-std::uint32_t FetchGrowing(std::uint32_t element,
-                           const std::function<std::uint32_t(void*, std::uint32_t*)>& fill,
-                           std::vector<std::uint8_t>& buffer) {
+Result<std::vector<std::uint8_t>>
+FetchGrowing(std::wstring_view call, std::uint32_t element,
+             const std::function<std::uint32_t(void*, std::uint32_t*)>& fill) {
+    std::vector<std::uint8_t> buffer;
     std::uint32_t size = element;
     std::uint32_t code = ERROR_INSUFFICIENT_BUFFER;
     for (int round = 0; round < kMaximumRounds && size <= kMaximumTableSize && IsTooSmall(code); ++round) {
@@ -31,15 +32,15 @@ std::uint32_t FetchGrowing(std::uint32_t element,
         try {
             buffer.assign(elements * element, 0);
         } catch (const std::bad_alloc&) {
-            return ERROR_NOT_ENOUGH_MEMORY;
+            return FailedCall(call, ERROR_NOT_ENOUGH_MEMORY);
         }
         size = static_cast<std::uint32_t>(buffer.size());
         code = fill(buffer.data(), &size);
     }
     if (code != 0) {
-        buffer.clear();
+        return FailedCall(call, code);
     }
-    return code;
+    return buffer;
 }
 
 } // namespace vnxtest

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "wrenlib/address.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -39,17 +40,16 @@ struct HostAddress {
     std::uint32_t interfaceIndex = 0;
 };
 
-// The source. A Read function stores the whole present table in its argument and returns 0, or the code of
-// the failure (for FormatLastError), which leaves the argument undefined. User-interface thread.
+// The source. A Read function returns the whole present table. User-interface thread.
 class HostTables {
 public:
     virtual ~HostTables() = default;
 
-    virtual std::uint32_t ReadParameters(NetworkParameters& parameters) = 0;
+    virtual Result<NetworkParameters> ReadParameters() = 0;
     // Ordered by destination.
-    virtual std::uint32_t ReadRoutes(std::vector<HostRoute>& routes) = 0;
+    virtual Result<std::vector<HostRoute>> ReadRoutes() = 0;
     // The primary address of an interface comes first.
-    virtual std::uint32_t ReadAddresses(std::vector<HostAddress>& addresses) = 0;
+    virtual Result<std::vector<HostAddress>> ReadAddresses() = 0;
 
     // Asks on the wire for the MAC address of `destination` (RFC 826); source 0.0.0.0 lets the system
     // choose. Nullopt without an answer or if it cannot ask. Blocks: about one second on Linux, the

@@ -53,7 +53,8 @@ void AppendRoute(const KernelRoute& kernel, std::vector<HostRoute>& routes) {
 
 class LinuxHostTables final : public HostTables {
 public:
-    std::uint32_t ReadParameters(NetworkParameters& parameters) override {
+    Result<NetworkParameters> ReadParameters() override {
+        NetworkParameters parameters;
         std::array<char, 256> name{};
         gethostname(name.data(), name.size() - 1);
         parameters.hostName = ToWide(name.data());
@@ -61,35 +62,39 @@ public:
         for (const std::string& server : NameServers()) {
             parameters.dnsServers.push_back(ToWide(server));
         }
-        return 0;
+        return parameters;
     }
 
-    std::uint32_t ReadRoutes(std::vector<HostRoute>& routes) override {
-        std::vector<KernelRoute> kernel;
-        if (const int code = ListRoutes(kernel)) {
-            return static_cast<std::uint32_t>(code);
+    Result<std::vector<HostRoute>> ReadRoutes() override {
+        auto kernel = ListRoutes();
+        if (!kernel) {
+            return PassOn(kernel);
         }
-        for (const KernelRoute& route : kernel) {
+        std::vector<HostRoute> routes;
+        for (const KernelRoute& route : *kernel) {
             AppendRoute(route, routes);
         }
         // Stable: rows of one destination stay in the kernel's order (the longer mask, then the lower
         // metric first).
         std::ranges::stable_sort(routes, {}, &HostRoute::destination);
-        return 0;
+        return routes;
     }
 
-    std::uint32_t ReadAddresses(std::vector<HostAddress>& addresses) override {
-        std::vector<KernelAddress> kernel;
-        const int code = ListAddresses(kernel);
-        for (const KernelAddress& row : kernel) {
+    Result<std::vector<HostAddress>> ReadAddresses() override {
+        auto kernel = ListAddresses();
+        if (!kernel) {
+            return PassOn(kernel);
+        }
+        std::vector<HostAddress> addresses;
+        for (const KernelAddress& row : *kernel) {
             addresses.push_back({row.address, row.mask, row.link});
         }
-        return static_cast<std::uint32_t>(code);
+        return addresses;
     }
 
     std::optional<MacAddress> SendARP(Ipv4Address destination, Ipv4Address source) override {
-        MacAddress answer;
-        return ProbeArp(destination, source, answer) == 0 ? std::optional(answer) : std::nullopt;
+        const auto answer = ProbeArp(destination, source);
+        return answer ? std::optional(*answer) : std::nullopt;
     }
 };
 

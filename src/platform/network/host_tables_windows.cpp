@@ -63,45 +63,34 @@ NetworkParameters DecodeParameters(const std::vector<std::uint8_t>& buffer) {
 
 class WindowsHostTables final : public HostTables {
 public:
-    std::uint32_t ReadParameters(NetworkParameters& parameters) override {
-        std::vector<std::uint8_t> buffer;
+    Result<NetworkParameters> ReadParameters() override {
         const auto fill = [](void* bytes, std::uint32_t* size) {
             ULONG length = *size;
             const DWORD code = ::GetNetworkParams(static_cast<FIXED_INFO*>(bytes), &length);
             *size = length;
             return std::uint32_t{code};
         };
-        const std::uint32_t code = FetchGrowing(kNetworkParamsElement, fill, buffer);
-        if (code == 0) {
-            parameters = DecodeParameters(buffer);
-        }
-        return code;
+        return FetchGrowing(L"GetNetworkParams", kNetworkParamsElement, fill).map(DecodeParameters);
     }
 
-    std::uint32_t ReadRoutes(std::vector<HostRoute>& routes) override {
-        std::vector<std::uint8_t> buffer;
+    Result<std::vector<HostRoute>> ReadRoutes() override {
         const auto fill = [](void* bytes, std::uint32_t* size) {
             ULONG length = *size;
             const DWORD code = ::GetIpForwardTable(static_cast<MIB_IPFORWARDTABLE*>(bytes), &length, TRUE);
             *size = length;
             return std::uint32_t{code};
         };
-        const std::uint32_t code = FetchGrowing(kRouteTableElement, fill, buffer);
-        routes = DecodeRoutes(buffer);
-        return code;
+        return FetchGrowing(L"GetIpForwardTable", kRouteTableElement, fill).map(DecodeRoutes);
     }
 
-    std::uint32_t ReadAddresses(std::vector<HostAddress>& addresses) override {
-        std::vector<std::uint8_t> buffer;
+    Result<std::vector<HostAddress>> ReadAddresses() override {
         const auto fill = [](void* bytes, std::uint32_t* size) {
             ULONG length = *size;
             const DWORD code = ::GetIpAddrTable(static_cast<MIB_IPADDRTABLE*>(bytes), &length, TRUE);
             *size = length;
             return std::uint32_t{code};
         };
-        const std::uint32_t code = FetchGrowing(kAddressTableElement, fill, buffer);
-        addresses = DecodeAddresses(buffer);
-        return code;
+        return FetchGrowing(L"GetIpAddrTable", kAddressTableElement, fill).map(DecodeAddresses);
     }
 
     std::optional<MacAddress> SendARP(Ipv4Address destination, Ipv4Address source) override {

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <memory>
 
 #include <netdb.h>
@@ -9,18 +10,19 @@
 
 namespace vnxtest {
 
-bool ResolveIpv4Name(std::wstring_view name, Ipv4Address& address, std::wstring& errorText) {
+Result<Ipv4Address> ResolveIpv4Name(std::wstring_view name) {
     addrinfo hints{};
     hints.ai_family = AF_INET;
     addrinfo* found = nullptr;
     const int result = getaddrinfo(ToNarrow(name).c_str(), nullptr, &hints, &found);
     if (result != 0) {
-        errorText = MakeVisible(ToWide(gai_strerror(result)));
-        return false;
+        // Its codes are its own; errno belongs to one of them.
+        const int errnoValue = result == EAI_SYSTEM ? errno : 0;
+        return NoValue(Failure{L"getaddrinfo", errnoValue, static_cast<std::uint32_t>(errnoValue),
+                               MakeVisible(ToWide(gai_strerror(result)))});
     }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, &freeaddrinfo);
-    address = Ipv4Address::FromMemory(reinterpret_cast<const sockaddr_in*>(list->ai_addr)->sin_addr.s_addr);
-    return true;
+    return Ipv4Address::FromMemory(reinterpret_cast<const sockaddr_in*>(list->ai_addr)->sin_addr.s_addr);
 }
 
 } // namespace vnxtest

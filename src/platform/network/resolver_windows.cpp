@@ -20,19 +20,17 @@ bool StartSockets() {
 }
 } // namespace
 
-bool ResolveIpv4Name(std::wstring_view name, Ipv4Address& address, std::wstring& errorText) {
+Result<Ipv4Address> ResolveIpv4Name(std::wstring_view name) {
     addrinfo hints{};
     hints.ai_family = AF_INET;
     addrinfo* found = nullptr;
     const int result =
         StartSockets() ? getaddrinfo(ToNarrow(name).c_str(), nullptr, &hints, &found) : WSANOTINITIALISED;
     if (result != 0) {
-        errorText = FormatLastError(static_cast<std::uint32_t>(result));
-        return false;
+        return FailedCall(L"getaddrinfo", static_cast<std::uint32_t>(result));
     }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> list(found, &freeaddrinfo);
-    address = Ipv4Address::FromMemory(reinterpret_cast<const sockaddr_in*>(list->ai_addr)->sin_addr.s_addr);
-    return true;
+    return Ipv4Address::FromMemory(reinterpret_cast<const sockaddr_in*>(list->ai_addr)->sin_addr.s_addr);
 }
 
 } // namespace vnxtest

@@ -1,8 +1,9 @@
 // The rights needed to open a virtual interface, how to grant them, and how to give them up after use.
 #pragma once
 
-#include <optional>
 #include <string>
+
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -14,11 +15,10 @@ enum class Privilege {
 // True if this process has the right. Any thread.
 bool HasPrivilege(Privilege privilege);
 
-// The refusal to run with rights that the user lacks but the program's file has (capabilities, set-user-ID,
-// set-group-ID): the user's own code, loaded into the program, would get them. Whole sentences with the
-// commands that mend it; nullopt if it may run. Ambient capabilities are the user's own. Called first in
-// main.
-std::optional<std::wstring> WhyNotWithRightsOfItsFile();
+// Refuses to run with rights that the user lacks but the program's file has (capabilities, set-user-ID,
+// set-group-ID): the user's own code, loaded into the program, would get them. A failure's text is whole
+// sentences with the commands that mend it. Ambient capabilities are the user's own. Called first in main.
+Result<void> CheckRightsOfItsFile();
 
 // True if this process, or the helper `vnxtest-open` for it, can open what needs the right. Any thread.
 bool MayOpen(Privilege privilege);
@@ -34,10 +34,10 @@ struct KeptPrivileges {
 };
 
 // Gives up, in every thread of this process, all capabilities but those kept (capabilities(7)), from the
-// permitted set, so that none can be raised again, and verifies every thread with the kernel. False, with a
-// sentence in `problem`, if a thread holds more after a second (one that blocks every signal cannot be
+// permitted set, so that none can be raised again, and verifies every thread with the kernel. A failure,
+// whose text is a sentence, if a thread holds more after a second (one that blocks every signal cannot be
 // reached) or the kernel does not tell: the program must not go on then. Threads started later inherit what
-// is left. True on Windows, without effect: a token's rights stay. Blocks; one call at a time.
-bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem);
+// is left. No effect on Windows: a token's rights stay. Blocks; one call at a time.
+Result<void> GiveUpPrivileges(const KeptPrivileges& kept);
 
 } // namespace vnxtest

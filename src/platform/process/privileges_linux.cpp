@@ -133,18 +133,18 @@ bool HasPrivilege(Privilege privilege) {
     return HasCapability(privilege) && (privilege == Privilege::Capture || MayOpenTunDevice());
 }
 
-std::optional<std::wstring> WhyNotWithRightsOfItsFile() {
+Result<void> CheckRightsOfItsFile() {
     const bool setId = getuid() != geteuid() || getgid() != getegid();
     if (!setId && (getuid() == 0 || !HoldsMoreThanAmbient())) {
-        return std::nullopt;
+        return {};
     }
     const std::string program = ProgramPath();
     const std::string file = program.empty() ? "PROGRAM" : Quoted(program);
-    return Sprintf(
+    return Refused(Sprintf(
         L"This program's file has been given rights that you do not have (%s). It does not run with them, for any code that you bring into it would get them, too. Take them away with\n    sudo %s\n"
         L"Its helper alone may have rights, and opens adapters for it:\n    %s",
         std::wstring(setId ? L"set-user-ID or set-group-ID" : L"capabilities"),
-        FromUtf8((setId ? "chmod u-s,g-s " : "setcap -r ") + file), FromUtf8(HelperCommand(HelperPath())));
+        FromUtf8((setId ? "chmod u-s,g-s " : "setcap -r ") + file), FromUtf8(HelperCommand(HelperPath()))));
 }
 
 bool MayOpen(Privilege privilege) {
@@ -161,7 +161,7 @@ std::wstring HowToGrant(Privilege privilege) {
     return L"This program opens no adapter itself. " + FromUtf8(HowToReadyHelper(HelperPath()));
 }
 
-bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
+Result<void> GiveUpPrivileges(const KeptPrivileges& kept) {
     g_keptCapabilities = (kept.network ? MaskOf({CAP_NET_RAW, CAP_NET_ADMIN, CAP_SYS_NICE}) : 0) |
                          (kept.files && getuid() == 0 ? MaskOf({CAP_DAC_OVERRIDE, CAP_FOWNER}) : 0);
     const int signal = SIGRTMAX - 1;
@@ -169,9 +169,11 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
     action.sa_handler = GiveUpInThisThread;
     action.sa_flags = SA_RESTART;
     if (sigaction(signal, &action, nullptr) != 0) {
-        problem =
-            Sprintf(L"Rights cannot be given up: sigaction failed; errno=%d: %s", errno, StrError(errno));
-        return false;
+        auto failed = FailedCall(L"sigaction");
+        const int code = failed.value().errnoValue;
+        failed.value().text =
+            Sprintf(L"Rights cannot be given up: sigaction failed; errno=%d: %s", code, StrError(code));
+        return failed;
     }
     GiveUpInThisThread(signal);
     // Repeated until no thread holds more: a thread that another one started before its signal is found in
@@ -183,17 +185,16 @@ bool GiveUpPrivileges(const KeptPrivileges& kept, std::wstring& problem) {
         if (threads.empty()) {
             // A late signal must neither end the program nor make calls that are forbidden from here on.
             std::signal(signal, SIG_IGN);
-            return true;
+            return {};
         }
         AskToGiveUp(threads, signal);
         if (!threads.empty()) {
             break;
         }
     }
-    problem = Sprintf(
+    return Refused(Sprintf(
         L"The rights (capabilities) that are needed no more could not be given up by every thread of this program, and it does not go on with them. Thread %d still holds more.",
-        threads.empty() ? 0 : static_cast<int>(threads.front()));
-    return false;
+        threads.empty() ? 0 : static_cast<int>(threads.front())));
 }
 
 } // namespace vnxtest

@@ -20,16 +20,16 @@ bool MayOpen(Privilege privilege) {
     return HasPrivilege(privilege);
 }
 
-std::optional<std::wstring> WhyNotWithRightsOfItsFile() {
-    return std::nullopt; // a file has no rights on Windows
+Result<void> CheckRightsOfItsFile() {
+    return {}; // a file has no rights on Windows
 }
 
 std::wstring HowToGrant(Privilege) {
     return L"This program needs administrator rights. Start it from a command prompt that was opened with \"Run as administrator\".";
 }
 
-bool GiveUpPrivileges(const KeptPrivileges&, std::wstring&) {
-    return true;
+Result<void> GiveUpPrivileges(const KeptPrivileges&) {
+    return {};
 }
 
 } // namespace vnxtest

@@ -3,7 +3,7 @@
 // Code that an attacker's frame has taken over can then start no program, open no file and load no library.
 #pragma once
 
-#include <string>
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -22,8 +22,8 @@ struct SandboxNeeds {
 
 // Puts every thread of this process, and all that they start, under the filter; the kernel does so for all
 // of them or for none. Cannot be undone. A forbidden call ends the program with status 2 and a sentence
-// that names the call. False, with a sentence in `problem`, if the system refuses; nothing has changed
-// then. True on Windows, without effect. One call at a time.
-bool EnterSandbox(const SandboxNeeds& needs, std::wstring& problem);
+// that names the call. A failure, whose text is whole sentences, if the system refuses; nothing has changed
+// then. No effect on Windows. One call at a time.
+Result<void> EnterSandbox(const SandboxNeeds& needs);
 
 } // namespace vnxtest

@@ -245,7 +245,7 @@ void PrepareSandbox() {
     pthread_sigmask(SIG_UNBLOCK, &itsSignal, nullptr);
 }
 
-bool EnterSandbox(const SandboxNeeds& wanted, std::wstring& problem) {
+Result<void> EnterSandbox(const SandboxNeeds& wanted) {
     SandboxNeeds needs = wanted;
     needs.everything = wanted.everything || kSanitized;
     if (!needs.everything) {
@@ -258,11 +258,13 @@ bool EnterSandbox(const SandboxNeeds& wanted, std::wstring& problem) {
     const Filter filter(seccomp_init(needs.everything ? SCMP_ACT_ALLOW : SCMP_ACT_TRAP));
     const int code = filter ? -Load(filter.get(), needs) : ENOMEM;
     if (code != 0) {
-        problem = Sprintf(
+        auto failed = FailedCall(L"seccomp", static_cast<std::uint32_t>(code));
+        failed.value().text = Sprintf(
             L"The system calls that are needed no more could not be given up, and the program does not go on with them: seccomp failed; errno=%d: %s\nThe option --no-sandbox runs without this.",
             code, StrError(code));
+        return failed;
     }
-    return code == 0;
+    return {};
 }
 
 } // namespace vnxtest

@@ -8,8 +8,8 @@ bool HasSandbox() {
 
 void PrepareSandbox() {}
 
-bool EnterSandbox(const SandboxNeeds&, std::wstring&) {
-    return true;
+Result<void> EnterSandbox(const SandboxNeeds&) {
+    return {};
 }
 
 } // namespace vnxtest

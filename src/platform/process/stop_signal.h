@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 
+#include "wrenlib/failure.h"
+
 namespace vnxtest {
 
 class StopSignal {
@@ -15,8 +17,9 @@ public:
     // request ends the program. One object at a time, made on the main thread before any other thread,
     // except those that hold the signals back (StopSignalsHeldBack). A signal that the parent process has
     // made ignored (nohup) stays ignored. A closed pipe shows as a failed write (EPIPE), not as a signal.
-    // Throws std::system_error, which names the call, without a thread or a descriptor.
-    explicit StopSignal(std::function<void(int count)> handler);
+    // A failure without a descriptor; std::system_error, as std::thread throws it, without a thread. Not
+    // null.
+    static Result<std::unique_ptr<StopSignal>> Begin(std::function<void(int count)> handler);
     // Ends the calls. On Windows the closing of a console waits for it, 4.5 seconds at most.
     ~StopSignal();
     StopSignal(const StopSignal&) = delete;
@@ -24,6 +27,8 @@ public:
 
 private:
     struct Watch;
+    explicit StopSignal(std::unique_ptr<Watch> watch);
+
     std::unique_ptr<Watch> m_watch;
 };
 

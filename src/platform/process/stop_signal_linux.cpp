@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <system_error>
 #include <thread>
 
 #include <poll.h>
@@ -46,33 +45,35 @@ struct StopSignal::Watch {
     }
 };
 
-namespace {
-[[noreturn]] void ThrowSystemError(int code, const char* call) {
-    throw std::system_error(code, std::generic_category(), call);
-}
-} // namespace
-
-StopSignal::StopSignal(std::function<void(int)> handler) : m_watch(std::make_unique<Watch>()) {
-    m_watch->handler = std::move(handler);
-    sigemptyset(&m_watch->signals);
+Result<std::unique_ptr<StopSignal>> StopSignal::Begin(std::function<void(int)> handler) {
+    auto watch = std::make_unique<Watch>();
+    watch->handler = std::move(handler);
+    sigemptyset(&watch->signals);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction current {};
         if (sigaction(number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN) {
-            sigaddset(&m_watch->signals, number);
+            sigaddset(&watch->signals, number);
         }
     }
     std::signal(SIGPIPE, SIG_IGN);
-    m_watch->requests = signalfd(-1, &m_watch->signals, SFD_CLOEXEC);
-    m_watch->end = eventfd(0, EFD_CLOEXEC);
-    if (m_watch->requests < 0 || m_watch->end < 0) {
-        ThrowSystemError(errno, m_watch->requests < 0 ? "signalfd" : "eventfd");
+    watch->requests = signalfd(-1, &watch->signals, SFD_CLOEXEC);
+    if (watch->requests < 0) {
+        return FailedCall(L"signalfd");
     }
+    watch->end = eventfd(0, EFD_CLOEXEC);
+    if (watch->end < 0) {
+        return FailedCall(L"eventfd");
+    }
+    return std::unique_ptr<StopSignal>(new StopSignal(std::move(watch)));
+}
+
+StopSignal::StopSignal(std::unique_ptr<Watch> watch) : m_watch(std::move(watch)) {
     pthread_sigmask(SIG_BLOCK, &m_watch->signals, &m_watch->maskBefore);
     try {
-        m_watch->thread = std::thread([watch = m_watch.get()] { watch->Run(); });
-    } catch (const std::system_error& failure) {
+        m_watch->thread = std::thread([running = m_watch.get()] { running->Run(); });
+    } catch (...) {
         pthread_sigmask(SIG_SETMASK, &m_watch->maskBefore, nullptr);
-        ThrowSystemError(failure.code().value(), "pthread_create");
+        throw;
     }
 }
 

@@ -41,9 +41,14 @@ BOOL WINAPI OnConsoleControl(DWORD event) {
 
 } // namespace
 
-StopSignal::StopSignal(std::function<void(int)> handler) : m_watch(std::make_unique<Watch>()) {
-    m_watch->handler = std::move(handler);
-    m_watch->ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+Result<std::unique_ptr<StopSignal>> StopSignal::Begin(std::function<void(int)> handler) {
+    auto watch = std::make_unique<Watch>();
+    watch->handler = std::move(handler);
+    watch->ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    return std::unique_ptr<StopSignal>(new StopSignal(std::move(watch)));
+}
+
+StopSignal::StopSignal(std::unique_ptr<Watch> watch) : m_watch(std::move(watch)) {
     {
         const std::lock_guard lock(g_watchLock);
         g_ended = m_watch->ended;

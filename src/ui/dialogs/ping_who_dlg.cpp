@@ -196,14 +196,14 @@ void CPingWhoDlg::OnLookupEnd() {
     if (!m_lookup || !m_lookup->IsOver()) {
         return; // the end of a look-up that was given up
     }
-    std::wstring message;
-    const bool valid = m_lookup->Result(m_confirmed.plan.target, message);
+    const auto target = m_lookup->Answer();
     m_lookup.reset();
     ShowWaiting(false);
-    if (valid) {
+    if (target) {
+        m_confirmed.plan.target = *target;
         AcceptAndClose();
     } else {
-        ErrorBalloon(m_to, "Ping Who", message);
+        ErrorBalloon(m_to, "Ping Who", target.error().Describe());
     }
 }
 

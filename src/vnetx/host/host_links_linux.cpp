@@ -35,21 +35,23 @@ HostLink ToHostLink(const KernelLink& kernel) {
 } // namespace
 
 std::vector<HostLink> ListHostLinks() {
-    std::vector<KernelLink> kernelLinks;
-    std::vector<KernelAddress> addresses;
-    int code = ListLinks(kernelLinks);
-    code = code != 0 ? code : ListAddresses(addresses);
-    if (code != 0) {
-        errno = code;
+    const auto kernelLinks = ListLinks();
+    if (!kernelLinks) {
+        errno = kernelLinks.error().errnoValue;
+        return {};
+    }
+    const auto addresses = ListAddresses();
+    if (!addresses) {
+        errno = addresses.error().errnoValue;
         return {};
     }
     std::vector<HostLink> links;
     std::unordered_map<std::uint32_t, std::size_t> places;
-    for (const KernelLink& kernel : kernelLinks) {
+    for (const KernelLink& kernel : *kernelLinks) {
         places[kernel.index] = links.size();
         links.push_back(ToHostLink(kernel));
     }
-    for (const KernelAddress& address : addresses) {
+    for (const KernelAddress& address : *addresses) {
         if (const auto place = places.find(address.link); place != places.end()) {
             links[place->second].addresses.push_back({address.address, address.mask});
         }
@@ -58,15 +60,14 @@ std::vector<HostLink> ListHostLinks() {
 }
 
 std::uint32_t DefaultRouteLinkIndex() {
-    std::vector<KernelRoute> routes;
-    ListRoutes(routes);
-    const KernelRoute* const best = BestDefaultRoute(routes);
+    const auto routes = ListRoutes();
+    const KernelRoute* const best = routes ? BestDefaultRoute(*routes) : nullptr;
     return best != nullptr ? best->nextHops.front().link : 0;
 }
 
 bool IsPortOfAnother(std::uint32_t index) {
-    KernelLink link;
-    return FindLink(index, link) == 0 && link.master != 0;
+    const auto link = FindLink(index);
+    return link && link->master != 0;
 }
 
 // By ioctl: a route netlink request waits for the kernel's lock while another process changes links. Any
@@ -86,11 +87,11 @@ int HostLinkHealth(std::uint32_t index) {
 }
 
 std::optional<Ipv4Address> GatewayTowards(std::uint32_t index, Ipv4Address destination) {
-    KernelRoute route;
-    if (FindRoute(destination, index, route) != 0 || route.nextHops.front().gateway.IsZero()) {
+    const auto route = FindRoute(destination, index);
+    if (!route || route->nextHops.front().gateway.IsZero()) {
         return std::nullopt;
     }
-    return route.nextHops.front().gateway;
+    return route->nextHops.front().gateway;
 }
 
 } // namespace vnxtest

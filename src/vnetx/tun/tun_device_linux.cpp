@@ -95,12 +95,12 @@ int TunDevice::BringUp(const TunSettings& settings) {
     // Keeps the kernel from sending IPv6 solicitations to a guest that has no IPv6. Older kernels refuse
     // this; the start goes on.
     LeaveOutIpv6(m_index);
-    if (const int code = AddPeerAddress(m_index, settings.hostEnd, settings.guest); code != 0) {
-        return code;
+    if (const auto added = AddPeerAddress(m_index, settings.hostEnd, settings.guest); !added) {
+        return added.error().errnoValue;
     }
-    if (const int code = ChangeLink(m_index, {settings.mtu, settings.queueLength, true}); code != 0) {
+    if (const auto changed = ChangeLink(m_index, {settings.mtu, settings.queueLength, true}); !changed) {
         RemovePeerAddress(m_index, settings.hostEnd, settings.guest);
-        return code;
+        return changed.error().errnoValue;
     }
     return 0;
 }
@@ -109,14 +109,14 @@ int TunDevice::TakeDown() {
     if (m_helpersKind != OpenKind{}) {
         return 0;
     }
-    const int code = ChangeLink(m_index, {0, 0, false});
+    const auto changed = ChangeLink(m_index, {0, 0, false});
     RemovePeerAddress(m_index, m_settings.hostEnd, m_settings.guest);
-    return code;
+    return changed ? 0 : changed.error().errnoValue;
 }
 
 MacAddress TunDevice::HostMac() const {
-    KernelLink link;
-    return FindLink(m_index, link) == 0 ? link.mac.value_or(MacAddress()) : MacAddress();
+    const auto link = FindLink(m_index);
+    return link ? link->mac.value_or(MacAddress()) : MacAddress();
 }
 
 } // namespace vnxtest

@@ -32,8 +32,8 @@ public:
 
     // A full queue of the device shows as the kernel's count of frames dropped on sending.
     std::optional<std::uint64_t> Dropped() override {
-        KernelLink link;
-        return FindLink(m_device.Index(), link) == 0 ? std::optional(link.sendDrops) : std::nullopt;
+        const auto link = FindLink(m_device.Index());
+        return link ? std::optional(link->sendDrops) : std::nullopt;
     }
 
 private:

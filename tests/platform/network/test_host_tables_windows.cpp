@@ -22,7 +22,6 @@ struct Outcome {
 };
 Outcome Fetch(std::uint32_t element, std::deque<Answer> answers) {
     Outcome outcome{};
-    std::vector<std::uint8_t> result;
     const auto source = [&](void* buffer, std::uint32_t* size) {
         outcome.given.push_back(*size);
         auto* const bytes = static_cast<std::uint8_t*>(buffer);
@@ -35,8 +34,9 @@ Outcome Fetch(std::uint32_t element, std::deque<Answer> answers) {
         *size = wanted;
         return code;
     };
-    outcome.code = FetchGrowing(element, source, result);
-    outcome.left = result.size();
+    const auto result = FetchGrowing(L"source", element, source);
+    outcome.code = result ? 0 : result.error().lastError;
+    outcome.left = result ? result->size() : 0;
     return outcome;
 }
 

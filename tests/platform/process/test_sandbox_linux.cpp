@@ -36,9 +36,8 @@ protected:
     // `act` in a process of its own, under the filter. Its exit status is what `act` returns.
     [[noreturn]] static void Run(const SandboxNeeds& needs, const std::function<int()>& act) {
         PrepareSandbox();
-        std::wstring problem;
-        if (!EnterSandbox(needs, problem)) {
-            const std::string text = ToUtf8(problem);
+        if (const auto entered = EnterSandbox(needs); !entered) {
+            const std::string text = ToUtf8(entered.error().Describe());
             [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
             _exit(99);
         }
