@@ -14,14 +14,17 @@
 #include <sys/wait.h>
 
 #include "open/helper.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
 
 constexpr int kPatienceMs = 15000; // more than the helper gives itself
 
-HelperAnswer Failed(int error, std::string problem) {
-    return {Descriptor(), error, std::move(problem)};
+NoValue HelperFailed(int code, const std::string& problem) {
+    auto failed = FailedCall(L"vnxtest-open", static_cast<std::uint32_t>(code));
+    failed.value().text = FromUtf8(problem);
+    return failed;
 }
 
 // The attributes for posix_spawn(3): the socket as descriptor 3, /dev/null below it, no signal blocked or
@@ -130,20 +133,20 @@ AdapterName ToAdapterName(const std::string& name) {
     return result;
 }
 
-HelperAnswer AskHelper(const OpenRequest& request) {
+Result<Descriptor> AskHelper(const OpenRequest& request) {
     const std::string path = HelperPath();
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        return Failed(errno, {});
+        return FailedCall(L"socketpair");
     }
     const Descriptor own(ends[0]);
     Descriptor helpers(ends[1]);
     pid_t process = 0;
     if (const int code = SpawnPlan(helpers.Get()).Spawn(path, process); code != 0) {
         const std::string advice = HowToReadyHelper(path);
-        return Failed(EPERM, !advice.empty() ? advice
-                                             : fmt::format("Its helper {} cannot be run: {}.", path,
-                                                           std::strerror(code)));
+        return HelperFailed(EPERM, !advice.empty() ? advice
+                                                   : fmt::format("Its helper {} cannot be run: {}.", path,
+                                                                 std::strerror(code)));
     }
     const HelperProcess running(process);
     helpers = Descriptor(); // so that its end is seen
@@ -151,12 +154,12 @@ HelperAnswer AskHelper(const OpenRequest& request) {
     Descriptor descriptor;
     if (send(own.Get(), &request, sizeof request, MSG_NOSIGNAL) != static_cast<ssize_t>(sizeof request) ||
         !ReceiveAnswer(own.Get(), answer, descriptor)) {
-        return Failed(EPERM, fmt::format("Its helper {} has ended without an answer.", path));
+        return HelperFailed(EPERM, fmt::format("Its helper {} has ended without an answer.", path));
     }
     if (answer.error != 0) {
-        return Failed(answer.error, Explain(answer, path));
+        return HelperFailed(answer.error, Explain(answer, path));
     }
-    return {std::move(descriptor), 0, {}};
+    return descriptor;
 }
 
 } // namespace vnxtest

@@ -5,18 +5,14 @@
 
 #include "open/open_request.h"
 #include "wrenlib/descriptor_linux.h"
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
-struct HelperAnswer {
-    Descriptor descriptor;
-    int error = 0;       // 0: the descriptor is there; else an errno value
-    std::string problem; // whole sentences: why it was not done; empty if the errno value says it all
-};
-
-// Runs the helper once, waits for its answer for at most 15 seconds and ends its process. EPERM if it
-// cannot be run or does not answer. Any thread.
-HelperAnswer AskHelper(const OpenRequest& request);
+// Runs the helper once, waits for its answer for at most 15 seconds and ends its process. A failure has an
+// errno value, EPERM if the helper cannot be run or does not answer; its text is whole sentences, why it was
+// not done, and empty if the errno value says it all. Any thread.
+Result<Descriptor> AskHelper(const OpenRequest& request);
 
 // `name` as a request has it; all zeroes if it is too long for an adapter's.
 AdapterName ToAdapterName(const std::string& name);

@@ -63,11 +63,7 @@ Result<AdapterHandle> OpenByHelper(const std::string& interfaceName) {
     OpenRequest request;
     request.kind = OpenKind::ArpSocket;
     request.adapter = ToAdapterName(interfaceName);
-    HelperAnswer answer = AskHelper(request);
-    if (answer.error != 0) {
-        return FailedCall(L"vnxtest-open", static_cast<std::uint32_t>(answer.error));
-    }
-    return ToHandle(answer.descriptor.Release());
+    return AskHelper(request).map([](Descriptor&& descriptor) { return ToHandle(descriptor.Release()); });
 }
 
 class LinuxWrenPack final : public WrenPackLibrary {

@@ -14,6 +14,7 @@
 #include "vnetx/pcap/capture.h"
 #include "vnetx/pcap/packet_ring_linux.h"
 #include "wrenlib/descriptor_linux.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
@@ -71,12 +72,15 @@ Descriptor OpenSocket(const CaptureOptions& options, OpenKind kind, std::uint32_
         request.guestMac = options.guest.Bytes();
         request.guestIp = options.guestIp.Bytes();
     }
-    HelperAnswer answer = AskHelper(request);
-    if (!answer.problem.empty()) {
-        options.tell(answer.problem);
+    auto answer = AskHelper(request);
+    if (answer) {
+        return std::move(*answer);
     }
-    errno = answer.error;
-    return std::move(answer.descriptor);
+    if (const std::wstring& problem = answer.error().text; !problem.empty()) {
+        options.tell(ToUtf8(problem));
+    }
+    errno = answer.error().errnoValue;
+    return {};
 }
 
 class RingCapture final : public Capture {

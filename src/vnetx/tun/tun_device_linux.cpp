@@ -15,6 +15,7 @@
 #include "netlink/links.h"
 #include "open/ask_helper.h"
 #include "open/helper.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 int TunDevice::Create(bool tap) {
@@ -59,12 +60,12 @@ int TunDevice::BringUpByHelper(const TunSettings& settings) {
     request.mtu = settings.mtu;
     request.queueLength = std::min(settings.queueLength, kLongestQueue);
     request.device = ToAdapterName(m_name);
-    HelperAnswer answer = AskHelper(request);
-    m_problem = std::move(answer.problem);
-    if (answer.error != 0) {
-        return answer.error;
+    auto answer = AskHelper(request);
+    m_problem = answer ? std::string() : ToUtf8(answer.error().text);
+    if (!answer) {
+        return answer.error().errnoValue;
     }
-    m_descriptor = std::move(answer.descriptor);
+    m_descriptor = std::move(*answer);
     m_settings = settings;
     m_index = if_nametoindex(m_name.c_str());
     return m_index != 0 ? 0 : ENODEV;
