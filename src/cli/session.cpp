@@ -77,13 +77,17 @@ int Session::CarryOut() {
 }
 
 bool Session::OpenFiles() {
-    if (m_options.outputFile && !m_output.OpenFile(*m_options.outputFile)) {
-        Fail(m_output.Problem());
-        return false;
+    if (m_options.outputFile) {
+        if (const auto opened = m_output.OpenFile(*m_options.outputFile); !opened) {
+            Fail(opened.error().text);
+            return false;
+        }
     }
-    if (!m_options.jsonFile.empty() && !m_jsonFile->Open(m_options.jsonFile, FileAccess::Document)) {
-        Fail(L"The results cannot be saved: " + m_jsonFile->Problem());
-        return false;
+    if (!m_options.jsonFile.empty()) {
+        if (const auto opened = m_jsonFile->Open(m_options.jsonFile, FileAccess::Document); !opened) {
+            Fail(L"The results cannot be saved: " + opened.error().text);
+            return false;
+        }
     }
     if (const std::wstring clash = FindFileClash(m_output.File(), *m_jsonFile, m_options.library);
         !clash.empty()) {

@@ -32,7 +32,7 @@ CVNXTestView& ViewOf(const wxDocument& document) {
 }
 
 // Writes `text` with the platform's line ends.
-bool WriteText(AtomicFile& file, std::string_view text) {
+Result<void> WriteText(AtomicFile& file, std::string_view text) {
     const std::string_view lineEnd = kTextLineEnd;
     if (lineEnd == "\n") {
         return file.Write(text);
@@ -48,8 +48,8 @@ bool WriteText(AtomicFile& file, std::string_view text) {
         block += lineEnd;
         text.remove_prefix(end + 1);
         if (block.size() >= kBlock) {
-            if (!file.Write(block)) {
-                return false;
+            if (auto written = file.Write(block); !written) {
+                return written;
             }
             block.clear();
         }
@@ -79,18 +79,22 @@ bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
     AtomicFile file;
     const std::filesystem::path destination(path.ToStdWstring());
     // A pipe without a reader would block the window.
-    const bool opened = file.Open(destination, FileAccess::Document, SpecialFiles::Refuse);
-    const bool keepsSettings =
-        opened && std::ranges::any_of(ProfileFiles(), [&](const auto& kept) { return file.IsSameAs(kept); });
-    if (opened && !keepsSettings && WriteText(file, ViewOf(*this).WholeText()) && file.Commit()) {
+    auto saved = file.Open(destination, FileAccess::Document, SpecialFiles::Refuse);
+    if (saved && std::ranges::any_of(ProfileFiles(), [&](const auto& kept) { return file.IsSameAs(kept); })) {
+        saved =
+            Refused(L"\"" + path.ToStdWstring() + L"\" is where the settings are kept. Choose another file.");
+    }
+    if (saved) {
+        saved = WriteText(file, ViewOf(*this).WholeText());
+    }
+    if (saved) {
+        saved = file.Commit();
+    }
+    if (saved) {
         return true;
     }
-    const std::wstring problem =
-        keepsSettings
-            ? L"\"" + path.ToStdWstring() + L"\" is where the settings are kept. Choose another file."
-            : file.Problem();
-    wxMessageBox("The report could not be saved.\n\n" + wxString(problem), kProductName, wxOK | wxICON_ERROR,
-                 GetDocumentWindow());
+    wxMessageBox("The report could not be saved.\n\n" + wxString(saved.error().text), kProductName,
+                 wxOK | wxICON_ERROR, GetDocumentWindow());
     return false;
 }
 

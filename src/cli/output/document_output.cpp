@@ -46,24 +46,28 @@ BackgroundWriter::Destination WriteTo(std::FILE* stream) {
 BackgroundWriter::Destination WriteTo(const std::shared_ptr<AtomicFile>& file, const std::wstring& what) {
     const auto write = [file, what](std::string_view text) {
         const std::string_view lineEnd = kTextLineEnd;
-        const bool written = file->Write(lineEnd == "\n" ? text : WithLineEnds(text, lineEnd));
-        return written ? std::wstring() : what + file->Problem();
+        const auto written = file->Write(lineEnd == "\n" ? text : WithLineEnds(text, lineEnd));
+        return written ? std::wstring() : what + written.error().text;
     };
-    const auto finish = [file, what] { return file->Commit() ? std::wstring() : what + file->Problem(); };
+    const auto finish = [file, what] {
+        const auto committed = file->Commit();
+        return committed ? std::wstring() : what + committed.error().text;
+    };
     return {write, finish, !file->IsWrittenThrough()};
 }
 
 DocumentOutput::DocumentOutput(std::FILE* stream, std::function<void()> onEnd)
     : m_onEnd(std::move(onEnd)), m_stream(WriteTo(stream), m_onEnd) {}
 
-bool DocumentOutput::OpenFile(const std::filesystem::path& path) {
-    if (!m_file->Open(path, FileAccess::Document)) {
-        m_openProblem = L"The document cannot be saved: " + m_file->Problem();
-        return false;
+Result<void> DocumentOutput::OpenFile(const std::filesystem::path& path) {
+    if (auto opened = m_file->Open(path, FileAccess::Document); !opened) {
+        std::wstring& text = opened.error().text;
+        text = L"The document cannot be saved: " + text;
+        return opened;
     }
     m_fileWriter = std::make_unique<BackgroundWriter>(
         vnxtest::WriteTo(m_file, L"The document cannot be saved: "), m_onEnd);
-    return true;
+    return {};
 }
 
 void DocumentOutput::Write(std::string text) {
@@ -87,7 +91,7 @@ std::vector<BackgroundWriter*> DocumentOutput::Writers() {
 }
 
 std::wstring DocumentOutput::Problem() const {
-    std::wstring text = m_openProblem;
+    std::wstring text;
     for (const BackgroundWriter* const writer :
          {&m_stream, static_cast<const BackgroundWriter*>(m_fileWriter.get())}) {
         const std::wstring problem = writer != nullptr ? writer->Problem() : std::wstring();

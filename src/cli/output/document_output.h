@@ -22,8 +22,8 @@ public:
     // destructor.
     explicit DocumentOutput(std::FILE* stream, std::function<void()> onEnd = nullptr);
 
-    // Begins the file. False, with Problem(), if it cannot be written.
-    bool OpenFile(const std::filesystem::path& path);
+    // Begins the file. A failure's text is a sentence.
+    Result<void> OpenFile(const std::filesystem::path& path);
     // The file, which is not open if none was asked for. Not after the first Write().
     const AtomicFile& File() const { return *m_file; }
 
@@ -61,7 +61,6 @@ private:
     BackgroundWriter m_stream;
     std::shared_ptr<AtomicFile> m_file = std::make_shared<AtomicFile>();
     std::unique_ptr<BackgroundWriter> m_fileWriter; // null without a file
-    std::wstring m_openProblem;
     std::wstring m_lastFailure;
     bool m_failureGoesOn = false; // the next line belongs to m_lastFailure
     std::wstring m_refusal;       // its lines

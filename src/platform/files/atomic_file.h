@@ -14,8 +14,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "wrenlib/failure.h"
 
 namespace vnxtest {
 
@@ -30,6 +33,7 @@ enum class SpecialFiles {
     Refuse,       // for a caller that must not block
 };
 
+// A failure's text is one sentence: the call, the file, the code and its text.
 class AtomicFile {
 public:
     AtomicFile();
@@ -41,15 +45,14 @@ public:
     // Begins the file. A symbolic link is followed: the file it points at is replaced, the link stays. A
     // replaced file keeps its owner, its group, its permission bits and its access control list if the
     // writer may set them, and never a set-user-ID, set-group-ID or sticky bit. Temporary files of the user
-    // that a killed process left in the folder are removed. False, with Problem(), if the file cannot be
-    // written there.
-    bool Open(const std::filesystem::path& path, FileAccess access,
-              SpecialFiles special = SpecialFiles::WriteThrough);
-    // Appends `bytes`. After a failure every further call fails.
-    bool Write(std::string_view bytes);
+    // that a killed process left in the folder are removed. A failure if the file cannot be written there.
+    Result<void> Open(const std::filesystem::path& path, FileAccess access,
+                      SpecialFiles special = SpecialFiles::WriteThrough);
+    // Appends `bytes`. After a failure every further call returns the same.
+    Result<void> Write(std::string_view bytes);
     // Flushes everything to the disk and moves it into the destination's place. After a failure the
     // destination is unchanged and the temporary file is removed.
-    bool Commit();
+    Result<void> Commit();
     // Discards the file and removes the temporary file. No effect if none is open.
     void Discard();
 
@@ -67,19 +70,18 @@ public:
 
     // The path of the uncommitted content; empty if it has no name.
     std::filesystem::path TemporaryPath() const;
-    // One sentence about the first failure: the call, the file, the code and its text. Empty if there was
-    // none.
-    const std::wstring& Problem() const { return m_problem; }
 
 private:
     struct State;
 
-    bool Fail(const wchar_t* call);
-    bool Refuse(const wchar_t* reason);
+    NoValue Fail(const wchar_t* call);
+    NoValue GiveUp(const wchar_t* call);
+    NoValue Refuse(const wchar_t* reason);
+    NoValue AsBefore() const;
 
     std::filesystem::path m_path; // as it was given
     std::unique_ptr<State> m_state;
-    std::wstring m_problem;
+    std::optional<Failure> m_failure; // the first one
 };
 
 } // namespace vnxtest

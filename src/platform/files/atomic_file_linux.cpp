@@ -101,24 +101,36 @@ AtomicFile::~AtomicFile() {
     Discard();
 }
 
-bool AtomicFile::Fail(const wchar_t* call) {
-    if (m_problem.empty()) {
-        const int code = errno;
-        m_problem =
-            Sprintf(L"%s %s failed; errno=%d: %s", call, FromUtf8(m_path.native()), code, StrError(code));
-    }
-    return false;
+NoValue AtomicFile::Fail(const wchar_t* call) {
+    auto failed = FailedCall(call);
+    Failure& failure = failed.value();
+    failure.text = Sprintf(L"%s %s failed; errno=%d: %s", call, FromUtf8(m_path.native()), failure.errnoValue,
+                           StrError(failure.errnoValue));
+    m_failure = failure;
+    return failed;
 }
 
-bool AtomicFile::Refuse(const wchar_t* reason) {
-    m_problem = FromUtf8(m_path.native()) + L" " + reason;
+NoValue AtomicFile::GiveUp(const wchar_t* call) {
+    auto failed = Fail(call);
     Discard();
-    return false;
+    return failed;
 }
 
-bool AtomicFile::Open(const std::filesystem::path& path, FileAccess access, SpecialFiles special) {
+NoValue AtomicFile::Refuse(const wchar_t* reason) {
+    auto refused = Refused(FromUtf8(m_path.native()) + L" " + reason);
+    m_failure = refused.value();
     Discard();
-    m_problem.clear();
+    return refused;
+}
+
+// What every call returns after a failure, or while nothing is open.
+NoValue AtomicFile::AsBefore() const {
+    return m_failure ? NoValue(*m_failure) : FailedCall(L"write of", kErrorInvalidParameter);
+}
+
+Result<void> AtomicFile::Open(const std::filesystem::path& path, FileAccess access, SpecialFiles special) {
+    Discard();
+    m_failure.reset();
     m_path = path;
     m_state = std::make_unique<State>();
     FilePlace& place = m_state->place;
@@ -129,9 +141,7 @@ bool AtomicFile::Open(const std::filesystem::path& path, FileAccess access, Spec
         return Refuse(
             L"is a link of another user's in a folder that everybody may write: it is not followed. Choose another place.");
     case PlaceSearch::Failed:
-        Fail(L"open of");
-        Discard();
-        return false;
+        return GiveUp(L"open of");
     }
     const wchar_t* failed = nullptr;
     if (place.exists && S_ISDIR(place.status.st_mode)) {
@@ -150,15 +160,14 @@ bool AtomicFile::Open(const std::filesystem::path& path, FileAccess access, Spec
         failed = m_state->Create(access);
     }
     if (failed != nullptr) {
-        Fail(failed);
-        Discard();
+        return GiveUp(failed);
     }
-    return failed == nullptr;
+    return {};
 }
 
-bool AtomicFile::Write(std::string_view bytes) {
-    if (!IsOpen() || !m_problem.empty()) {
-        return false;
+Result<void> AtomicFile::Write(std::string_view bytes) {
+    if (!IsOpen() || m_failure) {
+        return AsBefore();
     }
     while (!bytes.empty()) {
         const ssize_t written = write(m_state->file.Get(), bytes.data(), bytes.size());
@@ -170,18 +179,23 @@ bool AtomicFile::Write(std::string_view bytes) {
         }
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }
-    return true;
+    return {};
 }
 
-bool AtomicFile::Commit() {
-    if (!IsOpen() || !m_problem.empty()) {
+Result<void> AtomicFile::Commit() {
+    if (!IsOpen() || m_failure) {
         Discard();
-        return false;
+        return AsBefore();
     }
     const wchar_t* const failed = m_state->writtenThrough ? nullptr : m_state->PutInPlace();
-    const bool good = (failed == nullptr || Fail(failed)) && (m_state->file.Close() || Fail(L"close of"));
+    if (failed != nullptr) {
+        return GiveUp(failed);
+    }
+    if (!m_state->file.Close()) {
+        return GiveUp(L"close of");
+    }
     Discard();
-    return good;
+    return {};
 }
 
 void AtomicFile::Discard() {

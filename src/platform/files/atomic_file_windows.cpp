@@ -129,24 +129,37 @@ AtomicFile::~AtomicFile() {
     Discard();
 }
 
-bool AtomicFile::Fail(const wchar_t* call) {
-    if (m_problem.empty()) {
-        const std::uint32_t code = LastError();
-        m_problem = Sprintf(L"%s %s failed; rc=%u: %s", call, m_path.wstring(), code, FormatLastError(code));
-    }
-    return false;
+NoValue AtomicFile::Fail(const wchar_t* call) {
+    auto failed = FailedCall(call);
+    Failure& failure = failed.value();
+    failure.text = Sprintf(L"%s %s failed; rc=%u: %s", call, m_path.wstring(), failure.lastError,
+                           FormatLastError(failure.lastError));
+    m_failure = failure;
+    return failed;
 }
 
-bool AtomicFile::Refuse(const wchar_t* reason) {
-    m_problem = m_path.wstring() + L" " + reason;
+NoValue AtomicFile::GiveUp(const wchar_t* call) {
+    auto failed = Fail(call);
     Discard();
-    return false;
+    return failed;
+}
+
+NoValue AtomicFile::Refuse(const wchar_t* reason) {
+    auto refused = Refused(m_path.wstring() + L" " + reason);
+    m_failure = refused.value();
+    Discard();
+    return refused;
+}
+
+// What every call returns after a failure, or while nothing is open.
+NoValue AtomicFile::AsBefore() const {
+    return m_failure ? NoValue(*m_failure) : FailedCall(L"write of", kErrorInvalidParameter);
 }
 
 // A user's own folders give new files the access that Private asks for.
-bool AtomicFile::Open(const std::filesystem::path& path, FileAccess, SpecialFiles special) {
+Result<void> AtomicFile::Open(const std::filesystem::path& path, FileAccess, SpecialFiles special) {
     Discard();
-    m_problem.clear();
+    m_failure.reset();
     m_path = path;
     m_state = std::make_unique<State>();
     std::error_code error;
@@ -169,15 +182,14 @@ bool AtomicFile::Open(const std::filesystem::path& path, FileAccess, SpecialFile
         failed = m_state->Create();
     }
     if (failed != nullptr) {
-        Fail(failed);
-        Discard();
+        return GiveUp(failed);
     }
-    return failed == nullptr;
+    return {};
 }
 
-bool AtomicFile::Write(std::string_view bytes) {
-    if (!IsOpen() || !m_problem.empty()) {
-        return false;
+Result<void> AtomicFile::Write(std::string_view bytes) {
+    if (!IsOpen() || m_failure) {
+        return AsBefore();
     }
     while (!bytes.empty()) {
         constexpr std::size_t kPiece = 1U << 26;
@@ -188,13 +200,13 @@ bool AtomicFile::Write(std::string_view bytes) {
         }
         bytes.remove_prefix(written);
     }
-    return true;
+    return {};
 }
 
-bool AtomicFile::Commit() {
-    if (!IsOpen() || !m_problem.empty()) {
+Result<void> AtomicFile::Commit() {
+    if (!IsOpen() || m_failure) {
         Discard();
-        return false;
+        return AsBefore();
     }
     const wchar_t* failed = nullptr;
     if (!IsWrittenThrough()) {
@@ -202,9 +214,11 @@ bool AtomicFile::Commit() {
     } else if (!m_state->Close()) {
         failed = L"CloseHandle of";
     }
-    const bool good = failed == nullptr || Fail(failed);
+    if (failed != nullptr) {
+        return GiveUp(failed);
+    }
     Discard();
-    return good;
+    return {};
 }
 
 void AtomicFile::Discard() {

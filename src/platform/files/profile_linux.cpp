@@ -360,10 +360,12 @@ private:
 
     bool Replace(const std::string& name, const std::string& bytes) {
         AtomicFile file;
-        if (!file.Open(name, FileAccess::Private, SpecialFiles::Refuse) || !file.Write(bytes) ||
-            !file.Commit()) {
+        const auto replaced = file.Open(name, FileAccess::Private, SpecialFiles::Refuse)
+                                  .and_then([&] { return file.Write(bytes); })
+                                  .and_then([&] { return file.Commit(); });
+        if (!replaced) {
             m_identity.reset();
-            return Refuse(file.Problem());
+            return Refuse(replaced.error().text);
         }
         return true;
     }

@@ -39,10 +39,11 @@ protected:
     // "" when it was written, else the reason.
     static std::wstring Save(const fs::path& path, FileAccess access = FileAccess::Document) {
         AtomicFile file;
-        const bool saved =
-            file.Open(path, access) && file.Write("new ") && file.Write("content") && file.Commit();
-        EXPECT_EQ(saved, file.Problem().empty());
-        return file.Problem();
+        const auto saved = file.Open(path, access)
+                               .and_then([&] { return file.Write("new "); })
+                               .and_then([&] { return file.Write("content"); })
+                               .and_then([&] { return file.Commit(); });
+        return saved ? L"" : saved.error().text;
     }
     static void ExpectRefused(const fs::path& path, const wchar_t* reason) {
         EXPECT_NE(Save(path).find(reason), std::wstring::npos) << path;
@@ -85,8 +86,11 @@ TEST_F(AtomicFileTest, AFileAppearsWholeOrNotAtAll) {
     EXPECT_EQ(FilesThere(), 1);
     // A full disk shows at the first write, and nothing is committed after it.
     ASSERT_TRUE(file.Open("/dev/full", FileAccess::Document) && file.IsWrittenThrough());
-    EXPECT_FALSE(file.Write("x") || file.Write("x") || file.Commit());
-    EXPECT_NE(file.Problem().find(L"errno=28"), std::wstring::npos);
+    for (const auto& failed : {file.Write("x"), file.Write("x"), file.Commit()}) {
+        ASSERT_FALSE(failed);
+        EXPECT_EQ(failed.error().errnoValue, ENOSPC);
+        EXPECT_NE(failed.error().text.find(L"errno=28"), std::wstring::npos);
+    }
 
     umask(027);
     EXPECT_EQ(Save(m_folder / "new") + Save(m_folder / "private", FileAccess::Private), L"");
@@ -295,8 +299,9 @@ TEST_F(AtomicFileTest, PipesAndDevicesAreWrittenThroughOrRefused) {
     AtomicFile file;
     for (const fs::path& path : {pipe, fs::path("/dev/null")}) {
         // Refused without being opened, which would wait for a reader.
-        EXPECT_FALSE(file.Open(path, FileAccess::Document, SpecialFiles::Refuse));
-        EXPECT_NE(file.Problem().find(L"is no ordinary file"), std::wstring::npos);
+        const auto refused = file.Open(path, FileAccess::Document, SpecialFiles::Refuse);
+        ASSERT_FALSE(refused);
+        EXPECT_NE(refused.error().text.find(L"is no ordinary file"), std::wstring::npos);
     }
     const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     ASSERT_TRUE(file.Open(pipe, FileAccess::Document) && file.IsWrittenThrough());
