@@ -142,28 +142,13 @@ int OpenSocket(const char* interface, unsigned char* mac) {
     return raw;
 }
 
-} // namespace
+struct Flooded {
+    unsigned long sent = 0, received = 0;
+    std::chrono::duration<double> taken{}; // to the last reply
+};
 
-int main(int argc, char** argv) {
-    if (argc != 7) {
-        std::fputs("echo_flood INTERFACE SOURCE-IP TARGET-IP TARGET-MAC COUNT OUTSTANDING\n", stderr);
-        return 2;
-    }
-    unsigned char sourceMac[ETH_ALEN] = {};
-    unsigned char targetMac[ETH_ALEN] = {};
-    in_addr source{};
-    in_addr target{};
-    const bool good = inet_aton(argv[2], &source) != 0 && inet_aton(argv[3], &target) != 0 &&
-                      std::sscanf(argv[4], "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &targetMac[0], &targetMac[1],
-                                  &targetMac[2], &targetMac[3], &targetMac[4], &targetMac[5]) == 6;
-    const unsigned long count = std::strtoul(argv[5], nullptr, 10);
-    const unsigned long outstanding = std::strtoul(argv[6], nullptr, 10);
-    if (!good || count == 0 || outstanding == 0) {
-        std::fputs("echo_flood: an address or a number cannot be read\n", stderr);
-        return 2;
-    }
-    const int raw = OpenSocket(argv[1], sourceMac);
-    const Frame request = MakeFrame(sourceMac, targetMac, source, target);
+// `count` requests, of which `outstanding` are on their way at a time.
+Flooded Flood(int raw, const Frame& request, unsigned long count, unsigned long outstanding) {
     Batch sending;
     Batch receiving;
     for (std::size_t i = 0; i < kBatch; ++i) {
@@ -201,8 +186,33 @@ int main(int argc, char** argv) {
             }
         }
     }
-    const std::chrono::duration<double> taken = lastReply - started;
-    std::printf("%lu %lu %.6f\n", sent, received, taken.count());
+    return {sent, received, lastReply - started};
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 7) {
+        std::fputs("echo_flood INTERFACE SOURCE-IP TARGET-IP TARGET-MAC COUNT OUTSTANDING\n", stderr);
+        return 2;
+    }
+    unsigned char sourceMac[ETH_ALEN] = {};
+    unsigned char targetMac[ETH_ALEN] = {};
+    in_addr source{};
+    in_addr target{};
+    const bool good = inet_aton(argv[2], &source) != 0 && inet_aton(argv[3], &target) != 0 &&
+                      std::sscanf(argv[4], "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &targetMac[0], &targetMac[1],
+                                  &targetMac[2], &targetMac[3], &targetMac[4], &targetMac[5]) == 6;
+    const unsigned long count = std::strtoul(argv[5], nullptr, 10);
+    const unsigned long outstanding = std::strtoul(argv[6], nullptr, 10);
+    if (!good || count == 0 || outstanding == 0) {
+        std::fputs("echo_flood: an address or a number cannot be read\n", stderr);
+        return 2;
+    }
+    const int raw = OpenSocket(argv[1], sourceMac);
+    const Frame request = MakeFrame(sourceMac, targetMac, source, target);
+    const Flooded flooded = Flood(raw, request, count, outstanding);
+    std::printf("%lu %lu %.6f\n", flooded.sent, flooded.received, flooded.taken.count());
     close(raw);
     return 0;
 }
