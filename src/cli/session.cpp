@@ -10,7 +10,6 @@
 #include "cli/report/json_report.h"
 #include "cli/report/outcome_texts.h"
 #include "core/debug_output.h"
-#include "hostnet/report.h"
 #include "ping/target.h"
 #include "platform/process/privileges.h"
 #include "platform/process/sandbox.h"
@@ -151,7 +150,7 @@ void Session::GatherHost() {
     if (m_options.noReport) {
         m_engine.Host().FindDefaultGateway(); // with a report, the report does this
     } else {
-        WriteStartupReport(m_engine.Host(), ReportContext());
+        m_engine.WriteReport();
     }
     Drain();
     m_output.ForgetFailures(); // the report's failed adapters are not the reason of a later failure
@@ -192,7 +191,7 @@ bool Session::ResolvePingTarget() {
 void Session::MakeGuest() {
     m_profile = OpenGuestProfile(m_options.library);
     m_runProfile.emplace(*m_profile);
-    m_port.SetSources(m_engine.Host(), *m_runProfile);
+    m_port.SetSources({m_engine.Host(), *m_engine.Library(), *m_runProfile});
     m_engine.MakeGuest(*m_runProfile, m_port);
     m_guest = &m_engine.TheGuest();
     RunSettings& run = m_guest->Run();

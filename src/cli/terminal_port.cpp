@@ -1,6 +1,5 @@
 #include "cli/terminal_port.h"
 
-#include "cli/options/dialog_answers.h"
 #include "cli/output/console.h"
 
 namespace vnxtest {
@@ -22,7 +21,7 @@ bool Take(const DialogAnswer& answer, std::wstring& refusal) {
 
 bool TerminalPort::AskParameters(GuestParameters& parameters) {
     // A question answered with "no" leads back here; a second answer would be the same.
-    return m_refusal.empty() && Take(AnswerParameters(m_options, *m_host, *m_profile, parameters), m_refusal);
+    return m_refusal.empty() && Take(AnswerParameters(m_options, *m_sources, parameters), m_refusal);
 }
 
 int TerminalPort::ShowProceedTaskDialog(const ProceedQuestion& question) {

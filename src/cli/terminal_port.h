@@ -2,14 +2,14 @@
 // of the window's dialogs. Main thread, except posting.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "cli/messages/message_queue.h"
+#include "cli/options/dialog_answers.h"
 #include "cli/options/options.h"
 #include "guest/front_end.h"
-#include "hostnet/host_network.h"
-#include "platform/files/profile.h"
 
 namespace vnxtest {
 
@@ -18,10 +18,7 @@ public:
     explicit TerminalPort(const Options& options) : m_options(options) {}
 
     // The sources of the answers. Set before the guest is started.
-    void SetSources(const HostNetwork& host, Profile& profile) {
-        m_host = &host;
-        m_profile = &profile;
-    }
+    void SetSources(const AnswerSources& sources) { m_sources.emplace(sources); }
     // The resolved target of the command line. Set before the ping test.
     void SetTarget(Ipv4Address target) { m_target = target; }
 
@@ -41,8 +38,7 @@ public:
 
 private:
     const Options& m_options;
-    const HostNetwork* m_host = nullptr;
-    Profile* m_profile = nullptr;
+    std::optional<AnswerSources> m_sources;
     Ipv4Address m_target;
     std::wstring m_gatewayNote;
     MessageQueue m_queue;

@@ -161,6 +161,12 @@ std::int32_t VNETX_SetFlags(VnetxLibrary& library, std::int32_t handle, const wc
     return library.Ioctl(handle, VNETX_SIOCSIFFLAGS, &*request);
 }
 
+MacAddress GuestMacOf(VnetxLibrary& library, Ipv4Address guest) {
+    std::array<std::uint8_t, 6> mac{};
+    library.BuildVantIfaceMac(mac.data(), guest.Bytes().data());
+    return MacAddress(mac);
+}
+
 bool GetInterfaceMACAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_INFO& info) {
     VnetxInterfaceRequest request;
     if (!Query(library, handle, info, VNETX_SIOCGIFHWADDR,

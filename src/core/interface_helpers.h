@@ -35,6 +35,9 @@ std::int32_t VNETX_SetFlags(VnetxLibrary& library, std::int32_t handle, const wc
 bool GetInterfaceMACAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_INFO& info);
 bool GetAdapterIPAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_INFO& info);
 
+// The MAC address that the library makes of a guest's IP address.
+MacAddress GuestMacOf(VnetxLibrary& library, Ipv4Address guest);
+
 // Copies at most 15 characters of `name`, narrow, into the record's name field and ends it.
 void SetRequestName(VnetxInterfaceRequest& request, const wchar_t* name);
 

@@ -1,7 +1,9 @@
 #include "guest/engine.h"
 
 #include "core/debug_output.h"
+#include "hostnet/report.h"
 #include "hostnet/sim_host.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
@@ -25,16 +27,23 @@ Result<void> Engine::Open(const std::wstring& libraryName) {
     if (IsSimulatedLan(libraryName)) {
         m_simulatedTables = std::make_unique<SimHostTables>(*m_tables);
         m_simulatedAdapters = std::make_unique<SimWrenPack>(*m_adapters);
-        m_host.emplace(HostSources{*m_simulatedTables, *m_simulatedAdapters}, *m_library);
-    } else {
-        m_host.emplace(HostSources{*m_tables, *m_adapters}, *m_library);
     }
+    m_host.emplace(HostSources{.tables = m_simulatedTables ? *m_simulatedTables : *m_tables,
+                               .adapters = m_simulatedAdapters ? *m_simulatedAdapters : *m_adapters,
+                               .defaultAdapterMac = [&library = *m_library] {
+                                   const char* const mac = library.GetDefaultIface();
+                                   return mac != nullptr ? ToWide(mac) : std::wstring();
+                               }});
     return {};
 }
 
 void Engine::GatherHost() {
     RegisterDebugOutput(*m_library);
     m_host->InitGlobals();
+}
+
+void Engine::WriteReport() {
+    WriteStartupReport(*m_host, *m_library, ReportContext());
 }
 
 void Engine::MakeGuest(Profile& profile, FrontEnd& frontEnd) {

@@ -38,13 +38,15 @@ public:
     // Registers the library's debug output with the log, then gathers the host's data
     // (HostNetwork::InitGlobals). Once, when the document exists. Waits for one bounded probe at most.
     void GatherHost();
+    // Writes the start-up report of what was gathered (hostnet/report.h).
+    void WriteReport();
     // Makes the guest, which reads the debug settings. `profile` and `frontEnd` must outlive the engine.
     void MakeGuest(Profile& profile, FrontEnd& frontEnd);
     // Ends the guest and its ping test and joins all their threads.
     void EndGuest();
 
     // Null until it is open.
-    const VnetxLibrary* Library() const { return m_library.get(); }
+    VnetxLibrary* Library() const { return m_library.get(); }
     HostNetwork& Host() { return *m_host; }
     // After MakeGuest.
     Settings& UserSettings() { return *m_settings; }

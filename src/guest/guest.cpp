@@ -1,5 +1,6 @@
 #include "guest/guest.h"
 
+#include "core/interface_helpers.h"
 #include "core/monitor_thread.h"
 #include "guest/beside_host.h"
 #include "guest/pre_start_questions.h"
@@ -38,7 +39,7 @@ void SetTexts(INTERFACE_INFO& info, const InterfaceParameters& texts) {
 
 Guest::Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd)
     : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd), m_writer(library, host),
-      m_pingTest(m_writer, m_run, frontEnd), m_receivePath(m_writer, m_run, m_pingTest) {
+      m_pingTest(library, m_writer, m_run, frontEnd), m_receivePath(library, m_writer, m_run, m_pingTest) {
     m_settings.ReadDebugSettings(m_run);
 }
 
@@ -73,7 +74,11 @@ bool Guest::IsRunning() const {
 
 bool Guest::AskAndApplyParameters() {
     Verify(!IsRunning());
-    m_settings.LoadInterfaceSettings(m_interfaces[0], m_interfaces[1], m_host);
+    AddressSources sources{.guestMac = [this](Ipv4Address ip) { return GuestMacOf(m_library, ip); }};
+    if (const HostAdapter* const adapter = m_host.DefaultAdapter()) {
+        sources.defaultAdapter = {adapter->address, adapter->mask};
+    }
+    m_settings.LoadInterfaceSettings(m_interfaces[0], m_interfaces[1], sources);
     GuestParameters parameters;
     parameters.interface1 = TextsOf(m_interfaces[0]);
     parameters.interface2 = TextsOf(m_interfaces[1]);

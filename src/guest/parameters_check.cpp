@@ -1,5 +1,6 @@
 #include "guest/parameters_check.h"
 
+#include "core/interface_helpers.h"
 #include "hostnet/address_validation.h"
 #include "wrenlib/log.h"
 #include "wrenlib/text.h"
@@ -20,13 +21,11 @@ Refusal Refuse(int index, ParameterField field, const wchar_t* text) {
 
 // Generates the guest MAC from the guest IP if none was entered, and checks it: it must be a single
 // station's and locally administered, so that it equals no real adapter's.
-Refusal CheckGuestMac(InterfaceParameters& parameters, int index, const HostNetwork& host) {
+Refusal CheckGuestMac(InterfaceParameters& parameters, int index, VnetxLibrary& library) {
     if (parameters.guestMacText.empty()) {
         const std::optional<Ipv4Address> ip = ParseIPAddress(parameters.guestIpText);
         if (Verify(ip.has_value())) {
-            std::array<std::uint8_t, 6> mac{};
-            host.Library().BuildVantIfaceMac(mac.data(), ip->Bytes().data());
-            parameters.guestMacText = FormatMACAddr(MacAddress(mac));
+            parameters.guestMacText = FormatMACAddr(GuestMacOf(library, *ip));
         }
     }
     if (!ValidateMACAddress(parameters.guestMacText, true)) {
@@ -45,8 +44,7 @@ Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const Hos
                 L"You must identify which host adapter should be used by specifying either its IP address or MAC address.");
         }
         if (!ValidateAdapterMACAddress(parameters.adapterMacText, host)) {
-            return Refuse(index, ParameterField::AdapterMac,
-                          L"No such host adapter exists with this MAC address.");
+            return Refuse(index, ParameterField::AdapterMac, kNoAdapterWithMac);
         }
         return std::nullopt;
     }
@@ -56,7 +54,7 @@ Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const Hos
             L"You must identify the host adapter by either its IP address or its MAC address, but not both.");
     }
     if (!ValidateAdapterIPAddress(parameters.adapterIpText, host)) {
-        return Refuse(index, ParameterField::AdapterIp, L"No such host adapter exists with this IP address.");
+        return Refuse(index, ParameterField::AdapterIp, kNoAdapterWithIp);
     }
     return std::nullopt;
 }
@@ -78,13 +76,14 @@ void TrimTexts(InterfaceParameters& parameters) {
 
 } // namespace
 
-std::optional<ParameterRefusal> CheckParameters(GuestParameters& parameters, const HostNetwork& host) {
+std::optional<ParameterRefusal> CheckParameters(GuestParameters& parameters, const HostNetwork& host,
+                                                VnetxLibrary& library) {
     TrimTexts(parameters.interface1);
     TrimTexts(parameters.interface2);
 
     Refusal refusal = CheckGuestIp(parameters.interface1, 0);
     if (!refusal) {
-        refusal = CheckGuestMac(parameters.interface1, 0, host);
+        refusal = CheckGuestMac(parameters.interface1, 0, library);
     }
     if (!refusal) {
         refusal = CheckAdapter(parameters.interface1, 0, host);
@@ -104,7 +103,7 @@ std::optional<ParameterRefusal> CheckParameters(GuestParameters& parameters, con
         refusal = CheckGuestIp(second, 1);
     }
     if (!refusal) {
-        refusal = CheckGuestMac(second, 1, host);
+        refusal = CheckGuestMac(second, 1, library);
     }
     if (!refusal) {
         refusal = CheckAdapter(second, 1, host);

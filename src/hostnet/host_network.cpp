@@ -57,9 +57,6 @@ void TraceAdapterListFailure(const Failure& failure) {
 
 } // namespace
 
-HostNetwork::HostNetwork(HostSources sources, VnetxLibrary& library)
-    : m_sources(sources), m_library(library) {}
-
 void HostNetwork::GatherTables() {
     HostTables& tables = m_sources.tables;
     m_parameters = Gathered(L"GetNetworkParams", tables.ReadParameters());
@@ -136,8 +133,7 @@ bool HostNetwork::RedetectAdapters() {
 
 void HostNetwork::FindDefaultAdapter() {
     m_defaultAdapter.reset();
-    const char* text = m_library.GetDefaultIface();
-    const std::wstring macText = text != nullptr ? ToWide(text) : L"";
+    const std::wstring macText = m_sources.defaultAdapterMac();
     const std::optional<MacAddress> mac = ParseMACAddress(macText);
     // A library without a default returns an empty text; any other text must be an address.
     if (!macText.empty()) {

@@ -8,10 +8,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "core/interface_info.h"
@@ -27,11 +29,14 @@ namespace vnxtest {
 struct HostSources {
     HostTables& tables; // network parameters, routes, addresses, ARP probe (platform/network/host_tables.h)
     WrenPackLibrary& adapters; // the host adapter library (wrenpack/wrenpack.h)
+    // The MAC address, in text, of the adapter that the interface library uses by default; empty when it has
+    // none. Asked at each gathering.
+    std::function<std::wstring()> defaultAdapterMac;
 };
 
 class HostNetwork {
 public:
-    HostNetwork(HostSources sources, VnetxLibrary& library);
+    explicit HostNetwork(HostSources sources) : m_sources(std::move(sources)) {}
 
     // Gathers tables, adapter list and default adapter, and probes the default adapter's gateway. Once, at
     // the start. Waits for one bounded probe at most.
@@ -90,7 +95,6 @@ public:
     bool IsAdapterMAC(MacAddress mac) const;
 
     const HostSources& Sources() const { return m_sources; }
-    VnetxLibrary& Library() const { return m_library; }
 
 private:
     enum class GatewayOrigin { None, RoutingTable, User };
@@ -104,7 +108,6 @@ private:
     void IndexAddresses();
 
     HostSources m_sources;
-    VnetxLibrary& m_library;
     std::optional<NetworkParameters> m_parameters;
     std::optional<std::vector<HostRoute>> m_routes;
     std::optional<std::vector<HostAddress>> m_addresses;

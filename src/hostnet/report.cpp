@@ -16,9 +16,9 @@ ReportContext::ReportContext()
       copyright(kWideCopyright) {
 }
 
-void WriteStartupReport(HostNetwork& host, const ReportContext& context) {
+void WriteStartupReport(HostNetwork& host, VnetxLibrary& library, const ReportContext& context) {
     WriteRunMode();
-    WriteModules(host, context);
+    WriteModules(host, library, context);
     WriteDeviceNames();
     WriteNetworkInformation(host);
     WriteDetectedAdapters(host);

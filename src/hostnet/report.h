@@ -6,6 +6,7 @@
 #include <string>
 
 #include "hostnet/host_network.h"
+#include "vnetx/library.h"
 #include "wrenlib/product.h"
 
 namespace vnxtest {
@@ -22,9 +23,9 @@ struct ReportContext {
     ReportContext();
 };
 
-// Writes the five sections: run mode, modules, device names, network information, detected adapters. The
-// fourth also fixes the default gateway (HostNetwork::FindDefaultGateway). After InitGlobals;
-// user-interface thread. Waits for one bounded ARP probe and opens each adapter once.
-void WriteStartupReport(HostNetwork& host, const ReportContext& context);
+// Writes the five sections: run mode, modules (`library` among them), device names, network information,
+// detected adapters. The fourth also fixes the default gateway (HostNetwork::FindDefaultGateway). After
+// InitGlobals; user-interface thread. Waits for one bounded ARP probe and opens each adapter once.
+void WriteStartupReport(HostNetwork& host, VnetxLibrary& library, const ReportContext& context);
 
 } // namespace vnxtest

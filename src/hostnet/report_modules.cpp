@@ -99,12 +99,12 @@ ModuleDescription DescribeWrenLib(const ReportContext& context) {
 
 } // namespace
 
-void WriteModules(HostNetwork& host, const ReportContext& context) {
+void WriteModules(const HostNetwork& host, VnetxLibrary& library, const ReportContext& context) {
     LogMsg(L"Begin %s, version: \"%s\" (%s)%s %s ...\n%s\n\n", context.programName, context.programVersion,
            context.buildDate, L" " + context.buildTime, context.specialBuild, context.copyright);
     const WrenPackLibrary& adapters = host.Sources().adapters;
     WritePacketDriver(adapters.DescribePacketDriver());
-    std::vector<ModuleDescription> modules{adapters.DescribeModule(), DescribeVnetx(host.Library()),
+    std::vector<ModuleDescription> modules{adapters.DescribeModule(), DescribeVnetx(library),
                                            DescribeWrenLib(context)};
     for (ModuleDescription& module : modules) {
         AddFileVersion(module);

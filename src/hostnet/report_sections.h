@@ -7,7 +7,7 @@
 namespace vnxtest {
 
 void WriteRunMode();
-void WriteModules(HostNetwork& host, const ReportContext& context);
+void WriteModules(const HostNetwork& host, VnetxLibrary& library, const ReportContext& context);
 void WriteDeviceNames();
 // Fixes the default gateway.
 void WriteNetworkInformation(HostNetwork& host);

@@ -32,8 +32,6 @@ public:
     // False on failure, with a report in the name of `function`.
     bool WriteArpReply(INTERFACE_INFO& info, std::span<const std::uint8_t> frame, const wchar_t* function);
 
-    VnetxLibrary& Library() const { return m_library; }
-
 private:
     MacAddress ChooseDestination(INTERFACE_INFO& info, Ipv4Address destination);
 

@@ -14,8 +14,9 @@ namespace {
 constexpr std::uint32_t kRoomCheck = 5;
 } // namespace
 
-PingSender::PingSender(PacketWriter& writer, const RunSettings& run, PingBook& book, PingSignals& signals)
-    : m_writer(writer), m_run(run), m_book(book), m_signals(signals) {}
+PingSender::PingSender(VnetxLibrary& library, PacketWriter& writer, const RunSettings& run, PingBook& book,
+                       PingSignals& signals)
+    : m_library(library), m_writer(writer), m_run(run), m_book(book), m_signals(signals) {}
 
 void PingSender::Begin(INTERFACE_INFO& info, const PingPlan& plan) {
     m_interface = &info;
@@ -26,8 +27,8 @@ void PingSender::Begin(INTERFACE_INFO& info, const PingPlan& plan) {
         m_book.Begin(plan, target, Pace::RingSlots(m_run.driverBufferSize, plan.dataSize));
     LogPingPlan(plan, target);
     m_frame.assign(EthernetView::kLength + kPingHeaders + plan.dataSize, 0);
-    BuildEchoRequest(std::span(m_frame).subspan(EthernetView::kLength), m_writer.Library(), info.guestIp,
-                     plan.target, SwapNetwork16(identifier));
+    BuildEchoRequest(std::span(m_frame).subspan(EthernetView::kLength), m_library, info.guestIp, plan.target,
+                     SwapNetwork16(identifier));
 }
 
 bool PingSender::SendAll(const std::function<void()>& onSent) {
@@ -54,7 +55,7 @@ bool PingSender::SendAll(const std::function<void()>& onSent) {
 
 SendOutcome PingSender::SendPing(std::uint16_t sequence) {
     const std::uint16_t checksum =
-        SetEchoSequence(std::span(m_frame).subspan(EthernetView::kLength), m_writer.Library(), sequence);
+        SetEchoSequence(std::span(m_frame).subspan(EthernetView::kLength), m_library, sequence);
     // Without the ping list lock: for a silent target this takes as long as an ARP exchange, and the
     // readers of replies must not wait for it.
     m_writer.AddressPingFrame(*m_interface, m_frame);

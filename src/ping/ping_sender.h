@@ -14,8 +14,10 @@ namespace vnxtest {
 
 class PingSender {
 public:
-    // The driver's buffer size of `run` sets the pace of a sender without a delay.
-    PingSender(PacketWriter& writer, const RunSettings& run, PingBook& book, PingSignals& signals);
+    // `library` makes the checksums. The driver's buffer size of `run` sets the pace of a sender without a
+    // delay.
+    PingSender(VnetxLibrary& library, PacketWriter& writer, const RunSettings& run, PingBook& book,
+               PingSignals& signals);
 
     // Begins a test from this interface: its first lines, and the parts that all its pings share.
     void Begin(INTERFACE_INFO& info, const PingPlan& plan);
@@ -29,6 +31,7 @@ private:
     // is ended.
     bool AwaitTurn(std::size_t sent);
 
+    VnetxLibrary& m_library;
     PacketWriter& m_writer;
     const RunSettings& m_run;
     PingBook& m_book;

@@ -6,8 +6,8 @@
 
 namespace vnxtest {
 
-PingTest::PingTest(PacketWriter& writer, const RunSettings& run, ViewPort& view)
-    : m_view(view), m_sender(writer, run, m_book, m_signals) {}
+PingTest::PingTest(VnetxLibrary& library, PacketWriter& writer, const RunSettings& run, ViewPort& view)
+    : m_view(view), m_sender(library, writer, run, m_book, m_signals) {}
 
 PingTest::~PingTest() {
     StopPingTest();

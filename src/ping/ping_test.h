@@ -37,8 +37,9 @@ struct PingTestResult {
 
 class PingTest {
 public:
-    // The driver's buffer size of `run` sets the pace of a sender without a delay.
-    PingTest(PacketWriter& writer, const RunSettings& run, ViewPort& view);
+    // `library` makes the checksums. The driver's buffer size of `run` sets the pace of a sender without a
+    // delay.
+    PingTest(VnetxLibrary& library, PacketWriter& writer, const RunSettings& run, ViewPort& view);
     ~PingTest();
     PingTest(const PingTest&) = delete;
     PingTest& operator=(const PingTest&) = delete;

@@ -53,8 +53,9 @@ void CountAnswer(std::atomic<std::uint64_t>& counter, INTERFACE_INFO& info,
 
 } // namespace
 
-ReceivePath::ReceivePath(PacketWriter& writer, const RunSettings& run, PingTest& pingTest)
-    : m_writer(writer), m_run(run), m_pingTest(pingTest) {}
+ReceivePath::ReceivePath(VnetxLibrary& library, PacketWriter& writer, const RunSettings& run,
+                         PingTest& pingTest)
+    : m_library(library), m_writer(writer), m_run(run), m_pingTest(pingTest) {}
 
 void ReceivePath::HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     if (!info.tapMode) {
@@ -109,7 +110,7 @@ void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     const std::uint16_t totalLength = ip.TotalLength();
     Verify(totalLength == bytes.size() && totalLength >= kPingHeaders);
     const std::span<std::uint8_t> message = IcmpMessage(bytes, totalLength);
-    const Checksums checksums = CheckChecksums(m_writer.Library(), ip, icmp, message);
+    const Checksums checksums = CheckChecksums(m_library, ip, icmp, message);
     if (!checksums.ipGood) {
         return IgnorePacket(info, IgnoreReason::BadIpChecksum);
     }
@@ -130,7 +131,6 @@ void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
 
 void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet) {
     const std::span<std::uint8_t> bytes = packet.Bytes();
-    VnetxLibrary& library = m_writer.Library();
     Ipv4View ip = *Ipv4View::Over(bytes);
     IcmpEchoView icmp = *IcmpEchoView::Over(bytes.subspan(Ipv4View::kLength));
     const std::span<std::uint8_t> message = IcmpMessage(bytes, ip.TotalLength());
@@ -139,8 +139,8 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
     icmp.SetType(kIcmpEchoReply);
     ip.SetChecksum(0);
     icmp.SetChecksum(0);
-    ip.SetChecksum(library.CalcInetChecksum(bytes.data(), Ipv4View::kLength));
-    icmp.SetChecksum(library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
+    ip.SetChecksum(m_library.CalcInetChecksum(bytes.data(), Ipv4View::kLength));
+    icmp.SetChecksum(m_library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
     LogMsg(L"** Someone is PINGing Vant!\n** Sending PING reply to %s\n", FormatIPAddr(ip.Destination()));
     const std::span<std::uint8_t> frame = packet.WithHeadroom();
     if (m_writer.WritePingIPPacket(info, frame)) {

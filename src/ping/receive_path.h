@@ -15,8 +15,8 @@ namespace vnxtest {
 
 class ReceivePath final : public PacketHandler {
 public:
-    // `writer` writes the guest's answers. All arguments outlive this.
-    ReceivePath(PacketWriter& writer, const RunSettings& run, PingTest& pingTest);
+    // `library` makes the checksums, `writer` writes the guest's answers. All arguments outlive this.
+    ReceivePath(VnetxLibrary& library, PacketWriter& writer, const RunSettings& run, PingTest& pingTest);
 
     // Monitor threads; two at once with two interfaces.
     void HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) override;
@@ -28,6 +28,7 @@ private:
     void AnswerRarp(INTERFACE_INFO& info, ReceivedPacket packet);
     void IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason);
 
+    VnetxLibrary& m_library;
     PacketWriter& m_writer;
     const RunSettings& m_run;
     PingTest& m_pingTest;

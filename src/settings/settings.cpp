@@ -1,6 +1,5 @@
 #include "settings/settings.h"
 
-#include "settings/derived_address.h"
 #include "settings/profile_names.h"
 #include "wrenlib/log.h"
 #include "wrenlib/visible_text.h"
@@ -9,9 +8,8 @@ namespace vnxtest {
 
 namespace {
 
-// The adapter's address without a default adapter.
-constexpr Ipv4Address kUsualAddress(192, 168, 0, 1);
-constexpr Ipv4Address kUsualMask(255, 255, 255, 0);
+// The adapter without a default adapter.
+constexpr AdapterSubnet kUsualAdapter{{192, 168, 0, 1}, {255, 255, 255, 0}};
 
 void ApplyGuestIp(INTERFACE_INFO& info) {
     if (!info.guestIpText.empty()) {
@@ -46,23 +44,14 @@ void ResetForLoading(INTERFACE_INFO& info) {
     }
 }
 
-void SetDerivedTexts(INTERFACE_INFO& info, std::size_t index, const HostAdapter* adapter) {
-    Ipv4Address address = kUsualAddress;
-    Ipv4Address mask = kUsualMask;
-    if (adapter != nullptr) {
-        address = adapter->address;
-        mask = adapter->mask;
-        info.guestIp = DerivedGuestAddress(index, address, mask);
+void SetDerivedTexts(INTERFACE_INFO& info, std::size_t index, const std::optional<AdapterSubnet>& known) {
+    const AdapterSubnet adapter = known.value_or(kUsualAdapter);
+    const Ipv4Address guest = DerivedGuestAddress(index, adapter.address, adapter.mask);
+    if (known) {
+        info.guestIp = guest;
     }
-    info.adapterIpText = FormatIPAddr(address);
-    info.guestIpText = FormatIPAddr(DerivedGuestAddress(index, address, mask));
-}
-
-void GenerateGuestMac(INTERFACE_INFO& info, VnetxLibrary& library) {
-    std::array<std::uint8_t, 6> mac{};
-    library.BuildVantIfaceMac(mac.data(), info.guestIp.Bytes().data());
-    info.guestMac = MacAddress(mac);
-    info.guestMacText = FormatMACAddr(info.guestMac);
+    info.adapterIpText = FormatIPAddr(adapter.address);
+    info.guestIpText = FormatIPAddr(guest);
 }
 
 } // namespace
@@ -79,7 +68,7 @@ void ApplyInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interfac
 }
 
 void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2,
-                                     HostNetwork& host) {
+                                     const AddressSources& sources) {
     if (m_interfacesLoaded) {
         return;
     }
@@ -91,8 +80,8 @@ void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO&
     interface1.tapMode = m_profile.ReadNumber(profile::kInterfaces[0].tapMode, 0) != 0;
     interface2.tapMode = m_profile.ReadNumber(profile::kInterfaces[1].tapMode, 1) != 0;
 
-    SetDerivedTexts(interface1, 0, host.DefaultAdapter());
-    SetDerivedTexts(interface2, 1, host.DefaultAdapter());
+    SetDerivedTexts(interface1, 0, sources.defaultAdapter);
+    SetDerivedTexts(interface2, 1, sources.defaultAdapter);
 
     const auto read = [this](std::wstring_view name, std::wstring& text) {
         text = MakeVisible(m_profile.ReadText(name, text));
@@ -104,8 +93,10 @@ void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO&
 
     // The default MAC addresses are made from the binary guest addresses, so these are set first.
     ApplyInterfaceSettings(interface1, interface2);
-    GenerateGuestMac(interface1, host.Library());
-    GenerateGuestMac(interface2, host.Library());
+    for (INTERFACE_INFO* info : {&interface1, &interface2}) {
+        info->guestMac = sources.guestMac(info->guestIp);
+        info->guestMacText = FormatMACAddr(info->guestMac);
+    }
 
     read(profile::kInterfaces[0].adapterMac, interface1.adapterMacText);
     read(profile::kInterfaces[1].adapterMac, interface2.adapterMacText);

@@ -8,8 +8,8 @@
 #include "core/interface_info.h"
 #include "core/ping_plan.h"
 #include "core/run_settings.h"
-#include "hostnet/host_network.h"
 #include "platform/files/profile.h"
+#include "settings/derived_address.h"
 
 namespace vnxtest {
 
@@ -21,7 +21,8 @@ public:
     explicit Settings(Profile& profile) : m_profile(profile) {}
 
     // Reads the ten interface values with their derived defaults. No effect after the first call.
-    void LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2, HostNetwork& host);
+    void LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2,
+                               const AddressSources& sources);
     // Writes the ten interface values.
     void StoreInterfaceSettings(const INTERFACE_INFO& interface1, const INTERFACE_INFO& interface2);
 

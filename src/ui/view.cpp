@@ -8,7 +8,6 @@
 #include <wx/utils.h>
 
 #include "core/debug_output.h"
-#include "hostnet/report.h"
 #include "ui/app.h"
 #include "ui/dialogs/parameters_dlg.h"
 #include "ui/dialogs/ping_who_dlg.h"
@@ -84,7 +83,7 @@ void CVNXTestView::InitialUpdate() {
     {
         const wxBusyCursor busy;
         m_engine.GatherHost();
-        WriteStartupReport(m_engine.Host(), ReportContext());
+        m_engine.WriteReport();
     }
     m_ready = true;
     if (IsDebugOutputRefused()) {
@@ -147,7 +146,7 @@ void CVNXTestView::StartOver() {
     GetDocument()->Modify(false);
     if (IsStopped()) {
         const wxBusyCursor busy;
-        WriteStartupReport(m_engine.Host(), ReportContext()); // from what was gathered at the start
+        m_engine.WriteReport(); // from what was gathered at the start
     }
 }
 
@@ -183,7 +182,8 @@ void CVNXTestView::HandleViewMessage(ViewMessage message) {
 }
 
 bool CVNXTestView::AskParameters(GuestParameters& parameters) {
-    return CParametersDlg(GetFrame(), m_engine.Host(), parameters).ShowModal() == wxID_OK;
+    return CParametersDlg(GetFrame(), m_engine.Host(), *m_engine.Library(), parameters).ShowModal() ==
+           wxID_OK;
 }
 
 int CVNXTestView::ShowProceedTaskDialog(const ProceedQuestion& question) {

@@ -156,8 +156,8 @@ struct Engine {
     OutputChannel channel{view};
     RunSettings run;
     PacketWriter writer{*library, host.network};
-    PingTest pingTest{writer, run, view};
-    ReceivePath receivePath{writer, run, pingTest};
+    PingTest pingTest{*library, writer, run, view};
+    ReceivePath receivePath{*library, writer, run, pingTest};
     INTERFACE_INFO info;
 
     Engine() {

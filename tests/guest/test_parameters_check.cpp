@@ -33,17 +33,17 @@ protected:
 
 TEST_F(ParametersCheck, AcceptsWhatIsRightAndCompletesIt) {
     parameters.interface1.guestMacText = L" 02:00:5e:80:00:04 ";
-    EXPECT_FALSE(CheckParameters(parameters, host.network));
+    EXPECT_FALSE(CheckParameters(parameters, host.network, host.library));
     EXPECT_EQ(parameters.interface1.guestMacText, L"02:00:5e:80:00:04");
 
     parameters.interface2.guestMacText = L"";
-    EXPECT_FALSE(CheckParameters(parameters, host.network));
+    EXPECT_FALSE(CheckParameters(parameters, host.network, host.library));
     EXPECT_EQ(parameters.interface2.guestMacText, GeneratedMac(host, {10, 1, 2, 222}));
     // The second interface may do without an address, as long as its MAC is given.
     parameters.interface2.guestIpText = L"";
-    EXPECT_FALSE(CheckParameters(parameters, host.network));
+    EXPECT_FALSE(CheckParameters(parameters, host.network, host.library));
     parameters.interface2.guestMacText = L"";
-    EXPECT_EQ(CheckParameters(parameters, host.network)->text, kBadMac);
+    EXPECT_EQ(CheckParameters(parameters, host.network, host.library)->text, kBadMac);
     EXPECT_EQ(host.TakeAssertions(), 1) << "nothing to generate the MAC from";
 }
 
@@ -66,7 +66,7 @@ TEST_F(ParametersCheck, NamesTheFieldAndTheReason) {
         for (const int index : {0, 1}) {
             parameters = Good();
             (index == 0 ? parameters.interface1 : parameters.interface2) = entered;
-            const auto refusal = CheckParameters(parameters, host.network);
+            const auto refusal = CheckParameters(parameters, host.network, host.library);
             ASSERT_TRUE(refusal.has_value()) << ToUtf8(text) << " interface " << index + 1;
             EXPECT_TRUE(refusal->interfaceIndex == index && refusal->field == field && refusal->text == text);
             const bool ip = field == Field::GuestIp || field == Field::AdapterIp;
@@ -80,25 +80,25 @@ TEST_F(ParametersCheck, TheOrder) {
     parameters.interface1 = parameters.interface2 = {false, L"", L"x", L"x", L""};
     for (InterfaceParameters* p : {&parameters.interface1, &parameters.interface2}) {
         p->guestIpText = p == &parameters.interface1 ? L"" : L"x"; // only the second one may be empty
-        EXPECT_EQ(CheckParameters(parameters, host.network)->field, ParameterField::GuestIp);
+        EXPECT_EQ(CheckParameters(parameters, host.network, host.library)->field, ParameterField::GuestIp);
         p->guestIpText = L"10.1.2.5";
-        EXPECT_EQ(CheckParameters(parameters, host.network)->field, ParameterField::GuestMac);
+        EXPECT_EQ(CheckParameters(parameters, host.network, host.library)->field, ParameterField::GuestMac);
         p->guestMacText = L"";
-        EXPECT_EQ(CheckParameters(parameters, host.network)->field, ParameterField::AdapterIp);
+        EXPECT_EQ(CheckParameters(parameters, host.network, host.library)->field, ParameterField::AdapterIp);
         p->adapterIpText = L"10.1.2.3";
     }
-    EXPECT_FALSE(CheckParameters(parameters, host.network));
+    EXPECT_FALSE(CheckParameters(parameters, host.network, host.library));
 }
 
 TEST_F(ParametersCheck, WithoutTheSecondInterfaceItsTextsAreEmptiedUnchecked) {
     InterfaceParameters& second = parameters.interface2 = {true, L"x", L"x", L"x", L"x"};
     parameters.useTwoInterfaces = false;
-    EXPECT_FALSE(CheckParameters(parameters, host.network));
+    EXPECT_FALSE(CheckParameters(parameters, host.network, host.library));
     EXPECT_TRUE(second.tapMode) << "its mode is kept";
     EXPECT_EQ(second.guestIpText + second.guestMacText + second.adapterIpText + second.adapterMacText, L"");
     second.guestIpText = L"x";
     parameters.interface1.guestIpText = L"";
-    EXPECT_TRUE(CheckParameters(parameters, host.network));
+    EXPECT_TRUE(CheckParameters(parameters, host.network, host.library));
     EXPECT_EQ(second.guestIpText, L"x") << "nothing is touched when the first interface is refused";
 }
 

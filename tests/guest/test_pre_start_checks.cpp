@@ -40,7 +40,7 @@ protected:
     std::string Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers,
                       const wchar_t* guestIp = nullptr) {
         m_tables.networkParameters.forwardsPackets = forwarding;
-        HostNetwork host({m_tables, m_adapters}, m_library);
+        HostNetwork host(SourcesOf(m_tables, m_adapters, m_library));
         host.InitGlobals();
         if (gateway) {
             host.SetDefaultGateway(Ipv4Address(10, 1, 2, 254), MacAddress({2, 0, 0, 0, 0, 1}));
@@ -117,7 +117,7 @@ TEST_F(PreStartChecksTest, TheSecondInterfaceIsPreparedAndCheckedLikeTheFirst) {
 
 TEST_F(PreStartChecksTest, WhatWasDerivedForOneAdapterIsNotKeptForAnother) {
     m_tables.AddAddress(Ipv4Address(172, 16, 2, 3), Ipv4Address(255, 255, 0, 0), 2);
-    HostNetwork host({m_tables, m_adapters}, m_library);
+    HostNetwork host(SourcesOf(m_tables, m_adapters, m_library));
     host.InitGlobals();
     host.SetDefaultGateway(Ipv4Address(10, 1, 2, 254), MacAddress({2, 0, 0, 0, 0, 1}));
     MemoryProfile profile;

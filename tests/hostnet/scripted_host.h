@@ -11,6 +11,7 @@
 #include "core/debug_output.h"
 #include "hostnet/host_network.h"
 #include "support/scripted_library.h"
+#include "wrenlib/text.h"
 #include "wrenlib/trace.h"
 #include "wrenpack/scripted_wrenpack.h"
 
@@ -58,6 +59,11 @@ inline constexpr char kMacTextA[] = "02-00-00-00-00-0A";
 inline constexpr char kMacTextB[] = "02-00-00-00-00-0B";
 inline constexpr Ipv4Address kMask24(255, 255, 255, 0);
 
+// The sources of a host whose default adapter is the library's.
+inline HostSources SourcesOf(HostTables& tables, WrenPackLibrary& adapters, VnetxLibrary& library) {
+    return {tables, adapters, [&library] { return ToWide(library.GetDefaultIface()); }};
+}
+
 // All of it together, and the lines of the debug trace meanwhile.
 class ScriptedHost {
 public:
@@ -81,7 +87,7 @@ public:
     ScriptedTables tables;
     ScriptedWrenPack adapters;
     ScriptedLibrary library;
-    HostNetwork network{{tables, adapters}, library};
+    HostNetwork network{SourcesOf(tables, adapters, library)};
 
 private:
     std::mutex m_lock;

@@ -146,7 +146,7 @@ TEST(SimHost, PutsItselfBehindTheRealHostAndAnswersForItsLanOnly) {
     ScriptedHost real;
     SimHostTables simTables{real.tables};
     SimWrenPack simAdapters{real.adapters};
-    HostNetwork host{{simTables, simAdapters}, real.library};
+    HostNetwork host{SourcesOf(simTables, simAdapters, real.library)};
     real.library.defaultInterface = "02:56:4E:12:00:01";
     real.tables.AddRoute({}, {}, {10, 0, 0, 254}, 1);
     real.adapters.entries = {MakeAdapter(L"a", kMacA, {10, 0, 0, 1}, kMask24)};

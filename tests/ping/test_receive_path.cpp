@@ -33,8 +33,8 @@ protected:
     RunSettings m_run;
     QuietHost m_host{m_library};
     PacketWriter m_writer{m_library, m_host.network};
-    PingTest m_pingTest{m_writer, m_run, m_view};
-    ReceivePath m_path{m_writer, m_run, m_pingTest};
+    PingTest m_pingTest{m_library, m_writer, m_run, m_view};
+    ReceivePath m_path{m_library, m_writer, m_run, m_pingTest};
 };
 
 // A packet in which everything is wrong is mended step by step. Each reason on its own, and other types of

@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "core/debug_output.h"
+#include "core/interface_helpers.h"
 #include "core/output_channel.h"
 #include "core/view_port.h"
 #include "hostnet/scripted_host.h"
+#include "settings/derived_address.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -44,6 +46,15 @@ public:
         return count;
     }
 
+    // What a guest's addresses are derived from on this host.
+    AddressSources Sources() {
+        AddressSources sources{.guestMac = [this](Ipv4Address ip) { return GuestMacOf(library, ip); }};
+        if (const HostAdapter* const adapter = network.DefaultAdapter()) {
+            sources.defaultAdapter = {adapter->address, adapter->mask};
+        }
+        return sources;
+    }
+
 private:
     void PostViewMessage(ViewMessage) override {}
 
@@ -52,9 +63,7 @@ private:
 
 // The text of the MAC that the host's library makes of a guest's address.
 inline std::wstring GeneratedMac(TestHost& host, Ipv4Address ip) {
-    std::array<std::uint8_t, 6> mac{};
-    host.library.BuildVantIfaceMac(mac.data(), ip.Bytes().data());
-    return FormatMACAddr(MacAddress(mac));
+    return FormatMACAddr(GuestMacOf(host.library, ip));
 }
 
 } // namespace vnxtest

@@ -10,7 +10,7 @@ namespace {
 class SettingsTest : public testing::Test {
 protected:
     // Loads as the first start of a run does.
-    void Load(TestHost& from) { Settings(profile).LoadInterfaceSettings(first, second, from.network); }
+    void Load(TestHost& from) { Settings(profile).LoadInterfaceSettings(first, second, from.Sources()); }
 
     TestHost host{{{{10, 1, 2, 3}, kMask24}}};
     MemoryProfile profile;
@@ -87,10 +87,10 @@ TEST_F(SettingsTest, TextsThatDoNotParseAreAssertionsAndTheRestIsConverted) {
 
 TEST_F(SettingsTest, WhatIsStoredComesBackAndIsReadOncePerRun) {
     Settings settings(profile);
-    settings.LoadInterfaceSettings(first, second, host.network);
+    settings.LoadInterfaceSettings(first, second, host.Sources());
     first.guestMacText = L"M1";
     second.adapterMacText = L"M2";
-    settings.LoadInterfaceSettings(first, second, host.network);
+    settings.LoadInterfaceSettings(first, second, host.Sources());
     settings.StoreInterfaceSettings(first, second);
     PingPlan ping;
     settings.LoadPingSettings(ping);

@@ -14,7 +14,7 @@ using QuietAdapters = ScriptedWrenPack;
 
 // The engine's host with one library and nothing else.
 struct QuietHost {
-    explicit QuietHost(VnetxLibrary& library) : network({tables, adapters}, library) {}
+    explicit QuietHost(VnetxLibrary& library) : network(SourcesOf(tables, adapters, library)) {}
     QuietTables tables;
     QuietAdapters adapters;
     HostNetwork network;

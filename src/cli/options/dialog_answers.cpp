@@ -1,9 +1,7 @@
 #include "cli/options/dialog_answers.h"
 
-#include <array>
-
 #include "cli/report/adapter_list.h"
-#include "guest/parameters_check.h"
+#include "core/interface_helpers.h"
 #include "settings/derived_address.h"
 #include "settings/profile_names.h"
 #include "wrenlib/format.h"
@@ -20,14 +18,9 @@ std::wstring WithAdapters(const std::wstring& text, const HostNetwork& host) {
 }
 
 // The MAC address made from the guest address `text`; empty if that is not one.
-std::wstring GeneratedMac(const std::wstring& text, const HostNetwork& host) {
+std::wstring GeneratedMac(const std::wstring& text, VnetxLibrary& library) {
     const auto ip = ParseIPAddress(text);
-    if (!ip) {
-        return {};
-    }
-    std::array<std::uint8_t, 6> mac{};
-    host.Library().BuildVantIfaceMac(mac.data(), ip->Bytes().data());
-    return FormatMACAddr(MacAddress(mac));
+    return ip ? FormatMACAddr(GuestMacOf(library, *ip)) : L"";
 }
 
 // The adapter that the texts name; null if none.
@@ -42,14 +35,15 @@ bool IsInSubnet(const std::wstring& text, const HostAdapter& adapter) {
 
 class InterfaceAnswer {
 public:
-    InterfaceAnswer(const Options& options, const HostNetwork& host, Profile& profile, std::size_t index)
-        : m_options(options), m_given(index == 0 ? options.interface1 : options.interface2), m_host(host),
-          m_profile(profile), m_index(index), m_suffix(kSuffixes[index]) {}
+    InterfaceAnswer(const Options& options, const AnswerSources& sources, std::size_t index)
+        : m_options(options), m_given(index == 0 ? options.interface1 : options.interface2),
+          m_host(sources.host), m_library(sources.library), m_profile(sources.profile), m_index(index),
+          m_suffix(kSuffixes[index]) {}
 
     std::optional<std::wstring> Apply(InterfaceParameters& texts, std::vector<std::wstring>& notes) {
         texts.tapMode = m_given.tapMode.value_or(texts.tapMode);
         // A generated MAC address follows the guest's address.
-        const bool macIsGenerated = texts.guestMacText == GeneratedMac(texts.guestIpText, m_host);
+        const bool macIsGenerated = texts.guestMacText == GeneratedMac(texts.guestIpText, m_library);
         const std::wstring guestIpBefore = texts.guestIpText;
         if (m_given.adapter) {
             if (auto refusal = ApplyAdapter(texts, notes)) {
@@ -71,9 +65,9 @@ private:
         if (adapter == nullptr) {
             const wchar_t* reason = L"No such host adapter exists with this name.";
             if (ParseIPAddress(*m_given.adapter)) {
-                reason = L"No such host adapter exists with this IP address.";
+                reason = kNoAdapterWithIp;
             } else if (ParseMACAddress(*m_given.adapter)) {
-                reason = L"No such host adapter exists with this MAC address.";
+                reason = kNoAdapterWithMac;
             }
             return WithAdapters(
                 Sprintf(L"--adapter%s %s: %s There are:", m_suffix, *m_given.adapter, std::wstring(reason)),
@@ -119,6 +113,7 @@ private:
     const Options& m_options;
     const InterfaceOptions& m_given;
     const HostNetwork& m_host;
+    VnetxLibrary& m_library;
     Profile& m_profile;
     const std::size_t m_index;
     const std::wstring m_suffix;
@@ -152,19 +147,18 @@ std::uint32_t InRange(std::uint32_t value, const NumberRange& range, std::wstrin
 
 } // namespace
 
-DialogAnswer AnswerParameters(const Options& options, const HostNetwork& host, Profile& profile,
+DialogAnswer AnswerParameters(const Options& options, const AnswerSources& sources,
                               GuestParameters& parameters) {
     DialogAnswer answer;
     parameters.useTwoInterfaces = options.UsesTwoInterfaces();
     parameters.store = options.save;
-    answer.refusal = InterfaceAnswer(options, host, profile, 0).Apply(parameters.interface1, answer.notes);
+    answer.refusal = InterfaceAnswer(options, sources, 0).Apply(parameters.interface1, answer.notes);
     if (!answer.refusal && parameters.useTwoInterfaces) {
-        answer.refusal =
-            InterfaceAnswer(options, host, profile, 1).Apply(parameters.interface2, answer.notes);
+        answer.refusal = InterfaceAnswer(options, sources, 1).Apply(parameters.interface2, answer.notes);
     }
     if (!answer.refusal) {
-        if (const auto refusal = CheckParameters(parameters, host)) {
-            answer.refusal = DescribeRefusal(*refusal, host);
+        if (const auto refusal = CheckParameters(parameters, sources.host, sources.library)) {
+            answer.refusal = DescribeRefusal(*refusal, sources.host);
         }
     }
     return answer;

@@ -9,11 +9,17 @@
 #include <vector>
 
 #include "cli/options/options.h"
-#include "guest/front_end.h"
-#include "hostnet/host_network.h"
+#include "guest/parameters_check.h"
 #include "platform/files/profile.h"
 
 namespace vnxtest {
+
+// What the answers are made from, beside the command line.
+struct AnswerSources {
+    const HostNetwork& host;
+    VnetxLibrary& library;
+    Profile& profile;
+};
 
 struct DialogAnswer {
     std::optional<std::wstring> refusal;
@@ -23,7 +29,7 @@ struct DialogAnswer {
 // The parameters dialog: `parameters` holds the profile's values and their derived defaults; the command
 // line's replace them, checked and completed. An adapter of the command line gets a guest address of its
 // own subnet if none was given.
-DialogAnswer AnswerParameters(const Options& options, const HostNetwork& host, Profile& profile,
+DialogAnswer AnswerParameters(const Options& options, const AnswerSources& sources,
                               GuestParameters& parameters);
 
 // The ping-who dialog; `address` is the resolved target of the command line. A number of the profile that

@@ -111,9 +111,10 @@ std::wstring TextOf(const IpAddressCtrl& control) {
 
 } // namespace
 
-CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestParameters& parameters)
+CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, VnetxLibrary& library,
+                               GuestParameters& parameters)
     : CHelpButtonDlg(parent, wxID_ANY, wxString(kProductName) + " Parameters"), m_host(host),
-      m_parameters(parameters) {
+      m_library(library), m_parameters(parameters) {
     SetUpHelp(kHelp);
     const int gap = Gap(*this);
     auto* const content = MakeChild<wxBoxSizer>(wxVERTICAL);
@@ -265,7 +266,7 @@ bool CParametersDlg::Validate() {
     m_confirmed.interface1 = Read(m_interfaces[0]);
     m_confirmed.interface2 = Read(m_interfaces[1]);
     m_confirmed.useTwoInterfaces = m_useTwo->GetValue();
-    const auto refusal = CheckParameters(m_confirmed, m_host);
+    const auto refusal = CheckParameters(m_confirmed, m_host, m_library);
     return !refusal || ErrorBalloon(ControlOf(*refusal), refusal->title, refusal->text);
 }
 

@@ -20,7 +20,8 @@ class MacEntryCtrl;
 class CParametersDlg final : public CHelpButtonDlg {
 public:
     // `parameters` holds the values to show; OK puts the confirmed ones there, Cancel leaves it alone.
-    CParametersDlg(wxWindow* parent, const HostNetwork& host, GuestParameters& parameters);
+    CParametersDlg(wxWindow* parent, const HostNetwork& host, VnetxLibrary& library,
+                   GuestParameters& parameters);
 
 protected:
     bool TransferDataToWindow() override;
@@ -50,6 +51,7 @@ private:
     wxWindow* ControlOf(const ParameterRefusal& refusal) const;
 
     const HostNetwork& m_host;
+    VnetxLibrary& m_library;
     GuestParameters& m_parameters;
     GuestParameters m_confirmed;
     std::array<InterfaceControls, 2> m_interfaces;

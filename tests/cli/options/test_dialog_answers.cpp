@@ -21,13 +21,13 @@ protected:
     DialogAnswer Answer(Options options) {
         options.command = Command::Run;
         INTERFACE_INFO interface1, interface2;
-        Settings(profile).LoadInterfaceSettings(interface1, interface2, host.network);
+        Settings(profile).LoadInterfaceSettings(interface1, interface2, host.Sources());
         const auto texts = [](const INTERFACE_INFO& info) {
             return InterfaceParameters{info.tapMode, info.guestIpText, info.guestMacText, info.adapterIpText,
                                        info.adapterMacText};
         };
         parameters = GuestParameters{texts(interface1), texts(interface2)};
-        return AnswerParameters(options, host.network, profile, parameters);
+        return AnswerParameters(options, {host.network, host.library, profile}, parameters);
     }
     // The guest's address of the first interface that an accepted answer leads
     // to.
