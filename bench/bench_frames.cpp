@@ -4,22 +4,18 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include "core/debug_output.h"
 #include "core/output_channel.h"
-#include "hostnet/host_network.h"
 #include "null_library.h"
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
 #include "packets/ipv4_packet.h"
 #include "ping/ping_test.h"
 #include "ping/receive_path.h"
-#include "platform/network/host_tables.h"
-#include "wrenpack/wrenpack.h"
 
 namespace vnxtest {
 
@@ -39,20 +35,21 @@ public:
 class Bench {
 public:
     explicit Bench(bool tapMode)
-        : m_tables(MakeHostTables()), m_adapters(MakeWrenPackLibrary()), m_output(m_view),
-          m_host({*m_tables, *m_adapters}, m_library), m_writer(m_library, m_host),
-          m_pingTest(m_writer, m_run, m_view), m_path(m_writer, m_run, m_pingTest) {
+        : m_output(m_view), m_writer(m_library, [](Ipv4Address) { return Ipv4Address(); }),
+          m_pingTest(m_library, m_writer, m_run, m_view), m_path(m_library, m_writer, m_run, m_pingTest) {
         m_output.Attach();
         RegisterDebugOutput(m_library);
-        m_info.handle = 1;
-        m_info.name = L"bench0";
-        m_info.tapMode = tapMode;
-        m_info.guestIp = kGuestIp;
-        m_info.guestMac = kGuestMac;
-        m_info.adapterIp = Ipv4Address{10, 77, 0, 1};
-        m_info.adapterMac = kPeerMac;
-        m_info.netMask = Ipv4Address{255, 255, 255, 0};
-        m_info.addressesKnown = true;
+        m_info.open.Open(m_library, "10.77.0.1", VNETX_OPEN_READ_WRITE);
+        m_info.open.SetName(L"bench0");
+        m_info.open.Publish();
+        m_info.asked.tapMode = tapMode;
+        InterfaceAddresses& addresses = m_info.addresses;
+        addresses.guestIp = kGuestIp;
+        addresses.guestMac = kGuestMac;
+        addresses.adapterIp = Ipv4Address{10, 77, 0, 1};
+        addresses.adapterMac = kPeerMac;
+        addresses.netMask = Ipv4Address{255, 255, 255, 0};
+        addresses.adapterKnown = true;
     }
     ~Bench() { UnregisterDebugOutput(); }
     Bench(const Bench&) = delete;
@@ -70,10 +67,7 @@ public:
 private:
     SilentView m_view;
     NullLibrary m_library;
-    std::unique_ptr<HostTables> m_tables;
-    std::unique_ptr<WrenPackLibrary> m_adapters;
     OutputChannel m_output;
-    HostNetwork m_host;
     RunSettings m_run;
     PacketWriter m_writer;
     PingTest m_pingTest;

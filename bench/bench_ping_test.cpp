@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -19,14 +18,11 @@
 
 #include "core/debug_output.h"
 #include "core/output_channel.h"
-#include "hostnet/host_network.h"
 #include "null_library.h"
 #include "packets/icmp_echo.h"
 #include "packets/ipv4_packet.h"
 #include "ping/ping_test.h"
 #include "ping/receive_path.h"
-#include "platform/network/host_tables.h"
-#include "wrenpack/wrenpack.h"
 
 namespace vnxtest {
 
@@ -97,20 +93,18 @@ double Seconds(clockid_t clock) {
 static void PingTestWithOutstanding(benchmark::State& state) {
     SilentView view;
     HoldingLibrary library;
-    const std::unique_ptr<HostTables> tables = MakeHostTables();
-    const std::unique_ptr<WrenPackLibrary> adapters = MakeWrenPackLibrary();
     OutputChannel output(view);
-    HostNetwork host({*tables, *adapters}, library);
     const RunSettings run;
-    PacketWriter writer(library, host);
-    PingTest test(writer, run, view);
-    ReceivePath path(writer, run, test);
+    PacketWriter writer(library, [](Ipv4Address) { return Ipv4Address(); });
+    PingTest test(library, writer, run, view);
+    ReceivePath path(library, writer, run, test);
     output.Attach();
     RegisterDebugOutput(library);
     INTERFACE_INFO info;
-    info.handle = 1;
-    info.name = L"bench0";
-    info.guestIp = kGuestIp;
+    info.open.Open(library, "10.77.0.1", VNETX_OPEN_READ_WRITE);
+    info.open.SetName(L"bench0");
+    info.open.Publish();
+    info.addresses.guestIp = kGuestIp;
     PingPlan plan;
     plan.target = kPeerIp;
     plan.dataSize = 8;

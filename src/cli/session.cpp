@@ -395,7 +395,7 @@ void Session::StopGuest() {
     m_guest->StopGuest();
     Drain();
     for (int index = 0; index < InterfacesWanted(); ++index) {
-        if (const std::wstring note = DescribeDroppedFrames(m_guest->Interface(index), index);
+        if (const std::wstring note = DescribeDroppedFrames(m_guest->Interface(index).counted, index);
             !note.empty()) {
             Complain(note);
         }
@@ -495,7 +495,7 @@ int Session::Finish(int status) {
         results.problem = m_problem;
         for (std::size_t index = 0; m_guestStarted && index < results.interfaces.size(); ++index) {
             const INTERFACE_INFO& info = m_guest->Interface(static_cast<int>(index));
-            results.interfaces[index] = info.NamesAdapter() ? &info : nullptr;
+            results.interfaces[index] = info.asked.NamesAdapter() ? &info : nullptr;
         }
         results.ping = m_pingStarted ? &m_guest->Ping().Result() : nullptr;
         if (!SaveJson(RunResultsJson(results), L"The results cannot be saved: ")) {

@@ -16,7 +16,7 @@ struct ReceivedArp {
 };
 
 // The frame as a request of this kind that the guest may have to answer, or nullopt.
-std::optional<ReceivedArp> AcceptRequest(const INTERFACE_INFO& info, std::span<std::uint8_t> frame,
+std::optional<ReceivedArp> AcceptRequest(const InterfaceAddresses& guest, std::span<std::uint8_t> frame,
                                          std::uint16_t etherType, ArpOperation operation) {
     if (frame.size() < kArpFrameLength) {
         return std::nullopt;
@@ -28,7 +28,7 @@ std::optional<ReceivedArp> AcceptRequest(const INTERFACE_INFO& info, std::span<s
         return std::nullopt;
     }
     const MacAddress destination = ethernet->Destination();
-    if (destination != info.guestMac && !destination.IsGroup()) {
+    if (destination != guest.guestMac && !destination.IsGroup()) {
         return std::nullopt;
     }
     return ReceivedArp{*ethernet, *arp};
@@ -36,37 +36,39 @@ std::optional<ReceivedArp> AcceptRequest(const INTERFACE_INFO& info, std::span<s
 
 } // namespace
 
-bool HandleTapARPPacket(const INTERFACE_INFO& info, std::span<std::uint8_t> frame) {
-    auto request = AcceptRequest(info, frame, kEtherTypeArp, ArpOperation::Request);
-    if (!request || request->arp.TargetProtocolAddress() != info.guestIp) {
+bool HandleTapARPPacket(const InterfaceAddresses& guest, const std::wstring& name,
+                        std::span<std::uint8_t> frame) {
+    auto request = AcceptRequest(guest, frame, kEtherTypeArp, ArpOperation::Request);
+    if (!request || request->arp.TargetProtocolAddress() != guest.guestIp) {
         return false;
     }
     ArpView& arp = request->arp;
     request->ethernet.SetDestination(arp.SenderHardwareAddress());
-    request->ethernet.SetSource(info.guestMac);
+    request->ethernet.SetSource(guest.guestMac);
     arp.SetOperation(ArpOperation::Reply);
     arp.SetTargetHardwareAddress(arp.SenderHardwareAddress());
     arp.SetTargetProtocolAddress(arp.SenderProtocolAddress());
-    arp.SetSenderHardwareAddress(info.guestMac);
-    arp.SetSenderProtocolAddress(info.guestIp);
-    LogMsg(L"** CVNXTestView(%s)::HandleTapARPPacket: WRITING ARP response...\n", info.name);
+    arp.SetSenderHardwareAddress(guest.guestMac);
+    arp.SetSenderProtocolAddress(guest.guestIp);
+    LogMsg(L"** CVNXTestView(%s)::HandleTapARPPacket: WRITING ARP response...\n", name);
     return true;
 }
 
-bool HandleTapRARPPacket(const INTERFACE_INFO& info, std::span<std::uint8_t> frame) {
-    auto request = AcceptRequest(info, frame, kEtherTypeRarp, ArpOperation::ReverseRequest);
-    if (!request || request->arp.TargetHardwareAddress() != info.guestMac) {
+bool HandleTapRARPPacket(const InterfaceAddresses& guest, const std::wstring& name,
+                         std::span<std::uint8_t> frame) {
+    auto request = AcceptRequest(guest, frame, kEtherTypeRarp, ArpOperation::ReverseRequest);
+    if (!request || request->arp.TargetHardwareAddress() != guest.guestMac) {
         return false;
     }
     // The guest names itself as its own RARP server: both protocol addresses carry its IP.
     ArpView& arp = request->arp;
     request->ethernet.SetDestination(arp.SenderHardwareAddress());
-    request->ethernet.SetSource(info.guestMac);
+    request->ethernet.SetSource(guest.guestMac);
     arp.SetOperation(ArpOperation::ReverseReply);
-    arp.SetSenderHardwareAddress(info.guestMac);
-    arp.SetSenderProtocolAddress(info.guestIp);
-    arp.SetTargetProtocolAddress(info.guestIp);
-    LogMsg(L"** CVNXTestView(%s)::HandleTapRARPPacket: WRITING RARP response...\n", info.name);
+    arp.SetSenderHardwareAddress(guest.guestMac);
+    arp.SetSenderProtocolAddress(guest.guestIp);
+    arp.SetTargetProtocolAddress(guest.guestIp);
+    LogMsg(L"** CVNXTestView(%s)::HandleTapRARPPacket: WRITING RARP response...\n", name);
     return true;
 }
 

@@ -6,14 +6,17 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
-#include "core/interface_info.h"
+#include "core/interface_addresses.h"
 
 namespace vnxtest {
 
-// `frame` is the whole Ethernet frame as it was read. True if its first 42 bytes (kArpFrameLength) are now
-// the reply to be written, which a line has announced.
-bool HandleTapARPPacket(const INTERFACE_INFO& info, std::span<std::uint8_t> frame);
-bool HandleTapRARPPacket(const INTERFACE_INFO& info, std::span<std::uint8_t> frame);
+// `frame` is the whole Ethernet frame as it was read from the interface `name`. True if its first 42 bytes
+// (kArpFrameLength) are now the reply to be written, which a line has announced.
+bool HandleTapARPPacket(const InterfaceAddresses& guest, const std::wstring& name,
+                        std::span<std::uint8_t> frame);
+bool HandleTapRARPPacket(const InterfaceAddresses& guest, const std::wstring& name,
+                         std::span<std::uint8_t> frame);
 
 } // namespace vnxtest

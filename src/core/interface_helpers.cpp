@@ -64,14 +64,14 @@ std::int32_t SetAddress(VnetxLibrary& library, std::int32_t handle, const wchar_
 // Issues a query for the interface of `info`; false on failure, reported with `failureMessage`.
 bool Query(VnetxLibrary& library, std::int32_t handle, const INTERFACE_INFO& info, std::uint32_t code,
            const wchar_t* failureMessage, VnetxInterfaceRequest& request) {
-    Verify(!info.name.empty());
+    Verify(!info.open.Name().empty());
     request = {};
-    SetRequestName(request, info.name.c_str());
+    SetRequestName(request, info.open.Name().c_str());
     if (library.Ioctl(handle, code, &request) == 0) {
         return true;
     }
     const SavedErrors& saved = SaveErrors();
-    LogMsg(failureMessage, info.name, saved.errnoValue, StrError(saved.errnoValue));
+    LogMsg(failureMessage, info.open.Name(), saved.errnoValue, StrError(saved.errnoValue));
     RestoreSavedErrors();
     return false;
 }
@@ -174,7 +174,7 @@ bool GetInterfaceMACAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_I
         return false;
     }
     Verify(request.u.hardware.family == VNETX_ARPHRD_ETHER);
-    info.guestMac = MacIn(request);
+    info.addresses.guestMac = MacIn(request);
     return true;
 }
 
@@ -184,8 +184,8 @@ bool GetAdapterIPAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_INFO
                request)) {
         return false;
     }
-    info.adapterIp = Ipv4In(request);
-    info.adapterIpText = FormatIPAddr(info.adapterIp);
+    info.addresses.adapterIp = Ipv4In(request);
+    info.asked.adapterIpText = FormatIPAddr(info.addresses.adapterIp);
     return true;
 }
 

@@ -29,9 +29,9 @@ std::int32_t VNETX_SetMACAddr(VnetxLibrary& library, std::int32_t handle, const 
 std::int32_t VNETX_SetFlags(VnetxLibrary& library, std::int32_t handle, const wchar_t* name,
                             std::uint32_t flags);
 
-// Reads the interface's MAC address into info.guestMac, or its adapter's IPv4 address into
-// info.adapterIp and its text. The interface is the open `handle` under info.name. False on failure,
-// which is reported; errno and the last error are then those of the failure.
+// Reads the interface's MAC address into the record's guest MAC, or its adapter's IPv4 address into the
+// record's adapter IP and its text. The interface is the open `handle` under the record's name. False on
+// failure, which is reported; errno and the last error are then those of the failure.
 bool GetInterfaceMACAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_INFO& info);
 bool GetAdapterIPAddr(VnetxLibrary& library, std::int32_t handle, INTERFACE_INFO& info);
 

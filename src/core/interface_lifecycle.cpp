@@ -37,7 +37,7 @@ private:
     bool Check(std::int32_t result, std::wstring_view what) { return result == 0 || Fail(what); }
     std::int32_t RequestValue(std::uint32_t request, std::uint32_t value, bool withName);
     std::int32_t CloseExit();
-    const wchar_t* Name() const { return m_info.name.c_str(); }
+    const wchar_t* Name() const { return m_info.open.Name().c_str(); }
 
     INTERFACE_INFO& m_info;
     VnetxLibrary& m_library;
@@ -48,8 +48,9 @@ private:
 
 bool InterfaceCreator::Fail(std::wstring_view what) {
     const SavedErrors& saved = SaveErrors();
-    LogMsg(L"** CreateInterface(%s): %s failed; errno=%d: %s\n", m_info.name.empty() ? m_device : m_info.name,
-           std::wstring(what), saved.errnoValue, StrError(saved.errnoValue));
+    LogMsg(L"** CreateInterface(%s): %s failed; errno=%d: %s\n",
+           m_info.open.Name().empty() ? m_device : m_info.open.Name(), std::wstring(what), saved.errnoValue,
+           StrError(saved.errnoValue));
     return false;
 }
 
@@ -63,12 +64,12 @@ std::int32_t InterfaceCreator::RequestValue(std::uint32_t request, std::uint32_t
 }
 
 bool InterfaceCreator::OpenDevice() {
-    m_device = !m_info.adapterIpText.empty() ? m_info.adapterIpText : m_info.adapterMacText;
+    m_device = !m_info.asked.adapterIpText.empty() ? m_info.asked.adapterIpText : m_info.asked.adapterMacText;
     std::int32_t flags = VNETX_OPEN_READ_WRITE;
     if (m_settings.socketNotifyMode) {
         flags |= VNETX_OPEN_SOCKET_NOTIFY;
     }
-    m_handle = m_library.Open(ToNarrow(m_device).c_str(), flags);
+    m_handle = m_info.open.Open(m_library, ToNarrow(m_device).c_str(), flags);
     return m_handle >= 0 || Fail(L"vnetx32_open");
 }
 
@@ -80,7 +81,7 @@ bool InterfaceCreator::SetDebugFlags() {
 bool InterfaceCreator::SetInterfaceType() {
     VnetxInterfaceRequest record{};
     const auto flags =
-        static_cast<std::uint16_t>((m_info.tapMode ? VNETX_IFF_TAP : VNETX_IFF_TUN) | VNETX_IFF_NO_PI);
+        static_cast<std::uint16_t>((m_info.asked.tapMode ? VNETX_IFF_TAP : VNETX_IFF_TUN) | VNETX_IFF_NO_PI);
     record.u.flags = flags;
     std::int32_t result = m_library.Ioctl(m_handle, VNETX_TUNSETIFF, &record);
     if (result != 0 && errno == EINVAL) {
@@ -93,11 +94,8 @@ bool InterfaceCreator::SetInterfaceType() {
         return Fail(L"vnetx32_ioctl(TUNSETIFF)");
     }
     record.name[VNETX_NAME_SIZE - 1] = '\0';
-    {
-        const std::lock_guard lock(m_info.addressLock);
-        m_info.name = ToWide(record.name);
-    }
-    if (m_info.name.empty()) {
+    m_info.open.SetName(ToWide(record.name));
+    if (m_info.open.Name().empty()) {
         LogMsg(L"** CreateInterface(%s): interface name is empty!\n", m_device);
         return false;
     }
@@ -106,38 +104,39 @@ bool InterfaceCreator::SetInterfaceType() {
 }
 
 bool InterfaceCreator::SetAddresses() {
-    if (!m_info.adapterIpText.empty() &&
-        !Check(VNETX_SetIPAddr(m_library, m_handle, Name(), m_info.adapterIpText.c_str()),
+    if (!m_info.asked.adapterIpText.empty() &&
+        !Check(VNETX_SetIPAddr(m_library, m_handle, Name(), m_info.asked.adapterIpText.c_str()),
                L"VNETX_SetIPAddr")) {
         return false;
     }
-    if (m_info.guestIpText.empty()) {
+    if (m_info.asked.guestIpText.empty()) {
         LogMsg(L"** CreateInterface(%s): interface IP address is empty!\n", m_device);
         return false;
     }
-    if (!Check(VNETX_SetDestAddr(m_library, m_handle, Name(), m_info.guestIpText.c_str()),
+    if (!Check(VNETX_SetDestAddr(m_library, m_handle, Name(), m_info.asked.guestIpText.c_str()),
                L"VNETX_SetDestAddr")) {
         return false;
     }
-    const std::wstring mask = m_info.inAdapterSubnet ? FormatIPAddr(m_info.netMask) : L"255.255.255.255";
+    const std::wstring mask =
+        m_info.addresses.inAdapterSubnet ? FormatIPAddr(m_info.addresses.netMask) : L"255.255.255.255";
     if (!Check(VNETX_SetNetMask(m_library, m_handle, Name(), mask.c_str()), L"VNETX_SetNetMask")) {
         return false;
     }
-    return m_info.broadcastText.empty() ||
-           Check(VNETX_SetBcastAddr(m_library, m_handle, Name(), m_info.broadcastText.c_str()),
+    return m_info.addresses.broadcastText.empty() ||
+           Check(VNETX_SetBcastAddr(m_library, m_handle, Name(), m_info.addresses.broadcastText.c_str()),
                  L"VNETX_SetBcastAddr");
 }
 
 bool InterfaceCreator::SetMacAddress() {
-    if (m_info.guestMacText.empty()) {
+    if (m_info.asked.guestMacText.empty()) {
         return GetInterfaceMACAddr(m_library, m_handle, m_info) || Fail(L"GetInterfaceMACAddr()");
     }
-    if (VNETX_SetMACAddr(m_library, m_handle, Name(), m_info.guestMacText.c_str()) == 0) {
+    if (VNETX_SetMACAddr(m_library, m_handle, Name(), m_info.asked.guestMacText.c_str()) == 0) {
         return true;
     }
     const SavedErrors& saved = SaveErrors();
-    LogMsg(L"** CreateInterface(%s): VNETX_SetMACAddr(%s) failed; errno=%d: %s\n", m_info.name,
-           m_info.guestMacText, saved.errnoValue, StrError(saved.errnoValue));
+    LogMsg(L"** CreateInterface(%s): VNETX_SetMACAddr(%s) failed; errno=%d: %s\n", m_info.open.Name(),
+           m_info.asked.guestMacText, saved.errnoValue, StrError(saved.errnoValue));
     return false;
 }
 
@@ -154,8 +153,8 @@ bool InterfaceCreator::SetBuffers() {
 }
 
 bool InterfaceCreator::BringUp() {
-    LogMsg(L"*** Interface %s enabled/up... (ip=%s, mac=%s)\n\n", m_info.name, m_info.guestIpText,
-           m_info.guestMacText);
+    LogMsg(L"*** Interface %s enabled/up... (ip=%s, mac=%s)\n\n", m_info.open.Name(),
+           m_info.asked.guestIpText, m_info.asked.guestMacText);
     std::uint32_t flags = VNETX_IFF_UP;
     if (m_settings.debugMode) {
         flags |= VNETX_IFF_DEBUG;
@@ -165,25 +164,18 @@ bool InterfaceCreator::BringUp() {
 }
 
 std::int32_t InterfaceCreator::CloseExit() {
-    LogMsg(L"*** Interface %s closed... (ip=%s, mac=%s)\n", m_info.name, m_info.guestIpText,
-           m_info.guestMacText);
-    m_library.Close(m_handle);
+    LogMsg(L"*** Interface %s closed... (ip=%s, mac=%s)\n", m_info.open.Name(), m_info.asked.guestIpText,
+           m_info.asked.guestMacText);
+    m_info.open.Close();
     RestoreSavedErrors();
-    m_info.handle = -1;
     return -1;
 }
 
 std::int32_t InterfaceCreator::Run() {
-    {
-        const std::lock_guard lock(m_info.addressLock);
-        m_info.name.clear();
-    }
-    m_info.counters.Clear();
-    m_info.statisticsValid = false;
-    m_info.droppedByDriver.reset();
+    m_info.open.SetName({});
+    m_info.counted.Clear();
     if (!OpenDevice()) {
         RestoreSavedErrors();
-        m_info.handle = -1;
         return -1;
     }
     if (!SetDebugFlags() || !SetInterfaceType() || !SetAddresses() || !SetMacAddress() || !SetBuffers() ||
@@ -191,7 +183,7 @@ std::int32_t InterfaceCreator::Run() {
         return CloseExit();
     }
     // Published last: a writer that sees the handle sees everything that was set up above.
-    m_info.PublishHandle(m_handle);
+    m_info.open.Publish();
     return m_handle;
 }
 
@@ -206,12 +198,13 @@ std::int32_t CreateInterface(INTERFACE_INFO& info, VnetxLibrary& library, const 
 }
 
 void ReportStatisticsAndClose(INTERFACE_INFO& info, VnetxLibrary& library) {
-    const std::int32_t handle = info.handle.load();
+    const std::int32_t handle = info.open.Handle();
     VnetxStatistics statistics{};
     statistics.length = sizeof statistics;
-    info.statisticsValid = Verify(library.GetStats(handle, &statistics) == 0);
-    info.statistics = statistics;
-    info.droppedByDriver = library.DroppedByDriver(handle);
+    if (Verify(library.GetStats(handle, &statistics) == 0)) {
+        info.counted.statistics = statistics;
+    }
+    info.counted.droppedByDriver = library.DroppedByDriver(handle);
     const std::wstring text =
         Sprintf(L"*** Statistics for Interface %s:\n\n"
                 L"Size of Kernel Capture Buffer:   %5uK\n"
@@ -232,7 +225,7 @@ void ReportStatisticsAndClose(INTERFACE_INFO& info, VnetxLibrary& library) {
                 L"%9d  Packets From All Zeroes MAC Read\n"
                 L"%9d  Total Packets Read\n"
                 L"%9d  Total Bytes Read\n\n",
-                info.name, Kilobytes(statistics.kernelBufferSize), Kilobytes(statistics.ioBufferSize),
+                info.open.Name(), Kilobytes(statistics.kernelBufferSize), Kilobytes(statistics.ioBufferSize),
                 Kilobytes(statistics.maximumBytesReceived), statistics.writeCalls, statistics.writeIos,
                 statistics.toZeroMacWritten, statistics.fromZeroMacWritten, statistics.packetsWritten,
                 statistics.bytesWritten, statistics.readCalls, statistics.readIos, statistics.internalArps,
@@ -240,9 +233,9 @@ void ReportStatisticsAndClose(INTERFACE_INFO& info, VnetxLibrary& library) {
                 statistics.fromZeroMacRead, statistics.packetsRead, statistics.bytesRead);
     LogMsg(L"%s", text);
 
-    info.WithdrawHandle();
-    library.Close(handle);
-    LogMsg(L"** Interface %s closed... (ip=%s, mac=%s)\n", info.name, info.guestIpText, info.guestMacText);
+    info.open.Close();
+    LogMsg(L"** Interface %s closed... (ip=%s, mac=%s)\n", info.open.Name(), info.asked.guestIpText,
+           info.asked.guestMacText);
 }
 
 } // namespace vnxtest

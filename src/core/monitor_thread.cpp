@@ -83,7 +83,6 @@ void MonitorThread(MonitorContext context) {
     errno = 0;
 
     INTERFACE_INFO& info = context.info;
-    info.handle = -1;
     const std::int32_t handle = CreateInterface(info, context.library, context.settings);
     if (handle >= 0) {
         context.view.PostViewMessage(ViewMessage::InterfaceOpened);
@@ -92,7 +91,7 @@ void MonitorThread(MonitorContext context) {
                                                                : ReadUntilStopped(context, handle, buffer);
         if (!stopped) {
             const SavedErrors& saved = SaveErrors();
-            LogMsg(L"*** MonitorThread: interface %s vnetx32_read failed; errno=%d: %s\n", info.name,
+            LogMsg(L"*** MonitorThread: interface %s vnetx32_read failed; errno=%d: %s\n", info.open.Name(),
                    saved.errnoValue, StrError(saved.errnoValue));
         }
         ReportStatisticsAndClose(info, context.library);

@@ -24,7 +24,7 @@ constexpr ProceedQuestion kIpUnusable = {
     kTitle, L"Your guest IP cannot be a workstation's!", kContent,
     L"The IP address you defined for your virtual interface is reserved: it stands for this network, for this system itself, for a group or for everybody.\n\nNo other system will send packets to it, and the test is unlikely to succeed."};
 
-HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
+HostFacts FactsOf(const InterfaceAddresses& guest, const HostNetwork& host) {
     HostFacts facts;
     for (const HostAdapter& adapter : host.Adapters()) {
         facts.macs.push_back(adapter.mac);
@@ -34,7 +34,7 @@ HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
         }
     }
     if (host.Addresses()) {
-        const auto own = std::ranges::find(*host.Addresses(), info.adapterIp, &HostAddress::address);
+        const auto own = std::ranges::find(*host.Addresses(), guest.adapterIp, &HostAddress::address);
         for (const HostAddress& row : *host.Addresses()) {
             facts.addresses.push_back(row.address);
             // The adapter's further addresses, too, each with its subnet.
@@ -56,13 +56,13 @@ HostFacts FactsOf(const INTERFACE_INFO& info, const HostNetwork& host) {
 
 } // namespace
 
-std::optional<ProceedQuestion> QuestionBesideHost(const INTERFACE_INFO& info, const HostNetwork& host) {
-    const HostFacts facts = FactsOf(info, host);
+std::optional<ProceedQuestion> QuestionBesideHost(const InterfaceAddresses& guest, const HostNetwork& host) {
+    const HostFacts facts = FactsOf(guest, host);
     // Without a given MAC address it gets one that no adapter has.
-    if (!info.guestMac.IsZero() && JudgeMac(info.guestMac, facts) == Refusal::MacOfHost) {
+    if (!guest.guestMac.IsZero() && JudgeMac(guest.guestMac, facts) == Refusal::MacOfHost) {
         return kMacOfHost;
     }
-    switch (JudgeIp(info.guestIp, facts)) {
+    switch (JudgeIp(guest.guestIp, facts)) {
     case Refusal::IpOfHost:
         return kIpOfHost;
     case Refusal::IpOfGateway:

@@ -5,14 +5,14 @@
 
 #include <optional>
 
-#include "core/interface_info.h"
+#include "core/interface_addresses.h"
 #include "guest/front_end.h"
 #include "hostnet/host_network.h"
 
 namespace vnxtest {
 
-// The question about the guest of `info`, whose binary addresses are set; nullopt if there is none to ask.
+// The question about a guest with these addresses, which are prepared; nullopt if there is none to ask.
 // A guest outside the adapter's subnet is another question (pre_start_questions.h). User-interface thread.
-std::optional<ProceedQuestion> QuestionBesideHost(const INTERFACE_INFO& info, const HostNetwork& host);
+std::optional<ProceedQuestion> QuestionBesideHost(const InterfaceAddresses& guest, const HostNetwork& host);
 
 } // namespace vnxtest

@@ -5,20 +5,13 @@
 #include <string>
 #include <string_view>
 
+#include "core/interface_parameters.h"
 #include "core/ping_plan.h"
 #include "core/view_port.h"
 
 namespace vnxtest {
 
-// The texts of one interface in the parameters dialog.
-struct InterfaceParameters {
-    bool tapMode = false;
-    std::wstring guestIpText;
-    std::wstring guestMacText;
-    std::wstring adapterIpText;
-    std::wstring adapterMacText;
-};
-
+// The parameters dialog.
 struct GuestParameters {
     InterfaceParameters interface1;
     InterfaceParameters interface2;

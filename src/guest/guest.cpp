@@ -13,33 +13,30 @@ namespace vnxtest {
 
 namespace {
 
-InterfaceParameters TextsOf(const INTERFACE_INFO& info) {
-    return {info.tapMode, info.guestIpText, info.guestMacText, info.adapterIpText, info.adapterMacText};
-}
-
-void SetTexts(INTERFACE_INFO& info, const InterfaceParameters& texts) {
+void Ask(INTERFACE_INFO& info, const InterfaceParameters& asked) {
     // Values derived from the texts of an earlier start do not outlive them.
     const bool otherAdapter =
-        info.adapterIpText != texts.adapterIpText || info.adapterMacText != texts.adapterMacText;
+        info.asked.adapterIpText != asked.adapterIpText || info.asked.adapterMacText != asked.adapterMacText;
     if (otherAdapter) {
-        info.adapterIp = Ipv4Address();
-        info.adapterMac = MacAddress();
+        info.addresses.adapterIp = Ipv4Address();
+        info.addresses.adapterMac = MacAddress();
     }
-    if (otherAdapter || info.guestIpText != texts.guestIpText) {
-        info.broadcastText.clear();
+    if (otherAdapter || info.asked.guestIpText != asked.guestIpText) {
+        info.addresses.broadcastText.clear();
     }
-    info.tapMode = texts.tapMode;
-    info.guestIpText = texts.guestIpText;
-    info.guestMacText = texts.guestMacText;
-    info.adapterIpText = texts.adapterIpText;
-    info.adapterMacText = texts.adapterMacText;
+    info.asked = asked;
+}
+
+MaskLookup MasksOf(const HostNetwork& host) {
+    return [&host](Ipv4Address address) { return host.GetHostMaskByIP(address); };
 }
 
 } // namespace
 
 Guest::Guest(VnetxLibrary& library, HostNetwork& host, Settings& settings, FrontEnd& frontEnd)
-    : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd), m_writer(library, host),
-      m_pingTest(library, m_writer, m_run, frontEnd), m_receivePath(library, m_writer, m_run, m_pingTest) {
+    : m_library(library), m_host(host), m_settings(settings), m_frontEnd(frontEnd),
+      m_writer(library, MasksOf(host)), m_pingTest(library, m_writer, m_run, frontEnd),
+      m_receivePath(library, m_writer, m_run, m_pingTest) {
     m_settings.ReadDebugSettings(m_run);
 }
 
@@ -80,19 +77,19 @@ bool Guest::AskAndApplyParameters() {
     }
     m_settings.LoadInterfaceSettings(m_interfaces[0], m_interfaces[1], sources);
     GuestParameters parameters;
-    parameters.interface1 = TextsOf(m_interfaces[0]);
-    parameters.interface2 = TextsOf(m_interfaces[1]);
+    parameters.interface1 = m_interfaces[0].asked;
+    parameters.interface2 = m_interfaces[1].asked;
     parameters.useTwoInterfaces = m_useTwoInterfaces;
     if (!m_frontEnd.AskParameters(parameters)) {
         return false;
     }
-    SetTexts(m_interfaces[0], parameters.interface1);
-    SetTexts(m_interfaces[1], parameters.interface2);
+    Ask(m_interfaces[0], parameters.interface1);
+    Ask(m_interfaces[1], parameters.interface2);
     if (parameters.store) {
-        m_settings.StoreInterfaceSettings(m_interfaces[0], m_interfaces[1]);
+        m_settings.StoreInterfaceSettings(m_interfaces[0].asked, m_interfaces[1].asked);
     }
     ApplyInterfaceSettings(m_interfaces[0], m_interfaces[1]);
-    m_useTwoInterfaces = parameters.useTwoInterfaces && m_interfaces[1].NamesAdapter();
+    m_useTwoInterfaces = parameters.useTwoInterfaces && m_interfaces[1].asked.NamesAdapter();
     return true;
 }
 
@@ -100,16 +97,21 @@ bool Guest::AskProceed(const ProceedQuestion& question) {
     return m_frontEnd.ShowProceedTaskDialog(question) == kProceedButton;
 }
 
+void Guest::Prepare(INTERFACE_INFO& info) {
+    PrepareInterface(info, m_library, MasksOf(m_host));
+    info.addresses.gatewayMac = m_host.DefaultGatewayMac();
+}
+
 // The pre-start checks. With neither gateway nor forwarding and a guest outside the subnet the user is
 // asked about the gateway twice, the second time with the consequences.
 bool Guest::MayStart() {
     const bool forwarding = m_host.IpForwardingEnabled();
     const bool gatewayKnown = !m_host.DefaultGatewayMac().IsZero();
-    PrepareInterface(m_interfaces[0], m_library, m_host);
-    bool subnetsFine = m_interfaces[0].inAdapterSubnet;
-    if (m_interfaces[1].NamesAdapter()) {
-        PrepareInterface(m_interfaces[1], m_library, m_host);
-        subnetsFine = subnetsFine && m_interfaces[1].inAdapterSubnet;
+    Prepare(m_interfaces[0]);
+    bool subnetsFine = m_interfaces[0].addresses.inAdapterSubnet;
+    if (m_interfaces[1].asked.NamesAdapter()) {
+        Prepare(m_interfaces[1]);
+        subnetsFine = subnetsFine && m_interfaces[1].addresses.inAdapterSubnet;
     }
     if (!forwarding && !gatewayKnown && !AskProceed(UndefinedGatewayQuestion())) {
         return false;
@@ -126,10 +128,11 @@ bool Guest::MayStart() {
 // After those: the questions about guests with an address of this host.
 bool Guest::MayStartBesideHost() {
     for (const INTERFACE_INFO& info : m_interfaces) {
-        if (!info.NamesAdapter()) {
+        if (!info.asked.NamesAdapter()) {
             continue;
         }
-        if (const auto question = QuestionBesideHost(info, m_host); question && !AskProceed(*question)) {
+        if (const auto question = QuestionBesideHost(info.addresses, m_host);
+            question && !AskProceed(*question)) {
             return false;
         }
     }
@@ -160,7 +163,8 @@ bool Guest::StartMonitorThread(std::size_t index) {
     const int code = m_monitorThreads[index].StartError();
     m_problem =
         Sprintf(L"** OnStartGuest(%s): the monitor thread could not be started; errno=%d: %s",
-                info.adapterIpText.empty() ? info.adapterMacText : info.adapterIpText, code, StrError(code));
+                info.asked.adapterIpText.empty() ? info.asked.adapterMacText : info.asked.adapterIpText, code,
+                StrError(code));
     LogMsg(L"%s\n", m_problem);
     return false;
 }
@@ -168,7 +172,7 @@ bool Guest::StartMonitorThread(std::size_t index) {
 // All interfaces or none: half a guest would answer for one address only.
 bool Guest::Start() {
     m_stopEvent.Reset();
-    if (StartMonitorThread(0) && (!m_interfaces[1].NamesAdapter() || StartMonitorThread(1))) {
+    if (StartMonitorThread(0) && (!m_interfaces[1].asked.NamesAdapter() || StartMonitorThread(1))) {
         return true;
     }
     StopGuest();
@@ -184,7 +188,7 @@ void Guest::StopGuest() {
     for (std::size_t index = 0; index < m_monitorThreads.size(); ++index) {
         if (m_monitorThreads[index].Exists()) {
             if (m_run.socketNotifyMode) {
-                m_interfaces[index].WithHandle(WakeSocketWaiter);
+                m_interfaces[index].open.WithHandle(WakeSocketWaiter);
             }
             m_monitorThreads[index].Join();
         }
@@ -198,7 +202,7 @@ bool Guest::OnTestStartPing() {
     m_pingTest.ClearPings();
     m_settings.LoadPingSettings(m_pingPlan);
     PingWhoParameters answer;
-    answer.twoInterfaces = m_interfaces[1].NamesAdapter();
+    answer.twoInterfaces = m_interfaces[1].asked.NamesAdapter();
     answer.fromInterface = m_pingFromInterface1 ? 0 : 1;
     answer.plan = m_pingPlan;
     if (!m_frontEnd.AskPingWho(answer)) {

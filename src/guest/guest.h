@@ -60,6 +60,7 @@ public:
 
 private:
     bool AskAndApplyParameters();
+    void Prepare(INTERFACE_INFO& info);
     bool MayStart();
     bool MayStartBesideHost();
     bool AskProceed(const ProceedQuestion& question);

@@ -16,9 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/interface_info.h"
 #include "platform/network/host_tables.h"
-#include "vnetx/library.h"
 #include "wrenlib/address.h"
 #include "wrenpack/wrenpack.h"
 
@@ -125,15 +123,5 @@ private:
     std::wstring m_gatewayText;
     std::wstring m_gatewayMacText;
 };
-
-// Fills the binary fields of one interface record before a start: missing adapter addresses from the
-// library (SIOCGARP, SIOCGRARP; failure is silent), then net mask, subnet flag and, if none is set, the
-// broadcast address. User-interface thread.
-void PrepareInterface(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host);
-
-// Its part that a running interface repeats before it addresses a frame: missing adapter addresses and the
-// net mask. One atomic load once both addresses are known; until then it may wait for an exchange on the
-// wire, without a lock. Any thread.
-void RefreshAdapterAddresses(INTERFACE_INFO& info, VnetxLibrary& library, const HostNetwork& host);
 
 } // namespace vnxtest

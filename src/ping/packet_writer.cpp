@@ -19,26 +19,27 @@ struct AdapterAddresses {
     Ipv4Address netMask;
 };
 
-AdapterAddresses CurrentAdapterAddresses(INTERFACE_INFO& info, VnetxLibrary& library, HostNetwork& host) {
-    RefreshAdapterAddresses(info, library, host);
-    if (info.addressesKnown.load(std::memory_order_acquire)) {
-        return {info.adapterIp, info.adapterMac, info.netMask};
+AdapterAddresses CurrentAdapterAddresses(InterfaceAddresses& addresses) {
+    std::unique_lock lock(addresses.adapterLock, std::defer_lock);
+    if (!addresses.adapterKnown.load(std::memory_order_acquire)) {
+        lock.lock();
     }
-    const std::lock_guard lock(info.addressLock);
-    return {info.adapterIp, info.adapterMac, info.netMask};
+    return {addresses.adapterIp, addresses.adapterMac, addresses.netMask};
 }
 
 } // namespace
 
 MacAddress PacketWriter::ChooseDestination(INTERFACE_INFO& info, Ipv4Address destination) {
-    const AdapterAddresses adapter = CurrentAdapterAddresses(info, m_library, m_host);
+    const std::int32_t handle = info.open.Handle();
+    RefreshAdapterAddresses(info.addresses, handle, m_library, m_maskOf);
+    const AdapterAddresses adapter = CurrentAdapterAddresses(info.addresses);
     if ((destination & adapter.netMask) == (adapter.ip & adapter.netMask)) {
-        if (const auto mac = AskForMac(m_library, info.handle.load(std::memory_order_relaxed), destination)) {
+        if (const auto mac = AskForMac(m_library, handle, destination)) {
             return *mac;
         }
     }
-    if (!m_host.DefaultGatewayMac().IsZero()) {
-        return m_host.DefaultGatewayMac();
+    if (!info.addresses.gatewayMac.IsZero()) {
+        return info.addresses.gatewayMac;
     }
     Verify(!adapter.mac.IsZero());
     return adapter.mac;
@@ -51,19 +52,20 @@ bool PacketWriter::WritePingIPPacket(INTERFACE_INFO& info, std::span<std::uint8_
 
 void PacketWriter::AddressPingFrame(INTERFACE_INFO& info, std::span<std::uint8_t> frame) {
     // A closed interface has no addresses for a header; the write then fails on its handle, with a report.
-    if (!info.tapMode || info.handle.load(std::memory_order_acquire) < 0) {
+    if (!info.asked.tapMode || info.open.Handle() < 0) {
         return;
     }
     auto ethernet = EthernetView::Over(frame);
     const auto ip = Ipv4View::Over(frame.subspan(EthernetView::kLength));
     ethernet->SetEtherType(kEtherTypeIpv4);
-    ethernet->SetSource(info.guestMac);
+    ethernet->SetSource(info.addresses.guestMac);
     ethernet->SetDestination(ChooseDestination(info, ip->Destination()));
 }
 
 bool PacketWriter::WriteAddressedFrame(INTERFACE_INFO& info, std::span<const std::uint8_t> frame) {
-    const std::int32_t handle = info.handle.load(std::memory_order_acquire);
-    const std::span<const std::uint8_t> written = info.tapMode ? frame : frame.subspan(EthernetView::kLength);
+    const std::int32_t handle = info.open.Handle();
+    const std::span<const std::uint8_t> written =
+        info.asked.tapMode ? frame : frame.subspan(EthernetView::kLength);
     const auto size = static_cast<std::int32_t>(written.size());
     const std::int32_t count = m_library.Write(handle, written.data(), static_cast<std::uint32_t>(size));
     if (count == size) {
@@ -72,20 +74,19 @@ bool PacketWriter::WriteAddressedFrame(INTERFACE_INFO& info, std::span<const std
     const SavedErrors& saved = SaveErrors();
     LogMsg(L"** CVNXTestView(%s)::WritePingIPPacket: vnetx32_write failed;\n"
            L"                      dwPacketSize=%d, rc=%d, GetLastError=%d (0x%08.8X), errno=%d: %s\n",
-           info.NameCopy(), size, count, saved.lastError, saved.lastError, saved.errnoValue,
+           info.open.NameCopy(), size, count, saved.lastError, saved.lastError, saved.errnoValue,
            StrError(saved.errnoValue));
     return false;
 }
 
 bool PacketWriter::WriteArpReply(INTERFACE_INFO& info, std::span<const std::uint8_t> frame,
                                  const wchar_t* function) {
-    const std::int32_t written =
-        m_library.Write(info.handle.load(std::memory_order_relaxed), frame.data(), kArpFrameLength);
+    const std::int32_t written = m_library.Write(info.open.Handle(), frame.data(), kArpFrameLength);
     if (written == static_cast<std::int32_t>(kArpFrameLength)) {
         return true;
     }
     const SavedErrors& saved = SaveErrors();
-    LogMsg(L"** CVNXTestView(%s)::%s: vnetx32_write failed; rc=%d: %s\n", info.name, function,
+    LogMsg(L"** CVNXTestView(%s)::%s: vnetx32_write failed; rc=%d: %s\n", info.open.Name(), function,
            saved.lastError, FormatLastError(saved.lastError));
     RestoreSavedErrors();
     return false;

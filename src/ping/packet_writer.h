@@ -6,16 +6,19 @@
 
 #include <cstdint>
 #include <span>
+#include <utility>
 
 #include "core/interface_info.h"
-#include "hostnet/host_network.h"
+#include "core/prepare_interface.h"
 #include "vnetx/library.h"
 
 namespace vnxtest {
 
 class PacketWriter {
 public:
-    PacketWriter(VnetxLibrary& library, HostNetwork& host) : m_library(library), m_host(host) {}
+    // `maskOf` is for a host adapter whose address becomes known while the interface runs.
+    PacketWriter(VnetxLibrary& library, MaskLookup maskOf)
+        : m_library(library), m_maskOf(std::move(maskOf)) {}
 
     // Writes one IP packet. `frame` holds room for an Ethernet header (14 bytes), then the packet; in TAP
     // mode the header is filled in, in place, and written, too. The destination MAC is that of the packet's
@@ -36,7 +39,7 @@ private:
     MacAddress ChooseDestination(INTERFACE_INFO& info, Ipv4Address destination);
 
     VnetxLibrary& m_library;
-    HostNetwork& m_host;
+    const MaskLookup m_maskOf;
 };
 
 } // namespace vnxtest

@@ -27,8 +27,8 @@ void PingSender::Begin(INTERFACE_INFO& info, const PingPlan& plan) {
         m_book.Begin(plan, target, Pace::RingSlots(m_run.driverBufferSize, plan.dataSize));
     LogPingPlan(plan, target);
     m_frame.assign(EthernetView::kLength + kPingHeaders + plan.dataSize, 0);
-    BuildEchoRequest(std::span(m_frame).subspan(EthernetView::kLength), m_library, info.guestIp, plan.target,
-                     SwapNetwork16(identifier));
+    BuildEchoRequest(std::span(m_frame).subspan(EthernetView::kLength), m_library, info.addresses.guestIp,
+                     plan.target, SwapNetwork16(identifier));
 }
 
 bool PingSender::SendAll(const std::function<void()>& onSent) {

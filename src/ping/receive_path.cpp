@@ -46,7 +46,7 @@ std::span<std::uint8_t> IcmpMessage(std::span<std::uint8_t> packet, std::uint16_
 // Counts an answer to a single station: a library need not send any other.
 void CountAnswer(std::atomic<std::uint64_t>& counter, INTERFACE_INFO& info,
                  std::span<const std::uint8_t> written) {
-    if (!IsReplyToNobody(written, info.tapMode, ReplyScopeOf(info))) {
+    if (!IsReplyToNobody(written, info.asked.tapMode, ReplyScopeOf(info.addresses))) {
         counter.fetch_add(1, std::memory_order_relaxed);
     }
 }
@@ -58,7 +58,7 @@ ReceivePath::ReceivePath(VnetxLibrary& library, PacketWriter& writer, const RunS
     : m_library(library), m_writer(writer), m_run(run), m_pingTest(pingTest) {}
 
 void ReceivePath::HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
-    if (!info.tapMode) {
+    if (!info.asked.tapMode) {
         HandleIpPacket(info, packet);
         return;
     }
@@ -117,7 +117,7 @@ void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     if (!checksums.icmpGood) {
         return IgnorePacket(info, IgnoreReason::BadIcmpChecksum);
     }
-    const bool forUs = ip.Destination() == info.guestIp;
+    const bool forUs = ip.Destination() == info.addresses.guestIp;
     if (icmp.Type() == kIcmpEchoRequest) {
         return forUs ? AnswerEchoRequest(info, packet) : IgnorePacket(info, IgnoreReason::NotPingForUs);
     }
@@ -135,7 +135,7 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
     IcmpEchoView icmp = *IcmpEchoView::Over(bytes.subspan(Ipv4View::kLength));
     const std::span<std::uint8_t> message = IcmpMessage(bytes, ip.TotalLength());
     ip.SetDestination(ip.Source());
-    ip.SetSource(info.guestIp);
+    ip.SetSource(info.addresses.guestIp);
     icmp.SetType(kIcmpEchoReply);
     ip.SetChecksum(0);
     icmp.SetChecksum(0);
@@ -144,28 +144,28 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
     LogMsg(L"** Someone is PINGing Vant!\n** Sending PING reply to %s\n", FormatIPAddr(ip.Destination()));
     const std::span<std::uint8_t> frame = packet.WithHeadroom();
     if (m_writer.WritePingIPPacket(info, frame)) {
-        CountAnswer(info.counters.echoRequestsAnswered, info, info.tapMode ? frame : bytes);
+        CountAnswer(info.counted.echoRequestsAnswered, info, info.asked.tapMode ? frame : bytes);
     }
 }
 
 void ReceivePath::AnswerArp(INTERFACE_INFO& info, ReceivedPacket packet) {
-    if (HandleTapARPPacket(info, packet.Bytes()) &&
+    if (HandleTapARPPacket(info.addresses, info.open.Name(), packet.Bytes()) &&
         m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapARPPacket")) {
-        CountAnswer(info.counters.arpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
+        CountAnswer(info.counted.arpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
     }
 }
 
 void ReceivePath::AnswerRarp(INTERFACE_INFO& info, ReceivedPacket packet) {
-    if (HandleTapRARPPacket(info, packet.Bytes()) &&
+    if (HandleTapRARPPacket(info.addresses, info.open.Name(), packet.Bytes()) &&
         m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapRARPPacket")) {
-        CountAnswer(info.counters.rarpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
+        CountAnswer(info.counted.rarpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
     }
 }
 
 void ReceivePath::IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason) {
     const auto number = static_cast<std::uint32_t>(reason);
     if (number < kIgnoreReasons) {
-        info.counters.ignored[number].fetch_add(1, std::memory_order_relaxed);
+        info.counted.ignored[number].fetch_add(1, std::memory_order_relaxed);
     }
     if (m_run.debugMode) {
         LogMsg(L"Packet was ignored (%s)\n", IgnoreReasonText(number));

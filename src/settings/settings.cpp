@@ -12,19 +12,19 @@ namespace {
 constexpr AdapterSubnet kUsualAdapter{{192, 168, 0, 1}, {255, 255, 255, 0}};
 
 void ApplyGuestIp(INTERFACE_INFO& info) {
-    if (!info.guestIpText.empty()) {
-        const std::optional<Ipv4Address> address = ParseIPAddress(info.guestIpText);
+    if (!info.asked.guestIpText.empty()) {
+        const std::optional<Ipv4Address> address = ParseIPAddress(info.asked.guestIpText);
         if (Verify(address.has_value())) {
-            info.guestIp = *address;
+            info.addresses.guestIp = *address;
         }
     }
 }
 
 void ApplyAdapterIp(INTERFACE_INFO& info) {
-    if (!info.adapterIpText.empty()) {
-        const std::optional<Ipv4Address> address = ParseIPAddress(info.adapterIpText);
+    if (!info.asked.adapterIpText.empty()) {
+        const std::optional<Ipv4Address> address = ParseIPAddress(info.asked.adapterIpText);
         if (Verify(address.has_value())) {
-            info.adapterIp = *address;
+            info.addresses.adapterIp = *address;
         }
     }
 }
@@ -39,7 +39,7 @@ void ApplyMac(const std::wstring& text, MacAddress& mac) {
 }
 
 void ResetForLoading(INTERFACE_INFO& info) {
-    if (Verify(info.handle == -1)) {
+    if (Verify(info.open.Handle() == -1)) {
         info.Reset();
     }
 }
@@ -48,10 +48,10 @@ void SetDerivedTexts(INTERFACE_INFO& info, std::size_t index, const std::optiona
     const AdapterSubnet adapter = known.value_or(kUsualAdapter);
     const Ipv4Address guest = DerivedGuestAddress(index, adapter.address, adapter.mask);
     if (known) {
-        info.guestIp = guest;
+        info.addresses.guestIp = guest;
     }
-    info.adapterIpText = FormatIPAddr(adapter.address);
-    info.guestIpText = FormatIPAddr(guest);
+    info.asked.adapterIpText = FormatIPAddr(adapter.address);
+    info.asked.guestIpText = FormatIPAddr(guest);
 }
 
 } // namespace
@@ -59,11 +59,11 @@ void SetDerivedTexts(INTERFACE_INFO& info, std::size_t index, const std::optiona
 void ApplyInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2) {
     for (INTERFACE_INFO* info : {&interface1, &interface2}) {
         ApplyGuestIp(*info);
-        ApplyMac(info->guestMacText, info->guestMac);
+        ApplyMac(info->asked.guestMacText, info->addresses.guestMac);
     }
     for (INTERFACE_INFO* info : {&interface1, &interface2}) {
         ApplyAdapterIp(*info);
-        ApplyMac(info->adapterMacText, info->adapterMac);
+        ApplyMac(info->asked.adapterMacText, info->addresses.adapterMac);
     }
 }
 
@@ -77,8 +77,8 @@ void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO&
     ResetForLoading(interface1);
     ResetForLoading(interface2);
 
-    interface1.tapMode = m_profile.ReadNumber(profile::kInterfaces[0].tapMode, 0) != 0;
-    interface2.tapMode = m_profile.ReadNumber(profile::kInterfaces[1].tapMode, 1) != 0;
+    interface1.asked.tapMode = m_profile.ReadNumber(profile::kInterfaces[0].tapMode, 0) != 0;
+    interface2.asked.tapMode = m_profile.ReadNumber(profile::kInterfaces[1].tapMode, 1) != 0;
 
     SetDerivedTexts(interface1, 0, sources.defaultAdapter);
     SetDerivedTexts(interface2, 1, sources.defaultAdapter);
@@ -86,31 +86,32 @@ void Settings::LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO&
     const auto read = [this](std::wstring_view name, std::wstring& text) {
         text = MakeVisible(m_profile.ReadText(name, text));
     };
-    read(profile::kInterfaces[0].adapterIp, interface1.adapterIpText);
-    read(profile::kInterfaces[1].adapterIp, interface2.adapterIpText);
-    read(profile::kInterfaces[0].guestIp, interface1.guestIpText);
-    read(profile::kInterfaces[1].guestIp, interface2.guestIpText);
+    read(profile::kInterfaces[0].adapterIp, interface1.asked.adapterIpText);
+    read(profile::kInterfaces[1].adapterIp, interface2.asked.adapterIpText);
+    read(profile::kInterfaces[0].guestIp, interface1.asked.guestIpText);
+    read(profile::kInterfaces[1].guestIp, interface2.asked.guestIpText);
 
     // The default MAC addresses are made from the binary guest addresses, so these are set first.
     ApplyInterfaceSettings(interface1, interface2);
     for (INTERFACE_INFO* info : {&interface1, &interface2}) {
-        info->guestMac = sources.guestMac(info->guestIp);
-        info->guestMacText = FormatMACAddr(info->guestMac);
+        info->addresses.guestMac = sources.guestMac(info->addresses.guestIp);
+        info->asked.guestMacText = FormatMACAddr(info->addresses.guestMac);
     }
 
-    read(profile::kInterfaces[0].adapterMac, interface1.adapterMacText);
-    read(profile::kInterfaces[1].adapterMac, interface2.adapterMacText);
-    read(profile::kInterfaces[0].guestMac, interface1.guestMacText);
-    read(profile::kInterfaces[1].guestMac, interface2.guestMacText);
+    read(profile::kInterfaces[0].adapterMac, interface1.asked.adapterMacText);
+    read(profile::kInterfaces[1].adapterMac, interface2.asked.adapterMacText);
+    read(profile::kInterfaces[0].guestMac, interface1.asked.guestMacText);
+    read(profile::kInterfaces[1].guestMac, interface2.asked.guestMacText);
 }
 
-void Settings::StoreInterfaceSettings(const INTERFACE_INFO& interface1, const INTERFACE_INFO& interface2) {
-    const auto store = [this](const profile::InterfaceNames& names, const INTERFACE_INFO& info) {
-        Verify(m_profile.WriteNumber(names.tapMode, info.tapMode ? 1 : 0));
-        Verify(m_profile.WriteText(names.guestIp, info.guestIpText));
-        Verify(m_profile.WriteText(names.adapterIp, info.adapterIpText));
-        Verify(m_profile.WriteText(names.guestMac, info.guestMacText));
-        Verify(m_profile.WriteText(names.adapterMac, info.adapterMacText));
+void Settings::StoreInterfaceSettings(const InterfaceParameters& interface1,
+                                      const InterfaceParameters& interface2) {
+    const auto store = [this](const profile::InterfaceNames& names, const InterfaceParameters& asked) {
+        Verify(m_profile.WriteNumber(names.tapMode, asked.tapMode ? 1 : 0));
+        Verify(m_profile.WriteText(names.guestIp, asked.guestIpText));
+        Verify(m_profile.WriteText(names.adapterIp, asked.adapterIpText));
+        Verify(m_profile.WriteText(names.guestMac, asked.guestMacText));
+        Verify(m_profile.WriteText(names.adapterMac, asked.adapterMacText));
     };
     store(profile::kInterfaces[0], interface1);
     store(profile::kInterfaces[1], interface2);

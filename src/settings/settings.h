@@ -13,7 +13,7 @@
 
 namespace vnxtest {
 
-// Converts every non-empty text of both records into its binary field.
+// Converts every non-empty text of both records into its address.
 void ApplyInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2);
 
 class Settings {
@@ -24,7 +24,7 @@ public:
     void LoadInterfaceSettings(INTERFACE_INFO& interface1, INTERFACE_INFO& interface2,
                                const AddressSources& sources);
     // Writes the ten interface values.
-    void StoreInterfaceSettings(const INTERFACE_INFO& interface1, const INTERFACE_INFO& interface2);
+    void StoreInterfaceSettings(const InterfaceParameters& interface1, const InterfaceParameters& interface2);
 
     void ReadDebugSettings(RunSettings& settings);
     // "DebugMode", then "DebugFlags".

@@ -13,12 +13,12 @@ using ::testing::HasSubstr;
 class InterfaceLifecycleTest : public OutputFixture {
 protected:
     InterfaceLifecycleTest() {
-        m_info.guestIpText = L"10.1.2.111";
-        m_info.guestMacText = L"02-00-5E-81-02-6F";
-        m_info.adapterIpText = L"10.1.2.3";
-        m_info.broadcastText = L"10.1.2.255";
-        m_info.netMask = Ipv4Address(255, 255, 255, 0);
-        m_info.inAdapterSubnet = true;
+        m_info.asked.guestIpText = L"10.1.2.111";
+        m_info.asked.guestMacText = L"02-00-5E-81-02-6F";
+        m_info.asked.adapterIpText = L"10.1.2.3";
+        m_info.addresses.broadcastText = L"10.1.2.255";
+        m_info.addresses.netMask = Ipv4Address(255, 255, 255, 0);
+        m_info.addresses.inAdapterSubnet = true;
     }
 
     std::int32_t Create() { return CreateInterface(m_info, m_library, m_settings); }
@@ -40,7 +40,7 @@ protected:
 
 TEST_F(InterfaceLifecycleTest, ConfiguresStepByStep) {
     EXPECT_EQ(Create(), 3);
-    EXPECT_EQ(m_info.handle, 3);
+    EXPECT_EQ(m_info.open.Handle(), 3);
     EXPECT_EQ(m_library.openedName, "10.1.2.3");
     EXPECT_EQ(m_library.openedFlags, 2);
     EXPECT_EQ(Codes(), (std::vector<std::uint32_t>{0x800454C9, 0x800454CA, 0x8916, 0x8918, 0x891C, 0x891A,
@@ -57,12 +57,12 @@ TEST_F(InterfaceLifecycleTest, ConfiguresStepByStep) {
 }
 
 TEST_F(InterfaceLifecycleTest, FollowsModesAndMissingTexts) {
-    m_info.tapMode = true;
-    m_info.adapterIpText.clear();
-    m_info.adapterMacText = L"02-11-22-33-44-55";
-    m_info.guestMacText.clear();
-    m_info.broadcastText.clear();
-    m_info.inAdapterSubnet = false;
+    m_info.asked.tapMode = true;
+    m_info.asked.adapterIpText.clear();
+    m_info.asked.adapterMacText = L"02-11-22-33-44-55";
+    m_info.asked.guestMacText.clear();
+    m_info.addresses.broadcastText.clear();
+    m_info.addresses.inAdapterSubnet = false;
     m_settings.debugMode = true;
     m_settings.socketNotifyMode = true;
     EXPECT_EQ(Create(), 3);
@@ -73,7 +73,7 @@ TEST_F(InterfaceLifecycleTest, FollowsModesAndMissingTexts) {
     EXPECT_EQ(Record(VNETX_TUNSETIFF).u.flags, 0x1002U);
     EXPECT_EQ(Record(VNETX_SIOCSIFNETMASK).u.inet.address[3], 255);
     EXPECT_EQ(m_library.requests.back().record.u.flags, 5U);
-    EXPECT_EQ(FormatMACAddr(m_info.guestMac), L"02-00-00-00-00-09");
+    EXPECT_EQ(FormatMACAddr(m_info.addresses.guestMac), L"02-00-00-00-00-09");
     EXPECT_THAT(TakeText(), ::testing::Not(HasSubstr("Assertion Failed")));
     m_library.hardwareFamily = VNETX_AF_INET;
     EXPECT_EQ(Create(), 3);
@@ -92,7 +92,7 @@ TEST_F(InterfaceLifecycleTest, AFailureClosesAndKeepsItsErrno) {
     EXPECT_EQ(Create(), -1);
     EXPECT_EQ(TakeText(), "** CreateInterface(10.1.2.3): interface name is empty!\n*** Interface " + closed);
     m_library.interfaceName = "vnx0";
-    m_info.guestIpText.clear();
+    m_info.asked.guestIpText.clear();
     EXPECT_EQ(Create(), -1);
     EXPECT_THAT(TakeText(), HasSubstr(": interface IP address is empty!\n"));
     EXPECT_FALSE(m_library.IsOpen());
@@ -102,9 +102,9 @@ TEST_F(InterfaceLifecycleTest, StatisticsAreReportedToTheLetter) {
     Create();
     TakeText();
     ReportStatisticsAndClose(m_info, m_library);
-    EXPECT_EQ(m_info.handle, -1);
+    EXPECT_EQ(m_info.open.Handle(), -1);
     EXPECT_FALSE(m_library.IsOpen());
-    EXPECT_TRUE(m_info.statisticsValid);
+    EXPECT_TRUE(m_info.counted.statistics);
     EXPECT_EQ(TakeText(), "*** Statistics for Interface vnx0:\n\n"
                           "Size of Kernel Capture Buffer:    1025K\n"
                           "Size of DLL I/O Buffer:             64K\n"

@@ -17,7 +17,6 @@
 #include "packets/ipv4_packet.h"
 #include "packets/reply_scope.h"
 #include "ping/receive_path.h"
-#include "support/quiet_host.h"
 #include "vnetx/pcap/capture.h"
 #include "vnetx/pcap/pcap_library.h"
 
@@ -151,11 +150,10 @@ class NoView : public ViewPort {
 // The engine around one interface, without its threads. It lives as long as the process.
 struct Engine {
     std::unique_ptr<VnetxLibrary> library = MakePcapLibrary();
-    QuietHost host{*library};
     NoView view;
     OutputChannel channel{view};
     RunSettings run;
-    PacketWriter writer{*library, host.network};
+    PacketWriter writer{*library, [](Ipv4Address) { return Ipv4Address(); }};
     PingTest pingTest{*library, writer, run, view};
     ReceivePath receivePath{*library, writer, run, pingTest};
     INTERFACE_INFO info;
@@ -163,28 +161,29 @@ struct Engine {
     Engine() {
         channel.Attach();
         RegisterDebugOutput(*library);
-        host.network.SetDefaultGateway(kTarget, kOtherMac);
         run.debugFlags = 0xFFFFFFFF;
     }
 
     void Prepare(std::uint8_t options) {
         info.Reset();
+        InterfaceAddresses& addresses = info.addresses;
+        addresses.gatewayMac = kOtherMac;
         run.debugMode = (options & kDebugMode) != 0;
-        info.tapMode = (options & kTapMode) != 0;
-        info.adapterIpText = kOpened;
-        info.adapterIp = kAdapterIp;
-        info.guestIpText = FormatIPAddr(info.guestIp = kGuestIp);
-        info.guestMacText = FormatMACAddr(info.guestMac = kGuestMac);
-        info.adapterMac = kOtherMac;
-        info.netMask = Ipv4Address(255, 255, 255, 0);
-        info.inAdapterSubnet = info.addressesKnown = true;
+        info.asked.tapMode = (options & kTapMode) != 0;
+        info.asked.adapterIpText = kOpened;
+        addresses.adapterIp = kAdapterIp;
+        info.asked.guestIpText = FormatIPAddr(addresses.guestIp = kGuestIp);
+        info.asked.guestMacText = FormatMACAddr(addresses.guestMac = kGuestMac);
+        addresses.adapterMac = kOtherMac;
+        addresses.netMask = Ipv4Address(255, 255, 255, 0);
+        addresses.inAdapterSubnet = addresses.adapterKnown = true;
     }
 
     void ReadAll() {
         constexpr std::size_t kHeadroom = ReceivedPacket::kHeadroom;
         Frame buffer(65535);
         for (std::int32_t length = 0; length >= 0;) {
-            length = library->Read(info.handle, buffer.data(), 65535);
+            length = library->Read(info.open.Handle(), buffer.data(), 65535);
             if (length > 0) {
                 // Exactly as long as the packet, so that a read beyond it is detected.
                 Frame storage(kHeadroom + static_cast<std::size_t>(length));
@@ -213,7 +212,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Claim(CreateInterface(engine.info, *engine.library, engine.run) >= 0, "lo can be opened");
     if ((options & kWithPings) != 0) {
         engine.pingTest.Start(engine.info, {kTarget, L"10.77.0.2", 8, 1, 10000, 0});
-        while (!(engine.info.tapMode ? wire.pinged : wire.asked)) {
+        while (!(engine.info.asked.tapMode ? wire.pinged : wire.asked)) {
             std::this_thread::yield();
         }
     }

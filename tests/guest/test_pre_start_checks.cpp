@@ -135,9 +135,9 @@ TEST_F(PreStartChecksTest, WhatWasDerivedForOneAdapterIsNotKeptForAnother) {
         };
         EXPECT_TRUE(guest.OnStartGuest());
         guest.StopGuest();
-        EXPECT_EQ(guest.Interface(0).adapterMac, MacAddress({2, 0, 0, 0, 0, mac}));
-        EXPECT_EQ(guest.Interface(0).broadcastText, broadcast);
-        EXPECT_TRUE(guest.Interface(0).inAdapterSubnet);
+        EXPECT_EQ(guest.Interface(0).addresses.adapterMac, MacAddress({2, 0, 0, 0, 0, mac}));
+        EXPECT_EQ(guest.Interface(0).addresses.broadcastText, broadcast);
+        EXPECT_TRUE(guest.Interface(0).addresses.inAdapterSubnet);
     }
 }
 

@@ -7,7 +7,6 @@
 #include "ping/receive_path.h"
 #include "support/output_fixture.h"
 #include "support/packets.h"
-#include "support/quiet_host.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
 
@@ -31,8 +30,7 @@ protected:
     }
 
     RunSettings m_run;
-    QuietHost m_host{m_library};
-    PacketWriter m_writer{m_library, m_host.network};
+    PacketWriter m_writer{m_library, [](Ipv4Address) { return Ipv4Address(); }};
     PingTest m_pingTest{m_library, m_writer, m_run, m_view};
     ReceivePath m_path{m_library, m_writer, m_run, m_pingTest};
 };
@@ -71,7 +69,7 @@ TEST_F(ReceivePathTest, NamesTheFirstTestThatFailsAndAnswersWhatPassesAll) {
     MendChecksums(packet);
     EXPECT_EQ(Receive(packet), Ignored("Not reply for us"));
     for (std::size_t reason = 1; reason < kIgnoreReasons; ++reason) {
-        EXPECT_EQ(m_info.counters.ignored[reason], 1U) << reason;
+        EXPECT_EQ(m_info.counted.ignored[reason], 1U) << reason;
     }
     EXPECT_EQ(Receive(sound), "** Someone is PINGing Vant!\n** Sending PING reply to 10.1.2.1\n");
     Frame expected = Hex("4500 0020 1234 0000 40 01 0000 0A01026F 0A010201 00 00 0000 0102 0304 61626364");
@@ -81,7 +79,7 @@ TEST_F(ReceivePathTest, NamesTheFirstTestThatFailsAndAnswersWhatPassesAll) {
 
 // What else there is to ARP and RARP: tests/e2e/test_answers.py.
 TEST_F(ReceivePathTest, ReportsThatAnArpAnswerCannotBeWrittenAndKeepsErrno) {
-    m_info.tapMode = true;
+    m_info.asked.tapMode = true;
     m_library.failWrite = ENETDOWN;
     const std::string text = Receive(Hex("FFFFFFFFFFFF 020000000001 0806 0001 0800 06 04 0001 020000000001 "
                                          "0A010201 000000000000 0A01026F"));
@@ -89,7 +87,7 @@ TEST_F(ReceivePathTest, ReportsThatAnArpAnswerCannotBeWrittenAndKeepsErrno) {
     EXPECT_EQ(text, "** CVNXTestView(vnx0)::HandleTapARPPacket: WRITING ARP response...\n"
                     "** CVNXTestView(vnx0)::HandleTapARPPacket: vnetx32_write failed; " +
                         ToUtf8(Sprintf(L"rc=%d: %s\n", ENETDOWN, FormatLastError(ENETDOWN))));
-    EXPECT_EQ(m_info.counters.arpRequestsAnswered, 0U);
+    EXPECT_EQ(m_info.counted.arpRequestsAnswered, 0U);
 }
 
 TEST_F(ReceivePathTest, GoesOnWithALengthThatDoesNotFitAndWithBitsThatMeanNothing) {
@@ -117,7 +115,7 @@ TEST_F(ReceivePathTest, GoesOnWithALengthThatDoesNotFitAndWithBitsThatMeanNothin
 // The library asks a silent target for as long as an ARP exchange takes. Whoever records a reply meanwhile,
 // on the thread that reads, needs the ping list.
 TEST_F(ReceivePathTest, AReaderNeedNotWaitForTheTargetsAddress) {
-    m_info.tapMode = true;
+    m_info.asked.tapMode = true;
     std::thread reader;
     bool waited = true;
     m_library.onArpRequest = [&] {

@@ -30,12 +30,12 @@ TEST_F(SettingsTest, AnEmptyProfileDerivesFromTheDefaultAdapter) {
     for (const auto& [adapters, adapterIp, guestIp1, guestIp2] : cases) {
         TestHost other(adapters);
         Load(other);
-        EXPECT_TRUE(!first.tapMode && second.tapMode);
-        EXPECT_TRUE(first.guestIpText == guestIp1 && second.guestIpText == guestIp2);
+        EXPECT_TRUE(!first.asked.tapMode && second.asked.tapMode);
+        EXPECT_TRUE(first.asked.guestIpText == guestIp1 && second.asked.guestIpText == guestIp2);
         for (const INTERFACE_INFO* info : {&first, &second}) {
-            EXPECT_EQ(FormatIPAddr(info->guestIp), info->guestIpText);
-            EXPECT_TRUE(info->adapterIpText == adapterIp && info->adapterMacText.empty());
-            EXPECT_EQ(info->guestMacText, GeneratedMac(other, info->guestIp));
+            EXPECT_EQ(FormatIPAddr(info->addresses.guestIp), info->asked.guestIpText);
+            EXPECT_TRUE(info->asked.adapterIpText == adapterIp && info->asked.adapterMacText.empty());
+            EXPECT_EQ(info->asked.guestMacText, GeneratedMac(other, info->addresses.guestIp));
         }
         EXPECT_EQ(other.TakeAssertions(), 0);
     }
@@ -50,55 +50,56 @@ TEST_F(SettingsTest, WhatIsStoredWins) {
                      {L"Interface2_strInterface_MACAddr", L""},
                      {L"Interface2_strAdapter_IPAddr", L""}};
     Load(host);
-    EXPECT_TRUE(first.tapMode && !second.tapMode) << "any number but 0";
-    EXPECT_EQ(first.guestIp, Ipv4Address(10, 9, 9, 9));
-    EXPECT_EQ(first.guestMacText, GeneratedMac(host, {10, 9, 9, 9})) << "follows the stored address";
-    EXPECT_TRUE(first.adapterMacText == L"02-00-5E-80-00-05" && first.adapterMac.IsZero())
+    EXPECT_TRUE(first.asked.tapMode && !second.asked.tapMode) << "any number but 0";
+    EXPECT_EQ(first.addresses.guestIp, Ipv4Address(10, 9, 9, 9));
+    EXPECT_EQ(first.asked.guestMacText, GeneratedMac(host, {10, 9, 9, 9})) << "follows the stored address";
+    EXPECT_TRUE(first.asked.adapterMacText == L"02-00-5E-80-00-05" && first.addresses.adapterMac.IsZero())
         << "MAC texts are converted after the dialog only";
-    EXPECT_EQ(second.guestIpText + second.adapterIpText + second.guestMacText, L"");
-    EXPECT_EQ(second.guestIp, Ipv4Address(10, 1, 2, 222)) << "what the record then holds";
+    EXPECT_EQ(second.asked.guestIpText + second.asked.adapterIpText + second.asked.guestMacText, L"");
+    EXPECT_EQ(second.addresses.guestIp, Ipv4Address(10, 1, 2, 222)) << "what the record then holds";
     EXPECT_EQ(host.TakeAssertions(), 0);
 }
 
 TEST_F(SettingsTest, TextsThatDoNotParseAreAssertionsAndTheRestIsConverted) {
     profile.texts = {{L"Interface1_strInterface_IPAddr", L"10.1.2.300"},
                      {L"Interface2_strAdapter_IPAddr", L"somewhere"}};
-    first.handle = 5;
-    first.broadcastText = second.broadcastText = L"kept while the interface is open";
+    first.open.Open(host.library, "10.1.2.3", VNETX_OPEN_READ_WRITE);
+    first.open.Publish();
+    first.addresses.broadcastText = second.addresses.broadcastText = L"kept while the interface is open";
     Load(host);
     EXPECT_EQ(host.TakeAssertions(), 3) << "the open interface and two texts";
-    EXPECT_NE(first.broadcastText, L"");
-    EXPECT_EQ(second.broadcastText, L"");
-    EXPECT_EQ(first.guestIp, Ipv4Address(10, 1, 2, 111)) << "the derived address stays";
+    EXPECT_NE(first.addresses.broadcastText, L"");
+    EXPECT_EQ(second.addresses.broadcastText, L"");
+    EXPECT_EQ(first.addresses.guestIp, Ipv4Address(10, 1, 2, 111)) << "the derived address stays";
 
-    first.guestIpText = L"10.1.2.8";
-    first.guestMacText = L"nonsense";
-    first.adapterMacText = L"02-00-5E-80-00-05";
-    second.guestMacText = L"02:00:5e:80:00:06";
-    second.adapterIpText = L"";
-    second.adapterIp = {10, 1, 2, 4};
+    first.asked.guestIpText = L"10.1.2.8";
+    first.asked.guestMacText = L"nonsense";
+    first.asked.adapterMacText = L"02-00-5E-80-00-05";
+    second.asked.guestMacText = L"02:00:5e:80:00:06";
+    second.asked.adapterIpText = L"";
+    second.addresses.adapterIp = {10, 1, 2, 4};
     ApplyInterfaceSettings(first, second);
     EXPECT_EQ(host.TakeAssertions(), 1);
-    EXPECT_EQ(first.guestIp, Ipv4Address(10, 1, 2, 8));
-    EXPECT_EQ(first.adapterMac, MacAddress({2, 0, 0x5E, 0x80, 0, 5}));
-    EXPECT_EQ(second.guestMac, MacAddress({2, 0, 0x5E, 0x80, 0, 6}));
-    EXPECT_EQ(second.adapterIp, Ipv4Address(10, 1, 2, 4)) << "an empty text leaves its field";
+    EXPECT_EQ(first.addresses.guestIp, Ipv4Address(10, 1, 2, 8));
+    EXPECT_EQ(first.addresses.adapterMac, MacAddress({2, 0, 0x5E, 0x80, 0, 5}));
+    EXPECT_EQ(second.addresses.guestMac, MacAddress({2, 0, 0x5E, 0x80, 0, 6}));
+    EXPECT_EQ(second.addresses.adapterIp, Ipv4Address(10, 1, 2, 4)) << "an empty text leaves its field";
 }
 
 TEST_F(SettingsTest, WhatIsStoredComesBackAndIsReadOncePerRun) {
     Settings settings(profile);
     settings.LoadInterfaceSettings(first, second, host.Sources());
-    first.guestMacText = L"M1";
-    second.adapterMacText = L"M2";
+    first.asked.guestMacText = L"M1";
+    second.asked.adapterMacText = L"M2";
     settings.LoadInterfaceSettings(first, second, host.Sources());
-    settings.StoreInterfaceSettings(first, second);
+    settings.StoreInterfaceSettings(first.asked, second.asked);
     PingPlan ping;
     settings.LoadPingSettings(ping);
     std::tie(ping.dataSize, ping.numPings, ping.timeout, ping.delay) = std::tuple(1U, 2U, 3U, 4U);
     settings.LoadPingSettings(ping);
     settings.StorePingSettings(ping);
     Load(host);
-    EXPECT_EQ(first.guestMacText + second.guestMacText + second.adapterMacText,
+    EXPECT_EQ(first.asked.guestMacText + second.asked.guestMacText + second.asked.adapterMacText,
               L"M1" + GeneratedMac(host, {10, 1, 2, 222}) + L"M2");
     PingPlan again;
     Settings(profile).LoadPingSettings(again);
@@ -106,7 +107,7 @@ TEST_F(SettingsTest, WhatIsStoredComesBackAndIsReadOncePerRun) {
               std::tuple(1U, 2U, 3U, 4U));
     // A failed write is an assertion, and the next value is written all the same.
     profile.refusing = true;
-    settings.StoreInterfaceSettings(first, second);
+    settings.StoreInterfaceSettings(first.asked, second.asked);
     settings.StorePingSettings({});
     EXPECT_EQ(host.TakeAssertions(), 10 + 6);
 }

@@ -73,14 +73,16 @@ protected:
 class InterfaceFixture : public OutputFixture {
 protected:
     InterfaceFixture() {
-        m_info.handle = 3;
-        m_info.name = L"vnx0";
-        m_info.guestIp = Ipv4Address(10, 1, 2, 111);
-        m_info.guestMac = MacAddress({2, 0, 0x5E, 0x81, 2, 0x6F});
-        m_info.adapterIp = Ipv4Address(10, 1, 2, 3);
-        m_info.adapterMac = MacAddress({2, 1, 1, 1, 1, 3});
-        m_info.netMask = Ipv4Address(255, 255, 255, 0);
-        m_info.addressesKnown = true;
+        m_info.open.Open(m_library, "10.1.2.3", VNETX_OPEN_READ_WRITE);
+        m_info.open.SetName(L"vnx0");
+        m_info.open.Publish();
+        InterfaceAddresses& addresses = m_info.addresses;
+        addresses.guestIp = Ipv4Address(10, 1, 2, 111);
+        addresses.guestMac = MacAddress({2, 0, 0x5E, 0x81, 2, 0x6F});
+        addresses.adapterIp = Ipv4Address(10, 1, 2, 3);
+        addresses.adapterMac = MacAddress({2, 1, 1, 1, 1, 3});
+        addresses.netMask = Ipv4Address(255, 255, 255, 0);
+        addresses.adapterKnown = true;
     }
     INTERFACE_INFO m_info;
 };

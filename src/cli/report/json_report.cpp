@@ -86,25 +86,28 @@ Json StatisticsJson(const VnetxStatistics& record) {
 Json InterfaceJson(const INTERFACE_INFO& info, std::size_t index) {
     Json ignored = Json::object();
     for (std::uint32_t reason = 0; reason < kIgnoreReasons; ++reason) {
-        ignored[ToUtf8(IgnoreReasonText(reason))] = info.counters.ignored[reason].load();
+        ignored[ToUtf8(IgnoreReasonText(reason))] = info.counted.ignored[reason].load();
     }
     return Json{
         {"interface", index + 1},
-        {"name", TextOrNull(info.name)},
-        {"mode", info.tapMode ? "tap" : "tun"},
-        {"guestIp", TextOrNull(info.guestIpText)},
-        {"guestMac", TextOrNull(info.guestMacText)},
-        {"adapterIp", info.adapterIp.IsZero() ? Json() : Json(ToUtf8(FormatIPAddr(info.adapterIp)))},
-        {"adapterMac", info.adapterMac.IsZero() ? Json() : Json(ToUtf8(FormatMACAddr(info.adapterMac)))},
+        {"name", TextOrNull(info.open.Name())},
+        {"mode", info.asked.tapMode ? "tap" : "tun"},
+        {"guestIp", TextOrNull(info.asked.guestIpText)},
+        {"guestMac", TextOrNull(info.asked.guestMacText)},
+        {"adapterIp",
+         info.addresses.adapterIp.IsZero() ? Json() : Json(ToUtf8(FormatIPAddr(info.addresses.adapterIp)))},
+        {"adapterMac", info.addresses.adapterMac.IsZero()
+                           ? Json()
+                           : Json(ToUtf8(FormatMACAddr(info.addresses.adapterMac)))},
         {"answered",
          {
-             {"echo", info.counters.echoRequestsAnswered.load()},
-             {"arp", info.counters.arpRequestsAnswered.load()},
-             {"rarp", info.counters.rarpRequestsAnswered.load()},
+             {"echo", info.counted.echoRequestsAnswered.load()},
+             {"arp", info.counted.arpRequestsAnswered.load()},
+             {"rarp", info.counted.rarpRequestsAnswered.load()},
          }},
         {"ignored", std::move(ignored)},
-        {"droppedByDriver", info.droppedByDriver ? Json(*info.droppedByDriver) : Json()},
-        {"statistics", info.statisticsValid ? StatisticsJson(info.statistics) : Json()},
+        {"droppedByDriver", info.counted.droppedByDriver ? Json(*info.counted.droppedByDriver) : Json()},
+        {"statistics", info.counted.statistics ? StatisticsJson(*info.counted.statistics) : Json()},
     };
 }
 

@@ -20,12 +20,12 @@ std::wstring DescribeWriteFailure(const PingPlan& plan, const std::wstring& fail
     return text;
 }
 
-std::wstring DescribeDroppedFrames(const INTERFACE_INFO& info, int index) {
-    const std::uint64_t dropped = info.droppedByDriver.value_or(0);
+std::wstring DescribeDroppedFrames(const InterfaceCounts& counted, int index) {
+    const std::uint64_t dropped = counted.droppedByDriver.value_or(0);
     if (dropped == 0) {
         return {};
     }
-    const std::uint32_t size = info.statistics.kernelBufferSize / kKilo;
+    const std::uint32_t size = counted.statistics.value_or(VnetxStatistics{}).kernelBufferSize / kKilo;
     std::wstring text = Sprintf(
         L"note: %d frames for interface %d were dropped unread, for the driver's buffer of %uK was full. A ping that was lost may be among them.",
         dropped, index + 1, size);

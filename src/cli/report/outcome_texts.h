@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/interface_info.h"
+#include "core/interface_counts.h"
 #include "core/ping_plan.h"
 
 namespace vnxtest {
@@ -13,6 +13,6 @@ std::wstring DescribeWriteFailure(const PingPlan& plan, const std::wstring& fail
 
 // Frames that the driver of interface 0 or 1 dropped unread: lost on this machine, not on the network.
 // Empty if there were none. Called after the interface was closed.
-std::wstring DescribeDroppedFrames(const INTERFACE_INFO& info, int index);
+std::wstring DescribeDroppedFrames(const InterfaceCounts& counted, int index);
 
 } // namespace vnxtest

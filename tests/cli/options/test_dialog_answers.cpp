@@ -22,11 +22,7 @@ protected:
         options.command = Command::Run;
         INTERFACE_INFO interface1, interface2;
         Settings(profile).LoadInterfaceSettings(interface1, interface2, host.Sources());
-        const auto texts = [](const INTERFACE_INFO& info) {
-            return InterfaceParameters{info.tapMode, info.guestIpText, info.guestMacText, info.adapterIpText,
-                                       info.adapterMacText};
-        };
-        parameters = GuestParameters{texts(interface1), texts(interface2)};
+        parameters = GuestParameters{interface1.asked, interface2.asked};
         return AnswerParameters(options, {host.network, host.library, profile}, parameters);
     }
     // The guest's address of the first interface that an accepted answer leads
