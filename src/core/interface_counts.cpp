@@ -13,4 +13,13 @@ void InterfaceCounts::Clear() {
     droppedByDriver.reset();
 }
 
+const wchar_t* IgnoreReasonText(std::uint32_t reason) {
+    constexpr std::array<const wchar_t*, kIgnoreReasons> kTexts = {
+        L"Unknown packet",      L"Too tiny",          L"Fragmented",       L"Bad IP hdr version",
+        L"Bad IP hdr length",   L"Not ICMP",          L"Not ping",         L"Bad ICMP code",
+        L"Bad IP hdr checksum", L"Bad ICMP checksum", L"Not reply for us", L"Not ping for us",
+    };
+    return reason < kTexts.size() ? kTexts[reason] : L"(unknown)";
+}
+
 } // namespace vnxtest

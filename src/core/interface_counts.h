@@ -26,6 +26,8 @@ enum class IgnoreReason : std::uint32_t {
     NotPingForUs = 11,
 };
 inline constexpr std::size_t kIgnoreReasons = 12;
+// "Unknown packet" for 0, "(unknown)" for a number without a text.
+const wchar_t* IgnoreReasonText(std::uint32_t reason);
 
 struct InterfaceCounts {
     // Only the monitor thread writes these; any thread may read.

@@ -9,8 +9,8 @@ namespace vnxtest {
 void CPingList::AddTail(const CPing& ping) {
     if (!m_pings.empty()) {
         const CPing& last = m_pings.back();
-        const auto next = static_cast<std::uint16_t>(SwapNetwork16(last.wIcmpSeq) + 1);
-        m_consecutive = m_consecutive && ping.wIcmpId == last.wIcmpId && SwapNetwork16(ping.wIcmpSeq) == next;
+        const auto next = static_cast<std::uint16_t>(last.SequenceNumber() + 1);
+        m_consecutive = m_consecutive && ping.wIcmpId == last.wIcmpId && ping.SequenceNumber() == next;
     }
     if (m_pings.size() == kCapacity) {
         m_letGo.Add(m_pings.front());
@@ -36,7 +36,7 @@ std::optional<CPingList::Position> CPingList::Find(std::uint16_t icmpId, std::ui
     }
     if (m_consecutive) {
         const auto index = static_cast<Position>(
-            static_cast<std::uint16_t>(SwapNetwork16(icmpSeq) - SwapNetwork16(m_pings.front().wIcmpSeq)));
+            static_cast<std::uint16_t>(SwapNetwork16(icmpSeq) - m_pings.front().SequenceNumber()));
         const bool found = m_pings.front().wIcmpId == icmpId && index < m_pings.size();
         return found ? std::optional(m_first + index) : std::nullopt;
     }

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "packets/icmp_echo.h"
+
 namespace vnxtest {
 
 struct CPing {
@@ -19,6 +21,8 @@ struct CPing {
     std::uint32_t nReplies = 0;
     std::uint32_t nTimeouts = 0;
 
+    // In the host's order.
+    std::uint16_t SequenceNumber() const { return SwapNetwork16(wIcmpSeq); }
     // Neither answered nor timed out.
     bool IsUndecided() const { return nReplies == 0 && nTimeouts == 0; }
 };

@@ -34,7 +34,4 @@ private:
     PingTest& m_pingTest;
 };
 
-// The text of an ignore reason: "Unknown packet" for 0, "(unknown)" for a number without a text.
-const wchar_t* IgnoreReasonText(std::uint32_t reason);
-
 } // namespace vnxtest

@@ -6,29 +6,12 @@
 
 #include <fmt/format.h>
 
-#include "vnetx/vnetx.h"
+#include "core/debug_flags.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 
 namespace {
-
-struct DebugFlagName {
-    std::string_view name;
-    std::uint32_t bits;
-};
-
-constexpr DebugFlagName kDebugFlagNames[] = {
-    {"old-new", VNETX_DEBUG_OLD_NEW_VALUES},
-    {"contents", VNETX_DEBUG_PACKET_CONTENTS},
-    {"arp-read", VNETX_DEBUG_ARP_READ},
-    {"arp-written", VNETX_DEBUG_ARP_WRITTEN},
-    {"other-read", VNETX_DEBUG_OTHER_READ},
-    {"other-written", VNETX_DEBUG_OTHER_WRITTEN},
-    {"all", VNETX_DEBUG_OLD_NEW_VALUES | VNETX_DEBUG_PACKET_CONTENTS | VNETX_DEBUG_ARP_READ |
-                VNETX_DEBUG_ARP_WRITTEN | VNETX_DEBUG_OTHER_READ | VNETX_DEBUG_OTHER_WRITTEN},
-    {"none", 0},
-};
 
 constexpr double kLongestSeconds = 366.0 * 24 * 3600;
 
@@ -107,8 +90,8 @@ std::uint32_t ParseDebugFlagsOption(std::string_view option, std::string_view te
     for (bool more = true; more;) {
         const std::size_t comma = rest.find(',');
         const std::string_view name = rest.substr(0, comma);
-        const auto* const known = std::ranges::find(kDebugFlagNames, name, &DebugFlagName::name);
-        if (known == std::end(kDebugFlagNames)) {
+        const auto* const known = std::ranges::find(kDebugFlags, name, &DebugFlag::name);
+        if (known == std::end(kDebugFlags)) {
             Refuse(option, text,
                    fmt::format("a number of 32 bits or a list of {} with commas between", DebugFlagNames()));
         }
@@ -121,7 +104,7 @@ std::uint32_t ParseDebugFlagsOption(std::string_view option, std::string_view te
 
 std::string DebugFlagNames() {
     std::string names;
-    for (const DebugFlagName& flag : kDebugFlagNames) {
+    for (const DebugFlag& flag : kDebugFlags) {
         names += names.empty() ? "" : ", ";
         names += flag.name;
     }

@@ -1,7 +1,5 @@
 #include "cli/report/json_report.h"
 
-#include "packets/icmp_echo.h"
-#include "ping/receive_path.h"
 #include "wrenlib/product.h"
 #include "wrenlib/text.h"
 #include "wrenlib/ticks.h"
@@ -18,7 +16,7 @@ Json PingJson(const CPing& ping, std::size_t index, std::uint32_t firstTick) {
     const bool late = ping.nReplies > 0 && !TickReached(ping.dwDeadlineTick, ping.dwReplyTick);
     return Json{
         {"number", index + 1},
-        {"sequence", SwapNetwork16(ping.wIcmpSeq)},
+        {"sequence", ping.SequenceNumber()},
         {"sentMs", ping.dwSentTick - firstTick},
         {"replies", ping.nReplies},
         {"timeMs", ping.nReplies > 0 ? Json(ping.dwReplyTick - ping.dwSentTick) : Json()},
