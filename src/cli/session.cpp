@@ -1,7 +1,6 @@
 #include "cli/session.h"
 
-#include <algorithm>
-#include <thread>
+#include <utility>
 
 #include "cli/output/await_writers.h"
 #include "cli/output/failure.h"
@@ -11,21 +10,10 @@
 #include "cli/report/outcome_texts.h"
 #include "core/debug_output.h"
 #include "ping/target.h"
-#include "platform/process/privileges.h"
-#include "platform/process/sandbox.h"
-#include "platform/process/terminal.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
-
-namespace {
-
-constexpr std::chrono::milliseconds kGatherTime(5);
-// Requests to stop within this time count as one.
-constexpr std::chrono::milliseconds kOneRequest(15);
-
-} // namespace
 
 Session::Session(const Options& options) : m_options(options), m_port(options) {}
 
@@ -95,30 +83,7 @@ bool Session::OpenFiles() {
     }
     // From here on an interrupt ends the program in order.
     auto stopSignal =
-        StopSignal::Begin([this, first = Moment(),
-                           temporary = std::array{m_output.File().TemporaryPath(),
-                                                  m_jsonFile->TemporaryPath()}](int count) mutable {
-            if (count == 1) {
-                first = std::chrono::steady_clock::now();
-                if (IsTerminal(stderr)) {
-                    Complain(L"stopping; a second interrupt ends the program at once.");
-                }
-                m_port.Queue().PostInterrupt();
-                return;
-            }
-            // One request can come twice: to the program and to its process group.
-            if (std::chrono::steady_clock::now() - first < kOneRequest) {
-                return;
-            }
-            Complain(L"ended at once by a second interrupt.");
-            for (const std::filesystem::path& file : temporary) {
-                if (std::error_code ignored; !file.empty()) {
-                    std::filesystem::remove(file, ignored);
-                }
-            }
-            AwaitComplaints(std::chrono::milliseconds(100));
-            EndProcessAtOnce(kExitFailure);
-        });
+        TakeStopRequests(m_port.Queue(), {m_output.File().TemporaryPath(), m_jsonFile->TemporaryPath()});
     if (!stopSignal) {
         Fail(DescribeFailure(stopSignal.error()));
         return false;
@@ -141,7 +106,7 @@ bool Session::OpenLibrary() {
 
 // As the window does before its first report.
 void Session::GatherHost() {
-    m_channel.Attach();
+    m_feed.Attach();
     m_engine.GatherHost();
     if (IsDebugOutputRefused()) {
         Complain(
@@ -152,7 +117,7 @@ void Session::GatherHost() {
     } else {
         m_engine.WriteReport();
     }
-    Drain();
+    m_feed.Drain();
     m_output.ForgetFailures(); // the report's failed adapters are not the reason of a later failure
 }
 
@@ -176,7 +141,7 @@ bool Session::ResolvePingTarget() {
             Fail(Sprintf(L"Interrupted while the name \"%s\" was looked up.", m_options.target));
             return false;
         }
-        Drain();
+        m_feed.Drain();
     }
     const auto target = lookup.Answer();
     if (!target) {
@@ -194,20 +159,13 @@ void Session::MakeGuest() {
     m_port.SetSources({m_engine.Host(), *m_engine.Library(), *m_runProfile});
     m_engine.MakeGuest(*m_runProfile, m_port);
     m_guest = &m_engine.TheGuest();
-    RunSettings& run = m_guest->Run();
-    run.driverBufferSize = m_options.driverBufferSize.value_or(run.driverBufferSize);
-    run.dllBufferSize = m_options.dllBufferSize.value_or(run.dllBufferSize);
-    run.socketNotifyMode = m_options.socketNotify.value_or(run.socketNotifyMode);
-    if (m_options.debug) {
-        run.debugMode = m_options.debug->enabled;
-        run.debugFlags = m_options.debug->flags.value_or(run.debugFlags);
-    }
+    AnswerRunSettings(m_options, m_guest->Run());
     TellProfileProblem();
     if (m_options.save && m_options.debug) {
-        m_engine.UserSettings().StoreDebugSettings(run);
+        m_engine.UserSettings().StoreDebugSettings(m_guest->Run());
     }
     if (m_options.save && m_options.socketNotify) {
-        m_engine.UserSettings().StoreSocketNotifyMode(run);
+        m_engine.UserSettings().StoreSocketNotifyMode(m_guest->Run());
     }
     m_guest->Ping().KeepRecords(m_options.json);
 }
@@ -215,7 +173,7 @@ void Session::MakeGuest() {
 bool Session::StartGuest() {
     m_guestStarted = m_guest->OnStartGuest();
     TellProfileProblem();
-    Drain();
+    m_feed.Drain();
     if (const std::wstring note = m_port.TakeGatewayNote(); !note.empty()) {
         Complain(L"warning: " + note);
     }
@@ -238,14 +196,11 @@ TerminalEvent Session::Step(std::optional<Moment> deadline) {
     }
     switch (next.message) {
     case ViewMessage::OutputPending:
-        // Batches lines that follow closely: under a flood a wake-up and a write for every line would cost
-        // more than the rest.
-        std::this_thread::sleep_until(m_lastDrain + kGatherTime);
-        Drain();
+        m_feed.DrainGathered();
         break;
     case ViewMessage::InterfaceOpened:
         if (++m_interfacesOpened == InterfacesWanted()) {
-            GiveUpWhatIsNotNeeded();
+            m_rights.OnInterfacesOpened();
         }
         break;
     case ViewMessage::MonitorThreadEnded:
@@ -265,21 +220,19 @@ std::optional<Session::Moment> Session::DurationFromNow() const {
 }
 
 bool Session::MayGoOn() const {
-    return m_guest->IsRunning() && !m_output.HasFailed() && m_keptRights.empty();
+    return m_guest->IsRunning() && !m_output.HasFailed() && m_rights.Problem().empty();
 }
 
 int Session::RunGuest() {
     const std::optional<Moment> end = DurationFromNow();
-    while (MayGoOn()) {
-        if (Step(end) != TerminalEvent::Message) {
-            break; // interrupted, or the duration is over
-        }
+    while (MayGoOn() && Step(end) == TerminalEvent::Message) {
+        // until it is interrupted, or the duration is over
     }
     StopGuest();
-    if (!m_keptRights.empty()) {
-        return Fail(m_keptRights);
+    if (!m_rights.Problem().empty()) {
+        return Fail(m_rights.Problem());
     }
-    return m_guestEndedByItself ? Fail(DescribeStoppedGuest()) : kExitSuccess;
+    return m_guestEndedByItself ? Fail(DescribeStop()) : kExitSuccess;
 }
 
 bool Session::WaitForInterfaces() {
@@ -287,30 +240,7 @@ bool Session::WaitForInterfaces() {
     while (MayGoOn() && m_interfacesOpened < wanted && !m_interruption.IsNoted()) {
         Step(std::nullopt);
     }
-    return m_guest->IsRunning() && m_interfacesOpened >= wanted && m_keptRights.empty();
-}
-
-// The guest is started once, so the rights to open an interface are not needed any more. A library from a
-// file may still need rights to the network.
-void Session::GiveUpWhatIsNotNeeded() {
-    const bool saves = m_options.outputFile || !m_options.jsonFile.empty() || m_options.save;
-    m_rightsGivenUp = true;
-    const auto given = GiveUpPrivileges({.network = IsLibraryFile(m_options.library), .files = saves});
-    if (!given) {
-        m_keptRights = given.error().Describe();
-    } else if (m_options.command == Command::Run) {
-        EnterTheSandbox();
-    }
-}
-
-// The last step, when the needs of the guest and of a running ping test are known. Those of a library from
-// a file are not.
-void Session::EnterTheSandbox() {
-    const auto entered = EnterSandbox({.everything = m_options.noSandbox || IsLibraryFile(m_options.library),
-                                       .files = m_options.outputFile || !m_options.jsonFile.empty()});
-    if (!entered) {
-        m_keptRights = entered.error().Describe();
-    }
+    return m_guest->IsRunning() && m_interfacesOpened >= wanted && m_rights.Problem().empty();
 }
 
 int Session::PingFromGuest() {
@@ -318,7 +248,7 @@ int Session::PingFromGuest() {
         m_pingStarted = m_guest->OnTestStartPing();
         TellProfileProblem();
         if (m_pingStarted) {
-            EnterTheSandbox();
+            m_rights.EnterSandbox();
             AwaitPingTest();
         }
     }
@@ -352,10 +282,10 @@ int Session::JudgePingTest() {
             return kExitFailure; // Finish() tells why
         }
         if (m_guestEndedByItself) {
-            return Fail(DescribeStoppedGuest());
+            return Fail(DescribeStop());
         }
-        if (!m_keptRights.empty()) {
-            return Fail(m_keptRights);
+        if (!m_rights.Problem().empty()) {
+            return Fail(m_rights.Problem());
         }
         return m_interruption.IsNoted() ? Fail(L"Interrupted before the ping test began.")
                                         : FailStart(L"The ping test could not be started:");
@@ -365,7 +295,7 @@ int Session::JudgePingTest() {
         return Fail(DescribeWriteFailure(result.plan, m_output.LastFailureMessage()));
     }
     if (m_guestEndedByItself) {
-        return Fail(DescribeStoppedGuest());
+        return Fail(DescribeStop());
     }
     if (!result.problem.empty()) {
         return Fail(L"The ping test could not be watched while it ran:\n" + result.problem);
@@ -393,7 +323,7 @@ int Session::ListAdapters() {
 
 void Session::StopGuest() {
     m_guest->StopGuest();
-    Drain();
+    m_feed.Drain();
     for (int index = 0; index < InterfacesWanted(); ++index) {
         if (const std::wstring note = DescribeDroppedFrames(m_guest->Interface(index).counted, index);
             !note.empty()) {
@@ -402,64 +332,28 @@ void Session::StopGuest() {
     }
 }
 
-void Session::Drain() {
-    m_output.Write(m_channel.TakePending());
-    m_lastDrain = std::chrono::steady_clock::now();
-    if (!m_toldLeftOut && LinesAreMissing()) {
-        m_toldLeftOut = true;
-        Complain(
-            L"warning: the document is not taken as fast as it comes: lines are left out. The guest goes on.");
-    }
-}
-
-bool Session::LinesAreMissing() {
-    const std::vector<BackgroundWriter*> writers = m_output.Writers();
-    return m_channel.LinesLeftOut() > 0 ||
-           std::ranges::any_of(writers, [](const auto* writer) { return writer->LinesLeftOut() > 0; });
-}
-
 bool Session::SaveJson(std::string text, const std::wstring& complaint) {
-    BackgroundWriter writer(WriteTo(m_jsonFile, complaint), [this] { WakeUp(); });
-    writer.Append(std::make_shared<const std::string>(std::move(text)));
-    writer.Close();
-    AwaitWriters({&writer}, m_interruption);
-    if (!writer.Problem().empty()) {
-        Fail(writer.Problem());
-    } else if (writer.LinesLeftOut() > 0) {
-        Fail(complaint + L"nobody reads them.");
+    const std::wstring problem =
+        WriteWhole(m_jsonFile, std::move(text), complaint, m_interruption, [this] { WakeUp(); });
+    if (!problem.empty()) {
+        Fail(problem);
     }
-    return writer.Problem().empty() && writer.LinesLeftOut() == 0;
+    return problem.empty();
 }
 
 void Session::TellProfileProblem() {
-    const std::wstring problem = m_profile->LastProblem();
-    if (problem != m_toldProfileProblem) {
+    if (const std::wstring problem = m_profile->LastProblem(); problem != m_toldProfileProblem) {
         m_toldProfileProblem = problem;
         Complain(L"warning: the profile: " + problem);
     }
 }
 
-std::wstring Session::DescribeStoppedGuest() const {
-    std::wstring text = m_interfacesOpened == 0 ? L"The guest could not be started"
-                                                : L"The guest has stopped because an interface failed";
-    text += m_output.LastFailureMessage().empty() ? L"." : L":\n" + m_output.LastFailureMessage();
-    const bool tun = EqualNoCase(m_options.library, L"tun");
-    const bool capture = EqualNoCase(m_options.library, L"pcap") || EqualNoCase(m_options.library, L"auto");
-    const Privilege needed = tun ? Privilege::NetworkAdministration : Privilege::Capture;
-    if ((tun || capture) && !m_rightsGivenUp && !m_output.WasRefused() && !MayOpen(needed)) {
-        return text + L"\n" + HowToGrant(needed);
-    }
-    return text +
-           L"\nThe lines above it in the document tell the whole story; \"vnxtest-cli adapters\" shows which adapters there are and whether they are connected.";
-}
-
-// A sentence about lines left out while the main thread was blocked.
-std::wstring Session::LeftOutUnderWay() {
-    const std::uint64_t count = m_channel.LinesLeftOut();
-    return count == 0
-               ? std::wstring()
-               : Sprintf(L"%u lines came faster than they could be taken, and are missing in the document.",
-                         count);
+std::wstring Session::DescribeStop() const {
+    return DescribeStoppedGuest({.library = m_options.library,
+                                 .failure = m_output.LastFailureMessage(),
+                                 .everOpened = m_interfacesOpened > 0,
+                                 .rightsWereGone = m_rights.AreGivenUp(),
+                                 .wasRefused = m_output.WasRefused()});
 }
 
 int Session::Fail(std::wstring problem) {
@@ -477,7 +371,7 @@ int Session::Finish(int status) {
     }
     m_output.Close();
     AwaitWriters(m_output.Writers(), m_interruption);
-    for (const std::wstring& problem : {m_output.Problem(), m_output.LeftOut(), LeftOutUnderWay()}) {
+    for (const std::wstring& problem : {m_output.Problem(), m_output.LeftOut(), m_feed.LeftOutUnderWay()}) {
         if (!problem.empty()) {
             Complain(problem);
             m_problem += (m_problem.empty() ? L"" : L"\n") + problem;
@@ -486,10 +380,11 @@ int Session::Finish(int status) {
     }
     if (m_jsonFile->IsOpen()) {
         RunResults results;
-        results.library =
-            m_engine.Library() != nullptr ? m_engine.Library()->ModuleName() : m_options.library;
-        results.whyNotThePackage =
-            m_engine.Library() != nullptr ? m_engine.Library()->WhyNotThePackage() : std::wstring();
+        results.library = m_options.library;
+        if (const VnetxLibrary* const library = m_engine.Library()) {
+            results.library = library->ModuleName();
+            results.whyNotThePackage = library->WhyNotThePackage();
+        }
         results.command = ToWide(NameOf(m_options.command));
         results.exitStatus = status;
         results.problem = m_problem;

@@ -11,14 +11,14 @@
 #include "cli/messages/interruption.h"
 #include "cli/options/options.h"
 #include "cli/output/console.h"
-#include "cli/output/document_output.h"
+#include "cli/output/document_feed.h"
 #include "cli/run_profile.h"
+#include "cli/run_rights.h"
+#include "cli/stop_requests.h"
 #include "cli/terminal_port.h"
-#include "core/output_channel.h"
 #include "guest/engine.h"
 #include "platform/files/atomic_file.h"
 #include "platform/files/profile.h"
-#include "platform/process/stop_signal.h"
 
 namespace vnxtest {
 
@@ -44,8 +44,6 @@ private:
     int InterfacesWanted() const { return m_guest->UsesTwoInterfaces() ? 2 : 1; }
     bool WaitForInterfaces();
     bool MayGoOn() const;
-    void GiveUpWhatIsNotNeeded();
-    void EnterTheSandbox();
 
     void GatherHost();
     void DefineGateway();
@@ -59,8 +57,6 @@ private:
 
     int CarryOut();
 
-    bool LinesAreMissing();
-    std::wstring LeftOutUnderWay();
     // False if it could not be saved; Fail() has told why, beginning with `complaint`.
     bool SaveJson(std::string text, const std::wstring& complaint);
 
@@ -68,9 +64,8 @@ private:
     TerminalEvent Step(std::optional<Moment> deadline);
     std::optional<Moment> DurationFromNow() const;
     void StopGuest();
-    void Drain();
     void TellProfileProblem();
-    std::wstring DescribeStoppedGuest() const;
+    std::wstring DescribeStop() const;
     // Any message makes the main thread check its state. Any thread.
     void WakeUp() { m_port.Queue().Post(ViewMessage::OutputPending); }
     int Fail(std::wstring problem);
@@ -80,8 +75,8 @@ private:
     const Options& m_options;
     TerminalPort m_port;
     Interruption m_interruption{m_port.Queue()};
-    OutputChannel m_channel{m_port};
-    DocumentOutput m_output{stdout, [this] { WakeUp(); }};
+    DocumentFeed m_feed{m_port, [this] { WakeUp(); }};
+    DocumentOutput& m_output = m_feed.Output();
     std::shared_ptr<AtomicFile> m_jsonFile = std::make_shared<AtomicFile>();
     std::unique_ptr<StopSignal> m_stopSignal;
     std::unique_ptr<Profile> m_profile;
@@ -90,14 +85,11 @@ private:
     Guest* m_guest = nullptr; // once it is made
     bool m_guestStarted = false;
     int m_interfacesOpened = 0;
-    bool m_rightsGivenUp = false;
-    std::wstring m_keptRights; // why the run must not go on; empty if it may
+    RunRights m_rights{m_options};
     bool m_pingStarted = false;
-    bool m_toldLeftOut = false;
     bool m_guestEndedByItself = false;
     std::wstring m_toldProfileProblem;
     std::wstring m_problem;
-    Moment m_lastDrain{};
 };
 
 } // namespace vnxtest

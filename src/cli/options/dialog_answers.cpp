@@ -182,6 +182,16 @@ DialogAnswer AnswerPingWho(const Options& options, Ipv4Address address, PingWhoP
     return answer;
 }
 
+void AnswerRunSettings(const Options& options, RunSettings& run) {
+    run.driverBufferSize = options.driverBufferSize.value_or(run.driverBufferSize);
+    run.dllBufferSize = options.dllBufferSize.value_or(run.dllBufferSize);
+    run.socketNotifyMode = options.socketNotify.value_or(run.socketNotifyMode);
+    if (options.debug) {
+        run.debugMode = options.debug->enabled;
+        run.debugFlags = options.debug->flags.value_or(run.debugFlags);
+    }
+}
+
 std::wstring DescribeWarning(const ProceedQuestion& question) {
     return Sprintf(L"%s: %s\n%s\n\n%s", std::wstring(question.title), std::wstring(question.mainInstruction),
                    std::wstring(question.expandedInformation), std::wstring(question.content));

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/options/options.h"
+#include "core/run_settings.h"
 #include "guest/parameters_check.h"
 #include "platform/files/profile.h"
 
@@ -35,6 +36,9 @@ DialogAnswer AnswerParameters(const Options& options, const AnswerSources& sourc
 // The ping-who dialog; `address` is the resolved target of the command line. A number of the profile that
 // the dialog would refuse is replaced by its default.
 DialogAnswer AnswerPingWho(const Options& options, Ipv4Address address, PingWhoParameters& parameters);
+
+// What the options say over the settings that `run` comes with: buffers, socket-notify mode, debug messages.
+void AnswerRunSettings(const Options& options, RunSettings& run);
 
 // The question before the start, as it is shown without --proceed.
 std::wstring DescribeWarning(const ProceedQuestion& question);

@@ -325,6 +325,10 @@ bool Options::IsSimulated() const {
     return IsSimulatedLan(library);
 }
 
+bool Options::UsesLibraryFile() const {
+    return IsLibraryFile(library);
+}
+
 std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>& arguments) {
     CLI::App app(std::string(kProductName) + kDescription, "vnxtest-cli");
     Raw raw;

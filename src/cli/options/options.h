@@ -65,6 +65,8 @@ struct Options {
     bool UsesTwoInterfaces() const { return interface2.AnyGiven() || fromInterface == 2; }
     // True if the simulated LAN was asked for.
     bool IsSimulated() const;
+    // A shared library was named: somebody else's code.
+    bool UsesLibraryFile() const;
 };
 
 // The answer instead of a run: the help or the version (standard output, status 0), or a fault of the

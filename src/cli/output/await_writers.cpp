@@ -1,5 +1,9 @@
 #include "cli/output/await_writers.h"
 
+#include <utility>
+
+#include "cli/output/document_output.h"
+
 #include <algorithm>
 
 namespace vnxtest {
@@ -29,6 +33,18 @@ void AwaitWriters(const std::vector<BackgroundWriter*>& writers, Interruption& i
             end += kForTheEnd;
         }
     }
+}
+
+std::wstring WriteWhole(const std::shared_ptr<AtomicFile>& file, std::string text, const std::wstring& what,
+                        Interruption& interruption, std::function<void()> onEnd) {
+    BackgroundWriter writer(WriteTo(file, what), std::move(onEnd));
+    writer.Append(std::make_shared<const std::string>(std::move(text)));
+    writer.Close();
+    AwaitWriters({&writer}, interruption);
+    if (writer.Problem().empty() && writer.LinesLeftOut() > 0) {
+        return what + L"nobody reads them.";
+    }
+    return writer.Problem();
 }
 
 } // namespace vnxtest

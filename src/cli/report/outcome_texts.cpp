@@ -4,7 +4,9 @@
 
 #include "core/run_settings.h"
 #include "ping/echo_request.h"
+#include "platform/process/privileges.h"
 #include "wrenlib/format.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
@@ -34,6 +36,21 @@ std::wstring DescribeDroppedFrames(const InterfaceCounts& counted, int index) {
                         std::min(size * 4, kDriverBufferRange.highest));
     }
     return text;
+}
+
+std::wstring DescribeStoppedGuest(const StoppedGuest& stopped) {
+    std::wstring text = stopped.everOpened ? L"The guest has stopped because an interface failed"
+                                           : L"The guest could not be started";
+    text += stopped.failure.empty() ? L"." : L":\n" + stopped.failure;
+    const bool tun = EqualNoCase(stopped.library, L"tun");
+    const bool capture = EqualNoCase(stopped.library, L"pcap") || EqualNoCase(stopped.library, L"auto");
+    const Privilege needed = tun ? Privilege::NetworkAdministration : Privilege::Capture;
+    if ((tun || capture) && !stopped.rightsWereGone && !stopped.wasRefused && !MayOpen(needed)) {
+        return text + L"\n" + HowToGrant(needed);
+    }
+    return text +
+           L"\nThe lines above it in the document tell the whole story; \"vnxtest-cli adapters\" shows which "
+           L"adapters there are and whether they are connected.";
 }
 
 } // namespace vnxtest

@@ -15,4 +15,14 @@ std::wstring DescribeWriteFailure(const PingPlan& plan, const std::wstring& fail
 // Empty if there were none. Called after the interface was closed.
 std::wstring DescribeDroppedFrames(const InterfaceCounts& counted, int index);
 
+// A guest that ended by itself.
+struct StoppedGuest {
+    std::wstring library;        // as on the command line
+    std::wstring failure;        // what the document says of it
+    bool everOpened = false;     // an interface was opened before
+    bool rightsWereGone = false; // given up when all were
+    bool wasRefused = false;     // `failure` says already what the program may not open
+};
+std::wstring DescribeStoppedGuest(const StoppedGuest& stopped);
+
 } // namespace vnxtest
