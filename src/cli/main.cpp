@@ -5,13 +5,12 @@
 
 #include "cli/options/options.h"
 #include "cli/output/console.h"
+#include "cli/output/document_output.h"
 #include "cli/output/failure.h"
 #include "cli/session.h"
 #include "platform/process/privileges.h"
 #include "platform/process/sandbox.h"
 #include "platform/process/terminal.h"
-#include "wrenlib/errors.h"
-#include "wrenlib/format.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -28,8 +27,7 @@ Outcome ShowAnswer(const OptionsAnswer& answer) {
         return {};
     }
     if (!WriteAll(stdout, ToUtf8(answer.text))) {
-        const int code = errno;
-        Complain(Sprintf(L"Standard output cannot be written; errno=%d: %s", code, StrError(code)));
+        Complain(DescribeStreamFailure(errno));
         return {};
     }
     return {kExitSuccess};

@@ -72,7 +72,7 @@ bool Session::OpenFiles() {
     }
     if (!m_options.jsonFile.empty()) {
         if (const auto opened = m_jsonFile->Open(m_options.jsonFile, FileAccess::Document); !opened) {
-            Fail(L"The results cannot be saved: " + opened.error().text);
+            Fail(kResultsCannotBeSaved + opened.error().text);
             return false;
         }
     }
@@ -393,7 +393,7 @@ int Session::Finish(int status) {
             results.interfaces[index] = info.asked.NamesAdapter() ? &info : nullptr;
         }
         results.ping = m_pingStarted ? &m_guest->Ping().Result() : nullptr;
-        if (!SaveJson(RunResultsJson(results), L"The results cannot be saved: ")) {
+        if (!SaveJson(RunResultsJson(results), kResultsCannotBeSaved)) {
             status = kExitFailure;
         }
     }

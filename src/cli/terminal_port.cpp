@@ -25,8 +25,7 @@ bool TerminalPort::AskParameters(GuestParameters& parameters) {
 }
 
 int TerminalPort::ShowProceedTaskDialog(const ProceedQuestion& question) {
-    const bool aboutGateway = question.title == L"Undefined Gateway";
-    const std::wstring note = aboutGateway ? TakeGatewayNote() : std::wstring();
+    const std::wstring note = question.aboutGateway ? TakeGatewayNote() : std::wstring();
     if (m_options.proceed) {
         Complain(L"warning: " + (note.empty() ? std::wstring(question.mainInstruction) : note) +
                  L" Proceeding, as --proceed says.");
@@ -34,7 +33,7 @@ int TerminalPort::ShowProceedTaskDialog(const ProceedQuestion& question) {
     }
     m_refusal = note + (note.empty() ? L"" : L"\n") + DescribeWarning(question) +
                 L" Give --proceed to start all the same";
-    if (aboutGateway) {
+    if (question.aboutGateway) {
         m_refusal += m_options.gateway ? L", or --gateway IP with a gateway that answers."
                                        : L", or --gateway IP to define the default gateway.";
     } else {

@@ -9,19 +9,18 @@ namespace vnxtest {
 namespace {
 
 constexpr std::wstring_view kTitle = L"Address Warning";
-constexpr std::wstring_view kContent = L"Do you wish to proceed anyway?";
 
 constexpr ProceedQuestion kMacOfHost = {
-    kTitle, L"Your guest MAC is that of a host adapter!", kContent,
+    kTitle, L"Your guest MAC is that of a host adapter!", kProceedContent,
     L"The hardware address you defined for your virtual interface is already used by an adapter of this system.\n\nThe guest would answer packets which are meant for your system, and both would disturb each other."};
 constexpr ProceedQuestion kIpOfHost = {
-    kTitle, L"Your guest IP is your own!", kContent,
+    kTitle, L"Your guest IP is your own!", kProceedContent,
     L"The IP address you defined for your virtual interface is already used by this system.\n\nThe guest would answer for your system, and connections of your system are likely to break."};
 constexpr ProceedQuestion kIpOfGateway = {
-    kTitle, L"Your guest IP is that of a gateway!", kContent,
+    kTitle, L"Your guest IP is that of a gateway!", kProceedContent,
     L"The IP address you defined for your virtual interface is already used by a gateway of this system.\n\nThe guest would take the place of the gateway, and your system is likely to lose its way to other networks."};
 constexpr ProceedQuestion kIpUnusable = {
-    kTitle, L"Your guest IP cannot be a workstation's!", kContent,
+    kTitle, L"Your guest IP cannot be a workstation's!", kProceedContent,
     L"The IP address you defined for your virtual interface is reserved: it stands for this network, for this system itself, for a group or for everybody.\n\nNo other system will send packets to it, and the test is unlikely to succeed."};
 
 HostFacts FactsOf(const InterfaceAddresses& guest, const HostNetwork& host) {

@@ -20,12 +20,15 @@ struct GuestParameters {
     bool store = true;
 };
 
-// The pre-start question. `content` is always "Do you wish to proceed anyway?".
+inline constexpr std::wstring_view kProceedContent = L"Do you wish to proceed anyway?";
+
+// The pre-start question.
 struct ProceedQuestion {
     std::wstring_view title;
     std::wstring_view mainInstruction;
-    std::wstring_view content;
+    std::wstring_view content; // kProceedContent
     std::wstring_view expandedInformation;
+    bool aboutGateway = false; // it would not be asked if a default gateway were known
 };
 
 struct PingWhoParameters {

@@ -11,12 +11,11 @@ namespace {
 
 using Refusal = std::optional<ParameterRefusal>;
 
-constexpr const wchar_t* kIpTitle = L"IP Address";
 constexpr const wchar_t* kMacTitle = L"MAC Address";
 
 Refusal Refuse(int index, ParameterField field, const wchar_t* text) {
     const bool ip = field == ParameterField::GuestIp || field == ParameterField::AdapterIp;
-    return ParameterRefusal{index, field, ip ? kIpTitle : kMacTitle, text};
+    return ParameterRefusal{index, field, ip ? kIpAddressTitle : kMacTitle, text};
 }
 
 // Generates the guest MAC from the guest IP if none was entered, and checks it: it must be a single
@@ -61,8 +60,7 @@ Refusal CheckAdapter(const InterfaceParameters& parameters, int index, const Hos
 
 Refusal CheckGuestIp(const InterfaceParameters& parameters, int index) {
     if (!ValidateIPAddress(parameters.guestIpText)) {
-        return Refuse(index, ParameterField::GuestIp,
-                      L"The IP Address you entered is invalid. Please enter a valid IP address.");
+        return Refuse(index, ParameterField::GuestIp, kInvalidIpAddress);
     }
     return std::nullopt;
 }

@@ -16,14 +16,12 @@ constexpr wchar_t kForwardingOtherSubnet[] =
 constexpr wchar_t kGatewayOtherSubnet[] =
     L"The IP addresses you defined for your virtual interface(s) are not within the same physical subnet as the physical adapter that the virtual interface is using.\n\nUnless the default gateway defined for the physical adapter that your virtual interface(s) is/are using is a true router that knows how to route packets between the two subnets, your tests are likely to fail.";
 
-constexpr std::wstring_view kContent = L"Do you wish to proceed anyway?";
-
 ProceedQuestion UndefinedGateway(std::wstring_view text) {
-    return {L"Undefined Gateway", L"Your default gateway is undefined!", kContent, text};
+    return {L"Undefined Gateway", L"Your default gateway is undefined!", kProceedContent, text, true};
 }
 
 ProceedQuestion OtherSubnet(std::wstring_view text) {
-    return {L"Subnets Warning", L"Your guest IP is in a different subnet!", kContent, text};
+    return {L"Subnets Warning", L"Your guest IP is in a different subnet!", kProceedContent, text};
 }
 
 } // namespace

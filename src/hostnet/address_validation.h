@@ -12,6 +12,11 @@
 
 namespace vnxtest {
 
+// The refusal of an IP address, under its title.
+inline constexpr const wchar_t* kIpAddressTitle = L"IP Address";
+inline constexpr const wchar_t* kInvalidIpAddress =
+    L"The IP Address you entered is invalid. Please enter a valid IP address.";
+
 // Four numbers from 0 to 255 with dots between them; nullopt for any other text, as that of a partly filled
 // entry.
 std::optional<Ipv4Address> ValidateIPAddress(std::wstring_view text);

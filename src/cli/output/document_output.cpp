@@ -14,6 +14,8 @@ namespace {
 // The mark of a library's line about missing rights (DebugLines::TellRefusal).
 constexpr std::string_view kRefusalMark = " may not be opened by this program itself. ";
 
+constexpr const wchar_t* kCannotBeSaved = L"The document cannot be saved: ";
+
 constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
 
 std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
@@ -35,13 +37,16 @@ BackgroundWriter::Destination WriteTo(std::FILE* stream) {
         if (WriteAll(stream, text)) {
             return std::wstring();
         }
-        const int code = errno;
-        return Sprintf(L"Standard output cannot be written; errno=%d: %s", code, StrError(code));
+        return DescribeStreamFailure(errno);
     };
     return {write, nullptr, IsOrdinaryFile(stream)};
 }
 
 } // namespace
+
+std::wstring DescribeStreamFailure(int code) {
+    return Sprintf(L"Standard output cannot be written; errno=%d: %s", code, StrError(code));
+}
 
 BackgroundWriter::Destination WriteTo(const std::shared_ptr<AtomicFile>& file, const std::wstring& what) {
     const auto write = [file, what](std::string_view text) {
@@ -62,11 +67,10 @@ DocumentOutput::DocumentOutput(std::FILE* stream, std::function<void()> onEnd)
 Result<void> DocumentOutput::OpenFile(const std::filesystem::path& path) {
     if (auto opened = m_file->Open(path, FileAccess::Document); !opened) {
         std::wstring& text = opened.error().text;
-        text = L"The document cannot be saved: " + text;
+        text = kCannotBeSaved + text;
         return opened;
     }
-    m_fileWriter = std::make_unique<BackgroundWriter>(
-        vnxtest::WriteTo(m_file, L"The document cannot be saved: "), m_onEnd);
+    m_fileWriter = std::make_unique<BackgroundWriter>(vnxtest::WriteTo(m_file, kCannotBeSaved), m_onEnd);
     return {};
 }
 

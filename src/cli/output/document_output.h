@@ -67,6 +67,9 @@ private:
     bool m_refusalGoesOn = false;
 };
 
+// The message for a failed write to standard output; `code` is the errno.
+std::wstring DescribeStreamFailure(int code);
+
 // A destination that writes `file` and commits it at the end; `what` begins the sentences about its
 // failures.
 BackgroundWriter::Destination WriteTo(const std::shared_ptr<AtomicFile>& file, const std::wstring& what);

@@ -29,6 +29,9 @@ struct RunResults {
     std::wstring problem; // empty with status 0
 };
 
+// Begins the sentences about results that cannot be saved.
+inline constexpr const wchar_t* kResultsCannotBeSaved = L"The results cannot be saved: ";
+
 // The whole text, UTF-8, ended by a line end.
 std::string RunResultsJson(const RunResults& results);
 

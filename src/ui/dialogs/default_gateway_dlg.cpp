@@ -67,8 +67,7 @@ bool CDefaultGatewayDlg::UseSilentGateway() {
 bool CDefaultGatewayDlg::Validate() {
     const auto gateway = ValidateIPAddress(m_address->GetText().ToStdWstring());
     if (!gateway) {
-        return ErrorBalloon(m_address, "IP Address",
-                            "The IP Address you entered is invalid. Please enter a valid IP address.");
+        return ErrorBalloon(m_address, kIpAddressTitle, kInvalidIpAddress);
     }
     m_gateway = *gateway;
     bool responsive = false;
