@@ -98,6 +98,20 @@ TEST_F(InterfaceLifecycleTest, AFailureClosesAndKeepsItsErrno) {
     EXPECT_FALSE(m_library.IsOpen());
 }
 
+TEST_F(InterfaceLifecycleTest, WhatIsOpenIsClosedWithItsRecordAndWithdrawnBefore) {
+    {
+        INTERFACE_INFO info;
+        info.asked = m_info.asked;
+        EXPECT_EQ(CreateInterface(info, m_library, m_settings), 3);
+        EXPECT_TRUE(m_library.IsOpen());
+    }
+    EXPECT_FALSE(m_library.IsOpen());
+    Create();
+    m_info.open.Close();
+    EXPECT_EQ(m_info.open.Handle(), -1);
+    m_info.open.WithHandle([](std::int32_t) { FAIL() << "there is nobody to wake"; });
+}
+
 TEST_F(InterfaceLifecycleTest, StatisticsAreReportedToTheLetter) {
     Create();
     TakeText();
