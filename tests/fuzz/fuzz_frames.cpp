@@ -17,6 +17,7 @@
 #include "packets/ipv4_packet.h"
 #include "packets/reply_scope.h"
 #include "ping/receive_path.h"
+#include "support/hex.h"
 #include "vnetx/pcap/capture.h"
 #include "vnetx/pcap/pcap_library.h"
 
