@@ -66,27 +66,23 @@ int Session::CarryOut() {
 bool Session::OpenFiles() {
     if (m_options.outputFile) {
         if (const auto opened = m_output.OpenFile(*m_options.outputFile); !opened) {
-            Fail(opened.error().text);
-            return false;
+            return Refuse(opened.error().text);
         }
     }
     if (!m_options.jsonFile.empty()) {
         if (const auto opened = m_jsonFile->Open(m_options.jsonFile, FileAccess::Document); !opened) {
-            Fail(kResultsCannotBeSaved + opened.error().text);
-            return false;
+            return Refuse(kResultsCannotBeSaved + opened.error().text);
         }
     }
     if (const std::wstring clash = FindFileClash(m_output.File(), *m_jsonFile, m_options.library);
         !clash.empty()) {
-        Fail(clash);
-        return false;
+        return Refuse(clash);
     }
     // From here on an interrupt ends the program in order.
     auto stopSignal =
         TakeStopRequests(m_port.Queue(), {m_output.File().TemporaryPath(), m_jsonFile->TemporaryPath()});
     if (!stopSignal) {
-        Fail(DescribeFailure(stopSignal.error()));
-        return false;
+        return Refuse(DescribeFailure(stopSignal.error()));
     }
     m_stopSignal = std::move(*stopSignal);
     return true;
@@ -94,8 +90,7 @@ bool Session::OpenFiles() {
 
 bool Session::OpenLibrary() {
     if (const auto opened = m_engine.Open(m_options.library); !opened) {
-        Fail(L"The interface library cannot be used: " + opened.error().Describe());
-        return false;
+        return Refuse(L"The interface library cannot be used: " + opened.error().Describe());
     }
     // Said without the report, too, whose banner says it: the results prove nothing about the package.
     if (const std::wstring why = m_engine.Library()->WhyNotThePackage(); !why.empty()) {
@@ -138,16 +133,14 @@ bool Session::ResolvePingTarget() {
     const TargetLookup lookup(m_options.target, [this] { WakeUp(); });
     while (!lookup.IsOver()) {
         if (m_interruption.Wait(std::nullopt).event == TerminalEvent::Interrupted) {
-            Fail(Sprintf(L"Interrupted while the name \"%s\" was looked up.", m_options.target));
-            return false;
+            return Refuse(Sprintf(L"Interrupted while the name \"%s\" was looked up.", m_options.target));
         }
         m_feed.Drain();
     }
     const auto target = lookup.Answer();
     if (!target) {
-        Fail(Sprintf(L"The ping target \"%s\" cannot be used: %s", m_options.target,
-                     target.error().Describe()));
-        return false;
+        return Refuse(Sprintf(L"The ping target \"%s\" cannot be used: %s", m_options.target,
+                              target.error().Describe()));
     }
     m_port.SetTarget(*target);
     return true;

@@ -7,6 +7,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "cli/messages/interruption.h"
 #include "cli/options/options.h"
@@ -69,6 +70,11 @@ private:
     // Any message makes the main thread check its state. Any thread.
     void WakeUp() { m_port.Queue().Post(ViewMessage::OutputPending); }
     int Fail(std::wstring problem);
+    // Fail() for a step that returns whether the command goes on: false.
+    bool Refuse(std::wstring problem) {
+        Fail(std::move(problem));
+        return false;
+    }
     int FailStart(const std::wstring& what);
     int Finish(int status);
 
