@@ -25,20 +25,15 @@ TEST(PingList, FindsTheOldestByIdentifierAndSequence) {
     for (std::uint32_t n = 0; n < 300; ++n) {
         list.AddTail(Ping(7, 65500 + n)); // across the wrap of the sequence numbers
     }
-    EXPECT_EQ(Find(list, 7, 0), 36U);
-    EXPECT_EQ(Find(list, 7, 65500 + 299), 299U);
-    EXPECT_FALSE(Find(list, 7, 65500 + 300));
-    EXPECT_FALSE(Find(list, 7, 65499));
-    EXPECT_FALSE(Find(list, 8, 65500));
+    EXPECT_TRUE(Find(list, 7, 0) == 36U && Find(list, 7, 65500 + 299) == 299U);
+    EXPECT_FALSE(Find(list, 7, 65500 + 300) || Find(list, 7, 65499) || Find(list, 8, 65500));
     list.RemoveAll();
     EXPECT_EQ(list.GetCount(), 0U);
     for (const auto& [id, sequence] : {std::pair{7, 5}, {9, 6}, {7, 5}, {7, 100}}) { // of no regular shape
         list.AddTail(Ping(static_cast<std::uint16_t>(id), static_cast<std::uint32_t>(sequence)));
     }
-    EXPECT_EQ(Find(list, 7, 5), 0U);
-    EXPECT_EQ(Find(list, 9, 6), 1U);
-    EXPECT_EQ(Find(list, 7, 100), 3U);
-    EXPECT_FALSE(Find(list, 7, 6));
+    EXPECT_TRUE(Find(list, 7, 5) == 0U && Find(list, 9, 6) == 1U && Find(list, 7, 100) == 3U &&
+                !Find(list, 7, 6));
 }
 
 // Three times around the sequence numbers: of one sent 65,536 pings ago a reply tells nothing.

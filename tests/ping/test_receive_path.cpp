@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <chrono>
 #include <future>
-#include <map>
 #include <thread>
 
 #include "ping/receive_path.h"
@@ -12,10 +11,6 @@
 
 namespace vnxtest {
 namespace {
-
-std::string Ignored(const std::string& reason) {
-    return "Packet was ignored (" + reason + ")\n";
-}
 
 class ReceivePathTest : public InterfaceFixture {
 protected:
@@ -34,48 +29,6 @@ protected:
     PingTest m_pingTest{m_library, m_writer, m_run, m_view};
     ReceivePath m_path{m_library, m_writer, m_run, m_pingTest};
 };
-
-// A packet in which everything is wrong is mended step by step. Each reason on its own, and other types of
-// frames, on a wire: tests/e2e/test_garbage.py.
-TEST_F(ReceivePathTest, NamesTheFirstTestThatFailsAndAnswersWhatPassesAll) {
-    const Frame sound = EchoPacket(8);
-    EXPECT_EQ(Receive(Frame(sound.begin(), sound.begin() + 28)), Ignored("Too tiny"));
-    Frame packet = sound;
-    for (const auto& [offset, value] : std::map<std::size_t, std::uint8_t>{
-             {0, 0x66}, {6, 0x20}, {9, 17}, {10, 0}, {19, 112}, {20, 3}, {21, 1}, {31, 0}}) {
-        packet[offset] = value;
-    }
-    struct Step {
-        std::size_t offset;
-        std::uint8_t value;
-        const char* before; // the reason until then
-    };
-    for (const auto& [offset, value, before] : {Step{6, 0, "Fragmented"},
-                                                {0, 0x46, "Bad IP hdr version"},
-                                                {0, 0x45, "Bad IP hdr length"},
-                                                {9, 1, "Not ICMP"},
-                                                {20, 8, "Not ping"},
-                                                {21, 0, "Bad ICMP code"}}) {
-        EXPECT_EQ(Receive(packet), Ignored(before));
-        packet[offset] = value;
-    }
-    EXPECT_EQ(Receive(packet), Ignored("Bad IP hdr checksum"));
-    MendChecksums(packet);
-    packet[31] = 1;
-    EXPECT_EQ(Receive(packet), Ignored("Bad ICMP checksum"));
-    packet[31] = 0;
-    EXPECT_EQ(Receive(packet), Ignored("Not ping for us"));
-    packet[20] = 0;
-    MendChecksums(packet);
-    EXPECT_EQ(Receive(packet), Ignored("Not reply for us"));
-    for (std::size_t reason = 1; reason < kIgnoreReasons; ++reason) {
-        EXPECT_EQ(m_info.counted.ignored[reason], 1U) << reason;
-    }
-    EXPECT_EQ(Receive(sound), "** Someone is PINGing Vant!\n** Sending PING reply to 10.1.2.1\n");
-    Frame expected = Hex("4500 0020 1234 0000 40 01 0000 0A01026F 0A010201 00 00 0000 0102 0304 61626364");
-    MendChecksums(expected);
-    EXPECT_EQ(m_library.Written(), std::vector<Frame>{expected});
-}
 
 // What else there is to ARP and RARP: tests/e2e/test_answers.py.
 TEST_F(ReceivePathTest, ReportsThatAnArpAnswerCannotBeWrittenAndKeepsErrno) {
