@@ -8,7 +8,7 @@
 #include "support/guest_fixture.h"
 #include "support/output_fixture.h"
 #include "support/quiet_host.h"
-#include "vnetx/library_guest.h"
+#include "vnetx/sim_lan.h"
 
 namespace vnxtest {
 

@@ -14,39 +14,19 @@ EXPORT int32_t vnetx32_set_debug_output_func(VnetxDebugOutput callback) {
 }
 
 /* Every other operation: nothing is opened, so nothing works. */
-EXPORT int32_t vnetx32_open(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_close(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_ioctl(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_read(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_write(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_get_stats(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_calc_inet_checksum(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_build_vant_iface_mac(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_get_default_iface(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_version_numbers(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_version_string(void) {
-    return -1;
-}
-EXPORT int32_t vnetx32_copyright_string(void) {
-    return -1;
-}
+#define FAILING(operation)                                                                                   \
+    EXPORT int32_t operation(void) {                                                                         \
+        return -1;                                                                                           \
+    }
+FAILING(vnetx32_open)
+FAILING(vnetx32_close)
+FAILING(vnetx32_ioctl)
+FAILING(vnetx32_read)
+FAILING(vnetx32_write)
+FAILING(vnetx32_get_stats)
+FAILING(vnetx32_calc_inet_checksum)
+FAILING(vnetx32_build_vant_iface_mac)
+FAILING(vnetx32_get_default_iface)
+FAILING(vnetx32_version_numbers)
+FAILING(vnetx32_version_string)
+FAILING(vnetx32_copyright_string)

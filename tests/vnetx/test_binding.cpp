@@ -1,23 +1,33 @@
 // Choosing the library by name and binding it: the real shared object, and files that are none.
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <random>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include "vnetx/library_guest.h"
+#include "vnetx/sim/sim.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AllOf, ::testing::HasSubstr, ::testing::Not;
 
 // Supplied by the build: where the test program and the shared libraries lie.
 const fs::path kProgramFolder = VNXTEST_PROGRAM_FOLDER;
 constexpr const wchar_t* kSharedLibraryName = L"" VNXTEST_SHARED_LIBRARY;
 constexpr const wchar_t* kLackingLibraryName = L"" VNXTEST_LACKING_LIBRARY;
+
+// The debug output of a library.
+struct DebugText {
+    static void Collect(const char* text, ...) { s_text += text; }
+    // What came since the last call.
+    static std::string Take() { return std::exchange(s_text, {}); }
+    static inline std::string s_text;
+};
 
 class Binding : public ::testing::Test {
 protected:
@@ -70,12 +80,11 @@ TEST_F(Binding, BuiltInLibrariesByName) {
     }
 }
 
-TEST_F(Binding, TheWholeContractWorksThroughTheSharedLibrary) {
-    static char environment[] = "VNETX_LIBRARY=sim:dup=100,mtu=600";
+TEST_F(Binding, TheSharedLibraryIsBoundByName) {
+    static char environment[] = "VNETX_LIBRARY=sim";
     const auto library = OpenSim(environment);
     ASSERT_TRUE(library) << ToUtf8(m_error);
     EXPECT_EQ(library->ModuleName(), kSharedLibraryName);
-    EXPECT_TRUE(fs::path(library->ModulePath()).is_absolute());
     EXPECT_TRUE(fs::equivalent(library->ModulePath(), kProgramFolder / kSharedLibraryName));
     EXPECT_STREQ(library->GetDefaultIface(), "02-56-4E-12-00-01");
     const std::uint8_t words[] = {0x00, 0x01, 0xF2, 0x03, 0xF4, 0xF5, 0xF6, 0xF7};
@@ -84,17 +93,9 @@ TEST_F(Binding, TheWholeContractWorksThroughTheSharedLibrary) {
     library->BuildVantIfaceMac(mac, Ipv4Address(192, 168, 1, 255).Bytes().data());
     EXPECT_EQ(MacAddress(std::to_array(mac)), MacAddress({0x02, 0x00, 0x5E, 0xA8, 0x01, 0xFF}));
 
-    EXPECT_NE(library->SetDebugOutputFunc(&DebugText::Collect), 0);
-    LibraryGuest guest(*library, {.tap = true, .timeout = 50});
-    EXPECT_EQ(guest.Set(VNETX_TUNSETDEBUG, VNETX_DEBUG_ARP_READ), 0);
-    EXPECT_EQ(guest.SetFlags(VNETX_IFF_UP | VNETX_IFF_DEBUG), 0);
-    guest.Ping(kSimFirstEchoHost, 1);
-    EXPECT_EQ(guest.ReadReplies().size(), 2u);
-    EXPECT_THAT(DebugText::Take(), HasSubstr("ARP operation 1"));
-    EXPECT_EQ(guest.Statistics().packetsWritten, 2);
     // Failures come through with their errno.
-    EXPECT_EQ(ErrorOf(guest.Ping(kSimFirstEchoHost, 2, 600)), EMSGSIZE);
-    EXPECT_EQ(ErrorOf(library->Open("10.9.9.9", VNETX_OPEN_READ_WRITE)), ENODEV);
+    EXPECT_LT(library->Open("10.9.9.9", VNETX_OPEN_READ_WRITE), 0);
+    EXPECT_EQ(errno, ENODEV);
 }
 
 TEST_F(Binding, ARefusedChoiceOfTheSharedLibraryIsToldAndOpensNothing) {
@@ -104,7 +105,8 @@ TEST_F(Binding, ARefusedChoiceOfTheSharedLibraryIsToldAndOpensNothing) {
     DebugText::Take();
     EXPECT_EQ(library->SetDebugOutputFunc(&DebugText::Collect), 0);
     EXPECT_THAT(DebugText::Take(), HasSubstr("\"loss\""));
-    EXPECT_EQ(ErrorOf(library->Open("198.18.0.1", VNETX_OPEN_READ_WRITE)), EINVAL);
+    EXPECT_LT(library->Open("198.18.0.1", VNETX_OPEN_READ_WRITE), 0);
+    EXPECT_EQ(errno, EINVAL);
 }
 
 #ifndef _WIN32

@@ -1,11 +1,13 @@
-// What the options of the simulated LAN do to replies: how they are read, that a fate follows from
-// seed, interface and number alone, and that the LAN's counts agree exactly with what a guest finds.
+// What the options of the simulated LAN do to replies: how they are read, and that a fate follows from seed,
+// interface and number alone. That the statistics of a ping test follow from them exactly:
+// tests/guest/test_impairments.cpp.
 
 #include <cmath>
 
 #include <gtest/gtest.h>
 
-#include "vnetx/library_guest.h"
+#include "vnetx/sim/sim_fate.h"
+#include "vnetx/sim/sim_options.h"
 
 namespace vnxtest {
 namespace {
@@ -18,7 +20,8 @@ SimOptions Options(const std::wstring& text) {
     return options.value_or(SimOptions());
 }
 
-TEST(SimOptionsText, TakesEveryOptionAndNamesWhatItRefuses) {
+// What is refused: tests/e2e/test_options.py.
+TEST(SimOptionsText, TakesEveryOption) {
     const SimOptions o =
         Options(L"loss=5, dup=2.25,late=0,df=1,reorder=3,corrupt=4,truncate=6,foreign=100,"
                 L"delay=0.5,jitter=60000,lateby=900,pinger=1000,mtu=68,seed=18446744073709551615 ");
@@ -26,23 +29,6 @@ TEST(SimOptionsText, TakesEveryOptionAndNamesWhatItRefuses) {
                            o.jitter, o.lateBy, o.pinger}),
               (std::vector<double>{5, 2.25, 0, 1, 3, 4, 6, 100, 0.5, 60000, 900, 1000}));
     EXPECT_TRUE(o.mtu == 68 && o.seed == UINT64_MAX);
-    struct Refused {
-        const wchar_t *named, *allowed;
-        std::vector<const wchar_t*> texts;
-    };
-    for (const auto& [named, allowed, texts] :
-         {Refused{L"\"", L"name=value", {L"loss", L"=5", L"loss=5,"}},
-          {L"\"Loss\"", L"loss, dup", {L"Loss=5"}},
-          {L"\"loss\"", L"from 0 to 100 (percent)", {L"loss=", L"loss=-1", L"loss=100.0001", L"loss=1e1"}},
-          {L"\"mtu\"", L"from 68 to 65535 (bytes)", {L"mtu=67", L"mtu=65536", L"mtu=1500.5"}},
-          {L"\"seed\"", L"whole number", {L"seed=18446744073709551616", L"seed=x"}},
-          {L"\"loss\"", L"twice", {L"loss=1,dup=2,loss=3"}}}) {
-        for (const wchar_t* text : texts) {
-            const auto options = ParseSimOptions(text);
-            ASSERT_FALSE(options);
-            EXPECT_THAT(options.error().text, AllOf(HasSubstr(named), HasSubstr(allowed)));
-        }
-    }
 }
 
 TEST(SimFates, FollowFromSeedInterfaceAndNumberAndComeAsOftenAsAsked) {
@@ -68,46 +54,6 @@ TEST(SimFates, FollowFromSeedInterfaceAndNumberAndComeAsOftenAsAsked) {
     EXPECT_NEAR(duplicated, left * 0.005, 5 * std::sqrt(left * 0.005));
     EXPECT_NEAR(late, left * 0.5, 5 * std::sqrt(left * 0.5));
     EXPECT_EQ(same, 0) << "each interface has its own";
-}
-
-TEST(SimFates, AReorderedReplyIsOvertakenByTheNext) {
-    const auto lan = Lan(L"reorder=30,seed=4");
-    LibraryGuest guest(*lan, {.timeout = 250});
-    // One that is held back comes right behind the next that is not; when the next is held back, too,
-    // it comes when its time is over.
-    std::vector<std::uint16_t> expected, later;
-    std::uint16_t held = 0;
-    for (std::uint16_t n = 1; n <= 50; ++n) {
-        guest.Ping(kSimFirstEchoHost, n);
-        const bool reordered = DecideSimFate(lan->Options(), 0, n).reordered;
-        if (!reordered) {
-            expected.push_back(n);
-        }
-        if (held != 0) {
-            (reordered ? later : expected).push_back(held);
-        }
-        held = reordered ? n : std::uint16_t{0};
-    }
-    later.push_back(held); // with this seed the last one is held back, too
-    EXPECT_FALSE(later.empty());
-    expected.insert(expected.end(), later.begin(), later.end());
-    EXPECT_EQ(guest.ReadReplies(), expected);
-}
-
-// A guest that writes and never reads must not eat the memory.
-TEST(SimFates, WhatNobodyReadsIsBounded) {
-    const auto lan = Lan(L"mtu=65535");
-    LibraryGuest guest(*lan, {.timeout = 1});
-    constexpr std::size_t kSize = 60000;
-    const std::uint64_t fits = SimWire::kMaximumBytes / kSize;
-    for (std::uint64_t n = 1; n <= fits + 100; ++n) {
-        guest.Ping(kSimFirstEchoHost, static_cast<std::uint16_t>(n), kSize);
-    }
-    const SimCounters counters = lan->Counters();
-    EXPECT_GE(counters.overflowed, 90u);
-    EXPECT_EQ(counters.overflowed + counters.echoRequests, fits + 100);
-    EXPECT_EQ(guest.ReadReplies().size(), counters.echoRequests);
-    EXPECT_LE(guest.Statistics().maximumBytesReceived, 65536u) << "as much at once as the I/O buffer holds";
 }
 
 } // namespace
