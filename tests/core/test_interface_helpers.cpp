@@ -1,3 +1,4 @@
+#include <array>
 #include <cerrno>
 
 #include "core/interface_helpers.h"
@@ -34,26 +35,21 @@ TEST_F(InterfaceHelpersTest, RefusalsCarryTheirNumbersAndDoNotReachTheLibrary) {
 }
 
 TEST_F(InterfaceHelpersTest, RecordsAreEncodedToTheByte) {
-    const wchar_t* longName = L"a-name-of-twenty-chr";
-    EXPECT_EQ(VNETX_SetIPAddr(m_library, 3, longName, L"10.1.2.3"), 0);
-    const auto& address = m_library.requests.back();
-    EXPECT_EQ(address.code, 0x8916U);
-    EXPECT_STREQ(address.record.name, "a-name-of-twent");
-    const std::uint8_t inet[16] = {2, 0, 0, 0, 10, 1, 2, 3};
-    EXPECT_EQ(std::memcmp(address.record.u.bytes, inet, 16), 0);
-
-    EXPECT_EQ(VNETX_SetMACAddr(m_library, 3, L"vnx0", L"02-00-5E-80-00-04"), 0);
-    const std::uint8_t hardware[16] = {1, 0, 0x02, 0x00, 0x5E, 0x80, 0x00, 0x04};
-    EXPECT_EQ(m_library.requests.back().code, 0x8924U);
-    EXPECT_EQ(std::memcmp(m_library.requests.back().record.u.bytes, hardware, 16), 0);
-
-    for (const auto& [text, value] : {std::pair{L"46", 46U}, {L"65536", 65536U}}) {
-        EXPECT_EQ(VNETX_SetMTU(m_library, 3, L"vnx0", text), 0);
-        EXPECT_EQ(m_library.requests.back().record.u.mtu, value);
-    }
-    EXPECT_EQ(VNETX_SetFlags(m_library, 3, L"vnx0", VNETX_IFF_UP | VNETX_IFF_DEBUG), 0);
-    EXPECT_EQ(m_library.requests.back().code, 0x8914U);
-    EXPECT_EQ(m_library.requests.back().record.u.flags, 5U);
+    using Bytes = std::array<std::uint8_t, 16>;
+    const auto expectLast = [this](std::int32_t result, std::uint32_t code, const Bytes& bytes) {
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(m_library.requests.back().code, code);
+        EXPECT_EQ(std::memcmp(m_library.requests.back().record.u.bytes, bytes.data(), bytes.size()), 0)
+            << code;
+    };
+    expectLast(VNETX_SetIPAddr(m_library, 3, L"a-name-of-twenty-chr", L"10.1.2.3"), 0x8916,
+               {2, 0, 0, 0, 10, 1, 2, 3});
+    EXPECT_STREQ(m_library.requests.back().record.name, "a-name-of-twent");
+    expectLast(VNETX_SetMACAddr(m_library, 3, L"vnx0", L"02-00-5E-80-00-04"), 0x8924,
+               {1, 0, 0x02, 0x00, 0x5E, 0x80, 0x00, 0x04});
+    expectLast(VNETX_SetMTU(m_library, 3, L"vnx0", L"46"), 0x8922, {46});
+    expectLast(VNETX_SetMTU(m_library, 3, L"vnx0", L"65536"), 0x8922, {0, 0, 1});
+    expectLast(VNETX_SetFlags(m_library, 3, L"vnx0", VNETX_IFF_UP | VNETX_IFF_DEBUG), 0x8914, {5});
     EXPECT_EQ(TakeText(), "");
 }
 

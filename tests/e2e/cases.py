@@ -1,9 +1,12 @@
 """What the test cases stand on: skipping by name, the usual network, and the program in it."""
 
+import contextlib
+import json
 import os
 import pathlib
 import re
 import shutil
+import subprocess
 import tempfile
 import unittest
 
@@ -60,6 +63,35 @@ class Case(unittest.TestCase):
         guest = self.start(*arguments, **options)
         guest.status = guest.wait_end(timeout)
         return guest
+
+    @contextlib.contextmanager
+    def running(self, *arguments, **options):
+        """A guest that is up and reading. It is stopped afterwards, and must have ended well."""
+        guest = self.run_guest(*arguments, **options)
+        yield guest
+        self.assertEqual(guest.stop()[0], 0, guest.story())
+
+    @staticmethod
+    def interface_in(results):
+        """What the results file says of the first interface."""
+        return json.loads(results.read_text(encoding="utf-8"))["interfaces"][0]
+
+    def installed(self, folder=None, *, helper=True, rights=False):
+        """A copy of the program, its helper beside it, where any user can run it: the tree may lie in a private folder."""
+        folder = folder or self.scratch()
+        for name in ("vnxtest-cli", "vnxtest-open")[:1 + helper]:
+            shutil.copy(pathlib.Path(guest_module.program()).with_name(name), folder)
+            os.chmod(folder / name, 0o755)
+        if rights:
+            self.do_or_skip("setcap", "cap_net_raw,cap_net_admin+ep", folder / "vnxtest-open")
+        return folder / "vnxtest-cli"
+
+    def do_or_skip(self, *command):
+        """What not every machine lets even root do."""
+        self.need_program(command[0])
+        done = subprocess.run(command, capture_output=True, text=True)
+        if done.returncode != 0:
+            self.skipTest(f"{' '.join(map(str, command))} does not work here: {done.stderr.strip()}")
 
     def assert_refused(self, guest, *wanted):
         """Exit status 2, and every wanted text explained on standard error."""
@@ -164,12 +196,3 @@ def as_ordinary_user():
         return []
     return ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all", "--bounding-set=-all",
             "--no-new-privs", "--pdeathsig=KILL"]
-
-
-def program_for_everybody(folder):
-    """A copy of the program, its helper beside it, where any user can run it: the tree may lie in a private folder."""
-    for name in ("vnxtest-open", "vnxtest-cli"):
-        copy = folder / name
-        shutil.copy(pathlib.Path(guest_module.program()).with_name(name), copy)
-        os.chmod(copy, 0o755)
-    return str(copy)

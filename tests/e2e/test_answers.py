@@ -114,6 +114,8 @@ class Guests(NetworkCase):
             with self.subTest(mode=mode, extra=extra):
                 guest = self.run_guest(mode, "--proceed", *extra, library="tun", gateway=None)
                 device = guest.text().split("*** Interface ")[1].split()[0]
+                self.assertRegex(self.host.ip("link", "show", "dev", device).stdout,
+                                 rf" mtu 1500 .* qlen {2**20 // (1500 if mode == 'tun' else 1514)}\n", "as the buffer's size says")
                 self.assert_pinged(self.host, GUEST_IP, 20, "-i", "0.02")
                 added = [line for line in self.host.ip("route").stdout.splitlines() if line not in routes]
                 self.assertRegex("\n".join(added), rf"\A{GUEST_IP} dev {device} .*\Z", "one, and to the guest alone")

@@ -51,11 +51,10 @@ class Changes(NetworkCase):
                 self.assertNotIn("failed", text)
 
     def test_the_adapter_gets_another_name(self):
-        guest = self.run_guest("tap")
-        self.host.ip("link", "set", "adapter", "name", "renamed")
-        guest.wait_for("the adapter's name was adapter and is renamed now; the guest goes on as it was started")
-        self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
-        self.assertEqual(guest.stop()[0], 0, guest.story())
+        with self.running() as guest:
+            self.host.ip("link", "set", "adapter", "name", "renamed")
+            guest.wait_for("the adapter's name was adapter and is renamed now; the guest goes on as it was started")
+            self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
 
     def test_another_gateway(self):
         """In TUN mode the guest follows the host's routes, also while it runs."""

@@ -95,10 +95,9 @@ class GuestPings(NetworkCase):
         # The program reads 65,535 bytes at most: a whole frame of 65,549 is ignored, as a reply and as a request.
         guest = self.ping(PEER_IP, "tap", "--count", 2, "--delay", 20, "--size", 65507)
         self.assertEqual((guest.status, interface_statistics(guest.text())["Total Ignored Packets"]), (1, 2), guest.story())
-        guest = self.run_guest("tap")
-        self.assertNotEqual(self.peer.run("ping", "-M", "dont", "-c", 1, "-W", 1, "-s", 65507, GUEST_IP).returncode, 0)
-        self.assert_pinged(self.peer, GUEST_IP, 2, "-i", "0.05")
-        self.assertEqual(guest.stop()[0], 0, guest.story())
+        with self.running():
+            self.assertNotEqual(self.peer.run("ping", "-M", "dont", "-c", 1, "-W", 1, "-s", 65507, GUEST_IP).returncode, 0)
+            self.assert_pinged(self.peer, GUEST_IP, 2, "-i", "0.05")
 
 
 class Gateway(NetworkCase):
@@ -139,6 +138,5 @@ class Gateway(NetworkCase):
             self.assert_refused(self.run_program(*options, namespace=self.host), text.replace(" ", r"\s+"), "--proceed")
         self.peer.ip("route", "add", "10.66.0.5", "dev", "far")
         for mode in ("tap", "tun"):
-            guest = self.run_guest(mode, "--proceed", guest_ip="10.66.0.5")
-            self.assert_pinged(self.peer, "10.66.0.5", 3, "-i", "0.05", "-I", PEER_IP)
-            self.assertEqual(guest.stop()[0], 0, guest.story())
+            with self.running(mode, "--proceed", guest_ip="10.66.0.5"):
+                self.assert_pinged(self.peer, "10.66.0.5", 3, "-i", "0.05", "-I", PEER_IP)

@@ -4,10 +4,9 @@ import os
 import pathlib
 import re
 import shutil
-import subprocess
 import time
 
-from cases import GUEST_IP, ORDINARY, PEER_IP, NetworkCase, program_for_everybody
+from cases import GUEST_IP, ORDINARY, PEER_IP, NetworkCase
 from lab.network import why_no_tun_device
 
 FILE_RIGHTS = 1 << 1 | 1 << 3  # CAP_DAC_OVERRIDE, CAP_FOWNER
@@ -34,17 +33,14 @@ class Privileges(NetworkCase):
 
     def granted_program(self, library):
         """A copy of the program, whose helper was given what it asks for by the commands that the program prints."""
-        self.need_program("setcap")
         if library == "tun" and os.stat("/dev/net/tun").st_mode & 0o006 != 0o006:
             self.addCleanup(os.chmod, "/dev/net/tun", os.stat("/dev/net/tun").st_mode & 0o777)
-        copy = program_for_everybody(self.scratch())
+        copy = self.installed()
         options = [*self.arguments(["run"], library=library), "--duration", 5]
         refused = self.run_program(*options, namespace=self.host, executable=copy, prefix=ORDINARY)
         self.assert_refused(refused, "sudo setcap")
         for command in re.findall(r" sudo (.*)", refused.errors()):
-            granted = subprocess.run(["bash", "-c", command], capture_output=True, text=True)
-            if granted.returncode != 0:
-                self.skipTest(f"{command} does not work here: {granted.stderr.strip()}")
+            self.do_or_skip("bash", "-c", command)
         return copy
 
     def test_an_ordinary_user_with_the_printed_command(self):
@@ -96,9 +92,7 @@ class Privileges(NetworkCase):
 
     def test_no_program_runs_with_rights_of_its_file(self):
         """Whatever they are and whatever is asked of it: the user's own code would get them."""
-        self.need_program("setcap")
-        window = pathlib.Path(os.environ.get("VNXTEST_WINDOW") or "vnxtest")
-        copy = pathlib.Path(program_for_everybody(self.scratch()))
+        window, copy = pathlib.Path(os.environ.get("VNXTEST_WINDOW") or "vnxtest"), self.installed()
         if window.exists():
             shutil.copy(window, copy.parent)
         marks = [(["setcap", "cap_net_raw+ep"], "-r"), (["setcap", "cap_net_admin+p"], "-r"), (["chmod", "u+s"], "u-s"),
@@ -107,12 +101,10 @@ class Privileges(NetworkCase):
             for mark, mended in marks:
                 os.chown(program, 0, 0)  # takes the last mark away
                 os.chmod(program, 0o755)
-                granted = subprocess.run([*mark, program], capture_output=True, text=True)
-                if granted.returncode != 0:
-                    self.skipTest(f"{mark} does not work here: {granted.stderr.strip()}")
+                self.do_or_skip(*mark, program)
                 for arguments in ([], ["--version"], self.arguments(["run"])):
                     with self.subTest(program=program.name, mark=mark, arguments=arguments):
-                        guest = self.run_program(*arguments, namespace=self.host, executable=str(program), prefix=ORDINARY)
+                        guest = self.run_program(*arguments, namespace=self.host, executable=program, prefix=ORDINARY)
                         self.assertEqual((guest.status, guest.lines()), (2, []), guest.story())
                         self.assertTrue(guest.errors().startswith(f"{program.name}: This program's file"), guest.story())
                         self.assertIn(f"{mended} {program}" if mended == "-r" else f"u-s,g-s {program}", guest.errors())
@@ -123,7 +115,7 @@ class Privileges(NetworkCase):
                  "--ambient-caps=+net_raw,+dac_override"]
         for extra in ([], ["--json", self.scratch() / "results"]):
             guest = self.start(*self.arguments(["run"]), *extra, namespace=self.host, prefix=given,
-                               executable=program_for_everybody(self.scratch())).wait_up()
+                               executable=self.installed()).wait_up()
             self.assertTrue(self.comes_up_without_rights(guest), guest.story())
             self.assert_pinged(self.peer, GUEST_IP, 1)
             self.assertEqual(guest.stop()[0], 0, guest.story())

@@ -108,17 +108,12 @@ class Host(cases.NetworkCase):
         self.assertEqual({key: fields[key] for key in expected}, expected)
 
     def test_routes_addresses_and_resolver(self):
-        for command in ("link add spare type veth peer name spare2",
-                        "address add 172.16.1.1/16 dev spare",
-                        "link add mute up type veth peer name mute2",
-                        "link add br0 up type bridge",
-                        "route add default via 10.77.0.9 metric 5",
-                        "route add default via 10.77.0.2 metric 700",
+        for command in ("link add spare type veth peer name spare2", "address add 172.16.1.1/16 dev spare",
+                        "link add mute up type veth peer name mute2", "link add br0 up type bridge",
+                        "route add default via 10.77.0.9 metric 5", "route add default via 10.77.0.2 metric 700",
                         "route add 192.168.0.0/16 metric 4294967290 nexthop via 10.77.0.2 nexthop via 10.77.5.9",
-                        "route add 192.168.0.0/24 via 10.77.0.2",
-                        "route add 10.66.0.0/16 dev mute",
-                        "route add unreachable 10.67.0.0/16",
-                        "route add unreachable default metric 999999"):
+                        "route add 192.168.0.0/24 via 10.77.0.2", "route add 10.66.0.0/16 dev mute",
+                        "route add unreachable 10.67.0.0/16", "route add unreachable default metric 999999"):
             self.host.ip(*command.split())
         self.resolver_file("# made for this test\n;nameserver 1.1.1.1\nsearch example.net\nnameserver\t10.77.0.53  # first\r\n"
                            "  nameserver 10.0.0.3\nnameserver10.0.0.4\nnameserver\nnameserver not.an.address\n"
@@ -177,16 +172,15 @@ class Host(cases.NetworkCase):
 
     def test_ordinary_user(self):
         self.host.ip("route", "add", "default", "via", "10.77.0.2")
-        report = self.report(prefix=cases.as_ordinary_user(), timeout=10.0,
-                             executable=cases.program_for_everybody(self.scratch()))
+        ordinary = {"prefix": cases.as_ordinary_user(), "timeout": 10.0, "executable": self.installed()}
+        report = self.report(**ordinary)
         for text in ("Running in Normal User mode on ", "Your default adapter \"adapter\" could not be opened",
                      "** WrenPackOpenAdapter(NPF_adapter) failed; rc=1: Operation not permitted"):
             self.assertIn(text, report.text)
         # Nobody may try it out for this user; what others did shows.
         self.assertEqual(report.adapters["adapter"]["PromiscuousMode?"], "unknown")
         self.host.ip("link", "set", "dev", "adapter", "promisc", "on")
-        report = self.report(prefix=cases.as_ordinary_user(), timeout=10.0,
-                             executable=cases.program_for_everybody(self.scratch()))
+        report = self.report(**ordinary)
         self.assertEqual(report.adapters["adapter"]["PromiscuousMode?"], "Yes")
         # The kernel is asked instead of the wire: the gateway is found all the same.
         self.assertEqual(report.gateway, ("10.77.0.2", self.peer_mac))

@@ -8,7 +8,7 @@ import signal
 import threading
 import time
 
-from cases import GUEST_IP, PEER_IP, Case, NetworkCase, program_for_everybody, timeout
+from cases import GUEST_IP, PEER_IP, Case, NetworkCase, timeout
 from lab.network import why_no_tun_device
 
 SIMULATED = ["--library", "sim", "--no-report", "--proceed"]
@@ -41,6 +41,17 @@ class Sandbox:
         folder = self.scratch()
         return [folder / option.lower() if option.isupper() else option for option in options]
 
+    def both_at_work(self, ping, run, options, *answers, **where):
+        """A ping test, unless there is nobody to ping, and a guest, whom others may ping then."""
+        if ping:
+            tested = self.run_program(*ping, *options, "--count", 5, "--delay", 20, **where)
+            self.assertEqual((tested.status, tested.errors()), (0, ""), tested.story())
+        guest = self.wait_filtered(self.start(*run, *options, **where).wait_up())
+        for namespace in answers:
+            self.assert_pinged(namespace, GUEST_IP, 3, "-i", "0.05")
+        self.assert_ends_well(guest)
+        return guest
+
     def assert_ends_well(self, guest):
         self.assertEqual((guest.stop()[0], guest.errors()), (0, ""), guest.story())
         self.assertIn("*** Statistics", guest.text())
@@ -51,10 +62,7 @@ class Simulated(Sandbox, Case):
     def test_every_option_on_the_simulated_lan(self):
         for mode, options in itertools.product(("tun", "tap"), OPTIONS):
             with self.subTest(mode=mode, options=options):
-                arguments = [*SIMULATED, "--mode", mode, *self.with_files(options)]
-                tested = self.run_program("ping", "198.18.0.2", "--count", 5, "--delay", 20, *arguments)
-                self.assertEqual((tested.status, tested.errors()), (0, ""), tested.story())
-                self.assert_ends_well(self.wait_filtered(self.start("run", *arguments).wait_up()))
+                self.both_at_work(["ping", "198.18.0.2"], ["run"], [*SIMULATED, "--mode", mode, *self.with_files(options)])
 
     def test_a_pipe_as_output_and_a_second_interrupt(self):
         fifo = self.scratch() / "document"
@@ -72,7 +80,6 @@ class Simulated(Sandbox, Case):
             self.assertIn(guest.wait_end(), (0, 2), guest.story())  # ended in order before the second one, or at once
             self.assertNotIn("is not allowed", guest.errors())
 
-
     def test_signals_that_somebody_sends(self):
         guest = self.wait_filtered(self.start("run", *SIMULATED).wait_up())
         for _ in range(3):
@@ -89,25 +96,17 @@ class OnAWire(Sandbox, NetworkCase):
     def test_every_option_on_a_wire(self):
         ordinary = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=+net_raw",
                     "--ambient-caps=+net_raw"]
-        copy = program_for_everybody(self.scratch())
+        copy = self.installed()
         for library, mode, prefix in (("pcap", "tap", []), ("pcap", "tun", []), ("pcap", "tun", ordinary), ("tun", "tap", []),
                                       ("tun", "tun", [])):
             if library == "tun" and why_no_tun_device():
                 continue
+            pinging, pinged = (self.arguments(["ping", PEER_IP], mode), self.peer) if library == "pcap" else (None, self.host)
             for options in OPTIONS:
                 with self.subTest(library=library, mode=mode, prefix=prefix, options=options):
-                    self.guest_at_work(library, mode, prefix, copy, self.with_files(options))
-
-    def guest_at_work(self, library, mode, prefix, copy, options):
-        where = {"namespace": self.host, "prefix": prefix, "executable": copy}
-        if library == "pcap":
-            tested = self.run_program(*self.arguments(["ping", PEER_IP], mode), *options, "--count", 5, "--delay", 20, **where)
-            self.assertEqual((tested.status, tested.errors()), (0, ""), tested.story())
-        guest = self.start(*self.arguments(["run"], mode, library=library), *options, **where).wait_up()
-        self.wait_filtered(guest)
-        self.assert_pinged(self.host if library == "tun" else self.peer, GUEST_IP, 3, "-i", "0.05")
-        self.assert_ends_well(guest)
-        self.assert_nothing_left(guest)
+                    self.assert_nothing_left(self.both_at_work(
+                        pinging, self.arguments(["run"], mode, library=library), self.with_files(options), pinged,
+                        namespace=self.host, prefix=prefix, executable=copy))
 
     def test_what_a_guest_was_not_written_for_ends_it(self):
         if "VNXTEST_SANITIZED" in os.environ:

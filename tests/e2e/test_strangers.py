@@ -1,6 +1,5 @@
 """Frames that a stranger on the wire has forged: they cost their sender something, and nobody else."""
 
-import json
 import os
 import random
 import re
@@ -36,7 +35,7 @@ class Strangers(NetworkCase):
     def told(self, guest):
         """What the guest reports of its interface, once it is stopped."""
         self.assertEqual(guest.stop()[0], 0, guest.story())
-        return json.loads(self.results.read_text(encoding="utf-8"))["interfaces"][0]
+        return self.interface_in(self.results)
 
     def test_senders_that_do_not_answer_hold_nobody(self):
         """700 requests from silent addresses: each gets its reply at once, and whoever else pings loses none."""

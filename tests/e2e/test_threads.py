@@ -52,6 +52,7 @@ class Threads(TerminalCase):
                     if guest.status == 2:
                         told += 1
                         self.assert_told(guest)
+                        self.assertEqual("ulimit -u" in guest.errors(), "cannot go on: " in guest.errors(), guest.story())
                     if "wait thread" in guest.errors() or (guest.status == 0 and command[0] == "ping"):
                         # If nobody watched, what is owed at the end is there.
                         self.assertEqual(ping_statistics(guest.text())["received"], 2, guest.story())

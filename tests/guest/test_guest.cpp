@@ -138,7 +138,7 @@ TEST_F(GuestTest, APingThatCannotBeWrittenEndsTheTestWithTheFiguresOfTheOthers) 
     sim.parameters.interface1.tapMode = false; // an ARP reply is written, too
     sim.Start();
     TakeText();
-    library.Inject({.call = LibraryCall::Write, .number = 3});
+    library.Inject(Fault{.call = LibraryCall::Write, .number = 3});
     sim.Ping();
     const std::string text = TakeText();
     EXPECT_EQ(CountOf(text, "\n***  Ping #3 failed; abort  ***\n\n"), 1) << text;

@@ -3,20 +3,9 @@
 
 #include "helpui/help_keys.h"
 #include "helpui/standard_help.h"
-#include "widgets/caption/frame_area.h"
 
 namespace vnxtest {
 namespace {
-
-constexpr HelpTopic kWindowTopic{320, "window.html"};
-constexpr HelpTopic kEntryTopic{321, "window.html#entry"};
-constexpr ControlHelp kControlHelp[] = {
-    {{kWindowItself}, 1, L"Window", L"This is a window."},
-    {{1020, 1021}, 2, L"Entry", L"Enter a value.", kEntryTopic},
-    {{1022}, 3, L"Box", L"Check this box."},
-};
-constexpr StandardTextUse kUses[] = {{frame_area::kTitleBar, 30151}, {1023, 30135}};
-constexpr HelpTable kHelp{131, kWindowTopic, kControlHelp, kUses};
 
 TEST(HelpTexts, EachStandardTextHasABodyAndATitle) {
     int last = 0;
@@ -28,36 +17,16 @@ TEST(HelpTexts, EachStandardTextHasABodyAndATitle) {
     }
 }
 
-TEST(HelpLookup, FindsTheControlsTextElseTheStandardOneAndTheTopicElseTheWindows) {
-    const HelpMaps maps = RegisterHelp(kHelp);
-    const struct {
-        int control;
-        const wchar_t* title;
-        HelpTopic topic;
-    } cases[] = {
-        {kWindowItself, L"Window", kWindowTopic},
-        {1020, L"Entry", kEntryTopic},
-        {1021, L"Entry", kEntryTopic},                                   // its twin
-        {1022, L"Box", kWindowTopic},                                    // no topic of its own
-        {1023, L"Window Pane", kWindowTopic},                            // a standard text
-        {standard_button::kOk, L"'OK' Button", kWindowTopic},            // which every window has
-        {frame_area::kTitleBar, L"Application Title Bar", kWindowTopic}, // and this one in its own way
-    };
-    for (const auto& each : cases) {
-        const HelpKey key = MakeHelpKey(131, each.control);
-        EXPECT_EQ(LookUpHelp(maps, key).title, each.title) << each.control;
-        EXPECT_EQ(LookUpTopic(maps, key).page, each.topic.page) << each.control;
-    }
-    const HelpKey elsewhere = MakeHelpKey(132, 1020);
-    EXPECT_EQ(LookUpHelp(maps, elsewhere).title, L"Help Unavailable");
-    EXPECT_EQ(LookUpTopic(maps, elsewhere).number, kContentsTopic.number);
-}
-
+// What each control of the real dialogs finds: tests/ui/test_help.py.
 TEST(HelpLookup, FallsBackAndRemapsOnceOnly) {
+    static constexpr ControlHelp kControls[] = {{{1020}, 2, L"Entry", L"Enter a value."},
+                                                {{1022}, 3, L"Box", L"Check this box."}};
+    static constexpr HelpTable kHelp{131, {320, "window.html"}, kControls, {}};
     HelpMaps maps = RegisterHelp(kHelp);
     EXPECT_EQ(
         LookUpHelp(maps, MakeHelpKey(131, 4711)).body,
         L"There is no popup balloon help defined for control #4711.\n\nPlease choose another control or press F1 for context Help.");
+    EXPECT_EQ(LookUpTopic(maps, MakeHelpKey(132, 1020)).number, kContentsTopic.number);
     maps.strings.Register(1, 2);
     maps.strings.Register(2, 3);
     maps.remap.Register(3, 2);

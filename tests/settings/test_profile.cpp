@@ -1,8 +1,7 @@
 // The per-user profile, where it is a file.
 #include <fstream>
+#include <functional>
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -113,23 +112,16 @@ TEST_F(ProfileTest, ADamagedFileYieldsWhatCanBeReadAndIsKeptAside) {
     }
 }
 
+// A lock that is never given back: tests/e2e/test_terminal.py.
 TEST_F(ProfileTest, WhatCannotBeReadIsNotOverwrittenAndWhatCannotBeWrittenIsSaid) {
-    fs::create_directories(m_file);
-    ExpectRefusal(3);
-    fs::remove(m_file);
-    ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
-    ExpectRefusal(3);
-    fs::remove(m_file);
-    SetContent(std::string(2 << 20, 'x'));
-    ExpectRefusal(3);
-    fs::remove(m_file);
-    // A lock that is never given back ends in a refusal too, after a bounded wait.
-    ASSERT_TRUE(OpenProfile()->WriteNumber(L"NumPings", 9));
-    const int lock = open((m_folder / ".lock").c_str(), O_RDWR);
-    ASSERT_EQ(flock(lock, LOCK_EX), 0);
-    ExpectRefusal(9);
-    close(lock);
-    EXPECT_TRUE(OpenProfile()->WriteNumber(L"NumPings", 4));
+    const std::function<void()> obstacles[] = {[this] { fs::create_directories(m_file); },
+                                               [this] { EXPECT_EQ(mkfifo(m_file.c_str(), 0600), 0); },
+                                               [this] { SetContent(std::string(2 << 20, 'x')); }};
+    for (const auto& obstruct : obstacles) {
+        obstruct();
+        ExpectRefusal(3);
+        fs::remove(m_file);
+    }
     fs::remove_all(m_folder);
     std::ofstream(m_folder) << "in the way";
     ExpectRefusal(3);

@@ -82,23 +82,8 @@ public:
         return static_cast<std::int32_t>(length);
     }
     std::int32_t GetStats(std::int32_t, VnetxStatistics* record) override {
-        const std::uint32_t length = record->length;
-        *record = {};
-        record->length = length;
-        record->kernelBufferSize = 1048577;
-        record->ioBufferSize = 65536;
-        // All different, in the record's order.
-        std::int64_t count = 1;
-        for (std::int64_t VnetxStatistics::*const counter :
-             {&VnetxStatistics::writeCalls, &VnetxStatistics::writeIos, &VnetxStatistics::readCalls,
-              &VnetxStatistics::readIos, &VnetxStatistics::packetsRead, &VnetxStatistics::packetsWritten,
-              &VnetxStatistics::bytesRead, &VnetxStatistics::bytesWritten, &VnetxStatistics::internalArps,
-              &VnetxStatistics::ignored, &VnetxStatistics::fromOurself, &VnetxStatistics::toZeroMacRead,
-              &VnetxStatistics::toZeroMacWritten, &VnetxStatistics::fromZeroMacRead,
-              &VnetxStatistics::fromZeroMacWritten}) {
-            record->*counter = count++;
-        }
-        record->maximumBytesReceived = 4096;
+        // The counters all different, in the record's order.
+        *record = {record->length, 1048577, 65536, 4096, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
         return 0;
     }
     std::uint16_t CalcInetChecksum(const void* bytes, std::uint32_t length) override {

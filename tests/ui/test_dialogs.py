@@ -91,7 +91,8 @@ class Parameters(DialogCase):
             ip, mac = self.entry("Host adapter IP", index), self.entry("Host adapter MAC", index)
             for name, text, ways, message in (
                     ("Guest IP", "198.18.0.", by_ip, INVALID_IP), ("Guest IP", f"198.18.0.{index}1", by_ip, None),
-                    ("Guest MAC", "03-00-5E-80-00-04", by_ip, INVALID_MAC), ("Guest MAC", "", by_ip, None),
+                    ("Guest MAC", ("03" if index == 1 else "00") + "-00-5E-80-00-04", by_ip, INVALID_MAC),
+                    ("Guest MAC", "", by_ip, None),
                     ("Host adapter IP", "198.18.0.77", by_ip, NO_SUCH_IP),
                     ("Host adapter IP", "...", not_yet, NO_ADAPTER),
                     ("Host adapter MAC", "02-11-22-33-44-55", by_mac, NO_SUCH_MAC),

@@ -1,6 +1,5 @@
 // The text of the window and what is pumped into it, in this process.
 #include <array>
-#include <cstdlib>
 
 #include <gtest/gtest.h>
 #include <wx/app.h>
@@ -13,26 +12,10 @@
 namespace vnxtest {
 namespace {
 
-// Whether there is a display; the toolkit is started once.
-bool HasDisplay() {
-    static const bool has = [] {
-        int count = 0;
-        auto* const app = std::make_unique<wxApp>().release();
-        wxApp::SetInstance(app);
-        app->SetExitOnFrameDelete(false);
-        return std::getenv("DISPLAY") != nullptr && wxEntryStart(count, static_cast<wxChar**>(nullptr)) &&
-               app->CallOnInit();
-    }();
-    return has;
-}
-
 class OutputView : public testing::Test, public ViewPort {
 protected:
     void PostViewMessage(ViewMessage) override {}
     void SetUp() override {
-        if (!HasDisplay()) {
-            GTEST_SKIP() << "no display: run under Xvfb";
-        }
         m_frame = std::make_unique<wxFrame>(nullptr, wxID_ANY, "test", wxDefaultPosition, wxSize(900, 600));
         m_frame->Show();
         m_text = std::make_unique<COutputText>(m_frame.get()).release();

@@ -32,6 +32,7 @@ class Threads(DesktopCase):
 
     def ask_to_ping(self):
         """The threads of it are the target's look-up, the one that sends and the one that waits."""
+        self.program.start_guest()
         dialog = self.program.choose_dialog("t", "Start ping test...", "Ping who?")
         for name, value in (("To", "198.18.0.2"), ("Count", 2), ("Delay in milliseconds", 1)):
             dialog.find("text", name).fill(value)
@@ -41,6 +42,7 @@ class Threads(DesktopCase):
     def assert_pinged(self):
         self.program.wait_ping_end()
         self.assertIn("Sent 2, Received 2, Loss 0%", self.program.chart())
+        self.program.stop_guest()
 
     def test_guest_that_cannot_be_started(self):
         self.start_without(1, 1)
@@ -53,7 +55,6 @@ class Threads(DesktopCase):
 
     def test_ping_test_that_cannot_be_started(self):
         self.start_without(2, 2)
-        self.program.start_guest()
         self.ask_to_ping()
         self.told("The ping test could not be started.", "OnTestStartPing: the ping test's send thread")
         self.program.start_ping(Count=2, Delay=1)
@@ -61,8 +62,6 @@ class Threads(DesktopCase):
 
     def test_ping_test_that_cannot_be_watched(self):
         self.start_without(3, 10**6)
-        self.program.start_guest()
         self.ask_to_ping()
         self.told("The ping test could not be watched while it ran.", "PingThread: the ping test's wait thread")
         self.assert_pinged()  # what is owed at the end is there
-        self.program.stop_guest()

@@ -46,22 +46,6 @@ protected:
     std::wstring m_trace;
 };
 
-TEST_F(VisualStyles, LoadsAndLookUpsAreTracedOnce) {
-    CVisualStylesXP styles(false);
-    EXPECT_THAT(Take(), HasSubstr(L"LoadLibrary( UxTheme.dll ) succeeded\n"));
-    styles.IsCompositionActive();
-    EXPECT_EQ(Take(), L"CVisualStylesXP: GetProcAddress( IsCompositionActive ) succeeded\n");
-    styles.IsCompositionActive();
-    EXPECT_EQ(Take(), L"");
-}
-
-TEST_F(VisualStyles, CompositionIsNeverActiveOnWindows11) {
-    CVisualStylesXP styles(true);
-    Take();
-    EXPECT_FALSE(styles.IsCompositionActive());
-    EXPECT_THAT(Take(), HasSubstr(L"FAILED! rc = 127 (0x0000007F): "));
-}
-
 // With composition and without it: a failing call of the window manager leads to the classic look.
 TEST_F(VisualStyles, AFailingWindowManagerLeavesNoTheme) {
     const HMODULE self = GetModuleHandleW(nullptr);

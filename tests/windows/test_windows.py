@@ -88,11 +88,6 @@ class Console(WineCase):
     def test_says_what_is_missing(self):
         self.assertIn("Windows has none", self.cli("run", "--library", "tun", status=2)[1])
 
-    def test_socket_notify_mode_ends_a_run(self):
-        out, _ = self.cli("ping", "198.18.0.2", *SIM, "--socket-notify", "--count", 2, "--delay", 10, "--mode", "tap")
-        self.assertIn("2 Replies Received", out)
-        self.assertIn("** Interface sim0 closed", out)
-
 
 def on_drive(path):
     """The path as a Windows program takes it: one that begins with a slash is an option there."""
@@ -108,18 +103,15 @@ class PackageLibrary(WineCase):
 
     def test_that_is_absent_is_told_without_the_report_too(self):
         results = self.folder / "results.json"
-        _, err = self.cli("run", "--library", "auto", "--no-report", "--json", on_drive(results), "--guest-ip", "10.9.9.9",
-                          "--adapter", "10.9.9.1", status=2, **self.install_beside(None))
-        told = json.loads(results.read_text(encoding="utf-8"))
-        self.assertEqual(told["library"], "built-in pcap")
-        self.assertRegex(told["whyNotThePackage"], r"^Vnetx64UD\.dll was not found in .*, takes its place\.$")
-        self.assertIn("warning: " + told["whyNotThePackage"], " ".join(err.split()))
-        self.assertIsNone(self.results_of("--library", "sim")["whyNotThePackage"])
 
-    def results_of(self, *options):
-        results = self.folder / "results.json"
-        self.cli("ping", "198.18.0.2", "--no-report", "--count", 1, "--json", on_drive(results), *options)
-        return json.loads(results.read_text(encoding="utf-8"))
+        def why_not(*command, **options):
+            _, err = self.cli(*command, "--no-report", "--json", on_drive(results), **options)
+            return json.loads(results.read_text(encoding="utf-8"))["whyNotThePackage"], " ".join(err.split())
+        told, err = why_not("run", "--library", "auto", "--guest-ip", "10.9.9.9", "--adapter", "10.9.9.1", status=2,
+                            **self.install_beside(None))
+        self.assertRegex(told, r"^Vnetx64UD\.dll was not found in .*, takes its place\.$")
+        self.assertIn("warning: " + told, err)
+        self.assertIsNone(why_not("ping", "198.18.0.2", "--count", 1, "--library", "sim")[0])
 
     def test_that_is_not_used_is_told_in_a_banner(self):
         def banner(word, **options):
@@ -310,10 +302,7 @@ class GuestOnAWire(WineCase):
         self.here, self.there = network.Namespace("windows"), network.Namespace("far")
         self.addCleanup(self.here.remove)
         self.addCleanup(self.there.remove)
-        self.here.ip("link", "add", "veth0", "type", "veth", "peer", "name", "veth1", "netns", self.there.name)
-        for namespace, name, address in ((self.here, "veth0", "10.77.0.2/24"), (self.there, "veth1", "10.77.0.1/24")):
-            namespace.ip("address", "add", address, "dev", name)
-            namespace.ip("link", "set", "dev", name, "up")
+        network.cable(self.here, "veth0", "10.77.0.2", self.there, "veth1", "10.77.0.1")
         # Adapters are asked of services of Wine: a prefix of its own, started in the namespace.
         self.prefix = self.folder / "prefix"
         self.environment = dict(os.environ, VNXTEST_WINE_PREFIX=str(self.prefix), DISPLAY="")

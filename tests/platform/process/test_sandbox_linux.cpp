@@ -64,6 +64,7 @@ sockaddr* PacketAddress() {
 
 TEST_F(SandboxDeathTest, WhatIsNotLeftEndsTheProgramAndIsNamed) {
     const int wire = socket(AF_UNIX, SOCK_DGRAM, 0); // the filter does not ask what a descriptor is
+    constexpr int kPrivate = MAP_PRIVATE | MAP_ANONYMOUS;
     msghdr message{};
     const Forbidden all[] = {
         {"execve", [] { return execl("/bin/true", "true", nullptr); }},
@@ -81,11 +82,7 @@ TEST_F(SandboxDeathTest, WhatIsNotLeftEndsTheProgramAndIsNamed) {
         {"memfd_create", [] { return memfd_create("code", 0); }},
         {"setuid", [] { return syscall(SYS_setuid, 0); }},
         {"capset", [] { return syscall(SYS_capset, nullptr, nullptr); }},
-        {"mmap",
-         [] {
-             return mmap(nullptr, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) !=
-                    MAP_FAILED;
-         }},
+        {"mmap", [] { return syscall(SYS_mmap, nullptr, 4096, PROT_READ | PROT_EXEC, kPrivate, -1, 0); }},
         {"mprotect", [] { return mprotect(&errno, 1, PROT_READ | PROT_WRITE | PROT_EXEC); }},
         {"openat", [] { return open("/dev/null", O_WRONLY); }},
         {"openat", [] { return open("/tmp/new", O_RDONLY | O_CREAT, 0600); }},

@@ -1,0 +1,63 @@
+"""The terminal program's command line: every range to its ends, and every refusal with its reason."""
+
+from test_terminal import ECHO_HOST, TerminalCase
+
+BEYOND = "--json /no/such/folder/file"  # refused when the rest has been taken
+
+
+class Options(TerminalCase):
+    def refused(self, line, *reasons):
+        """The words of a command line stand between blanks; '' is an empty one, a "_" stands for a blank."""
+        words = ["" if word == "''" else word.replace("_", " ") for word in line.split()]
+        guest = self.run_program(*words, timeout=20)
+        self.assert_refused(guest)
+        self.assertEqual(([reason for reason in reasons if reason not in guest.errors()], guest.lines()), ([], []), guest.story())
+
+    def test_ranges(self):
+        for option, least, most, beyond in (
+                ("--size", "8", "65507", "7 65508"), ("--count", "1", "65535", "0 65536"), ("--timeout", "0", "10000", "10001 -1"),
+                ("--delay", "0", "10000", "10001"), ("--from", "1", "2", "0 3"), ("--driver-buffer", "64", "16384", "63 16385"),
+                ("--dll-buffer", "16", "1024", "15 1025"), ("--duration", "0.001", "31622400", "0 -1 nan inf 31622401")):
+            for value in (least, most):
+                self.refused(f"ping x --library sim {option}={value} {BEYOND}", "/no/such/folder")
+            for value in ["", *"x 1x _9 +9 99999999999999999999 9_9 1e1 0x9".split(), *beyond.split()]:
+                self.refused(f"ping x {option}={value}", option)
+
+    def test_wrong_command_lines(self):
+        for reason, lines in (
+                ("report, adapters, run or ping", ("",)), ("bogus", ("bogus", "run --bogus")), ("TARGET", ("ping", "ping ''")),
+                ("b", ("ping a b",)), ("--count has no effect with the command run", ("run --count 1",)),
+                ("has no effect", ("report --adapter eth0", "report --no-report", "adapters --output x")),
+                ("--size", ("ping x --size 9 --size 8",)), ("--guest-ip:", ("ping x --guest-ip 10.0.0",)),
+                ("--guest-ip2", ("ping x --guest-ip2 10.0.0.256",)), ("--guest-mac", ("ping x --guest-mac 02-00-5E-80-00",)),
+                ("--mode", ("ping x --mode tub",)), ("--gateway", ("ping x --gateway router",)),
+                ("the value is empty", ("ping x --adapter ''", "--library '' run")), ("--json FILE", ("ping x --json",)),
+                ("name a file", ("ping x --json -", "ping x --output -")), ("same file", ("ping x --output f --json f",)),
+                ("--debug", ("run --debug=arp", "run --debug=arp-read,", "run --debug=4294967296", "run --debug=0x", "run --debug=-1",
+                             "--library ./simple.so run --debug=x"))):
+            for line in lines:
+                self.refused(line, reason)
+
+    def test_options_of_the_simulated_lan(self):
+        for named, allowed, lines in (
+                ('"', "name=value", "loss =5 loss=5,"), ('"Loss"', "loss, dup", "Loss=5"), ('"loss"', "twice", "loss=1,dup=2,loss=3"),
+                ('"loss"', "from 0 to 100 (percent)", "loss= loss=-1 loss=100.0001 loss=1e1"),
+                ('"mtu"', "from 68 to 65535 (bytes)", "mtu=67 mtu=65536 mtu=1500.5"),
+                ('"seed"', "whole number", "seed=18446744073709551616 seed=x")):
+            for options in lines.split():
+                self.refused(f"adapters --library sim:{options}", named, allowed)
+
+    def test_what_is_said_in_few_words(self):
+        for line in ("adapters --json", "--json adapters", "adapters --json -"):
+            self.assertEqual(self.go(*line.split()).lines()[0], "{")
+        for line, status in (("--help", True), ("ping --help", True), ("-h run", True), ("--version", False)):
+            self.assertEqual("Exit status" in self.go(*line.split()).text(), status)
+        for two in (("--mode2", "tap"), ("--socket-notify", "--adapter2", "198.18.0.1")):
+            text = self.go("run", "--no-report", "--duration", 0.01, *two).text()
+            self.assertEqual(text.count(" enabled/up..."), 2)
+        # Debug takes its flags behind an equal sign only.
+        for option, flags in (("--debug=arp-read,contents", 0x40008000), ("--debug=0x80008081", 0x80008081),
+                              ("--debug=4294967295", 0xFFFFFFFF), ("--debug=all", 0xC000C0C0), ("--debug=none", 0)):
+            self.go("run", "--no-report", "--duration", 0.01, "--save", option)
+            self.assertIn(f"\nDebugFlags={flags}\n", self.profile.read_text("utf-8"))
+        self.assertIn(f"  {ECHO_HOST}\n", self.go("ping", "--debug", ECHO_HOST, "--count", 1, "--no-report").text())
