@@ -34,6 +34,8 @@ public:
 // "Settings", and "SimulatedLan": the addresses of a guest on the simulated LAN fit no real network, and
 // its tests must not change the user's settings.
 enum class ProfileSection { Settings, SimulatedLan };
+// The sections' names, by ProfileSection.
+inline constexpr const wchar_t* kProfileSections[] = {L"Settings", L"SimulatedLan"};
 
 // Opens a section of the user's profile. A profile that does not exist yet is empty, and is made by the first
 // write.

@@ -112,14 +112,12 @@ std::optional<std::uint32_t> ParseNumber(std::wstring_view text) {
     return value > 0xFFFFFFFFU ? std::nullopt : std::optional(static_cast<std::uint32_t>(value));
 }
 
-// By ProfileSection.
-constexpr std::array kSections = {L"/Settings", L"/SimulatedLan"};
-
 // One section of a file that is read again if it changed and rewritten whole under a lock, so that two
 // programs that write at once keep each other's values.
 class FileProfile final : public Profile {
 public:
-    explicit FileProfile(ProfileSection section) : m_section(kSections[static_cast<std::size_t>(section)]) {
+    explicit FileProfile(ProfileSection section)
+        : m_section(std::wstring(L"/") + kProfileSections[static_cast<std::size_t>(section)]) {
         // In the window the toolkit is running already.
         if (wxAppConsole::GetInstance() == nullptr) {
             m_toolkit.emplace();
@@ -344,8 +342,8 @@ private:
         wxStringInputStream nothing{wxString()};
         auto sound = std::make_unique<wxFileConfig>(nothing, wxConvUTF8);
         sound->SetExpandEnvVars(false);
-        for (const wchar_t* const section : kSections) {
-            m_values->SetPath(section);
+        for (const wchar_t* const section : kProfileSections) {
+            m_values->SetPath(std::wstring(L"/") + section);
             wxString name;
             long index = 0;
             for (bool more = m_values->GetFirstEntry(name, index); more;

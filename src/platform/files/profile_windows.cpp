@@ -6,14 +6,16 @@
 #include "platform/files/profile.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
 namespace {
 
-// By ProfileSection.
-constexpr const wchar_t* kKeyPaths[] = {L"Software\\Corvane Software Works\\VNXTest64UD\\Settings",
-                                        L"Software\\Corvane Software Works\\VNXTest64UD\\SimulatedLan"};
+std::wstring KeyPath(ProfileSection section) {
+    return Sprintf(L"Software\\%s\\%s\\%s", kWideCompanyName, kWideProductName,
+                   kProfileSections[static_cast<std::size_t>(section)]);
+}
 
 class Key {
 public:
@@ -41,15 +43,14 @@ private:
 // Each value is written by one call of the system, so other programs see it whole or not at all.
 class RegistryProfile final : public Profile {
 public:
-    explicit RegistryProfile(ProfileSection section)
-        : m_keyPath(kKeyPaths[static_cast<std::size_t>(section)]) {}
+    explicit RegistryProfile(ProfileSection section) : m_keyPath(KeyPath(section)) {}
 
     std::uint32_t ReadNumber(std::wstring_view name, std::uint32_t defaultValue) override {
         const std::wstring value(name);
         DWORD number = 0;
         DWORD size = sizeof number;
         DWORD kind = REG_NONE;
-        Key key(m_keyPath);
+        Key key(m_keyPath.c_str());
         LSTATUS result = key.OpenForReading();
         if (result == ERROR_SUCCESS) {
             result = RegQueryValueExW(key.Get(), value.c_str(), nullptr, &kind,
@@ -72,7 +73,7 @@ public:
 
     std::wstring ReadText(std::wstring_view name, std::wstring_view defaultValue) override {
         const std::wstring value(name);
-        Key key(m_keyPath);
+        Key key(m_keyPath.c_str());
         LSTATUS result = key.OpenForReading();
         std::vector<wchar_t> text(64);
         DWORD kind = REG_NONE;
@@ -113,7 +114,7 @@ public:
         return Write(name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
     }
 
-    std::wstring Location() const override { return std::wstring(L"HKEY_CURRENT_USER\\") + m_keyPath; }
+    std::wstring Location() const override { return L"HKEY_CURRENT_USER\\" + m_keyPath; }
     std::wstring LastProblem() const override { return m_problem; }
 
 private:
@@ -129,7 +130,7 @@ private:
 
     bool Write(std::wstring_view name, DWORD kind, const void* bytes, std::size_t size) {
         const std::wstring value(name);
-        Key key(m_keyPath);
+        Key key(m_keyPath.c_str());
         LSTATUS result = key.OpenForWriting();
         if (result == ERROR_SUCCESS) {
             result = RegSetValueExW(key.Get(), value.c_str(), 0, kind, static_cast<const BYTE*>(bytes),
@@ -144,7 +145,7 @@ private:
         return false;
     }
 
-    const wchar_t* m_keyPath;
+    std::wstring m_keyPath;
     std::wstring m_problem;
 };
 

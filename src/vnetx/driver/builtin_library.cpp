@@ -123,7 +123,7 @@ void BuiltinLibrary::VersionNumbers(std::int32_t* major, std::int32_t* minor, st
     std::int32_t* const parts[] = {major, minor, release, build};
     for (std::size_t i = 0; i < 4; ++i) {
         if (parts[i]) {
-            *parts[i] = kBuiltinVersion[i];
+            *parts[i] = kVersionNumbers[i];
         }
     }
 }

@@ -10,12 +10,11 @@
 #include "vnetx/driver/handle_table.h"
 #include "vnetx/driver/virtual_interface.h"
 #include "vnetx/library.h"
+#include "wrenlib/product.h"
 
 namespace vnxtest {
 
-// The version of the built-in libraries is the program's own.
-inline constexpr int kBuiltinVersion[4] = {3, 9, 0, 6222};
-inline constexpr const char* kBuiltinVersionText = "3.9.0.6222";
+// The version of the built-in libraries is the program's own (wrenlib/product.h).
 inline constexpr const char* kBuiltinCopyright = "Copyright (c) VNXTest developers";
 
 class BuiltinLibrary : public VnetxLibrary {
@@ -35,7 +34,7 @@ public:
     std::int32_t SetDebugOutputFunc(VnetxDebugOutput callback) override;
     void VersionNumbers(std::int32_t* major, std::int32_t* minor, std::int32_t* release,
                         std::int32_t* build) override;
-    const char* VersionString() override { return kBuiltinVersionText; }
+    const char* VersionString() override { return kVersion; }
     const char* CopyrightString() override { return kBuiltinCopyright; }
     std::optional<std::uint64_t> DroppedByDriver(std::int32_t handle) override;
     std::wstring ModuleName() const override { return m_moduleName; }
