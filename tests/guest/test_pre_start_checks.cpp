@@ -12,10 +12,7 @@ constexpr std::pair<char, const wchar_t*> kWords[] = {
     {'A', L"packets will not be routed properly and some tests may fail."},
     {'B', L"virtual subnets which are known to be using the same physical adapter."},
     {'C', L"Even though IP Routing is enabled"},
-    {'D', L"is a true router that knows how to route packets"},
-    {'H', L"already used by this system"},
-    {'G', L"already used by a gateway"},
-    {'R', L"is reserved"}};
+    {'D', L"is a true router that knows how to route packets"}};
 
 class PreStartChecksTest : public OutputFixture {
 protected:
@@ -26,26 +23,21 @@ protected:
         m_frontEnd.askParameters = [this](GuestParameters& parameters) {
             parameters.interface1.adapterIpText = L"10.1.2.3";
             parameters.interface1.guestIpText = m_guestIp;
-            parameters.interface2 = {}; // not used
-            if (!m_secondGuestIp.empty()) {
-                parameters.useTwoInterfaces = true;
-                parameters.interface2 = {true, m_secondGuestIp, L"", L"10.1.2.3", L""};
-            }
+            parameters.interface2 = {};           // not used
             return m_frontEnd.offered.size() < 2; // the second time the user gives up
         };
     }
 
     // Starts with these circumstances; returns a letter for each question asked, and "!" when the guest was
     // started.
-    std::string Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers,
-                      const wchar_t* guestIp = nullptr) {
+    std::string Start(bool forwarding, bool gateway, bool inSubnet, std::deque<bool> answers) {
         m_tables.networkParameters.forwardsPackets = forwarding;
         HostNetwork host(SourcesOf(m_tables, m_adapters, m_library));
         host.InitGlobals();
         if (gateway) {
             host.SetDefaultGateway(Ipv4Address(10, 1, 2, 254), MacAddress({2, 0, 0, 0, 0, 1}));
         }
-        m_guestIp = guestIp ? guestIp : inSubnet ? L"10.1.2.111" : L"10.9.9.9";
+        m_guestIp = inSubnet ? L"10.1.2.111" : L"10.9.9.9";
         m_frontEnd.answers = std::move(answers);
         m_frontEnd.questions.clear();
         m_frontEnd.offered.clear();
@@ -62,8 +54,7 @@ protected:
     }
 
     std::wstring m_guestIp;
-    std::wstring m_secondGuestIp; // empty: one interface
-    QuietTables m_tables;         // a host with one address, that forwards packets or does not
+    QuietTables m_tables; // a host with one address, that forwards packets or does not
     QuietAdapters m_adapters;
     ScriptedFrontEnd m_frontEnd;
 };
@@ -88,31 +79,6 @@ TEST_F(PreStartChecksTest, AskWhatTheCircumstancesCallForAndCancelGoesBackToTheP
     EXPECT_EQ(m_frontEnd.offered.back().interface1.guestIpText, L"10.9.9.9") << "those just entered";
     EXPECT_EQ(Start(false, false, true, {false}), "A");
     EXPECT_EQ(m_frontEnd.offered.size(), 2U);
-}
-
-TEST_F(PreStartChecksTest, AskLastWhetherTheGuestIsToPassItselfOffAsItsHost) {
-    EXPECT_EQ(Start(true, false, true, {true}, L"10.1.2.3"), "H!");
-    EXPECT_EQ(Start(true, false, true, {false}, L"10.1.2.3"), "H");
-    EXPECT_EQ(Start(false, true, true, {true}, L"10.1.2.254"), "G!");
-    EXPECT_EQ(Start(false, true, false, {true, true}, L"127.0.0.9"), "DR!");
-    EXPECT_EQ(Start(false, true, false, {true, false}, L"127.0.0.9"), "DR");
-    EXPECT_EQ(Start(false, false, true, {true, true}, L"10.1.2.3"), "AH!");
-    EXPECT_EQ(Start(false, true, true, {true}, L"10.1.2.255"), "R!") << "everybody's address of the subnet";
-    m_tables.AddAddress(Ipv4Address(10, 5, 0, 1), kMask24, 1);
-    m_tables.AddAddress(Ipv4Address(10, 6, 0, 1), kMask24, 2);
-    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.5.0.1"), "DH!") << "the adapter's second";
-    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.6.0.1"), "DH!") << "another adapter's";
-    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.5.0.255"), "DR!")
-        << "everybody's of the second subnet";
-    EXPECT_EQ(Start(false, true, false, {true, true}, L"10.6.0.255"), "D!") << "no subnet of this adapter";
-}
-
-TEST_F(PreStartChecksTest, TheSecondInterfaceIsPreparedAndCheckedLikeTheFirst) {
-    m_secondGuestIp = L"10.1.2.112";
-    EXPECT_EQ(Start(false, true, true, {true, true}), "!");
-    m_secondGuestIp = L"10.9.9.8";
-    EXPECT_EQ(Start(false, true, true, {true, true}), "D!");
-    EXPECT_EQ(Start(true, false, true, {true, true}), "C!");
 }
 
 TEST_F(PreStartChecksTest, WhatWasDerivedForOneAdapterIsNotKeptForAnother) {

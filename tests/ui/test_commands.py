@@ -135,6 +135,15 @@ class Menus(DesktopCase):
         desktop.keys("Escape")
         program.wait_no_dialog()
 
+    def test_smallest_window(self):
+        window = self.desktop.xdotool("search", "--onlyvisible", "--name", "Untitled - VNXTest").split()[-1]
+        self.desktop.xdotool("windowsize", window, 100, 100)
+        self.wait(lambda: self.program.frame.place.width < 900, "it is smaller")
+        time.sleep(SHORTEST)
+        place = self.program.frame.place
+        self.assertTrue(480 <= place.width < 500 and 320 <= place.height < 360, place)
+        self.assertIsNotNone(self.program.chart(), "the chart is still there")
+
     def clipboard(self):
         """What another program finds on the clipboard."""
         script = "import gi; gi.require_version('Gtk', '3.0'); from gi.repository import Gtk, Gdk; " \

@@ -6,6 +6,7 @@ import re
 from cases import DesktopCase
 
 PINGS = r" Sending ping #(\d+) bytes="
+REPLIES = r" Reply to ping #(\d+) received"
 
 
 def numbers(pattern, text):
@@ -66,3 +67,12 @@ class MainJob(DesktopCase):
         self.program.start_guest()
         self.close_while_pinging("Don't Save")
         self.assertTrue(self.program.ended(), self.program.complaints())
+
+    def test_65535_pings_without_delay(self):  # how responsive the window stays meanwhile: bench/window_pings.py
+        self.program.start_guest()
+        self.program.start_ping(Count=65535, Size=8, Delay=0, Timeout=10000)
+        self.program.wait_ping_end()
+        self.assertIn("Sent 65535, Received 65535, Loss 0%", self.program.chart())
+        text = self.program.save(self.desktop.path / "load.vnt")
+        self.assertEqual(numbers(PINGS, text), list(range(1, 65536)))
+        self.assertEqual(sorted(numbers(REPLIES, text)), list(range(1, 65536)))
