@@ -273,8 +273,7 @@ OptionsAnswer Refusal(const std::string& text) {
 void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     app.set_help_flag("-h,--help", "Print this help and end");
-    app.set_version_flag("--version", std::string(kProductName) + " " + kVersion,
-                         "Print the version and end");
+    app.set_version_flag("--version", kProductAndVersion, "Print the version and end");
     app.footer(fmt::format(kFooter, kGuestHostNumbers[0], kGuestHostNumbers[1]));
     app.require_subcommand(1);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");

@@ -125,7 +125,7 @@ std::string RunResultsJson(const RunResults& results) {
     }
     return JsonText(Json{
         {"version", kJsonVersion},
-        {"program", std::string(kProductName) + " " + kVersion},
+        {"program", kProductAndVersion},
         {"library", ToUtf8(results.library)},
         {"whyNotThePackage", TextOrNull(results.whyNotThePackage)},
         {"command", ToUtf8(results.command)},
