@@ -58,8 +58,11 @@ DriverParts SimLibrary::MakeDriver(std::string_view, InterfaceState& state) {
 }
 
 Result<std::unique_ptr<SimLibrary>> MakeSimLibrary(std::wstring_view options) {
-    return ParseSimOptions(options).map(
-        [](const SimOptions& parsed) { return std::make_unique<SimLibrary>(parsed); });
+    auto parsed = ParseSimOptions(options);
+    if (!parsed) {
+        return PassOn(parsed);
+    }
+    return std::make_unique<SimLibrary>(*parsed);
 }
 
 } // namespace vnxtest
