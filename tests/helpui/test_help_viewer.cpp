@@ -32,6 +32,7 @@ protected:
 // That every topic has its page: test_help_book.py.
 TEST_F(HelpViewerTest, HelpButtonAndSecondF1OpenTheTopicOverAModalDialog) {
     m_dialog->Hide();
+    EXPECT_TRUE(WaitFor([this] { return !m_dialog->IsActive(); }));
     auto* frame = MakeChild<wxFrame>(nullptr, wxID_ANY, "Main window");
     ShowAndWait(*frame);
     wxTheApp->SetTopWindow(frame);
@@ -41,23 +42,28 @@ TEST_F(HelpViewerTest, HelpButtonAndSecondF1OpenTheTopicOverAModalDialog) {
     book.Close();
     HelpProbe dialog(frame);
     Later(800, [&] {
+        EXPECT_TRUE(WaitFor([&dialog] { return dialog.IsActive(); }));
+        Settle();
         Click(*dialog.FindWindow(wxID_HELP));
         EXPECT_TRUE(WaitFor([] { return BookFrame() != nullptr && BookFrame()->IsActive(); }));
         EXPECT_EQ(PageTitle(), "Parameters dialog");
         // The book takes keys, and can be closed, while the dialog is modal.
+        Settle(500); // until the window manager knows, too, which window the keys are for
         m_user.Char(WXK_F4, wxMOD_ALT);
         EXPECT_TRUE(WaitFor([] { return BookFrame() == nullptr; }));
         EXPECT_TRUE(WaitFor([&dialog] { return dialog.IsActive(); }));
+        Settle();
         dialog.mac->SetFocus();
         Press(WXK_F1);
         EXPECT_EQ(Title(), "MAC Entry");
         Press(WXK_F1);
-        EXPECT_TRUE(WaitFor([] { return BookFrame() != nullptr; }));
+        EXPECT_TRUE(WaitFor([] { return BookFrame() != nullptr && BookFrame()->IsActive(); }));
         EXPECT_EQ(PageTitle(), "Parameters dialog");
         // And the dialog can be filled in while the book is open.
         dialog.Raise();
         EXPECT_TRUE(WaitFor([&dialog] { return dialog.IsActive(); }));
         Type("02");
+        EXPECT_TRUE(WaitFor([&dialog] { return dialog.mac->GetMac() == L"02"; }));
         book.Close();
         if (dialog.IsModal()) {
             dialog.EndModal(wxID_CANCEL);

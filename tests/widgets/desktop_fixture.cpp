@@ -18,7 +18,8 @@ namespace vnxtest {
 
 namespace {
 
-constexpr int kPatience = 5000; // milliseconds until what should happen has not happened
+constexpr int kPatience = 30000; // milliseconds until what should happen has not happened, on a busy machine
+constexpr int kRaiseAfter = 2000; // milliseconds until a window that did not get the keyboard asks for it
 constexpr int kTick = 5;        // milliseconds
 
 // Counts turns of the event loop, not time: on a busy machine each takes longer, and nothing is missed.
@@ -100,7 +101,12 @@ bool DesktopTest::WaitFor(const std::function<bool()>& reached) {
 
 void DesktopTest::ShowAndWait(wxTopLevelWindow& window) {
     window.Show();
-    ASSERT_TRUE(WaitFor([&window] { return window.IsActive(); }));
+    // A window manager that is just starting gives the keyboard to nobody.
+    const auto active = [&window] { return window.IsActive(); };
+    for (int asked = 0; asked < kPatience / kRaiseAfter && !ServeEvents(kRaiseAfter, active); ++asked) {
+        window.Raise();
+    }
+    ASSERT_TRUE(window.IsActive());
     Settle(150);
 }
 
