@@ -18,9 +18,9 @@ namespace vnxtest {
 
 namespace {
 
-constexpr int kPatience = 30000; // milliseconds until what should happen has not happened, on a busy machine
+constexpr int kPatience = 30000;  // milliseconds until what should happen has not happened, on a busy machine
 constexpr int kRaiseAfter = 2000; // milliseconds until a window that did not get the keyboard asks for it
-constexpr int kTick = 5;        // milliseconds
+constexpr int kTick = 5;          // milliseconds
 
 // Counts turns of the event loop, not time: on a busy machine each takes longer, and nothing is missed.
 bool ServeEvents(int milliseconds, const std::function<bool()>& reached) {
