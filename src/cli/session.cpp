@@ -1,5 +1,6 @@
 #include "cli/session.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "cli/output/await_writers.h"
@@ -323,6 +324,18 @@ void Session::StopGuest() {
             Complain(note);
         }
     }
+    TellAdvice();
+}
+
+void Session::TellAdvice() {
+    m_advice = m_engine.Advice();
+    for (const Finding& finding : m_advice) {
+        const auto same = [&finding](const Finding& told) { return told.IsSameAs(finding); };
+        if (std::ranges::none_of(m_toldAdvice, same)) {
+            Complain(L"advice: " + finding.Text());
+            m_toldAdvice.push_back(finding);
+        }
+    }
 }
 
 bool Session::SaveJson(std::string text, const std::wstring& complaint) {
@@ -381,6 +394,7 @@ int Session::Finish(int status) {
         results.command = ToWide(NameOf(m_options.command));
         results.exitStatus = status;
         results.problem = m_problem;
+        results.advice = m_advice;
         for (std::size_t index = 0; m_guestStarted && index < results.interfaces.size(); ++index) {
             const INTERFACE_INFO& info = m_guest->Interface(static_cast<int>(index));
             results.interfaces[index] = info.asked.NamesAdapter() ? &info : nullptr;

@@ -65,6 +65,8 @@ private:
     TerminalEvent Step(std::optional<Moment> deadline);
     std::optional<Moment> DurationFromNow() const;
     void StopGuest();
+    // Tells what there is to be said of the run and has not been told yet.
+    void TellAdvice();
     void TellProfileProblem();
     std::wstring DescribeStop() const;
     // Any message makes the main thread check its state. Any thread.
@@ -95,6 +97,8 @@ private:
     bool m_pingStarted = false;
     bool m_guestEndedByItself = false;
     std::wstring m_toldProfileProblem;
+    Findings m_advice; // of the last look, and what was told of it
+    Findings m_toldAdvice;
     std::wstring m_problem;
 };
 

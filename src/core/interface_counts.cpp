@@ -9,6 +9,7 @@ void InterfaceCounts::Clear() {
     echoRequestsAnswered = 0;
     arpRequestsAnswered = 0;
     rarpRequestsAnswered = 0;
+    ignoredPings.Clear();
     statistics.reset();
     droppedByDriver.reset();
 }

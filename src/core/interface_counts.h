@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "core/ignored_pings.h"
 #include "vnetx/vnetx.h"
 
 namespace vnxtest {
@@ -35,6 +36,7 @@ struct InterfaceCounts {
     std::atomic<std::uint64_t> echoRequestsAnswered{0};
     std::atomic<std::uint64_t> arpRequestsAnswered{0};
     std::atomic<std::uint64_t> rarpRequestsAnswered{0};
+    IgnoredPings ignoredPings;
 
     // Of the last run, once its monitor thread has ended; nullopt if the library gave none.
     std::optional<VnetxStatistics> statistics;

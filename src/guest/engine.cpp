@@ -1,6 +1,8 @@
 #include "guest/engine.h"
 
+#include "advice/advice.h"
 #include "core/debug_output.h"
+#include "guest/observe.h"
 #include "hostnet/report.h"
 #include "hostnet/sim_host.h"
 #include "wrenlib/text.h"
@@ -53,6 +55,10 @@ void Engine::MakeGuest(Profile& profile, FrontEnd& frontEnd) {
 
 void Engine::EndGuest() {
     m_guest.reset();
+}
+
+Findings Engine::Advice() const {
+    return Advise(Observe(*m_guest));
 }
 
 } // namespace vnxtest

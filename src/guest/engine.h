@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "advice/finding.h"
 #include "guest/front_end.h"
 #include "guest/guest.h"
 #include "hostnet/host_network.h"
@@ -52,6 +53,9 @@ public:
     Settings& UserSettings() { return *m_settings; }
     // Between MakeGuest and EndGuest.
     Guest& TheGuest() { return *m_guest; }
+    // What is to be said of the guest's run so far, or of its last one (advice/advice.h); at any time between
+    // the two. The front end shows each finding once.
+    Findings Advice() const;
 
 private:
     std::unique_ptr<VnetxLibrary> m_library;

@@ -100,14 +100,14 @@ bool PingBook::HasRoom() {
     return m_hasRoom;
 }
 
-void PingBook::RecordReply(const ReceivedReply& reply) {
+bool PingBook::RecordReply(const ReceivedReply& reply) {
     std::uint32_t now = GetTicks();
     bool wakeWaiter = false;
     {
         const std::lock_guard lock(m_pingListLock);
         const auto position = m_pingList.Find(reply.icmpId, reply.icmpSeq);
         if (!position) {
-            return;
+            return false;
         }
         CPing ping = m_pingList.GetAt(*position);
         // The request is noted as sent after it was written, under the lock; the reply may have been read
@@ -127,6 +127,12 @@ void PingBook::RecordReply(const ReceivedReply& reply) {
     if (wakeWaiter) {
         m_signals.changed.Set();
     }
+    return true;
+}
+
+bool PingBook::IsOwnIdentifier(std::uint16_t icmpId) const {
+    const std::lock_guard lock(m_pingListLock);
+    return m_identChosen && icmpId == SwapNetwork16(m_wPingIdent);
 }
 
 std::optional<std::uint32_t> PingBook::CheckDeadlines() {

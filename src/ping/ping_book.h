@@ -51,8 +51,11 @@ public:
     // True if the list takes another ping. Send thread.
     bool HasRoom();
 
-    // Records a reply and writes its line. A reply to no ping of this test is dropped silently. Any thread.
-    void RecordReply(const ReceivedReply& reply);
+    // Records a reply and writes its line. False for a reply to no ping of this test, which is dropped
+    // silently. Any thread.
+    bool RecordReply(const ReceivedReply& reply);
+    // True if pings were sent with this identifier (network order). Any thread.
+    bool IsOwnIdentifier(std::uint16_t icmpId) const;
 
     // One pass of the wait thread over the list: the milliseconds to wait (0: until `changed` is set);
     // nullopt if the test is over. Wait thread.

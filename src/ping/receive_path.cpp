@@ -7,6 +7,7 @@
 #include "packets/ipv4_packet.h"
 #include "packets/reply_scope.h"
 #include "ping/echo_request.h"
+#include "ping/ignored_kind.h"
 #include "wrenlib/log.h"
 
 namespace vnxtest {
@@ -64,7 +65,7 @@ void ReceivePath::HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket pack
     }
     const auto ethernet = EthernetView::Over(packet.Bytes());
     if (!ethernet) {
-        IgnorePacket(info, IgnoreReason::TooTiny);
+        IgnorePacket(info, IgnoreReason::TooTiny, packet);
         return;
     }
     switch (ethernet->EtherType()) {
@@ -78,55 +79,59 @@ void ReceivePath::HandleReceivedPacket(INTERFACE_INFO& info, ReceivedPacket pack
         AnswerRarp(info, packet);
         break;
     default:
-        IgnorePacket(info, IgnoreReason::UnknownPacket);
+        IgnorePacket(info, IgnoreReason::UnknownPacket, packet);
     }
 }
 
 void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     const std::span<std::uint8_t> bytes = packet.Bytes();
     if (bytes.size() < kSmallestPacket) {
-        return IgnorePacket(info, IgnoreReason::TooTiny);
+        return IgnorePacket(info, IgnoreReason::TooTiny, packet);
     }
     const Ipv4View ip = *Ipv4View::Over(bytes);
     const IcmpEchoView icmp = *IcmpEchoView::Over(bytes.subspan(Ipv4View::kLength));
     if (ip.LooksFragmented()) {
-        return IgnorePacket(info, IgnoreReason::Fragmented);
+        return IgnorePacket(info, IgnoreReason::Fragmented, packet);
     }
     if (ip.Version() != 4) {
-        return IgnorePacket(info, IgnoreReason::BadIpVersion);
+        return IgnorePacket(info, IgnoreReason::BadIpVersion, packet);
     }
     if (ip.HeaderLength() != Ipv4View::kLength / 4) {
-        return IgnorePacket(info, IgnoreReason::BadIpHeaderLength);
+        return IgnorePacket(info, IgnoreReason::BadIpHeaderLength, packet);
     }
     if (ip.Protocol() != kIpProtocolIcmp) {
-        return IgnorePacket(info, IgnoreReason::NotIcmp);
+        return IgnorePacket(info, IgnoreReason::NotIcmp, packet);
     }
     if (icmp.Type() != kIcmpEchoRequest && icmp.Type() != kIcmpEchoReply) {
-        return IgnorePacket(info, IgnoreReason::NotPing);
+        return IgnorePacket(info, IgnoreReason::NotPing, packet);
     }
     if (icmp.Code() != 0) {
-        return IgnorePacket(info, IgnoreReason::BadIcmpCode);
+        return IgnorePacket(info, IgnoreReason::BadIcmpCode, packet);
     }
     const std::uint16_t totalLength = ip.TotalLength();
     Verify(totalLength == bytes.size() && totalLength >= kPingHeaders);
     const std::span<std::uint8_t> message = IcmpMessage(bytes, totalLength);
     const Checksums checksums = CheckChecksums(m_library, ip, icmp, message);
     if (!checksums.ipGood) {
-        return IgnorePacket(info, IgnoreReason::BadIpChecksum);
+        return IgnorePacket(info, IgnoreReason::BadIpChecksum, packet);
     }
     if (!checksums.icmpGood) {
-        return IgnorePacket(info, IgnoreReason::BadIcmpChecksum);
+        return IgnorePacket(info, IgnoreReason::BadIcmpChecksum, packet);
     }
     const bool forUs = ip.Destination() == info.addresses.guestIp;
     if (icmp.Type() == kIcmpEchoRequest) {
-        return forUs ? AnswerEchoRequest(info, packet) : IgnorePacket(info, IgnoreReason::NotPingForUs);
+        return forUs ? AnswerEchoRequest(info, packet)
+                     : IgnorePacket(info, IgnoreReason::NotPingForUs, packet);
     }
     if (!forUs) {
-        return IgnorePacket(info, IgnoreReason::NotReplyForUs);
+        return IgnorePacket(info, IgnoreReason::NotReplyForUs, packet);
     }
-    m_pingTest.RecordReply({icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
-                            static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength),
-                            ip.TimeToLive()});
+    const bool known = m_pingTest.RecordReply(
+        {icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
+         static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength), ip.TimeToLive()});
+    if (!known && !m_pingTest.IsOwnIdentifier(icmp.RawIdentifier())) {
+        info.counted.ignoredPings.Note(IgnoredPing::ReplyForeign, ip.Source());
+    }
 }
 
 void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet) {
@@ -162,10 +167,13 @@ void ReceivePath::AnswerRarp(INTERFACE_INFO& info, ReceivedPacket packet) {
     }
 }
 
-void ReceivePath::IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason) {
+void ReceivePath::IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason, ReceivedPacket packet) {
     const auto number = static_cast<std::uint32_t>(reason);
     if (number < kIgnoreReasons) {
         info.counted.ignored[number].fetch_add(1, std::memory_order_relaxed);
+    }
+    if (const auto judged = JudgeIgnored(reason, packet.Bytes(), info.addresses.guestIp)) {
+        info.counted.ignoredPings.Note(judged->kind, judged->sender);
     }
     if (m_run.debugMode) {
         LogMsg(L"Packet was ignored (%s)\n", IgnoreReasonText(number));

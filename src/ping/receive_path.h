@@ -26,7 +26,9 @@ private:
     void AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet);
     void AnswerArp(INTERFACE_INFO& info, ReceivedPacket packet);
     void AnswerRarp(INTERFACE_INFO& info, ReceivedPacket packet);
-    void IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason);
+    // `packet` is an Ethernet frame if the reason is UnknownPacket, else what stands behind the Ethernet
+    // header.
+    void IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason, ReceivedPacket packet);
 
     VnetxLibrary& m_library;
     PacketWriter& m_writer;

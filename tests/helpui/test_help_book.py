@@ -60,6 +60,10 @@ for number in {number for number, page in topics if (number, page) != next(each 
 for name in ("Packet driver and modules", "Host adapters", "Promiscuous mode and wireless adapters",
              "Large Segment Offload", "Troubleshooting", "Interface libraries"):
     expect(f'value="{name}"' in contents, f"{name}, which the report names, is not in the contents")
+findings = re.findall(r'^    \{"([a-z-]+)", Severity::', (sources / "advice" / "advice.cpp").read_text(), re.M)
+expect(len(findings) > 1, f"only {len(findings)} findings")
+for finding in findings:
+    check_link("advice", f"advice.html#{finding}")
 for place in ("save exit copy select_all find find_next start_guest start_ping stop_ping stop_guest buffer_sizes gateway "
               "redetect socket_notify debug_flags show_chart help about").split():
     check_link("menu", f"menu_commands.html#{place}")

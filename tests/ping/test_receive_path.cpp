@@ -65,6 +65,56 @@ TEST_F(ReceivePathTest, GoesOnWithALengthThatDoesNotFitAndWithBitsThatMeanNothin
     EXPECT_NE(Receive(odd).find("Someone is PINGing Vant!"), std::string::npos);
 }
 
+// What advice rests on: only pings for the guest count, by what was wrong with each, and who sent them.
+TEST_F(ReceivePathTest, RemembersWhatWasWrongWithPingsForTheGuestAndWhoSentThem) {
+    m_info.asked.tapMode = false;
+    const auto sent = [](const std::function<void(Frame&)>& change) {
+        Frame packet = EchoPacket(8);
+        change(packet);
+        return packet;
+    };
+    const auto sealed = [&sent](std::size_t offset, std::uint8_t value) {
+        return sent([=](Frame& packet) {
+            packet[offset] = value;
+            MendChecksums(packet);
+        });
+    };
+    const Frame reply = EchoPacket(0);
+    const struct {
+        const char* name;
+        Frame packet;
+        std::optional<IgnoredPing> kind;
+    } cases[] = {
+        {"DF", sealed(6, 0x40), IgnoredPing::RequestDontFragment},
+        {"DF, with IP options",
+         sent([](Frame& packet) { packet[0] = 0x46, packet[6] = 0x40, packet[24] = 8, packet[25] = 0; }),
+         IgnoredPing::RequestWithOptions},
+        {"DF, for another", sent([](Frame& packet) { packet[6] = 0x40, packet[19] = 1; }), std::nullopt},
+        {"DF, not ICMP", sent([](Frame& packet) { packet[6] = 0x40, packet[9] = 6; }), std::nullopt},
+        {"DF, another ICMP", sent([](Frame& packet) { packet[6] = 0x40, packet[20] = 3; }), std::nullopt},
+        {"reserved bit", sealed(6, 0x80), std::nullopt},
+        {"first fragment", sealed(6, 0x20), IgnoredPing::Fragment},
+        {"later fragment", sent([](Frame& packet) { packet[7] = 1, packet[20] = 77; }),
+         IgnoredPing::Fragment},
+        {"no data", sent([](Frame& packet) { packet.resize(28); }), IgnoredPing::RequestWithoutData},
+        {"cut short", sent([](Frame& packet) { packet.resize(27); }), std::nullopt},
+        {"IP options", sent([](Frame& packet) { packet[0] = 0x46, packet[24] = 8, packet[25] = 0; }),
+         IgnoredPing::RequestWithOptions},
+        {"IP options beyond the end", sent([](Frame& packet) { packet[0] = 0x4F; }), std::nullopt},
+        {"IP checksum", sent([](Frame& packet) { packet[10] ^= 1; }), IgnoredPing::BadIpChecksum},
+        {"ICMP checksum", sent([](Frame& packet) { packet[31] ^= 1; }), IgnoredPing::BadIcmpChecksum},
+        {"a reply nobody asked for", reply, IgnoredPing::ReplyForeign},
+    };
+    for (const auto& [name, packet, kind] : cases) {
+        m_info.counted.Clear();
+        Receive(packet);
+        for (std::size_t each = 0; each < kIgnoredPingKinds; ++each) {
+            const auto which = static_cast<IgnoredPing>(each);
+            EXPECT_EQ(m_info.counted.ignoredPings.Read(which).count, which == kind ? 1U : 0U) << name << each;
+        }
+    }
+}
+
 // The library asks a silent target for as long as an ARP exchange takes. Whoever records a reply meanwhile,
 // on the thread that reads, needs the ping list.
 TEST_F(ReceivePathTest, AReaderNeedNotWaitForTheTargetsAddress) {

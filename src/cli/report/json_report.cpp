@@ -109,6 +109,38 @@ Json InterfaceJson(const INTERFACE_INFO& info, std::size_t index) {
     };
 }
 
+Json EvidenceJson(const EvidenceValue& value) {
+    if (const auto* const text = std::get_if<std::wstring>(&value)) {
+        return ToUtf8(*text);
+    }
+    if (const auto* const texts = std::get_if<std::vector<std::wstring>>(&value)) {
+        Json list = Json::array();
+        for (const std::wstring& each : *texts) {
+            list.push_back(ToUtf8(each));
+        }
+        return list;
+    }
+    const auto* const number = std::get_if<std::uint64_t>(&value);
+    return number != nullptr ? Json(*number) : Json(std::get<bool>(value));
+}
+
+Json FindingJson(const Finding& finding) {
+    Json evidence = Json::object();
+    for (const auto& [name, value] : finding.evidence) {
+        evidence[name] = EvidenceJson(value);
+    }
+    return Json{
+        {"id", finding.id},
+        {"severity", ToUtf8(NameOf(finding.severity))},
+        {"interface", finding.interfaceNumber != 0 ? Json(finding.interfaceNumber) : Json()},
+        {"seen", ToUtf8(finding.seen)},
+        {"means", ToUtf8(finding.means)},
+        {"action", ToUtf8(finding.action)},
+        {"page", finding.Page()},
+        {"evidence", std::move(evidence)},
+    };
+}
+
 } // namespace
 
 std::string JsonText(const Json& value) {
@@ -123,6 +155,10 @@ std::string RunResultsJson(const RunResults& results) {
             interfaces.push_back(InterfaceJson(*results.interfaces[index], index));
         }
     }
+    Json advice = Json::array();
+    for (const Finding& finding : results.advice) {
+        advice.push_back(FindingJson(finding));
+    }
     return JsonText(Json{
         {"version", kJsonVersion},
         {"program", kProductAndVersion},
@@ -133,6 +169,7 @@ std::string RunResultsJson(const RunResults& results) {
         {"problem", TextOrNull(results.problem)},
         {"ping", results.ping != nullptr ? PingTestJson(*results.ping) : Json()},
         {"interfaces", std::move(interfaces)},
+        {"advice", std::move(advice)},
     });
 }
 

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "advice/finding.h"
 #include "core/interface_info.h"
 #include "ping/ping_test.h"
 
@@ -27,6 +28,7 @@ struct RunResults {
     const PingTestResult* ping = nullptr; // null if no ping test was started
     int exitStatus = 0;
     std::wstring problem; // empty with status 0
+    Findings advice;
 };
 
 // Begins the sentences about results that cannot be saved.

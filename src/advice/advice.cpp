@@ -1,0 +1,67 @@
+#include "advice/advice.h"
+
+#include <algorithm>
+
+#include "advice/rules.h"
+
+namespace vnxtest {
+
+namespace {
+
+struct Rule {
+    std::string_view id; // also the place on the help page
+    Severity severity;
+    SeenList (*see)(const Observations&);
+};
+
+// A row a finding; those of one severity are told in this order.
+constexpr Rule kRules[] = {
+    {"dont-fragment-requests", Severity::Problem, SeeDontFragmentRequests},
+    {"requests-without-data", Severity::Problem, SeeRequestsWithoutData},
+};
+
+} // namespace
+
+Findings Advise(const Observations& observations) {
+    Findings findings;
+    for (const Rule& rule : kRules) {
+        for (Seen& seen : rule.see(observations)) {
+            Finding finding{rule.id,
+                            rule.severity,
+                            seen.interfaceNumber,
+                            std::move(seen.seen),
+                            std::move(seen.means),
+                            std::move(seen.action),
+                            std::move(seen.evidence)};
+            const bool known = std::ranges::any_of(
+                findings, [&finding](const Finding& other) { return other.IsSameAs(finding); });
+            if (!known && !finding.evidence.empty()) {
+                findings.push_back(std::move(finding));
+            }
+        }
+    }
+    std::ranges::stable_sort(findings, {}, &Finding::severity);
+    return findings;
+}
+
+std::wstring_view NameOf(Severity severity) {
+    switch (severity) {
+    case Severity::Problem:
+        return L"problem";
+    case Severity::Warning:
+        return L"warning";
+    case Severity::Info:
+        break;
+    }
+    return L"info";
+}
+
+std::string Finding::Page() const {
+    return "advice.html#" + std::string(id);
+}
+
+std::wstring Finding::Text() const {
+    return seen + L" " + means + L" " + action;
+}
+
+} // namespace vnxtest

@@ -1,0 +1,106 @@
+#include "ping/ignored_kind.h"
+
+#include "packets/arp_packet.h"
+#include "packets/ethernet.h"
+#include "packets/icmp_echo.h"
+#include "packets/ipv4_packet.h"
+
+namespace vnxtest {
+
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr std::uint16_t kEtherTypeServiceVlan = 0x88A8; // IEEE 802.1ad
+constexpr std::size_t kWordLength = 4;
+constexpr std::uint8_t kDontFragment = 0x40; // in the byte of the flags
+
+struct Ping {
+    ConstIpv4View ip;
+    bool request = false;
+};
+
+// An echo message for `guestIp`. Of a later fragment, which begins in the middle of a message, ICMP is all
+// that can be known.
+std::optional<Ping> PingFor(Ipv4Address guestIp, Bytes packet) {
+    const auto ip = ConstIpv4View::Over(packet);
+    if (!ip || ip->Version() != 4 || ip->Protocol() != kIpProtocolIcmp || ip->Destination() != guestIp) {
+        return std::nullopt;
+    }
+    if (ip->IsLaterFragment() && ip->IsFragment()) {
+        return Ping{*ip, true};
+    }
+    const std::size_t header = ip->HeaderLength() * kWordLength;
+    const auto icmp = header < ConstIpv4View::kLength || header > packet.size()
+                          ? std::nullopt
+                          : ConstIcmpEchoView::Over(packet.subspan(header));
+    if (!icmp || icmp->Code() != 0 || (icmp->Type() != kIcmpEchoRequest && icmp->Type() != kIcmpEchoReply)) {
+        return std::nullopt;
+    }
+    return Ping{*ip, icmp->Type() == kIcmpEchoRequest};
+}
+
+std::optional<IgnoredPing> KindOf(IgnoreReason reason, const Ping& ping, Bytes packet) {
+    switch (reason) {
+    case IgnoreReason::TooTiny:
+        return ping.request && packet.size() == ConstIpv4View::kLength + ConstIcmpEchoView::kLength
+                   ? std::optional(IgnoredPing::RequestWithoutData)
+                   : std::nullopt;
+    case IgnoreReason::Fragmented:
+        if (ping.ip.IsFragment()) {
+            return IgnoredPing::Fragment;
+        }
+        if (ping.ip.Bytes()[6] != kDontFragment) {
+            return std::nullopt; // the bit that is reserved
+        }
+        if (ping.ip.HeaderLength() != ConstIpv4View::kLength / kWordLength) {
+            break;
+        }
+        return ping.request ? IgnoredPing::RequestDontFragment : IgnoredPing::ReplyDontFragment;
+    case IgnoreReason::BadIpHeaderLength:
+        break;
+    case IgnoreReason::BadIpChecksum:
+        return IgnoredPing::BadIpChecksum;
+    case IgnoreReason::BadIcmpChecksum:
+        return IgnoredPing::BadIcmpChecksum;
+    default:
+        return std::nullopt;
+    }
+    return ping.request ? std::optional(IgnoredPing::RequestWithOptions) : std::nullopt;
+}
+
+std::optional<IgnoredKind> JudgeTagged(Bytes frame, Ipv4Address guestIp) {
+    const auto outer = ConstEthernetView::Over(frame);
+    if (!outer || (outer->EtherType() != kEtherTypeVlan && outer->EtherType() != kEtherTypeServiceVlan)) {
+        return std::nullopt;
+    }
+    // Behind the tag the frame goes on as one whose last two bytes of the source address are the tag's type.
+    const auto inner = ConstEthernetView::Over(frame.subspan(kVlanTagLength));
+    if (!inner) {
+        return std::nullopt;
+    }
+    const Bytes payload = frame.subspan(kVlanTagLength + ConstEthernetView::kLength);
+    if (inner->EtherType() == kEtherTypeIpv4) {
+        const auto ping = PingFor(guestIp, payload);
+        return ping ? std::optional(IgnoredKind{IgnoredPing::VlanTagged, ping->ip.Source()}) : std::nullopt;
+    }
+    const auto arp = ConstArpView::Over(payload);
+    if (inner->EtherType() != kEtherTypeArp || !arp || arp->Operation() != ArpOperation::Request ||
+        arp->TargetProtocolAddress() != guestIp) {
+        return std::nullopt;
+    }
+    return IgnoredKind{IgnoredPing::VlanTagged, arp->SenderProtocolAddress()};
+}
+
+} // namespace
+
+std::optional<IgnoredKind> JudgeIgnored(IgnoreReason reason, Bytes bytes, Ipv4Address guestIp) {
+    if (reason == IgnoreReason::UnknownPacket) {
+        return JudgeTagged(bytes, guestIp);
+    }
+    const auto ping = PingFor(guestIp, bytes);
+    const auto kind = ping ? KindOf(reason, *ping, bytes) : std::nullopt;
+    return kind ? std::optional(IgnoredKind{*kind, ping->ip.Source()}) : std::nullopt;
+}
+
+} // namespace vnxtest
