@@ -12,6 +12,7 @@ void InterfaceCounts::Clear() {
     ignoredPings.Clear();
     statistics.reset();
     droppedByDriver.reset();
+    noticed.reset();
 }
 
 const wchar_t* IgnoreReasonText(std::uint32_t reason) {

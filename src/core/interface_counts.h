@@ -8,6 +8,7 @@
 
 #include "core/ignored_pings.h"
 #include "vnetx/vnetx.h"
+#include "vnetx/wire_facts.h"
 
 namespace vnxtest {
 
@@ -42,6 +43,8 @@ struct InterfaceCounts {
     std::optional<VnetxStatistics> statistics;
     // Likewise: frames that the library's driver dropped unread; nullopt if the library does not tell.
     std::optional<std::uint64_t> droppedByDriver;
+    // Likewise: what the library has noticed of the wire.
+    std::optional<WireFacts> noticed;
 
     void Clear();
 };

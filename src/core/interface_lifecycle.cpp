@@ -205,6 +205,7 @@ void ReportStatisticsAndClose(INTERFACE_INFO& info, VnetxLibrary& library) {
         info.counted.statistics = statistics;
     }
     info.counted.droppedByDriver = library.DroppedByDriver(handle);
+    info.counted.noticed = library.Noticed(handle);
     const std::wstring text =
         Sprintf(L"*** Statistics for Interface %s:\n\n"
                 L"Size of Kernel Capture Buffer:   %5uK\n"

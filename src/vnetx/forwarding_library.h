@@ -43,6 +43,7 @@ public:
     std::optional<std::uint64_t> DroppedByDriver(std::int32_t handle) override {
         return m_inner.DroppedByDriver(handle);
     }
+    std::optional<WireFacts> Noticed(std::int32_t handle) override { return m_inner.Noticed(handle); }
     std::wstring ModuleName() const override { return m_inner.ModuleName(); }
     std::wstring ModulePath() const override { return m_inner.ModulePath(); }
     std::wstring WhyNotThePackage() const override { return m_inner.WhyNotThePackage(); }

@@ -15,6 +15,7 @@
 #include <string_view>
 
 #include "vnetx/vnetx.h"
+#include "vnetx/wire_facts.h"
 #include "wrenlib/failure.h"
 
 namespace vnxtest {
@@ -47,6 +48,8 @@ public:
     // How many frames for the open interface the driver has dropped because its buffer was full. Not an
     // operation of the contract: nullopt if the library does not tell.
     virtual std::optional<std::uint64_t> DroppedByDriver(std::int32_t) { return std::nullopt; }
+    // What the open interface has noticed of its wire so far. Likewise.
+    virtual std::optional<WireFacts> Noticed(std::int32_t) { return std::nullopt; }
 
     // What the report calls the library: the module's file name, or "built-in pcap" and the like.
     virtual std::wstring ModuleName() const = 0;

@@ -84,3 +84,9 @@ def parse_arp(frame):
     return Arp(ether_type, frame[:6].hex(":"), frame[6:12].hex(":"), int.from_bytes(frame[20:22], "big"),
                frame[22:28].hex(":"), socket.inet_ntoa(frame[28:32]), frame[32:38].hex(":"),
                socket.inet_ntoa(frame[38:42]))
+
+
+def is_probe(frame):
+    """Whether it asks for an address that its sender is about to take (RFC 5227)."""
+    arp = parse_arp(frame)
+    return bool(arp) and (arp.ether_type, arp.operation, arp.sender_ip) == (ARP, 1, "0.0.0.0")

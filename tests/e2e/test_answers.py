@@ -78,7 +78,7 @@ class Guests(NetworkCase):
             station.send(frames.ethernet(destination, station.mac, ether_type, bytes(request))[:length])
 
         def answers():
-            return [frame for frame in station.heard() if frame[6:12] == frames.mac_bytes(GUEST_MAC)]
+            return station.heard_from(GUEST_MAC)
 
         ask(frames.ARP, 1, frames.NO_MAC, TUN_IP)  # another address
         ask(frames.ARP, 1, frames.NO_MAC, GUEST_IP, TUN_MAC)  # to another station

@@ -23,8 +23,7 @@ def mac(number):
 
 def asked_for(station, operation=1):
     """The target addresses of the guest's ARP requests, or of its answers."""
-    return [arp.target_ip for arp in map(frames.parse_arp, station.heard())
-            if arp and (arp.source_mac, arp.operation) == (GUEST_MAC, operation)]
+    return [arp.target_ip for arp in map(frames.parse_arp, station.heard_from(GUEST_MAC)) if arp and arp.operation == operation]
 
 
 class Strangers(NetworkCase):
@@ -163,7 +162,7 @@ class Strangers(NetworkCase):
                     station.send(frames.ethernet(frames.BROADCAST, station.mac, frames.ARP, asked))
                 self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
                 self.assertEqual(set(asked_for(station, operation=2)) & set(impossible), {"0.0.0.0"}, "who probes for an address (RFC 5227)")
-                written = [frame for frame in station.heard() if frame[6:12] == frames.mac_bytes(GUEST_MAC)]
+                written = station.heard_from(GUEST_MAC)
                 told = self.told(guest)
                 self.assertEqual({frame[:6].hex(":") for frame in written}, {station.mac}, "nothing but the kernel's")
                 arps = told["answered"]["arp"] if mode == "tap" else interface_statistics(guest.text())[

@@ -39,6 +39,10 @@ class Station:
     def heard(self):
         return list(self._heard)
 
+    def heard_from(self, mac):
+        """The frames of this station, without its probes whether another one has its address (RFC 5227)."""
+        return [frame for frame in self.heard() if frame[6:12] == frames.mac_bytes(mac) and not frames.is_probe(frame)]
+
     def echoes(self, kind):
         return [echo for echo in map(frames.parse_echo, self.heard()) if echo and echo.kind == kind]
 

@@ -59,12 +59,13 @@ struct Wire {
         } else if (ethernet->EtherType() == kEtherTypeArp) {
             const auto arp = ConstArpView::OverEthernetIpv4(payload);
             Claim(arp.has_value() && frame.size() == kArpFrameLength, "an ARP frame is one");
-            Claim(arp->SenderHardwareAddress() == kGuestMac && arp->SenderProtocolAddress() == kGuestIp,
+            const Ipv4Address sender = arp->SenderProtocolAddress(), target = arp->TargetProtocolAddress();
+            const bool probe = sender.IsZero() && target == kGuestIp; // nobody answers it here
+            Claim(arp->SenderHardwareAddress() == kGuestMac && (sender == kGuestIp || probe),
                   "ARP speaks for the guest only");
-            if (arp->Operation() == ArpOperation::Request) {
+            if (arp->Operation() == ArpOperation::Request && !probe) {
                 const auto answer =
-                    MakeArpFrame(kGuestMac, {ArpOperation::Reply, kOtherMac, arp->TargetProtocolAddress(),
-                                             kGuestMac, kGuestIp});
+                    MakeArpFrame(kGuestMac, {ArpOperation::Reply, kOtherMac, target, kGuestMac, kGuestIp});
                 arpAnswer = Frame(answer.begin(), answer.end());
                 toGuest.push_front({*arpAnswer}); // the library hears it on its other socket, too
                 asked = true;

@@ -96,6 +96,11 @@ std::optional<std::uint64_t> BuiltinLibrary::DroppedByDriver(std::int32_t handle
     return pin ? pin->DroppedByDriver() : std::nullopt;
 }
 
+std::optional<WireFacts> BuiltinLibrary::Noticed(std::int32_t handle) {
+    const auto pin = m_handles.Find(handle);
+    return pin ? pin->Noticed() : std::nullopt;
+}
+
 std::uint16_t BuiltinLibrary::CalcInetChecksum(const void* bytes, std::uint32_t length) {
     return InetChecksum({static_cast<const std::uint8_t*>(bytes), length});
 }

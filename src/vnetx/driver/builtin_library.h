@@ -37,6 +37,7 @@ public:
     const char* VersionString() override { return kVersion; }
     const char* CopyrightString() override { return kBuiltinCopyright; }
     std::optional<std::uint64_t> DroppedByDriver(std::int32_t handle) override;
+    std::optional<WireFacts> Noticed(std::int32_t handle) override;
     std::wstring ModuleName() const override { return m_moduleName; }
     std::wstring ModulePath() const override { return {}; }
 

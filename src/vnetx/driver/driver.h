@@ -15,6 +15,7 @@
 #include "vnetx/driver/interface_settings.h"
 #include "vnetx/driver/reader_gate.h"
 #include "vnetx/driver/reading_thread.h"
+#include "vnetx/wire_facts.h"
 
 namespace vnxtest {
 
@@ -93,6 +94,8 @@ public:
     virtual std::uint32_t MaximumMtu() const = 0;
     // Frames that the driver has dropped for want of room; nullopt if it does not tell.
     virtual std::optional<std::uint64_t> Dropped() = 0;
+    // What was noticed of the wire so far; nullopt if the driver does not tell.
+    virtual std::optional<WireFacts> Noticed() { return std::nullopt; }
 };
 
 // A driver, and the two interfaces that are parts of it.

@@ -33,6 +33,8 @@ public:
 
     // Frames that the driver has dropped for want of room; nullopt if it does not tell. Any thread.
     std::optional<std::uint64_t> DroppedByDriver() { return m_parts.facts->Dropped(); }
+    // What it has noticed of its wire; nullopt if the driver does not tell. Any thread.
+    std::optional<WireFacts> Noticed() { return m_parts.facts->Noticed(); }
 
     // Ends a waiting read for good.
     void Interrupt() { m_state->gate->Interrupt(); }

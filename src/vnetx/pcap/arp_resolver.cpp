@@ -194,7 +194,7 @@ MacAddress ArpResolver::Resolve(const Asker& asker, Ipv4Address address) {
             NoteAsked(address);
             Exchange exchange{asker, address, {}};
             if (!Run(*m_capture, exchange, Question(asker, address))) {
-                m_table.NoteSilence(address);
+                m_table.NoteUnanswered(address);
                 return m_table.Find(address).mac;
             }
             m_table.Learn(address, exchange.mac);

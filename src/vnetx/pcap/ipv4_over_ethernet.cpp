@@ -167,7 +167,7 @@ bool Ipv4OverEthernet::HandleArp(const Guest& guest, const ReplyScope& scope, co
 int Ipv4OverEthernet::TimedWork(const Guest& guest) {
     const WaitingPackets::Due due = m_waiting.Work(Clock::now());
     for (const Ipv4Address hop : due.silent) {
-        m_around.table.NoteSilence(hop);
+        m_around.table.NoteUnanswered(hop);
     }
     Drop(due.dropped);
     for (const Ipv4Address hop : due.askAgain) {

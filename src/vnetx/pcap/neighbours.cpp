@@ -23,6 +23,7 @@ void NeighbourTable::Learn(Ipv4Address address, MacAddress mac) {
     const auto now = m_now();
     const std::lock_guard lock(m_mutex);
     Put(address, {mac, now, now});
+    NoteAnswer(address);
 }
 
 void NeighbourTable::Update(Ipv4Address address, MacAddress mac) {
@@ -33,7 +34,36 @@ void NeighbourTable::Update(Ipv4Address address, MacAddress mac) {
     const std::lock_guard lock(m_mutex);
     if (const auto found = m_entries.find(address.Memory()); found != m_entries.end()) {
         found->second = {mac, now, now};
+        NoteAnswer(address);
     }
+}
+
+void NeighbourTable::NoteAnswer(Ipv4Address address) {
+    if (const auto silence = m_silences.find(address.Memory()); silence != m_silences.end()) {
+        silence->second = {0, true};
+    }
+}
+
+void NeighbourTable::NoteUnanswered(Ipv4Address address) {
+    NoteSilence(address);
+    const std::lock_guard lock(m_mutex);
+    const auto entry = m_entries.find(address.Memory());
+    const bool answered = entry != m_entries.end() && !entry->second.mac.IsZero();
+    if (answered || (m_silences.size() >= kMostSilent && !m_silences.contains(address.Memory()))) {
+        return; // the answer came late, or this is a scan
+    }
+    ++m_silences[address.Memory()].questions;
+}
+
+std::vector<WireFacts::Silence> NeighbourTable::Silent() {
+    std::vector<WireFacts::Silence> silent;
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [image, silence] : m_silences) {
+        if (silence.questions != 0) {
+            silent.push_back({Ipv4Address::FromMemory(image), silence.questions, silence.answered});
+        }
+    }
+    return silent;
 }
 
 void NeighbourTable::NoteSilence(Ipv4Address address) {

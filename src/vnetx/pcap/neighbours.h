@@ -9,7 +9,9 @@
 #include <functional>
 #include <mutex>
 #include <unordered_map>
+#include <vector>
 
+#include "vnetx/wire_facts.h"
 #include "wrenlib/address.h"
 
 namespace vnxtest {
@@ -22,6 +24,7 @@ public:
     static constexpr auto kRefreshInterval = std::chrono::seconds(1);
     static constexpr auto kSilence = std::chrono::seconds(1);
     static constexpr std::size_t kCapacity = 1024;
+    static constexpr std::size_t kMostSilent = 64;
 
     enum class State { Unknown, Known, Silent };
     struct Answer {
@@ -40,6 +43,10 @@ public:
     void Update(Ipv4Address address, MacAddress mac);
     // There was no answer. A pair learnt meanwhile stays.
     void NoteSilence(Ipv4Address address);
+    // The same after a whole exchange, which is counted.
+    void NoteUnanswered(Ipv4Address address);
+    // The addresses with such exchanges, and none answered since; at most kMostSilent of them.
+    std::vector<WireFacts::Silence> Silent();
 
     Answer Find(Ipv4Address address);
     // Zero if no valid entry has the MAC.
@@ -52,6 +59,12 @@ private:
         Clock::time_point asked; // the last refresh
     };
 
+    struct Silence {
+        std::uint64_t questions = 0;
+        bool answered = false;
+    };
+
+    void NoteAnswer(Ipv4Address address);
     void Put(Ipv4Address address, const Entry& entry);
     bool IsGood(const Entry& entry, Clock::time_point now) const {
         return now - entry.heard <
@@ -60,7 +73,8 @@ private:
 
     const std::function<Clock::time_point()> m_now;
     std::mutex m_mutex;
-    std::unordered_map<std::uint32_t, Entry> m_entries; // by the address's memory image
+    std::unordered_map<std::uint32_t, Entry> m_entries;    // by the address's memory image
+    std::unordered_map<std::uint32_t, Silence> m_silences; // likewise; kept when an entry ends
 };
 
 } // namespace vnxtest

@@ -74,7 +74,29 @@ int PcapDriver::SetUp(bool up) {
         Settings().adapterIp.Set(link->addresses.front().address);
         Settings().adapterMask.Set(link->addresses.front().mask);
     }
-    return m_capture ? BeginAgain() : OpenCapture();
+    const int code = m_capture ? BeginAgain() : OpenCapture();
+    if (code == 0) {
+        BeginWatching();
+    }
+    return code;
+}
+
+// Asks whether another station has the guest's address. The question is the library's own and counts as no
+// frame of the guest's; it waits for nothing.
+void PcapDriver::BeginWatching() {
+    m_watch.History().Begin(LinkHistory::Clock::now());
+    if (const auto probe = m_addresses.Begin(m_mac, Settings().guestIp.Get())) {
+        m_capture->Send(probe->data(), static_cast<std::uint32_t>(probe->size()), [] { return true; });
+    }
+}
+
+std::optional<WireFacts> PcapDriver::Noticed() {
+    WireFacts facts;
+    m_addresses.AddTo(facts);
+    facts.silent = m_neighbours.Table().Silent();
+    m_watch.History().AddTo(facts, LinkHistory::Clock::now());
+    facts.beyondMtu = {static_cast<std::uint64_t>(m_tooLong.Get()), m_longest.load(), LargestPacket()};
+    return facts;
 }
 
 int PcapDriver::OpenCapture() {
@@ -110,6 +132,8 @@ int PcapDriver::BeginAgain() {
 
 int PcapDriver::Health() {
     if (const int code = HostLinkHealth(m_linkIndex); code != 0) {
+        m_watch.History().Note(code == ENODEV ? LinkHistory::State::Gone : LinkHistory::State::Down,
+                               LinkHistory::Clock::now());
         return code;
     }
     m_watch.Look(Settings().name, Debug());
@@ -121,13 +145,17 @@ std::optional<Ipv4Address> PcapDriver::Address() {
     return link && !link->addresses.empty() ? std::optional(link->addresses.front().address) : std::nullopt;
 }
 
-// Fills the I/O buffer from the capture; the number of frames, or -1.
+// Fills the I/O buffer from the capture, without what only the probe has caused; the number of frames taken
+// from the capture, or -1.
 int PcapDriver::Refill() {
     m_batch.Clear();
     const auto append = [](void* user, const CapturedFrame& frame) {
-        static_cast<FrameBatch*>(user)->Append(frame.bytes, frame.captured, frame.length);
+        auto& driver = *static_cast<PcapDriver*>(user);
+        if (!driver.m_addresses.Takes({frame.bytes, frame.captured})) {
+            driver.m_batch.Append(frame.bytes, frame.captured, frame.length);
+        }
     };
-    return m_capture->Dispatch(m_batch.Capacity(), append, &m_batch);
+    return m_capture->Dispatch(m_batch.Capacity(), append, this);
 }
 
 std::int32_t PcapDriver::TakeFrame(std::span<std::uint8_t> buffer) {
@@ -137,7 +165,7 @@ std::int32_t PcapDriver::TakeFrame(std::span<std::uint8_t> buffer) {
             const int code = Health();
             return Fail(code != 0 ? code : EIO);
         }
-        if (count == 0) {
+        if (m_batch.IsEmpty()) {
             return 0;
         }
         Counters().NoteTransfer(m_batch.FrameBytes());
@@ -159,6 +187,7 @@ std::int32_t PcapDriver::Accept(const FrameBatch::Frame& frame, std::span<std::u
     const auto ethernet = ConstEthernetView::Over(bytes);
     if (frame.captured < frame.length || !ethernet) {
         counters.ignored.Add();
+        NoteTooLong(frame.length);
         return 0;
     }
     const MacAddress destination = ethernet->Destination();
@@ -171,6 +200,7 @@ std::int32_t PcapDriver::Accept(const FrameBatch::Frame& frame, std::span<std::u
     }
     if (source == m_mac) {
         counters.reading.fromOurself.Add();
+        m_addresses.HearOwnMac(bytes);
         return 0;
     }
     if (destination != m_mac && !destination.IsGroup()) {
@@ -178,7 +208,20 @@ std::int32_t PcapDriver::Accept(const FrameBatch::Frame& frame, std::span<std::u
         return 0;
     }
     Debug().PacketRead(Settings().name, bytes, true);
+    if (ethernet->EtherType() == kEtherTypeArp) {
+        if (const auto arp = ConstArpView::OverEthernetIpv4(bytes.subspan(kEthernetHeader))) {
+            m_addresses.HearArp(*arp);
+        }
+    }
     return Settings().IsTap() ? AcceptTap(bytes, buffer) : AcceptTun(bytes, buffer);
+}
+
+// What is kept of a frame has room for the MTU, the header and a tag: one that is cut short was longer.
+void PcapDriver::NoteTooLong(std::uint32_t length) {
+    if (length > LargestPacket() + kEthernetHeader + kVlanTag) {
+        m_tooLong.Add();
+        m_longest.store(std::max(m_longest.load(), length));
+    }
 }
 
 // For the answer to this frame, which then needs no ARP exchange.

@@ -4,12 +4,13 @@
 #include <memory>
 #include <string>
 
-#include "vnetx/driver/adapter_watch.h"
 #include "vnetx/driver/driver.h"
 #include "vnetx/pcap/capture.h"
 #include "vnetx/pcap/frame_batch.h"
 #include "vnetx/pcap/ipv4_over_ethernet.h"
 #include "vnetx/pcap/pcap_neighbours.h"
+#include "vnetx/watch/adapter_watch.h"
+#include "vnetx/watch/address_watch.h"
 
 namespace vnxtest {
 
@@ -27,6 +28,7 @@ public:
     std::optional<std::uint64_t> Dropped() override {
         return Settings().IsUp() ? m_capture->Dropped() : std::nullopt;
     }
+    std::optional<WireFacts> Noticed() override;
 
 private:
     int Attach(InterfaceMode mode, std::string& name) override;
@@ -45,6 +47,8 @@ private:
     std::uint32_t LargestPacket() const { return Settings().Mtu() != 0 ? Settings().Mtu() : m_linkMtu; }
     int OpenCapture();
     int BeginAgain();
+    void BeginWatching();
+    void NoteTooLong(std::uint32_t length);
     static void NoteSender(std::span<const std::uint8_t> frame);
     std::int32_t Accept(const FrameBatch::Frame& frame, std::span<std::uint8_t> buffer);
     std::int32_t AcceptTap(std::span<const std::uint8_t> frame, std::span<std::uint8_t> buffer);
@@ -64,6 +68,9 @@ private:
     std::unique_ptr<Capture> m_capture; // opened once, when first brought up
     FrameBatch m_batch;
     MacAddress m_mac; // the guest's, as the capture has it
+    AddressWatch m_addresses;
+    ReaderCounter m_tooLong;                 // frames beyond the MTU
+    std::atomic<std::uint32_t> m_longest{0}; // of them
 };
 
 } // namespace vnxtest

@@ -11,11 +11,11 @@
 #include "netlink/links.h"
 #include "packets/ethernet.h"
 #include "packets/ipv4_packet.h"
-#include "vnetx/driver/adapter_watch.h"
 #include "vnetx/driver/builtin_library.h"
 #include "vnetx/failure.h"
 #include "vnetx/host/host_links.h"
 #include "vnetx/tun/tun_device_linux.h"
+#include "vnetx/watch/adapter_watch.h"
 
 namespace vnxtest {
 namespace {

@@ -50,6 +50,29 @@ TEST_F(Neighbours, SilenceIsRememberedForASecondAndYieldsToAnAnswer) {
     EXPECT_EQ(StateOf(kHost), State::Known);
 }
 
+TEST_F(Neighbours, WhoHasNotAnsweredIsToldUntilItDoes) {
+    m_table.NoteSilence(kHost);
+    EXPECT_TRUE(m_table.Silent().empty()) << "not a whole exchange";
+    m_table.NoteUnanswered(kHost);
+    m_now += 5s;
+    m_table.NoteUnanswered(kHost);
+    ASSERT_EQ(m_table.Silent().size(), 1u);
+    EXPECT_EQ(m_table.Silent()[0].address, kHost);
+    EXPECT_EQ(m_table.Silent()[0].questions, 2u);
+    EXPECT_FALSE(m_table.Silent()[0].answeredBefore);
+    m_table.Learn(kHost, kMac);
+    m_table.NoteUnanswered(kHost); // the answer came late
+    EXPECT_TRUE(m_table.Silent().empty());
+    m_now += 61s;
+    m_table.NoteUnanswered(kHost);
+    ASSERT_EQ(m_table.Silent().size(), 1u);
+    EXPECT_TRUE(m_table.Silent()[0].answeredBefore);
+    for (std::uint32_t i = 1; i <= 5000; ++i) {
+        m_table.NoteUnanswered(Ipv4Address::FromHost(0x0B000000 + i));
+    }
+    EXPECT_EQ(m_table.Silent().size(), NeighbourTable::kMostSilent);
+}
+
 TEST_F(Neighbours, WhatIsNotForUsOnlyUpdatesAndAScanDoesNotGrowItWithoutEnd) {
     m_table.Update(kHost, kMac);
     EXPECT_EQ(StateOf(kHost), State::Unknown);

@@ -1,4 +1,4 @@
-#include "vnetx/driver/adapter_watch.h"
+#include "vnetx/watch/adapter_watch.h"
 
 #include <cerrno>
 
@@ -51,6 +51,11 @@ void AdapterWatch::Look(const std::string& name, const DebugLines& debug) {
         compare("MTU", std::to_string(m_link->mtu), std::to_string(link->mtu));
     }
     m_link = link;
+    using State = LinkHistory::State;
+    m_history.Note(!link           ? State::Gone
+                   : link->carrier ? State::Fine
+                                   : State::NoCarrier,
+                   LinkHistory::Clock::now());
 }
 
 } // namespace vnxtest
