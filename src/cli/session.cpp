@@ -9,6 +9,7 @@
 #include "cli/report/adapter_list.h"
 #include "cli/report/json_report.h"
 #include "cli/report/outcome_texts.h"
+#include "cli/report/verdict.h"
 #include "core/debug_output.h"
 #include "ping/target.h"
 #include "wrenlib/format.h"
@@ -161,7 +162,7 @@ void Session::MakeGuest() {
     if (m_options.save && m_options.socketNotify) {
         m_engine.UserSettings().StoreSocketNotifyMode(m_guest->Run());
     }
-    m_guest->Ping().KeepRecords(m_options.json);
+    m_guest->Ping().KeepRecords(true);
 }
 
 bool Session::StartGuest() {
@@ -395,6 +396,8 @@ int Session::Finish(int status) {
         results.exitStatus = status;
         results.problem = m_problem;
         results.advice = m_advice;
+        results.beganUnixNs = m_beganUnixNs;
+        results.endedUnixNs = ClockReading::Now().unixNs;
         for (std::size_t index = 0; m_guestStarted && index < results.interfaces.size(); ++index) {
             const INTERFACE_INFO& info = m_guest->Interface(static_cast<int>(index));
             results.interfaces[index] = info.asked.NamesAdapter() ? &info : nullptr;
@@ -404,7 +407,15 @@ int Session::Finish(int status) {
             status = kExitFailure;
         }
     }
+    TellVerdict(status);
     return status;
+}
+
+// The last line; of a failure that is its message.
+void Session::TellVerdict(int status) const {
+    if (status != kExitFailure && m_pingStarted) {
+        Complain(DescribePingVerdict(m_guest->Ping().Result()));
+    }
 }
 
 } // namespace vnxtest

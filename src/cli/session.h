@@ -18,6 +18,7 @@
 #include "cli/stop_requests.h"
 #include "cli/terminal_port.h"
 #include "guest/engine.h"
+#include "ping/round_trip.h"
 #include "platform/files/atomic_file.h"
 #include "platform/files/profile.h"
 
@@ -79,8 +80,10 @@ private:
     }
     int FailStart(const std::wstring& what);
     int Finish(int status);
+    void TellVerdict(int status) const;
 
     const Options& m_options;
+    const std::int64_t m_beganUnixNs = ClockReading::Now().unixNs;
     TerminalPort m_port;
     Interruption m_interruption{m_port.Queue()};
     DocumentFeed m_feed{m_port, [this] { WakeUp(); }};

@@ -68,10 +68,11 @@ SendOutcome PingBook::Send(std::uint16_t sequence, std::uint16_t checksum,
             return SendOutcome::TestEnded;
         }
         LogSending(PingNumber(sequence), m_plan, m_strPingTarget);
+        CPing ping;
+        ping.sent = ClockReading::Now();
         if (!write()) {
             return SendOutcome::Failed;
         }
-        CPing ping;
         ping.wIcmpId = SwapNetwork16(m_wPingIdent);
         ping.wIcmpSeq = sequence;
         ping.wIcmpChecksum = checksum;
@@ -101,7 +102,8 @@ bool PingBook::HasRoom() {
 }
 
 bool PingBook::RecordReply(const ReceivedReply& reply) {
-    std::uint32_t now = GetTicks();
+    const ClockReading read = ClockReading::Now();
+    std::uint32_t now = read.Ticks();
     bool wakeWaiter = false;
     {
         const std::lock_guard lock(m_pingListLock);
@@ -116,6 +118,7 @@ bool PingBook::RecordReply(const ReceivedReply& reply) {
             now = ping.dwSentTick;
         }
         ping.dwReplyTick = now;
+        ping.roundTripNs = RoundTripNs(ping.sent, read, reply.stampUnixNs);
         ++ping.nReplies;
         m_pace.NoteReply(*position, now - ping.dwSentTick);
         LogReply(PingNumber(ping.wIcmpSeq), ping, reply);

@@ -17,6 +17,7 @@ bool PingTest::Start(INTERFACE_INFO& info, const PingPlan& plan) {
     m_interface = &info;
     m_result = {};
     m_result.plan = plan;
+    m_result.beganUnixNs = ClockReading::Now().unixNs;
     ClearPings();
     m_signals.stop.Reset();
     m_signals.endSending.Reset();
@@ -127,6 +128,7 @@ void PingTest::ReportStatistics() {
     m_result.statistics = figures.statistics;
     m_result.records = figures.records;
     m_result.firstTick = figures.firstTick;
+    m_result.endedUnixNs = ClockReading::Now().unixNs;
     m_result.complete = true;
     LogStatistics(m_result.statistics, DescribePingTarget(m_result.plan));
 }

@@ -30,7 +30,9 @@ struct PingTestResult {
     bool writeFailed = false; // a packet could not be written: the test was broken off
     std::wstring problem;     // a thread that the test needs could not be started: the failure line
     PingPlan plan;
-    std::uint32_t firstTick = 0; // when the first ping was sent
+    std::uint32_t firstTick = 0;  // when the first ping was sent
+    std::int64_t beganUnixNs = 0; // nanoseconds since 1970
+    std::int64_t endedUnixNs = 0; // when it was complete
     PingStatistics statistics;
     PingRecords records; // only when kept (KeepRecords)
 };

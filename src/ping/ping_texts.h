@@ -19,6 +19,7 @@ struct ReceivedReply {
     Ipv4Address source;
     std::uint32_t dataLength = 0; // bytes
     std::uint8_t timeToLive = 0;
+    std::int64_t stampUnixNs = 0; // when the kernel got it, nanoseconds since 1970; 0: not known
 };
 
 // The target in the lines: "name [address]", or the address alone if no name was typed.

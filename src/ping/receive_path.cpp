@@ -8,6 +8,7 @@
 #include "packets/reply_scope.h"
 #include "ping/echo_request.h"
 #include "ping/ignored_kind.h"
+#include "vnetx/frame_arrival.h"
 #include "wrenlib/log.h"
 
 namespace vnxtest {
@@ -126,9 +127,10 @@ void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     if (!forUs) {
         return IgnorePacket(info, IgnoreReason::NotReplyForUs, packet);
     }
-    const bool known = m_pingTest.RecordReply(
-        {icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
-         static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength), ip.TimeToLive()});
+    const bool known =
+        m_pingTest.RecordReply({icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
+                                static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength),
+                                ip.TimeToLive(), frame_arrival::OfLastFrame()});
     if (!known && !m_pingTest.IsOwnIdentifier(icmp.RawIdentifier())) {
         info.counted.ignoredPings.Note(IgnoredPing::ReplyForeign, ip.Source());
     }

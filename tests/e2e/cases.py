@@ -18,6 +18,8 @@ HOST_IP, PEER_IP, GUEST_IP = "10.77.0.1", "10.77.0.2", "10.77.0.100"
 GUEST_MAC = "02:77:00:00:00:64"
 
 
+# The last line of a ping test on standard error.
+VERDICT = re.compile(r"^vnxtest-cli: \S+( \[\S+\])?: \d+ pings sent, .*\.\n\Z", re.M)
 # Before a command: it runs as a user without any right.
 ORDINARY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all"]
 
@@ -92,6 +94,11 @@ class Case(unittest.TestCase):
         done = subprocess.run(command, capture_output=True, text=True)
         if done.returncode != 0:
             self.skipTest(f"{' '.join(map(str, command))} does not work here: {done.stderr.strip()}")
+
+    @staticmethod
+    def complaints(guest):
+        """Standard error without the verdict."""
+        return VERDICT.sub("", guest.errors())
 
     def assert_refused(self, guest, *wanted):
         """Exit status 2, and every wanted text explained on standard error."""

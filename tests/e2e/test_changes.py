@@ -1,5 +1,6 @@
 """The world changes under a running guest: its adapter, its gateway, the clock."""
 
+import json
 import pathlib
 import time
 
@@ -76,11 +77,12 @@ class Changes(NetworkCase):
             self.skipTest("needs libfaketime")
         clock = self.scratch() / "clock"
         clock.write_text("+0")
+        results = self.scratch() / "results.json"
         environment = {"LD_PRELOAD": str(FAKETIME), "FAKETIME_DONT_FAKE_MONOTONIC": "1", "FAKETIME_NO_CACHE": "1",
                        "FAKETIME_TIMESTAMP_FILE": str(clock)}
         started = time.monotonic()
         guest = self.start("--library", "sim:delay=25", "ping", "198.18.0.2", "--count", 20, "--delay", 50,
-                           "--no-report", "--no-sandbox",  # the clock is read from a file
+                           "--no-report", "--json", results, "--no-sandbox",  # the clock is read from a file
                            environment=environment)
         for number, jump in ((5, "-1d"), (10, "+1d"), (15, "-3h")):
             guest.wait_for(f"Sending ping #{number} ")
@@ -88,4 +90,7 @@ class Changes(NetworkCase):
         self.assertEqual(guest.wait_end(), 0, guest.story())
         self.assertLess(time.monotonic() - started, 8)
         self.assertRegex(guest.text(), r"20 Replies Received \(Minimum = 2\dms, Maximum = \d{2,3}ms")
+        pings = json.loads(results.read_text("utf-8"))["ping"]["pings"]
+        self.assertTrue(all(24e6 < one["rttNs"] < 999e6 for one in pings), pings)
+        self.assertEqual(len({one["sentAt"][:10] for one in pings}), 3, "the days")
         self.assertGreater(len({line[:2] for line in guest.lines()}), 1, "the clock did jump")

@@ -1,6 +1,12 @@
 """The guest pings on a real wire: the requests, every fate of a reply, sizes, where they go. The text to the letter:
 tests/guest/test_guest.cpp."""
 
+import json
+import re
+import signal
+import statistics
+import time
+
 import frames
 from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase, interface_statistics, ping_statistics
 
@@ -65,6 +71,27 @@ class GuestPings(NetworkCase):
                     self.assertEqual(f" Ping #{number} has timed out.\n" in text, timed_out, f"ping {number}\n{text}")
                 self.assertEqual(text.count("Packet was ignored (Fragmented)\n"), 2, text)
                 self.assert_nothing_left(guest)
+
+    def test_times_in_nanoseconds(self):
+        """As the kernel's ping has them; and while the program does not run, the kernel's stamp tells when a reply came."""
+        results = self.scratch() / "results.json"
+        for mode in ("tap", "tun"):
+            ours = self.ping(PEER_IP, mode, "--count", 40, "--delay", 20, "--json", results)
+            self.assertEqual(ours.status, 0, ours.story())
+            theirs = self.host.run("ping", "-n", "-c", 40, "-i", "0.02", PEER_IP).stdout
+            median = json.loads(results.read_text("utf-8"))["ping"]["roundTripNs"]["median"]
+            expected = statistics.median(float(one) for one in re.findall(r" time=([\d.]+) ms", theirs)) * 1e6
+            self.assertTrue(1000 < median < expected + 3e6 and expected < median + 3e6, f"{median} and {expected}")
+        slow = self.respond(lambda reply, number: [(0.3, reply)])
+        guest = self.start(*self.arguments(["ping", slow.address]), "--count", 1, "--timeout", 5000, "--json", results,
+                           namespace=self.host)
+        guest.wait_for(" Sending ping #1 ")
+        guest.send_signal(signal.SIGSTOP)
+        time.sleep(0.8)
+        guest.send_signal(signal.SIGCONT)
+        self.assertEqual(guest.wait_end(), 0, guest.story())
+        ping = json.loads(results.read_text("utf-8"))["ping"]["pings"][0]
+        self.assertTrue(ping["rttNs"] < 600e6 < ping["timeMs"] * 1e6, ping)
 
     def test_sizes(self):
         """What the interface's MTU allows is sent whole; what it does not allow ends the test, named."""

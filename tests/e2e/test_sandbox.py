@@ -45,7 +45,7 @@ class Sandbox:
         """A ping test, unless there is nobody to ping, and a guest, whom others may ping then."""
         if ping:
             tested = self.run_program(*ping, *options, "--count", 5, "--delay", 20, **where)
-            self.assertEqual((tested.status, tested.errors()), (0, ""), tested.story())
+            self.assertEqual((tested.status, self.complaints(tested)), (0, ""), tested.story())
         guest = self.wait_filtered(self.start(*run, *options, **where).wait_up())
         for namespace in answers:
             self.assert_pinged(namespace, GUEST_IP, 3, "-i", "0.05")

@@ -1,34 +1,38 @@
 """The program in a terminal, on the simulated LAN: no rights, no network; what it prints, saves, stores and refuses."""
 
 import contextlib
+import datetime
 import fcntl
 import itertools
 import json
+import math
 import os
 import pty
 import re
 import select
 import signal
 import socket
+import statistics
 import termios
 import time
 import unittest
 
-from cases import Case, as_ordinary_user, interface_statistics, ping_statistics
+from cases import VERDICT, Case, as_ordinary_user, interface_statistics, ping_statistics
 from lab.guest import STAMP
 
 ECHO_HOST, SILENT, GATEWAY = "198.18.0.2", "198.18.0.150", "198.18.0.254"
 # The fields of the results file, object by object, in their order.
-FIELDS = ("version program library whyNotThePackage command exitStatus problem ping interfaces advice",
-          "complete writeFailed target targetIp size count timeoutMs delayMs statistics pings",
+FIELDS = ("version program library whyNotThePackage command exitStatus problem ping interfaces advice startedAt endedAt",
+          "complete writeFailed target targetIp size count timeoutMs delayMs statistics pings startedAt endedAt roundTripNs",
           "sent received timeouts duplicates lost lossPercent minimumMs maximumMs averageMs",
-          "number sequence sentMs replies timeMs timedOut lateMs",
+          "number sequence sentMs replies timeMs timedOut lateMs rttNs sentAt", "min mean median p95 p99 max standardDeviation jitter",
           "interface name mode guestIp guestMac adapterIp adapterMac answered ignored droppedByDriver statistics", "echo arp rarp",
           "Unknown packet|Too tiny|Fragmented|Bad IP hdr version|Bad IP hdr length|Not ICMP|Not ping|Bad ICMP code|"
           "Bad IP hdr checksum|Bad ICMP checksum|Not reply for us|Not ping for us".replace("|", " "),
           "length kernelBufferSize ioBufferSize maximumBytesReceived writeCalls writeIos readCalls readIos packetsRead "
           "packetsWritten bytesRead bytesWritten internalArps ignored fromOurself toZeroMacRead toZeroMacWritten "
           "fromZeroMacRead fromZeroMacWritten", "id severity interface seen means action page evidence")
+DATE = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}[+-]\d\d:\d\d\Z")
 # Sanitizers slow the program down; the bounds on time are about hanging, not about speed.
 SLACK = 5.0
 
@@ -48,7 +52,8 @@ class TerminalCase(Case):
         guest = self.begin(*arguments, **options)
         guest.status = guest.wait_end()
         self.assertEqual(guest.status, status, f"{arguments}\n{guest.story()}")
-        self.assertRegex(guest.errors(), note or ("^vnxtest-cli: " if status == 2 else r"\A\Z"))
+        self.assertRegex(self.complaints(guest), note or ("^vnxtest-cli: " if status == 2 else r"\A\Z"))
+        self.assertEqual(len(VERDICT.findall(guest.errors())), arguments[0] == "ping" and status != 2, guest.story())
         return guest
 
     def ping(self, *arguments, target=ECHO_HOST, **options):
@@ -73,7 +78,31 @@ class TerminalCase(Case):
                 len(pings), len(pings) - lost, sum(one["timedOut"] for one in pings),
                 sum(max(one["replies"] - 1, 0) for one in pings), lost, int(100 * lost / (len(pings) or 1) + 0.5), min(times),
                 max(times), sum(times) // len(times)])
+            self.check_round_trips(results)
         return results
+
+    def check_round_trips(self, results):
+        """The figures in nanoseconds, and the dates."""
+        pings, figures = results["ping"]["pings"], results["ping"]["roundTripNs"]
+        times = [one["rttNs"] for one in pings if one["replies"]]
+        self.assertEqual([one["rttNs"] is None for one in pings], [one["replies"] == 0 for one in pings])
+        if times:
+            jitter = 0.0
+            for last, after in itertools.pairwise(times):
+                jitter += (abs(after - last) - jitter) / 16
+            place = [sorted(times)[math.ceil(len(times) * part / 100) - 1] for part in (95, 99)]
+            expected = [min(times), statistics.fmean(times), statistics.median(times), *place, max(times), statistics.pstdev(times),
+                        jitter]
+            self.assertEqual([name for name, value, wanted in zip(figures, figures.values(), expected) if abs(value - wanted) > 1], [])
+        else:
+            self.assertIsNone(figures)
+        test = results["ping"]
+        dates = [results["startedAt"], test["startedAt"], *(one["sentAt"] for one in pings), results["endedAt"]]
+        dates[-1:-1] = [test["endedAt"]] if test["complete"] else []
+        self.assertEqual([date for date in dates if not DATE.match(date)], [])
+        moments = [datetime.datetime.fromisoformat(date) for date in dates]
+        self.assertEqual(moments, sorted(moments))
+        self.assertLess(abs(time.time() - moments[-1].timestamp()), 30)
 
 
 class Ping(TerminalCase):
@@ -399,5 +428,5 @@ class Refusals(TerminalCase):
         for proceed, status in (("--proceed", 0), (None, 2)):
             guest = self.ping("--gateway", SILENT, *filter(None, [proceed]), status=status,
                               note=f"the gateway {SILENT} does not answer ARP" + ("" if proceed else "(.*\n)+.*Undefined Gateway"))
-            self.assertEqual((guest.errors().count(SILENT), guest.errors().count("vnxtest-cli: ")), (1, 1), guest.errors())
+            self.assertEqual((guest.errors().count(SILENT), self.complaints(guest).count("vnxtest-cli: ")), (1, 1), guest.errors())
         self.ping("--gateway", GATEWAY)

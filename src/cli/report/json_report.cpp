@@ -1,5 +1,7 @@
 #include "cli/report/json_report.h"
 
+#include "cli/report/date_text.h"
+#include "ping/round_trip_figures.h"
 #include "wrenlib/product.h"
 #include "wrenlib/text.h"
 #include "wrenlib/ticks.h"
@@ -12,6 +14,10 @@ Json TextOrNull(const std::wstring& text) {
     return text.empty() ? Json() : Json(ToUtf8(text));
 }
 
+Json DateOrNull(std::int64_t unixNs) {
+    return unixNs == 0 ? Json() : Json(DateText(unixNs));
+}
+
 Json PingJson(const CPing& ping, std::size_t index, std::uint32_t firstTick) {
     const bool late = ping.nReplies > 0 && !TickReached(ping.dwDeadlineTick, ping.dwReplyTick);
     return Json{
@@ -22,6 +28,24 @@ Json PingJson(const CPing& ping, std::size_t index, std::uint32_t firstTick) {
         {"timeMs", ping.nReplies > 0 ? Json(ping.dwReplyTick - ping.dwSentTick) : Json()},
         {"timedOut", ping.nTimeouts != 0},
         {"lateMs", late ? Json(ping.dwReplyTick - ping.dwDeadlineTick) : Json()},
+        {"rttNs", ping.nReplies > 0 ? Json(ping.roundTripNs) : Json()},
+        {"sentAt", DateText(ping.sent.unixNs)},
+    };
+}
+
+Json RoundTripJson(const std::optional<RoundTripFigures>& figures) {
+    if (!figures) {
+        return {};
+    }
+    return Json{
+        {"min", figures->minimum},
+        {"mean", figures->mean},
+        {"median", figures->median},
+        {"p95", figures->percentile95},
+        {"p99", figures->percentile99},
+        {"max", figures->maximum},
+        {"standardDeviation", figures->standardDeviation},
+        {"jitter", figures->jitter},
     };
 }
 
@@ -54,6 +78,9 @@ Json PingTestJson(const PingTestResult& result) {
              {"averageMs", statistics.average},
          }},
         {"pings", std::move(pings)},
+        {"startedAt", DateOrNull(result.beganUnixNs)},
+        {"endedAt", DateOrNull(result.endedUnixNs)},
+        {"roundTripNs", RoundTripJson(FiguresOf(result.records.pings))},
     };
 }
 
@@ -170,6 +197,8 @@ std::string RunResultsJson(const RunResults& results) {
         {"ping", results.ping != nullptr ? PingTestJson(*results.ping) : Json()},
         {"interfaces", std::move(interfaces)},
         {"advice", std::move(advice)},
+        {"startedAt", DateOrNull(results.beganUnixNs)},
+        {"endedAt", DateOrNull(results.endedUnixNs)},
     });
 }
 

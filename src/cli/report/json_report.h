@@ -27,7 +27,9 @@ struct RunResults {
     std::array<const INTERFACE_INFO*, 2> interfaces{};
     const PingTestResult* ping = nullptr; // null if no ping test was started
     int exitStatus = 0;
-    std::wstring problem; // empty with status 0
+    std::wstring problem;         // empty with status 0
+    std::int64_t beganUnixNs = 0; // nanoseconds since 1970
+    std::int64_t endedUnixNs = 0;
     Findings advice;
 };
 

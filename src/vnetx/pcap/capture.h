@@ -35,9 +35,10 @@ struct CaptureOptions {
 };
 
 struct CapturedFrame {
-    const std::uint8_t* bytes; // until the handler returns
-    std::uint32_t captured;    // bytes that are kept
-    std::uint32_t length;      // bytes on the wire
+    const std::uint8_t* bytes;      // until the handler returns
+    std::uint32_t captured;         // bytes that are kept
+    std::uint32_t length;           // bytes on the wire
+    std::int64_t arrivedUnixNs = 0; // the kernel's stamp, nanoseconds since 1970; 0: none
 };
 
 using FrameHandler = void (*)(void* user, const CapturedFrame& frame);

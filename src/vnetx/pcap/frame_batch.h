@@ -12,7 +12,8 @@ public:
     struct Frame {
         const std::uint8_t* bytes;
         std::uint32_t captured;
-        std::uint32_t length; // on the wire
+        std::uint32_t length;       // on the wire
+        std::int64_t arrivedUnixNs; // 0: not known
     };
 
     // Room for `bufferSize` bytes, but at least for one frame of `largestFrame` bytes.
@@ -23,7 +24,7 @@ public:
 
     bool IsEmpty() const { return m_first == m_end; }
     void Clear() { m_first = m_end = m_frameBytes = 0; }
-    void Append(const std::uint8_t* bytes, std::uint32_t captured, std::uint32_t length);
+    void Append(const Frame& frame);
     Frame TakeFirst();
     // The bytes of the frames appended since Clear().
     std::uint32_t FrameBytes() const { return static_cast<std::uint32_t>(m_frameBytes); }

@@ -31,7 +31,8 @@ constexpr std::uint32_t Align(std::uint32_t size) {
 // The frame as it was on the wire: with its tag, if it had one.
 CapturedFrame FrameOf(std::uint8_t* slot, const tpacket2_hdr& header) {
     std::uint8_t* bytes = slot + header.tp_mac;
-    CapturedFrame frame{bytes, header.tp_snaplen, header.tp_len};
+    CapturedFrame frame{bytes, header.tp_snaplen, header.tp_len,
+                        std::int64_t{header.tp_sec} * 1'000'000'000 + header.tp_nsec};
     if ((header.tp_status & TP_STATUS_VLAN_VALID) == 0 ||
         header.tp_snaplen < EthernetView::kEtherTypeOffset) {
         return frame;
@@ -40,7 +41,7 @@ CapturedFrame FrameOf(std::uint8_t* slot, const tpacket2_hdr& header) {
     constexpr std::size_t kHead = kTagRoom + EthernetView::kEtherTypeOffset;
     InsertVlanTag(std::span<std::uint8_t, kHead>(bytes - kTagRoom, kHead),
                   typed ? header.tp_vlan_tpid : kEtherTypeVlan, header.tp_vlan_tci);
-    return {bytes - kTagRoom, frame.captured + kTagRoom, frame.length + kTagRoom};
+    return {bytes - kTagRoom, frame.captured + kTagRoom, frame.length + kTagRoom, frame.arrivedUnixNs};
 }
 
 } // namespace

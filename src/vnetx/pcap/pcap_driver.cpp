@@ -10,6 +10,7 @@
 #include "packets/reply_scope.h"
 #include "vnetx/driver/reading_thread.h"
 #include "vnetx/failure.h"
+#include "vnetx/frame_arrival.h"
 #include "wrenlib/text.h"
 
 namespace vnxtest {
@@ -152,7 +153,7 @@ int PcapDriver::Refill() {
     const auto append = [](void* user, const CapturedFrame& frame) {
         auto& driver = *static_cast<PcapDriver*>(user);
         if (!driver.m_addresses.Takes({frame.bytes, frame.captured})) {
-            driver.m_batch.Append(frame.bytes, frame.captured, frame.length);
+            driver.m_batch.Append({frame.bytes, frame.captured, frame.length, frame.arrivedUnixNs});
         }
     };
     return m_capture->Dispatch(m_batch.Capacity(), append, this);
@@ -213,6 +214,7 @@ std::int32_t PcapDriver::Accept(const FrameBatch::Frame& frame, std::span<std::u
             m_addresses.HearArp(*arp);
         }
     }
+    frame_arrival::Note(frame.arrivedUnixNs);
     return Settings().IsTap() ? AcceptTap(bytes, buffer) : AcceptTun(bytes, buffer);
 }
 
