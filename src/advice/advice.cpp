@@ -18,6 +18,14 @@ struct Rule {
 constexpr Rule kRules[] = {
     {"dont-fragment-requests", Severity::Problem, SeeDontFragmentRequests},
     {"requests-without-data", Severity::Problem, SeeRequestsWithoutData},
+    {"bad-checksums", Severity::Problem, SeeBadChecksums},
+    {"vlan-tags", Severity::Problem, SeeVlanTags},
+    {"dont-fragment-replies", Severity::Problem, SeeDontFragmentReplies},
+    {"too-large-for-a-link", Severity::Problem, SeeTooLarge},
+    {"destination-unreachable", Severity::Problem, SeeUnreachable},
+    {"fragments", Severity::Warning, SeeFragments},
+    {"requests-with-ip-options", Severity::Warning, SeeRequestsWithOptions},
+    {"foreign-replies", Severity::Warning, SeeForeignReplies},
 };
 
 } // namespace

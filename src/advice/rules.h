@@ -16,8 +16,17 @@ struct Seen {
 };
 using SeenList = std::vector<Seen>;
 
-// Of pings for the guest that were ignored (request_rules.cpp).
+// Of pings for the guest that were ignored, and of errors that came in the place of replies
+// (request_rules.cpp).
 SeenList SeeDontFragmentRequests(const Observations& observations);
 SeenList SeeRequestsWithoutData(const Observations& observations);
+SeenList SeeFragments(const Observations& observations);
+SeenList SeeBadChecksums(const Observations& observations);
+SeenList SeeRequestsWithOptions(const Observations& observations);
+SeenList SeeVlanTags(const Observations& observations);
+SeenList SeeDontFragmentReplies(const Observations& observations);
+SeenList SeeForeignReplies(const Observations& observations);
+SeenList SeeTooLarge(const Observations& observations);
+SeenList SeeUnreachable(const Observations& observations);
 
 } // namespace vnxtest

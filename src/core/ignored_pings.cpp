@@ -4,9 +4,10 @@
 
 namespace vnxtest {
 
-void IgnoredPings::Note(IgnoredPing kind, Ipv4Address sender) {
+void IgnoredPings::Note(IgnoredPing kind, Ipv4Address sender, std::uint32_t detail) {
     Slot& slot = m_slots[static_cast<std::size_t>(kind)];
     slot.count.fetch_add(1, std::memory_order_relaxed);
+    slot.detail.store(detail, std::memory_order_relaxed);
     const std::uint32_t image = sender.Memory();
     const std::uint32_t known = slot.known.load(std::memory_order_relaxed);
     for (std::size_t index = 0; index < std::min<std::size_t>(known, kSenders); ++index) {
@@ -27,6 +28,7 @@ IgnoredPings::Kind IgnoredPings::Read(IgnoredPing kind) const {
         result.senders.push_back(
             Ipv4Address::FromMemory(slot.senders[index].load(std::memory_order_relaxed)));
     }
+    result.detail = slot.detail.load(std::memory_order_relaxed);
     result.count = slot.count.load(std::memory_order_relaxed);
     return result;
 }

@@ -24,8 +24,12 @@ enum class IgnoredPing : std::uint8_t {
     VlanTagged, // or a question for the guest's MAC address
     ReplyDontFragment,
     ReplyForeign, // its identifier is not that of the guest's pings
+    // ICMP errors about what the guest sent (RFC 792, RFC 1191). Their detail: the MTU that the sender names
+    // (0: none), the code.
+    ErrorTooLarge,
+    ErrorUnreachable,
 };
-inline constexpr std::size_t kIgnoredPingKinds = 9;
+inline constexpr std::size_t kIgnoredPingKinds = 11;
 
 class IgnoredPings {
 public:
@@ -35,10 +39,11 @@ public:
     struct Kind {
         std::uint64_t count = 0;
         std::vector<Ipv4Address> senders; // different ones, the last few: at most kSenders
+        std::uint32_t detail = 0;         // of the last; what it is depends on the kind
     };
 
     // Monitor thread.
-    void Note(IgnoredPing kind, Ipv4Address sender);
+    void Note(IgnoredPing kind, Ipv4Address sender, std::uint32_t detail = 0);
     // Any thread.
     Kind Read(IgnoredPing kind) const;
     // Not while the interface is open.
@@ -47,6 +52,7 @@ public:
 private:
     struct Slot {
         std::atomic<std::uint64_t> count{0};
+        std::atomic<std::uint32_t> detail{0};
         std::atomic<std::uint32_t> known{0}; // different senders so far, as far as they are remembered
         std::array<std::atomic<std::uint32_t>, kSenders> senders{};
     };

@@ -69,6 +69,20 @@ std::optional<IgnoredPing> KindOf(IgnoreReason reason, const Ping& ping, Bytes p
     return ping.request ? std::optional(IgnoredPing::RequestWithOptions) : std::nullopt;
 }
 
+// An ICMP error: a destination that cannot be reached.
+std::optional<IgnoredKind> JudgeError(Bytes packet, Ipv4Address guestIp) {
+    constexpr std::uint8_t kUnreachable = 3, kFragmentationNeeded = 4;
+    const auto ip = ConstIpv4View::Over(packet);
+    const auto icmp = ip ? ConstIcmpEchoView::Over(packet.subspan(ConstIpv4View::kLength)) : std::nullopt;
+    if (!icmp || ip->Destination() != guestIp || icmp->Type() != kUnreachable) {
+        return std::nullopt;
+    }
+    if (icmp->Code() == kFragmentationNeeded) { // the MTU stands where an echo has its sequence number
+        return IgnoredKind{IgnoredPing::ErrorTooLarge, ip->Source(), icmp->SequenceNumber()};
+    }
+    return IgnoredKind{IgnoredPing::ErrorUnreachable, ip->Source(), icmp->Code()};
+}
+
 std::optional<IgnoredKind> JudgeTagged(Bytes frame, Ipv4Address guestIp) {
     const auto outer = ConstEthernetView::Over(frame);
     if (!outer || (outer->EtherType() != kEtherTypeVlan && outer->EtherType() != kEtherTypeServiceVlan)) {
@@ -97,6 +111,9 @@ std::optional<IgnoredKind> JudgeTagged(Bytes frame, Ipv4Address guestIp) {
 std::optional<IgnoredKind> JudgeIgnored(IgnoreReason reason, Bytes bytes, Ipv4Address guestIp) {
     if (reason == IgnoreReason::UnknownPacket) {
         return JudgeTagged(bytes, guestIp);
+    }
+    if (reason == IgnoreReason::NotPing) {
+        return JudgeError(bytes, guestIp);
     }
     const auto ping = PingFor(guestIp, bytes);
     const auto kind = ping ? KindOf(reason, *ping, bytes) : std::nullopt;

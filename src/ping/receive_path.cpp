@@ -175,7 +175,7 @@ void ReceivePath::IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason, Receiv
         info.counted.ignored[number].fetch_add(1, std::memory_order_relaxed);
     }
     if (const auto judged = JudgeIgnored(reason, packet.Bytes(), info.addresses.guestIp)) {
-        info.counted.ignoredPings.Note(judged->kind, judged->sender);
+        info.counted.ignoredPings.Note(judged->kind, judged->sender, judged->detail);
     }
     if (m_run.debugMode) {
         LogMsg(L"Packet was ignored (%s)\n", IgnoreReasonText(number));

@@ -103,6 +103,12 @@ TEST_F(ReceivePathTest, RemembersWhatWasWrongWithPingsForTheGuestAndWhoSentThem)
         {"IP options beyond the end", sent([](Frame& packet) { packet[0] = 0x4F; }), std::nullopt},
         {"IP checksum", sent([](Frame& packet) { packet[10] ^= 1; }), IgnoredPing::BadIpChecksum},
         {"ICMP checksum", sent([](Frame& packet) { packet[31] ^= 1; }), IgnoredPing::BadIcmpChecksum},
+        {"unreachable", sent([](Frame& packet) { packet[20] = 3, packet[21] = 1; }),
+         IgnoredPing::ErrorUnreachable},
+        {"too large", sent([](Frame& packet) { packet[20] = 3, packet[21] = 4; }),
+         IgnoredPing::ErrorTooLarge},
+        {"too large, of another", sent([](Frame& packet) { packet[19] = 1, packet[20] = 3, packet[21] = 4; }),
+         std::nullopt},
         {"a reply nobody asked for", reply, IgnoredPing::ReplyForeign},
     };
     for (const auto& [name, packet, kind] : cases) {
