@@ -16,6 +16,12 @@ struct Rule {
 
 // A row a finding; those of one severity are told in this order.
 constexpr Rule kRules[] = {
+    {"adapter-down", Severity::Problem, SeeAdapterDown},
+    {"no-carrier", Severity::Problem, SeeLostCarrier},
+    {"address-in-use", Severity::Problem, SeeAddressInUse},
+    {"mac-in-use", Severity::Problem, SeeMacInUse},
+    {"gateway-silent", Severity::Problem, SeeSilentGateway},
+    {"target-silent", Severity::Problem, SeeSilentTarget},
     {"dont-fragment-requests", Severity::Problem, SeeDontFragmentRequests},
     {"requests-without-data", Severity::Problem, SeeRequestsWithoutData},
     {"bad-checksums", Severity::Problem, SeeBadChecksums},
@@ -26,6 +32,7 @@ constexpr Rule kRules[] = {
     {"fragments", Severity::Warning, SeeFragments},
     {"requests-with-ip-options", Severity::Warning, SeeRequestsWithOptions},
     {"foreign-replies", Severity::Warning, SeeForeignReplies},
+    {"frames-beyond-mtu", Severity::Warning, SeeFramesBeyondMtu},
 };
 
 } // namespace

@@ -29,4 +29,13 @@ SeenList SeeForeignReplies(const Observations& observations);
 SeenList SeeTooLarge(const Observations& observations);
 SeenList SeeUnreachable(const Observations& observations);
 
+// Of what the library has noticed of the wire (wire_rules.cpp).
+SeenList SeeAddressInUse(const Observations& observations);
+SeenList SeeMacInUse(const Observations& observations);
+SeenList SeeSilentTarget(const Observations& observations);
+SeenList SeeSilentGateway(const Observations& observations);
+SeenList SeeLostCarrier(const Observations& observations);
+SeenList SeeAdapterDown(const Observations& observations);
+SeenList SeeFramesBeyondMtu(const Observations& observations);
+
 } // namespace vnxtest

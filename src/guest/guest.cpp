@@ -1,5 +1,7 @@
 #include "guest/guest.h"
 
+#include <algorithm>
+
 #include "core/interface_helpers.h"
 #include "core/monitor_thread.h"
 #include "guest/beside_host.h"
@@ -8,6 +10,8 @@
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/log.h"
+#include "wrenlib/text.h"
+#include "wrenpack/offload_settings.h"
 
 namespace vnxtest {
 
@@ -172,11 +176,34 @@ bool Guest::StartMonitorThread(std::size_t index) {
 // All interfaces or none: half a guest would answer for one address only.
 bool Guest::Start() {
     m_stopEvent.Reset();
+    NoteOffload(0);
+    NoteOffload(1);
     if (StartMonitorThread(0) && (!m_interfaces[1].asked.NamesAdapter() || StartMonitorThread(1))) {
         return true;
     }
     StopGuest();
     return false;
+}
+
+// Before the start: a running guest may no longer be allowed to ask.
+void Guest::NoteOffload(std::size_t index) {
+    const InterfaceAddresses& addresses = m_interfaces[index].addresses;
+    const auto& adapters = m_host.Adapters();
+    const auto adapter = std::ranges::find_if(adapters, [&addresses](const HostAdapter& one) {
+        return !one.mac.IsZero() && one.mac == addresses.adapterMac;
+    });
+    m_largeSendOffload[index] = adapter != adapters.end() &&
+                                (GetAdapterLSOFlags(TrimBlanks(adapter->driverName)) & kLsoEnabledMask) != 0;
+}
+
+std::optional<WireFacts> Guest::NoticedOnWire(int index) const {
+    const INTERFACE_INFO& info = Interface(index);
+    if (const std::int32_t handle = info.open.Handle(); handle >= 0) {
+        if (auto noticed = m_library.Noticed(handle)) {
+            return noticed;
+        }
+    }
+    return IsRunning() ? std::nullopt : info.counted.noticed; // its thread has written that
 }
 
 void Guest::StopGuest() {
@@ -214,6 +241,7 @@ bool Guest::OnTestStartPing() {
         m_settings.StorePingSettings(m_pingPlan);
     }
     const bool started = m_pingTest.Start(m_interfaces[m_pingFromInterface1 ? 0 : 1], m_pingPlan);
+    m_pinged = started ? m_pingPlan.target : m_pinged;
     // While the test runs, its result belongs to its threads.
     m_problem = started ? std::wstring() : m_pingTest.Result().problem;
     return started;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 
 #include "core/interface_info.h"
@@ -58,6 +59,17 @@ public:
     PingTest& Ping() { return m_pingTest; }
     HostNetwork& Host() { return m_host; }
 
+    // What there is to know of a run for those who judge it (guest/observe.h).
+
+    // What the library has noticed of the interface's wire so far, or in its last run; nullopt if it does not
+    // tell.
+    std::optional<WireFacts> NoticedOnWire(int index) const;
+    // Of the last ping test; 0.0.0.0: there was none.
+    Ipv4Address PingTarget() const { return m_pinged; }
+    // Whether the adapter of the interface cut large sends itself when the guest was started.
+    bool HadLargeSendOffload(int index) const { return m_largeSendOffload[static_cast<std::size_t>(index)]; }
+    const HostNetwork& Host() const { return m_host; }
+
 private:
     bool AskAndApplyParameters();
     void Prepare(INTERFACE_INFO& info);
@@ -66,6 +78,7 @@ private:
     bool AskProceed(const ProceedQuestion& question);
     bool Start();
     bool StartMonitorThread(std::size_t index);
+    void NoteOffload(std::size_t index);
 
     VnetxLibrary& m_library;
     HostNetwork& m_host;
@@ -76,6 +89,8 @@ private:
     bool m_useTwoInterfaces = false;
     PingPlan m_pingPlan;
     bool m_pingFromInterface1 = true;
+    Ipv4Address m_pinged;
+    std::array<bool, 2> m_largeSendOffload{};
     std::wstring m_problem;
     WaitDomain m_waitDomain;
     ManualResetEvent m_stopEvent{m_waitDomain};
