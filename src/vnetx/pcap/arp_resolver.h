@@ -17,7 +17,7 @@
 
 #include "vnetx/driver/reader_gate.h"
 #include "vnetx/pcap/capture.h"
-#include "vnetx/pcap/neighbours.h"
+#include "vnetx/watch/neighbours.h"
 
 namespace vnxtest {
 

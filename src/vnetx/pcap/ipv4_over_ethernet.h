@@ -17,8 +17,8 @@
 #include "packets/reply_scope.h"
 #include "vnetx/host/recent_host_links.h"
 #include "vnetx/pcap/arp_resolver.h"
-#include "vnetx/pcap/neighbours.h"
 #include "vnetx/pcap/waiting_packets.h"
+#include "vnetx/watch/neighbours.h"
 
 namespace vnxtest {
 

@@ -9,7 +9,7 @@
 #include "vnetx/driver/driver.h"
 #include "vnetx/host/recent_host_links.h"
 #include "vnetx/pcap/arp_resolver.h"
-#include "vnetx/pcap/neighbours.h"
+#include "vnetx/watch/neighbours.h"
 
 namespace vnxtest {
 

@@ -1,4 +1,4 @@
-#include "vnetx/pcap/neighbours.h"
+#include "vnetx/watch/neighbours.h"
 
 #include <algorithm>
 
