@@ -1,5 +1,6 @@
 #include "ui/view.h"
 
+#include <initializer_list>
 #include <memory>
 
 #include <wx/frame.h>
@@ -31,13 +32,14 @@ wxDEFINE_EVENT(EVT_VIEW_MESSAGE, wxThreadEvent);
 
 CVNXTestView::~CVNXTestView() {
     m_refreshTimer.Stop();
+    m_adviceTimer.Stop();
     // The threads write and post until they have ended; their lines and messages are dropped.
     m_guest = nullptr;
     m_engine.EndGuest();
     m_channel.Detach();
     m_finder.reset();
     m_pump.reset();
-    for (wxWindow* const child : {static_cast<wxWindow*>(m_fullBar), static_cast<wxWindow*>(m_panes)}) {
+    for (wxWindow* const child : std::initializer_list<wxWindow*>{m_adviceBar, m_fullBar, m_panes}) {
         if (child != nullptr) {
             child->Destroy();
         }
@@ -57,7 +59,9 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
     m_fullBar = MakeChild<CFullReportBar>(
         &frame, [this] { GetDocument()->Save(); },
         [this] { wxStaticCast(GetDocument(), CVNXTestDoc)->StartOver(); });
+    m_adviceBar = MakeChild<CAdviceBar>(&frame);
     auto* const client = MakeChild<wxBoxSizer>(wxVERTICAL);
+    client->Add(m_adviceBar, wxSizerFlags().Expand());
     client->Add(m_fullBar, wxSizerFlags().Expand());
     client->Add(m_panes, wxSizerFlags(1).Expand());
     frame.SetSizer(client);
@@ -70,6 +74,7 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
     Bind(EVT_VIEW_MESSAGE,
          [this](wxThreadEvent& event) { HandleViewMessage(static_cast<ViewMessage>(event.GetInt())); });
     m_refreshTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshPingDisplay(); });
+    m_adviceTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowAdvice(); });
     m_engine.MakeGuest(app.GuestProfile(), *this);
     m_guest = &m_engine.TheGuest();
     m_guest->Ping().KeepRecords(true);
@@ -179,6 +184,9 @@ void CVNXTestView::HandleViewMessage(ViewMessage message) {
     }
     m_guest->HandleViewMessage(message);
     FinishPingDisplay();
+    if (!IsRunning()) {
+        EndAdvice();
+    }
 }
 
 bool CVNXTestView::AskParameters(GuestParameters& parameters) {
@@ -211,6 +219,7 @@ void CVNXTestView::FinishPingDisplay() {
         return;
     }
     m_refreshTimer.Stop();
+    ShowAdvice();
     const PingTestResult& result = m_guest->Ping().Result();
     if (result.complete) {
         m_history.Finish(result.records);
@@ -224,6 +233,18 @@ void CVNXTestView::FinishPingDisplay() {
         CallAfter([this, problem = result.problem] {
             TellProblem("The ping test could not be watched while it ran.", problem);
         });
+    }
+}
+
+void CVNXTestView::ShowAdvice() {
+    m_adviceBar->Tell(m_engine.Advice());
+}
+
+// The guest has stopped: its run says no more, and what it has said stays in view.
+void CVNXTestView::EndAdvice() {
+    if (m_adviceTimer.IsRunning()) {
+        m_adviceTimer.Stop();
+        ShowAdvice();
     }
 }
 

@@ -16,6 +16,7 @@
 #include "guest/engine.h"
 #include "guest/front_end.h"
 #include "ui/chart/ping_history.h"
+#include "ui/frame/advice_bar.h"
 #include "ui/frame/command_ids.h"
 #include "ui/frame/full_report_bar.h"
 #include "ui/frame/panes.h"
@@ -99,6 +100,9 @@ private:
     void RefreshPingDisplay();
     void FinishPingDisplay();
     void ShowProgress();
+    // Shows what there is to say of the guest's run so far.
+    void ShowAdvice();
+    void EndAdvice();
 
     OutputChannel m_channel{*this};
     Engine m_engine;
@@ -107,9 +111,11 @@ private:
     PingPlan m_asked; // of the last ping test
     CPanes* m_panes = nullptr;
     CFullReportBar* m_fullBar = nullptr;
+    CAdviceBar* m_adviceBar = nullptr;
     std::optional<OutputPump> m_pump;
     std::optional<OutputFinder> m_finder;
     wxTimer m_refreshTimer;
+    wxTimer m_adviceTimer;
     std::set<std::wstring> m_toldProblems; // of the settings
     bool m_ready = false;                  // the first display is done
 

@@ -17,6 +17,7 @@ namespace vnxtest {
 
 namespace {
 constexpr int kRefreshInterval = 200; // milliseconds between two updates of the running ping test's display
+constexpr int kAdviceInterval = 2000; // milliseconds between two looks at what the guest's run has to say
 } // namespace
 
 void CVNXTestView::BindCommand(Command command, Handler handler, Rule enabled, Rule checked) {
@@ -131,7 +132,10 @@ void CVNXTestView::OnNextPane() {
 }
 
 void CVNXTestView::OnStartGuest() {
-    if (!m_guest->OnStartGuest()) {
+    if (m_guest->OnStartGuest()) {
+        m_adviceBar->Begin();
+        m_adviceTimer.Start(kAdviceInterval);
+    } else {
         TellProblem("The guest could not be started.", m_guest->Problem());
     }
     TellProfileProblem();
@@ -148,6 +152,7 @@ void CVNXTestView::StopGuest() {
     const wxBusyCursor busy;
     m_guest->StopGuest();
     FinishPingDisplay();
+    EndAdvice();
 }
 
 void CVNXTestView::OnStartPing() {
