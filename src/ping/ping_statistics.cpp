@@ -16,10 +16,13 @@ void PingTotals::Add(const CPing& ping) {
     sum += roundTrip;
     minimum = std::min(minimum, roundTrip);
     maximum = std::max(maximum, roundTrip);
+    sumNs += ping.roundTripNs;
+    minimumNs = std::min(minimumNs, ping.roundTripNs);
+    maximumNs = std::max(maximumNs, ping.roundTripNs);
     if (ping.nTimeouts != 0) {
         ++late;
     } else {
-        maximumInTime = std::max(maximumInTime, roundTrip);
+        maximumInTimeNs = std::max(maximumInTimeNs, ping.roundTripNs);
     }
 }
 

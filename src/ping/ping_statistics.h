@@ -33,7 +33,11 @@ struct PingTotals {
     std::uint64_t sum = 0; // of the round trips, milliseconds
     std::uint32_t minimum = std::numeric_limits<std::uint32_t>::max();
     std::uint32_t maximum = 0;
-    std::uint32_t maximumInTime = 0; // of the replies that were not late
+    // The same in nanoseconds.
+    std::int64_t sumNs = 0;
+    std::int64_t minimumNs = std::numeric_limits<std::int64_t>::max();
+    std::int64_t maximumNs = 0;
+    std::int64_t maximumInTimeNs = 0; // of the replies that were not late
 
     void Add(const CPing& ping);
     PingStatistics Statistics() const;

@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::uint32_t kStart = 0xFFFFFF00; // the ticks wrap around during the tests
 constexpr std::uint32_t kNone = 0xFFFFFFFF;
+constexpr std::int64_t kMillisecond = 1'000'000; // nanoseconds
 
 // A ping sent at `tick`: answered after `roundTrip` unless that is kNone; timed out or not.
 CPing Ping(std::uint32_t tick, std::uint32_t roundTrip, bool timedOut = false) {
@@ -16,6 +17,7 @@ CPing Ping(std::uint32_t tick, std::uint32_t roundTrip, bool timedOut = false) {
     ping.nReplies = roundTrip != kNone ? 1 : 0;
     ping.dwReplyTick = ping.dwSentTick + (roundTrip != kNone ? roundTrip : 0);
     ping.nTimeouts = timedOut ? 1 : 0;
+    ping.roundTripNs = kMillisecond * (roundTrip != kNone ? roundTrip : 0);
     return ping;
 }
 
@@ -23,8 +25,19 @@ std::vector<std::uint32_t> Figures(const PingHistory& history) {
     const PingSummary& it = history.Summary();
     const auto loss = static_cast<std::uint32_t>(it.Loss());
     const auto from = static_cast<std::uint32_t>(history.ChangedFrom());
-    return {it.sent,    it.received, it.late,          it.timedOut, it.minimum,
-            it.maximum, it.average,  it.maximumInTime, loss,        from};
+    const auto milliseconds = [](std::int64_t nanoseconds) {
+        return static_cast<std::uint32_t>(nanoseconds / kMillisecond);
+    };
+    return {it.sent,
+            it.received,
+            it.late,
+            it.timedOut,
+            milliseconds(it.minimum),
+            milliseconds(it.maximum),
+            milliseconds(it.average),
+            milliseconds(it.maximumInTime),
+            loss,
+            from};
 }
 
 TEST(PingHistory, CountsWhatIsDecidedAndAsksOnlyForWhatMayChange) {
@@ -99,9 +112,10 @@ TEST(PingHistory, EveryPingFallsToAColumnAndNoMarkIsLost) {
     for (const std::size_t width : {1U, 333U, 5000U}) {
         const std::vector<PingColumn> columns = history.Columns(width);
         ASSERT_EQ(columns.size(), width);
-        EXPECT_TRUE(columns.front().timedOut && columns.back().late && columns.back().maximum == 700);
+        EXPECT_TRUE(columns.front().timedOut && columns.back().late &&
+                    columns.back().maximum == 700 * kMillisecond);
         const PingColumn& column = columns[history.ColumnOf(40'000, width)];
-        EXPECT_TRUE(column.minimum == 3 && column.maximum >= 77);
+        EXPECT_TRUE(column.minimum == 3 * kMillisecond && column.maximum >= 77 * kMillisecond);
     }
     // Few pings spread over the width; a running test keeps room for what is planned.
     history.Begin(3, L"host");

@@ -54,30 +54,34 @@ void DrawTimeoutMark(wxDC& dc, const wxColour& colour, wxPoint at, int size) {
     dc.DrawLine(at.x - half, at.y + half, at.x + half + 1, at.y - half - 1);
 }
 
-int HeightOf(std::uint32_t roundTrip, const wxRect& plot, std::uint32_t top) {
-    const double part = std::min(1.0, static_cast<double>(roundTrip) / top);
+int HeightOf(std::int64_t roundTrip, const wxRect& plot, std::int64_t top) {
+    const double part = std::min(1.0, static_cast<double>(roundTrip) / static_cast<double>(top));
     return plot.GetBottom() - static_cast<int>(part * (plot.height - 1));
 }
 
 constexpr int kMostDivisions = 4;
+constexpr std::int64_t kMicrosecond = 1'000; // nanoseconds, as are the next
+constexpr std::int64_t kMillisecond = 1'000'000;
+constexpr std::int64_t kEmptyTop = kMillisecond; // of an axis without a reply
 
 } // namespace
 
-wxString Milliseconds(double value) {
-    wxString text = wxString::FromCDouble(value, 2);
+wxString DurationText(double nanoseconds) {
+    const bool micro = nanoseconds < kMillisecond && nanoseconds > 0;
+    wxString text = wxString::FromCDouble(nanoseconds / (micro ? kMicrosecond : kMillisecond), 2);
     while (text.EndsWith("0")) {
         text.RemoveLast();
     }
     text.EndsWith(".", &text);
-    return text + " ms";
+    return text + (micro ? L" \u00B5s" : L" ms");
 }
 
-std::uint32_t RoundAxis(std::uint32_t value) {
-    constexpr std::array<std::uint32_t, 3> kSteps = {1, 2, 5};
-    for (std::uint64_t decade = 1;; decade *= 10) {
-        for (const std::uint32_t step : kSteps) {
-            if (step * decade >= value) {
-                return static_cast<std::uint32_t>(std::min<std::uint64_t>(step * decade, 0xFFFFFFFF));
+std::int64_t RoundAxis(std::int64_t nanoseconds) {
+    constexpr std::array<std::int64_t, 3> kSteps = {1, 2, 5};
+    for (std::int64_t decade = kMicrosecond;; decade *= 10) {
+        for (const std::int64_t step : kSteps) {
+            if (step * decade >= nanoseconds) {
+                return step * decade;
             }
         }
     }
@@ -119,9 +123,9 @@ std::vector<wxString> CPingChart::FigureList() const {
                                   wxString::Format("Received %u", summary.received),
                                   wxString::Format("Loss %.4g%%", summary.Loss())};
     if (summary.received != 0) {
-        list.push_back("Minimum " + Milliseconds(summary.minimum));
-        list.push_back("Average " + Milliseconds(summary.average));
-        list.push_back("Maximum " + Milliseconds(summary.maximum));
+        list.push_back("Minimum " + DurationText(static_cast<double>(summary.minimum)));
+        list.push_back("Average " + DurationText(static_cast<double>(summary.average)));
+        list.push_back("Maximum " + DurationText(static_cast<double>(summary.maximum)));
     }
     return list;
 }
@@ -153,10 +157,11 @@ void CPingChart::OnPaint(wxPaintEvent&) {
     // Late replies take much longer than the others: the axis covers the others, and late ones stand at its
     // top.
     const PingSummary& summary = m_history.Summary();
-    const std::uint32_t top = RoundAxis(summary.maximumInTime != 0 ? summary.maximumInTime : summary.maximum);
+    const std::int64_t highest = summary.maximumInTime != 0 ? summary.maximumInTime : summary.maximum;
+    const std::int64_t top = highest != 0 ? RoundAxis(highest) : kEmptyTop;
     int axisWidth = 0;
     for (int division = 1; division <= kMostDivisions; ++division) {
-        const wxString label = Milliseconds(static_cast<double>(top) * division / kMostDivisions) + " ";
+        const wxString label = DurationText(static_cast<double>(top) * division / kMostDivisions) + " ";
         axisWidth = std::max(axisWidth, paintDc.GetTextExtent(label).x);
     }
     const wxRect plot(area.x + axisWidth, area.y + headerHeight + lineHeight, area.width - axisWidth - gap,
@@ -218,7 +223,7 @@ void CPingChart::DrawLegend(const Surface& surface, const Palette& palette, cons
 }
 
 void CPingChart::DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
-                           std::uint32_t top) const {
+                           std::int64_t top) const {
     const int lineHeight = GetCharHeight();
     const int divisions = plot.height >= 8 * lineHeight   ? kMostDivisions
                           : plot.height >= 4 * lineHeight ? 2
@@ -227,7 +232,7 @@ void CPingChart::DrawFrame(const Surface& surface, const Palette& palette, const
         const int y = plot.GetBottom() - (plot.height - 1) * division / divisions;
         surface.shapes.SetPen(wxPen(palette.faint));
         surface.shapes.DrawLine(plot.x, y, plot.GetRight() + 1, y);
-        const wxString label = Milliseconds(static_cast<double>(top) * division / divisions);
+        const wxString label = DurationText(static_cast<double>(top) * division / divisions);
         const int width = surface.texts.GetTextExtent(label + " ").x;
         surface.texts.DrawText(label, plot.x - width, y - lineHeight / 2);
     }
@@ -243,11 +248,11 @@ void CPingChart::DrawFrame(const Surface& surface, const Palette& palette, const
     }
 }
 
-void CPingChart::DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::uint32_t top) const {
+void CPingChart::DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::int64_t top) const {
     const auto width = static_cast<std::size_t>(std::max(1, plot.width));
     const std::vector<PingColumn> columns = m_history.Columns(width);
     const int mark = std::max(4, GetCharHeight() / 3);
-    const auto at = [&](std::size_t column, std::uint32_t roundTrip) {
+    const auto at = [&](std::size_t column, std::int64_t roundTrip) {
         return wxPoint(plot.x + static_cast<int>(column), HeightOf(roundTrip, plot, top));
     };
     // A line from answer to answer, broken where one is missing; in a column of several pings from the

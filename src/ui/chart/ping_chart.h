@@ -30,8 +30,8 @@ private:
     std::vector<wxString> FigureList() const;
     void OnPaint(wxPaintEvent& event);
     void DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
-                   std::uint32_t top) const;
-    void DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::uint32_t top) const;
+                   std::int64_t top) const;
+    void DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::int64_t top) const;
     // Wraps the figures; returns the number of lines.
     int DrawHeader(wxDC& dc, const wxRect& area) const;
     void DrawLegend(const Surface& surface, const Palette& palette, const wxRect& line) const;
@@ -39,10 +39,12 @@ private:
     const PingHistory& m_history;
 };
 
-// "0.25 ms", "12 ms": as many decimals as `value` has, two at most, so that a grid line's label is exact.
-wxString Milliseconds(double value);
+// "812 µs", "0.25 µs", "12.5 ms": below a millisecond in microseconds; as many decimals as there are, two at
+// most, so that a grid line's label is exact.
+wxString DurationText(double nanoseconds);
 
-// The smallest of 1, 2, 5, 10, 20, 50 ... that is not below `value`: the top of a chart's axis.
-std::uint32_t RoundAxis(std::uint32_t value);
+// The smallest of 1, 2, 5, 10, 20, 50 ... microseconds that is not below `nanoseconds`: the top of a chart's
+// axis. In nanoseconds.
+std::int64_t RoundAxis(std::int64_t nanoseconds);
 
 } // namespace vnxtest

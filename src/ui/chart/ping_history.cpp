@@ -37,15 +37,15 @@ void PingHistory::Summarize() {
     for (std::size_t position = m_settled; position < m_first + m_records.size(); ++position) {
         totals.Add(m_records[position - m_first]);
     }
-    const PingStatistics statistics = totals.Statistics();
     m_summary = {.sent = static_cast<std::uint32_t>(totals.sent),
                  .received = static_cast<std::uint32_t>(totals.received),
                  .late = static_cast<std::uint32_t>(totals.late),
                  .timedOut = static_cast<std::uint32_t>(totals.timeouts - totals.late),
-                 .minimum = statistics.minimum,
-                 .maximum = statistics.maximum,
-                 .maximumInTime = totals.maximumInTime,
-                 .average = statistics.average};
+                 .minimum = totals.received != 0 ? totals.minimumNs : 0,
+                 .maximum = totals.maximumNs,
+                 .maximumInTime = totals.maximumInTimeNs,
+                 .average =
+                     totals.received != 0 ? totals.sumNs / static_cast<std::int64_t>(totals.received) : 0};
 }
 
 void PingHistory::Update(const PingRecords& records, std::uint32_t now) {
@@ -112,9 +112,8 @@ std::vector<PingColumn> PingHistory::Columns(std::size_t width) const {
             column.timedOut = column.timedOut || ping.nTimeouts != 0;
             continue;
         }
-        const std::uint32_t roundTrip = RoundTrip(ping);
-        column.minimum = column.answered ? std::min(column.minimum, roundTrip) : roundTrip;
-        column.maximum = std::max(column.maximum, roundTrip);
+        column.minimum = column.answered ? std::min(column.minimum, ping.roundTripNs) : ping.roundTripNs;
+        column.maximum = std::max(column.maximum, ping.roundTripNs);
         column.answered = true;
         column.late = column.late || ping.nTimeouts != 0;
     }

@@ -18,10 +18,10 @@ struct PingSummary {
     std::uint32_t received = 0; // answered, late or not
     std::uint32_t late = 0;     // answered after the time-out was declared
     std::uint32_t timedOut = 0; // timed out and not answered
-    std::uint32_t minimum = 0;  // milliseconds, as are the next three
-    std::uint32_t maximum = 0;
-    std::uint32_t maximumInTime = 0; // of the replies that were not late
-    std::uint32_t average = 0;       // rounded down, as in the report
+    std::int64_t minimum = 0;   // nanoseconds, as are the next three
+    std::int64_t maximum = 0;
+    std::int64_t maximumInTime = 0; // of the replies that were not late
+    std::int64_t average = 0;
 
     // Percent of the decided pings; 0 if there are none.
     double Loss() const;
@@ -30,8 +30,8 @@ struct PingSummary {
 // The pings of one column of a chart.
 struct PingColumn {
     bool answered = false;
-    std::uint32_t minimum = 0; // round trip, milliseconds, of the answered ones
-    std::uint32_t maximum = 0;
+    std::int64_t minimum = 0; // round trip, nanoseconds, of the answered ones
+    std::int64_t maximum = 0;
     bool late = false;
     bool timedOut = false;
 };
@@ -64,8 +64,6 @@ public:
     std::vector<PingColumn> Columns(std::size_t width) const;
     // The column of the ping at First() + `index`.
     std::size_t ColumnOf(std::size_t index, std::size_t width) const;
-
-    static std::uint32_t RoundTrip(const CPing& ping) { return ping.dwReplyTick - ping.dwSentTick; }
 
 private:
     bool IsSettled(const CPing& ping, std::uint32_t now) const;
