@@ -18,7 +18,7 @@ namespace vnxtest {
 
 namespace {
 
-constexpr int kHelpTopic = 395; // of the page with all findings
+constexpr int kHelpTopic = 397; // of the page with all findings
 
 wxBitmapBundle IconOf(Severity severity) {
     const wxArtID id = severity == Severity::Problem   ? wxART_ERROR
