@@ -6,12 +6,15 @@
 #include "cli/output/await_writers.h"
 #include "cli/output/failure.h"
 #include "cli/output/file_clash.h"
+#include "cli/output/live_line.h"
 #include "cli/report/adapter_list.h"
 #include "cli/report/json_report.h"
 #include "cli/report/outcome_texts.h"
+#include "cli/report/ping_progress.h"
 #include "cli/report/verdict.h"
 #include "core/debug_output.h"
 #include "ping/target.h"
+#include "platform/process/terminal.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
 
@@ -66,6 +69,9 @@ int Session::CarryOut() {
 }
 
 bool Session::OpenFiles() {
+    if (m_options.quiet) {
+        m_output.LeaveStreamOut();
+    }
     if (m_options.outputFile) {
         if (const auto opened = m_output.OpenFile(*m_options.outputFile); !opened) {
             return Refuse(opened.error().text);
@@ -109,7 +115,8 @@ void Session::GatherHost() {
         Complain(
             L"warning: the interface library refused to take the program's output, so the document stays empty. Set VNXTEST_TRACE=1 in the environment to see the lines here.");
     }
-    if (m_options.noReport) {
+    const bool nobodyReadsIt = m_options.quiet && !m_options.outputFile;
+    if (m_options.noReport || nobodyReadsIt) {
         m_engine.Host().FindDefaultGateway(); // with a report, the report does this
     } else {
         m_engine.WriteReport();
@@ -186,6 +193,10 @@ int Session::FailStart(const std::wstring& what) {
 
 TerminalEvent Session::Step(std::optional<Moment> deadline) {
     const TerminalMessage next = m_interruption.Wait(deadline);
+    if (next.event == TerminalEvent::Asked) {
+        TellStanding();
+        return TerminalEvent::Message;
+    }
     if (next.event != TerminalEvent::Message) {
         return next.event;
     }
@@ -252,16 +263,17 @@ int Session::PingFromGuest() {
 }
 
 void Session::AwaitPingTest() {
-    constexpr std::chrono::milliseconds kProgressInterval(250);
+    constexpr std::chrono::milliseconds kProgressInterval(200);
     std::optional<Moment> end = DurationFromNow();
-    Progress progress;
+    LiveLine line(!m_options.quiet);
+    const PingProgress progress(m_guest->Ping(), m_guest->Ping().Plan(), end);
     Moment nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
     while (m_guest->IsPinging()) {
-        const bool progressFirst = progress.IsOn() && (!end || nextProgress < *end);
+        const bool progressFirst = line.IsOn() && (!end || nextProgress < *end);
         const TerminalEvent event = Step(progressFirst ? std::optional(nextProgress) : end);
         if (event == TerminalEvent::TimedOut && progressFirst) {
             nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
-            progress.Show(Sprintf(L"%u pings sent", m_guest->Ping().PingsSent()));
+            line.Show(progress.Line());
         } else if (event == TerminalEvent::TimedOut) {
             m_guest->Ping().EndSending(); // the duration is over; open pings are still decided
             end.reset();
@@ -407,14 +419,31 @@ int Session::Finish(int status) {
             status = kExitFailure;
         }
     }
-    TellVerdict(status);
+    TellOutcome(status);
     return status;
 }
 
-// The last line; of a failure that is its message.
-void Session::TellVerdict(int status) const {
-    if (status != kExitFailure && m_pingStarted) {
-        Complain(DescribePingVerdict(m_guest->Ping().Result()));
+void Session::TellOutcome(int status) const {
+    if (status == kExitFailure || m_guest == nullptr) {
+        return;
+    }
+    if (m_pingStarted) {
+        TellVerdict(DescribePingVerdict(m_guest->Ping().Result()),
+                    status == kExitSuccess ? Verdict::Good : Verdict::Bad);
+    } else if (m_options.quiet || IsTerminal(stderr)) {
+        TellVerdict(DescribeAnswers(m_guest->Interface(0).counted, m_guest->Interface(1).counted),
+                    Verdict::Good);
+    }
+}
+
+void Session::TellStanding() const {
+    if (m_guest == nullptr) {
+        return;
+    }
+    if (m_pingStarted) {
+        Complain(DescribePingsSoFar(m_guest->Ping().FiguresSoFar(true)));
+    } else {
+        Complain(L"so far " + DescribeAnswers(m_guest->Interface(0).counted, m_guest->Interface(1).counted));
     }
 }
 

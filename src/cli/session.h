@@ -80,7 +80,10 @@ private:
     }
     int FailStart(const std::wstring& what);
     int Finish(int status);
-    void TellVerdict(int status) const;
+    // The last line; of a failure that is its message.
+    void TellOutcome(int status) const;
+    // The answer to the user's question how it stands.
+    void TellStanding() const;
 
     const Options& m_options;
     const std::int64_t m_beganUnixNs = ClockReading::Now().unixNs;

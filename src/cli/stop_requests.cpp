@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "cli/output/console.h"
+#include "cli/output/live_line.h"
 #include "platform/process/terminal.h"
 
 namespace vnxtest {
@@ -32,6 +33,7 @@ public:
         if (std::chrono::steady_clock::now() - m_first < kOneRequest) {
             return;
         }
+        LiveLine::Hide();
         Complain(L"ended at once by a second interrupt.");
         for (const std::filesystem::path& file : m_temporaryFiles) {
             if (std::error_code ignored; !file.empty()) {
@@ -52,7 +54,8 @@ private:
 
 Result<std::unique_ptr<StopSignal>> TakeStopRequests(MessageQueue& queue,
                                                      std::vector<std::filesystem::path> temporaryFiles) {
-    return StopSignal::Begin(StopRequests(queue, std::move(temporaryFiles)));
+    return StopSignal::Begin(StopRequests(queue, std::move(temporaryFiles)),
+                             [&queue] { queue.PostQuestion(); });
 }
 
 } // namespace vnxtest

@@ -10,8 +10,9 @@
 
 namespace vnxtest {
 
-// From now on the first request posts an interrupt to `queue`; at a second one the program removes
-// `temporaryFiles` (a path may be empty) and ends with status 2. Fails as StopSignal::Begin does.
+// From now on the first request posts an interrupt to `queue`, and a question how it stands is posted there,
+// too; at a second request the program removes `temporaryFiles` (a path may be empty) and ends with status 2.
+// Fails as StopSignal::Begin does.
 Result<std::unique_ptr<StopSignal>> TakeStopRequests(MessageQueue& queue,
                                                      std::vector<std::filesystem::path> temporaryFiles);
 

@@ -77,6 +77,10 @@ public:
 
     // Copies the records from index `from` on, as far as they are still kept, for a live display. Any thread.
     PingRecords CopyPings(std::size_t from) const { return m_book.CopyFrom(from); }
+    // What the test was started with. While it runs: user-interface thread.
+    const PingPlan& Plan() const { return m_result.plan; }
+    // The figures so far, all of one moment, and with `withRecords` the records. Any thread.
+    PingFigures FiguresSoFar(bool withRecords) const { return m_book.Figures(withRecords); }
     // How many pings the test has sent so far. Any thread.
     std::size_t PingsSent() const { return m_book.CountSent(); }
 

@@ -18,9 +18,17 @@ void MessageQueue::PostInterrupt() {
     m_arrived.notify_one();
 }
 
+void MessageQueue::PostQuestion() {
+    {
+        const std::lock_guard lock(m_lock);
+        m_asked = true;
+    }
+    m_arrived.notify_one();
+}
+
 TerminalMessage MessageQueue::Wait(std::optional<Moment> deadline) {
     std::unique_lock lock(m_lock);
-    const auto arrived = [this] { return m_interrupted || !m_messages.empty(); };
+    const auto arrived = [this] { return m_interrupted || m_asked || !m_messages.empty(); };
     if (!deadline) {
         m_arrived.wait(lock, arrived);
     } else if (std::chrono::steady_clock::now() >= *deadline ||
@@ -33,6 +41,10 @@ TerminalMessage MessageQueue::Wait(std::optional<Moment> deadline) {
     if (m_interrupted) {
         m_interrupted = false;
         return {TerminalEvent::Interrupted};
+    }
+    if (m_asked) {
+        m_asked = false;
+        return {TerminalEvent::Asked};
     }
     const ViewMessage message = m_messages.front();
     m_messages.pop_front();

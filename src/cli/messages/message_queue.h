@@ -13,6 +13,7 @@ namespace vnxtest {
 
 enum class TerminalEvent {
     Message,     // a message of the engine, in the order of posting
+    Asked,       // the user wants to know how it stands
     Interrupted, // the user wants the program to stop
     TimedOut,    // the deadline has passed
 };
@@ -30,6 +31,8 @@ public:
     void Post(ViewMessage message);
     // Any thread. Reported once, before waiting messages.
     void PostInterrupt();
+    // Any thread. Several are reported once; before waiting messages, after an interrupt.
+    void PostQuestion();
 
     // Waits for the first event; nullopt: without limit. Main thread.
     TerminalMessage Wait(std::optional<Moment> deadline);
@@ -39,6 +42,7 @@ private:
     std::condition_variable m_arrived;
     std::deque<ViewMessage> m_messages;
     bool m_interrupted = false;
+    bool m_asked = false;
 };
 
 } // namespace vnxtest

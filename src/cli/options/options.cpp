@@ -46,7 +46,7 @@ struct Raw {
         target;
     std::string debug;
     bool socketNotify = false;
-    bool proceed = false, noReport = false, save = false, noSandbox = false;
+    bool proceed = false, noReport = false, quiet = false, save = false, noSandbox = false;
 };
 
 constexpr const char* kEngineGroup = "The guest (run, ping)";
@@ -75,7 +75,7 @@ const Belonging kBelongings[] = {
     {"--size", kPing},         {"--timeout", kPing},
     {"--delay", kPing},        {"--from", kPing},
     {"--output", kDocument},   {"--json", {Command::Adapters, Command::Run, Command::Ping}},
-    {"--no-sandbox", kEngine},
+    {"--no-sandbox", kEngine}, {"--quiet", kEngine},
 };
 
 // "8 to 65507 (default 32)".
@@ -136,6 +136,9 @@ void AddPingOptions(CLI::App& app, Raw& raw) {
 }
 
 void AddOutputOptions(CLI::App& app, Raw& raw) {
+    app.add_flag("-q,--quiet", raw.quiet,
+                 "Leave the document out; one line on standard error says how it went")
+        ->group(kOutputGroup);
     app.add_flag("--no-report", raw.noReport, "Leave the start-up report out")->group(kOutputGroup);
     app.add_option("--output", raw.output, "Also save the document as text")
         ->type_name("FILE")
@@ -255,6 +258,7 @@ Options CheckValues(const CLI::App& app, const Raw& raw, Command command) {
     }
     options.proceed = raw.proceed;
     options.noReport = raw.noReport;
+    options.quiet = raw.quiet;
     options.save = raw.save;
     options.noSandbox = raw.noSandbox;
     if (options.noSandbox && !HasSandbox()) {

@@ -55,6 +55,7 @@ struct Options {
     std::optional<std::chrono::milliseconds> duration{};
     bool proceed = false;
     bool noReport = false;
+    bool quiet = false; // without the document on standard output
     bool save = false;
     bool noSandbox = false;
     std::optional<std::filesystem::path> outputFile{};

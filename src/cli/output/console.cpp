@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "cli/output/background_writer.h"
+#include "cli/output/live_line.h"
 #include "platform/process/terminal.h"
 #include "wrenlib/text.h"
 #include "wrenlib/visible_text.h"
@@ -20,7 +21,8 @@ constexpr std::chrono::milliseconds kMoment = 50ms;
 
 BackgroundWriter& ErrorWriter() {
     static BackgroundWriter writer({[](std::string_view text) {
-                                       WriteAll(stderr, text); // there is nowhere to report a failure
+                                       // there is nowhere to report a failure
+                                       WriteAroundLiveLine(stderr, text);
                                        return std::wstring();
                                    }},
                                    nullptr, kMostWaiting);
@@ -39,45 +41,52 @@ void Say(std::string text) {
     const auto shared = std::make_shared<const std::string>(std::move(text));
     writer.Append(shared);
     if (!writer.Problem().empty()) {
-        WriteAll(stderr, *shared); // there is no thread for it
+        WriteAroundLiveLine(stderr, *shared); // there is no thread for it
     } else if (wasIdle) {
         writer.WaitUntilIdle(kMoment);
     }
 }
 
+// With the program's name, without a line end.
+std::string MessageOf(std::wstring_view text) {
+    std::wstring lines(text);
+    MakeLinesVisible(lines);
+    std::string message = "vnxtest-cli: " + ToUtf8(lines);
+    while (message.ends_with('\n')) {
+        message.pop_back();
+    }
+    return message;
+}
+
 } // namespace
 
 void Complain(std::wstring_view text) {
-    std::wstring lines(text);
-    MakeLinesVisible(lines);
-    std::string line = "vnxtest-cli: ";
-    line += ToUtf8(lines);
-    while (line.ends_with('\n')) {
-        line.pop_back();
+    Say(MessageOf(text) + '\n');
+}
+
+void TellVerdict(std::wstring_view text, Verdict verdict) {
+    static constexpr const char* kGreen = "\x1b[32m";
+    static constexpr const char* kRed = "\x1b[31m";
+    static constexpr const char* kUsual = "\x1b[0m";
+    const std::string message = MessageOf(text);
+    if (MayColour(stderr)) {
+        Say((verdict == Verdict::Good ? kGreen : kRed) + message + kUsual + '\n');
+    } else {
+        Say(message + '\n');
     }
-    Say(line + '\n');
+}
+
+void RewriteLiveLine() {
+    const std::lock_guard lock(ErrorWriterLock());
+    if (ErrorWriter().IsIdle()) {
+        ErrorWriter().Append(std::make_shared<const std::string>(kRewriteLiveLine));
+    }
 }
 
 void AwaitComplaints(std::optional<std::chrono::milliseconds> limit) {
     do {
         ErrorWriter().WaitUntilIdle(limit.value_or(1h));
     } while (!limit && !ErrorWriter().IsIdle());
-}
-
-Progress::Progress() : m_on(IsTerminal(stderr) && !IsTerminal(stdout)) {}
-
-void Progress::Show(const std::wstring& text) {
-    if (!m_on || (text.empty() && m_shown == 0)) {
-        return;
-    }
-    std::string line = "\r";
-    line += ToUtf8(text);
-    line.append(m_shown > text.size() ? m_shown - text.size() : 0, ' ');
-    if (text.empty()) {
-        line += '\r';
-    }
-    m_shown = text.size();
-    Say(std::move(line));
 }
 
 } // namespace vnxtest

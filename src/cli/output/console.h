@@ -24,21 +24,13 @@ void Complain(std::wstring_view text);
 // Waits until everything is written, at most `limit` (nullopt: without limit). Any thread.
 void AwaitComplaints(std::optional<std::chrono::milliseconds> limit);
 
-// One line that overwrites itself during a long command; an empty text removes it. Shown only if standard
-// error is a terminal and the document does not go to one. Main thread.
-class Progress {
-public:
-    Progress();
-    ~Progress() { Show(L""); }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
+// How a run ended: its colour on a terminal that shows any.
+enum class Verdict { Good, Bad };
 
-    bool IsOn() const { return m_on; }
-    void Show(const std::wstring& text);
+// Complain() for the line at the end of a run. Any thread.
+void TellVerdict(std::wstring_view text, Verdict verdict);
 
-private:
-    bool m_on;
-    std::size_t m_shown = 0;
-};
+// Lets the thread of standard error rewrite the live line, unless it is busy. Any thread; returns at once.
+void RewriteLiveLine();
 
 } // namespace vnxtest

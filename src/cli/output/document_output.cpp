@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "cli/output/live_line.h"
 #include "platform/process/terminal.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
@@ -32,9 +33,10 @@ std::string WithLineEnds(std::string_view text, std::string_view lineEnd) {
 }
 
 BackgroundWriter::Destination WriteTo(std::FILE* stream) {
-    const auto write = [stream](std::string_view text) {
+    const bool besideLiveLine = IsSameTerminal(stream, stderr);
+    const auto write = [stream, besideLiveLine](std::string_view text) {
         // Unbuffered: lines must be seen even if the program is killed.
-        if (WriteAll(stream, text)) {
+        if (besideLiveLine ? WriteAroundLiveLine(stream, text) : WriteAll(stream, text)) {
             return std::wstring();
         }
         return DescribeStreamFailure(errno);
@@ -78,7 +80,9 @@ void DocumentOutput::Write(std::string text) {
     NoteFailures(text);
     text.shrink_to_fit(); // the queue is bounded by bytes in use
     const auto lines = std::make_shared<const std::string>(std::move(text));
-    m_stream.Append(lines);
+    if (!m_streamLeftOut) {
+        m_stream.Append(lines);
+    }
     if (m_fileWriter) {
         m_fileWriter->Append(lines);
     }

@@ -27,6 +27,8 @@ public:
     // The file, which is not open if none was asked for. Not after the first Write().
     const AtomicFile& File() const { return *m_file; }
 
+    // From now on the text goes to the file only, if there is one.
+    void LeaveStreamOut() { m_streamLeftOut = true; }
     // Queues `text` (UTF-8, lines ended by "\n") for both. A failed one gets no more text; the other one
     // does.
     void Write(std::string text);
@@ -59,6 +61,7 @@ private:
 
     std::function<void()> m_onEnd;
     BackgroundWriter m_stream;
+    bool m_streamLeftOut = false;
     std::shared_ptr<AtomicFile> m_file = std::make_shared<AtomicFile>();
     std::unique_ptr<BackgroundWriter> m_fileWriter; // null without a file
     std::wstring m_lastFailure;

@@ -177,8 +177,8 @@ std::vector<Rule> CallsOfTheNetwork() {
         rules.push_back(
             {SCMP_SYS(setsockopt), {Equals(1, SOL_SOCKET), Equals(2, static_cast<std::uint64_t>(option))}});
     }
-    // Whether standard error is a terminal, and an adapter's name and state.
-    for (const int request : {TCGETS, SIOCGIFNAME, SIOCGIFFLAGS}) {
+    // Whether standard error is a terminal, its width, and an adapter's name and state.
+    for (const int request : {TCGETS, TIOCGWINSZ, SIOCGIFNAME, SIOCGIFFLAGS}) {
         rules.push_back({SCMP_SYS(ioctl), {Equals(1, static_cast<std::uint64_t>(request))}});
     }
     return rules;

@@ -17,6 +17,7 @@ namespace vnxtest {
 // a signal handler.
 struct StopSignal::Watch {
     std::function<void(int)> handler;
+    std::function<void()> onQuestion;
     sigset_t signals{};
     sigset_t maskBefore{};
     int requests = -1; // signalfd
@@ -38,18 +39,28 @@ struct StopSignal::Watch {
                 return;
             }
             signalfd_siginfo info{};
-            if (read(requests, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+            if (read(requests, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) {
+                continue;
+            }
+            if (info.ssi_signo == SIGQUIT) {
+                onQuestion();
+            } else {
                 handler(count++);
             }
         }
     }
 };
 
-Result<std::unique_ptr<StopSignal>> StopSignal::Begin(std::function<void(int)> handler) {
+Result<std::unique_ptr<StopSignal>> StopSignal::Begin(std::function<void(int)> handler,
+                                                      std::function<void()> onQuestion) {
     auto watch = std::make_unique<Watch>();
     watch->handler = std::move(handler);
+    watch->onQuestion = std::move(onQuestion);
     sigemptyset(&watch->signals);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        if (number == SIGQUIT && !watch->onQuestion) {
+            continue;
+        }
         struct sigaction current {};
         if (sigaction(number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN) {
             sigaddset(&watch->signals, number);

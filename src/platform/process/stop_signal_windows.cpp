@@ -41,7 +41,8 @@ BOOL WINAPI OnConsoleControl(DWORD event) {
 
 } // namespace
 
-Result<std::unique_ptr<StopSignal>> StopSignal::Begin(std::function<void(int)> handler) {
+Result<std::unique_ptr<StopSignal>> StopSignal::Begin(std::function<void(int)> handler,
+                                                      std::function<void()> /*onQuestion*/) {
     auto watch = std::make_unique<Watch>();
     watch->handler = std::move(handler);
     watch->ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);

@@ -11,6 +11,16 @@ namespace vnxtest {
 // True if `stream` is a terminal. Any thread.
 bool IsTerminal(std::FILE* stream);
 
+// True if both are terminals, and the same one. Any thread.
+bool IsSameTerminal(std::FILE* one, std::FILE* other);
+
+// The columns of the terminal `stream`: what COLUMNS in the environment says, else what the terminal does, 80
+// if neither does or `stream` is no terminal. At least 20. Any thread.
+unsigned TerminalWidth(std::FILE* stream);
+
+// True if `stream` is a terminal that shows colours and nobody minds them (NO_COLOR). Any thread.
+bool MayColour(std::FILE* stream);
+
 // True if `stream` is an ordinary file, so that a write always ends. Any thread.
 bool IsOrdinaryFile(std::FILE* stream);
 

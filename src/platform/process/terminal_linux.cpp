@@ -1,9 +1,12 @@
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <initializer_list>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,10 +14,39 @@
 
 namespace vnxtest {
 
+namespace {
+constexpr unsigned kUsualWidth = 80;
+constexpr unsigned kLeastWidth = 20;
+} // namespace
+
 const char* const kTextLineEnd = "\n";
 
 bool IsTerminal(std::FILE* stream) {
     return isatty(fileno(stream)) == 1;
+}
+
+bool IsSameTerminal(std::FILE* one, std::FILE* other) {
+    struct stat first {};
+    struct stat second {};
+    return IsTerminal(one) && IsTerminal(other) && fstat(fileno(one), &first) == 0 &&
+           fstat(fileno(other), &second) == 0 && first.st_rdev == second.st_rdev;
+}
+
+unsigned TerminalWidth(std::FILE* stream) {
+    winsize size{};
+    const char* const columns = std::getenv("COLUMNS");
+    unsigned width = columns != nullptr ? static_cast<unsigned>(std::strtoul(columns, nullptr, 10)) : 0;
+    if (width == 0 && ioctl(fileno(stream), TIOCGWINSZ, &size) == 0) {
+        width = size.ws_col;
+    }
+    return width == 0 ? kUsualWidth : std::max(width, kLeastWidth);
+}
+
+bool MayColour(std::FILE* stream) {
+    const char* const unwanted = std::getenv("NO_COLOR");
+    const char* const kind = std::getenv("TERM");
+    const bool isMinded = unwanted != nullptr && *unwanted != '\0';
+    return !isMinded && IsTerminal(stream) && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
 bool IsOrdinaryFile(std::FILE* stream) {

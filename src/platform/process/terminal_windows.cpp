@@ -1,5 +1,8 @@
 #include <windows.h>
 
+#include <algorithm>
+#include <cstdlib>
+
 #include <io.h>
 
 #include "platform/process/terminal.h"
@@ -7,14 +10,51 @@
 
 namespace vnxtest {
 
+namespace {
+
+constexpr unsigned kUsualWidth = 80;
+constexpr unsigned kLeastWidth = 20;
+
+HANDLE HandleOf(std::FILE* stream) {
+    return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+}
+
+} // namespace
+
 const char* const kTextLineEnd = "\r\n";
 
 bool IsTerminal(std::FILE* stream) {
     return _isatty(_fileno(stream)) != 0;
 }
 
+// A process has one console.
+bool IsSameTerminal(std::FILE* one, std::FILE* other) {
+    return IsTerminal(one) && IsTerminal(other);
+}
+
+unsigned TerminalWidth(std::FILE* stream) {
+    CONSOLE_SCREEN_BUFFER_INFO console{};
+    const char* const columns = std::getenv("COLUMNS");
+    unsigned width = columns != nullptr ? static_cast<unsigned>(std::strtoul(columns, nullptr, 10)) : 0;
+    if (width == 0 && GetConsoleScreenBufferInfo(HandleOf(stream), &console) != FALSE) {
+        width = static_cast<unsigned>(console.srWindow.Right - console.srWindow.Left + 1);
+    }
+    return width == 0 ? kUsualWidth : std::max(width, kLeastWidth);
+}
+
+// Sequences of characters for colours: since Windows 10, if they are switched on.
+bool MayColour(std::FILE* stream) {
+    const char* const unwanted = std::getenv("NO_COLOR");
+    if (unwanted != nullptr && *unwanted != '\0') {
+        return false;
+    }
+    DWORD mode = 0;
+    return GetConsoleMode(HandleOf(stream), &mode) != FALSE &&
+           SetConsoleMode(HandleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
 bool IsOrdinaryFile(std::FILE* stream) {
-    return GetFileType(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)))) == FILE_TYPE_DISK;
+    return GetFileType(HandleOf(stream)) == FILE_TYPE_DISK;
 }
 
 bool WriteAll(std::FILE* stream, std::string_view bytes) {

@@ -28,7 +28,7 @@ struct StopSignalsHeldBack::Mask {
 StopSignalsHeldBack::StopSignalsHeldBack() : m_before(std::make_unique<Mask>()) {
     sigset_t held{};
     sigemptyset(&held);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         sigaddset(&held, number);
     }
     pthread_sigmask(SIG_BLOCK, &held, &m_before->signals);
