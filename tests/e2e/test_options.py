@@ -1,5 +1,8 @@
 """The terminal program's command line: every range to its ends, and every refusal with its reason."""
 
+import pathlib
+import re
+
 from test_terminal import ECHO_HOST, TerminalCase
 
 BEYOND = "--json /no/such/folder/file"  # refused when the rest has been taken
@@ -47,10 +50,50 @@ class Options(TerminalCase):
             for options in lines.split():
                 self.refused(f"adapters --library sim:{options}", named, allowed)
 
+    def help(self, *command, columns=80):
+        guest = self.run_program(*command, "--help", environment={"COLUMNS": str(columns)})
+        self.assertEqual((guest.status, guest.errors()), (0, ""))
+        self.assertLessEqual(max(map(len, guest.lines())), columns, guest.story())
+        return "\n".join(guest.lines())
+
+    def test_help(self):
+        """Of a command what concerns it; no line is wider than the terminal."""
+        for columns in (60, 80, 100):
+            everything = self.help(columns=columns)
+            self.assertRegex(everything, r"\nUsage: vnxtest-cli \[OPTIONS\] COMMAND \[TARGET\]\n")
+            self.assertIn("  ping TARGET", everything)
+        for command, usage, there, missing in (
+                ("ping", "[OPTIONS] TARGET", "--count --adapter --json --library -q,--quiet loss=PERCENT", "report adapters"),
+                ("run", "[OPTIONS]", "--adapter --duration --json", "--count TARGET report"),
+                ("report", "[OPTIONS]", "--output --library", "--json --adapter --count TARGET loss=PERCENT run"),
+                ("adapters", "[OPTIONS]", "--json --library", "--output --adapter --count TARGET loss=PERCENT run")):
+            text = self.help(command)
+            self.assertIn(f"\nUsage: vnxtest-cli {command} {usage}\n", text)
+            entries = re.findall(r"^  (\S+)", text, re.M)
+            self.assertEqual(([name for name in there.split() if name not in entries],
+                              [name for name in missing.split() if name in entries]), ([], []), text)
+            self.assertNotIn("{", text)
+
+    def test_nearest(self):
+        for line, meant in (("ping x --cuont 3", "--count"), ("ping x --time=3", "--timeout"), ("run --gest-ip 1.2.3.4", "--guest-ip"),
+                            ("ping x --no-debgu", "--no-debug"), ("adpters", "adapters"), ("pign x", "ping")):
+            self.refused(line, f" Did you mean {meant}?")
+        for line in ("run --bogus", "run --cuont 3", "bogus"):
+            self.assertNotIn("Did you mean", self.run_program(*line.split()).errors())
+
+    def test_the_simulated_lan_is_described(self):
+        """Every option that it knows is in the help and in the help book."""
+        known = re.search("It knows (.*) for example", self.run_program("adapters", "--library", "sim:x=1").errors())[1]
+        names = set(re.findall(r"\w+", re.sub(r"\(.*?\)", "", known))) - {"and"}
+        self.assertEqual(len(names), 14, names)
+        self.assertEqual({*re.findall(r"^  (\w+)=[A-Z]+", self.help("ping"), re.M)}, names)
+        book = (pathlib.Path(__file__).parents[2] / "help" / "libraries.html").read_text("utf-8")
+        self.assertEqual({*re.findall(r"<tr><td><tt>(\w+)</tt>", book)}, names)
+
     def test_what_is_said_in_few_words(self):
         for line in ("adapters --json", "--json adapters", "adapters --json -"):
             self.assertEqual(self.go(*line.split()).lines()[0], "{")
-        for line, status in (("--help", True), ("ping --help", True), ("-h run", True), ("--version", False)):
+        for line, status in (("--help", True), ("ping --help", True), ("-h run", True), ("--version", False), ("-V", False)):
             self.assertEqual("Exit status" in self.go(*line.split()).text(), status)
         for two in (("--mode2", "tap"), ("--socket-notify", "--adapter2", "198.18.0.1")):
             text = self.go("run", "--no-report", "--duration", 0.01, *two).text()

@@ -5,10 +5,13 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "cli/options/help_format.h"
+#include "cli/options/nearest_name.h"
 #include "cli/options/value_parsing.h"
 #include "core/ping_plan.h"
 #include "core/run_settings.h"
 #include "platform/process/sandbox.h"
+#include "platform/process/terminal.h"
 #include "settings/derived_address.h"
 #include "vnetx/library.h"
 #include "wrenlib/product.h"
@@ -18,25 +21,29 @@ namespace vnxtest {
 
 namespace {
 
-// Follows the product's name.
+// Follows the product's name. Lines are paragraphs, wrapped to the terminal.
 constexpr const char* kDescription =
     ": a simulated guest that tests a virtual network interface.\n"
     "The document (report, messages, ping results) goes to standard output, everything else to standard error.";
 
 // With the host numbers of the two guests.
-constexpr const char* kFooter =
-    "Values that are not given come from the profile, where the window keeps them, else they are derived from the\n"
-    "host: the guest gets host number {} (the second interface's {}) of its adapter's subnet, and a MAC address made\n"
-    "from its IP address. What is given holds for this run alone, unless --save is given too.\n"
-    "\n"
-    "Exit status: 0 the command did its work (ping: no ping was lost); 1 pings were lost; 2 anything else, and\n"
-    "standard error says what and what to do next. An interrupt (Ctrl+C) stops in order; a second one ends at once.\n"
-    "\n"
-    "Examples:\n"
-    "  vnxtest-cli --library sim ping 198.18.0.2            the simulated LAN: needs no rights and no network\n"
-    "  vnxtest-cli adapters                                 which adapters there are\n"
-    "  vnxtest-cli ping 192.168.0.1 --adapter eth0 --mode tap\n"
-    "  vnxtest-cli run --adapter eth0 --duration 60         answer ARP, RARP and ping for a minute\n";
+constexpr const char* kAboutValues =
+    "Values that are not given come from the profile, where the window keeps them, else they are derived from the host: the guest gets host number {} (the second interface's {}) of its adapter's subnet, and a MAC address made from its IP address. What is given holds for this run alone, unless --save is given too.\n"
+    "\n";
+
+constexpr const char* kAboutStatus =
+    "Exit status: 0 the command did its work (ping: no ping was lost); 1 pings were lost; 2 anything else, and standard error says what and what to do next. An interrupt (Ctrl+C) stops in order; a second one ends at once.\n";
+
+struct Example {
+    const char* line;
+    std::initializer_list<Command> commands;
+};
+const Example kExamples[] = {
+    {"  vnxtest-cli --library sim ping 198.18.0.2    needs no rights and no network\n", {Command::Ping}},
+    {"  vnxtest-cli adapters    which adapters there are\n", {Command::Adapters}},
+    {"  vnxtest-cli ping 192.168.0.1 --adapter eth0 --mode tap\n", {Command::Ping}},
+    {"  vnxtest-cli run --adapter eth0 --duration 60    answer for a minute\n", {Command::Run}},
+};
 
 // The option texts of the command line; empty if not given.
 struct Raw {
@@ -53,6 +60,27 @@ constexpr const char* kEngineGroup = "The guest (run, ping)";
 constexpr const char* kPingGroup = "The ping test (ping)";
 constexpr const char* kOutputGroup = "Output";
 constexpr const char* kDebugDefault = "on";
+constexpr const char* kAboutTarget = "Host name or IPv4 address to ping";
+
+constexpr const char* kAboutSimulation =
+    "The simulated LAN (--library sim:NAME=VALUE,NAME=VALUE,...); PERCENT is of the replies to the guest's pings, MS may have a fraction:";
+// As vnetx/sim/sim_options knows them.
+const std::initializer_list<std::pair<std::string, std::string>> kSimulationOptions = {
+    {"loss=PERCENT", "Lost: never sent"},
+    {"dup=PERCENT", "Sent twice"},
+    {"late=PERCENT", "Sent late, by lateby"},
+    {"lateby=MS", "How late a late one is (default 800)"},
+    {"df=PERCENT", "Sent with the Don't-Fragment bit, which a guest ignores"},
+    {"reorder=PERCENT", "Held back until the next one has passed"},
+    {"corrupt=PERCENT", "One bit turned over on the way"},
+    {"truncate=PERCENT", "Cut short on the way"},
+    {"foreign=PERCENT", "With another identifier than the request's"},
+    {"delay=MS", "Time from request to reply"},
+    {"jitter=MS", "Up to this much more"},
+    {"pinger=MS", "198.18.0.2 pings each guest at this interval (default 0: not at all)"},
+    {"mtu=BYTES", "Longest packet, 68 to 65535 (default 1500)"},
+    {"seed=NUMBER", "The same one always gives the same sequence (default 1)"},
+};
 
 // Which commands an option belongs to. An option without effect is refused, not ignored.
 struct Belonging {
@@ -96,7 +124,7 @@ void AddGuestOptions(CLI::App& app, Raw& raw) {
          {std::pair{"--adapter2", &raw.adapter[1]}, std::pair{"--guest-ip2", &raw.guestIp[1]},
           std::pair{"--guest-mac2", &raw.guestMac[1]}, std::pair{"--mode2", &raw.mode[1]}}) {
         add(name, *text, name == std::string_view("--mode2") ? "tun|tap" : "...",
-            "The same for interface 2, which is used when any of these is given");
+            "The same for interface 2, used when any of these is given");
     }
     add("--gateway", raw.gateway, "IP", "Define the default gateway; it is asked for its MAC address");
     app.add_flag("--proceed", raw.proceed,
@@ -211,9 +239,6 @@ void CheckFiles(const CLI::App& app, const Raw& raw, Options& options) {
     if (options.json && options.jsonFile.empty() && options.command != Command::Adapters) {
         throw OptionError("--json: name the file to write: --json FILE.");
     }
-    if (options.outputFile && options.json && *options.outputFile == options.jsonFile) {
-        throw OptionError("--output and --json name the same file.");
-    }
 }
 
 Options CheckValues(const CLI::App& app, const Raw& raw, Command command) {
@@ -277,11 +302,8 @@ OptionsAnswer Refusal(const std::string& text) {
 void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
     app.set_help_flag("-h,--help", "Print this help and end");
-    app.set_version_flag("--version", kProductAndVersion, "Print the version and end");
-    app.footer(fmt::format(kFooter, kGuestHostNumbers[0], kGuestHostNumbers[1]));
+    app.set_version_flag("-V,--version", kProductAndVersion, "Print the version and end");
     app.require_subcommand(1);
-    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app.get_formatter()->label("Subcommands", "Commands");
     app.add_option(
            "--library", raw.library,
            "Virtual interface library: auto, pcap, tun, sim, sim:loss=5,delay=20,... or the path of a shared library")
@@ -295,17 +317,96 @@ void DefineGrammar(CLI::App& app, Raw& raw, std::optional<Command>& chosen) {
         {Command::Report, "Write the start-up diagnostics report and end"},
         {Command::Adapters, "List the host adapters"},
         {Command::Run, "Start the guest and answer ARP, RARP and ping until stopped"},
-        {Command::Ping, "ping TARGET: start the guest, run one ping test, stop the guest"},
+        {Command::Ping, "Start the guest, run one ping test, stop the guest"},
     };
     for (const auto& [command, help] : commands) {
         CLI::App* const sub = app.add_subcommand(NameOf(command), help);
+        sub->group("Commands");
         sub->fallthrough(); // options may stand before and after the command
         sub->set_help_flag();
         sub->callback([&chosen, value = command] { chosen = value; });
         if (command == Command::Ping) {
-            sub->add_option("TARGET", raw.target, "Host name or IPv4 address to ping")->type_name("");
+            sub->add_option("TARGET", raw.target, kAboutTarget)->type_name("");
         }
     }
+}
+
+// The help of `command`, or of all.
+OptionsAnswer Help(CLI::App& app, std::optional<Command> command) {
+    HelpFormat format(TerminalWidth(stdout));
+    const auto concerns = [command](const std::initializer_list<Command>& commands) {
+        return !command || std::ranges::find(commands, *command) != commands.end();
+    };
+    for (const Belonging& belonging : kBelongings) {
+        if (!concerns(belonging.commands)) {
+            app.get_option(belonging.option)->group(""); // is not shown
+        }
+    }
+    if (command) {
+        const bool isPing = *command == Command::Ping;
+        const std::string call = std::string("vnxtest-cli ") + NameOf(*command);
+        app.description(call + ": " + app.get_subcommand(NameOf(*command))->get_description() + ".");
+        format.SetUsage(call + " [OPTIONS]" + (isPing ? " TARGET" : ""));
+        format.LeaveCommandsOut();
+        if (isPing) {
+            format.Add({"TARGET:", {{"TARGET", kAboutTarget}}});
+        }
+    } else {
+        format.SetUsage("vnxtest-cli [OPTIONS] COMMAND [TARGET]");
+    }
+    if (concerns(kEngine)) {
+        format.Add({kAboutSimulation, {kSimulationOptions.begin(), kSimulationOptions.end()}});
+    }
+    std::string footer =
+        concerns(kEngine) ? fmt::format(kAboutValues, kGuestHostNumbers[0], kGuestHostNumbers[1]) : "";
+    footer += kAboutStatus;
+    std::string examples;
+    for (const Example& example : kExamples) {
+        examples += concerns(example.commands) ? example.line : "";
+    }
+    footer += examples.empty() ? "" : "\nExamples:\n" + examples;
+    app.footer(footer);
+    return {FromUtf8(format.make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)), false};
+}
+
+// " Did you mean --count?" for an option that does not exist, out of those that have an effect.
+std::string Suggestion(const CLI::App& app, std::optional<Command> command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options([](const auto* one) { return one->nonpositional(); })) {
+        const auto known = std::ranges::find_if(kBelongings, [option](const Belonging& belonging) {
+            return option->check_name(belonging.option);
+        });
+        if (!command || known == std::end(kBelongings) ||
+            std::ranges::find(known->commands, *command) != known->commands.end()) {
+            for (const std::string& name : option->get_lnames()) {
+                names.push_back("--" + name);
+            }
+        }
+    }
+    for (const std::string& unknown : app.remaining(true)) {
+        const std::string nearest =
+            unknown.starts_with("-") ? NearestName(unknown.substr(0, unknown.find('=')), names) : "";
+        if (!nearest.empty()) {
+            return " Did you mean " + nearest + "?";
+        }
+    }
+    return {};
+}
+
+// Of a command that does not exist, likewise.
+std::string SuggestedCommand(const std::string& unknown) {
+    const std::string nearest = NearestName(unknown, {"report", "adapters", "run", "ping"});
+    return nearest.empty() ? "" : "Did you mean " + nearest + "? ";
+}
+
+std::optional<Command> CommandOf(const CLI::App& app) {
+    const std::vector<CLI::App*> given = app.get_subcommands();
+    for (const Command command : {Command::Report, Command::Adapters, Command::Run, Command::Ping}) {
+        if (!given.empty() && given.front()->get_name() == NameOf(command)) {
+            return command;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -342,15 +443,17 @@ std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>
         app.parse(reversed);
         return CheckValues(app, raw, chosen.value());
     } catch (const CLI::CallForHelp&) {
-        // The whole help, also after a command.
-        const auto normal = CLI::AppFormatMode::Normal;
-        return OptionsAnswer{FromUtf8(app.get_formatter()->make_help(&app, app.get_name(), normal)), false};
+        return Help(app, CommandOf(app));
     } catch (const CLI::CallForVersion& version) {
         return OptionsAnswer{FromUtf8(version.what()) + L"\n", false};
     } catch (const CLI::RequiredError&) {
         const std::vector<std::string> unknown = app.remaining();
-        return Refusal((unknown.empty() ? "" : "There is no command \"" + unknown.front() + "\". ") +
+        return Refusal((unknown.empty() ? ""
+                                        : "There is no command \"" + unknown.front() + "\". " +
+                                              SuggestedCommand(unknown.front())) +
                        "Name one of the commands report, adapters, run or ping TARGET.");
+    } catch (const CLI::ExtrasError& problem) {
+        return Refusal(problem.what() + Suggestion(app, CommandOf(app)));
     } catch (const std::runtime_error& problem) { // CLI::ParseError and OptionError
         return Refusal(problem.what());
     }
