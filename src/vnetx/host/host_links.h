@@ -25,7 +25,7 @@ struct HostLink {
     MacAddress mac;          // zero if it has none
     std::uint32_t mtu = 0;
     bool up = false;
-    bool carrier = false; // up, and the link is
+    bool carrier = false; // frames can pass, as far as the link tells
     bool loopback = false;
     std::vector<HostLinkAddress> addresses; // IPv4, the primary one first
 };

@@ -25,7 +25,10 @@ HostLink LinkOf(const IP_ADAPTER_ADDRESSES& adapter) {
     link.captureName = "\\Device\\" + ToNarrow(kDriverPrefix) + adapter.AdapterName;
     link.index = adapter.IfIndex;
     link.mtu = adapter.Mtu;
-    link.up = link.carrier = adapter.OperStatus == IfOperStatusUp;
+    link.up = adapter.OperStatus == IfOperStatusUp;
+    // Others, such as "dormant" and "unknown", may well carry frames.
+    link.carrier = adapter.OperStatus != IfOperStatusDown && adapter.OperStatus != IfOperStatusNotPresent &&
+                   adapter.OperStatus != IfOperStatusLowerLayerDown;
     link.loopback = adapter.IfType == IF_TYPE_SOFTWARE_LOOPBACK;
     if (adapter.PhysicalAddressLength == 6) {
         std::array<std::uint8_t, 6> mac{};

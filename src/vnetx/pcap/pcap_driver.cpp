@@ -28,7 +28,7 @@ std::string FreshName() {
 
 PcapDriver::PcapDriver(const HostLink& link, InterfaceState& state)
     : Driver(state), m_device(link.captureName), m_linkIndex(link.index), m_linkMtu(link.mtu), m_watch(link),
-      m_neighbours(state, link.index) {}
+      m_neighbours(state, link.index), m_addresses(link.mac) {}
 
 PcapDriver::~PcapDriver() {
     std::vector<std::unique_ptr<Capture>> captures = m_neighbours.TakeCaptures();

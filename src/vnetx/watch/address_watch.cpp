@@ -87,12 +87,15 @@ bool AddressWatch::IsFromProbe(std::span<const std::uint8_t> frame) {
 void AddressWatch::HearArp(const ConstArpView& arp) {
     const MacAddress sender = arp.SenderHardwareAddress();
     if (!m_address.IsZero() && arp.SenderProtocolAddress() == m_address && sender != m_mac &&
-        !sender.IsZero() && !sender.IsGroup()) {
+        sender != m_host && !sender.IsZero() && !sender.IsGroup()) {
         NoteAddress(sender, false);
     }
 }
 
 void AddressWatch::HearOwnMac(std::span<const std::uint8_t> frame) {
+    if (m_mac == m_host) {
+        return; // the host has it, too, as was asked for
+    }
     const std::uint16_t type = ConstEthernetView::Over(frame)->EtherType();
     Ipv4Address by;
     if (type != kEtherTypeIpv6) {

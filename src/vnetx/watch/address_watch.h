@@ -27,9 +27,11 @@ public:
     // How long an answer to the probe is looked for.
     static constexpr auto kProbeTime = std::chrono::seconds(1);
 
-    // `now` is the clock; tests bring their own.
-    explicit AddressWatch(std::function<Clock::time_point()> now = [] { return Clock::now(); })
-        : m_now(std::move(now)) {}
+    // `host` is the MAC of the adapter: the host, which some captures show, too, is no other station. `now`
+    // is the clock; tests bring their own.
+    explicit AddressWatch(
+        MacAddress host, std::function<Clock::time_point()> now = [] { return Clock::now(); })
+        : m_host(host), m_now(std::move(now)) {}
 
     // The functions up to AddTo() are called under the reading lock.
 
@@ -51,6 +53,7 @@ private:
     void NoteAddress(MacAddress by, bool probed);
     WireFacts::Milliseconds SinceBegin() const;
 
+    const MacAddress m_host;
     const std::function<Clock::time_point()> m_now;
     MacAddress m_mac;
     Ipv4Address m_address;

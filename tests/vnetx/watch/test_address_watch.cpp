@@ -14,7 +14,8 @@ using namespace std::chrono_literals;
 using Frame = std::vector<std::uint8_t>;
 
 constexpr Ipv4Address kGuest(10, 0, 0, 100), kHost(10, 0, 0, 7), kOther(10, 0, 0, 8);
-constexpr MacAddress kGuestMac({2, 0, 0, 0, 0, 100}), kOtherMac({2, 0, 0, 0, 0, 8});
+constexpr MacAddress kGuestMac({2, 0, 0, 0, 0, 100}), kOtherMac({2, 0, 0, 0, 0, 8}),
+    kHostMac({2, 0, 0, 0, 0, 9});
 
 Frame FrameFrom(MacAddress source, std::uint16_t type, std::span<const std::uint8_t> payload) {
     Frame frame(EthernetView::kLength);
@@ -52,7 +53,7 @@ protected:
     }
 
     AddressWatch::Clock::time_point m_now{1h};
-    AddressWatch m_watch{[this] { return m_now; }};
+    AddressWatch m_watch{kHostMac, [this] { return m_now; }};
     ArpFrame m_probe{};
 };
 
@@ -73,13 +74,14 @@ TEST_F(Addresses, TheProbeSpeaksForNobodyAndOnlyWhatItCausedIsTaken) {
     EXPECT_EQ(Facts().addressInUse->first, 20ms);
     m_now += 2s;
     EXPECT_FALSE(m_watch.Takes(Answer(kOtherMac))) << "a frame like any other by now";
-    EXPECT_FALSE(AddressWatch().Begin(kGuestMac, {}));
+    EXPECT_FALSE(AddressWatch(kHostMac).Begin(kGuestMac, {}));
 }
 
 TEST_F(Addresses, AnArpPacketOfAnotherWithTheGuestsAddressIsAConflictAtAnyTime) {
     Hear({ArpOperation::Request, kOtherMac, kHost, {}, kGuest});
     Hear({ArpOperation::Request, kOtherMac, {}, {}, kGuest}); // another's probe: it does not use it yet
     Hear({ArpOperation::Request, kGuestMac, kGuest, {}, kHost});
+    Hear({ArpOperation::Request, kHostMac, kGuest, {}, kHost}); // what the user has asked for
     EXPECT_FALSE(Facts().addressInUse);
     m_now += 5s;
     Hear({ArpOperation::Request, kOtherMac, kGuest, {}, kHost});
