@@ -38,4 +38,19 @@ SeenList SeeLostCarrier(const Observations& observations);
 SeenList SeeAdapterDown(const Observations& observations);
 SeenList SeeFramesBeyondMtu(const Observations& observations);
 
+// Of addresses beside those of the host (address_rules.cpp).
+SeenList SeeTargetOnThisHost(const Observations& observations);
+SeenList SeeNoForwarding(const Observations& observations);
+SeenList SeeNoGateway(const Observations& observations);
+SeenList SeeGuestOutsideSubnet(const Observations& observations);
+SeenList SeeReservedGuestAddress(const Observations& observations);
+SeenList SeeGuestsAlike(const Observations& observations);
+
+// Of how a ping test went, and of frames that were not read (outcome_rules.cpp).
+SeenList SeeLateReplies(const Observations& observations);
+SeenList SeeLossInBursts(const Observations& observations);
+SeenList SeeSteadyLoss(const Observations& observations);
+SeenList SeeFullBuffer(const Observations& observations);
+SeenList SeeNoFrames(const Observations& observations);
+
 } // namespace vnxtest

@@ -5,6 +5,10 @@
 namespace vnxtest {
 
 std::wstring Counted(std::uint64_t count, std::wstring_view noun) {
+    if (count != 1 && noun.ends_with(L'y')) {
+        noun.remove_suffix(1);
+        return Sprintf(L"%u %sies", count, std::wstring(noun));
+    }
     return Sprintf(count == 1 ? L"%u %s" : L"%u %ss", count, std::wstring(noun));
 }
 

@@ -10,7 +10,7 @@
 
 namespace vnxtest {
 
-// "1 echo request", "3 echo requests".
+// "1 echo request", "3 echo requests", "3 echo replies".
 std::wstring Counted(std::uint64_t count, std::wstring_view noun);
 // "the guest"; with two interfaces in use "the guest's interface 2".
 std::wstring NameOfGuest(const Observations& observations, const InterfaceObservations& guest);

@@ -335,6 +335,9 @@ void Session::StopGuest() {
         if (const std::wstring note = DescribeDroppedFrames(m_guest->Interface(index).counted, index);
             !note.empty()) {
             Complain(note);
+            Finding& told = m_toldAdvice.emplace_back(); // the same in other words
+            told.id = "capture-buffer-overflowed";
+            told.interfaceNumber = index + 1;
         }
     }
     TellAdvice();

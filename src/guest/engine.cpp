@@ -58,7 +58,7 @@ void Engine::EndGuest() {
 }
 
 Findings Engine::Advice() const {
-    return Advise(Observe(*m_guest));
+    return Advise(Observe(*m_guest, *m_library));
 }
 
 } // namespace vnxtest

@@ -57,6 +57,9 @@ public:
     // The use of the second interface, as last confirmed.
     bool UsesTwoInterfaces() const { return m_useTwoInterfaces; }
     PingTest& Ping() { return m_pingTest; }
+    const PingTest& Ping() const { return m_pingTest; }
+    // The interface of the last ping test: 0 or 1.
+    int PingsFrom() const { return m_pingFromInterface1 ? 0 : 1; }
     HostNetwork& Host() { return m_host; }
 
     // What there is to know of a run for those who judge it (guest/observe.h).

@@ -6,7 +6,8 @@
 
 namespace vnxtest {
 
-// Also while the guest runs. Asks nobody and waits for nothing. User-interface thread.
-Observations Observe(const Guest& guest);
+// Also while the guest runs, with `library`. Asks nobody and waits for nothing; of a ping test it takes the
+// records that are kept (PingTest::KeepRecords, once it is over). User-interface thread.
+Observations Observe(const Guest& guest, const VnetxLibrary& library);
 
 } // namespace vnxtest

@@ -10,7 +10,7 @@ namespace {
 InterfaceObservations Guest(int number) {
     InterfaceObservations guest;
     guest.number = number;
-    guest.guestIp = Ipv4Address(10, 1, 2, 111);
+    guest.guestIp = Ipv4Address(10, 1, 2, number == 1 ? 111 : 112);
     return guest;
 }
 
@@ -19,13 +19,19 @@ void Ignore(InterfaceObservations& guest, IgnoredPing kind, std::uint64_t count)
         count, {Ipv4Address(10, 1, 2, 1), Ipv4Address(10, 1, 2, 2), Ipv4Address(10, 1, 2, 3)}};
 }
 
+Observations With(std::vector<InterfaceObservations> interfaces) {
+    Observations observed;
+    observed.interfaces = std::move(interfaces);
+    return observed;
+}
+
 TEST(Advice, NothingSeenIsNothingSaid) {
     EXPECT_TRUE(Advise({}).empty());
-    EXPECT_TRUE(Advise({.interfaces = {Guest(1), Guest(2)}}).empty());
+    EXPECT_TRUE(Advise(With({Guest(1), Guest(2)})).empty());
 }
 
 TEST(Advice, SaysWhatWasSeenOncePerInterfaceWithFiguresAndSenders) {
-    Observations observed{.interfaces = {Guest(1), Guest(2)}};
+    Observations observed = With({Guest(1), Guest(2)});
     Ignore(observed.interfaces[0], IgnoredPing::RequestWithoutData, 1);
     Ignore(observed.interfaces[1], IgnoredPing::RequestDontFragment, 7);
     const Findings findings = Advise(observed);
@@ -52,6 +58,119 @@ TEST(Advice, RemembersTheLastSenders) {
               (std::vector{Ipv4Address(10, 0, 0, 4), Ipv4Address(10, 0, 0, 2), Ipv4Address(10, 0, 0, 3)}));
     pings.Clear();
     EXPECT_TRUE(pings.Read(IgnoredPing::ReplyForeign).senders.empty());
+}
+
+std::vector<std::string> IdsOf(const Observations& observed) {
+    std::vector<std::string> ids;
+    for (const Finding& finding : Advise(observed)) {
+        EXPECT_FALSE(finding.seen.empty() || finding.means.empty() || finding.action.empty());
+        ids.emplace_back(finding.id);
+    }
+    return ids;
+}
+
+// A test of as many pings as `answers` has characters: "+" answered in time, "l" answered 40 ms too late, "-"
+// lost, "?" not decided yet.
+PingSummary Pinged(const std::string& answers, bool over = true, std::uint32_t now = 1000) {
+    constexpr std::uint32_t kTimeout = 100, kLate = 40;
+    PingRecords records;
+    for (const char answer : answers) {
+        CPing ping;
+        ping.dwDeadlineTick = kTimeout;
+        ping.nReplies = answer == '+' || answer == 'l' ? 1 : 0;
+        ping.nTimeouts = answer == '-' || answer == 'l' ? 1 : 0;
+        ping.dwReplyTick = answer == 'l' ? kTimeout + kLate : 1;
+        records.pings.push_back(ping);
+    }
+    return Summarize({.target = Ipv4Address(10, 1, 2, 9), .targetName = L"", .timeout = kTimeout}, records,
+                     over, now);
+}
+
+Observations Tested(const PingSummary& ping) {
+    Observations observed = With({Guest(1)});
+    observed.ping = ping;
+    observed.interfaces[0].adapterIp = Ipv4Address(10, 1, 2, 3);
+    observed.interfaces[0].netMask = Ipv4Address::Mask(24);
+    observed.host.addresses = {Ipv4Address(10, 1, 2, 3)};
+    return observed;
+}
+
+std::string Repeated(int times, const std::string& text) {
+    std::string result;
+    for (int time = 0; time < times; ++time) {
+        result += text;
+    }
+    return result;
+}
+
+TEST(Advice, KnowsPatternsOfLossAndLateness) {
+    using Ids = std::vector<std::string>;
+    const struct {
+        std::string answers;
+        Ids wanted;
+    } cases[] = {
+        {Repeated(40, "+"), {}},
+        {Repeated(10, "+"), {}},
+        {Repeated(36, "+") + "---+", {"loss-in-bursts"}},
+        {Repeated(37, "+") + "--+", {}}, // too few for a pattern
+        {"---" + Repeated(10, "+"), {}}, // too short a test
+        {Repeated(10, "++++-"), {"steady-loss"}},
+        {Repeated(3, "++++++++-"), {}},
+        {Repeated(30, "-+-"), {"steady-loss"}}, // many are lost, but the runs are as short as by chance
+        {Repeated(20, "-") + Repeated(20, "+"), {"loss-in-bursts"}},
+        {Repeated(40, "-"), {}}, // a target that does not answer is another matter
+        {"l", {"late-replies"}},
+        {Repeated(10, "+") + "l", {}}, // less than a tenth
+        {Repeated(9, "+") + "l", {"late-replies"}},
+    };
+    for (const auto& [answers, wanted] : cases) {
+        EXPECT_EQ(IdsOf(Tested(Pinged(answers))), wanted) << answers;
+        EXPECT_EQ(IdsOf(Tested(Pinged(answers, false))), Ids{}) << "not before the end: " << answers;
+    }
+    Observations dropped = Tested(Pinged(Repeated(10, "++++-")));
+    dropped.interfaces[0].droppedByDriver = 2;
+    EXPECT_EQ(IdsOf(dropped), Ids{"capture-buffer-overflowed"}) << "that explains the loss";
+    EXPECT_EQ(Pinged("lll+").medianLateness, 40U);
+}
+
+// Why nothing is answered is told only when there was time to answer.
+TEST(Advice, SaysNothingOfAddressesBeforeThereWasTimeToAnswer) {
+    const auto withTarget = [](PingSummary ping, Ipv4Address target) {
+        ping.target = target;
+        return Tested(ping);
+    };
+    const Ipv4Address host(10, 1, 2, 3), elsewhere(10, 9, 9, 9);
+    const std::vector<std::string> own{"target-on-this-host"};
+    EXPECT_TRUE(IdsOf(withTarget(Pinged("?", false, 4999), host)).empty());
+    EXPECT_EQ(IdsOf(withTarget(Pinged("?", false, 5000), host)), own);
+    EXPECT_TRUE(IdsOf(withTarget(Pinged("?"), host)).empty()) << "stopped before the first time-out";
+    EXPECT_EQ(IdsOf(withTarget(Pinged("-"), host)), own);
+    EXPECT_TRUE(IdsOf(withTarget(Pinged("-+"), host)).empty());
+    EXPECT_TRUE(IdsOf(withTarget(Pinged("+"), elsewhere)).empty());
+    EXPECT_EQ(IdsOf(withTarget(Pinged("-"), elsewhere)), std::vector<std::string>{"no-gateway"});
+}
+
+TEST(Advice, KnowsAddressesThatNoGuestCanHave) {
+    Observations alike = With({Guest(1), Guest(2)});
+    alike.interfaces[0].guestMac = alike.interfaces[1].guestMac = MacAddress({2, 0, 0, 0, 0, 1});
+    EXPECT_EQ(IdsOf(alike), std::vector<std::string>{"guests-alike"});
+    const struct {
+        Ipv4Address ip;
+        bool reserved;
+    } cases[] = {{Ipv4Address(10, 1, 2, 0), true},
+                 {Ipv4Address(10, 1, 2, 255), true},
+                 {Ipv4Address(10, 1, 2, 1), false},
+                 {Ipv4Address(10, 1, 3, 255), false},
+                 {Ipv4Address(127, 0, 0, 1), true},
+                 {Ipv4Address(224, 0, 0, 9), true},
+                 {Ipv4Address(10, 1, 2, 254), false},
+                 {Ipv4Address(240, 0, 0, 1), true},
+                 {Ipv4Address(), false}};
+    for (const auto& [ip, reserved] : cases) {
+        Observations observed = Tested(Pinged("+"));
+        observed.interfaces[0].guestIp = ip;
+        EXPECT_EQ(!IdsOf(observed).empty(), reserved) << ip.Host();
+    }
 }
 
 } // namespace

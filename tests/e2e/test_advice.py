@@ -3,7 +3,8 @@
 import json
 
 import frames
-from cases import GUEST_IP, GUEST_MAC, PEER_IP, NetworkCase
+from cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, timeout
+from lab.network import why_no_tun_device
 
 
 def advice_in(results):
@@ -98,3 +99,88 @@ class Findings(NetworkCase):
             guest = self.ping(target, "tap", "--count", 2, "--delay", 1, "--size", 1000, "--timeout", 100, "--json", self.results)
             found, = self.assert_advice(guest, wanted)
             self.assertEqual(found["evidence"], {"count": 2, "senders": [PEER_IP], **detail})
+
+    def unanswered(self, target, *wanted, **options):
+        """A ping test of which nothing comes back, and why."""
+        guest = self.ping(target, "tap", "--count", 2, "--delay", 1, "--timeout", 100, "--proceed", "--json", self.results, **options)
+        self.assertEqual(guest.status, 1, guest.story())
+        return self.assert_advice(guest, *wanted)
+
+    def test_addresses_that_cannot_work(self):
+        self.unanswered(HOST_IP, "target-on-this-host")
+        self.unanswered("10.9.9.9", "no-gateway", gateway=None)
+        self.peer.ip("route", "add", "10.9.9.0/24", "dev", "lo")  # it answers ARP for such a guest, and replies elsewhere
+        found, = self.unanswered(PEER_IP, "guest-outside-subnet", guest_ip="10.9.9.9")
+        self.assertEqual(found["evidence"], {"guestIp": "10.9.9.9", "adapterIp": HOST_IP, "mask": "255.255.255.0"})
+        for arguments, wanted in ((self.arguments(["run"], guest_ip="10.77.0.255"), "guest-address-reserved"),
+                                  ([*self.arguments(["run"]), "--adapter2", HOST_IP, "--guest-ip2", GUEST_IP], "guests-alike")):
+            guest = self.run_program(*arguments, "--proceed", "--duration", 0.3, "--json", self.results, namespace=self.host)
+            self.assertEqual(guest.status, 0, guest.story())
+            self.assert_advice(guest, wanted)
+
+    def test_a_host_that_does_not_forward(self):
+        """What the advice says helps."""
+        if why_no_tun_device():
+            self.skipTest(why_no_tun_device())
+        self.host.write("net/ipv4/ip_forward", 0)
+        self.unanswered(PEER_IP, "host-does-not-forward", library="tun", gateway=None)
+        for parameter in ("ip_forward", "conf/all/proxy_arp"):
+            self.host.write(f"net/ipv4/{parameter}", 1)
+        guest = self.ping(PEER_IP, "tap", "--count", 3, "--timeout", 5000, "--json", self.results, library="tun", gateway=None)
+        self.assertEqual(guest.status, 0, guest.story())
+        self.assert_advice(guest)
+
+    def test_an_adapter_to_which_nothing_comes(self):
+        """One that hands on frames for its own MAC address only, as hypervisors do it."""
+        self.host.ip("address", "flush", "dev", "adapter")
+        self.host.ip("link", "add", "link", "adapter", "name", "virtual", "address", "52:54:00:00:00:01", "type", "macvlan", "mode",
+                     "private")
+        self.host.ip("address", "add", HOST_IP + "/24", "dev", "virtual")
+        self.host.ip("link", "set", "virtual", "up")
+        guest = self.ping(PEER_IP, "tap", "--count", 2, "--delay", 1, "--timeout", 100, "--json", self.results)
+        found = {finding["id"]: finding["evidence"] for finding in advice_in(self.results)}
+        self.assertEqual(found["no-frames"], {"framesRead": 0, "adapter": "virtual", "refusesPromiscuous": False,
+                                              "ofVirtualMachine": True}, guest.story())
+
+    def test_how_a_test_went(self):
+        """Late replies, and two patterns of loss."""
+        def late(reply, number):
+            return [(0.25, reply)]
+
+        def burst(reply, number):
+            return [] if 11 <= number <= 18 else [(0, reply)]
+
+        def now_and_then(reply, number):
+            return [] if number % 7 == 0 else [(0, reply)]
+
+        for number, (answers, count, limit, wanted) in enumerate((
+                (late, 4, 100, ["late-replies"]), (late, 4, 5000, []), (burst, 40, 300, ["loss-in-bursts"]),
+                (now_and_then, 40, 300, ["steady-loss"]))):
+            responder = self.respond(answers, f"10.77.0.{50 + number}")
+            guest = self.ping(responder.address, "tap", "--count", count, "--delay", 5, "--timeout", limit, "--json", self.results)
+            for finding in self.assert_advice(guest, *wanted):
+                self.assertIn(finding["evidence"].get("lost", 0), (0, 5, 8))
+
+    @timeout(180)
+    def test_clean_runs_give_none(self):
+        """Every library and mode, pings both ways: nothing to be said."""
+        kinds = [("pcap", mode, self.peer, PEER_IP, PEER_IP) for mode in ("tap", "tun")]
+        kinds += [("tun", mode, self.host, HOST_IP, None) for mode in ("tap", "tun") if not why_no_tun_device()]
+        for library, mode, namespace, target, gateway in kinds:
+            for extra in ((), ("--socket-notify",)):
+                with self.subTest(library=library, mode=mode, extra=extra):
+                    options = dict(library=library, gateway=gateway)
+                    guest = self.run_guest(mode, "--proceed", "--json", self.results, *extra, **options)
+                    for size in (1, 56, 1472):
+                        self.assert_pinged(namespace, GUEST_IP, 5, "-i", "0.02", "-s", size)
+                    self.assertEqual(guest.stop()[0], 0, guest.story())
+                    self.assert_advice(guest)
+                    guest = self.ping(target, mode, "--count", 30, "--delay", 2, "--timeout", 5000, "--proceed", "--json", self.results,
+                                      *extra, **options)
+                    self.assertEqual(guest.status, 0, guest.story())
+                    self.assert_advice(guest)
+        for mode in ("tap", "tun"):
+            guest = self.run_program("ping", "198.18.0.2", "--library", "sim", "--mode", mode, "--no-report", "--count", 30, "--delay", 1,
+                                     "--json", self.results)
+            self.assertEqual(guest.status, 0, guest.story())
+            self.assert_advice(guest)

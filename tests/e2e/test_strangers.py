@@ -1,5 +1,6 @@
 """Frames that a stranger on the wire has forged: they cost their sender something, and nobody else."""
 
+import json
 import os
 import random
 import re
@@ -120,6 +121,9 @@ class Strangers(NetworkCase):
                 told = self.told(guest)
                 dropped = told["droppedByDriver"]
                 self.assertIn(dropped, range(1000, 2000) if library != "sim" else [0], guest.story())
+                advice = json.loads(self.results.read_text(encoding="utf-8"))["advice"]
+                self.assertEqual([finding["id"] for finding in advice], ["capture-buffer-overflowed"] * (dropped > 0))
+                self.assertNotIn("advice:", guest.errors(), "the note says it")
                 note = f"note: {dropped} frames for interface 1 were dropped unread, for the driver's buffer of 64K was full."
                 self.assertEqual((note in guest.errors(), "--driver-buffer 256." in guest.errors()), (dropped > 0,) * 2)
 

@@ -135,7 +135,7 @@ class Ping(TerminalCase):
     def test_results_agree_with_the_document_and_repeat(self):
         seen = []
         for seed in (7, 7, 8):
-            guest = self.ping("--count", 300, "--timeout", 200, "--mode", "tap", "--json", self.json, status=1,
+            guest = self.ping("--count", 300, "--timeout", 200, "--mode", "tap", "--json", self.json, status=1, note="advice: ",
                               library=f"sim:loss=10,dup=10,late=5,df=5,corrupt=5,truncate=5,foreign=5,reorder=10,seed={seed}")
             text, results = guest.text(), self.results()
             figures, told = ping_statistics(text), results["ping"]["statistics"]
