@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "advice/ping_summary.h"
+#include "advice/ping_course.h"
 #include "core/ignored_pings.h"
 #include "vnetx/wire_facts.h"
 #include "wrenlib/address.h"
@@ -70,7 +70,7 @@ struct Observations {
     std::vector<Ipv4Address> gateways{};           // of the host's routes, and the one of the settings
     HostObservations host{};
     // The ping test that runs, or ran last, and the number of its interface.
-    std::optional<PingSummary> ping{};
+    std::optional<PingCourse> ping{};
     int pingInterface = 1;
 
     // The interface of a ping test that nobody has answered although there was time to; null if there is

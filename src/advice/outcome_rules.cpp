@@ -19,7 +19,7 @@ bool HasDropped(const Observations& observations) {
 }
 
 // A test that is over, of some length, with losses that this program is not to blame for.
-const PingSummary* LossyTest(const Observations& observations) {
+const PingCourse* LossyTest(const Observations& observations) {
     constexpr std::uint64_t kFewest = 20; // of fewer pings no pattern can be seen
     const auto& ping = observations.ping;
     return ping && ping->over && ping->sent >= kFewest && ping->answered != 0 && ping->lost != 0 &&
@@ -30,13 +30,13 @@ const PingSummary* LossyTest(const Observations& observations) {
 
 // Losses that do not depend on each other come in runs of 1 / (1 - share lost) on average; twice that is no
 // chance.
-bool AreBursts(const PingSummary& ping) {
+bool AreBursts(const PingCourse& ping) {
     constexpr std::uint64_t kShortest = 3;
     return ping.longestLossRun >= kShortest &&
            ping.lost * (ping.sent - ping.lost) >= 2 * ping.lossRuns * ping.sent;
 }
 
-Evidence LossEvidence(const PingSummary& ping) {
+Evidence LossEvidence(const PingCourse& ping) {
     return {{"sent", ping.sent},
             {"lost", ping.lost},
             {"bursts", ping.lossRuns},
@@ -66,7 +66,7 @@ SeenList SeeLateReplies(const Observations& observations) {
 }
 
 SeenList SeeLossInBursts(const Observations& observations) {
-    const PingSummary* const ping = LossyTest(observations);
+    const PingCourse* const ping = LossyTest(observations);
     if (ping == nullptr || !AreBursts(*ping)) {
         return {};
     }
@@ -81,7 +81,7 @@ SeenList SeeLossInBursts(const Observations& observations) {
 
 SeenList SeeSteadyLoss(const Observations& observations) {
     constexpr std::uint64_t kFewestRuns = 4;
-    const PingSummary* const ping = LossyTest(observations);
+    const PingCourse* const ping = LossyTest(observations);
     if (ping == nullptr || AreBursts(*ping) || ping->lossRuns < kFewestRuns) {
         return {};
     }

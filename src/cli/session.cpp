@@ -231,8 +231,11 @@ bool Session::MayGoOn() const {
 
 int Session::RunGuest() {
     const std::optional<Moment> end = DurationFromNow();
-    while (MayGoOn() && Step(end) == TerminalEvent::Message) {
-        // until it is interrupted, or the duration is over
+    m_advice.BeginWatch();
+    bool goesOn = true;
+    while (goesOn && MayGoOn()) { // until it is interrupted, or the duration is over
+        const TerminalEvent event = Step(std::min(end.value_or(Moment::max()), m_advice.NextLook()));
+        goesOn = event == TerminalEvent::Message || (event == TerminalEvent::TimedOut && LookForAdvice());
     }
     StopGuest();
     if (!m_rights.Problem().empty()) {
@@ -268,12 +271,16 @@ void Session::AwaitPingTest() {
     LiveLine line(!m_options.quiet);
     const PingProgress progress(m_guest->Ping(), m_guest->Ping().Plan(), end);
     Moment nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
+    m_advice.BeginWatch();
     while (m_guest->IsPinging()) {
-        const bool progressFirst = line.IsOn() && (!end || nextProgress < *end);
-        const TerminalEvent event = Step(progressFirst ? std::optional(nextProgress) : end);
+        const Moment next = std::min(end.value_or(Moment::max()), m_advice.NextLook());
+        const bool progressFirst = line.IsOn() && nextProgress < next;
+        const TerminalEvent event = Step(progressFirst ? nextProgress : next);
         if (event == TerminalEvent::TimedOut && progressFirst) {
             nextProgress = std::chrono::steady_clock::now() + kProgressInterval;
             line.Show(progress.Line());
+        } else if (event == TerminalEvent::TimedOut && LookForAdvice()) {
+            continue;
         } else if (event == TerminalEvent::TimedOut) {
             m_guest->Ping().EndSending(); // the duration is over; open pings are still decided
             end.reset();
@@ -335,23 +342,33 @@ void Session::StopGuest() {
         if (const std::wstring note = DescribeDroppedFrames(m_guest->Interface(index).counted, index);
             !note.empty()) {
             Complain(note);
-            Finding& told = m_toldAdvice.emplace_back(); // the same in other words
-            told.id = "capture-buffer-overflowed";
-            told.interfaceNumber = index + 1;
+            m_advice.NoteTold("capture-buffer-overflowed", index + 1); // in other words
         }
     }
-    TellAdvice();
+    m_advice.Tell(m_engine.Advice());
 }
 
-void Session::TellAdvice() {
-    m_advice = m_engine.Advice();
-    for (const Finding& finding : m_advice) {
-        const auto same = [&finding](const Finding& told) { return told.IsSameAs(finding); };
-        if (std::ranges::none_of(m_toldAdvice, same)) {
-            Complain(L"advice: " + finding.Text());
-            m_toldAdvice.push_back(finding);
-        }
+// How many pings of the test, or requests to the guest, were answered.
+std::uint64_t Session::CountAnswers() const {
+    if (m_pingStarted) {
+        return m_guest->Ping().FiguresSoFar(false).statistics.received;
     }
+    std::uint64_t answers = 0;
+    for (int index = 0; index < InterfacesWanted(); ++index) {
+        answers += m_guest->Interface(index).counted.echoRequestsAnswered;
+    }
+    return answers;
+}
+
+// True if it was time to look for advice since nothing is answered.
+bool Session::LookForAdvice() {
+    if (std::chrono::steady_clock::now() < m_advice.NextLook()) {
+        return false;
+    }
+    if (m_advice.IsQuiet(CountAnswers())) {
+        m_advice.Tell(m_engine.Advice());
+    }
+    return true;
 }
 
 bool Session::SaveJson(std::string text, const std::wstring& complaint) {
@@ -410,7 +427,7 @@ int Session::Finish(int status) {
         results.command = ToWide(NameOf(m_options.command));
         results.exitStatus = status;
         results.problem = m_problem;
-        results.advice = m_advice;
+        results.advice = m_advice.Latest();
         results.beganUnixNs = m_beganUnixNs;
         results.endedUnixNs = ClockReading::Now().unixNs;
         for (std::size_t index = 0; m_guestStarted && index < results.interfaces.size(); ++index) {

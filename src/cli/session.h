@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "cli/advice_teller.h"
 #include "cli/messages/interruption.h"
 #include "cli/options/options.h"
 #include "cli/output/console.h"
@@ -66,8 +67,8 @@ private:
     TerminalEvent Step(std::optional<Moment> deadline);
     std::optional<Moment> DurationFromNow() const;
     void StopGuest();
-    // Tells what there is to be said of the run and has not been told yet.
-    void TellAdvice();
+    std::uint64_t CountAnswers() const;
+    bool LookForAdvice();
     void TellProfileProblem();
     std::wstring DescribeStop() const;
     // Any message makes the main thread check its state. Any thread.
@@ -103,8 +104,7 @@ private:
     bool m_pingStarted = false;
     bool m_guestEndedByItself = false;
     std::wstring m_toldProfileProblem;
-    Findings m_advice; // of the last look, and what was told of it
-    Findings m_toldAdvice;
+    AdviceTeller m_advice;
     std::wstring m_problem;
 };
 

@@ -113,13 +113,12 @@ std::vector<Ipv4Address> GatewaysOf(const HostNetwork& host) {
     return gateways;
 }
 
-std::optional<PingSummary> ObservePing(const PingTest& test) {
+std::optional<PingCourse> ObservePing(const PingTest& test) {
     if (test.IsRunning()) {
-        return Summarize(test.Plan(), test.CopyPings(0), false, GetTicks());
+        return CourseSoFar(test.Plan(), test.FiguresSoFar(false), GetTicks());
     }
     const PingTestResult& result = test.Result();
-    return result.complete ? std::optional(Summarize(result.plan, result.records, true, GetTicks()))
-                           : std::nullopt;
+    return result.complete ? std::optional(CourseOf(result.plan, result.records)) : std::nullopt;
 }
 
 } // namespace

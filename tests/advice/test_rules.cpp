@@ -70,8 +70,9 @@ std::vector<std::string> IdsOf(const Observations& observed) {
 }
 
 // A test of as many pings as `answers` has characters: "+" answered in time, "l" answered 40 ms too late, "-"
-// lost, "?" not decided yet.
-PingSummary Pinged(const std::string& answers, bool over = true, std::uint32_t now = 1000) {
+// lost, "?" not decided
+// yet.
+PingCourse Pinged(const std::string& answers) {
     constexpr std::uint32_t kTimeout = 100, kLate = 40;
     PingRecords records;
     for (const char answer : answers) {
@@ -82,11 +83,10 @@ PingSummary Pinged(const std::string& answers, bool over = true, std::uint32_t n
         ping.dwReplyTick = answer == 'l' ? kTimeout + kLate : 1;
         records.pings.push_back(ping);
     }
-    return Summarize({.target = Ipv4Address(10, 1, 2, 9), .targetName = L"", .timeout = kTimeout}, records,
-                     over, now);
+    return CourseOf({.target = Ipv4Address(10, 1, 2, 9), .targetName = L"", .timeout = kTimeout}, records);
 }
 
-Observations Tested(const PingSummary& ping) {
+Observations Tested(const PingCourse& ping) {
     Observations observed = With({Guest(1)});
     observed.ping = ping;
     observed.interfaces[0].adapterIp = Ipv4Address(10, 1, 2, 3);
@@ -125,7 +125,9 @@ TEST(Advice, KnowsPatternsOfLossAndLateness) {
     };
     for (const auto& [answers, wanted] : cases) {
         EXPECT_EQ(IdsOf(Tested(Pinged(answers))), wanted) << answers;
-        EXPECT_EQ(IdsOf(Tested(Pinged(answers, false))), Ids{}) << "not before the end: " << answers;
+        PingCourse running = Pinged(answers);
+        running.over = false;
+        EXPECT_EQ(IdsOf(Tested(running)), Ids{}) << "not before the end: " << answers;
     }
     Observations dropped = Tested(Pinged(Repeated(10, "++++-")));
     dropped.interfaces[0].droppedByDriver = 2;
@@ -135,14 +137,17 @@ TEST(Advice, KnowsPatternsOfLossAndLateness) {
 
 // Why nothing is answered is told only when there was time to answer.
 TEST(Advice, SaysNothingOfAddressesBeforeThereWasTimeToAnswer) {
-    const auto withTarget = [](PingSummary ping, Ipv4Address target) {
+    const auto withTarget = [](PingCourse ping, Ipv4Address target) {
         ping.target = target;
         return Tested(ping);
     };
     const Ipv4Address host(10, 1, 2, 3), elsewhere(10, 9, 9, 9);
     const std::vector<std::string> own{"target-on-this-host"};
-    EXPECT_TRUE(IdsOf(withTarget(Pinged("?", false, 4999), host)).empty());
-    EXPECT_EQ(IdsOf(withTarget(Pinged("?", false, 5000), host)), own);
+    PingFigures figures;
+    figures.statistics.sent = 1;
+    figures.firstTick = 77;
+    EXPECT_TRUE(IdsOf(withTarget(CourseSoFar({}, figures, 77 + 4999), host)).empty());
+    EXPECT_EQ(IdsOf(withTarget(CourseSoFar({}, figures, 77 + 5000), host)), own);
     EXPECT_TRUE(IdsOf(withTarget(Pinged("?"), host)).empty()) << "stopped before the first time-out";
     EXPECT_EQ(IdsOf(withTarget(Pinged("-"), host)), own);
     EXPECT_TRUE(IdsOf(withTarget(Pinged("-+"), host)).empty());

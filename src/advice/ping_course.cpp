@@ -1,18 +1,26 @@
-#include "advice/ping_summary.h"
+#include "advice/ping_course.h"
 
 #include <algorithm>
 
 namespace vnxtest {
 
-bool PingSummary::IsUnanswered() const {
+bool PingCourse::IsUnanswered() const {
     constexpr std::uint32_t kPatience = 5000;
     return answered == 0 && sent != 0 && (over ? lost != 0 : sinceFirst >= kPatience);
 }
 
-PingSummary Summarize(const PingPlan& plan, const PingRecords& records, bool over, std::uint32_t now) {
-    PingSummary result{.target = plan.target, .dataSize = plan.dataSize, .timeout = plan.timeout};
+PingCourse CourseSoFar(const PingPlan& plan, const PingFigures& figures, std::uint32_t now) {
+    PingCourse result{.target = plan.target, .dataSize = plan.dataSize, .timeout = plan.timeout};
+    result.sent = figures.statistics.sent;
+    result.answered = figures.statistics.received;
+    result.sinceFirst = result.sent != 0 ? now - figures.firstTick : 0;
+    return result;
+}
+
+PingCourse CourseOf(const PingPlan& plan, const PingRecords& records) {
+    PingCourse result{.target = plan.target, .dataSize = plan.dataSize, .timeout = plan.timeout};
     PingTotals totals = records.letGo;
-    result.over = over;
+    result.over = true;
     result.lost = totals.sent - totals.received;
     std::vector<std::uint32_t> lateness;
     std::uint64_t run = 0;
@@ -31,9 +39,6 @@ PingSummary Summarize(const PingPlan& plan, const PingRecords& records, bool ove
     result.answered = totals.received;
     result.late = totals.late;
     result.longestRoundTrip = totals.maximum;
-    if (!records.pings.empty()) {
-        result.sinceFirst = now - records.pings.front().dwSentTick;
-    }
     if (!lateness.empty()) {
         const auto middle = lateness.begin() + static_cast<std::ptrdiff_t>(lateness.size() / 2);
         std::nth_element(lateness.begin(), middle, lateness.end());

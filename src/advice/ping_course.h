@@ -5,11 +5,11 @@
 #include <cstdint>
 
 #include "core/ping_plan.h"
-#include "ping/ping_list.h"
+#include "ping/ping_book.h"
 
 namespace vnxtest {
 
-struct PingSummary {
+struct PingCourse {
     Ipv4Address target;
     std::uint32_t dataSize = 0;
     std::uint32_t timeout = 0; // milliseconds, as all times here
@@ -29,7 +29,9 @@ struct PingSummary {
     bool IsUnanswered() const;
 };
 
-// `records` are all that is kept of the test; `now` is the present tick (wrenlib/ticks.h).
-PingSummary Summarize(const PingPlan& plan, const PingRecords& records, bool over, std::uint32_t now);
+// Of a test that runs: without what only its records tell. `now` is the present tick (wrenlib/ticks.h).
+PingCourse CourseSoFar(const PingPlan& plan, const PingFigures& figures, std::uint32_t now);
+// Of one that is over; `records` are all that is kept of it.
+PingCourse CourseOf(const PingPlan& plan, const PingRecords& records);
 
 } // namespace vnxtest
