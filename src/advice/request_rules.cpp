@@ -58,7 +58,7 @@ SeenList SeeDontFragmentRequests(const Observations& observations) {
         observations, {{IgnoredPing::RequestDontFragment, "count"}},
         {L"echo request", L"%s for %s %s ignored for the Don't-Fragment bit alone, last from %s.",
          L"The guest takes a packet with that bit for a fragment and does not answer it, so the sender takes the guest for dead. Linux sets the bit in what its ping and most other programs send; Windows does not.",
-         L"Ping without the bit: on Linux with \"ping -M dont\"."});
+         L"Ping without the bit: on Linux with \"ping -M dont\". For fping and others, \"sysctl -w net.ipv4.ip_no_pmtu_disc=1\" on the sender takes it away."});
 }
 
 SeenList SeeRequestsWithoutData(const Observations& observations) {
@@ -66,7 +66,7 @@ SeenList SeeRequestsWithoutData(const Observations& observations) {
         observations, {{IgnoredPing::RequestWithoutData, "count"}},
         {L"echo request", L"%s for %s %s ignored for being without data (\"Too tiny\"), last from %s.",
          L"The guest answers a ping only if it carries at least one byte. Scanners such as nmap -PE, nping and hping3 send none unless they are told to, and take the guest for dead.",
-         L"Have the sender put data in: nmap -PE --data-length 32, nping --icmp --data-length 32, hping3 -1 -d 32, fping -b 32, ping -s 32."});
+         L"Have the sender put data in: nmap -PE --data-length 32, nping --icmp --data-length 32, hping3 -1 -d 32, ping -M dont -s 32."});
 }
 
 SeenList SeeFragments(const Observations& observations) {
