@@ -155,7 +155,7 @@ std::vector<Rule> CallsOnDescriptors() {
                 SCMP_SYS(poll),       SCMP_SYS(ppoll),       SCMP_SYS(select),    SCMP_SYS(pselect6),
                 SCMP_SYS(epoll_wait), SCMP_SYS(epoll_pwait), SCMP_SYS(epoll_ctl), SCMP_SYS(eventfd2),
                 SCMP_SYS(recvfrom),   SCMP_SYS(recvmsg),     SCMP_SYS(shutdown),  SCMP_SYS(getsockname),
-                SCMP_SYS(getsockopt)});
+                SCMP_SYS(getsockopt), SCMP_SYS(ftruncate)});
     for (const int command : {F_GETFD, F_SETFD, F_GETFL, F_SETFL}) {
         rules.push_back({SCMP_SYS(fcntl), {Equals(1, static_cast<std::uint64_t>(command))}});
     }
@@ -184,8 +184,8 @@ std::vector<Rule> CallsOfTheNetwork() {
     return rules;
 }
 
-// Moving open files into place. Opening another one for reading fails with EACCES instead of ending the
-// program: the C library looks for settings in files and does without.
+// Moving open files into place. Opening another one for reading fails with EACCES
+// instead of ending the program: the C library looks for settings in files and does without.
 std::vector<Rule> CallsOnFiles(bool save) {
     constexpr std::uint64_t kToWrite = O_ACCMODE | O_CREAT | O_TRUNC;
     std::vector<Rule> rules = save ? Freely({SCMP_SYS(fsync), SCMP_SYS(fdatasync), SCMP_SYS(rename),
