@@ -5,12 +5,15 @@
 // the library. User-interface thread.
 #pragma once
 
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "advice/finding.h"
+#include "capture/capturing_library.h"
 #include "guest/front_end.h"
 #include "guest/guest.h"
 #include "hostnet/host_network.h"
@@ -46,8 +49,19 @@ public:
     // Ends the guest and its ping test and joins all their threads.
     void EndGuest();
 
+    // The guest's next start is captured into the file at `path` (capture/frame_capture.h), or into `file`,
+    // which is open, in the place of one that was asked for before and has not begun. `onEnd` is called on
+    // any thread when the capture is over; it may ask nothing of it. A failure's text is a sentence. After
+    // Open().
+    Result<void> CaptureNextStart(const std::filesystem::path& path, std::function<void()> onEnd = nullptr);
+    void CaptureNextStart(BlockFile file, std::function<void()> onEnd = nullptr);
+    // Takes that back; one that has begun goes on until the guest is stopped.
+    void CancelCapture();
+    // The counts of the last capture that was asked for; nullopt if there was none. Any time.
+    std::optional<CaptureCounts> Captured() const;
+
     // Null until it is open.
-    VnetxLibrary* Library() const { return m_library.get(); }
+    VnetxLibrary* Library() { return m_capturing ? &*m_capturing : nullptr; }
     HostNetwork& Host() { return *m_host; }
     // After MakeGuest.
     Settings& UserSettings() { return *m_settings; }
@@ -58,7 +72,11 @@ public:
     Findings Advice() const;
 
 private:
+    CapturedAdapter FindCaptured(const std::wstring& name) const;
+
     std::unique_ptr<VnetxLibrary> m_library;
+    std::optional<CapturingLibrary> m_capturing; // around it; everybody uses this one
+    std::shared_ptr<FrameCapture> m_capture;     // the last one that was asked for
     std::unique_ptr<HostTables> m_tables;
     std::unique_ptr<WrenPackLibrary> m_adapters;
     std::unique_ptr<HostTables> m_simulatedTables;

@@ -1,5 +1,6 @@
 #include "ping/ping_book.h"
 
+#include <algorithm>
 #include <mutex>
 #include <random>
 
@@ -11,6 +12,19 @@ namespace vnxtest {
 namespace {
 // How long late and duplicate replies are still counted after the last ping is decided, in milliseconds.
 constexpr std::uint32_t kGrace = 1000;
+
+FrameVerdict VerdictOf(std::uint32_t number, const CPing& ping, Ipv4Address station) {
+    constexpr std::int64_t kNanosecondsPerTick = 1'000'000;
+    const std::int64_t timeout = (ping.dwDeadlineTick - ping.dwSentTick) * kNanosecondsPerTick;
+    const std::int64_t lateBy =
+        ping.nTimeouts != 0 ? std::max(ping.roundTripNs - timeout, std::int64_t{1}) : 0;
+    return {.fate = FrameFate::Reply,
+            .number = number,
+            .replies = ping.nReplies,
+            .station = station,
+            .roundTrip = static_cast<std::uint64_t>(ping.roundTripNs),
+            .lateBy = static_cast<std::uint64_t>(lateBy)};
+}
 } // namespace
 
 void PingBook::Clear() {
@@ -101,15 +115,16 @@ bool PingBook::HasRoom() {
     return m_hasRoom;
 }
 
-bool PingBook::RecordReply(const ReceivedReply& reply) {
+FrameVerdict PingBook::RecordReply(const ReceivedReply& reply) {
     const ClockReading read = ClockReading::Now();
     std::uint32_t now = read.Ticks();
     bool wakeWaiter = false;
+    FrameVerdict verdict;
     {
         const std::lock_guard lock(m_pingListLock);
         const auto position = m_pingList.Find(reply.icmpId, reply.icmpSeq);
         if (!position) {
-            return false;
+            return {.fate = FrameFate::ReplyToNoPing};
         }
         CPing ping = m_pingList.GetAt(*position);
         // The request is noted as sent after it was written, under the lock; the reply may have been read
@@ -123,6 +138,7 @@ bool PingBook::RecordReply(const ReceivedReply& reply) {
         m_pace.NoteReply(*position, now - ping.dwSentTick);
         LogReply(PingNumber(ping.wIcmpSeq), ping, reply);
         m_pingList.SetAt(*position, ping);
+        verdict = VerdictOf(PingNumber(ping.wIcmpSeq), ping, reply.source);
         // The reply to the last undecided ping begins the grace. After any other reply the wait thread's
         // deadline is at worst too early, which costs one more pass.
         wakeWaiter = m_waiting == Waiting::ForDeadline && AllSent() && !m_pingList.FirstUndecided();
@@ -130,7 +146,7 @@ bool PingBook::RecordReply(const ReceivedReply& reply) {
     if (wakeWaiter) {
         m_signals.changed.Set();
     }
-    return true;
+    return verdict;
 }
 
 bool PingBook::IsOwnIdentifier(std::uint16_t icmpId) const {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "core/frame_verdict.h"
 #include "core/ping_plan.h"
 #include "ping/pace.h"
 #include "ping/ping_list.h"
@@ -51,9 +52,9 @@ public:
     // True if the list takes another ping. Send thread.
     bool HasRoom();
 
-    // Records a reply and writes its line. False for a reply to no ping of this test, which is dropped
-    // silently. Any thread.
-    bool RecordReply(const ReceivedReply& reply);
+    // Records a reply, writes its line and returns what became of it. A reply to no ping of this test is
+    // dropped silently. Any thread.
+    FrameVerdict RecordReply(const ReceivedReply& reply);
     // True if pings were sent with this identifier (network order). Any thread.
     bool IsOwnIdentifier(std::uint16_t icmpId) const;
 

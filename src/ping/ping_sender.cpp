@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "core/frame_verdict.h"
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
 #include "ping/echo_request.h"
@@ -59,8 +60,11 @@ SendOutcome PingSender::SendPing(std::uint16_t sequence) {
     // Without the ping list lock: for a silent target this takes as long as an ARP exchange, and the
     // readers of replies must not wait for it.
     m_writer.AddressPingFrame(*m_interface, m_frame);
-    return m_book.Send(sequence, checksum,
-                       [this] { return m_writer.WriteAddressedFrame(*m_interface, m_frame); });
+    return m_book.Send(sequence, checksum, [this, sequence] {
+        TellNextWrite(
+            {.fate = FrameFate::Request, .number = m_book.PingNumber(sequence), .station = m_plan.target});
+        return m_writer.WriteAddressedFrame(*m_interface, m_frame);
+    });
 }
 
 bool PingSender::AwaitTurn(std::size_t sent) {

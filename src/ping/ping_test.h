@@ -64,9 +64,9 @@ public:
     void OnPingThreadEnded();
     void OnPingWaitThreadEnded();
 
-    // Records an echo reply and writes its line. False for a reply to no ping of this test, which is dropped
-    // silently. Any monitor thread.
-    bool RecordReply(const ReceivedReply& reply) { return m_book.RecordReply(reply); }
+    // Records an echo reply, writes its line and returns what became of it. A reply to no ping of this test
+    // is dropped silently. Any monitor thread.
+    FrameVerdict RecordReply(const ReceivedReply& reply) { return m_book.RecordReply(reply); }
     // True if `icmpId` (network order) is the identifier of this program's pings. Any thread.
     bool IsOwnIdentifier(std::uint16_t icmpId) const { return m_book.IsOwnIdentifier(icmpId); }
 

@@ -1,6 +1,7 @@
 #include "ping/receive_path.h"
 
 #include "core/arp_responder.h"
+#include "core/frame_verdict.h"
 #include "packets/arp_packet.h"
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
@@ -51,6 +52,10 @@ void CountAnswer(std::atomic<std::uint64_t>& counter, INTERFACE_INFO& info,
     if (!IsReplyToNobody(written, info.asked.tapMode, ReplyScopeOf(info.addresses))) {
         counter.fetch_add(1, std::memory_order_relaxed);
     }
+}
+
+void TellAnswered(const INTERFACE_INFO& info, bool written) {
+    TellRead(info.open.Handle(), {.fate = written ? FrameFate::Answered : FrameFate::AnswerFailed});
 }
 
 } // namespace
@@ -127,13 +132,14 @@ void ReceivePath::HandleIpPacket(INTERFACE_INFO& info, ReceivedPacket packet) {
     if (!forUs) {
         return IgnorePacket(info, IgnoreReason::NotReplyForUs, packet);
     }
-    const bool known =
+    const FrameVerdict verdict =
         m_pingTest.RecordReply({icmp.RawIdentifier(), icmp.RawSequenceNumber(), ip.Source(),
                                 static_cast<std::uint32_t>(message.size() - IcmpEchoView::kLength),
                                 ip.TimeToLive(), frame_arrival::OfLastFrame()});
-    if (!known && !m_pingTest.IsOwnIdentifier(icmp.RawIdentifier())) {
+    if (verdict.fate == FrameFate::ReplyToNoPing && !m_pingTest.IsOwnIdentifier(icmp.RawIdentifier())) {
         info.counted.ignoredPings.Note(IgnoredPing::ReplyForeign, ip.Source());
     }
+    TellRead(info.open.Handle(), verdict);
 }
 
 void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet) {
@@ -150,23 +156,33 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
     icmp.SetChecksum(m_library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
     LogMsg(L"** Someone is PINGing Vant!\n** Sending PING reply to %s\n", FormatIPAddr(ip.Destination()));
     const std::span<std::uint8_t> frame = packet.WithHeadroom();
-    if (m_writer.WritePingIPPacket(info, frame)) {
+    const bool written = m_writer.WritePingIPPacket(info, frame);
+    if (written) {
         CountAnswer(info.counted.echoRequestsAnswered, info, info.asked.tapMode ? frame : bytes);
     }
+    TellAnswered(info, written);
 }
 
 void ReceivePath::AnswerArp(INTERFACE_INFO& info, ReceivedPacket packet) {
-    if (HandleTapARPPacket(info.addresses, info.open.Name(), packet.Bytes()) &&
-        m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapARPPacket")) {
+    if (!HandleTapARPPacket(info.addresses, info.open.Name(), packet.Bytes())) {
+        return TellRead(info.open.Handle(), {.fate = FrameFate::NotForGuest});
+    }
+    const bool written = m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapARPPacket");
+    if (written) {
         CountAnswer(info.counted.arpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
     }
+    TellAnswered(info, written);
 }
 
 void ReceivePath::AnswerRarp(INTERFACE_INFO& info, ReceivedPacket packet) {
-    if (HandleTapRARPPacket(info.addresses, info.open.Name(), packet.Bytes()) &&
-        m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapRARPPacket")) {
+    if (!HandleTapRARPPacket(info.addresses, info.open.Name(), packet.Bytes())) {
+        return TellRead(info.open.Handle(), {.fate = FrameFate::NotForGuest});
+    }
+    const bool written = m_writer.WriteArpReply(info, packet.Bytes(), L"HandleTapRARPPacket");
+    if (written) {
         CountAnswer(info.counted.rarpRequestsAnswered, info, packet.Bytes().first(kArpFrameLength));
     }
+    TellAnswered(info, written);
 }
 
 void ReceivePath::IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason, ReceivedPacket packet) {
@@ -177,6 +193,7 @@ void ReceivePath::IgnorePacket(INTERFACE_INFO& info, IgnoreReason reason, Receiv
     if (const auto judged = JudgeIgnored(reason, packet.Bytes(), info.addresses.guestIp)) {
         info.counted.ignoredPings.Note(judged->kind, judged->sender, judged->detail);
     }
+    TellRead(info.open.Handle(), {.fate = FrameFate::Ignored, .reason = reason});
     if (m_run.debugMode) {
         LogMsg(L"Packet was ignored (%s)\n", IgnoreReasonText(number));
     }
