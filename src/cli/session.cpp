@@ -69,7 +69,7 @@ int Session::CarryOut() {
 }
 
 bool Session::OpenFiles() {
-    if (m_options.quiet) {
+    if (m_options.quiet || m_options.captureToOutput) {
         m_output.LeaveStreamOut();
     }
     if (m_options.outputFile) {
@@ -85,6 +85,9 @@ bool Session::OpenFiles() {
     if (const std::wstring clash = FindFileClash(m_output.File(), *m_jsonFile, m_options.library);
         !clash.empty()) {
         return Refuse(clash);
+    }
+    if (const std::wstring problem = m_capture.Open(m_output.File(), *m_jsonFile); !problem.empty()) {
+        return Refuse(problem);
     }
     // From here on an interrupt ends the program in order.
     auto stopSignal =
@@ -159,6 +162,7 @@ void Session::MakeGuest() {
     m_profile = OpenGuestProfile(m_options.library);
     m_runProfile.emplace(*m_profile);
     m_port.SetSources({m_engine.Host(), *m_engine.Library(), *m_runProfile});
+    m_capture.Start([this] { WakeUp(); });
     m_engine.MakeGuest(*m_runProfile, m_port);
     m_guest = &m_engine.TheGuest();
     AnswerRunSettings(m_options, m_guest->Run());
@@ -203,6 +207,7 @@ TerminalEvent Session::Step(std::optional<Moment> deadline) {
     switch (next.message) {
     case ViewMessage::OutputPending:
         m_feed.DrainGathered();
+        TellCaptureProblem();
         break;
     case ViewMessage::InterfaceOpened:
         if (++m_interfacesOpened == InterfacesWanted()) {
@@ -387,6 +392,12 @@ void Session::TellProfileProblem() {
     }
 }
 
+void Session::TellCaptureProblem() {
+    if (const std::wstring problem = m_capture.TakeProblem(); !problem.empty()) {
+        Complain(problem);
+    }
+}
+
 std::wstring Session::DescribeStop() const {
     return DescribeStoppedGuest({.library = m_options.library,
                                  .failure = m_output.LastFailureMessage(),
@@ -403,6 +414,21 @@ int Session::Fail(std::wstring problem) {
     return kExitFailure;
 }
 
+// Without all that was asked for, the run has failed; frames that a slow file has missed are a note.
+int Session::EndCapture(int status) {
+    m_capture.Await(m_interruption);
+    TellCaptureProblem();
+    if (const std::wstring note = m_capture.Note(); !note.empty()) {
+        Complain(note);
+    }
+    const auto counts = m_capture.Counts();
+    if (!counts || counts->problem.empty()) {
+        return status;
+    }
+    m_problem += (m_problem.empty() ? L"" : L"\n") + counts->problem;
+    return kExitFailure;
+}
+
 // The last step: saves what was asked for, and tells every failure of the run.
 int Session::Finish(int status) {
     if (m_runProfile && m_runProfile->FailedWrites() > 0) {
@@ -410,6 +436,7 @@ int Session::Finish(int status) {
     }
     m_output.Close();
     AwaitWriters(m_output.Writers(), m_interruption);
+    status = EndCapture(status);
     for (const std::wstring& problem : {m_output.Problem(), m_output.LeftOut(), m_feed.LeftOutUnderWay()}) {
         if (!problem.empty()) {
             Complain(problem);

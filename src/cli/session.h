@@ -14,6 +14,7 @@
 #include "cli/options/options.h"
 #include "cli/output/console.h"
 #include "cli/output/document_feed.h"
+#include "cli/run_capture.h"
 #include "cli/run_profile.h"
 #include "cli/run_rights.h"
 #include "cli/stop_requests.h"
@@ -70,6 +71,7 @@ private:
     std::uint64_t CountAnswers() const;
     bool LookForAdvice();
     void TellProfileProblem();
+    void TellCaptureProblem();
     std::wstring DescribeStop() const;
     // Any message makes the main thread check its state. Any thread.
     void WakeUp() { m_port.Queue().Post(ViewMessage::OutputPending); }
@@ -80,6 +82,7 @@ private:
         return false;
     }
     int FailStart(const std::wstring& what);
+    int EndCapture(int status);
     int Finish(int status);
     // The last line; of a failure that is its message.
     void TellOutcome(int status) const;
@@ -97,6 +100,7 @@ private:
     std::unique_ptr<Profile> m_profile;
     std::optional<RunProfile> m_runProfile;
     Engine m_engine;
+    RunCapture m_capture{m_options, m_engine};
     Guest* m_guest = nullptr; // once it is made
     bool m_guestStarted = false;
     int m_interfacesOpened = 0;

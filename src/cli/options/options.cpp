@@ -50,7 +50,7 @@ struct Raw {
     std::string library = "auto";
     std::string adapter[2], guestIp[2], guestMac[2], mode[2];
     std::string count, size, timeout, delay, from, gateway, driverBuffer, dllBuffer, duration, output, json,
-        target;
+        capture, target;
     std::string debug;
     bool socketNotify = false;
     bool proceed = false, noReport = false, quiet = false, save = false, noSandbox = false;
@@ -104,6 +104,7 @@ const Belonging kBelongings[] = {
     {"--delay", kPing},        {"--from", kPing},
     {"--output", kDocument},   {"--json", {Command::Adapters, Command::Run, Command::Ping}},
     {"--no-sandbox", kEngine}, {"--quiet", kEngine},
+    {"--capture", kEngine},
 };
 
 // "8 to 65507 (default 32)".
@@ -176,6 +177,11 @@ void AddOutputOptions(CLI::App& app, Raw& raw) {
         ->type_name("FILE")
         ->expected(0, 1)
         ->group(kOutputGroup);
+    app.add_option(
+           "--capture", raw.capture,
+           "Capture the guest's frames, with what became of each, as pcapng; - is standard output, which the document then leaves (see -q, --output)")
+        ->type_name("FILE")
+        ->group(kOutputGroup);
 }
 
 std::optional<std::uint32_t> Number(const char* option, const std::string& text, const NumberRange& range,
@@ -238,6 +244,14 @@ void CheckFiles(const CLI::App& app, const Raw& raw, Options& options) {
     }
     if (options.json && options.jsonFile.empty() && options.command != Command::Adapters) {
         throw OptionError("--json: name the file to write: --json FILE.");
+    }
+    options.captureToOutput = raw.capture == "-";
+    if (options.captureToOutput && !options.outputFile && !options.quiet) {
+        throw OptionError(
+            "--capture -: standard output already carries the document; add -q, which leaves that out, or --output FILE, so that it goes there alone, or capture into a file.");
+    }
+    if (!raw.capture.empty() && !options.captureToOutput) {
+        options.captureFile = path("--capture", raw.capture);
     }
 }
 

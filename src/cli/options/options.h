@@ -62,6 +62,9 @@ struct Options {
     bool json = false;                // JSON was asked for
     std::filesystem::path jsonFile{}; // empty: standard output (`adapters` only)
 
+    std::optional<std::filesystem::path> captureFile{};
+    bool captureToOutput = false; // the document does not go there then
+
     // True if the second interface has any option.
     bool UsesTwoInterfaces() const { return interface2.AnyGiven() || fromInterface == 2; }
     // True if the simulated LAN was asked for.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/files/atomic_file.h"
+#include "platform/files/block_file.h"
 
 namespace vnxtest {
 
@@ -11,5 +12,14 @@ namespace vnxtest {
 // output or error, the library's file or the profile, by whatever paths; one file for two purposes would
 // lose its first content. Empty without a clash. `libraryName` as on the command line.
 std::wstring FindFileClash(const AtomicFile& output, const AtomicFile& json, const std::wstring& libraryName);
+
+// The same about the open file of --capture, which was named by `path`.
+struct OtherFiles {
+    const AtomicFile& output;
+    const AtomicFile& json;
+    const std::wstring& libraryName;
+};
+std::wstring FindCaptureClash(const BlockFile& capture, const std::filesystem::path& path,
+                              const OtherFiles& others);
 
 } // namespace vnxtest
