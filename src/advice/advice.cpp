@@ -37,6 +37,7 @@ constexpr Rule kRules[] = {
     {"destination-unreachable", Severity::Problem, SeeUnreachable},
     {"guest-outside-subnet", Severity::Warning, SeeGuestOutsideSubnet},
     {"capture-buffer-overflowed", Severity::Warning, SeeFullBuffer},
+    {"large-pings-lost", Severity::Warning, SeeLargePingsLost},
     {"late-replies", Severity::Warning, SeeLateReplies},
     {"loss-in-bursts", Severity::Warning, SeeLossInBursts},
     {"steady-loss", Severity::Warning, SeeSteadyLoss},

@@ -72,6 +72,7 @@ struct Observations {
     // The ping test that runs, or ran last, and the number of its interface.
     std::optional<PingCourse> ping{};
     int pingInterface = 1;
+    std::vector<EarlierPings> earlierPings{}; // the last few
 
     // The interface of a ping test that nobody has answered although there was time to; null if there is
     // none.

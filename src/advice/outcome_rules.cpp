@@ -36,6 +36,12 @@ bool AreBursts(const PingCourse& ping) {
            ping.lost * (ping.sent - ping.lost) >= 2 * ping.lossRuns * ping.sent;
 }
 
+// The library says that `address` does not answer ARP.
+bool IsSilent(const InterfaceObservations& guest, Ipv4Address address) {
+    return guest.wire && std::ranges::find(guest.wire->silent, address, &WireFacts::Silence::address) !=
+                             guest.wire->silent.end();
+}
+
 Evidence LossEvidence(const PingCourse& ping) {
     return {{"sent", ping.sent},
             {"lost", ping.lost},
@@ -92,6 +98,44 @@ SeenList SeeSteadyLoss(const Observations& observations) {
          L"So does a link that is bad or overloaded, or a device that limits how many pings it answers.",
          L"Repeat the test with a larger --delay: if nothing is lost then, something limits pings; if not, look at the error counters of the adapters and switches on the way.",
          LossEvidence(*ping)}};
+}
+
+SeenList SeeLargePingsLost(const Observations& observations) {
+    constexpr std::uint32_t kHeaders = 28, kUsualMtu = 1500;
+    const InterfaceObservations* const guest = observations.UnansweredInterface();
+    if (guest == nullptr || guest->Ignored(IgnoredPing::ErrorTooLarge).count != 0 ||
+        guest->Ignored(IgnoredPing::Fragment).count != 0) { // which say it better
+        return {};
+    }
+    const PingCourse& ping = *observations.ping;
+    std::uint32_t answeredSize = 0; // the largest one
+    for (const EarlierPings& earlier : observations.earlierPings) {
+        if (earlier.target == ping.target && earlier.dataSize < ping.dataSize) {
+            answeredSize = std::max(answeredSize, earlier.dataSize);
+        }
+    }
+    // Without an earlier test: something else came, and the size is one that many links do not take.
+    if (answeredSize == 0 && (ping.dataSize + kHeaders <= kUsualMtu || guest->framesRead.value_or(0) == 0 ||
+                              IsSilent(*guest, ping.target))) {
+        return {};
+    }
+    const std::wstring target = FormatIPAddr(ping.target);
+    Evidence evidence{{"target", target}, {"size", std::uint64_t{ping.dataSize}}};
+    std::wstring seen = Sprintf(L"None of %s of %u bytes to %s was answered", Counted(ping.sent, L"ping"),
+                                ping.dataSize, target);
+    if (answeredSize != 0) {
+        seen += Sprintf(L", those of %u bytes were", answeredSize);
+        evidence.emplace_back("answeredSize", std::uint64_t{answeredSize});
+    }
+    return {
+        {guest->number, seen + L".",
+         Sprintf(
+             L"With its headers each is a packet of %u bytes. A link or a switch that takes no packets of this size can throw them away without a word (its MTU).",
+             ping.dataSize + kHeaders),
+         Sprintf(
+             L"Try --size %u: if that is answered, look for the smallest MTU on the way, at adapters, switches and tunnels.",
+             answeredSize != 0 ? (answeredSize + ping.dataSize) / 2 : kUsualMtu - kHeaders),
+         std::move(evidence)}};
 }
 
 SeenList SeeFullBuffer(const Observations& observations) {

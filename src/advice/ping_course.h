@@ -29,6 +29,12 @@ struct PingCourse {
     bool IsUnanswered() const;
 };
 
+// An earlier test of which something was answered.
+struct EarlierPings {
+    Ipv4Address target;
+    std::uint32_t dataSize = 0;
+};
+
 // Of a test that runs: without what only its records tell. `now` is the present tick (wrenlib/ticks.h).
 PingCourse CourseSoFar(const PingPlan& plan, const PingFigures& figures, std::uint32_t now);
 // Of one that is over; `records` are all that is kept of it.

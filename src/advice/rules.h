@@ -50,6 +50,7 @@ SeenList SeeGuestsAlike(const Observations& observations);
 SeenList SeeLateReplies(const Observations& observations);
 SeenList SeeLossInBursts(const Observations& observations);
 SeenList SeeSteadyLoss(const Observations& observations);
+SeenList SeeLargePingsLost(const Observations& observations);
 SeenList SeeFullBuffer(const Observations& observations);
 SeenList SeeNoFrames(const Observations& observations);
 

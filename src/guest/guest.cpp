@@ -223,6 +223,19 @@ void Guest::StopGuest() {
     m_stopEvent.Reset();
 }
 
+// Of the last ping test, before the next one takes its place.
+void Guest::KeepOutcome() {
+    constexpr std::size_t kMost = 8;
+    const PingTestResult& last = m_pingTest.Result();
+    if (last.statistics.received == 0) {
+        return;
+    }
+    if (m_earlierPings.size() == kMost) {
+        m_earlierPings.erase(m_earlierPings.begin());
+    }
+    m_earlierPings.push_back({last.plan.target, last.plan.dataSize});
+}
+
 bool Guest::OnTestStartPing() {
     m_problem.clear();
     Verify(IsRunning() && !IsPinging());
@@ -240,6 +253,7 @@ bool Guest::OnTestStartPing() {
     if (answer.store) {
         m_settings.StorePingSettings(m_pingPlan);
     }
+    KeepOutcome();
     const bool started = m_pingTest.Start(m_interfaces[m_pingFromInterface1 ? 0 : 1], m_pingPlan);
     m_pinged = started ? m_pingPlan.target : m_pinged;
     // While the test runs, its result belongs to its threads.

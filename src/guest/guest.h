@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "advice/ping_course.h"
 #include "core/interface_info.h"
 #include "core/run_settings.h"
 #include "core/worker_thread.h"
@@ -58,6 +59,8 @@ public:
     bool UsesTwoInterfaces() const { return m_useTwoInterfaces; }
     PingTest& Ping() { return m_pingTest; }
     const PingTest& Ping() const { return m_pingTest; }
+    // The last few ping tests of which something was answered, without the present one.
+    const std::vector<EarlierPings>& EarlierTests() const { return m_earlierPings; }
     // The interface of the last ping test: 0 or 1.
     int PingsFrom() const { return m_pingFromInterface1 ? 0 : 1; }
     HostNetwork& Host() { return m_host; }
@@ -81,6 +84,7 @@ private:
     bool AskProceed(const ProceedQuestion& question);
     bool Start();
     bool StartMonitorThread(std::size_t index);
+    void KeepOutcome();
     void NoteOffload(std::size_t index);
 
     VnetxLibrary& m_library;
@@ -92,6 +96,7 @@ private:
     bool m_useTwoInterfaces = false;
     PingPlan m_pingPlan;
     bool m_pingFromInterface1 = true;
+    std::vector<EarlierPings> m_earlierPings;
     Ipv4Address m_pinged;
     std::array<bool, 2> m_largeSendOffload{};
     std::wstring m_problem;

@@ -135,6 +135,7 @@ Observations Observe(const Guest& guest, const VnetxLibrary& library) {
     result.host = ObserveHost(guest.Host(), library);
     result.ping = ObservePing(guest.Ping());
     result.pingInterface = guest.PingsFrom() + 1;
+    result.earlierPings = guest.EarlierTests();
     return result;
 }
 

@@ -155,6 +155,26 @@ TEST(Advice, SaysNothingOfAddressesBeforeThereWasTimeToAnswer) {
     EXPECT_EQ(IdsOf(withTarget(Pinged("-"), elsewhere)), std::vector<std::string>{"no-gateway"});
 }
 
+TEST(Advice, SaysThatOnlyLargePingsAreLost) {
+    const std::vector<std::string> large{"large-pings-lost"};
+    PingCourse ping = Pinged("---");
+    ping.dataSize = 1000;
+    Observations observed = Tested(ping);
+    EXPECT_TRUE(IdsOf(observed).empty()) << "nobody is known to answer";
+    observed.earlierPings = {{Ipv4Address(10, 1, 2, 9), 1000}, {Ipv4Address(10, 1, 2, 8), 32}};
+    EXPECT_TRUE(IdsOf(observed).empty()) << "none was smaller and to the same target";
+    observed.earlierPings.push_back({Ipv4Address(10, 1, 2, 9), 32});
+    EXPECT_EQ(IdsOf(observed), large);
+    Ignore(observed.interfaces[0], IgnoredPing::ErrorTooLarge, 3);
+    EXPECT_EQ(IdsOf(observed), std::vector<std::string>{"too-large-for-a-link"});
+    for (const std::uint32_t size : {1472U, 1473U}) {
+        ping.dataSize = size;
+        observed = Tested(ping);
+        observed.interfaces[0].framesRead = 1;
+        EXPECT_EQ(IdsOf(observed).empty(), size == 1472U) << "few links take a packet beyond 1500 bytes";
+    }
+}
+
 TEST(Advice, KnowsAddressesThatNoGuestCanHave) {
     Observations alike = With({Guest(1), Guest(2)});
     alike.interfaces[0].guestMac = alike.interfaces[1].guestMac = MacAddress({2, 0, 0, 0, 0, 1});

@@ -6,6 +6,7 @@ import time
 
 import frames
 from cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, timeout
+from lab import network
 from lab.network import why_no_tun_device
 
 
@@ -164,6 +165,26 @@ class Findings(NetworkCase):
         self.await_advice(guest)
         self.assertEqual(guest.stop()[0], 0, guest.story())
         self.assert_advice(guest, "dont-fragment-requests")
+
+    def test_a_switch_that_takes_no_large_packets(self):
+        """Between host and peer, one port of it with the usual MTU: what exceeds that is gone without a word."""
+        self.host.ip("link", "set", "adapter", "mtu", 9000)
+        self.peer.ip("link", "set", "far", "mtu", 9000)
+        self.peer.ip("address", "flush", "dev", "far")
+        self.peer.ip("link", "add", "switch", "type", "bridge")
+        station = network.Namespace("station")
+        self.addCleanup(station.remove)
+        network.cable(self.peer, "port", "10.78.0.1", station, "end", PEER_IP)
+        self.peer.ip("address", "flush", "dev", "port")
+        for link in ("far", "port"):
+            self.peer.ip("link", "set", link, "master", "switch")
+        self.peer.ip("link", "set", "switch", "up")
+        guest = self.ping(PEER_IP, "tap", "--count", 2, "--delay", 1, "--timeout", 200, "--size", 4000, "--json", self.results)
+        found, = self.assert_advice(guest, "large-pings-lost")
+        self.assertEqual(found["evidence"], {"target": PEER_IP, "size": 4000})
+        guest = self.ping(PEER_IP, "tap", "--count", 2, "--delay", 1, "--timeout", 5000, "--size", 1472, "--json", self.results)
+        self.assertEqual(guest.status, 0, guest.story())
+        self.assert_advice(guest)
 
     def test_how_a_test_went(self):
         """Late replies, and two patterns of loss."""
