@@ -16,8 +16,9 @@ std::int64_t SecondsAsUtc(const std::tm& local) {
     using namespace std::chrono;
     const sys_days day = year(local.tm_year + 1900) / month(static_cast<unsigned>(local.tm_mon + 1)) /
                          static_cast<int>(local.tm_mday);
-    return duration_cast<seconds>(day.time_since_epoch()).count() + local.tm_hour * 3600 + local.tm_min * 60 +
-           local.tm_sec;
+    const auto time =
+        day.time_since_epoch() + hours(local.tm_hour) + minutes(local.tm_min) + seconds(local.tm_sec);
+    return duration_cast<seconds>(time).count();
 }
 
 } // namespace
