@@ -55,6 +55,20 @@ CVNXTestApp::CVNXTestApp() {
     SetClassName("vnxtest");
 }
 
+bool CVNXTestApp::Initialize(int& count, wxChar** words) {
+    for (int index = 1; index < count; ++index) {
+        const wxString word = words[index];
+        if (word == "--help" || word == "-h") {
+            wxCmdLineParser parser;
+            OnInitCmdLine(parser);
+            parser.SetLogo("");
+            WriteAll(stdout, parser.GetUsageString().utf8_string());
+            std::exit(EXIT_SUCCESS);
+        }
+    }
+    return wxApp::Initialize(count, words);
+}
+
 void CVNXTestApp::OnInitCmdLine(wxCmdLineParser& parser) {
     wxApp::OnInitCmdLine(parser);
     parser.AddLongOption(

@@ -27,6 +27,8 @@ public:
     CMainFrame& MainFrame() { return *m_frame; }
 
     // wxApp
+    // --help is answered here, before there is a display.
+    bool Initialize(int& count, wxChar** words) override;
     bool OnInit() override;
     int OnExit() override;
     void OnInitCmdLine(wxCmdLineParser& parser) override;

@@ -1,7 +1,9 @@
 """The terminal program's command line: every range to its ends, and every refusal with its reason."""
 
+import os
 import pathlib
 import re
+import subprocess
 
 from test_terminal import ECHO_HOST, TerminalCase
 
@@ -73,6 +75,15 @@ class Options(TerminalCase):
             self.assertEqual(([name for name in there.split() if name not in entries],
                               [name for name in missing.split() if name in entries]), ([], []), text)
             self.assertNotIn("{", text)
+
+    def test_help_of_the_window(self):
+        """On standard output, and without a display."""
+        window = pathlib.Path(os.environ.get("VNXTEST_WINDOW") or "vnxtest")
+        if not window.exists():
+            self.skipTest("needs the window")
+        done = subprocess.run([window, "--help"], env={"HOME": str(self.folder)}, capture_output=True, text=True, timeout=20)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertRegex(done.stdout, r"--library=<\S+>")
 
     def test_nearest(self):
         for line, meant in (("ping x --cuont 3", "--count"), ("ping x --time=3", "--timeout"), ("run --gest-ip 1.2.3.4", "--guest-ip"),
