@@ -78,12 +78,12 @@ class Bench:
 
     # The answering side -------------------------------------------------------------------------
 
-    def start_guest(self, mode, ip, mac):
+    def start_guest(self, mode, ip, mac, *extra):
         """A guest that answers; its document goes to a file, as a flood's does."""
         log = open(os.path.join(self.scratch.name, f"{mode}.txt"), "wb")
         guest = lab_guest.Guest(
             ["run", "--library", "pcap", "--mode", mode, "--adapter", HOST, "--guest-ip", ip, "--guest-mac", mac,
-             "--gateway", PEER, "--no-report"], namespace=self.host, output=log)
+             "--gateway", PEER, "--no-report", *extra], namespace=self.host, output=log)
         for _ in range(50):
             if self.peer.run("ping", "-M", "dont", "-c", "1", "-W", "1", ip).returncode == 0:
                 return guest, log
@@ -220,6 +220,32 @@ class Bench:
             raise SystemExit("a guest did not end well")
         return ratios
 
+    def capturing(self):
+        """What a capture costs a guest, each time with a guest and a file of its own, and what the file lacks."""
+        count, outstanding, lacking = 200000, 64, []
+
+        def flood(*extra):
+            guest, log = self.start_guest("tap", TAP_GUEST, TAP_MAC, *extra)
+            try:
+                self.flood(TAP_GUEST, TAP_MAC, count // 10, outstanding)
+                seconds = self.flood(TAP_GUEST, TAP_MAC, count, outstanding)
+                if guest.stop()[0]:
+                    raise SystemExit(f"the guest did not end well\n{guest.errors()}")
+                missing = re.search(r"(\d+) frames are missing in the capture", guest.errors())
+                lacking.extend([int(missing[1])] if missing else [])
+                return seconds
+            finally:
+                guest.kill()
+                log.close()
+
+        file = os.path.join(self.scratch.name, "bench.pcapng")
+        medians = self.interleave(f"{count} echoes, {outstanding} outstanding, captured or not", {
+            "guest, TAP": flood,
+            "guest, TAP, captured": lambda: flood("--capture", file),
+        })
+        print(f"  captures that lack frames: {len(lacking)}, {sum(lacking)} frames")
+        return {"echo, 64 outstanding: TAP guest captured / not": medians["guest, TAP, captured"] / medians["guest, TAP"]}
+
     def settle(self):
         """One flood that is not counted, so that the first contestant does not pay for warm-up."""
         measured(lambda: self.flood_by_ping(HOST, 5000))
@@ -273,7 +299,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--program", required=True, type=pathlib.Path, help="the release build's vnxtest-cli")
     parser.add_argument("--rounds", type=int, default=7)
-    parser.add_argument("--only", choices=("answering", "pinging", "outstanding"))
+    parser.add_argument("--only", choices=("answering", "capturing", "pinging", "outstanding"))
     parser.add_argument("--update", action="store_true", help="keep the new ratios in docs/performance.md")
     options = parser.parse_args()
     missing = network.why_no_namespaces()
@@ -284,7 +310,7 @@ def main():
     bench = Bench(options.program.resolve().parent, options.rounds)
     try:
         ratios = {}
-        for name in ("answering", "pinging", "outstanding"):
+        for name in ("answering", "capturing", "pinging", "outstanding"):
             if options.only in (None, name):
                 ratios |= getattr(bench, name)()
     finally:
