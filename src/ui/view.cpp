@@ -33,6 +33,7 @@ wxDEFINE_EVENT(EVT_VIEW_MESSAGE, wxThreadEvent);
 CVNXTestView::~CVNXTestView() {
     m_refreshTimer.Stop();
     m_adviceTimer.Stop();
+    m_captureTimer.Stop();
     // The threads write and post until they have ended; their lines and messages are dropped.
     m_guest = nullptr;
     m_engine.EndGuest();
@@ -75,6 +76,7 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
          [this](wxThreadEvent& event) { HandleViewMessage(static_cast<ViewMessage>(event.GetInt())); });
     m_refreshTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RefreshPingDisplay(); });
     m_adviceTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowAdvice(); });
+    m_captureTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowCapture(); });
     m_engine.MakeGuest(app.GuestProfile(), *this);
     m_guest = &m_engine.TheGuest();
     m_guest->Ping().KeepRecords(true);

@@ -82,6 +82,7 @@ private:
     void OnSocketNotifyMode();
     void OnSetDebugFlags();
     void OnShowPingChart();
+    void OnCaptureToFile();
 
     // Rules of enabling and checking.
     bool CanCopy();
@@ -94,6 +95,7 @@ private:
     bool IsSocketNotifyMode();
     bool IsDebugMode();
     bool IsChartShown();
+    bool IsCapturing();
     bool Always() { return true; }
 
     // The chart and the progress.
@@ -103,6 +105,8 @@ private:
     // Shows what there is to say of the guest's run so far.
     void ShowAdvice();
     void EndAdvice();
+    // Shows how far the capture has come, and once why it ended before its time.
+    void ShowCapture();
 
     OutputChannel m_channel{*this};
     Engine m_engine;
@@ -116,6 +120,7 @@ private:
     std::optional<OutputFinder> m_finder;
     wxTimer m_refreshTimer;
     wxTimer m_adviceTimer;
+    wxTimer m_captureTimer;                // while one was asked for and is not over
     std::set<std::wstring> m_toldProblems; // of the settings
     bool m_ready = false;                  // the first display is done
 

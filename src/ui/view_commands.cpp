@@ -1,6 +1,7 @@
 // The commands of the view: what they do, when they may be chosen, and what their menu items show.
 #include <algorithm>
 
+#include <wx/filedlg.h>
 #include <wx/msgdlg.h>
 #include <wx/utils.h>
 
@@ -17,6 +18,7 @@ namespace vnxtest {
 
 namespace {
 constexpr int kRefreshInterval = 200; // milliseconds between two updates of the running ping test's display
+constexpr int kCaptureInterval = 500; // milliseconds between two looks at the capture
 constexpr int kAdviceInterval = 2000; // milliseconds between two looks at what the guest's run has to say
 } // namespace
 
@@ -52,6 +54,7 @@ void CVNXTestView::BindCommands() {
     BindCommand(kCmdSocketNotifyMode, &View::OnSocketNotifyMode, &View::IsStopped, &View::IsSocketNotifyMode);
     BindCommand(kCmdSetDebugFlags, &View::OnSetDebugFlags, &View::IsStopped, &View::IsDebugMode);
     BindCommand(kCmdShowPingChart, &View::OnShowPingChart, &View::Always, &View::IsChartShown);
+    BindCommand(kCmdCaptureToFile, &View::OnCaptureToFile, &View::Always, &View::IsCapturing);
 
     // The right button shows the menu on release and does not change caret or selection. The menu keys show
     // it at the caret if that is in view.
@@ -109,6 +112,11 @@ bool CVNXTestView::IsDebugMode() {
 
 bool CVNXTestView::IsChartShown() {
     return m_panes->IsChartShown();
+}
+
+bool CVNXTestView::IsCapturing() {
+    const auto counts = m_engine.Captured();
+    return counts && !counts->isOver;
 }
 
 void CVNXTestView::OnCopy() {
@@ -218,6 +226,49 @@ void CVNXTestView::OnSetDebugFlags() {
 void CVNXTestView::OnShowPingChart() {
     m_panes->ShowChart(!m_panes->IsChartShown());
     TellProfileProblem();
+}
+
+// One that waits for the guest's start is taken back.
+void CVNXTestView::OnCaptureToFile() {
+    CStatusBar& statusBar = TheApp().MainFrame().StatusBar();
+    if (const auto counts = m_engine.Captured(); counts && !counts->hasBegun && !counts->isOver) {
+        m_engine.CancelCapture();
+        m_captureTimer.Stop();
+        statusBar.TellCapture("No capture");
+        return;
+    }
+    wxFileDialog dialog(GetFrame(), "Capture to file", wxString(), "guest.pcapng",
+                        "Captures (*.pcapng)|*.pcapng", wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
+    if (dialog.ShowModal() != wxID_OK) {
+        return;
+    }
+    if (const auto opened = m_engine.CaptureNextStart(dialog.GetPath().ToStdWstring()); !opened) {
+        TellProblem("The capture cannot be written.", opened.error().Describe());
+        return;
+    }
+    m_captureTimer.Start(kCaptureInterval);
+    ShowCapture();
+}
+
+void CVNXTestView::ShowCapture() {
+    const auto counts = m_engine.Captured();
+    if (!counts) {
+        m_captureTimer.Stop();
+        return;
+    }
+    wxString text = "Capture: waiting for the guest's start";
+    if (counts->hasBegun) {
+        text = wxString::Format(counts->isOver ? "Captured: %llu frames" : "Capturing: %llu frames",
+                                static_cast<unsigned long long>(counts->written));
+        if (counts->dropped != 0) {
+            text += wxString::Format(", %llu dropped", static_cast<unsigned long long>(counts->dropped));
+        }
+    }
+    TheApp().MainFrame().StatusBar().TellCapture(text);
+    if (counts->isOver) {
+        m_captureTimer.Stop();
+        TellProblem("The capture has ended before its time.", counts->problem);
+    }
 }
 
 } // namespace vnxtest

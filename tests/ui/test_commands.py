@@ -12,7 +12,7 @@ SHORTEST = 0.2  # seconds in which a key has done its work
 class Menus(DesktopCase):
     def check(self, state, start, start_ping, stop_ping, stop):
         for menu, labels, enabled in (
-                ("f", ["Save", "Exit"], 2 * [True]), ("v", ["Ping chart"], [True]),
+                ("f", ["Save", "Exit"], 2 * [True]), ("v", ["Ping chart", "Capture to file..."], 2 * [True]),
                 ("t", ['Start "Vantor"...', "Start ping test...", "Stop ping test", 'Stop "Vantor"',
                        "Define buffer sizes...", "Define default gateway...", "Re-detect adapters",
                        "Socket-notify mode", "Set debug flags..."], [start, start_ping, stop_ping, stop] + 5 * [start]),

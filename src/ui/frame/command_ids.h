@@ -21,6 +21,7 @@ enum Command : int {
     kCmdStopPing = 32788,
     kCmdHelp = 32789,
     kCmdShowPingChart = 32800,
+    kCmdCaptureToFile = 32801,
     kCmdNew = 57600,
     kCmdOpen = 57601,
     kCmdSave = 57603,

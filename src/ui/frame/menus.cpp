@@ -33,6 +33,9 @@ constexpr std::array kEditItems = {
 
 constexpr std::array kViewItems = {
     Item{kCmdShowPingChart, "Ping &chart", "Show or hide the chart of the ping test", wxITEM_CHECK},
+    kSeparator,
+    Item{kCmdCaptureToFile, "Capture to &file...", "Capture the frames of the guest's next start to a file",
+         wxITEM_CHECK},
 };
 
 constexpr std::array kTestItems = {

@@ -34,6 +34,16 @@ void CStatusBar::TellStanding(const wxString& message) {
     }
 }
 
+void CStatusBar::TellCapture(const wxString& state) {
+    if (GetFieldsCount() <= kCaptureField) {
+        constexpr std::array kWidths = {-3, -4, -2, -3};
+        SetFieldsCount(static_cast<int>(kWidths.size()), kWidths.data());
+    }
+    if (GetStatusText(kCaptureField) != state) {
+        SetStatusText(state, kCaptureField);
+    }
+}
+
 // A menu item's prompt covers the message; the menu restores it when it is closed.
 void CStatusBar::OnTimer() {
     if (GetStatusText() == m_message) {

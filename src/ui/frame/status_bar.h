@@ -10,6 +10,7 @@ namespace vnxtest {
 // The fields behind the first, which is for prompts and messages.
 inline constexpr int kProgressField = 1;
 inline constexpr int kLibraryField = 2;
+inline constexpr int kCaptureField = 3; // while there is a capture to tell of
 
 class CStatusBar final : public wxStatusBar {
 public:
@@ -19,6 +20,8 @@ public:
     void Tell(const wxString& message);
     // Shows a message while there is no other, until an empty one replaces it.
     void TellStanding(const wxString& message);
+    // Shows how far a capture has come, in a field of its own behind the others.
+    void TellCapture(const wxString& state);
 
 protected:
     void DoUpdateStatusText(int field) override;
