@@ -10,6 +10,7 @@ void InterfaceCounts::Clear() {
     arpRequestsAnswered = 0;
     rarpRequestsAnswered = 0;
     ignoredPings.Clear();
+    conflict.Clear();
     statistics.reset();
     droppedByDriver.reset();
     noticed.reset();

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "core/heard_conflict.h"
 #include "core/ignored_pings.h"
 #include "vnetx/vnetx.h"
 #include "vnetx/wire_facts.h"
@@ -38,6 +39,7 @@ struct InterfaceCounts {
     std::atomic<std::uint64_t> arpRequestsAnswered{0};
     std::atomic<std::uint64_t> rarpRequestsAnswered{0};
     IgnoredPings ignoredPings;
+    HeardConflict conflict;
 
     // Of the last run, once its monitor thread has ended; nullopt if the library gave none.
     std::optional<VnetxStatistics> statistics;

@@ -198,12 +198,17 @@ void Guest::NoteOffload(std::size_t index) {
 
 std::optional<WireFacts> Guest::NoticedOnWire(int index) const {
     const INTERFACE_INFO& info = Interface(index);
-    if (const std::int32_t handle = info.open.Handle(); handle >= 0) {
-        if (auto noticed = m_library.Noticed(handle)) {
-            return noticed;
-        }
+    const std::int32_t handle = info.open.Handle();
+    std::optional<WireFacts> noticed = handle >= 0 ? m_library.Noticed(handle) : std::nullopt;
+    if (!noticed && !IsRunning()) {
+        noticed = info.counted.noticed; // its thread has written that
     }
-    return IsRunning() ? std::nullopt : info.counted.noticed; // its thread has written that
+    const auto heard = info.counted.conflict.Read();
+    if (heard && (!noticed || !noticed->addressInUse)) {
+        noticed = noticed ? std::move(noticed) : std::optional(WireFacts());
+        noticed->addressInUse = heard;
+    }
+    return noticed;
 }
 
 void Guest::StopGuest() {

@@ -67,8 +67,8 @@ public:
 
     // What there is to know of a run for those who judge it (guest/observe.h).
 
-    // What the library has noticed of the interface's wire so far, or in its last run; nullopt if it does not
-    // tell.
+    // What the library has noticed of the interface's wire so far, or in its last run, and what the guest has
+    // heard itself; nullopt if there is neither.
     std::optional<WireFacts> NoticedOnWire(int index) const;
     // Of the last ping test; 0.0.0.0: there was none.
     Ipv4Address PingTarget() const { return m_pinged; }

@@ -164,6 +164,7 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
 }
 
 void ReceivePath::AnswerArp(INTERFACE_INFO& info, ReceivedPacket packet) {
+    info.counted.conflict.Hear(info.addresses, packet.Bytes());
     if (!HandleTapARPPacket(info.addresses, info.open.Name(), packet.Bytes())) {
         return TellRead(info.open.Handle(), {.fate = FrameFate::NotForGuest});
     }

@@ -1,6 +1,7 @@
 """The advice that rests on what the library notices of its wire: each finding by its real cause."""
 
 import json
+import os
 import socket
 
 import frames
@@ -36,6 +37,10 @@ class OnTheWire(NetworkCase):
     def ping_with_results(self, target, mode, *extra):
         return self.start(*self.arguments(["ping", target], mode), "--json", self.results, *extra, namespace=self.host)
 
+    def announce(self, station, mac):
+        station.send(frames.ethernet(frames.BROADCAST, mac, frames.ARP, frames.arp(1, mac, GUEST_IP, frames.NO_MAC, GUEST_IP)))
+        self.assert_pinged(self.peer, GUEST_IP, 1)
+
     def test_another_station_has_the_guests_address(self):
         self.peer.ip("address", "add", GUEST_IP + "/24", "dev", "far")
         for mode in MODES:
@@ -48,15 +53,21 @@ class OnTheWire(NetworkCase):
                                  dict.fromkeys((name for name in counters if "Calls" not in name), 0), "the probe counts nowhere")
         self.peer.ip("address", "del", GUEST_IP + "/24", "dev", "far")
         station, other = self.listen(), "02:00:00:00:00:77"
-
-        def announce():
-            station.send(frames.ethernet(frames.BROADCAST, other, frames.ARP, frames.arp(1, other, GUEST_IP, frames.NO_MAC, GUEST_IP)))
-            self.assert_pinged(self.peer, GUEST_IP, 1)
-
         for mode in MODES:
             with self.subTest(mode=mode, later=True):
-                evidence = self.evidence(self.run_while(announce, mode), "address-in-use")
+                evidence = self.evidence(self.run_while(lambda: self.announce(station, other), mode), "address-in-use")
                 self.assertEqual((evidence["mac"], evidence["answeredProbe"], evidence["times"]), (text(other), False, 1))
+
+    def test_a_library_that_tells_nothing_of_its_wire(self):
+        """As the package's own: a TAP guest hears the other station itself, if not the target's silence."""
+        library = os.environ.get("VNXTEST_SHARED_OBJECT") or self.skipTest("the shared library was not built")
+        station, other = self.listen(), "02:00:00:00:00:77"
+        guest = self.run_guest("tap", "--json", self.results, library=library)
+        self.announce(station, other)
+        self.announce(station, self.host.mac_of("adapter"))  # the host, which is no other station
+        self.assertEqual(guest.stop()[0], 0, guest.story())
+        evidence = self.evidence(guest, "address-in-use")
+        self.assertEqual((evidence["mac"], evidence["answeredProbe"], evidence["times"]), (text(other), False, 1))
 
     def test_another_station_has_the_guests_mac(self):
         self.peer.ip("link", "set", "far", "address", GUEST_MAC)
