@@ -59,8 +59,9 @@ enum class LibraryKind {
 
 struct HostObservations {
     LibraryKind library = LibraryKind::Capture;
-    std::optional<bool> forwards; // packets between its adapters; nullopt: the system does not tell
-    std::optional<Ipv4Address> gateway;
+    std::optional<bool> forwards;       // packets between its adapters; nullopt: the system does not tell
+    std::optional<Ipv4Address> gateway; // zero: a default route without one
+    MacAddress gatewayMac;              // zero: the gateway did not answer when it was looked for
     std::vector<Ipv4Address> addresses;
 };
 

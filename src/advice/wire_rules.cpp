@@ -59,6 +59,30 @@ Seen SeenSilence(const wchar_t* who, const WireFacts::Silence& silence) {
     return seen;
 }
 
+constexpr const wchar_t* kGatewayMeans =
+    L"What is for other networks than the adapter's goes through it, and gets nowhere.";
+constexpr const wchar_t* kGatewayAction =
+    L"See that the gateway is on and has this address; if another one is right, correct the host's routes.";
+
+// A TAP guest uses the gateway that the host has looked for before the start.
+SeenList SeeGatewaySilentAtStart(const Observations& observations) {
+    const InterfaceObservations* const guest = observations.UnansweredInterface();
+    const HostObservations& host = observations.host;
+    if (guest == nullptr || !guest->tapMode || host.library != LibraryKind::Capture || !host.gateway ||
+        host.gateway->IsZero() || !host.gatewayMac.IsZero() || guest->netMask.IsZero() ||
+        guest->IsInSubnet(observations.pingTarget)) {
+        return {};
+    }
+    return {
+        {guest->number,
+         Sprintf(
+             L"The gateway %s did not answer ARP before the start, and the target %s is in another network.",
+             FormatIPAddr(*host.gateway), FormatIPAddr(observations.pingTarget)),
+         kGatewayMeans,
+         kGatewayAction,
+         {{"address", FormatIPAddr(*host.gateway)}, {"target", FormatIPAddr(observations.pingTarget)}}}};
+}
+
 } // namespace
 
 SeenList SeeAddressInUse(const Observations& observations) {
@@ -128,6 +152,9 @@ SeenList SeeSilentTarget(const Observations& observations) {
 }
 
 SeenList SeeSilentGateway(const Observations& observations) {
+    if (SeenList list = SeeGatewaySilentAtStart(observations); !list.empty()) {
+        return list;
+    }
     return SeeOnWires(observations, [&](const InterfaceObservations&, const WireFacts& wire) {
         const auto* const silence = FindSilence(wire, [&](Ipv4Address address) {
             return address != observations.pingTarget &&
@@ -137,9 +164,8 @@ SeenList SeeSilentGateway(const Observations& observations) {
             return std::optional<Seen>();
         }
         Seen seen = SeenSilence(L"The gateway", *silence);
-        seen.means = L"What is for other networks than the adapter's goes through it, and gets nowhere.";
-        seen.action =
-            L"See that the gateway is on and has this address; if another one is right, correct the host's routes.";
+        seen.means = kGatewayMeans;
+        seen.action = kGatewayAction;
         return std::optional(std::move(seen));
     });
 }

@@ -89,6 +89,7 @@ HostObservations ObserveHost(const HostNetwork& host, const VnetxLibrary& librar
     }
     if (host.HasDefaultGateway()) {
         result.gateway = host.DefaultGateway();
+        result.gatewayMac = host.DefaultGatewayMac();
     }
     if (host.Addresses()) {
         for (const HostAddress& row : *host.Addresses()) {

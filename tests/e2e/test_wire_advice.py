@@ -34,8 +34,8 @@ class OnTheWire(NetworkCase):
         self.assertEqual(guest.stop()[0], 0, guest.story())
         return guest
 
-    def ping_with_results(self, target, mode, *extra):
-        return self.start(*self.arguments(["ping", target], mode), "--json", self.results, *extra, namespace=self.host)
+    def ping_with_results(self, target, mode, *extra, **options):
+        return self.start(*self.arguments(["ping", target], mode, **options), "--json", self.results, *extra, namespace=self.host)
 
     def announce(self, station, mac):
         station.send(frames.ethernet(frames.BROADCAST, mac, frames.ARP, frames.arp(1, mac, GUEST_IP, frames.NO_MAC, GUEST_IP)))
@@ -92,6 +92,9 @@ class OnTheWire(NetworkCase):
                 evidence = self.evidence(guest, wanted)
                 self.assertEqual((evidence["address"], evidence["answeredBefore"]), (silent, False))
                 self.assertGreaterEqual(evidence["questions"], 1)
+        guest = self.ping_with_results("192.0.2.9", "tap", "--count", 3, "--delay", 10, "--timeout", 300, "--proceed", gateway=None)
+        self.assertEqual(guest.wait_end(), 1, guest.story())
+        self.assertEqual(self.evidence(guest, "gateway-silent"), {"address": "10.77.0.9", "target": "192.0.2.9"})
 
     def test_the_cable_is_pulled(self):
         for mode in MODES:
