@@ -30,6 +30,7 @@ std::wstring Enumerated(const std::vector<Ipv4Address>& addresses) {
 
 std::vector<std::wstring> TextsOf(const std::vector<Ipv4Address>& addresses) {
     std::vector<std::wstring> texts;
+    texts.reserve(addresses.size());
     for (const Ipv4Address address : addresses) {
         texts.push_back(FormatIPAddr(address));
     }

@@ -32,7 +32,7 @@ public:
 
     // `inner` outlives this. No other object of this class exists.
     CapturingLibrary(VnetxLibrary& inner, AdapterLookup lookup);
-    ~CapturingLibrary();
+    ~CapturingLibrary() override;
 
     // The next start of the guest is captured: from its first interface that opens until its last one is
     // closed. In the place of one that has not begun; null: none. Any thread.

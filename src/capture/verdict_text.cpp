@@ -32,7 +32,7 @@ public:
     }
     // A whole number of the unit that leaves three digits or more.
     Comment& AddTime(std::uint64_t nanoseconds) {
-        constexpr std::uint64_t kMicro = 1000, kMilli = 1000 * 1000;
+        constexpr std::uint64_t kMicro = 1'000, kMilli = 1'000'000;
         return nanoseconds < 10 * kMilli ? Add("{} us", nanoseconds / kMicro)
                                          : Add("{} ms", nanoseconds / kMilli);
     }
