@@ -1,7 +1,10 @@
 #include "ui/app.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <string>
 
 #include <wx/cmdline.h>
 #include <wx/filedlg.h>
@@ -24,13 +27,22 @@ namespace vnxtest {
 namespace {
 
 constexpr int kRecentFiles = 4;
-constexpr int kEndedForRights = 2; // the exit status
+constexpr int kFailed = 2; // the exit status
 
 class DocumentManager final : public wxDocManager {
 public:
     wxString MakeNewDocumentName() override { return "Untitled"; }
     wxFileHistory* OnCreateFileHistory() override { return MakeChild<wxFileHistory>(kRecentFiles); }
 };
+
+// Ends the program with `answer` on standard output.
+[[noreturn]] void EndWith(const std::string& answer) {
+    if (!WriteAll(stdout, answer)) {
+        std::fprintf(stderr, "vnxtest: standard output cannot be written: %s\n", std::strerror(errno));
+        std::exit(kFailed);
+    }
+    std::exit(EXIT_SUCCESS);
+}
 
 } // namespace
 
@@ -47,7 +59,7 @@ CVNXTestApp::CVNXTestApp() {
         CheckRightsOfItsFile().and_then([] { return GiveUpPrivileges({.files = true}); });
     if (!withoutRights) {
         std::fprintf(stderr, "vnxtest: %s\n", ToUtf8(withoutRights.error().Describe()).c_str());
-        std::exit(kEndedForRights);
+        std::exit(kFailed);
     }
     SetAppName(kProductName);
     SetAppDisplayName(kProductName);
@@ -59,11 +71,14 @@ bool CVNXTestApp::Initialize(int& count, wxChar** words) {
     for (int index = 1; index < count; ++index) {
         const wxString word = words[index];
         if (word == "--help" || word == "-h") {
+            SetAppName(wxFileName(words[0]).GetName()); // the usage is of the command as it is typed
             wxCmdLineParser parser;
             OnInitCmdLine(parser);
             parser.SetLogo("");
-            WriteAll(stdout, parser.GetUsageString().utf8_string());
-            std::exit(EXIT_SUCCESS);
+            EndWith(parser.GetUsageString().utf8_string());
+        }
+        if (word == "--version" || word == "-V") {
+            EndWith(std::string(kProductAndVersion) + "\n");
         }
     }
     return wxApp::Initialize(count, words);
@@ -71,6 +86,7 @@ bool CVNXTestApp::Initialize(int& count, wxChar** words) {
 
 void CVNXTestApp::OnInitCmdLine(wxCmdLineParser& parser) {
     wxApp::OnInitCmdLine(parser);
+    parser.AddSwitch("V", "version", "show the version and end");
     parser.AddLongOption(
         "library",
         "Interface library: auto, pcap, tun, sim[:...], or the path of a shared library (default auto)");

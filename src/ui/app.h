@@ -27,7 +27,7 @@ public:
     CMainFrame& MainFrame() { return *m_frame; }
 
     // wxApp
-    // --help is answered here, before there is a display.
+    // --help and --version are answered here, before there is a display.
     bool Initialize(int& count, wxChar** words) override;
     bool OnInit() override;
     int OnExit() override;

@@ -76,14 +76,22 @@ class Options(TerminalCase):
                               [name for name in missing.split() if name in entries]), ([], []), text)
             self.assertNotIn("{", text)
 
-    def test_help_of_the_window(self):
-        """On standard output, and without a display."""
+    def test_help_and_version_of_the_window(self):
+        """On standard output, without a display, and beside one that cannot be used."""
         window = pathlib.Path(os.environ.get("VNXTEST_WINDOW") or "vnxtest")
         if not window.exists():
             self.skipTest("needs the window")
-        done = subprocess.run([window, "--help"], env={"HOME": str(self.folder)}, capture_output=True, text=True, timeout=20)
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertRegex(done.stdout, r"--library=<\S+>")
+        version = self.go("--version").text()
+        for display in ({}, {"DISPLAY": ":4711", "WAYLAND_DISPLAY": "nobody"}):
+            for word, wanted in (("--help", r"\AUsage: vnxtest \[(?s:.*)--library=<\S+>"), ("-h", "-V, --version"),
+                                 ("--version", re.escape(version)), ("-V", re.escape(version))):
+                done = subprocess.run([window, "--library", "sim", word], env={"HOME": str(self.folder), **display}, capture_output=True,
+                                      text=True, timeout=20)
+                self.assertEqual((done.returncode, done.stderr), (0, ""), word)
+                self.assertRegex(done.stdout, wanted)
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([window, "-V"], env={"HOME": str(self.folder)}, stdout=full, stderr=subprocess.PIPE, text=True, timeout=20)
+        self.assertEqual((done.returncode, "No space left" in done.stderr), (2, True), done.stderr)
 
     def test_nearest(self):
         for line, meant in (("ping x --cuont 3", "--count"), ("ping x --time=3", "--timeout"), ("run --gest-ip 1.2.3.4", "--guest-ip"),
@@ -104,7 +112,8 @@ class Options(TerminalCase):
     def test_what_is_said_in_few_words(self):
         for line in ("adapters --json", "--json adapters", "adapters --json -"):
             self.assertEqual(self.go(*line.split()).lines()[0], "{")
-        for line, status in (("--help", True), ("ping --help", True), ("-h run", True), ("--version", False), ("-V", False)):
+        for line, status in (("--help", True), ("ping --help", True), ("-h run", True), ("report -h", True), ("adapters --help", True),
+                             ("--version", False), ("-V", False), ("-V ping", False), ("run --version", False), ("-V adapters", False)):
             self.assertEqual("Exit status" in self.go(*line.split()).text(), status)
         for two in (("--mode2", "tap"), ("--socket-notify", "--adapter2", "198.18.0.1")):
             text = self.go("run", "--no-report", "--duration", 0.01, *two).text()
