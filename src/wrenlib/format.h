@@ -11,7 +11,7 @@
 
 namespace vnxtest {
 
-using WideFormatArgs = fmt::basic_format_args<fmt::basic_printf_context_t<wchar_t>>;
+using WideFormatArgs = fmt::basic_format_args<fmt::wprintf_context>;
 
 // Formats `args` by `format`; any thread; does not throw for a bad format.
 std::wstring FormatWide(std::wstring_view format, WideFormatArgs args);
@@ -19,7 +19,7 @@ std::wstring FormatWide(std::wstring_view format, WideFormatArgs args);
 // The same with direct arguments: Sprintf(L"errno=%d: %s", code, text).
 template <typename... Args>
 std::wstring Sprintf(std::wstring_view format, const Args&... args) {
-    return FormatWide(format, fmt::make_format_args<fmt::basic_printf_context_t<wchar_t>>(args...));
+    return FormatWide(format, fmt::make_format_args<fmt::wprintf_context>(args...));
 }
 
 } // namespace vnxtest

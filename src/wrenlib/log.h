@@ -37,7 +37,7 @@ void LogMsgV(std::wstring_view format, WideFormatArgs args);
 // The one printf-style output routine of the program. Any thread; keeps errno and the last error.
 template <typename... Args>
 void LogMsg(std::wstring_view format, const Args&... args) {
-    LogMsgV(format, fmt::make_format_args<fmt::basic_printf_context_t<wchar_t>>(args...));
+    LogMsgV(format, fmt::make_format_args<fmt::wprintf_context>(args...));
 }
 
 // Internal consistency check: when `condition` is false, writes the assertion line with the

@@ -15,7 +15,7 @@ void WrenLibAfxTraceV(std::wstring_view format, WideFormatArgs args);
 
 template <typename... Args>
 void WrenLibAfxTrace(std::wstring_view format, const Args&... args) {
-    WrenLibAfxTraceV(format, fmt::make_format_args<fmt::basic_printf_context_t<wchar_t>>(args...));
+    WrenLibAfxTraceV(format, fmt::make_format_args<fmt::wprintf_context>(args...));
 }
 
 // True if the trace has a destination; a caller with many lines need not format them otherwise.
