@@ -29,7 +29,8 @@ def missing():
     return f"not installed: {', '.join(absent)}" if absent else None
 
 
-def wait(condition, what, seconds=15):
+def wait(condition, what, seconds=60):
+    """What `condition` gives once it is true. As patient as a busy machine may need: what comes costs no more for it."""
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         value = condition()
@@ -138,7 +139,11 @@ class Control:
     place = property(lambda self: self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
 
     def click(self):
-        place = self.place
+        def settled():  # a bar slides in, a dialog is put into its place
+            before = self.place
+            time.sleep(0.05)
+            return before if self.place == before else None
+        place = wait(settled, f"{self.name!r} is in its place")
         self.desktop.click_at(place.x + place.width // 2, place.y + place.height // 2)
 
     def fill(self, text):
@@ -165,9 +170,9 @@ class Control:
     def select(self, role=None, name=None):
         return list(self.matching(role, name))
 
-    def find(self, role=None, name=None, seconds=10):
+    def find(self, role=None, name=None):
         """The first shown control of this role and name, waited for."""
-        return wait(lambda: next(self.matching(role, name), None), f"{role} {name!r} is there", seconds)
+        return wait(lambda: next(self.matching(role, name), None), f"{role} {name!r} is there")
 
 
 class Program:
@@ -179,10 +184,9 @@ class Program:
         self.log = open(desktop.path / "program.log", "ab")
         self.process = desktop.start(*prefix, os.environ["VNXTEST_WINDOW"], *arguments, stdout=self.log,
                                      stderr=self.log)
-        self.root = wait(self.find_root, "the program is on the accessibility bus", 60)
-        self.frame = self.root.find("frame", seconds=30)
-        wait(lambda: self.frame.active, "the window is active", 20)
-        self.wait_enabled('Start "Vantor"...', 60)  # commands can be chosen when the report is written
+        self.root = wait(self.find_root, "the program is on the accessibility bus")
+        self.frame = self.root.find("frame")
+        self.wait_enabled('Start "Vantor"...')  # commands can be chosen when the report is written
 
     def find_root(self):
         if self.process.poll() is not None:
@@ -199,7 +203,12 @@ class Program:
         self.process.wait()
         self.log.close()
 
+    def wait_active(self):
+        """Waits until the main window has the keys: one that is pressed before goes nowhere."""
+        wait(lambda: self.frame.active, lambda: f"the window is active, beside {[it.name for it in self.dialogs()]}")
+
     def open_menu(self, mnemonic):
+        self.wait_active()
         self.desktop.keys(f"alt+{mnemonic}")
         menu = self.frame.find("menu", self.MENUS[mnemonic])
         wait(lambda: any(item.showing for item in menu.children()), f"menu {self.MENUS[mnemonic]} is open")
@@ -216,7 +225,7 @@ class Program:
         time.sleep(0.1)
         return states
 
-    def wait_enabled(self, label, seconds=15):
+    def wait_enabled(self, label, seconds=60):
         wait(lambda: self.menu_states("t")[label][0], f"{label} can be chosen", seconds)
 
     def dialogs(self):
@@ -224,17 +233,18 @@ class Program:
         return [window for window in self.root.children()
                 if window.role in WINDOW_ROLES and not window.name.endswith(" - VNXTest") and window.showing]
 
-    def dialog(self, title, seconds=15):
-        """The dialog with this title, waited for. A message box, named by its kind there, answers to the program's."""
-        found = wait(lambda: next((window for window in reversed(self.dialogs()) if window.name == title
-                                   or (window.role == "alert" and title == "VNXTest64UD")), None),
-                     lambda: f"dialog {title!r} is open, beside {[window.name for window in self.dialogs()]}", seconds)
+    def dialog(self, title):
+        """The dialog with this title, waited for until it is in its place and has the keys. A message box, named by its
+        kind there, answers to the program's."""
+        found = wait(lambda: next((window for window in reversed(self.dialogs()) if window.active and (
+                                   window.name == title or (window.role == "alert" and title == "VNXTest64UD"))), None),
+                     lambda: f"dialog {title!r} is open, beside {[window.name for window in self.dialogs()]}")
         time.sleep(0.25)
         return found
 
     def wait_no_dialog(self):
         wait(lambda: not self.dialogs(), lambda: f"no dialog is open: {[window.name for window in self.dialogs()]}")
-        time.sleep(0.15)
+        self.wait_active()
 
     def choose_dialog(self, mnemonic, label, title):
         self.choose(mnemonic, label)
@@ -244,7 +254,7 @@ class Program:
         """The title and the text of the balloon that is shown, as one line; waited for."""
         return wait(lambda: next((window.name for window in self.root.children()
                                   if window.role == "window" and window.name and window.showing), None),
-                    "a balloon is shown", 40)
+                    "a balloon is shown")
 
     def press(self, dialog, label):
         dialog.find("push button", label).click()
@@ -296,13 +306,24 @@ class Program:
         wait(pathlib.Path(path).exists, f"{path} is saved")
         return pathlib.Path(path).read_text(encoding="utf-8")
 
+    def save_again(self, path, before):
+        """Saves the document to the path it has, until a change that is on its way to it is in the file."""
+        def changed():
+            self.desktop.keys("ctrl+s")
+            time.sleep(0.2)
+            return path.read_text(encoding="utf-8") != before
+        wait(changed, f"{path} is saved again")
+        return path.read_text(encoding="utf-8")
+
     def enter_path(self, title, path):
-        self.dialog(title)
+        dialog = self.dialog(title)
         self.desktop.keys("ctrl+a")
         self.desktop.type(str(path))
-        time.sleep(0.3)  # the file dialog looks for what could complete the name
+        # It reads what was typed at its leisure, and looks for what could complete it.
+        wait(lambda: str(path) in [entry.text for entry in dialog.select("text")], f"{path} is typed")
+        time.sleep(0.3)
         self.desktop.keys("Return")
 
-    def ended(self, seconds=30):
+    def ended(self, seconds=60):
         """Whether it ended well: status 0 and an empty standard error."""
         return self.process.wait(seconds) == 0 and self.complaints() == ""

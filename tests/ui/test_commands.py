@@ -99,20 +99,23 @@ class Menus(DesktopCase):
         desktop.keys("ctrl+o")
         program.enter_path("Open File", desktop.path / "first.vnt")
         program.wait_no_dialog()
-        desktop.keys("ctrl+s")
-        path = desktop.path / "first.vnt"
-        self.wait(lambda: path.read_text() != first, "the document is saved to its path, with a line more")
-        self.assertRegex(path.read_text()[len(first):],
+        self.assertRegex(program.save_again(desktop.path / "first.vnt", first)[len(first):],
                          r"^\d\d:\d\d:\d\d\.\d{3} document\.cpp\(\d+\): \*\* Assertion Failed \*\*\n$")
-        desktop.keys("ctrl+n")
-        self.wait(lambda: program.frame.name == "Untitled - VNXTest", "there is a new document")
-        again = program.save(desktop.path / "second.vnt")
-        # And it is the terminal program's, but for the program's own name.
-        told = subprocess.run([os.environ["VNXTEST_CLI"], "report", "--library", "sim"], env=desktop.env,
-                              capture_output=True, text=True).stdout
-        # What it has given its rights up for it cannot try out.
-        self.assertEqual(*([line[13:] for line in text.splitlines() if "vnxtest" not in line and "PromiscuousMode" not in line]
-                           for text in (again, told)))
+        # And it is the terminal program's, but for the program's own name, and unless the host changed in between.
+        def same():
+            desktop.keys("ctrl+n")
+            self.wait(lambda: program.frame.name == "Untitled - VNXTest", "there is a new document")
+            again = program.save(desktop.path / "second.vnt")
+            (desktop.path / "second.vnt").unlink()
+            told = subprocess.run([os.environ["VNXTEST_CLI"], "report", "--library", "sim"], env=desktop.env,
+                                  capture_output=True, text=True).stdout
+            # What it has given its rights up for it cannot try out.
+            nonlocal both
+            both = [[line[13:] for line in text.splitlines() if "vnxtest" not in line and "PromiscuousMode" not in line]
+                    for text in (again, told)]
+            return both[0] == both[1]
+        both = []
+        self.wait(same, lambda: f"the same report: {both}", 30)
 
     def test_a_prompt_that_goes_and_what_the_status_bar_and_the_open_dialog_say(self):
         program, desktop = self.program, self.desktop
@@ -122,12 +125,12 @@ class Menus(DesktopCase):
         for again in ("Return", "Return"):
             desktop.keys(again)
             self.wait(lambda: 'Cannot find "nowhere to be found"' in program.status(), "it is said")
-        self.wait(lambda: "Cannot find" not in program.status(), "it is no more said", 12)
+        self.wait(lambda: "Cannot find" not in program.status(), "it is no more said", 30)
         desktop.keys("Return")
         self.wait(lambda: "Cannot find" in program.status(), "it is said again")
         program.dialog("Find").find("text").fill("gateway")
         desktop.keys("Return")
-        self.wait(lambda: "Cannot find" not in program.status(), "found: it is no more said at once", 2)
+        self.wait(lambda: "Cannot find" not in program.status(), "found: it is no more said at once", 8)
         desktop.keys("Escape")
         program.wait_no_dialog()
         desktop.keys("ctrl+o")
