@@ -31,8 +31,7 @@ HelpBook* g_current = nullptr;
 wxString FindBook() {
     const wxStandardPaths& paths = wxStandardPaths::Get();
     const wxString beside = wxFileName(paths.GetExecutablePath()).GetPath();
-    // An installation has the program in bin/ and the book in share/vnxtest/ next to it.
-    const wxFileName installed(beside + "/../share/vnxtest", kBookFile);
+    const wxFileName installed(beside + "/" VNXTEST_BOOK_FOLDER, kBookFile);
     for (const wxFileName& candidate :
          {wxFileName(beside, kBookFile), installed, wxFileName(paths.GetResourcesDir(), kBookFile)}) {
         if (candidate.FileExists()) {

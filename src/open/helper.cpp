@@ -1,11 +1,15 @@
 #include "open/helper.h"
 
+#include <array>
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 
+#include <grp.h>
 #include <linux/capability.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -31,6 +35,19 @@ std::uint32_t RightsOfFile(const std::string& path) {
     return known ? data.data[0].permitted : 0;
 }
 
+// The name of the file's group, or its number if it has none.
+std::string GroupOfFile(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return {};
+    }
+    std::array<char, 4096> text{}; // a group of more members than fit is named by its number
+    struct group record {};
+    struct group* found = nullptr;
+    getgrgid_r(status.st_gid, &record, text.data(), text.size(), &found);
+    return found != nullptr ? found->gr_name : std::to_string(status.st_gid);
+}
+
 } // namespace
 
 std::string ProgramPath() {
@@ -52,15 +69,21 @@ std::string Quoted(const std::string& text) {
 
 std::string HelperPath() {
     const std::string folder = FolderOfProgram();
-    const std::string beside = folder.empty() ? std::string() : folder + kName;
-    const std::string installed = VNXTEST_HELPER_FOLDER + std::string(kName);
-    const bool isBeside = !beside.empty() && access(beside.c_str(), F_OK) == 0;
-    return isBeside || (!beside.empty() && access(installed.c_str(), F_OK) != 0) ? beside : installed;
+    if (folder.empty()) {
+        return {}; // without /proc; a file of that name is missing
+    }
+    const std::string beside = folder + kName;
+    const std::string installed =
+        std::filesystem::path(folder + "/" VNXTEST_HELPER_FOLDER + kName).lexically_normal().string();
+    return access(beside.c_str(), F_OK) != 0 && access(installed.c_str(), F_OK) == 0 ? installed : beside;
 }
 
 HelperState StateOfHelper(const std::string& path) {
     if (access(path.c_str(), F_OK) != 0) {
         return HelperState::Missing;
+    }
+    if (access(path.c_str(), X_OK) != 0) {
+        return HelperState::NotAllowed;
     }
     if (getuid() != 0 && (RightsOfFile(path) & kRights) != kRights) {
         return HelperState::LacksRights;
@@ -88,6 +111,10 @@ std::string HowToReadyHelper(const std::string& path) {
         }
         return "Its helper, which would do it, is missing. Install vnxtest-open and give it its rights with\n    " +
                HelperCommand(path) + "\nor run vnxtest-cli as root.";
+    case HelperState::NotAllowed:
+        return "Its helper " + path + " may be run by members of the group " + GroupOfFile(path) +
+               " only. Join the group with\n    sudo gpasswd -a \"$USER\" " + GroupOfFile(path) +
+               "\nand log in again, or run vnxtest-cli as root.";
     case HelperState::LacksRights:
         return "Its helper would do it if it had the rights. Give them to it with\n    " +
                HelperCommand(path) + "\nor run vnxtest-cli as root.";

@@ -8,6 +8,7 @@ namespace vnxtest {
 enum class HelperState {
     Ready,
     Missing,     // no such file
+    NotAllowed,  // this user may not run it: it is for a group
     LacksRights, // the file has not been given the rights it needs
     Powerless,   // it has, but no program gains them here: no_new_privs, nosuid, a container without them
 };

@@ -43,6 +43,9 @@ class Helper(NetworkCase):
         self.refused(self.installed(rights=True), REFUSED + "Its helper .* gets no rights here", prefix=["setpriv", "--no-new-privs"])
         self.refused(self.installed(rights=True), REFUSED + "Its helper .* gets no rights here: .* a container without the rights",
                      prefix=["setpriv", "--bounding-set=-net_admin"], prefix_first=True)
+        for_group = self.installed(rights=True)
+        for_group.with_name("vnxtest-open").chmod(0o750)
+        self.refused(for_group, REFUSED + "Its helper .* may be run by members of the group root only", "gpasswd -a .* root")
         root = self.run_program(*self.arguments(["run"], "tap", library="pcap"), "--duration", 5, "--proceed", namespace=self.host,
                                 executable=self.installed(helper=False),
                                 prefix=["setpriv", "--bounding-set=-net_raw,-net_admin"])
