@@ -20,6 +20,11 @@ class Menus(DesktopCase):
             found = [(label, states[0]) for label, states in self.program.menu_states(menu).items()]
             self.assertEqual(found, list(zip(labels, enabled)), state)
 
+    def ask_to_find(self, text):
+        dialog = self.program.dialog("Find")
+        dialog.find("text").fill(text)
+        self.wait(lambda: dialog.find("push button", "Find").enabled, "it can be found: the button follows when idle")
+
     def test_four_states(self):
         program = self.program
         self.check("stopped", True, False, False, False)
@@ -76,7 +81,7 @@ class Menus(DesktopCase):
         desktop.keys("Escape")  # issues a command that nothing takes
         # Find, Find Next, the three ways to copy.
         desktop.keys("ctrl+f")
-        program.dialog("Find").find("text").fill("gatewayipaddr")
+        self.ask_to_find("gatewayipaddr")
         desktop.keys("Return")
         time.sleep(SHORTEST)
         desktop.keys("Escape")
@@ -121,14 +126,14 @@ class Menus(DesktopCase):
         program, desktop = self.program, self.desktop
         self.assertIn(": Library: built-in sim", program.status())
         desktop.keys("ctrl+f")
-        program.dialog("Find").find("text").fill("nowhere to be found")
+        self.ask_to_find("nowhere to be found")
         for again in ("Return", "Return"):
             desktop.keys(again)
             self.wait(lambda: 'Cannot find "nowhere to be found"' in program.status(), "it is said")
         self.wait(lambda: "Cannot find" not in program.status(), "it is no more said", 30)
         desktop.keys("Return")
         self.wait(lambda: "Cannot find" in program.status(), "it is said again")
-        program.dialog("Find").find("text").fill("gateway")
+        self.ask_to_find("gateway")
         desktop.keys("Return")
         self.wait(lambda: "Cannot find" not in program.status(), "found: it is no more said at once", 8)
         desktop.keys("Escape")
