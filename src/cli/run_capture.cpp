@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "cli/output/console.h"
 #include "cli/output/file_clash.h"
 #include "wrenlib/format.h"
 
@@ -34,10 +35,20 @@ void RunCapture::Start(std::function<void()> onEnd) {
     }
 }
 
-std::wstring RunCapture::TakeProblem() {
+void RunCapture::TellProblem() {
     const auto counts = Counts();
-    return counts && !std::exchange(m_told, m_told || !counts->problem.empty()) ? counts->problem
-                                                                                : std::wstring();
+    if (counts && !counts->problem.empty() && !std::exchange(m_told, true)) {
+        Complain(counts->problem);
+    }
+}
+
+std::wstring RunCapture::End(Interruption& interruption) {
+    Await(interruption);
+    TellProblem();
+    if (const std::wstring note = Note(); !note.empty()) {
+        Complain(note);
+    }
+    return Counts().value_or(CaptureCounts{}).problem;
 }
 
 void RunCapture::Await(Interruption& interruption) {

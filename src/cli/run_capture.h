@@ -21,17 +21,20 @@ public:
     std::wstring Open(const AtomicFile& output, const AtomicFile& json);
     // Hands the file to the engine, which is open. `onEnd` posts a message, on any thread.
     void Start(std::function<void()> onEnd);
-    // Why the capture has ended before its time; empty if it has not, or that was told before.
-    std::wstring TakeProblem();
+    // Tells why the capture has ended before its time, if it has, once.
+    void TellProblem();
     // Waits for what is still to be written: for an ordinary file, and for a reader until an interrupt and
-    // 300 ms more.
+    // 300 ms more. Tells what the file lacks, and returns why it is not all that was asked for, told as well;
+    // empty if nothing failed.
+    std::wstring End(Interruption& interruption);
+
+private:
+    // Nullopt if none was asked for.
+    std::optional<CaptureCounts> Counts() const { return m_engine.Captured(); }
     void Await(Interruption& interruption);
     // A note about frames that the file lacks; empty if there are none.
     std::wstring Note() const;
-    // Nullopt if none was asked for.
-    std::optional<CaptureCounts> Counts() const { return m_engine.Captured(); }
 
-private:
     const Options& m_options;
     Engine& m_engine;
     BlockFile m_file;

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "cli/output/console.h"
 #include "platform/files/profile.h"
 
 namespace vnxtest {
@@ -14,6 +15,13 @@ public:
 
     // Writes that failed so far.
     int FailedWrites() const { return m_failedWrites; }
+    // Warns of what is wrong with the profile, once.
+    void TellProblem() {
+        if (const std::wstring problem = LastProblem(); problem != m_toldProblem) {
+            m_toldProblem = problem;
+            Complain(L"warning: the profile: " + problem);
+        }
+    }
 
     std::uint32_t ReadNumber(std::wstring_view name, std::uint32_t defaultValue) override {
         return m_profile.ReadNumber(name, defaultValue);
@@ -38,6 +46,7 @@ private:
 
     Profile& m_profile;
     int m_failedWrites = 0;
+    std::wstring m_toldProblem;
 };
 
 } // namespace vnxtest

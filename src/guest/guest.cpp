@@ -1,7 +1,5 @@
 #include "guest/guest.h"
 
-#include <algorithm>
-
 #include "core/interface_helpers.h"
 #include "core/monitor_thread.h"
 #include "guest/beside_host.h"
@@ -10,8 +8,6 @@
 #include "wrenlib/errors.h"
 #include "wrenlib/format.h"
 #include "wrenlib/log.h"
-#include "wrenlib/text.h"
-#include "wrenpack/offload_settings.h"
 
 namespace vnxtest {
 
@@ -176,24 +172,15 @@ bool Guest::StartMonitorThread(std::size_t index) {
 // All interfaces or none: half a guest would answer for one address only.
 bool Guest::Start() {
     m_stopEvent.Reset();
-    NoteOffload(0);
-    NoteOffload(1);
+    for (std::size_t index = 0; index < m_interfaces.size();
+         ++index) { // a running guest may no longer be allowed to ask
+        m_largeSendOffload[index] = m_host.OffloadsLargeSends(m_interfaces[index].addresses.adapterMac);
+    }
     if (StartMonitorThread(0) && (!m_interfaces[1].asked.NamesAdapter() || StartMonitorThread(1))) {
         return true;
     }
     StopGuest();
     return false;
-}
-
-// Before the start: a running guest may no longer be allowed to ask.
-void Guest::NoteOffload(std::size_t index) {
-    const InterfaceAddresses& addresses = m_interfaces[index].addresses;
-    const auto& adapters = m_host.Adapters();
-    const auto adapter = std::ranges::find_if(adapters, [&addresses](const HostAdapter& one) {
-        return !one.mac.IsZero() && one.mac == addresses.adapterMac;
-    });
-    m_largeSendOffload[index] = adapter != adapters.end() &&
-                                (GetAdapterLSOFlags(TrimBlanks(adapter->driverName)) & kLsoEnabledMask) != 0;
 }
 
 std::optional<WireFacts> Guest::NoticedOnWire(int index) const {

@@ -85,7 +85,6 @@ private:
     bool Start();
     bool StartMonitorThread(std::size_t index);
     void KeepOutcome();
-    void NoteOffload(std::size_t index);
 
     VnetxLibrary& m_library;
     HostNetwork& m_host;

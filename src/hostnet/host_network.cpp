@@ -7,6 +7,7 @@
 #include "wrenlib/text.h"
 #include "wrenlib/trace.h"
 #include "wrenlib/visible_text.h"
+#include "wrenpack/offload_settings.h"
 
 namespace vnxtest {
 
@@ -231,6 +232,13 @@ bool HostNetwork::IsAdapterIP(Ipv4Address address) const {
 
 bool HostNetwork::IsAdapterMAC(MacAddress mac) const {
     return m_adapterMacs.contains(MacKey(mac));
+}
+
+bool HostNetwork::OffloadsLargeSends(MacAddress mac) const {
+    const auto adapter =
+        mac.IsZero() ? m_adapters.end() : std::ranges::find(m_adapters, mac, &HostAdapter::mac);
+    return adapter != m_adapters.end() &&
+           (GetAdapterLSOFlags(TrimBlanks(adapter->driverName)) & kLsoEnabledMask) != 0;
 }
 
 } // namespace vnxtest

@@ -91,6 +91,9 @@ public:
     Ipv4Address GetHostMaskByIP(Ipv4Address address) const;
     bool IsAdapterIP(Ipv4Address address) const;
     bool IsAdapterMAC(MacAddress mac) const;
+    // True if the first adapter with this MAC address has its driver segment large sends
+    // (wrenpack/offload_settings.h). Asks the system.
+    bool OffloadsLargeSends(MacAddress mac) const;
 
     const HostSources& Sources() const { return m_sources; }
 
