@@ -68,7 +68,8 @@ constexpr std::int64_t kEmptyTop = kMillisecond; // of an axis without a reply
 
 wxString DurationText(double nanoseconds) {
     const bool micro = nanoseconds < kMillisecond && nanoseconds > 0;
-    wxString text = wxString::FromCDouble(nanoseconds / (micro ? kMicrosecond : kMillisecond), 2);
+    const auto unit = static_cast<double>(micro ? kMicrosecond : kMillisecond);
+    wxString text = wxString::FromCDouble(nanoseconds / unit, 2);
     while (text.EndsWith("0")) {
         text.RemoveLast();
     }
