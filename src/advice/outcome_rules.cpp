@@ -38,7 +38,7 @@ bool AreBursts(const PingCourse& ping) {
 
 // The library says that `address` does not answer ARP.
 bool IsSilent(const InterfaceObservations& guest, Ipv4Address address) {
-    return guest.wire && std::ranges::find(guest.wire->silent, address, &WireFacts::Silence::address) !=
+    return guest.wire && std::ranges::find(guest.wire->silent, address, &SilentStation::address) !=
                              guest.wire->silent.end();
 }
 

@@ -9,7 +9,7 @@ namespace vnxtest {
 
 namespace {
 
-using Milliseconds = WireFacts::Milliseconds;
+using Milliseconds = std::chrono::milliseconds;
 
 // "3.2 s".
 std::wstring Seconds(Milliseconds time) {
@@ -42,13 +42,13 @@ SeenList SeeOnWires(const Observations& observations, const See& see) {
 
 // Of the silent neighbours the first that `isMeant`.
 template <typename IsMeant>
-const WireFacts::Silence* FindSilence(const WireFacts& wire, const IsMeant& isMeant) {
+const SilentStation* FindSilence(const WireFacts& wire, const IsMeant& isMeant) {
     const auto found = std::ranges::find_if(
-        wire.silent, [&isMeant](const WireFacts::Silence& silence) { return isMeant(silence.address); });
+        wire.silent, [&isMeant](const SilentStation& silence) { return isMeant(silence.address); });
     return found != wire.silent.end() ? &*found : nullptr;
 }
 
-Seen SeenSilence(const wchar_t* who, const WireFacts::Silence& silence) {
+Seen SeenSilence(const wchar_t* who, const SilentStation& silence) {
     Seen seen;
     seen.seen = Sprintf(L"%s %s did not answer ARP: it was asked %s%s.", std::wstring(who),
                         FormatIPAddr(silence.address), Times(silence.questions),
@@ -90,7 +90,7 @@ SeenList SeeAddressInUse(const Observations& observations) {
         if (!wire.addressInUse) {
             return std::optional<Seen>();
         }
-        const WireFacts::AddressInUse& other = *wire.addressInUse;
+        const AddressInUse& other = *wire.addressInUse;
         Seen seen;
         seen.seen =
             Sprintf(L"The IP address %s of %s is in use by another station, with the MAC address %s: it %s.",
@@ -115,7 +115,7 @@ SeenList SeeMacInUse(const Observations& observations) {
         if (!wire.macInUse) {
             return std::optional<Seen>();
         }
-        const WireFacts::MacInUse& other = *wire.macInUse;
+        const MacInUse& other = *wire.macInUse;
         Seen seen;
         seen.seen = Sprintf(L"%s came from the MAC address %s of %s that it cannot have sent%s.",
                             Counted(other.times, L"frame"), FormatMACAddr(guest.guestMac),
@@ -172,7 +172,7 @@ SeenList SeeSilentGateway(const Observations& observations) {
 
 SeenList SeeLostCarrier(const Observations& observations) {
     return SeeOnWires(observations, [&](const InterfaceObservations&, const WireFacts& wire) {
-        const WireFacts::LinkTrouble& trouble = wire.noCarrier;
+        const LinkTrouble& trouble = wire.noCarrier;
         if (trouble.times == 0) {
             return std::optional<Seen>();
         }
@@ -194,7 +194,7 @@ SeenList SeeLostCarrier(const Observations& observations) {
 SeenList SeeAdapterDown(const Observations& observations) {
     return SeeOnWires(observations, [&](const InterfaceObservations&, const WireFacts& wire) {
         const bool gone = wire.gone.times != 0;
-        const WireFacts::LinkTrouble& trouble = gone ? wire.gone : wire.down;
+        const LinkTrouble& trouble = gone ? wire.gone : wire.down;
         if (trouble.times == 0) {
             return std::optional<Seen>();
         }
@@ -215,7 +215,7 @@ SeenList SeeAdapterDown(const Observations& observations) {
 
 SeenList SeeFramesBeyondMtu(const Observations& observations) {
     return SeeOnWires(observations, [&](const InterfaceObservations& guest, const WireFacts& wire) {
-        const WireFacts::BeyondMtu& beyond = wire.beyondMtu;
+        const BeyondMtu& beyond = wire.beyondMtu;
         if (beyond.frames == 0) {
             return std::optional<Seen>();
         }

@@ -30,7 +30,7 @@ void HeardConflict::Hear(const InterfaceAddresses& guest, std::span<const std::u
     const std::uint64_t times = m_times.load(std::memory_order_relaxed);
     if (times == 0) {
         using std::chrono::duration_cast;
-        m_first = duration_cast<WireFacts::Milliseconds>(Clock::now() - m_begin).count();
+        m_first = duration_cast<std::chrono::milliseconds>(Clock::now() - m_begin).count();
     }
     std::uint64_t image = 0;
     std::memcpy(&image, sender.Bytes().data(), sender.Bytes().size());
@@ -38,8 +38,8 @@ void HeardConflict::Hear(const InterfaceAddresses& guest, std::span<const std::u
     m_times.store(times + 1, std::memory_order_release);
 }
 
-std::optional<WireFacts::AddressInUse> HeardConflict::Read() const {
-    WireFacts::AddressInUse found;
+std::optional<AddressInUse> HeardConflict::Read() const {
+    AddressInUse found;
     found.times = m_times.load(std::memory_order_acquire);
     if (found.times == 0) {
         return std::nullopt;
@@ -48,7 +48,7 @@ std::optional<WireFacts::AddressInUse> HeardConflict::Read() const {
     std::array<std::uint8_t, 6> mac{};
     std::memcpy(mac.data(), &image, mac.size());
     found.by = MacAddress(mac);
-    found.first = WireFacts::Milliseconds(m_first.load(std::memory_order_relaxed));
+    found.first = std::chrono::milliseconds(m_first.load(std::memory_order_relaxed));
     return found;
 }
 

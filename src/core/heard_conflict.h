@@ -22,7 +22,7 @@ public:
     // An ARP frame from the wire, with its Ethernet header; may be cut short. Monitor thread.
     void Hear(const InterfaceAddresses& guest, std::span<const std::uint8_t> frame);
     // Nullopt if there was no such station. Any thread.
-    std::optional<WireFacts::AddressInUse> Read() const;
+    std::optional<AddressInUse> Read() const;
 
 private:
     using Clock = std::chrono::steady_clock;

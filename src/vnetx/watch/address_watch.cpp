@@ -29,8 +29,8 @@ constexpr std::uint16_t kEtherTypeIpv6 = 0x86DD;
 
 } // namespace
 
-WireFacts::Milliseconds AddressWatch::SinceBegin() const {
-    return std::chrono::duration_cast<WireFacts::Milliseconds>(m_now() - m_begin);
+std::chrono::milliseconds AddressWatch::SinceBegin() const {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(m_now() - m_begin);
 }
 
 std::optional<ArpFrame> AddressWatch::Begin(MacAddress mac, Ipv4Address address) {

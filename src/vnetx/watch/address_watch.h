@@ -51,7 +51,7 @@ public:
 private:
     bool IsFromProbe(std::span<const std::uint8_t> frame);
     void NoteAddress(MacAddress by, bool probed);
-    WireFacts::Milliseconds SinceBegin() const;
+    std::chrono::milliseconds SinceBegin() const;
 
     const MacAddress m_host;
     const std::function<Clock::time_point()> m_now;
@@ -63,8 +63,8 @@ private:
     bool m_probing = false;
 
     mutable std::mutex m_mutex; // of the two below
-    std::optional<WireFacts::AddressInUse> m_addressInUse;
-    std::optional<WireFacts::MacInUse> m_macInUse;
+    std::optional<AddressInUse> m_addressInUse;
+    std::optional<MacInUse> m_macInUse;
 };
 
 } // namespace vnxtest

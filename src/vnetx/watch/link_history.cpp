@@ -38,15 +38,15 @@ void LinkHistory::Note(State state, Clock::time_point now) {
 void LinkHistory::AddTo(WireFacts& facts, Clock::time_point now) const {
     using std::chrono::duration_cast;
     const std::lock_guard lock(m_mutex);
-    const auto tell = [&](State state, WireFacts::LinkTrouble& told) {
+    const auto tell = [&](State state, LinkTrouble& told) {
         const Trouble& trouble = m_troubles[PlaceOf(state)];
         if (trouble.times == 0) {
             return;
         }
         told.times = trouble.times;
-        told.first = duration_cast<WireFacts::Milliseconds>(trouble.first - *m_begin);
+        told.first = duration_cast<std::chrono::milliseconds>(trouble.first - *m_begin);
         told.lasting = m_state == state;
-        told.total = duration_cast<WireFacts::Milliseconds>(
+        told.total = duration_cast<std::chrono::milliseconds>(
             trouble.ended + (told.lasting ? now - m_since : Clock::duration()));
     };
     tell(State::NoCarrier, facts.noCarrier);

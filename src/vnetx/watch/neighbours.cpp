@@ -55,8 +55,8 @@ void NeighbourTable::NoteUnanswered(Ipv4Address address) {
     ++m_silences[address.Memory()].questions;
 }
 
-std::vector<WireFacts::Silence> NeighbourTable::Silent() {
-    std::vector<WireFacts::Silence> silent;
+std::vector<SilentStation> NeighbourTable::Silent() {
+    std::vector<SilentStation> silent;
     const std::lock_guard lock(m_mutex);
     for (const auto& [image, silence] : m_silences) {
         if (silence.questions != 0) {

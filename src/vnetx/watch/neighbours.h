@@ -46,7 +46,7 @@ public:
     // The same after a whole exchange, which is counted.
     void NoteUnanswered(Ipv4Address address);
     // The addresses with such exchanges, and none answered since; at most kMostSilent of them.
-    std::vector<WireFacts::Silence> Silent();
+    std::vector<SilentStation> Silent();
 
     Answer Find(Ipv4Address address);
     // Zero if no valid entry has the MAC.
