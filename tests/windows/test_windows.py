@@ -66,6 +66,11 @@ class WineCase(unittest.TestCase):
     def set(self, name, kind, data, key=KEY):
         self.wine("reg", "add", key, "/v", name, "/t", kind, "/d", data, "/f")
 
+    def forget_settings(self):
+        for key in (KEY, SIM_KEY):
+            subprocess.run([WINE, "reg", "delete", key, "/f"], env=dict(os.environ, DISPLAY=""), stdout=subprocess.DEVNULL,
+                           stderr=subprocess.DEVNULL)
+
     def install_beside(self, library):
         """A program folder with a package's library in it."""
         shutil.copy(PROGRAMS / "vnxtest-cli.exe", self.folder)
@@ -92,6 +97,31 @@ class Console(WineCase):
 def on_drive(path):
     """The path as a Windows program takes it: one that begins with a slash is an option there."""
     return "Z:" + str(path).replace("/", "\\")
+
+
+def frame_comments(path):
+    """What a capture says of its frames."""
+    return subprocess.run(["tshark", "-r", str(path), "-T", "fields", "-e", "frame.comment"], capture_output=True, text=True,
+                          check=True).stdout.splitlines()
+
+
+class Capture(WineCase):
+    def test_file_and_pipe_can_be_read_here(self):
+        file, results = self.folder / "guest.pcapng", self.folder / "results.json"
+        options = ("ping", "198.18.0.2", *SIM, "--count", 3, "--delay", 10, "--quiet")
+        self.cli(*options, "--capture", on_drive(file), "--json", on_drive(results))
+        piped = self.folder / "piped.pcapng"
+        with open(piped, "wb") as to:
+            writer = subprocess.Popen([WINE, PROGRAMS / "vnxtest-cli.exe", *map(str, options), "--capture", "-"],
+                                      env=dict(os.environ, DISPLAY=""), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+            subprocess.run(["cat"], stdin=writer.stdout, stdout=to, check=True)
+        self.assertEqual(writer.wait(60), 0)
+        for capture in (file, piped):
+            comments = frame_comments(capture)
+            self.assertEqual(len(comments), 6, comments)
+            self.assertRegex(comments[5], r"^reply to ping #3 of 198\.18\.0\.2, \S+ (us|ms)")
+        round_trips = [ping["rttNs"] for ping in json.loads(results.read_text(encoding="utf-8"))["ping"]["pings"]]
+        self.assertTrue(any(nanoseconds % 1_000_000 for nanoseconds in round_trips), round_trips)
 
 
 class PackageLibrary(WineCase):
@@ -129,8 +159,8 @@ class PackageLibrary(WineCase):
 class Settings(WineCase):
     def setUp(self):
         super().setUp()
-        for key in (KEY, SIM_KEY):
-            subprocess.run([WINE, "reg", "delete", key, "/f"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.forget_settings()
+        self.addCleanup(self.forget_settings)
 
     def test_values_of_the_registry_are_honoured_and_saved_with_their_kinds(self):
         for name, kind, data in (("Interface1_bTAPMode", "REG_DWORD", 7), ("NumPings", "REG_DWORD", 2),
@@ -149,8 +179,6 @@ class Settings(WineCase):
         self.assertEqual(values["WhoPingIPAddr"], ("REG_DWORD", "0x20012c6"))  # first octet in the lowest byte
         self.assertEqual(values["WhoPingName"], ("REG_SZ", "198.18.0.2"))
         self.assertEqual(values["PingTimeout"], ("REG_DWORD", "0x190"))
-        for key in (KEY, SIM_KEY):
-            self.wine("reg", "delete", key, "/f")
 
 
 class OffloadSettings(WineCase):
@@ -185,8 +213,10 @@ class Window(WineCase):
         if not os.environ.get("DISPLAY") or shutil.which("xdotool") is None:
             self.skipTest("needs a display with a window manager, and xdotool")
         end_wine()
+        self.addCleanup(self.forget_settings)
         self.shots = 0
-        self.program = subprocess.Popen([WINE, PROGRAMS / "VNXTest64UD.exe", "--library", "sim"],
+        # Of the replies the fourth and the fifth have the Don't-Fragment bit.
+        self.program = subprocess.Popen([WINE, PROGRAMS / "VNXTest64UD.exe", "--library", "sim:df=50,seed=1"],
                                         stderr=subprocess.DEVNULL)
         self.addCleanup(end_wine)
         self.addCleanup(lambda: (self.program.kill(), self.program.wait()))
@@ -196,8 +226,15 @@ class Window(WineCase):
     def wait(self, condition, what, seconds):
         deadline = time.monotonic() + seconds
         while not condition():
-            self.assertLess(time.monotonic(), deadline, what)
+            if time.monotonic() > deadline:
+                self.shoot()
+                self.fail(f"not within {seconds} s: {what}")
             time.sleep(0.2)
+
+    def shoot(self):
+        self.shots += 1
+        if "VNXTEST_SCREENSHOTS" in os.environ:
+            subprocess.run(["import", "-window", "root", f"{os.environ['VNXTEST_SCREENSHOTS']}/{self.shots}.png"])
 
     def xdotool(self, *arguments):
         return subprocess.run(["xdotool", *map(str, arguments)], capture_output=True, text=True).stdout
@@ -216,9 +253,7 @@ class Window(WineCase):
             return self.xdotool("getactivewindow", "getwindowname").strip() == title
         self.wait(has_the_keys, f"{title!r} is shown and has the keys", seconds)
         time.sleep(0.7)
-        self.shots += 1
-        if "VNXTEST_SCREENSHOTS" in os.environ:
-            subprocess.run(["import", "-window", "root", f"{os.environ['VNXTEST_SCREENSHOTS']}/{self.shots}.png"])
+        self.shoot()
 
     def gone(self, title):
         self.wait(lambda: title not in self.titles(), f"{title!r} is gone", 30)
@@ -232,6 +267,13 @@ class Window(WineCase):
         if title:
             self.dialog(title)
 
+    def enter_path(self, title, path):
+        self.dialog(title)
+        self.keys("Home", "shift+End")
+        self.xdotool("type", "--delay", "8", "--", on_drive(path))
+        self.keys("Return")
+        self.gone(title)
+
     def saved_text(self, *wanted):
         """Saves the report until it holds all that is wanted."""
         path = self.folder / "report.vnt"
@@ -240,11 +282,7 @@ class Window(WineCase):
             self.keys("ctrl+s")
             time.sleep(1)
             if not self.text:
-                self.dialog("Save As")
-                self.keys("Home", "shift+End")
-                self.xdotool("type", "--delay", "8", "--", on_drive(path))
-                self.keys("Return")
-                self.gone("Save As")
+                self.enter_path("Save As", path)
             self.text = path.read_text(encoding="utf-8") if path.exists() else ""
             return all(piece in self.text for piece in wanted)
         self.wait(save, f"the text has {wanted}", 90)
@@ -261,6 +299,8 @@ class Window(WineCase):
             self.command("alt+t", *["Down"] * downs, "Return", title=title)
             self.keys("Escape")
             self.gone(title)
+        self.command("alt+v", "f")
+        self.enter_path("Capture to file", self.folder / "guest.pcapng")
         self.command("alt+t", "Return", title="VNXTest64UD Parameters")
         self.keys("F1")  # a balloon; Escape closes it and nothing else
         time.sleep(1)
@@ -280,16 +320,23 @@ class Window(WineCase):
         self.keys("Return")
         self.gone("Ping who?")
         self.saved_text("3 Replies Received", "Ping test successful.", "** END PING TEST **")
+        self.command("alt+t", "Down", "Return", title="Ping who?")
+        self.keys("Return")
+        self.gone("Ping who?")
+        self.saved_text("2 Pings Lost (67%)")
+        self.command("alt+m", title="Advice - Netorra Help")  # "More" of the bar with the advice
+        self.keys("alt+F4")
+        self.gone("Advice - Netorra Help")
+        self.dialog("report.vnt - VNXTest")
         self.command("alt+t", "Down", "Down", "Down", "Return")
         self.saved_text("** Interface sim0 closed")
+        self.assertIn("ignored: Fragmented (Don't-Fragment is set)", frame_comments(self.folder / "guest.pcapng"))
         self.command("alt+f", "x")
         self.assertEqual(self.program.wait(30), 0)
         values = self.values(SIM_KEY)
         self.assertEqual(values["Interface1_strInterface_IPAddr"], ("REG_SZ", "10.9.9.9"))
         self.assertEqual(values["WhoPingName"], ("REG_SZ", "198.18.0.2"))
         self.assertEqual(values["NumPings"], ("REG_DWORD", "0x3"))
-        for key in (KEY, SIM_KEY):
-            self.wine("reg", "delete", key, "/f")
 
 
 class GuestOnAWire(WineCase):

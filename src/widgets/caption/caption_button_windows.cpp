@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <wx/button.h>
 #include <wx/dialog.h>
 #include <wx/menu.h>
 #include <wx/msw/wrapwin.h>
@@ -76,13 +77,18 @@ CVisualStylesXP& VisualStyles() {
     return styles;
 }
 
+bool MayBeMnemonic(const wxKeyEvent& event) {
+    const int key = event.GetKeyCode();
+    return event.GetModifiers() == wxMOD_ALT && ((key >= 'A' && key <= 'Z') || (key >= '0' && key <= '9'));
+}
+
 // The toolkit looks for a mnemonic in the innermost container only. This looks in the whole dialog first.
 void OnMnemonic(wxKeyEvent& event) {
-    const int key = event.GetKeyCode();
-    if (event.GetModifiers() != wxMOD_ALT || ((key < 'A' || key > 'Z') && (key < '0' || key > '9'))) {
+    if (!MayBeMnemonic(event)) {
         event.Skip();
         return;
     }
+    const int key = event.GetKeyCode();
     constexpr LPARAM kAltIsDown = LPARAM{1} << 29;
     MSG message{};
     message.hwnd = GetFocus();
@@ -90,6 +96,35 @@ void OnMnemonic(wxKeyEvent& event) {
     message.wParam = static_cast<WPARAM>(key >= 'A' ? key - 'A' + 'a' : key);
     message.lParam = kAltIsDown;
     IsDialogMessageW(GetAncestor(message.hwnd, GA_ROOT), &message);
+}
+
+// A button that can be pressed and has the capital letter after the "&" of its label; null if there is none.
+wxButton* FindButton(const wxWindow& within, int letter) {
+    for (wxWindow* const child : within.GetChildren()) {
+        if (!child->IsShown() || !child->IsEnabled() || child->IsTopLevel()) {
+            continue;
+        }
+        auto* const button = dynamic_cast<wxButton*>(child);
+        if (button != nullptr && button->GetLabel().Upper().Contains(wxString("&") + wxUniChar(letter))) {
+            return button;
+        }
+        if (wxButton* const found = FindButton(*child, letter)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+// In a frame the toolkit leaves Alt and a letter to the menu bar alone. The buttons of its bars come first.
+void OnFrameMnemonic(wxKeyEvent& event, const wxTopLevelWindow& frame) {
+    wxButton* const button = MayBeMnemonic(event) ? FindButton(frame, event.GetKeyCode()) : nullptr;
+    if (button == nullptr) {
+        event.Skip();
+        return;
+    }
+    wxCommandEvent press(wxEVT_BUTTON, button->GetId());
+    press.SetEventObject(button);
+    button->ProcessWindowEvent(press);
 }
 
 class WindowsCaption final : public CaptionButton {
@@ -107,6 +142,7 @@ public:
         SetWindowSubclass(m_handle, &WindowsCaption::OnMessage, kSubclass, reinterpret_cast<DWORD_PTR>(this));
         if (m_ownButton) {
             OpenTheme();
+            window.Bind(wxEVT_CHAR_HOOK, [&window](wxKeyEvent& event) { OnFrameMnemonic(event, window); });
         }
     }
     WindowsCaption(const WindowsCaption&) = delete;
