@@ -386,31 +386,91 @@ class GuestOnAWire(WineCase):
         self.assertIn("3 Replies Received", guest.communicate(timeout=60)[0].decode())
 
 
+def properties(path):
+    """The texts of a file's version resource, as its properties show them."""
+    data = path.read_bytes()
+    texts = data[data.rindex("StringFileInfo".encode("utf-16le")):][:4000].decode("utf-16le", "replace")
+    # Each is a header of three words (the last is 1: a text), its name, its value.
+    return dict(re.findall("\1([A-Z][A-Za-z]+)\0+([^\0]+)\0", texts))
+
+
 class Installer(WineCase):
+    UNINSTALL = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\VNXTest64UD"
+    INSTALLED = PREFIX / "drive_c/Program Files/VNXTest64UD"
+    READ = {"README.txt", "licences/THIRD-PARTY.txt", "licences/wxwidgets.txt", "licences/gcc.txt", "licences/nsis.txt"}
+    PROGRAMS = {"VNXTest64UD.exe", "vnxtest-cli.exe", "vnxtest.htb"}
+
+    def setUp(self):
+        super().setUp()
+        self.installer = next(PACKAGES.glob("*-setup.exe"))
+        self.version = self.installer.name.split("-")[1]
+        self.addCleanup(self.forget_settings)
+
     def files(self):
         return {path for path in (PREFIX / "drive_c").rglob("*") if "VNXTest64UD" in str(path)}
 
+    def installed(self):
+        return {str(path.relative_to(self.INSTALLED)) for path in self.INSTALLED.rglob("*") if path.is_file()}
+
+    def uninstall(self, left=frozenset()):
+        self.wine(self.INSTALLED / "uninstall.exe", "/S")
+        deadline = time.monotonic() + 60  # the uninstaller goes on as a copy of itself
+        while self.files() != left and time.monotonic() < deadline:
+            time.sleep(0.5)
+        self.assertEqual(self.files(), left)
+        self.wine("reg", "query", self.UNINSTALL, status=1)
+
     def test_installs_and_uninstalls_leaving_nothing(self):
         self.assertEqual(self.files(), set())
-        uninstall = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\VNXTest64UD"
-        self.wine(next(PACKAGES.glob("*-setup.exe")), "/S")
-        folder = PREFIX / "drive_c/Program Files/VNXTest64UD"
-        names = {path.name for path in self.files()}
-        self.assertLessEqual({"VNXTest64UD.exe", "vnxtest-cli.exe", "vnxtest.htb", "VNXTest64UD.lnk"}, names)
-        self.assertEqual(self.values(uninstall)["Publisher"][1], "Corvane Software Works")
-        self.assertIn("Ping test successful.", self.cli("ping", "198.18.0.2", *SIM, "--count", 1, folder=folder)[0])
-        self.wine(folder / "uninstall.exe", "/S")
-        deadline = time.monotonic() + 30  # the uninstaller goes on as a copy of itself
-        while self.files() and time.monotonic() < deadline:
-            time.sleep(0.5)
-        self.assertEqual(self.files(), set())
-        self.wine("reg", "query", uninstall, status=1)
+        self.wine(self.installer, "/S")
+        self.assertLessEqual(self.PROGRAMS | self.READ, self.installed())
+        self.assertLessEqual({"VNXTest64UD.lnk", "First steps.lnk"}, {path.name for path in self.files()})
+        entry = self.values(self.UNINSTALL)
+        self.assertEqual((entry["Publisher"][1], entry["DisplayVersion"][1]), ("Corvane Software Works", self.version))
+        self.assertIn("Ping test successful.", self.cli("ping", "198.18.0.2", *SIM, "--count", 1, folder=self.INSTALLED)[0])
+        self.uninstall()
+
+    def test_takes_the_place_of_an_older_version(self):
+        older = self.folder / "older-setup.exe"
+        subprocess.run(["makensis", "-V1", "-DVERSION=1.2.3.4", f"-DOUTFILE={older}",
+                        PACKAGES.parent / "packaging/windows/installer.nsi"], check=True)
+        folder = r"C:\VNXTest64UD-elsewhere"
+        self.INSTALLED = PREFIX / "drive_c/VNXTest64UD-elsewhere"
+        self.wine(older, "/S", "/D=" + folder)
+        self.assertEqual(self.values(self.UNINSTALL)["DisplayVersion"][1], "1.2.3.4")
+        self.cli("ping", "198.18.0.2", *SIM, "--count", 7, "--delay", 0, "--save", folder=self.INSTALLED)
+        shutil.copy(PROGRAMS / "Vnetx64UD.dll", self.INSTALLED)  # the user's own
+        before = self.installed()
+        guest = subprocess.Popen([WINE, self.INSTALLED / "vnxtest-cli.exe", "run", *SIM], stdout=subprocess.PIPE,
+                                 stderr=subprocess.DEVNULL, env=dict(os.environ, DISPLAY=""))
+        self.assertIn(b"enabled/up", guest.stdout.readline())
+        # "_?=": the uninstaller does not go on as a copy of itself, so that its status can be seen.
+        for refused in ((self.installer, "/S"), (self.INSTALLED / "uninstall.exe", "/S", "_?=" + folder)):
+            self.wine(*refused, status=2)
+            self.assertEqual(self.installed(), before)
+            self.assertEqual(self.values(self.UNINSTALL)["DisplayVersion"][1], "1.2.3.4")
+        self.wine("taskkill", "/f", "/im", "vnxtest-cli.exe")
+        guest.communicate(timeout=60)
+        self.wine(self.installer, "/S")
+        self.assertEqual(self.installed(), before)
+        self.assertEqual(self.values(self.UNINSTALL)["DisplayVersion"][1], self.version)
+        self.assertEqual(self.values(SIM_KEY)["NumPings"], ("REG_DWORD", "0x7"))
+        self.uninstall({self.INSTALLED, self.INSTALLED / "Vnetx64UD.dll"})
+        shutil.rmtree(self.INSTALLED)
 
     def test_zip_holds_the_programs(self):
         listing = subprocess.run([sys.executable, "-m", "zipfile", "-l", next(PACKAGES.glob("*.zip"))],
                                  capture_output=True, text=True, check=True).stdout
-        for name in ("VNXTest64UD.exe", "vnxtest-cli.exe", "vnxtest.htb", "README.md"):
+        for name in self.PROGRAMS | self.READ:
             self.assertIn("/" + name, listing)
+
+    def test_files_have_their_properties(self):
+        for path in (PROGRAMS / "VNXTest64UD.exe", PROGRAMS / "vnxtest-cli.exe", PROGRAMS / "Vnetx64UD.dll", self.installer):
+            told = properties(path)
+            self.assertLessEqual({"CompanyName": "Corvane Software Works", "ProductName": "VNXTest64UD",
+                                  "LegalCopyright": "Copyright (C) Corvane Software Works", "FileVersion": self.version,
+                                  "ProductVersion": self.version, "OriginalFilename": path.name}.items(), told.items())
+            self.assertTrue(told["FileDescription"] and told["InternalName"], told)
 
 
 if __name__ == "__main__":
