@@ -4,6 +4,8 @@
 #include <chrono>
 #include <ctime>
 
+#include <fmt/format.h>
+
 #include "platform/system/local_time.h"
 #include "wrenlib/trace.h"
 
@@ -47,24 +49,34 @@ bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r';
 }
 
-} // namespace
-
-void StampLines(std::string_view text, std::string_view stamp, std::string& lines) {
+// As StampLines, into any text that can be appended to.
+template <typename Text>
+void AppendStamped(std::string_view text, std::string_view stamp, Text& lines) {
+    const auto append = [&lines](std::string_view part) {
+        lines.append(part.data(), part.data() + part.size());
+    };
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
-        const std::string_view line = text.substr(0, end);
-        lines += stamp;
-        lines += line;
+        append(stamp);
+        append(text.substr(0, end));
         // Leading blanks are kept; trailing ones go, that of the stamp, too, if the line is empty.
-        while (!lines.empty() && IsBlank(lines.back())) {
-            lines.pop_back();
+        std::size_t size = lines.size();
+        while (size > 0 && IsBlank(lines.data()[size - 1])) {
+            --size;
         }
-        lines += '\n';
+        lines.resize(size);
+        lines.push_back('\n');
         if (end == std::string_view::npos) {
             return;
         }
         text.remove_prefix(end + 1);
     }
+}
+
+} // namespace
+
+void StampLines(std::string_view text, std::string_view stamp, std::string& lines) {
+    AppendStamped(text, stamp, lines);
 }
 
 OutputChannel::~OutputChannel() {
@@ -80,10 +92,9 @@ void OutputChannel::Detach() {
 }
 
 void OutputChannel::TakeText(std::string_view text) {
-    thread_local std::string lines;
-    lines.clear();
-    StampLines(text, TimeStamp(), lines);
-    Append(lines);
+    fmt::memory_buffer lines; // no allocation for a usual line
+    AppendStamped(text, TimeStamp(), lines);
+    Append({lines.data(), lines.size()});
 }
 
 void OutputChannel::Append(std::string_view lines) {

@@ -6,10 +6,13 @@ initialized Wine prefix that is the tests' own (script/windows makes one). VNXTE
 screenshots of the window.
 """
 
+import contextlib
 import json
 import os
 import pathlib
+import pty
 import re
+import select
 import shutil
 import subprocess
 import sys
@@ -89,6 +92,26 @@ class Console(WineCase):
         saved = (self.folder / "report.vnt").read_bytes()
         self.assertEqual(saved.count(b"\n"), saved.count(b"\r\n"))
         self.assertEqual(saved.decode().replace("\r\n", "\n"), out)
+
+    def test_an_interrupt_stops_a_ping_test(self):
+        process, terminal = pty.fork()
+        if process == 0:
+            os.environ["DISPLAY"] = ""
+            os.execv(WINE, [WINE, str(PROGRAMS / "vnxtest-cli.exe"), "ping", "198.18.0.2", *SIM, "--count", "1000"])
+        self.addCleanup(end_wine)
+        self.addCleanup(os.close, terminal)
+        shown, interrupted, deadline = b"", False, time.monotonic() + 120
+        while b"interrupted after" not in shown:
+            self.assertLess(time.monotonic(), deadline, shown[-500:])
+            if select.select([terminal], [], [], 1)[0]:
+                shown += os.read(terminal, 65536)
+            if not interrupted and b"Reply to ping #2" in shown:
+                os.write(terminal, b"\x03")
+                interrupted = True
+        with contextlib.suppress(OSError):  # the terminal's end
+            while os.read(terminal, 65536):
+                pass
+        self.assertIn(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]), (0, 1))  # 1: one was under way
 
     def test_says_what_is_missing(self):
         self.assertIn("Windows has none", self.cli("run", "--library", "tun", status=2)[1])

@@ -1,6 +1,8 @@
 #include "vnetx/driver/builtin_library.h"
 
+#include <array>
 #include <cerrno>
+#include <string>
 
 #include "packets/checksum.h"
 #include "packets/wire.h"
@@ -111,11 +113,13 @@ void BuiltinLibrary::BuildVantIfaceMac(std::uint8_t* mac, const std::uint8_t* ip
 }
 
 const char* BuiltinLibrary::GetDefaultIface() {
-    // Thread-local, so that a call on another thread does not change the text that a caller holds.
-    static thread_local std::string text;
+    // Thread-local, so that a call on another thread does not change the text that a caller holds. No
+    // std::string: see docs/building-for-windows.md.
+    static thread_local std::array<char, 32> text{};
     const auto link = DefaultHostLink();
-    text = link ? ToNarrow(FormatMACAddr(link->mac)) : std::string();
-    return text.c_str();
+    const std::string address = link ? ToNarrow(FormatMACAddr(link->mac)) : std::string();
+    text[address.copy(text.data(), text.size() - 1)] = '\0';
+    return text.data();
 }
 
 std::int32_t BuiltinLibrary::SetDebugOutputFunc(VnetxDebugOutput callback) {
