@@ -130,7 +130,8 @@ def frame_comments(path):
 
 class Capture(WineCase):
     def test_file_and_pipe_can_be_read_here(self):
-        file, results = self.folder / "guest.pcapng", self.folder / "results.json"
+        # Names with letters that no code page has together.
+        file, results = self.folder / "\u03a9 \u65e5 \u00e4.pcapng", self.folder / "results \u03a9\u65e5.json"
         options = ("ping", "198.18.0.2", *SIM, "--count", 3, "--delay", 10, "--quiet")
         self.cli(*options, "--capture", on_drive(file), "--json", on_drive(results))
         piped = self.folder / "piped.pcapng"

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
+#include <new>
+#include <span>
 
 #include <io.h>
+#include <shellapi.h>
 
 #include "platform/process/terminal.h"
 #include "wrenlib/text.h"
@@ -79,10 +83,17 @@ void PrepareTerminal() {
     SetConsoleOutputCP(CP_UTF8);
 }
 
-std::vector<std::string> CommandLineWords(int argc, char** argv) {
+// Of the system, for in those of main() the letters that the code page lacks are replaced.
+std::vector<std::string> CommandLineWords(int /*argc*/, char** /*argv*/) {
+    int count = 0;
+    const std::unique_ptr<LPWSTR, decltype(&LocalFree)> list(CommandLineToArgvW(GetCommandLineW(), &count),
+                                                             &LocalFree);
+    if (list == nullptr) {
+        throw std::bad_alloc();
+    }
     std::vector<std::string> words;
-    for (int i = 1; i < argc; ++i) {
-        words.push_back(ToUtf8(ToWide(argv[i])));
+    for (const LPWSTR word : std::span(list.get(), static_cast<std::size_t>(count)).subspan(1)) {
+        words.push_back(ToUtf8(word));
     }
     return words;
 }
