@@ -12,8 +12,7 @@ namespace {
 
 // With the host numbers of the two guests.
 constexpr const char* kAboutValues =
-    "Values that are not given come from the profile, where the window keeps them, else they are derived from the host: the guest gets host number {} (the second interface's {}) of its adapter's subnet, and a MAC address made from its IP address. What is given holds for this run alone, unless --save is given too.\n"
-    "\n";
+    "Values that are not given come from the profile, where the window keeps them, else they are derived from the host: the guest gets host number {} (the second interface's {}) of its adapter's subnet, and a MAC address made from its IP address. What is given holds for this run alone, unless --save is given too.";
 
 constexpr const char* kAboutStatus =
     "Exit status: 0 the command did its work (ping: no ping was lost); 1 pings were lost; 2 anything else, and standard error says what and what to do next. An interrupt (Ctrl+C) stops in order; a second one ends at once.\n";
@@ -38,9 +37,7 @@ bool HasGuest(std::optional<Command> command) {
 }
 
 std::string Footer(std::optional<Command> command) {
-    std::string footer = HasGuest(command)
-                             ? fmt::format(kAboutValues, kGuestHostNumbers[0], kGuestHostNumbers[1])
-                             : std::string();
+    std::string footer = HasGuest(command) ? AboutValues() + "\n\n" : std::string();
     footer += kAboutStatus;
     std::string examples;
     for (const Example& example : kExamples) {
@@ -50,6 +47,10 @@ std::string Footer(std::optional<Command> command) {
 }
 
 } // namespace
+
+std::string AboutValues() {
+    return fmt::format(kAboutValues, kGuestHostNumbers[0], kGuestHostNumbers[1]);
+}
 
 std::string HelpText(Grammar& grammar, std::optional<Command> command) {
     CLI::App& app = grammar.app;
