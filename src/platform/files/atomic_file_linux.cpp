@@ -138,8 +138,7 @@ Result<void> AtomicFile::Open(const std::filesystem::path& path, FileAccess acce
     case PlaceSearch::Found:
         break;
     case PlaceSearch::LinkOfSomebodyElse:
-        return Refuse(
-            L"is a link of another user's in a folder that everybody may write: it is not followed. Choose another place.");
+        return Refuse(kLinkOfSomebodyElse);
     case PlaceSearch::Failed:
         return GiveUp(L"open of");
     }
@@ -152,8 +151,7 @@ Result<void> AtomicFile::Open(const std::filesystem::path& path, FileAccess acce
             L"is no ordinary file but a pipe or a device, which cannot be replaced. Choose another name.");
     } else if (place.exists && !MayReplace(place) &&
                (S_ISREG(place.status.st_mode) || S_ISFIFO(place.status.st_mode))) {
-        return Refuse(
-            L"belongs to another user and lies in a folder that others may write, too: it is not written. Choose another place.");
+        return Refuse(kFileOfSomebodyElse);
     } else if (place.exists && !S_ISREG(place.status.st_mode)) {
         failed = m_state->OpenDirectly();
     } else {

@@ -85,15 +85,13 @@ Result<void> BlockFile::Open(const std::filesystem::path& path) {
     case PlaceSearch::Found:
         break;
     case PlaceSearch::LinkOfSomebodyElse:
-        return Refuse(
-            L"is a link of another user's in a folder that everybody may write: it is not followed. Choose another place.");
+        return Refuse(kLinkOfSomebodyElse);
     case PlaceSearch::Failed:
         return GiveUp(L"open of");
     }
     if (place.exists && !MayReplace(place) &&
         (S_ISREG(place.status.st_mode) || S_ISFIFO(place.status.st_mode))) {
-        return Refuse(
-            L"belongs to another user and lies in a folder that others may write, too: it is not written. Choose another place.");
+        return Refuse(kFileOfSomebodyElse);
     }
     if (!m_state->OpenPlace()) {
         return GiveUp(L"open of");

@@ -26,6 +26,12 @@ struct FilePlace {
 
 enum class PlaceSearch { Found, Failed, LinkOfSomebodyElse };
 
+// Why a place is refused: follows the file's name.
+inline constexpr const wchar_t* kLinkOfSomebodyElse =
+    L"is a link of another user's in a folder that everybody may write: it is not followed. Choose another place.";
+inline constexpr const wchar_t* kFileOfSomebodyElse =
+    L"belongs to another user and lies in a folder that others may write, too: it is not written. Choose another place.";
+
 // The place that `path` leads to after all links. Failed: errno is set.
 PlaceSearch FindPlace(const std::filesystem::path& path, FilePlace& place);
 
