@@ -17,6 +17,8 @@ using Fillings = std::map<std::string, std::string, std::less<>>;
 void AddManual(const Grammar& grammar, Fillings& fillings);
 // For vnxtest.conf(5): the values of the profile.
 void AddProfile(Fillings& fillings);
+// For the completions of `program` by bash, zsh and fish.
+void AddCompletions(const Grammar& grammar, const std::string& program, Fillings& fillings);
 
 // Plain text as input for man(7): what would be taken for a request or an escape is masked, each sentence
 // begins a line, and lines are short. Ends with a line end.

@@ -1,4 +1,5 @@
-// Fills a template of a manual page: vnxtest-pages TEMPLATE OUTPUT [NAME=VALUE...].
+// Fills a template of a manual page or of a completion: vnxtest-pages TEMPLATE OUTPUT PROGRAM
+// [NAME=VALUE...].
 //
 // Each "@NAME@" is replaced by what the programs' sources, or the command line, say; a name that neither
 // knows is an error. Part of the build, not of the product.
@@ -56,8 +57,8 @@ void Fill(const char* from, const char* to, const Fillings& fillings) {
 
 int main(int argc, char** argv) {
     using namespace vnxtest;
-    if (argc < 3) {
-        std::fputs("vnxtest-pages TEMPLATE OUTPUT [NAME=VALUE...]\n", stderr);
+    if (argc < 4) {
+        std::fputs("vnxtest-pages TEMPLATE OUTPUT PROGRAM [NAME=VALUE...]\n", stderr);
         return 2;
     }
     try {
@@ -65,7 +66,8 @@ int main(int argc, char** argv) {
         Fillings fillings{{"VERSION", kProductAndVersion}, {"PRODUCT", kProductName}};
         AddManual(grammar, fillings);
         AddProfile(fillings);
-        for (int index = 3; index < argc; ++index) {
+        AddCompletions(grammar, argv[3], fillings);
+        for (int index = 4; index < argc; ++index) {
             const std::string given = argv[index];
             fillings[given.substr(0, given.find('='))] = given.substr(given.find('=') + 1);
         }
