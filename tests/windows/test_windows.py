@@ -456,7 +456,7 @@ class Installer(WineCase):
 
     def test_takes_the_place_of_an_older_version(self):
         older = self.folder / "older-setup.exe"
-        subprocess.run(["makensis", "-V1", "-DVERSION=1.2.3.4", f"-DOUTFILE={older}",
+        subprocess.run(["makensis", "-V1", "-XSetCompressor /FINAL zlib", "-DVERSION=1.2.3.4", f"-DOUTFILE={older}",
                         PACKAGES.parent / "packaging/windows/installer.nsi"], check=True)
         folder = r"C:\VNXTest64UD-elsewhere"
         self.INSTALLED = PREFIX / "drive_c/VNXTest64UD-elsewhere"
