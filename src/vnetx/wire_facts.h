@@ -52,6 +52,13 @@ struct BeyondMtu {
     std::uint32_t mtu = 0;
 };
 
+// Pings for the guest, and questions for its MAC, that came with a VLAN tag and that the library itself
+// dropped for it: in TUN mode.
+struct TaggedFrames {
+    std::uint64_t frames = 0;
+    Ipv4Address from; // the sender of the last one
+};
+
 struct WireFacts {
     std::optional<AddressInUse> addressInUse;
     std::optional<MacInUse> macInUse;
@@ -60,6 +67,7 @@ struct WireFacts {
     LinkTrouble down;
     LinkTrouble gone;
     BeyondMtu beyondMtu;
+    TaggedFrames tagged;
 };
 
 } // namespace vnxtest

@@ -96,6 +96,7 @@ std::optional<WireFacts> PcapDriver::Noticed() {
     m_addresses.AddTo(facts);
     facts.silent = m_neighbours.Table().Silent();
     m_watch.History().AddTo(facts, LinkHistory::Clock::now());
+    m_tags.AddTo(facts);
     facts.beyondMtu = {static_cast<std::uint64_t>(m_tooLong.Get()), m_longest.load(), LargestPacket()};
     return facts;
 }
@@ -272,6 +273,9 @@ std::int32_t PcapDriver::AcceptTun(std::span<const std::uint8_t> frame, std::spa
         }
         return Deliver(payload.first(length), buffer);
     }
+    case kEtherTypeVlan:
+        m_tags.Hear(frame, Settings().guestIp.Get());
+        [[fallthrough]];
     default:
         Counters().ignored.Add();
         return 0;

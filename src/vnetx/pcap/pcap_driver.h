@@ -11,6 +11,7 @@
 #include "vnetx/pcap/pcap_neighbours.h"
 #include "vnetx/watch/adapter_watch.h"
 #include "vnetx/watch/address_watch.h"
+#include "vnetx/watch/tag_watch.h"
 
 namespace vnxtest {
 
@@ -69,6 +70,7 @@ private:
     FrameBatch m_batch;
     MacAddress m_mac; // the guest's, as the capture has it
     AddressWatch m_addresses;
+    TagWatch m_tags;
     ReaderCounter m_tooLong;                 // frames beyond the MTU
     std::atomic<std::uint32_t> m_longest{0}; // of them
 };
