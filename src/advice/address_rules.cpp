@@ -58,6 +58,24 @@ SeenList SeeNoForwarding(const Observations& observations) {
          {{"forwards", false}, {"target", target}}}};
 }
 
+SeenList SeeNoProxyArp(const Observations& observations) {
+    const InterfaceObservations* const guest = Unanswered(observations, LibraryKind::Device);
+    if (guest == nullptr || !observations.host.forwards.value_or(false) || !guest->wire ||
+        guest->wire->hostAnswersArp.value_or(true) || IsHosts(observations, observations.ping->target)) {
+        return {};
+    }
+    const std::wstring target = FormatIPAddr(observations.ping->target);
+    const std::wstring address = FormatIPAddr(guest->guestIp);
+    return {
+        {guest->number,
+         Sprintf(
+             L"This host does not answer ARP for %s, which has the address %s of the adapter's network, and none of %s to %s was answered.",
+             NameOfGuest(observations, *guest), address, Counted(observations.ping->sent, L"ping"), target),
+         L"With the tun library the guest is behind the host. Stations of that network ask for it by ARP before they reply, and nobody answers.",
+         L"Have the host answer: sysctl -w net.ipv4.conf.all.proxy_arp=1. Or give the guest an address of another network, and the others a route to it through this host.",
+         {{"guestIp", address}, {"target", target}, {"hostAnswersArp", false}}}};
+}
+
 SeenList SeeNoGateway(const Observations& observations) {
     const InterfaceObservations* const guest = Unanswered(observations, LibraryKind::Capture);
     if (guest == nullptr || guest->netMask.IsZero() || observations.host.gateway ||

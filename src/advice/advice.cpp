@@ -27,6 +27,7 @@ constexpr Rule kRules[] = {
     {"target-on-this-host", Severity::Problem, SeeTargetOnThisHost},
     {"no-gateway", Severity::Problem, SeeNoGateway},
     {"host-does-not-forward", Severity::Problem, SeeNoForwarding},
+    {"host-does-not-answer-arp", Severity::Problem, SeeNoProxyArp},
     {"no-frames", Severity::Problem, SeeNoFrames},
     {"dont-fragment-requests", Severity::Problem, SeeDontFragmentRequests},
     {"requests-without-data", Severity::Problem, SeeRequestsWithoutData},

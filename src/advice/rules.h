@@ -41,6 +41,7 @@ SeenList SeeFramesBeyondMtu(const Observations& observations);
 // Of addresses beside those of the host (address_rules.cpp).
 SeenList SeeTargetOnThisHost(const Observations& observations);
 SeenList SeeNoForwarding(const Observations& observations);
+SeenList SeeNoProxyArp(const Observations& observations);
 SeenList SeeNoGateway(const Observations& observations);
 SeenList SeeGuestOutsideSubnet(const Observations& observations);
 SeenList SeeReservedGuestAddress(const Observations& observations);

@@ -40,6 +40,11 @@ SeenList SeeOnWires(const Observations& observations, const See& see) {
     return list;
 }
 
+// With a device of the host's kernel the adapter is the host's way to others, not the guest's own.
+bool IsBehindHost(const Observations& observations) {
+    return observations.host.library == LibraryKind::Device;
+}
+
 // Of the silent neighbours the first that `isMeant`.
 template <typename IsMeant>
 const SilentStation* FindSilence(const WireFacts& wire, const IsMeant& isMeant) {
@@ -180,7 +185,9 @@ SeenList SeeLostCarrier(const Observations& observations) {
         seen.seen = Sprintf(L"The adapter was without carrier %s, first %s after the start, for %s%s.",
                             Times(trouble.times), Seconds(trouble.first), Seconds(trouble.total),
                             trouble.lasting ? std::wstring(L", and still is") : std::wstring());
-        seen.means = L"What was sent meanwhile is lost, and nothing arrived.";
+        seen.means = IsBehindHost(observations)
+                         ? L"The guest still reaches this host; what was for others meanwhile is lost."
+                         : L"What was sent meanwhile is lost, and nothing arrived.";
         seen.action =
             L"See to the cable, the plug or the wireless link, and to the other end: a switch port that is off, a machine that restarts.";
         seen.evidence = {{"times", static_cast<std::uint64_t>(trouble.times)},
@@ -202,7 +209,9 @@ SeenList SeeAdapterDown(const Observations& observations) {
         seen.seen = Sprintf(L"The adapter was %s %s after the start.",
                             gone ? std::wstring(L"taken away") : std::wstring(L"switched off"),
                             Seconds(trouble.first));
-        seen.means = L"A guest cannot go on without its adapter, so it was stopped.";
+        seen.means = IsBehindHost(observations)
+                         ? L"The guest still reaches this host; others it reached through that adapter."
+                         : L"A guest cannot go on without its adapter, so it was stopped.";
         seen.action =
             gone
                 ? L"Bring the adapter back, or choose another one, and start the guest again."

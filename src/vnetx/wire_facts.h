@@ -68,6 +68,10 @@ struct WireFacts {
     LinkTrouble gone;
     BeyondMtu beyondMtu;
     TaggedFrames tagged;
+
+    // Of a guest behind the host's kernel with an address of the adapter's subnet: whether the host answers
+    // ARP for others on the adapter. Nullopt if that does not matter, or is not known.
+    std::optional<bool> hostAnswersArp;
 };
 
 } // namespace vnxtest

@@ -129,8 +129,11 @@ class Findings(NetworkCase):
             self.skipTest(why_no_tun_device())
         self.host.write("net/ipv4/ip_forward", 0)
         self.unanswered(PEER_IP, "host-does-not-forward", library="tun", gateway=None)
-        for parameter in ("ip_forward", "conf/all/proxy_arp"):
-            self.host.write(f"net/ipv4/{parameter}", 1)
+        self.host.write("net/ipv4/ip_forward", 1)
+        self.unanswered(PEER_IP, "host-does-not-answer-arp", library="tun", gateway=None)
+        self.host.write("net/ipv4/conf/all/proxy_arp", 1)
+        for state in ("down", "up"):  # with it go the replies that wait there for an answer
+            self.peer.ip("link", "set", "far", state)
         guest = self.ping(PEER_IP, "tap", "--count", 3, "--timeout", 5000, "--json", self.results, library="tun", gateway=None)
         self.assertEqual(guest.status, 0, guest.story())
         self.assert_advice(guest)

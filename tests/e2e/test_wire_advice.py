@@ -6,6 +6,7 @@ import socket
 
 import frames
 from cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, interface_statistics
+from lab.network import why_no_tun_device
 
 SOL_UDP, UDP_SEGMENT = 17, 103
 MODES = ("tap", "tun")
@@ -118,6 +119,17 @@ class OnTheWire(NetworkCase):
                 self.assertEqual(guest.wait_end(), 2, guest.story())
                 self.assertEqual(self.evidence(guest, "adapter-down")["state"], state)
                 self.host.ip("link", "set", "adapter", "up", check=False)
+
+    def test_the_adapter_behind_which_others_are_goes(self):
+        """With tun it is the host's way to them: the guest goes on."""
+        if why_no_tun_device():
+            self.skipTest(why_no_tun_device())
+        guest = self.run_guest("tap", "--proceed", "--json", self.results, library="tun", gateway=None)
+        self.host.ip("link", "set", "adapter", "down")
+        guest.wait_for("the adapter's state was up and is down now")
+        self.assertEqual(guest.stop()[0], 0, guest.story())
+        self.assertEqual(self.evidence(guest, "adapter-down")["state"], "down")
+        self.assertIn("The guest still reaches this host", guest.errors())
 
     def test_frames_beyond_the_mtu(self):
         """A cable between namespaces carries the segments of a large send as one frame."""

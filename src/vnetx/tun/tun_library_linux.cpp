@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -14,6 +15,7 @@
 #include "vnetx/driver/builtin_library.h"
 #include "vnetx/failure.h"
 #include "vnetx/host/host_links.h"
+#include "vnetx/tun/proxy_arp_linux.h"
 #include "vnetx/tun/tun_device_linux.h"
 #include "vnetx/watch/adapter_watch.h"
 
@@ -34,6 +36,16 @@ public:
     std::optional<std::uint64_t> Dropped() override {
         const auto link = FindLink(m_device.Index());
         return link ? std::optional(link->sendDrops) : std::nullopt;
+    }
+
+    // Of the adapter that lends the host's end its address: through it the host reaches others for the guest.
+    std::optional<WireFacts> Noticed() override {
+        WireFacts facts;
+        m_adapter.History().AddTo(facts, LinkHistory::Clock::now());
+        if (m_answersArp >= 0) {
+            facts.hostAnswersArp = m_answersArp != 0;
+        }
+        return facts;
     }
 
 private:
@@ -74,7 +86,18 @@ private:
             Settings().adapterIp.Set(link->addresses.front().address);
             Settings().adapterMask.Set(link->addresses.front().mask);
         }
+        NoteProxyArp();
+        m_adapter.History().Begin(LinkHistory::Clock::now());
         return Told(m_device.BringUp(settings));
+    }
+
+    // A guest of the adapter's subnet is looked for there by ARP, and only the host can answer for it.
+    void NoteProxyArp() {
+        const Ipv4Address mask = Settings().adapterMask.Get();
+        if (!mask.IsZero() && (Settings().guestIp.Get() & mask) == (Settings().adapterIp.Get() & mask)) {
+            const auto answers = AnswersArpForOthers(m_adapterName);
+            m_answersArp = answers ? static_cast<int>(*answers) : -1;
+        }
     }
 
     // Returns `code`; if the helper has refused, tells why in the debug output.
@@ -219,6 +242,7 @@ private:
     TunDevice m_device;
     std::uint32_t m_largestFrame = 0;
     MacAddress m_mac;
+    std::atomic<int> m_answersArp{-1}; // whether the host does, on the adapter; -1: not known
     std::array<std::uint8_t, 65536> m_spare;
 };
 

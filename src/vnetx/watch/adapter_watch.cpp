@@ -53,6 +53,7 @@ void AdapterWatch::Look(const std::string& name, const DebugLines& debug) {
     m_link = link;
     using State = LinkHistory::State;
     m_history.Note(!link           ? State::Gone
+                   : !link->up     ? State::Down
                    : link->carrier ? State::Fine
                                    : State::NoCarrier,
                    LinkHistory::Clock::now());
