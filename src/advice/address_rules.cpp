@@ -134,8 +134,8 @@ SeenList SeeReservedGuestAddress(const Observations& observations) {
         list.push_back(
             {guest.number,
              Sprintf(L"%s, the address of %s, is %s.", address, NameOfGuest(observations, guest), what),
-             L"Other systems send no packets for one station to it, and do not answer any that come from it.",
-             L"Give the guest an address between those two that nobody has.",
+             L"It stands for no single station: other systems send nothing to it that is meant for one, and need not answer what comes from it.",
+             L"Give the guest an address of the adapter's network that nobody has, other than its lowest and its highest.",
              {{"guestIp", address}, {"mask", FormatIPAddr(guest.netMask)}}});
     }
     return list;

@@ -142,10 +142,16 @@ SeenList SeeMacInUse(const Observations& observations) {
 }
 
 SeenList SeeSilentTarget(const Observations& observations) {
-    return SeeOnWires(observations, [&](const InterfaceObservations&, const WireFacts& wire) {
-        const auto* const silence =
-            FindSilence(wire, [&](Ipv4Address address) { return address == observations.pingTarget; });
-        if (silence == nullptr) {
+    const Ipv4Address target = observations.pingTarget;
+    const HostObservations& host = observations.host;
+    if (std::ranges::find(host.addresses, target) != host.addresses.end()) {
+        return {}; // no wonder: SeeTargetOnThisHost()
+    }
+    return SeeOnWires(observations, [&](const InterfaceObservations& guest, const WireFacts& wire) {
+        const bool isElsewhere =
+            !guest.netMask.IsZero() && !guest.IsInSubnet(target) && !host.gateway; // SeeNoGateway()
+        const auto* const silence = FindSilence(wire, [&](Ipv4Address address) { return address == target; });
+        if (silence == nullptr || isElsewhere) {
             return std::optional<Seen>();
         }
         Seen seen = SeenSilence(L"The target", *silence);

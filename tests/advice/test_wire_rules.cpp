@@ -2,6 +2,9 @@
 // tests/e2e/test_wire_advice.py.
 #include <gtest/gtest.h>
 
+#include <string_view>
+#include <vector>
+
 #include "advice/advice.h"
 
 namespace vnxtest {
@@ -58,6 +61,22 @@ TEST_F(WireRules, EachFactIsOneFindingWithItsFigures) {
               L"The gateway 10.1.2.1 did not answer ARP: it was asked 4 times, and never did.");
     EXPECT_EQ(findings[3].seen,
               L"The target 10.1.2.3 did not answer ARP: it was asked once since it last did.");
+}
+
+// Where the addresses explain it, "see that the target is on" leads astray.
+TEST_F(WireRules, ATargetThatCannotAnswerIsNotSilent) {
+    Wire().silent = {{kTarget, 1, false}};
+    InterfaceObservations& guest = m_observed.interfaces[0];
+    guest.adapterIp = Ipv4Address(10, 1, 2, 5);
+    guest.netMask = Ipv4Address(255, 255, 255, 0);
+    EXPECT_EQ(Ids(), std::vector<std::string_view>{"target-silent"});
+    m_observed.host.addresses = {kTarget};
+    EXPECT_TRUE(Ids().empty()) << "the host itself";
+    m_observed.host.addresses.clear();
+    guest.adapterIp = Ipv4Address(10, 9, 9, 5);
+    EXPECT_TRUE(Ids().empty()) << "in another network, and no gateway";
+    m_observed.host.gateway = Ipv4Address();
+    EXPECT_EQ(Ids(), std::vector<std::string_view>{"target-silent"}) << "a route without a gateway";
 }
 
 TEST_F(WireRules, AnAdapterThatIsGoneIsNotToldAsDown) {
