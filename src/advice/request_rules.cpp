@@ -127,6 +127,9 @@ SeenList SeeForeignReplies(const Observations& observations) {
 
 SeenList SeeTooLarge(const Observations& observations) {
     constexpr std::uint32_t kHeaders = 28;
+    if (observations.pingTarget.IsZero()) {
+        return {}; // the guest has sent none: what comes is about another's, or forged
+    }
     SeenList list = SeeIgnored(
         observations, {{IgnoredPing::ErrorTooLarge, "count"}},
         {L"error", L"%s for %s %s read, last from %s: \"fragmentation needed\".",
@@ -144,6 +147,9 @@ SeenList SeeTooLarge(const Observations& observations) {
 }
 
 SeenList SeeUnreachable(const Observations& observations) {
+    if (observations.pingTarget.IsZero()) {
+        return {};
+    }
     SeenList list =
         SeeIgnored(observations, {{IgnoredPing::ErrorUnreachable, "count"}},
                    {L"error", L"%s for %s %s read, last from %s: \"destination unreachable\".",

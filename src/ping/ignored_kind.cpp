@@ -1,6 +1,9 @@
 #include "ping/ignored_kind.h"
 
+#include <algorithm>
+
 #include "packets/arp_packet.h"
+#include "packets/checksum.h"
 #include "packets/ethernet.h"
 #include "packets/icmp_echo.h"
 #include "packets/ipv4_packet.h"
@@ -40,6 +43,18 @@ std::optional<Ping> PingFor(Ipv4Address guestIp, Bytes packet) {
     return Ping{*ip, icmp->Type() == kIcmpEchoRequest};
 }
 
+// Without the bit it may have been ignored for its checksums. Behind the message a frame may be padded.
+IgnoredPing KindOfDontFragment(const Ping& ping, Bytes packet) {
+    const std::size_t length = std::min<std::size_t>(packet.size(), ping.ip.TotalLength());
+    if (!ping.ip.HasRightChecksum() || length < ConstIpv4View::kLength) {
+        return IgnoredPing::BadIpChecksum;
+    }
+    if (InetChecksum(packet.first(length).subspan(ConstIpv4View::kLength)) != 0) {
+        return IgnoredPing::BadIcmpChecksum;
+    }
+    return ping.request ? IgnoredPing::RequestDontFragment : IgnoredPing::ReplyDontFragment;
+}
+
 std::optional<IgnoredPing> KindOf(IgnoreReason reason, const Ping& ping, Bytes packet) {
     switch (reason) {
     case IgnoreReason::TooTiny:
@@ -56,7 +71,7 @@ std::optional<IgnoredPing> KindOf(IgnoreReason reason, const Ping& ping, Bytes p
         if (ping.ip.HeaderLength() != ConstIpv4View::kLength / kWordLength) {
             break;
         }
-        return ping.request ? IgnoredPing::RequestDontFragment : IgnoredPing::ReplyDontFragment;
+        return KindOfDontFragment(ping, packet);
     case IgnoreReason::BadIpHeaderLength:
         break;
     case IgnoreReason::BadIpChecksum:
@@ -69,12 +84,25 @@ std::optional<IgnoredPing> KindOf(IgnoreReason reason, const Ping& ping, Bytes p
     return ping.request ? std::optional(IgnoredPing::RequestWithOptions) : std::nullopt;
 }
 
+// What an ICMP error quotes is a ping of the guest: its IP header and the eight bytes behind it (RFC 792).
+bool QuotesPingOf(Ipv4Address guestIp, Bytes quoted) {
+    const auto ip = ConstIpv4View::Over(quoted);
+    const std::size_t header = ip ? ip->HeaderLength() * kWordLength : 0;
+    const auto icmp = header < ConstIpv4View::kLength || header > quoted.size()
+                          ? std::nullopt
+                          : ConstIcmpEchoView::Over(quoted.subspan(header));
+    return icmp && ip->Source() == guestIp && ip->Protocol() == kIpProtocolIcmp &&
+           icmp->Type() == kIcmpEchoRequest;
+}
+
 // An ICMP error: a destination that cannot be reached.
 std::optional<IgnoredKind> JudgeError(Bytes packet, Ipv4Address guestIp) {
     constexpr std::uint8_t kUnreachable = 3, kFragmentationNeeded = 4;
     const auto ip = ConstIpv4View::Over(packet);
     const auto icmp = ip ? ConstIcmpEchoView::Over(packet.subspan(ConstIpv4View::kLength)) : std::nullopt;
-    if (!icmp || ip->Destination() != guestIp || icmp->Type() != kUnreachable) {
+    constexpr std::size_t kHeaders = ConstIpv4View::kLength + ConstIcmpEchoView::kLength;
+    if (!icmp || ip->Destination() != guestIp || icmp->Type() != kUnreachable ||
+        !QuotesPingOf(guestIp, packet.subspan(kHeaders))) {
         return std::nullopt;
     }
     if (icmp->Code() == kFragmentationNeeded) { // the MTU stands where an echo has its sequence number

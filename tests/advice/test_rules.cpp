@@ -166,6 +166,8 @@ TEST(Advice, SaysThatOnlyLargePingsAreLost) {
     observed.earlierPings.push_back({Ipv4Address(10, 1, 2, 9), 32});
     EXPECT_EQ(IdsOf(observed), large);
     Ignore(observed.interfaces[0], IgnoredPing::ErrorTooLarge, 3);
+    EXPECT_TRUE(IdsOf(observed).empty()) << "about what nobody has sent";
+    observed.pingTarget = Ipv4Address(10, 1, 2, 9);
     EXPECT_EQ(IdsOf(observed), std::vector<std::string>{"too-large-for-a-link"});
     for (const std::uint32_t size : {1472U, 1473U}) {
         ping.dataSize = size;

@@ -80,12 +80,26 @@ TEST_F(ReceivePathTest, RemembersWhatWasWrongWithPingsForTheGuestAndWhoSentThem)
         });
     };
     const Frame reply = EchoPacket(0);
+    // An ICMP error with `code` about a message of `type` of the guest's.
+    const auto error = [](std::uint8_t code, std::uint8_t type) {
+        Frame quoted = EchoPacket(type);
+        std::swap_ranges(quoted.begin() + 12, quoted.begin() + 16, quoted.begin() + 16);
+        Frame packet = EchoPacket(3);
+        packet[21] = code;
+        packet.resize(28);
+        packet.insert(packet.end(), quoted.begin(), quoted.begin() + 28);
+        packet[3] = static_cast<std::uint8_t>(packet.size());
+        MendChecksums(packet);
+        return packet;
+    };
     const struct {
         const char* name;
         Frame packet;
         std::optional<IgnoredPing> kind;
     } cases[] = {
         {"DF", sealed(6, 0x40), IgnoredPing::RequestDontFragment},
+        {"DF, and the IP checksum", sent([](Frame& packet) { packet[6] = 0x40; }),
+         IgnoredPing::BadIpChecksum},
         {"DF, with IP options",
          sent([](Frame& packet) { packet[0] = 0x46, packet[6] = 0x40, packet[24] = 8, packet[25] = 0; }),
          IgnoredPing::RequestWithOptions},
@@ -103,12 +117,11 @@ TEST_F(ReceivePathTest, RemembersWhatWasWrongWithPingsForTheGuestAndWhoSentThem)
         {"IP options beyond the end", sent([](Frame& packet) { packet[0] = 0x4F; }), std::nullopt},
         {"IP checksum", sent([](Frame& packet) { packet[10] ^= 1; }), IgnoredPing::BadIpChecksum},
         {"ICMP checksum", sent([](Frame& packet) { packet[31] ^= 1; }), IgnoredPing::BadIcmpChecksum},
-        {"unreachable", sent([](Frame& packet) { packet[20] = 3, packet[21] = 1; }),
-         IgnoredPing::ErrorUnreachable},
-        {"too large", sent([](Frame& packet) { packet[20] = 3, packet[21] = 4; }),
-         IgnoredPing::ErrorTooLarge},
-        {"too large, of another", sent([](Frame& packet) { packet[19] = 1, packet[20] = 3, packet[21] = 4; }),
+        {"unreachable", error(1, 8), IgnoredPing::ErrorUnreachable},
+        {"unreachable, about a reply", error(1, 0), std::nullopt},
+        {"unreachable, about nothing", sent([](Frame& packet) { packet[20] = 3, packet[21] = 1; }),
          std::nullopt},
+        {"too large", error(4, 8), IgnoredPing::ErrorTooLarge},
         {"a reply nobody asked for", reply, IgnoredPing::ReplyForeign},
     };
     for (const auto& [name, packet, kind] : cases) {
