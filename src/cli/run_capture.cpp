@@ -5,6 +5,7 @@
 #include "cli/output/console.h"
 #include "cli/output/file_clash.h"
 #include "wrenlib/format.h"
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
@@ -51,19 +52,37 @@ std::wstring RunCapture::End(Interruption& interruption) {
     return Counts().value_or(CaptureCounts{}).problem;
 }
 
+std::optional<CaptureResult> RunCapture::Result() const {
+    if (!m_options.captureFile && !m_options.captureToOutput) {
+        return std::nullopt;
+    }
+    const std::u8string name = m_options.captureFile ? m_options.captureFile->u8string() : u8"-";
+    const CaptureCounts counts = Counts().value_or(CaptureCounts{});
+    return CaptureResult{FromUtf8(std::string(name.begin(), name.end())), counts.written, counts.dropped,
+                         counts.isOver && counts.problem.empty()};
+}
+
 void RunCapture::Await(Interruption& interruption) {
     constexpr std::chrono::milliseconds kForAReader(300);
+    constexpr std::chrono::seconds kUntilToldOf(2);
+    auto tellAt =
+        m_isOrdinary ? std::nullopt : std::optional(std::chrono::steady_clock::now() + kUntilToldOf);
     while (true) {
         const auto counts = Counts();
         if (!counts || !counts->hasBegun || counts->isOver) {
             return;
         }
         const bool limited = interruption.IsNoted() && !m_isOrdinary;
-        const auto limit = limited ? std::optional(interruption.Since() + kForAReader) : std::nullopt;
-        if (interruption.Wait(limit).event == TerminalEvent::TimedOut) {
+        const auto limit = limited ? std::optional(interruption.Since() + kForAReader) : tellAt;
+        if (interruption.Wait(limit).event != TerminalEvent::TimedOut) {
+            continue;
+        }
+        if (limited) {
             m_gaveUp = true;
             return;
         }
+        Complain(L"note: waiting until the capture is read; an interrupt (Ctrl+C) ends it as it is.");
+        tellAt.reset();
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include "cli/messages/interruption.h"
 #include "cli/options/options.h"
+#include "cli/report/json_report.h"
 #include "guest/engine.h"
 #include "platform/files/atomic_file.h"
 #include "platform/files/block_file.h"
@@ -27,6 +28,9 @@ public:
     // 300 ms more. Tells what the file lacks, and returns why it is not all that was asked for, told as well;
     // empty if nothing failed.
     std::wstring End(Interruption& interruption);
+
+    // For the results of the run, after End(). Nullopt if none was asked for.
+    std::optional<CaptureResult> Result() const;
 
 private:
     // Nullopt if none was asked for.

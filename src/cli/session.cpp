@@ -203,6 +203,7 @@ RunResults Session::Results(int status) {
     results.problem = m_problem.Text();
     results.beganUnixNs = m_beganUnixNs;
     results.endedUnixNs = ClockReading::Now().unixNs;
+    results.capture = m_capture.Result();
     if (!m_run) {
         return results;
     }

@@ -1,12 +1,14 @@
 """--capture: the guest's own frames in a pcapng file, read by tshark and capinfos and compared with the wire."""
 
 import collections
+import json
 import os
 import re
 import signal
 import struct
 import subprocess
 import threading
+import time
 
 from cases import GUEST_IP, GUEST_MAC, PEER_IP, Case, NetworkCase, ping_statistics, timeout
 from frames import ECHO_REPLY, ECHO_REQUEST, ethernet, icmp, ipv4, mac_bytes, parse_arp
@@ -86,9 +88,25 @@ class Verdicts(Reading, Case):
         self.assert_refused(refused, "standard output already carries the document; add -q, which leaves that out, or --output FILE")
         with open(folder / "piped.pcapng", "wb") as output:
             guest = self.run_program("ping", "198.18.0.2", "--library", "sim", "--count", 2, "--capture", "-", "--output",
-                                     folder / "document.txt", output=output)
+                                     folder / "document.txt", "--json", folder / "results.json", output=output)
         self.assertEqual((guest.status, len(self.blocks(folder / "piped.pcapng"))), (0, 4), guest.errors())
+        results = json.loads((folder / "results.json").read_text(encoding="utf-8"))
+        self.assertEqual(results["capture"], {"file": "-", "frames": 4, "dropped": 0, "complete": True})
         self.assertIn("Ping test", (folder / "document.txt").read_text(encoding="utf-8"))
+
+    def test_a_pipe_that_nobody_reads(self):
+        """The guest does not wait for it. At the end the program does, and says so; an interrupt ends that."""
+        folder = self.scratch()
+        os.mkfifo(folder / "pipe")
+        reader = os.open(folder / "pipe", os.O_RDONLY | os.O_NONBLOCK)
+        self.addCleanup(os.close, reader)
+        guest = self.start("ping", "198.18.0.2", "--library", "sim", "--count", 100, "--delay", 1, "--size", 1400, "--no-report", "-q",
+                           "--capture", folder / "pipe", "--json", folder / "results.json")
+        while "note: waiting until the capture is read" not in guest.errors() and not guest.has_ended():
+            time.sleep(0.05)
+        self.assertEqual(guest.stop()[0], 0, guest.story())
+        results = json.loads((folder / "results.json").read_text(encoding="utf-8"))
+        self.assertEqual((results["ping"]["statistics"]["received"], results["capture"]["complete"]), (100, False))
 
     def test_a_file_that_cannot_be_had(self):
         """Refused before the guest starts; what is there stays until the guest does."""

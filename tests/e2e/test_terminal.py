@@ -22,7 +22,7 @@ from lab.guest import STAMP
 
 ECHO_HOST, SILENT, GATEWAY = "198.18.0.2", "198.18.0.150", "198.18.0.254"
 # The fields of the results file, object by object, in their order.
-FIELDS = ("version program library whyNotThePackage command exitStatus problem ping interfaces advice startedAt endedAt",
+FIELDS = ("version program library whyNotThePackage command exitStatus problem ping interfaces advice startedAt endedAt capture",
           "complete writeFailed target targetIp size count timeoutMs delayMs statistics pings startedAt endedAt roundTripNs",
           "sent received timeouts duplicates lost lossPercent minimumMs maximumMs averageMs",
           "number sequence sentMs replies timeMs timedOut lateMs rttNs sentAt", "min mean median p95 p99 max standardDeviation jitter",

@@ -168,6 +168,18 @@ Json FindingJson(const Finding& finding) {
     };
 }
 
+Json CaptureJson(const std::optional<CaptureResult>& capture) {
+    if (!capture) {
+        return {};
+    }
+    return Json{
+        {"file", ToUtf8(capture->file)},
+        {"frames", capture->frames},
+        {"dropped", capture->dropped},
+        {"complete", capture->complete},
+    };
+}
+
 } // namespace
 
 std::string JsonText(const Json& value) {
@@ -199,6 +211,7 @@ std::string RunResultsJson(const RunResults& results) {
         {"advice", std::move(advice)},
         {"startedAt", DateOrNull(results.beganUnixNs)},
         {"endedAt", DateOrNull(results.endedUnixNs)},
+        {"capture", CaptureJson(results.capture)},
     });
 }
 

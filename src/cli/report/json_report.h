@@ -19,6 +19,14 @@ using Json = nlohmann::ordered_json;
 // Increases if a field changes its meaning or is removed; not for new fields.
 inline constexpr int kJsonVersion = 1;
 
+// What became of a capture.
+struct CaptureResult {
+    std::wstring file; // as it was named; "-": standard output
+    std::uint64_t frames = 0;
+    std::uint64_t dropped = 0; // missing, for the file was not written fast enough
+    bool complete = false;     // but for those: it did not end before its time
+};
+
 // The results of a run. Unused interfaces are null.
 struct RunResults {
     std::wstring library;
@@ -31,6 +39,7 @@ struct RunResults {
     std::int64_t beganUnixNs = 0; // nanoseconds since 1970
     std::int64_t endedUnixNs = 0;
     Findings advice;
+    std::optional<CaptureResult> capture; // nullopt if none was asked for
 };
 
 // Begins the sentences about results that cannot be saved.
