@@ -122,6 +122,9 @@ class Verdicts(Reading, Case):
             with self.subTest(options=options):
                 self.assert_refused(self.run_program(*common, *options), wanted)
         self.assertEqual(existing.read_text(encoding="utf-8"), "old")
+        first = self.start("run", "--library", "sim", "--no-report", "--capture", folder / "shared").wait_up()
+        self.assert_refused(self.run_program(*common, "--capture", folder / "shared"), "shared is being written by another capture")
+        self.assertEqual(first.stop()[0], 0, first.story())
         new = folder / "new"
         self.assertEqual(self.run_program(*common, "--guest-ip", "198.18.9.9", "--capture", new).status, 2)
         self.assertFalse(new.exists(), "an empty file")

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -95,6 +96,12 @@ Result<void> BlockFile::Open(const std::filesystem::path& path) {
     }
     if (!m_state->OpenPlace()) {
         return GiveUp(L"open of");
+    }
+    // Two writers would leave a file that nobody can read. A file system without locks is no reason to
+    // refuse.
+    if (IsOrdinary() && !place.isDescriptorLink && flock(m_state->file.Get(), LOCK_EX | LOCK_NB) != 0 &&
+        errno == EWOULDBLOCK) {
+        return Refuse(L"is being written by another capture.");
     }
     return {};
 }
