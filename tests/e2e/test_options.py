@@ -97,6 +97,7 @@ class Options(TerminalCase):
         for line, meant in (("ping x --cuont 3", "--count"), ("ping x --time=3", "--timeout"), ("run --gest-ip 1.2.3.4", "--guest-ip"),
                             ("ping x --no-debgu", "--no-debug"), ("adpters", "adapters"), ("pign x", "ping")):
             self.refused(line, f" Did you mean {meant}?")
+        self.refused("ping 198.18.0.2 --cuont 3", 'vnxtest-cli: There is no option "--cuont". Did you mean --count?')
         for line in ("run --bogus", "run --cuont 3", "bogus"):
             self.assertNotIn("Did you mean", self.run_program(*line.split()).errors())
 

@@ -148,8 +148,15 @@ OptionsAnswer Refusal(const std::string& text) {
     return {FromUtf8(text) + L"\nvnxtest-cli --help shows the options and commands.", true};
 }
 
-// " Did you mean --count?" for an option that does not exist, out of those that have an effect.
-std::string Suggestion(const CLI::App& app, std::optional<Command> command) {
+// Names the first option that does not exist, and the one that may have been meant, out of those that have an
+// effect. Nullopt if they all exist: what was not expected is an argument then.
+std::optional<std::string> DescribeUnknownOption(const CLI::App& app, std::optional<Command> command) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    const auto found =
+        std::ranges::find_if(unknown, [](const std::string& word) { return word.starts_with("-"); });
+    if (found == unknown.end()) {
+        return std::nullopt;
+    }
     std::vector<std::string> names;
     for (const CLI::Option* option : app.get_options([](const auto* one) { return one->nonpositional(); })) {
         if (Concerns(*option, command)) {
@@ -158,17 +165,13 @@ std::string Suggestion(const CLI::App& app, std::optional<Command> command) {
             }
         }
     }
-    for (const std::string& unknown : app.remaining(true)) {
-        const std::string nearest =
-            unknown.starts_with("-") ? NearestName(unknown.substr(0, unknown.find('=')), names) : "";
-        if (!nearest.empty()) {
-            return " Did you mean " + nearest + "?";
-        }
-    }
-    return {};
+    const std::string typed = found->substr(0, found->find('='));
+    const std::string nearest = NearestName(typed, names);
+    return "There is no option \"" + typed + "\"." +
+           (nearest.empty() ? "" : " Did you mean " + nearest + "?");
 }
 
-// Of a command that does not exist, likewise.
+// "Did you mean ping? " for a command that does not exist.
 std::string SuggestedCommand(const std::string& unknown) {
     const std::string nearest = NearestName(unknown, {"report", "adapters", "run", "ping"});
     return nearest.empty() ? "" : "Did you mean " + nearest + "? ";
@@ -226,7 +229,7 @@ std::variant<Options, OptionsAnswer> ParseOptions(const std::vector<std::string>
                                               SuggestedCommand(unknown.front())) +
                        "Name one of the commands report, adapters, run or ping TARGET.");
     } catch (const CLI::ExtrasError& problem) {
-        return Refusal(problem.what() + Suggestion(app, CommandOf(app)));
+        return Refusal(DescribeUnknownOption(app, CommandOf(app)).value_or(problem.what()));
     } catch (const std::runtime_error& problem) { // CLI::ParseError and OptionError
         return Refusal(problem.what());
     }
