@@ -42,8 +42,10 @@ std::optional<AdapterObservations> ObserveAdapter(const HostNetwork& host, Ipv4A
 void ObserveEnd(InterfaceObservations& result, const InterfaceCounts& counted) {
     result.droppedByDriver = counted.droppedByDriver;
     if (const auto& statistics = counted.statistics) {
-        result.framesRead = static_cast<std::uint64_t>(statistics->packetsRead + statistics->internalArps +
-                                                       statistics->ignored);
+        // In TUN mode the packets that found no neighbour to go to count as ignored, too.
+        const auto ignored = result.tapMode ? statistics->ignored : 0;
+        result.framesRead =
+            static_cast<std::uint64_t>(statistics->packetsRead + statistics->internalArps + ignored);
         result.driverBuffer = statistics->kernelBufferSize / kKilo;
     }
 }
