@@ -71,7 +71,7 @@ NoValue BlockFile::GiveUp(const wchar_t* call) {
 
 // A user's own folders give new files the access that only the user has.
 Result<void> BlockFile::Open(const std::filesystem::path& path) {
-    constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    constexpr DWORD kShare = FILE_SHARE_READ; // not with another capture
     m_path = path;
     m_state = std::make_unique<State>();
     HANDLE& handle = m_state->handle;
