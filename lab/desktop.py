@@ -138,12 +138,16 @@ class Control:
     text = property(lambda self: self.accessible.queryText().getText(0, -1))
     place = property(lambda self: self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
 
-    def click(self):
-        def settled():  # a bar slides in, a dialog is put into its place
+    def settled_place(self, seconds=0.05):
+        """Its place once it has stayed there for a while: a bar slides in, a window is put into its place."""
+        def settled():
             before = self.place
-            time.sleep(0.05)
+            time.sleep(seconds)
             return before if self.place == before else None
-        place = wait(settled, f"{self.name!r} is in its place")
+        return wait(settled, f"{self.name!r} is in its place")
+
+    def click(self):
+        place = self.settled_place()
         self.desktop.click_at(place.x + place.width // 2, place.y + place.height // 2)
 
     def fill(self, text):

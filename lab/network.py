@@ -6,11 +6,14 @@ when the test ends; leftovers of a killed run are removed before the next.
 
 import contextlib
 import ctypes
+import fcntl
 import os
+import pathlib
 import re
 import signal
 import socket
 import subprocess
+import tempfile
 
 PREFIX = "vnxe2e-"
 PR_SET_PDEATHSIG = 1
@@ -49,6 +52,14 @@ def why_no_tun_device():
     except OSError as error:
         return f"needs /dev/net/tun: {error.strerror}"
     return None
+
+
+def keep_tun_mode(case):
+    """Gives /dev/net/tun its mode back after the case. Cases that change it, of any tree, do so one after the other."""
+    lock = open(pathlib.Path(tempfile.gettempdir()) / "vnxtest-tun-mode.lock", "a", encoding="utf-8")
+    fcntl.flock(lock, fcntl.LOCK_EX)
+    case.addCleanup(lock.close)
+    case.addCleanup(os.chmod, "/dev/net/tun", os.stat("/dev/net/tun").st_mode & 0o777)
 
 
 def remove_leftovers():

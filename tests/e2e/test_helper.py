@@ -14,7 +14,7 @@ import helper_client
 from helper_client import ARP, GUEST, TAP, TUN, ask, record
 from cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, ORDINARY, timeout
 from lab import guest as guest_module
-from lab.network import die_with_parent, why_no_tun_device
+from lab.network import die_with_parent, keep_tun_mode, why_no_tun_device
 
 REFUSED = "may not be opened by this program itself. "
 # The helper's reasons, by their numbers.
@@ -83,7 +83,7 @@ class Helper(NetworkCase):
             for ip in addresses:
                 self.refused(program, f"The guest's IP address {why}", guest_ip=ip, gateway=None)
         if not why_no_tun_device():
-            self.addCleanup(os.chmod, "/dev/net/tun", os.stat("/dev/net/tun").st_mode & 0o777)
+            keep_tun_mode(self)
             os.chmod("/dev/net/tun", 0o666)
             for ip, why in (("8.8.8.8", "is outside the subnet of the host adapter"), ("127.0.0.9", nobodys), (PEER_IP, gateways),
                             (HOST_IP, own)):

@@ -7,7 +7,7 @@ import shutil
 import time
 
 from cases import GUEST_IP, ORDINARY, PEER_IP, NetworkCase
-from lab.network import why_no_tun_device
+from lab.network import keep_tun_mode, why_no_tun_device
 
 FILE_RIGHTS = 1 << 1 | 1 << 3  # CAP_DAC_OVERRIDE, CAP_FOWNER
 
@@ -33,8 +33,8 @@ class Privileges(NetworkCase):
 
     def granted_program(self, library):
         """A copy of the program, whose helper was given what it asks for by the commands that the program prints."""
-        if library == "tun" and os.stat("/dev/net/tun").st_mode & 0o006 != 0o006:
-            self.addCleanup(os.chmod, "/dev/net/tun", os.stat("/dev/net/tun").st_mode & 0o777)
+        if library == "tun":
+            keep_tun_mode(self)
         copy = self.installed()
         options = [*self.arguments(["run"], library=library), "--duration", 5]
         refused = self.run_program(*options, namespace=self.host, executable=copy, prefix=ORDINARY)

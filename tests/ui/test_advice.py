@@ -18,9 +18,10 @@ class Advice(DesktopCase):
         self.assertIn("Don't-Fragment", told)
         program.wait_ping_end()
         program.frame.find("push button", "More").click()
-        self.wait(lambda: "Advice - Netorra Help" in [window.name for window in program.root.children()],
+        self.wait(lambda: any(window.name == "Advice - Netorra Help" and window.active for window in program.root.children()),
                   "its page is shown")
         self.desktop.keys("alt+F4")
+        program.wait_active()
         program.frame.find("push button", "Dismiss").click()
         self.wait(lambda: self.advice() is None, "the bar is gone")
         self.assertNotIn("Don't-Fragment", program.save(self.desktop.path / "report.vnt"))
