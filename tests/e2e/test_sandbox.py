@@ -44,7 +44,8 @@ class Sandbox:
     def both_at_work(self, ping, run, options, *answers, **where):
         """A ping test, unless there is nobody to ping, and a guest, whom others may ping then."""
         if ping:
-            tested = self.run_program(*ping, *options, "--count", 5, "--delay", 20, **where)
+            patience = [] if "--timeout" in options else ["--timeout", 5000]
+            tested = self.run_program(*ping, *options, "--count", 5, "--delay", 20, *patience, **where)
             self.assertEqual((tested.status, self.complaints(tested)), (0, ""), tested.story())
         guest = self.wait_filtered(self.start(*run, *options, **where).wait_up())
         for namespace in answers:

@@ -195,6 +195,7 @@ class Ends(TerminalCase):
 
     def test_a_second_interrupt_ends_at_once(self):
         for _ in range(20):
+            self.document.unlink(missing_ok=True)  # of a guest that the first interrupt has ended
             guest = self.begin("run", "--no-report", "--output", self.document).wait_up()
             guest.send_signal(signal.SIGINT)
             time.sleep(0.03)  # within the read time-out of 250 ms, and no repetition of the first
