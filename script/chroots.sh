@@ -55,6 +55,7 @@ make_chroot() {
     sed 's/.*/deb & main/' <<< "$sources" > "$folder/etc/apt/sources.list"
     apt-config dump Acquire::http Acquire::https Acquire::Check-Valid-Until Acquire::Check-Date \
         > "$folder/etc/apt/apt.conf.d/50this-machine"
+    printf '127.0.0.1 localhost\n::1 localhost\n' > "$folder/etc/hosts" # as the installer of Debian does
     echo force-unsafe-io > "$folder/etc/dpkg/dpkg.cfg.d/throw-away"
 }
 
