@@ -117,6 +117,10 @@ class Desktop:
         return path
 
 
+# Names that newer accessibility libraries have for roles, and those that the cases know.
+ROLES = {"button": "push button"}
+
+
 class Control:
     """One accessible object. It may go away at any time; a query then gives nothing."""
 
@@ -129,7 +133,7 @@ class Control:
         except Exception:  # the object is gone
             return otherwise
 
-    role = property(lambda self: self.ask(lambda it: it.getRoleName(), ""))
+    role = property(lambda self: ROLES.get(name := self.ask(lambda it: it.getRoleName(), ""), name))
     name = property(lambda self: self.ask(lambda it: it.name, ""))
     active, showing, enabled, checked, focused = (
         property(lambda self, state=f"STATE_{name}": self.ask(
