@@ -136,6 +136,7 @@ class Completions(Shells, TerminalCase):
             self.assertEqual(re.sub(" +", " ", typist.until("GOT<(.*?)>")[1]).strip(), wanted)
         for command in ("report", "adapters", "run", "ping"):
             typist.type(f"vnxtest-cli {command} -\x04").until(re.escape(f"vnxtest-cli {command} -"))
+            time.sleep(1)  # it lists nothing while there is more to be read
             listed = typist.type("\x15echo end-$((1+1))\r").until("(.*)end-2")[1]
             self.assertEqual(set(re.findall(r"(?:^|\s)(--?[a-zA-Z][\w-]*)(?==?\s)", listed)) - {"--"}, self.options(command), listed)
 
