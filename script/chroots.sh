@@ -59,8 +59,8 @@ make_chroot() {
     echo force-unsafe-io > "$folder/etc/dpkg/dpkg.cfg.d/throw-away"
 }
 
-# in_chroot FOLDER COMMAND...: as root, with this machine's network and devices. The folder is mounted on itself,
-# since `ip netns exec` wants a file system at the root.
+# in_chroot FOLDER COMMAND...: as root, in a home of its own, with this machine's network and devices. The folder is
+# mounted on itself, since `ip netns exec` wants a file system at the root.
 in_chroot() {
     local folder=$1
     shift
@@ -68,6 +68,7 @@ in_chroot() {
         folder=$1 binds=$2
         shift 2
         mount --bind "$folder" "$folder"
+        mkdir -p "$folder/home/tester"
         mount -t proc proc "$folder/proc"
         mount --rbind /sys "$folder/sys"
         mount --rbind /dev "$folder/dev"
@@ -77,7 +78,7 @@ in_chroot() {
             mount --bind "${bind%%:*}" "$folder/${bind#*:}"
         done
         cp /etc/resolv.conf "$folder/etc/resolv.conf"
-        exec chroot "$folder" /usr/bin/env -i HOME=/root LANG=C.UTF-8 TERM="${TERM:-dumb}" \
+        exec chroot "$folder" /usr/bin/env -i HOME=/home/tester LANG=C.UTF-8 TERM="${TERM:-dumb}" \
             PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin "$@"' \
         in_chroot "$folder" "${chroot_binds[*]}" "$@" < /dev/null &
     wait $! # in the background, so that a signal ends the script at once
