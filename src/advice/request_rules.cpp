@@ -94,16 +94,8 @@ SeenList SeeRequestsWithOptions(const Observations& observations) {
 }
 
 SeenList SeeVlanTags(const Observations& observations) {
-    Observations all = observations; // with those that the library has dropped
-    for (InterfaceObservations& guest : all.interfaces) {
-        if (guest.wire && guest.wire->tagged.frames != 0) {
-            auto& ignored = guest.ignoredPings[static_cast<std::size_t>(IgnoredPing::VlanTagged)];
-            ignored.count += guest.wire->tagged.frames;
-            ignored.senders.push_back(guest.wire->tagged.from);
-        }
-    }
     return SeeIgnored(
-        all, {{IgnoredPing::VlanTagged, "count"}},
+        observations, {{IgnoredPing::VlanTagged, "count"}},
         {L"frame", L"%s for %s %s ignored for a VLAN tag, last from %s.",
          L"The guest understands untagged frames only: the adapter is connected to a trunk, or the sender is in a VLAN of its own.",
          L"Have the switch take the tags off this port, or give the guest an adapter of the host that is in that VLAN."});

@@ -172,8 +172,8 @@ bool Guest::StartMonitorThread(std::size_t index) {
 // All interfaces or none: half a guest would answer for one address only.
 bool Guest::Start() {
     m_stopEvent.Reset();
-    for (std::size_t index = 0; index < m_interfaces.size();
-         ++index) { // a running guest may no longer be allowed to ask
+    // Now, for a running guest may no longer be allowed to ask.
+    for (std::size_t index = 0; index < m_interfaces.size(); ++index) {
         m_largeSendOffload[index] = m_host.OffloadsLargeSends(m_interfaces[index].addresses.adapterMac);
     }
     if (StartMonitorThread(0) && (!m_interfaces[1].asked.NamesAdapter() || StartMonitorThread(1))) {

@@ -42,10 +42,9 @@ std::optional<AdapterObservations> ObserveAdapter(const HostNetwork& host, Ipv4A
 void ObserveEnd(InterfaceObservations& result, const InterfaceCounts& counted) {
     result.droppedByDriver = counted.droppedByDriver;
     if (const auto& statistics = counted.statistics) {
-        // In TUN mode the packets that found no neighbour to go to count as ignored, too.
-        const auto ignored = result.tapMode ? statistics->ignored : 0;
-        result.framesRead =
-            static_cast<std::uint64_t>(statistics->packetsRead + statistics->internalArps + ignored);
+        // Whatever became of them; but for the guest's own, which Windows' capture driver hands back.
+        result.framesRead = static_cast<std::uint64_t>(
+            std::max(statistics->packetsRead - statistics->fromOurself, statistics->internalArps));
         result.driverBuffer = statistics->kernelBufferSize / kKilo;
     }
 }
@@ -69,6 +68,12 @@ InterfaceObservations ObserveInterface(const Guest& guest, int index) {
     result.largeSendOffload = guest.HadLargeSendOffload(index);
     for (std::size_t kind = 0; kind < kIgnoredPingKinds; ++kind) {
         result.ignoredPings[kind] = info.counted.ignoredPings.Read(static_cast<IgnoredPing>(kind));
+    }
+    if (result.wire &&
+        result.wire->tagged.frames != 0) { // dropped by the library, before anybody could count them
+        IgnoredPings::Kind& tagged = result.ignoredPings[static_cast<std::size_t>(IgnoredPing::VlanTagged)];
+        tagged.count += result.wire->tagged.frames;
+        tagged.senders.push_back(result.wire->tagged.from);
     }
     if (!guest.IsRunning()) {
         ObserveEnd(result, info.counted);
