@@ -46,7 +46,7 @@ class SharedAddress(cases.NetworkCase):
         details = self.host.ip("-d", "link", "show", "dev", name).stdout
         self.assertNotIn("promiscuity 0", details)
         if pinged:
-            self.assert_pinged(self.peer, "10.77.0.111", 2, "-i", "0.2")
+            self.assert_pinged(self.peer, "10.77.0.111", 2)
         self.assertEqual(guest.stop()[0], 0, guest.story())
 
     def assert_stands_for_its_port(self, name):

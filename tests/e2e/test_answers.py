@@ -23,7 +23,7 @@ class Guests(NetworkCase):
                 guests = ((self.run_guest("tap", "--debug", library=library), GUEST_IP, GUEST_MAC),
                           (self.run_guest("tun", "--socket-notify", library=library, guest_ip=TUN_IP, guest_mac=TUN_MAC),
                            TUN_IP, TUN_MAC))
-                self.assert_pinged(self.peer, HOST_IP, 3, "-i", "0.05")
+                self.assert_pinged(self.peer, HOST_IP, 3)
                 with self.peer.entered(), socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
                     sender.sendto(b"hello", (HOST_IP, 9))
                 for _, address, mac in guests:
@@ -31,7 +31,7 @@ class Guests(NetworkCase):
                     self.assertIn("Received 3 response(s)", done.stdout)
                     self.assertIn(f"[{mac.upper()}]", done.stdout)
                     for count, size in ((50, 56), (5, 1472), (5, 1)):
-                        self.assert_pinged(self.peer, address, count, "-i", "0.02", "-s", size)
+                        self.assert_pinged(self.peer, address, count, "-s", size)
                 for guest, address, mac in guests:
                     self.assertEqual(guest.stop()[0], 0, guest.story())
                     text, counters = guest.text(), interface_statistics(guest.text())
@@ -116,7 +116,7 @@ class Guests(NetworkCase):
                 device = guest.text().split("*** Interface ")[1].split()[0]
                 self.assertRegex(self.host.ip("link", "show", "dev", device).stdout,
                                  rf" mtu 1500 .* qlen {2**20 // (1500 if mode == 'tun' else 1514)}\n", "as the buffer's size says")
-                self.assert_pinged(self.host, GUEST_IP, 20, "-i", "0.02")
+                self.assert_pinged(self.host, GUEST_IP, 20)
                 added = [line for line in self.host.ip("route").stdout.splitlines() if line not in routes]
                 self.assertRegex("\n".join(added), rf"\A{GUEST_IP} dev {device} .*\Z", "one, and to the guest alone")
                 self.assertEqual(guest.stop()[0], 0, guest.story())
@@ -127,7 +127,7 @@ class Guests(NetworkCase):
                 for before, now in (("up", "down"), ("down", "up")):
                     self.host.ip("link", "set", "adapter", now)
                     guest.wait_for(f"Interface {device}: the adapter's state was {before} and is {now} now; the guest goes on")
-                    self.assert_pinged(self.host, GUEST_IP, 3, "-i", "0.05")
+                    self.assert_pinged(self.host, GUEST_IP, 3)
                 self.host.ip("link", "del", device)
                 self.assertEqual(guest.wait_end(10), 2, guest.story())
                 self.assertIn("vnetx32_read failed; errno=19: No such device", guest.errors())

@@ -155,7 +155,7 @@ class OnTheWire(Reading, NetworkCase):
         stop = self.record(folder / "wire.pcap")
         station = self.listen()
         guest = self.run_guest("tap", "--capture", path)
-        self.assert_pinged(self.peer, GUEST_IP, 20, "-i", "0.01", "-s", 1000)
+        self.assert_pinged(self.peer, GUEST_IP, 20, "-s", 1000)
         self.peer.run("ping", "-M", "do", "-c", 2, "-i", "0.1", "-W", 1, GUEST_IP)
         self.peer.run("ping", "-M", "dont", "-s", 0, "-c", 1, "-W", 1, GUEST_IP)
         good = ipv4(PEER_IP, GUEST_IP, icmp(ECHO_REQUEST, 1, 1, b"12345678"))

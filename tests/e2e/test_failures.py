@@ -23,8 +23,8 @@ class TwoInterfaces(NetworkCase):
             with self.subTest(extra=extra):
                 heard = self.listen(interface="far"), self.listen(interface="far2")
                 guest = self.start(*self.both(["run"], *extra), namespace=self.host).wait_up(2)
-                self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.02")
-                self.assert_pinged(self.peer, SECOND_GUEST, 10, "-i", "0.02")
+                self.assert_pinged(self.peer, GUEST_IP, 3)
+                self.assert_pinged(self.peer, SECOND_GUEST, 10)
                 self.assertEqual(guest.stop()[0], 0, guest.story())
                 for station, mac, replies in zip(heard, (GUEST_MAC, SECOND_MAC), (3, 10)):
                     self.assertEqual([echo.source_mac for echo in station.echoes(frames.ECHO_REPLY)], [mac] * replies)

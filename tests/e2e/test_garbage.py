@@ -75,7 +75,7 @@ class Garbage(NetworkCase):
                     station.send(frames.ethernet(GUEST_MAC, station.mac, frames.IPV4, packet(b"padded") + bytes(12)))
                 time.sleep(0.4)
                 self.assertEqual([echo.data for echo in station.echoes(frames.ECHO_REPLY)], [b"padded"] * (mode == "tun"))
-                self.assert_pinged(self.peer, GUEST_IP, 2, "-i", "0.05")
+                self.assert_pinged(self.peer, GUEST_IP, 2)
                 self.assertEqual(guest.stop()[0], 0, guest.story())
                 wanted = {reason: len(packets) for reason, packets in BAD_PACKETS.items()}
                 wanted["Unknown packet"] = 3 if mode == "tap" else 0

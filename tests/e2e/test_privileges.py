@@ -52,7 +52,7 @@ class Privileges(NetworkCase):
                 guest = self.start(*self.arguments(["run"], library=library), *extra, namespace=self.host,
                                    executable=copy, prefix=ORDINARY).wait_up()
                 self.assertTrue(self.comes_to_rights(guest), guest.errors())
-                self.assert_pinged(self.host if library == "tun" else self.peer, GUEST_IP, 3, "-i", "0.05")
+                self.assert_pinged(self.host if library == "tun" else self.peer, GUEST_IP, 3)
                 self.assertEqual(guest.stop()[0], 0, guest.story())
                 self.assert_nothing_left(guest)
 

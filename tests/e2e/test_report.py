@@ -201,7 +201,7 @@ class Host(cases.NetworkCase):
             guest = self.start("run", "--library", library, "--adapter", cases.HOST_IP, "--guest-ip", cases.GUEST_IP, "--no-report",
                                "--proceed", namespace=self.host, prefix=bare).wait_up()
             # Without /proc the threads whose rights are given up are found by trying every number, for seconds.
-            self.assert_pinged(self.peer if library == "pcap" else self.host, cases.GUEST_IP, 2, "-i", "0.2")
+            self.assert_pinged(self.peer if library == "pcap" else self.host, cases.GUEST_IP, 2)
             self.assertEqual(guest.stop(timeout=60)[0], 0, guest.story())
         done = self.run_program("ping", cases.PEER_IP, "--count", 2, "--delay", 1, "--adapter", cases.HOST_IP, "--guest-ip",
                                 cases.GUEST_IP, "--proceed", "--no-report", namespace=self.host, prefix=bare)

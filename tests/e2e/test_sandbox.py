@@ -49,7 +49,7 @@ class Sandbox:
             self.assertEqual((tested.status, self.complaints(tested)), (0, ""), tested.story())
         guest = self.wait_filtered(self.start(*run, *options, **where).wait_up())
         for namespace in answers:
-            self.assert_pinged(namespace, GUEST_IP, 3, "-i", "0.05")
+            self.assert_pinged(namespace, GUEST_IP, 3)
         self.assert_ends_well(guest)
         return guest
 

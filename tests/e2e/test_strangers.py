@@ -43,11 +43,11 @@ class Strangers(NetworkCase):
             with self.subTest(mode=mode):
                 station = self.listen()
                 guest = self.run_with_results(mode)
-                self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
+                self.assert_pinged(self.peer, GUEST_IP, 3)
                 forged = [(f"10.77.0.{3 + number % 90}", mac(number)) for number in range(700)]
                 for source, source_mac in forged:
                     station.send(request(source, source_mac))
-                self.assert_pinged(self.peer, GUEST_IP, 20, "-i", "0.05", "-W", "1")
+                self.assert_pinged(self.peer, GUEST_IP, 20)
                 replies = [(echo.destination, echo.destination_mac) for echo in station.echoes(frames.ECHO_REPLY)
                            if echo.data == b"forged"]
                 self.assertEqual(replies, forged, "each to where its own frame came from")
@@ -82,14 +82,14 @@ class Strangers(NetworkCase):
             with self.subTest(mode=mode):
                 station = self.listen()
                 guest = self.run_with_results(mode)
-                self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
+                self.assert_pinged(self.peer, GUEST_IP, 3)
                 for number in range(2000):
                     if mode == "tap":  # a group is nobody's sender
                         station.send(request(f"10.77.0.{3 + number % 90}", "03:aa:00:00:00:01"))
                     else:
                         station.send(request(f"172.16.{number >> 8}.{number & 255 or 1}", mac(number)))
                 started = time.monotonic()
-                self.assert_pinged(self.peer, GUEST_IP, 20, "-i", "0.05", "-W", "1")
+                self.assert_pinged(self.peer, GUEST_IP, 20)
                 asked = [address for address in asked_for(station) if address != PEER_IP]
                 self.assertGreater(len(asked), 0)
                 self.assertLessEqual(len(asked), 64 * (time.monotonic() - started + 2))
@@ -113,11 +113,11 @@ class Strangers(NetworkCase):
                 guest = self.run_with_results("tun", "--proceed", "--driver-buffer", 64, library=library, **options)
                 if library != "sim":
                     namespace = self.peer if library == "pcap" else self.host
-                    self.assert_pinged(namespace, GUEST_IP, 2, "-i", "0.05")
+                    self.assert_pinged(namespace, GUEST_IP, 2)
                     guest.send_signal(signal.SIGSTOP)
                     namespace.run("ping", "-M", "dont", "-q", "-f", "-c", 2000, "-l", 2000, "-s", 1000, "-W", 0.1, GUEST_IP)
                     guest.send_signal(signal.SIGCONT)
-                    self.assert_pinged(namespace, GUEST_IP, 2, "-i", "0.05")
+                    self.assert_pinged(namespace, GUEST_IP, 2)
                 told = self.told(guest)
                 dropped = told["droppedByDriver"]
                 self.assertIn(dropped, range(1000, 2000) if library != "sim" else [0], guest.story())
@@ -164,7 +164,7 @@ class Strangers(NetworkCase):
                 for sender in impossible[:-1]:  # GUEST_IP: who announces it, is answered
                     asked = frames.arp(1, station.mac, sender, frames.NO_MAC, GUEST_IP)
                     station.send(frames.ethernet(frames.BROADCAST, station.mac, frames.ARP, asked))
-                self.assert_pinged(self.peer, GUEST_IP, 3, "-i", "0.05")
+                self.assert_pinged(self.peer, GUEST_IP, 3)
                 self.assertEqual(set(asked_for(station, operation=2)) & set(impossible), {"0.0.0.0"}, "who probes for an address (RFC 5227)")
                 written = station.heard_from(GUEST_MAC)
                 told = self.told(guest)
