@@ -147,9 +147,29 @@ std::string Names(const std::vector<OptionWords>& options, Wanted wanted) {
     return names;
 }
 
+// What stands in values: the simulated LAN's options, and the names of the debug flags.
+void AddWordsOfValues(Fillings& fillings) {
+    std::string simulation, zshSimulation, fishSimulation;
+    for (const auto& [words, about] : SimulationOptions()) {
+        const std::string name = std::string(words).substr(0, std::string(words).find('=') + 1);
+        simulation += (simulation.empty() ? "" : " ") + name;
+        zshSimulation += "    '" + name + ":" + ZshQuoted(Replaced(about, ":", "\\:")) + "'\n";
+        fishSimulation += " '" + name + "\t" + FishQuoted(about) + "'";
+    }
+    std::string flags;
+    for (const DebugFlag& flag : kDebugFlags) {
+        flags += (flags.empty() ? "" : " ") + std::string(flag.name);
+    }
+    fillings.insert({{"SIMULATION_NAMES", simulation},
+                     {"ZSH_SIMULATION", zshSimulation},
+                     {"FISH_SIMULATION", fishSimulation},
+                     {"DEBUG_FLAGS", flags}});
+}
+
 } // namespace
 
 void AddCompletions(const Grammar& grammar, const std::string& program, Fillings& fillings) {
+    AddWordsOfValues(fillings);
     const bool isWindow = program == "vnxtest";
     const std::string function = "_" + Replaced(program, "-", "_");
     const std::vector<OptionWords> options = isWindow ? OptionsOfWindow() : OptionsOf(grammar);
@@ -176,17 +196,6 @@ void AddCompletions(const Grammar& grammar, const std::string& program, Fillings
         zsh += ZshSpecification(option, function);
         fish += FishCommand(option, program, "_" + function);
     }
-    std::string simulation, zshSimulation, fishSimulation;
-    for (const auto& [words, about] : SimulationOptions()) {
-        const std::string name = std::string(words).substr(0, std::string(words).find('=') + 1);
-        simulation += (simulation.empty() ? "" : " ") + name;
-        zshSimulation += "    '" + name + ":" + ZshQuoted(Replaced(about, ":", "\\:")) + "'\n";
-        fishSimulation += " '" + name + "\t" + FishQuoted(about) + "'";
-    }
-    std::string flags;
-    for (const DebugFlag& flag : kDebugFlags) {
-        flags += (flags.empty() ? "" : " ") + std::string(flag.name);
-    }
     fillings.insert({{"PROGRAM", program},
                      {"FUNCTION", function},
                      {"COMMANDS_OF_PROGRAM", commands},
@@ -195,10 +204,6 @@ void AddCompletions(const Grammar& grammar, const std::string& program, Fillings
                      {"FISH_OPTIONS", fish},
                      {"ZSH_COMMANDS", zshCommands},
                      {"FISH_COMMANDS", fishCommands},
-                     {"SIMULATION_NAMES", simulation},
-                     {"ZSH_SIMULATION", zshSimulation},
-                     {"FISH_SIMULATION", fishSimulation},
-                     {"DEBUG_FLAGS", flags},
                      {"VALUE_OPTIONS", Names(options, [](const OptionWords& option) {
                           return !option.value.empty() && option.valueMayStandApart;
                       })}});
