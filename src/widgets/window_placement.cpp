@@ -35,6 +35,10 @@ std::optional<Placement> ParsePlacement(const std::wstring& text) {
     return Placement{{numbers[0], numbers[1], numbers[2], numbers[3]}, numbers[4] != 0};
 }
 
+// While a window manager puts a new window into its frame, it tells places in between, some ten pixels away.
+// On a busy machine these stay for a while.
+constexpr int kStandsStillMs = 250;
+
 // True if the upper part of the window, by which it can be moved, is on a screen.
 bool CanBeReached(const wxRect& place) {
     return wxDisplay::GetFromPoint(wxPoint(place.x + place.width / 2, place.y + place.height / 8)) !=
@@ -44,7 +48,9 @@ bool CanBeReached(const wxRect& place) {
 } // namespace
 
 WindowPlacement::WindowPlacement(wxTopLevelWindow& window, Profile& profile, std::wstring name)
-    : m_window(window), m_profile(profile), m_name(std::move(name)) {}
+    : m_window(window), m_profile(profile), m_name(std::move(name)) {
+    m_settlement.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { OnSettled(); });
+}
 
 void WindowPlacement::Restore(PlacementParts parts) {
     const auto placement = ParsePlacement(m_profile.ReadText(m_name, L""));
@@ -63,18 +69,29 @@ void WindowPlacement::Restore(PlacementParts parts) {
     }
 }
 
-// A window that draws its own caption is placed with a small offset. Without this correction it would drift
-// with each start.
 void WindowPlacement::OnIdle(wxIdleEvent& event) {
     event.Skip();
     if (m_window.IsShownOnScreen()) {
         m_window.Unbind(wxEVT_IDLE, &WindowPlacement::OnIdle, this);
-        constexpr int kLargest = 64;
-        const wxPoint displacement = m_wanted - m_window.GetPosition();
-        if (displacement != wxPoint() && std::abs(displacement.x) <= kLargest &&
-            std::abs(displacement.y) <= kLargest && !m_window.IsMaximized()) {
-            m_window.Move(m_wanted + displacement);
-        }
+        m_window.Bind(wxEVT_MOVE, &WindowPlacement::OnMove, this);
+        m_settlement.StartOnce(kStandsStillMs);
+    }
+}
+
+void WindowPlacement::OnMove(wxMoveEvent& event) {
+    event.Skip();
+    m_settlement.StartOnce(kStandsStillMs);
+}
+
+// A window that draws its own caption is placed with a small offset. Without this correction it would drift
+// with each start.
+void WindowPlacement::OnSettled() {
+    m_window.Unbind(wxEVT_MOVE, &WindowPlacement::OnMove, this);
+    constexpr int kLargest = 64;
+    const wxPoint displacement = m_wanted - m_window.GetPosition();
+    if (displacement != wxPoint() && std::abs(displacement.x) <= kLargest &&
+        std::abs(displacement.y) <= kLargest && !m_window.IsMaximized()) {
+        m_window.Move(m_wanted + displacement);
     }
 }
 
@@ -83,6 +100,9 @@ void WindowPlacement::Save() {
         return;
     }
     wxRect place = m_window.GetRect();
+    if (m_settlement.IsRunning()) {
+        place.SetPosition(m_wanted); // not yet corrected
+    }
     if (m_window.IsMaximized()) {
         // Keeps the place that it will be restored to.
         if (const auto before = ParsePlacement(m_profile.ReadText(m_name, L""))) {

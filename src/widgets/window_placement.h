@@ -4,11 +4,13 @@
 #include <string>
 
 #include <wx/gdicmn.h>
+#include <wx/timer.h>
 
 #include "platform/files/profile.h"
 
 class wxTopLevelWindow;
 class wxIdleEvent;
+class wxMoveEvent;
 
 namespace vnxtest {
 
@@ -28,11 +30,14 @@ public:
 
 private:
     void OnIdle(wxIdleEvent& event);
+    void OnMove(wxMoveEvent& event);
+    void OnSettled();
 
     wxTopLevelWindow& m_window;
     Profile& m_profile;
     std::wstring m_name;
-    wxPoint m_wanted; // the place set by Restore()
+    wxPoint m_wanted;     // the place set by Restore()
+    wxTimer m_settlement; // runs from when the window is shown until it has stood still
 };
 
 } // namespace vnxtest

@@ -358,11 +358,9 @@ class Restart(DialogCase):
     def move(self, title, moved, x, y):
         """Moves a window, and gives its place once the toolkit knows it, too."""
         window = self.desktop.xdotool("search", "--onlyvisible", "--name", title).split()[-1]
-        for way in (20, 0):  # on a busy machine the toolkit may miss where a single move has ended
-            self.desktop.xdotool("windowmove", "--sync", window, x + way, y)
-            self.wait(lambda: abs(moved.place.x - x) + abs(moved.place.y - y) < 80, "it has moved")
-            moved.settled_place(1)
-        return moved.place
+        self.desktop.xdotool("windowmove", "--sync", window, x, y)
+        self.wait(lambda: abs(moved.place.x - x) + abs(moved.place.y - y) < 80, "it has moved")
+        return moved.settled_place(1)
 
     def open_about(self):
         self.open("About VNXTest...", "About VNXTest64UD", "h")
