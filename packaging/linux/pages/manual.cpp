@@ -68,8 +68,9 @@ std::string OptionsOf(const CLI::App& app, const std::string& group) {
 std::string AllOptions(const CLI::App& app) {
     std::vector<std::string> groups;
     for (const CLI::Option* option : app.get_options()) {
-        if (std::ranges::find(groups, option->get_group()) == groups.end()) {
-            groups.push_back(option->get_group());
+        const std::string& group = option->get_group();
+        if (!group.empty() && std::ranges::find(groups, group) == groups.end()) {
+            groups.push_back(group);
         }
     }
     std::string text;

@@ -7,6 +7,7 @@
 #include "cli/options/value_parsing.h"
 #include "core/ping_plan.h"
 #include "core/run_settings.h"
+#include "platform/process/sandbox.h"
 #include "wrenlib/product.h"
 
 namespace vnxtest {
@@ -21,6 +22,7 @@ constexpr const char* kDescription =
 constexpr const char* kEngineGroup = "The guest (run, ping)";
 constexpr const char* kPingGroup = "The ping test (ping)";
 constexpr const char* kOutputGroup = "Output";
+constexpr const char* kHidden = ""; // the help leaves it out
 
 // As vnetx/sim/sim_options knows them.
 constexpr std::pair<const char*, const char*> kSimulationOptions[] = {
@@ -102,7 +104,7 @@ void AddGuestOptions(CLI::App& app, TypedOptions& typed) {
     app.add_flag(
            "--no-sandbox", typed.noSandbox,
            "For debugging: do not end the program when it makes a system call that a running guest has no use for")
-        ->group(kEngineGroup);
+        ->group(HasSandbox() ? kEngineGroup : kHidden);
     app.add_flag("--save", typed.save, "Store the values of this run in the profile, as the window's OK does")
         ->group(kEngineGroup);
 }

@@ -24,8 +24,8 @@ struct Example {
 const Example kExamples[] = {
     {"  vnxtest-cli --library sim ping 198.18.0.2    needs no rights and no network\n", Command::Ping},
     {"  vnxtest-cli adapters    which adapters there are\n", Command::Adapters},
-    {"  vnxtest-cli ping 192.168.0.1 --adapter eth0 --mode tap\n", Command::Ping},
-    {"  vnxtest-cli run --adapter eth0 --duration 60    answer for a minute\n", Command::Run},
+    {"  vnxtest-cli ping 192.168.0.1 --adapter 192.168.0.2 --mode tap\n", Command::Ping},
+    {"  vnxtest-cli run --adapter 192.168.0.2 --duration 60    answer for a minute\n", Command::Run},
 };
 
 constexpr const char* kAboutSimulation =

@@ -65,9 +65,8 @@ void CheckPing(const TypedOptions& raw, Options& options) {
 void CheckFiles(const CLI::App& app, const TypedOptions& raw, Options& options) {
     const auto path = [](const char* option, const std::string& text) {
         if (text == "-") {
-            throw OptionError(
-                std::string(option) +
-                ": standard output already carries the document; name a file (for example /dev/stderr).");
+            throw OptionError(std::string(option) +
+                              ": standard output already carries the document; name a file.");
         }
         return std::filesystem::path(std::u8string(text.begin(), text.end()));
     };
