@@ -4,6 +4,7 @@ Root makes the network and the helper's rights; the display, the bus and the win
 itself again as that user.
 """
 
+import faulthandler
 import json
 import os
 import pathlib
@@ -51,7 +52,7 @@ class OrdinaryUser(unittest.TestCase):
                 self.skipTest(f"setcap does not work here: {granted.stderr.strip()}")
             done = subprocess.run(
                 self.host.command(*ORDINARY, "env", f"VNXTEST_WINDOW={folder / window.name}", f"HOME={folder}", sys.executable,
-                                  "-B", folder / HERE.name), cwd=folder, capture_output=True, text=True, timeout=250)
+                                  "-B", folder / HERE.name), cwd=folder, capture_output=True, text=True, timeout=280)
             self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
             told = json.loads(done.stdout.splitlines()[-1])
             if os.environ.get("VNXTEST_SCREENSHOTS"):
@@ -91,4 +92,5 @@ def inside(folder):
 
 
 if __name__ == "__main__":
+    faulthandler.dump_traceback_later(250, exit=True)  # where it hangs
     inside(HERE.parent)
