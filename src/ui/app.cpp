@@ -78,7 +78,8 @@ bool CVNXTestApp::Initialize(int& count, wxChar** words) {
             EndWith(parser.GetUsageString().utf8_string());
         }
         if (word == "--version" || word == "-V") {
-            EndWith(std::string(kProductAndVersion) + "\n");
+            std::string line = kProductAndVersion; // in one expression gcc 12 warns of bounds
+            EndWith(line += '\n');
         }
     }
     return wxApp::Initialize(count, words);
