@@ -101,7 +101,7 @@ void SimNetwork::Flood(const SimPort& from, std::span<const std::uint8_t> frame)
 // The gateway forwards a packet for the other guest, its time to live less one. False if it is not for one.
 bool SimNetwork::RouteToGuest(SimPort& from, std::span<const std::uint8_t> packet) const {
     const auto ip = ConstIpv4View::Over(packet);
-    if (!ip || ip->Version() != 4 || ip->HeaderLength() * 4 != ConstIpv4View::kLength ||
+    if (!ip || ip->Version() != 4 || ip->HeaderLength() != ConstIpv4View::kLength / 4 ||
         !ip->HasRightChecksum()) {
         return false;
     }
