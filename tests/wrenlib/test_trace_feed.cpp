@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -40,14 +41,21 @@ TEST(TraceFeed, ASlowReaderHoldsNobodyUpAndMissesWhatIsTooMuch) {
     std::promise<void> reader;
     std::shared_future<void> going = reader.get_future().share();
     std::string traced;
+    std::promise<void> began;
+    bool hasBegun = false;
     std::atomic<bool> over = false;
     SetTraceSink([&, going](std::wstring_view text) {
+        if (!std::exchange(hasBegun, true)) {
+            began.set_value();
+        }
         going.wait();
         traced += ToUtf8(text);
         over = over || text.find(L"the last line") != std::wstring_view::npos;
     });
     {
         TraceFeed feed;
+        feed.Hand("the first line\n");
+        began.get_future().wait(); // else it takes some of what waits meanwhile, and there is room for more
         const std::string batch = Lines(100'000);
         int handed = 0;
         for (std::size_t bytes = 0; bytes < 3 * TraceFeed::kMostWaiting; bytes += batch.size()) {
