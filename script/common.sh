@@ -53,3 +53,22 @@ build() {
     use_compiler_cache
     cmake --build "$folder" --parallel "$(nproc)" ${1:+--target "$@"}
 }
+
+# run_tests PRESET [CTEST OPTION...]. The programs' own tests, on wires, terminals and screens, live on time-outs, and a
+# machine that halts for half a second makes a ping late. If a few of them fail beside others, they run again, one at a
+# time: what fails alone, too, is a fault. They are named either way.
+run_tests() {
+    local preset=$1 failed=$root/build/$1/Testing/Temporary/LastTestsFailed.log few=5 status=0 names
+    shift
+    cd "$root"
+    rm -f "$failed"
+    ctest --preset "$preset" "$@" || status=$?
+    if [ $status -eq 0 ] || [ ! -s "$failed" ] || [ "$(wc -l < "$failed")" -gt $few ] ||
+        grep -qvE '^[0-9]+:(e2e|ui|helpui|widgets|windows)\b' "$failed"; then
+        return $status
+    fi
+    names=$(cut -d: -f2 "$failed" | tr '\n' ' ')
+    say "Testing once more, one at a time ($preset): $names"
+    ctest --preset "$preset" --rerun-failed --parallel 1 || return
+    say "Failed beside others and passed alone: $names"
+}
