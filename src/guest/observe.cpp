@@ -69,8 +69,8 @@ InterfaceObservations ObserveInterface(const Guest& guest, int index) {
     for (std::size_t kind = 0; kind < kIgnoredPingKinds; ++kind) {
         result.ignoredPings[kind] = info.counted.ignoredPings.Read(static_cast<IgnoredPing>(kind));
     }
-    if (result.wire &&
-        result.wire->tagged.frames != 0) { // dropped by the library, before anybody could count them
+    // The library has dropped these before the guest could count them.
+    if (result.wire && result.wire->tagged.frames != 0) {
         IgnoredPings::Kind& tagged = result.ignoredPings[static_cast<std::size_t>(IgnoredPing::VlanTagged)];
         tagged.count += result.wire->tagged.frames;
         tagged.senders.push_back(result.wire->tagged.from);

@@ -5,7 +5,7 @@ import re
 import time
 
 import frames
-from cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, timeout
+from cases import GUEST_IP, GUEST_MAC, HOST_IP, PEER_IP, NetworkCase, interface_statistics, timeout
 from lab import network
 from lab.network import why_no_tun_device
 
@@ -139,14 +139,20 @@ class Findings(NetworkCase):
         self.assert_advice(guest)
 
     def test_an_adapter_to_which_nothing_comes(self):
-        """One that hands on frames for its own MAC address only, as hypervisors do it."""
+        """One that hands on frames for its own MAC address only, as hypervisors do it. The guest's own do not count."""
+        station = self.listen()
         self.host.ip("address", "flush", "dev", "adapter")
         self.host.ip("link", "add", "link", "adapter", "name", "virtual", "address", "52:54:00:00:00:01", "type", "macvlan", "mode",
                      "private")
         self.host.ip("address", "add", HOST_IP + "/24", "dev", "virtual")
         self.host.ip("link", "set", "virtual", "up")
         for mode in ("tap", "tun"):
-            guest = self.ping(PEER_IP, mode, "--count", 2, "--delay", 1, "--timeout", 100, "--json", self.results)
+            guest = self.start(*self.arguments(["ping", PEER_IP], mode), "--count", 2, "--delay", 1, "--timeout", 100, "--json",
+                               self.results, namespace=self.host)
+            guest.wait_for("Sending ping #1 ")
+            station.send(frames.ethernet(frames.BROADCAST, GUEST_MAC, 0x88B5, bytes(46)))
+            self.assertEqual(guest.wait_end(), 1, guest.story())
+            self.assertEqual(interface_statistics(guest.text())["Packets From Ourself"], 1, guest.story())
             found = {finding["id"]: finding["evidence"] for finding in advice_in(self.results)}
             self.assertEqual(found.get("no-frames"), {"framesRead": 0, "adapter": "virtual", "refusesPromiscuous": False,
                                                       "ofVirtualMachine": True}, guest.story())
