@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include <fmt/format.h>
 #include <wx/cmdline.h>
 #include <wx/filedlg.h>
 #include <wx/filename.h>
@@ -78,8 +79,7 @@ bool CVNXTestApp::Initialize(int& count, wxChar** words) {
             EndWith(parser.GetUsageString().utf8_string());
         }
         if (word == "--version" || word == "-V") {
-            std::string line = kProductAndVersion; // in one expression gcc 12 warns of bounds
-            EndWith(line += '\n');
+            EndWith(fmt::format("{}\n", kProductAndVersion));
         }
     }
     return wxApp::Initialize(count, words);
