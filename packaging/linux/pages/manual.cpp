@@ -69,7 +69,7 @@ std::string AllOptions(const CLI::App& app) {
     std::vector<std::string> groups;
     for (const CLI::Option* option : app.get_options()) {
         const std::string& group = option->get_group();
-        if (!group.empty() && std::ranges::find(groups, group) == groups.end()) {
+        if (group != kHidden && std::ranges::find(groups, group) == groups.end()) {
             groups.push_back(group);
         }
     }

@@ -22,7 +22,6 @@ constexpr const char* kDescription =
 constexpr const char* kEngineGroup = "The guest (run, ping)";
 constexpr const char* kPingGroup = "The ping test (ping)";
 constexpr const char* kOutputGroup = "Output";
-constexpr const char* kHidden = ""; // the help leaves it out
 
 // As vnetx/sim/sim_options knows them.
 constexpr std::pair<const char*, const char*> kSimulationOptions[] = {

@@ -30,6 +30,8 @@ struct TypedOptions {
 // What --debug without "=FLAGS" stores.
 inline constexpr const char* kDebugDefault = "on";
 inline constexpr const char* kAboutTarget = "Host name or IPv4 address to ping";
+// The group of an option that the help and the manual page leave out.
+inline constexpr const char* kHidden = "";
 
 struct Grammar {
     Grammar();

@@ -58,7 +58,7 @@ std::string HelpText(Grammar& grammar, std::optional<Command> command) {
     for (const Belonging& belonging : Belongings()) {
         CLI::Option* const option = app.get_option(belonging.option);
         if (!Concerns(*option, command)) {
-            option->group(""); // is not shown
+            option->group(kHidden);
         }
     }
     if (command) {
