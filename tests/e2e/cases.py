@@ -8,6 +8,7 @@ import re
 import shutil
 import subprocess
 import tempfile
+import time
 import unittest
 
 import wire
@@ -175,17 +176,17 @@ class NetworkCase(Case):
         if details:
             self.assertIn("promiscuity 0", details)
 
-    def assert_pinged(self, namespace, address, count, *options):
+    def assert_pinged(self, namespace, address, count, *options, pause=0):
         """A kernel's own ping: each answered once. It sends some at once, for it waits no longer for its last reply than
         for its interval (with a deadline it would wait, and send more than were asked for); but not more at once than
-        the kernel keeps while it asks for the guest's MAC address."""
+        the kernel keeps while it asks for the guest's MAC address. Before each of these parts is a pause (seconds)."""
         while count > 0:
             part = min(count, 3)
+            time.sleep(pause)
             done = namespace.run("ping", "-M", "dont", "-n", "-c", part, "-l", part, "-i", 10, *options, address)
             answered = [int(number) for number in re.findall(r"icmp_seq=(\d+) ", done.stdout)]
             self.assertEqual(sorted(answered), list(range(1, part + 1)), done.stdout + done.stderr)
             count -= part
-
 
 
 def ping_statistics(text):

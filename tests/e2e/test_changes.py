@@ -91,6 +91,6 @@ class Changes(NetworkCase):
         self.assertLess(time.monotonic() - started, 8)
         self.assertRegex(guest.text(), r"20 Replies Received \(Minimum = \d{1,2}ms, Maximum = \d{2,3}ms")
         pings = json.loads(results.read_text("utf-8"))["ping"]["pings"]
-        self.assertTrue(all(1e6 < one["rttNs"] < 999e6 for one in pings), pings)
+        self.assertTrue(all(24e6 < one["rttNs"] < 999e6 for one in pings), pings)
         self.assertEqual(len({one["sentAt"][:10] for one in pings}), 3, "the days")
         self.assertGreater(len({line[:2] for line in guest.lines()}), 1, "the clock did jump")

@@ -47,7 +47,7 @@ class Strangers(NetworkCase):
                 forged = [(f"10.77.0.{3 + number % 90}", mac(number)) for number in range(700)]
                 for source, source_mac in forged:
                     station.send(request(source, source_mac))
-                self.assert_pinged(self.peer, GUEST_IP, 20)
+                self.assert_pinged(self.peer, GUEST_IP, 20, pause=0.15)
                 replies = [(echo.destination, echo.destination_mac) for echo in station.echoes(frames.ECHO_REPLY)
                            if echo.data == b"forged"]
                 self.assertEqual(replies, forged, "each to where its own frame came from")
@@ -89,7 +89,7 @@ class Strangers(NetworkCase):
                     else:
                         station.send(request(f"172.16.{number >> 8}.{number & 255 or 1}", mac(number)))
                 started = time.monotonic()
-                self.assert_pinged(self.peer, GUEST_IP, 20)
+                self.assert_pinged(self.peer, GUEST_IP, 20, pause=0.15)
                 asked = [address for address in asked_for(station) if address != PEER_IP]
                 self.assertGreater(len(asked), 0)
                 self.assertLessEqual(len(asked), 64 * (time.monotonic() - started + 2))

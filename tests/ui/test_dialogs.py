@@ -359,8 +359,8 @@ class Restart(DialogCase):
         """Moves a window, and gives its place once the toolkit knows it, too."""
         window = self.desktop.xdotool("search", "--onlyvisible", "--name", title).split()[-1]
         self.desktop.xdotool("windowmove", "--sync", window, x, y)
-        self.wait(lambda: abs(moved.place.x - x) + abs(moved.place.y - y) < 80, "it has moved")
-        return moved.settled_place(1)
+        self.wait(lambda: abs(moved.place.x - x) + abs(moved.place.y - y) < 60, "it has moved")
+        return moved.settled_place(0.5)
 
     def open_about(self):
         self.open("About VNXTest...", "About VNXTest64UD", "h")
