@@ -4,11 +4,11 @@ Root makes the network and the helper's rights; the display, the bus and the win
 itself again as that user.
 """
 
-import faulthandler
 import json
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -92,5 +92,9 @@ def inside(folder):
 
 
 if __name__ == "__main__":
-    faulthandler.dump_traceback_later(250, exit=True)  # where it hangs
+    def give_up(*_):
+        raise TimeoutError("it hangs here")  # and ends what was started
+
+    signal.signal(signal.SIGALRM, give_up)
+    signal.alarm(240)
     inside(HERE.parent)
