@@ -1,10 +1,12 @@
 #include "core/output_channel.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstring>
 #include <ctime>
-
-#include <fmt/format.h>
+#include <optional>
+#include <span>
 
 #include "platform/system/local_time.h"
 #include "wrenlib/trace.h"
@@ -14,6 +16,9 @@ namespace vnxtest {
 namespace {
 
 constexpr std::size_t kStampLength = 13; // "hh:mm:ss.mmm "
+// Of the room kept for the lines to come.
+constexpr std::size_t kMostReserved = std::size_t{1024} * 1024;
+
 // "hh:mm:ss.mmm " of now. Only the milliseconds change within a second, so the rest is kept per thread: the
 // conversion to local time costs more than a whole line.
 std::string_view TimeStamp() {
@@ -49,34 +54,37 @@ bool IsBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r';
 }
 
-// As StampLines, into any text that can be appended to.
-template <typename Text>
-void AppendStamped(std::string_view text, std::string_view stamp, Text& lines) {
-    const auto append = [&lines](std::string_view part) {
-        lines.append(part.data(), part.data() + part.size());
-    };
+// As StampLines, into `room`: the bytes used, or nullopt if it is too small.
+std::optional<std::size_t> StampInto(std::string_view text, std::string_view stamp, std::span<char> room) {
+    char* out = room.data();
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
-        append(stamp);
-        append(text.substr(0, end));
+        const std::string_view line = text.substr(0, end);
+        const auto left = static_cast<std::size_t>(room.data() + room.size() - out);
+        if (left < stamp.size() + 1 || left - stamp.size() - 1 < line.size()) {
+            return std::nullopt;
+        }
+        const char* const begin = out;
+        std::memcpy(out, stamp.data(), stamp.size());
+        std::memcpy(out + stamp.size(), line.data(), line.size());
+        out += stamp.size() + line.size();
         // Leading blanks are kept; trailing ones go, that of the stamp, too, if the line is empty.
-        std::size_t size = lines.size();
-        while (size > 0 && IsBlank(lines.data()[size - 1])) {
-            --size;
+        while (out != begin && IsBlank(out[-1])) {
+            --out;
         }
-        lines.resize(size);
-        lines.push_back('\n');
-        if (end == std::string_view::npos) {
-            return;
-        }
-        text.remove_prefix(end + 1);
+        *out++ = '\n';
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
+    return static_cast<std::size_t>(out - room.data());
 }
 
 } // namespace
 
 void StampLines(std::string_view text, std::string_view stamp, std::string& lines) {
-    AppendStamped(text, stamp, lines);
+    const std::size_t before = lines.size();
+    const auto most = static_cast<std::size_t>(std::ranges::count(text, '\n')) + 1;
+    lines.resize(before + text.size() + most * (stamp.size() + 1));
+    lines.resize(before + *StampInto(text, stamp, std::span(lines).subspan(before)));
 }
 
 OutputChannel::~OutputChannel() {
@@ -92,9 +100,15 @@ void OutputChannel::Detach() {
 }
 
 void OutputChannel::TakeText(std::string_view text) {
-    fmt::memory_buffer lines; // no allocation for a usual line
-    AppendStamped(text, TimeStamp(), lines);
-    Append({lines.data(), lines.size()});
+    const std::string_view stamp = TimeStamp();
+    std::array<char, 512> room; // no allocation for a usual line
+    if (const auto length = StampInto(text, stamp, room)) {
+        Append({room.data(), *length});
+        return;
+    }
+    std::string lines;
+    StampLines(text, stamp, lines);
+    Append(lines);
 }
 
 void OutputChannel::Append(std::string_view lines) {
@@ -121,6 +135,7 @@ void OutputChannel::Append(std::string_view lines) {
 
 std::string OutputChannel::TakePending() {
     std::string taken;
+    taken.reserve(m_takenLast); // for the lines to come, so that no thread with a frame grows the text
     {
         const std::lock_guard lock(m_outputLock);
         taken.swap(m_pending);
@@ -129,6 +144,7 @@ std::string OutputChannel::TakePending() {
             m_leftOut = 0;
         }
     }
+    m_takenLast = std::min(taken.size(), kMostReserved);
     if (IsTraceOn()) {
         m_trace.Hand(taken);
     }

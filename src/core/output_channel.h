@@ -56,7 +56,8 @@ private:
     std::string m_pending;
     std::uint64_t m_leftOut = 0; // since the last TakePending
     std::uint64_t m_allLeftOut = 0;
-    std::string m_firstLeftOut; // its beginning
+    std::string m_firstLeftOut;  // its beginning
+    std::size_t m_takenLast = 0; // bytes; user-interface thread
     TraceFeed m_trace;
 };
 

@@ -6,6 +6,7 @@
 
 #include "packets/icmp_echo.h"
 #include "wrenlib/ticks.h"
+#include "wrenlib/visible_text.h"
 
 namespace vnxtest {
 
@@ -50,7 +51,7 @@ std::uint16_t PingBook::Begin(const PingPlan& plan, const std::wstring& target, 
     const std::lock_guard lock(m_pingListLock);
     ChooseIdentifier();
     m_plan = plan;
-    m_strPingTarget = target;
+    m_strPingTarget = VisibleUtf8(target);
     m_wPingSeqBase = m_wPingNextSeq;
     m_firstTick = 0;
     m_waiting = Waiting::ForPings;

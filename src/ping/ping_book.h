@@ -87,7 +87,7 @@ private:
     // send thread.
     mutable FairLock m_pingListLock;
     PingPlan m_plan;
-    std::wstring m_strPingTarget;
+    std::string m_strPingTarget; // as it stands in the lines
     CPingList m_pingList;
     std::uint16_t m_wPingIdent = 0;
     std::uint16_t m_wPingNextSeq = 0; // written by the send thread, which reads it without the lock

@@ -1,4 +1,5 @@
-// The lines of a ping test. Each function writes its lines at once; any thread.
+// The lines of a ping test. Each function writes its lines at once; any thread. Those that are written with
+// every ping are put together in UTF-8, on the stack.
 #pragma once
 
 #include <cstdint>
@@ -27,9 +28,12 @@ std::wstring DescribePingTarget(const PingPlan& plan);
 
 // The test's numbers, under its title.
 void LogPingPlan(const PingPlan& plan, std::wstring_view target);
-void LogSending(std::uint16_t number, const PingPlan& plan, std::wstring_view target);
+// `target` in UTF-8 without invisible characters (VisibleUtf8).
+void LogSending(std::uint16_t number, const PingPlan& plan, std::string_view target);
 // The line of a reply to the ping of this number; `ping` holds its time and its count.
 void LogReply(std::uint16_t number, const CPing& ping, const ReceivedReply& reply);
+// The guest answers the ping of this station.
+void LogAnswering(Ipv4Address station);
 void LogTimeout(std::uint16_t number);
 // The ping could not be written, and the test ends.
 void LogSendFailure(std::uint16_t number);

@@ -9,6 +9,7 @@
 #include "packets/reply_scope.h"
 #include "ping/echo_request.h"
 #include "ping/ignored_kind.h"
+#include "ping/ping_texts.h"
 #include "vnetx/frame_arrival.h"
 #include "wrenlib/log.h"
 
@@ -38,6 +39,19 @@ Checksums CheckChecksums(VnetxLibrary& library, Ipv4View ip, IcmpEchoView icmp,
     ip.SetChecksum(ipReceived);
     icmp.SetChecksum(icmpReceived);
     return result;
+}
+
+// `icmp` was a request with the right checksum, which follows from that without another sum over the message
+// (RFC 1624, equation 3). Two sums are the same there, 0 and 0xFFFF: a message that gets 0 may be one of
+// zeroes.
+void SetReplyChecksum(VnetxLibrary& library, IcmpEchoView icmp, std::span<const std::uint8_t> message) {
+    constexpr std::uint32_t kTypesGone = 0xFFFF - (kIcmpEchoRequest << 8);
+    const std::uint32_t sum = (0xFFFFu - icmp.Checksum()) + kTypesGone;
+    icmp.SetChecksum(static_cast<std::uint16_t>(~((sum & 0xFFFF) + (sum >> 16))));
+    if (icmp.Checksum() == 0) {
+        icmp.SetChecksum(
+            library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
+    }
 }
 
 // The ICMP message by the IP header's total length, but never more than was received.
@@ -147,14 +161,15 @@ void ReceivePath::AnswerEchoRequest(INTERFACE_INFO& info, ReceivedPacket packet)
     Ipv4View ip = *Ipv4View::Over(bytes);
     IcmpEchoView icmp = *IcmpEchoView::Over(bytes.subspan(Ipv4View::kLength));
     const std::span<std::uint8_t> message = IcmpMessage(bytes, ip.TotalLength());
+    // The sum over the IP header stays what it was: its two addresses change places.
     ip.SetDestination(ip.Source());
     ip.SetSource(info.addresses.guestIp);
     icmp.SetType(kIcmpEchoReply);
-    ip.SetChecksum(0);
-    icmp.SetChecksum(0);
-    ip.SetChecksum(m_library.CalcInetChecksum(bytes.data(), Ipv4View::kLength));
-    icmp.SetChecksum(m_library.CalcInetChecksum(message.data(), static_cast<std::uint32_t>(message.size())));
-    LogMsg(L"** Someone is PINGing Vant!\n** Sending PING reply to %s\n", FormatIPAddr(ip.Destination()));
+    SetReplyChecksum(m_library, icmp, message);
+    // Before the answer in the document, but the station does not wait for it.
+    const LineToFollow announced(
+        [](std::uint32_t station) { LogAnswering(Ipv4Address::FromMemory(station)); },
+        ip.Destination().Memory());
     const std::span<std::uint8_t> frame = packet.WithHeadroom();
     const bool written = m_writer.WritePingIPPacket(info, frame);
     if (written) {

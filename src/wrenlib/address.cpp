@@ -50,23 +50,26 @@ std::optional<MacAddress> ParseMACAddress(std::wstring_view text) {
     return MacAddress(bytes);
 }
 
-std::wstring FormatIPAddr(Ipv4Address address) {
-    // On the path of every answered ping: digit by digit, with one allocation at most.
-    wchar_t text[16];
-    std::size_t length = 0;
+Ipv4Text::Ipv4Text(Ipv4Address address) {
+    const auto put = [this](int character) { m_text[m_length++] = static_cast<char>(character); };
     for (const std::uint8_t byte : address.Bytes()) {
-        if (length > 0) {
-            text[length++] = L'.';
+        if (m_length > 0) {
+            put('.');
         }
         if (byte >= 100) {
-            text[length++] = static_cast<wchar_t>(L'0' + byte / 100);
+            put('0' + byte / 100);
         }
         if (byte >= 10) {
-            text[length++] = static_cast<wchar_t>(L'0' + byte / 10 % 10);
+            put('0' + byte / 10 % 10);
         }
-        text[length++] = static_cast<wchar_t>(L'0' + byte % 10);
+        put('0' + byte % 10);
     }
-    return std::wstring(text, length);
+}
+
+std::wstring FormatIPAddr(Ipv4Address address) {
+    const Ipv4Text text(address);
+    const std::string_view narrow = text;
+    return {narrow.begin(), narrow.end()};
 }
 
 std::wstring FormatMACAddr(MacAddress address) {

@@ -90,6 +90,17 @@ std::optional<Ipv4Address> ParseIPAddress(std::wstring_view text);
 // Six pairs of hex digits with "-" or ":" between them, one kind throughout; nullopt for any other text.
 std::optional<MacAddress> ParseMACAddress(std::wstring_view text);
 
+// "10.1.2.3" in ASCII, without an allocation: lines that are written with every packet have it.
+class Ipv4Text {
+public:
+    explicit Ipv4Text(Ipv4Address address);
+    operator std::string_view() const { return {m_text.data(), m_length}; }
+
+private:
+    std::array<char, 16> m_text;
+    std::size_t m_length = 0;
+};
+
 // "10.1.2.3".
 std::wstring FormatIPAddr(Ipv4Address address);
 

@@ -1,6 +1,7 @@
 #include "wrenlib/log.h"
 
 #include <atomic>
+#include <utility>
 
 #include "wrenlib/errors.h"
 #include "wrenlib/text.h"
@@ -15,7 +16,27 @@ namespace {
 std::atomic<LogSink*> g_sink{nullptr};
 std::atomic<bool> g_open{false};
 
+thread_local LineToFollow* t_lineToFollow = nullptr;
+
 } // namespace
+
+void WriteLineToFollow() {
+    if (LineToFollow* const line = std::exchange(t_lineToFollow, nullptr)) {
+        line->m_write(line->m_about);
+    }
+}
+
+LineToFollow::LineToFollow(void (*write)(std::uint32_t about), std::uint32_t about)
+    : m_write(write), m_about(about) {
+    WriteLineToFollow();
+    t_lineToFollow = this;
+}
+
+LineToFollow::~LineToFollow() {
+    if (t_lineToFollow == this) {
+        WriteLineToFollow();
+    }
+}
 
 void InstallLogSink(LogSink& sink) {
     g_sink.store(&sink, std::memory_order_release);
@@ -35,20 +56,25 @@ bool IsLogOpen() {
 }
 
 void HandToLog(std::string_view text) {
+    WriteLineToFollow();
     if (LogSink* const sink = g_sink.load(std::memory_order_acquire)) {
         sink->TakeText(text);
     }
 }
 
+void LogLine(std::string_view line) {
+    const ErrorKeeper keeper;
+    WriteLineToFollow();
+    if (IsLogOpen()) {
+        HandToLog(line);
+    } else {
+        WrenLibAfxTrace(L"%s", FromUtf8(line));
+    }
+}
+
 void LogMsgV(std::wstring_view format, WideFormatArgs args) {
     const ErrorKeeper keeper;
-    std::wstring text = FormatWide(format, args);
-    MakeLinesVisible(text);
-    if (IsLogOpen()) {
-        HandToLog(ToUtf8(text));
-    } else {
-        WrenLibAfxTrace(L"%s", text);
-    }
+    LogLine(VisibleUtf8(FormatWide(format, args)));
 }
 
 bool Verify(bool condition, std::source_location where) {

@@ -4,6 +4,7 @@
 // While the log is closed, lines go to the debug trace instead.
 #pragma once
 
+#include <cstdint>
 #include <source_location>
 #include <string_view>
 
@@ -31,6 +32,26 @@ bool IsLogOpen();
 
 // Hands already formatted `text` (UTF-8) to the sink; lost without one. Any thread.
 void HandToLog(std::string_view text);
+
+// A line or several that are text already: UTF-8 without invisible characters, each ended by "\n". As LogMsg,
+// for lines that are written with every packet.
+void LogLine(std::string_view line);
+
+// Puts a line of this thread off until this object ends, so that a frame need not wait for its text; or until
+// just before the thread's next line, so that its lines keep their order. `write` is called once, with
+// `about`.
+class LineToFollow {
+public:
+    LineToFollow(void (*write)(std::uint32_t about), std::uint32_t about);
+    ~LineToFollow();
+    LineToFollow(const LineToFollow&) = delete;
+    LineToFollow& operator=(const LineToFollow&) = delete;
+
+private:
+    void (*const m_write)(std::uint32_t about);
+    const std::uint32_t m_about;
+    friend void WriteLineToFollow();
+};
 
 void LogMsgV(std::wstring_view format, WideFormatArgs args);
 

@@ -1,6 +1,10 @@
 #include "wrenlib/visible_text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "wrenlib/text.h"
 
 namespace vnxtest {
 
@@ -58,6 +62,22 @@ void MakeLinesVisible(std::wstring& lines) {
         }
     }
     lines = std::move(out);
+}
+
+std::string VisibleUtf8(std::wstring lines) {
+    std::string out(lines.size(), '\0');
+    std::uint32_t odd = 0; // without a branch in the loop, which then works on several characters at once
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const auto code = static_cast<std::uint32_t>(lines[i]);
+        odd |=
+            static_cast<std::uint32_t>(code - 0x20 > 0x7E - 0x20) & static_cast<std::uint32_t>(code != '\n');
+        out[i] = static_cast<char>(code);
+    }
+    if (odd == 0) {
+        return out;
+    }
+    MakeLinesVisible(lines);
+    return ToUtf8(lines);
 }
 
 } // namespace vnxtest

@@ -18,5 +18,7 @@ std::wstring MakeVisible(std::wstring_view text);
 // For a text of lines, which stay lines: "\n" and "\r\n" end one, and a tab becomes a blank. All text for
 // the document and standard error passes it. A text without such characters is not copied.
 void MakeLinesVisible(std::wstring& lines);
+// The same in UTF-8. Text of printable ASCII and line ends, which is nearly all, is looked at once.
+std::string VisibleUtf8(std::wstring lines);
 
 } // namespace vnxtest

@@ -65,6 +65,37 @@ TEST_F(ReceivePathTest, GoesOnWithALengthThatDoesNotFitAndWithBitsThatMeanNothin
     EXPECT_NE(Receive(odd).find("Someone is PINGing Vant!"), std::string::npos);
 }
 
+// Neither sum is made anew: the addresses change places, and the type's share goes. 0 and 0xFFFF are the same
+// sum but not the same bytes.
+TEST_F(ReceivePathTest, AReplyHasTheChecksumsOfItsBytes) {
+    m_info.asked.tapMode = false;
+    for (const unsigned sum : {0u, 1u, 0x7FFu, 0x800u, 0xF7FEu, 0xF7FFu, 0xF800u, 0xFFFEu, 0xFFFFu}) {
+        const auto word = static_cast<std::uint16_t>(sum);
+        Frame request = EchoPacket(8);
+        std::fill(request.begin() + 24, request.end(), std::uint8_t{0});
+        PutBe16(request, 26, word);
+        MendChecksums(request);
+        Receive(request);
+        Frame reply = m_library.Written().back();
+        reply.erase(reply.begin(), reply.end() - static_cast<std::ptrdiff_t>(request.size()));
+        Frame wanted = reply;
+        MendChecksums(wanted);
+        EXPECT_EQ(reply, wanted) << word;
+        EXPECT_EQ(reply[20], 0U);
+    }
+}
+
+// The line is written when the answer is on its way, and still stands before all that the answer brings.
+TEST_F(ReceivePathTest, TheLineOfAnAnswerStandsBeforeThatOfItsFailure) {
+    m_info.asked.tapMode = false;
+    m_library.failWrite = ENETDOWN;
+    const std::string text = Receive(EchoPacket(8));
+    EXPECT_TRUE(text.starts_with("** Someone is PINGing Vant!\n** Sending PING reply to 10.1.2.1\n** "))
+        << text;
+    EXPECT_NE(text.find("vnetx32_write failed"), std::string::npos);
+    EXPECT_EQ(m_info.counted.echoRequestsAnswered, 0U);
+}
+
 // What advice rests on: only pings for the guest count, by what was wrong with each, and who sent them.
 TEST_F(ReceivePathTest, RemembersWhatWasWrongWithPingsForTheGuestAndWhoSentThem) {
     m_info.asked.tapMode = false;

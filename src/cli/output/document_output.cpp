@@ -1,5 +1,6 @@
 #include "cli/output/document_output.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "cli/output/live_line.h"
@@ -14,6 +15,22 @@ namespace {
 
 // The mark of a library's line about missing rights (DebugLines::TellRefusal).
 constexpr std::string_view kRefusalMark = " may not be opened by this program itself. ";
+
+constexpr std::string_view kFailureMark = " failed";
+
+// True if one of the marks is somewhere in `text`. Both have an "f", which few lines have.
+bool HasMark(std::string_view text) {
+    const auto isAround = [&text](std::size_t at, std::string_view mark) {
+        const std::size_t before = mark.find('f');
+        return at >= before && text.substr(at - before).starts_with(mark);
+    };
+    for (std::size_t at = text.find('f'); at != std::string_view::npos; at = text.find('f', at + 1)) {
+        if (isAround(at, kFailureMark) || isAround(at, kRefusalMark)) {
+            return true;
+        }
+    }
+    return false;
+}
 
 constexpr const wchar_t* kCannotBeSaved = L"The document cannot be saved: ";
 
@@ -78,7 +95,9 @@ Result<void> DocumentOutput::OpenFile(const std::filesystem::path& path) {
 
 void DocumentOutput::Write(std::string text) {
     NoteFailures(text);
-    text.shrink_to_fit(); // the queue is bounded by bytes in use
+    if (text.capacity() - text.size() > text.size() / 4) {
+        text.shrink_to_fit(); // the queue is bounded by bytes in use
+    }
     const auto lines = std::make_shared<const std::string>(std::move(text));
     if (!m_streamLeftOut) {
         m_stream.Append(lines);
@@ -124,6 +143,9 @@ std::wstring DocumentOutput::LeftOut() const {
 }
 
 void DocumentOutput::NoteFailures(std::string_view text) {
+    if (!m_refusalGoesOn && !m_failureGoesOn && !HasMark(text)) {
+        return; // as nearly all text, so that it is looked through once and not line by line
+    }
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
         const std::string_view line = text.substr(0, end);
@@ -139,7 +161,7 @@ void DocumentOutput::NoteFailures(std::string_view text) {
             m_lastFailure += L"\n" + FromUtf8(message);
             m_failureGoesOn = false;
         } else if ((message.starts_with("** ") || message.starts_with("*** MonitorThread: ")) &&
-                   message.find(" failed") != std::string_view::npos) {
+                   message.find(kFailureMark) != std::string_view::npos) {
             m_lastFailure = m_refusal + FromUtf8(message);
             m_refusalGoesOn = false;
             m_failureGoesOn = message.ends_with(';');
