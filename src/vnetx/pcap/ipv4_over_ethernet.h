@@ -60,6 +60,8 @@ public:
     // Repeats questions and drops packets whose time is over. Milliseconds until the next time, negative if
     // nothing is queued. Any thread.
     int TimedWork(const Guest& guest);
+    // False while there is nothing for TimedWork() to do. Takes no lock; any thread.
+    bool HasTimedWork() const { return !m_waiting.IsEmpty(); }
 
 private:
     static constexpr std::size_t kMostRoutes = 1024;

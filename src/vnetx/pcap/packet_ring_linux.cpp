@@ -84,12 +84,23 @@ PacketRing::~PacketRing() {
     munmap(m_memory, m_size);
 }
 
+// A block ends with a rest that is too short for a slot.
+void PacketRing::Advance() {
+    m_slot += m_slotSize;
+    if (++m_inBlock == m_slotsInBlock) {
+        m_inBlock = 0;
+        m_slot += m_blockSize - std::size_t{m_slotsInBlock} * m_slotSize;
+        if (m_slot == m_memory + m_size) {
+            m_slot = m_memory;
+        }
+    }
+}
+
 int PacketRing::Dispatch(int count, FrameHandler handler, void* user) {
     const std::uint32_t most = count < 0 ? m_slots : std::min(m_slots, static_cast<std::uint32_t>(count));
     std::uint32_t handed = 0;
     for (; handed < most; ++handed) {
-        std::uint8_t* const slot = m_memory + std::size_t{m_next / m_slotsInBlock} * m_blockSize +
-                                   std::size_t{m_next % m_slotsInBlock} * m_slotSize;
+        std::uint8_t* const slot = m_slot;
         auto* const header = reinterpret_cast<tpacket2_hdr*>(slot);
         // Acquire: the kernel's writes before it handed over the slot are visible. Release below: the slot
         // has been read before it goes back.
@@ -99,7 +110,7 @@ int PacketRing::Dispatch(int count, FrameHandler handler, void* user) {
         }
         handler(user, FrameOf(slot, *header));
         status.store(TP_STATUS_KERNEL, std::memory_order_release);
-        m_next = m_next + 1 == m_slots ? 0 : m_next + 1;
+        Advance();
     }
     return static_cast<int>(handed);
 }

@@ -30,12 +30,14 @@ private:
     PacketRing(std::uint8_t* memory, std::size_t size, std::uint32_t slotSize, std::uint32_t slotsInBlock,
                std::uint32_t blockSize, std::uint32_t slots)
         : m_memory(memory), m_size(size), m_slotSize(slotSize), m_slotsInBlock(slotsInBlock),
-          m_blockSize(blockSize), m_slots(slots) {}
+          m_blockSize(blockSize), m_slots(slots), m_slot(memory) {}
+    void Advance();
 
     std::uint8_t* const m_memory;
     const std::size_t m_size;
     const std::uint32_t m_slotSize, m_slotsInBlock, m_blockSize, m_slots;
-    std::uint32_t m_next = 0;
+    std::uint8_t* m_slot;        // the next one
+    std::uint32_t m_inBlock = 0; // its place there
 };
 
 } // namespace vnxtest

@@ -37,7 +37,9 @@ private:
     int Health() override;
     std::int32_t TakeFrame(std::span<std::uint8_t> buffer) override;
     WaitObject FrameWaitObject() const override { return m_capture->GetWaitObject(); }
-    int DoTimedWork() override { return Settings().IsTap() ? -1 : m_ipv4->TimedWork(Guest()); }
+    int DoTimedWork() override {
+        return Settings().IsTap() || !m_ipv4->HasTimedWork() ? -1 : m_ipv4->TimedWork(Guest());
+    }
     std::int32_t WriteFrame(std::span<const std::uint8_t> frame) override;
 
     Ipv4OverEthernet::Guest Guest() const {

@@ -4,6 +4,7 @@
 // a second, so that a silent host costs one exchange and not one a packet. Any thread; one lock.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -34,8 +35,7 @@ public:
     };
 
     // `now` is the clock; tests bring their own.
-    explicit NeighbourTable(std::function<Clock::time_point()> now = [] { return Clock::now(); })
-        : m_now(std::move(now)) {}
+    explicit NeighbourTable(std::function<Clock::time_point()> now = [] { return Clock::now(); });
 
     // An ARP packet addressed to us named this pair.
     void Learn(Ipv4Address address, MacAddress mac);
@@ -48,6 +48,7 @@ public:
     // The addresses with such exchanges, and none answered since; at most kMostSilent of them.
     std::vector<SilentStation> Silent();
 
+    // On a reading thread the answer may be a tenth of a second old, if the table has not changed since.
     Answer Find(Ipv4Address address);
     // Zero if no valid entry has the MAC.
     Ipv4Address FindByMac(MacAddress mac);
@@ -64,6 +65,7 @@ private:
         bool answered = false;
     };
 
+    Answer LookUp(Ipv4Address address);
     void NoteAnswer(Ipv4Address address);
     void Put(Ipv4Address address, const Entry& entry);
     bool IsGood(const Entry& entry, Clock::time_point now) const {
@@ -72,6 +74,8 @@ private:
     }
 
     const std::function<Clock::time_point()> m_now;
+    const std::uint64_t m_number;            // no other table has it
+    std::atomic<std::uint64_t> m_changes{0}; // of the entries
     std::mutex m_mutex;
     std::unordered_map<std::uint32_t, Entry> m_entries;    // by the address's memory image
     std::unordered_map<std::uint32_t, Silence> m_silences; // likewise; kept when an entry ends
