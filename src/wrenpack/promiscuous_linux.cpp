@@ -2,12 +2,15 @@
 
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include <linux/if_packet.h>
 #include <linux/wireless.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "open/slow_close.h"
 
 namespace vnxtest {
 
@@ -32,22 +35,24 @@ bool IsWireless(int requests, const std::string& name) {
 
 } // namespace
 
-PromiscuousProbe::PromiscuousProbe()
-    : m_packets(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0)), // protocol 0: receives no frames
-      m_requests(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
+PromiscuousProbe::PromiscuousProbe() : m_requests(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
 
 PromiscuousProbe::~PromiscuousProbe() {
-    for (const int descriptor : {m_packets, m_requests}) {
-        if (descriptor >= 0) {
-            close(descriptor);
-        }
+    if (m_requests >= 0) {
+        close(m_requests);
+    }
+    if (m_packets >= 0) {
+        slow_close::Begin({m_packets});
     }
 }
 
 std::optional<bool> PromiscuousProbe::IsCapable(const std::string& name, std::uint32_t index,
-                                                bool isPromiscuous) const {
+                                                bool isPromiscuous) {
     if (IsWireless(m_requests, name)) {
         return false;
+    }
+    if (!std::exchange(m_asked, true)) {
+        m_packets = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0); // protocol 0: receives no frames
     }
     if (m_packets < 0) {
         return isPromiscuous ? std::optional(true) : std::nullopt;

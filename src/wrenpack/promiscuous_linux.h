@@ -7,7 +7,7 @@
 
 namespace vnxtest {
 
-// One packet socket that serves all adapters; it receives nothing.
+// One packet socket that serves all adapters, from the first on; it receives nothing.
 class PromiscuousProbe {
 public:
     PromiscuousProbe();
@@ -18,11 +18,12 @@ public:
     // Puts the adapter of this name and index into promiscuous mode and back. False for a wireless adapter,
     // which gets its own frames only, whatever the driver reports. If packet sockets are not allowed: true
     // for an adapter that is promiscuous already (`isPromiscuous`), else nullopt.
-    std::optional<bool> IsCapable(const std::string& name, std::uint32_t index, bool isPromiscuous) const;
+    std::optional<bool> IsCapable(const std::string& name, std::uint32_t index, bool isPromiscuous);
 
 private:
-    int m_packets;
-    int m_requests; // for ioctl
+    int m_packets = -1;
+    bool m_asked = false; // for the packet socket
+    int m_requests;       // for ioctl
 };
 
 } // namespace vnxtest

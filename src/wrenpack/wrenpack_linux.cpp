@@ -4,21 +4,22 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string_view>
-#include <system_error>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
-#include <net/if.h>
 #include <pcap/pcap.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/utsname.h>
-#include <unistd.h>
 
 #include "open/ask_helper.h"
+#include "open/slow_close.h"
+#include "wrenlib/descriptor_linux.h"
 #include "wrenlib/errors.h"
 #include "wrenlib/product.h"
 #include "wrenlib/text.h"
@@ -28,10 +29,6 @@ namespace vnxtest {
 
 namespace {
 
-// Closing a packet socket waits some milliseconds for the kernel; sockets closed at the same time share
-// that wait.
-constexpr std::size_t kClosingThreads = 32;
-
 // A handle is the descriptor of a packet socket plus one, so that none is null.
 AdapterHandle ToHandle(int descriptor) {
     return reinterpret_cast<AdapterHandle>(std::intptr_t{descriptor} + 1);
@@ -40,15 +37,22 @@ int ToDescriptor(AdapterHandle handle) {
     return static_cast<int>(reinterpret_cast<std::intptr_t>(handle) - 1);
 }
 
-// Binds to the interface for all protocols, as a capture does. 0, or an errno value.
-int BindForCapture(int descriptor, const std::string& interfaceName) {
+// Each adapter takes a descriptor while it is open, and a shell usually allows 1,024.
+void AllowDescriptors(std::size_t adapters) {
+    constexpr std::size_t kOthers = 64;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < adapters + kOthers) {
+        limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, adapters + kOthers);
+        setrlimit(RLIMIT_NOFILE, &limit); // refused: opening fails from some adapter on, and tells
+    }
+}
+
+// Binds to the adapter for all protocols, as a capture does. 0, or an errno value.
+int BindForCapture(int descriptor, std::uint32_t index) {
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
     address.sll_protocol = htons(ETH_P_ALL);
-    address.sll_ifindex = static_cast<int>(if_nametoindex(interfaceName.c_str()));
-    if (address.sll_ifindex == 0) {
-        return ENODEV;
-    }
+    address.sll_ifindex = static_cast<int>(index);
     if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         return errno;
     }
@@ -68,11 +72,14 @@ Result<AdapterHandle> OpenByHelper(const std::string& interfaceName) {
 
 class LinuxWrenPack final : public WrenPackLibrary {
 public:
+    ~LinuxWrenPack() override { CloseAdapters({}); }
+
     Result<std::vector<HostAdapter>> ListAdapters() override {
         auto adapters = ReadAdapters();
         if (!adapters || adapters->empty()) {
             return FailedCall(kAdapterListSizeQuery, adapters ? ENODEV : adapters.error().lastError);
         }
+        AllowDescriptors(adapters->size());
         return adapters;
     }
 
@@ -83,38 +90,30 @@ public:
         }
         // As for a capture, but without a ring. Protocol 0 until it is bound, so that no frames of other
         // interfaces come in meanwhile.
-        const int descriptor = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
-        if (descriptor < 0) {
+        if (!m_unbound) {
+            m_unbound = Descriptor(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
+        }
+        if (!m_unbound) {
             if (errno == EPERM) {
                 return OpenByHelper(interfaceName);
             }
             return FailedCall(L"socket");
         }
-        if (const int code = BindForCapture(descriptor, interfaceName)) {
-            close(descriptor);
+        if (const int code = BindForCapture(m_unbound.Get(), adapter.index)) {
             return FailedCall(L"bind", static_cast<std::uint32_t>(code));
         }
-        return ToHandle(descriptor);
+        return ToHandle(m_unbound.Release());
     }
 
-    void CloseAdapter(AdapterHandle handle) override { close(ToDescriptor(handle)); }
+    void CloseAdapter(AdapterHandle handle) override { slow_close::Begin({ToDescriptor(handle)}); }
 
     void CloseAdapters(const std::vector<AdapterHandle>& handles) override {
-        const std::size_t count = std::min(kClosingThreads, handles.size());
-        const auto closeShare = [&handles, count](std::size_t first) {
-            for (std::size_t i = first; i < handles.size(); i += count) {
-                close(ToDescriptor(handles[i]));
-            }
-        };
-        std::vector<std::jthread> threads;
-        threads.reserve(count);
-        for (std::size_t first = 0; first < count; ++first) {
-            try {
-                threads.emplace_back(closeShare, first);
-            } catch (const std::system_error&) {
-                closeShare(first); // no thread to be had: closed here
-            }
+        std::vector<int> descriptors;
+        std::ranges::transform(handles, std::back_inserter(descriptors), ToDescriptor);
+        if (m_unbound) {
+            descriptors.push_back(m_unbound.Release());
         }
+        slow_close::Begin(std::move(descriptors));
     }
 
     ModuleDescription DescribeModule() const override {
@@ -146,6 +145,10 @@ public:
         }
         return driver;
     }
+
+private:
+    // The one that could not be bound last, for the next adapter: closing one waits for the kernel.
+    Descriptor m_unbound;
 };
 
 } // namespace

@@ -40,8 +40,9 @@ class Threads(TerminalCase):
 
     @timeout(500)
     def test_one_thread_is_refused_or_all_from_some_moment_on(self):
-        """But for the watcher of a ping test, which is tried again, and standard error's, which is done without when a
-        test's verdict is all there is to write, each one ends the run."""
+        """But for the watcher of a ping test, which is tried again, standard error's, which is done without when a test's
+        verdict is all there is to write, and the one that closes packet sockets, which else its caller does, each one
+        ends the run."""
         for command, all_others in itertools.product((RUN, (*RUN, *TWO), PING, (*PING, *TWO)), (False, True)):
             told = 0
             for number in range(1, 100):
@@ -49,9 +50,10 @@ class Threads(TerminalCase):
                     guest = self.go_without(command, number, 10**6 if all_others else number)
                     if guest is None:
                         break
-                    self.assertIn(guest.status, (0, 2) if command[0] == "ping" else (2,), guest.story())
+                    self.assertIn(guest.status, (0, 2), guest.story())
                     if guest.status == 0:
-                        self.assertIn("2 pings sent, none lost", guest.errors())
+                        self.assertIn("2 pings sent, none lost" if command[0] == "ping" else "", guest.errors())
+                        self.assertIn(" closed... (ip=", guest.text(), guest.story())
                     else:
                         told += 1
                         self.assert_told(guest)
@@ -62,6 +64,7 @@ class Threads(TerminalCase):
                     if "wait thread" in guest.errors():
                         self.assertTrue(re.search(r"could not be started; .*\n.*(\n.*)*\*\* END PING TEST", guest.text()))
             spared = (1 if all_others else 2) if command[0] == "ping" else 0
-            self.assertEqual(told, number - 1 - spared)
+            closing = {0} if all_others else {0, 1}  # none without the right to packet sockets
+            self.assertIn(number - 1 - spared - told, closing)
             # Interrupts and the document; an interface's monitor thread, a test's sender and watcher.
             self.assertGreaterEqual(number - 1, 5 if command[0] == "ping" else 3)

@@ -22,6 +22,7 @@
 #include "netlink/links.h"
 #include "netlink/neighbours.h"
 #include "netlink/routes.h"
+#include "open/slow_close.h"
 #include "packets/arp_packet.h"
 
 namespace vnxtest {
@@ -35,9 +36,12 @@ constexpr std::wstring_view kProbe = L"ARP probe"; // the failed call where it w
 
 class Socket {
 public:
-    Socket(int family, int type, int protocol) : m_handle(socket(family, type | SOCK_CLOEXEC, protocol)) {}
+    Socket(int family, int type, int protocol)
+        : m_family(family), m_handle(socket(family, type | SOCK_CLOEXEC, protocol)) {}
     ~Socket() {
-        if (m_handle >= 0) {
+        if (m_handle >= 0 && m_family == AF_PACKET) {
+            slow_close::Begin({m_handle});
+        } else if (m_handle >= 0) {
             close(m_handle);
         }
     }
@@ -46,6 +50,7 @@ public:
     int Handle() const { return m_handle; }
 
 private:
+    int m_family;
     int m_handle;
 };
 
