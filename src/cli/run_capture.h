@@ -6,10 +6,10 @@
 
 #include "cli/messages/interruption.h"
 #include "cli/options/options.h"
-#include "cli/report/json_report.h"
 #include "guest/engine.h"
 #include "platform/files/atomic_file.h"
 #include "platform/files/block_file.h"
+#include "results/json_report.h"
 
 namespace vnxtest {
 

@@ -6,8 +6,8 @@
 #include "cli/output/failure.h"
 #include "cli/output/file_clash.h"
 #include "cli/report/adapter_list.h"
-#include "cli/report/json_report.h"
 #include "core/debug_output.h"
+#include "guest/interfaces_in_use.h"
 #include "ping/target.h"
 #include "wrenlib/format.h"
 #include "wrenlib/text.h"
@@ -209,9 +209,8 @@ RunResults Session::Results(int status) {
     }
     results.advice = m_run->Advice();
     results.ping = m_run->PingResult();
-    for (std::size_t index = 0; m_run->HasStarted() && index < results.interfaces.size(); ++index) {
-        const INTERFACE_INFO& info = m_engine.TheGuest().Interface(static_cast<int>(index));
-        results.interfaces[index] = info.asked.NamesAdapter() ? &info : nullptr;
+    if (m_run->HasStarted()) {
+        results.interfaces = InterfacesJson(InterfacesInUse(m_engine.TheGuest()));
     }
     return results;
 }

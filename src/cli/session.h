@@ -14,7 +14,6 @@
 #include "cli/options/options.h"
 #include "cli/output/console.h"
 #include "cli/output/document_feed.h"
-#include "cli/report/json_report.h"
 #include "cli/run_capture.h"
 #include "cli/run_problem.h"
 #include "cli/run_profile.h"
@@ -24,6 +23,7 @@
 #include "ping/round_trip.h"
 #include "platform/files/atomic_file.h"
 #include "platform/files/profile.h"
+#include "results/json_report.h"
 
 namespace vnxtest {
 

@@ -1,10 +1,13 @@
 """Adapters that share a MAC address: a bridge, a bond and a VLAN over their ports."""
 
+import errno
 import json
 import re
+import subprocess
 import time
 
 import cases
+from lab.guest import without_stamps
 
 
 class SharedAddress(cases.NetworkCase):
@@ -94,3 +97,20 @@ class SharedAddress(cases.NetworkCase):
         self.host.ip("route", "change", "default", "via", "10.88.0.2")
         self.assertEqual(self.adapters()[1], [("eth0", True, None), ("eth0.7", False, None)])
         self.assert_guest_runs_on("eth0", "--adapter", "eth0.7", pinged=False)
+
+
+class ManyAdapters(cases.NetworkCase):
+    PAIRS = 60
+
+    def test_more_than_a_process_may_have_files(self):
+        """All are opened although the shell allows fewer files; those that are down are told of, each with that reason."""
+        batch = []
+        for number in range(self.PAIRS):
+            batch += [f"link add up{number} type veth peer name down{number}", f"link set up{number} up"]
+        made = subprocess.run(["ip", "-n", self.host.name, "-batch", "-"], input="\n".join(batch), text=True, capture_output=True)
+        self.assertEqual(made.returncode, 0, made.stderr)
+        report = self.run_program("report", namespace=self.host, prefix=["prlimit", "--nofile=50:4096"])
+        text = without_stamps(report.lines())
+        self.assertEqual(len(re.findall(r"^Connection          = (?:up|down)\d+$", text, re.M)), 2 * self.PAIRS)
+        failed = re.findall(r"^\*\* WrenPackOpenAdapter\(NPF_(\w+?)\d+\) failed; rc=(\d+): ", text, re.M)
+        self.assertEqual(failed, [("down", str(errno.ENETDOWN))] * self.PAIRS, text[-3000:])

@@ -2,6 +2,7 @@
 
 #include "cli/report/adapter_list.h"
 #include "core/interface_helpers.h"
+#include "hostnet/adapter_choice.h"
 #include "settings/derived_address.h"
 #include "settings/profile_names.h"
 #include "wrenlib/format.h"

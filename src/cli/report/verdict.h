@@ -18,7 +18,4 @@ std::wstring DescribePingsSoFar(const PingFigures& figures);
 // What the guest has answered and ignored so far, of both interfaces; unused ones have counted nothing.
 std::wstring DescribeAnswers(const InterfaceCounts& first, const InterfaceCounts& second);
 
-// The round trips of these pings, a sentence after a blank; empty if none was answered.
-std::wstring DescribeRoundTrips(const PingRecords& records);
-
 } // namespace vnxtest

@@ -1,4 +1,4 @@
-#include "cli/report/date_text.h"
+#include "results/date_text.h"
 
 #include <chrono>
 #include <cstdlib>

@@ -27,12 +27,15 @@ struct CaptureResult {
     bool complete = false;     // but for those: it did not end before its time
 };
 
-// The results of a run. Unused interfaces are null.
+// The interfaces of a run, of which unused ones are null, as they stand in its results.
+Json InterfacesJson(const std::array<const INTERFACE_INFO*, 2>& interfaces);
+
+// The results of a run.
 struct RunResults {
     std::wstring library;
     std::wstring whyNotThePackage; // of a library that was taken in its place
     std::wstring command;
-    std::array<const INTERFACE_INFO*, 2> interfaces{};
+    Json interfaces = Json::array();      // InterfacesJson()
     const PingTestResult* ping = nullptr; // null if no ping test was started
     int exitStatus = 0;
     std::wstring problem;         // empty with status 0

@@ -1,7 +1,7 @@
-#include "cli/report/json_report.h"
+#include "results/json_report.h"
 
-#include "cli/report/date_text.h"
 #include "ping/round_trip_figures.h"
+#include "results/date_text.h"
 #include "wrenlib/product.h"
 #include "wrenlib/text.h"
 #include "wrenlib/ticks.h"
@@ -187,13 +187,17 @@ std::string JsonText(const Json& value) {
     return value.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-std::string RunResultsJson(const RunResults& results) {
-    Json interfaces = Json::array();
-    for (std::size_t index = 0; index < results.interfaces.size(); ++index) {
-        if (results.interfaces[index] != nullptr) {
-            interfaces.push_back(InterfaceJson(*results.interfaces[index], index));
+Json InterfacesJson(const std::array<const INTERFACE_INFO*, 2>& interfaces) {
+    Json list = Json::array();
+    for (std::size_t index = 0; index < interfaces.size(); ++index) {
+        if (interfaces[index] != nullptr) {
+            list.push_back(InterfaceJson(*interfaces[index], index));
         }
     }
+    return list;
+}
+
+std::string RunResultsJson(const RunResults& results) {
     Json advice = Json::array();
     for (const Finding& finding : results.advice) {
         advice.push_back(FindingJson(finding));
@@ -207,7 +211,7 @@ std::string RunResultsJson(const RunResults& results) {
         {"exitStatus", results.exitStatus},
         {"problem", TextOrNull(results.problem)},
         {"ping", results.ping != nullptr ? PingTestJson(*results.ping) : Json()},
-        {"interfaces", std::move(interfaces)},
+        {"interfaces", results.interfaces},
         {"advice", std::move(advice)},
         {"startedAt", DateOrNull(results.beganUnixNs)},
         {"endedAt", DateOrNull(results.endedUnixNs)},
