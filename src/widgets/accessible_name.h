@@ -8,7 +8,8 @@ class wxWindow;
 
 namespace vnxtest {
 
-// Gives `window`, which must have been created, the name that assistive software reads.
+// Gives `window`, which must have been created, the name that assistive software reads. Another name is told
+// to it.
 void SetAccessibleName(wxWindow& window, const wxString& name);
 
 } // namespace vnxtest

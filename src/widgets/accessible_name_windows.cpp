@@ -20,6 +20,11 @@ public:
         return wxACC_OK;
     }
 
+    void Rename(const wxString& name) {
+        m_name = name;
+        NotifyEvent(wxACC_EVENT_OBJECT_NAMECHANGE, GetWindow(), wxOBJID_CLIENT, wxACC_SELF);
+    }
+
 private:
     wxString m_name;
 };
@@ -28,6 +33,10 @@ private:
 
 void SetAccessibleName(wxWindow& window, const wxString& name) {
     window.SetName(name);
+    if (auto* const named = dynamic_cast<NamedAccessible*>(window.GetAccessible())) {
+        named->Rename(name);
+        return;
+    }
     window.SetAccessible(MakeChild<NamedAccessible>(&window, name)); // the window owns it
 }
 
