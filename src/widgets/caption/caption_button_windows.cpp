@@ -1,6 +1,6 @@
 // The caption on Windows: the system's context help button for dialogs. A frame has minimize and maximize
-// buttons, beside which the system shows no help button: there it is drawn by this file, before the others,
-// with the current visual style. The program's items go into the system's menu of the window.
+// buttons, beside which the system shows no help button: there one is drawn before the others
+// (caption_drawing.h). The program's items go into the system's menu of the window.
 #include "widgets/caption/caption_button.h"
 
 #include <algorithm>
@@ -13,9 +13,10 @@
 #include <wx/toplevel.h>
 
 #include <commctrl.h>
-#include <vssym32.h>
 
+#include "widgets/caption/caption_drawing.h"
 #include "widgets/caption/caption_glyph_windows.h"
+#include "widgets/caption/caption_system_windows.h"
 #include "widgets/caption/frame_area.h"
 #include "widgets/caption/visual_styles_windows.h"
 
@@ -141,16 +142,13 @@ public:
         }
         SetWindowSubclass(m_handle, &WindowsCaption::OnMessage, kSubclass, reinterpret_cast<DWORD_PTR>(this));
         if (m_ownButton) {
-            OpenTheme();
+            m_drawing.Open();
             window.Bind(wxEVT_CHAR_HOOK, [&window](wxKeyEvent& event) { OnFrameMnemonic(event, window); });
         }
     }
     WindowsCaption(const WindowsCaption&) = delete;
     WindowsCaption& operator=(const WindowsCaption&) = delete;
-    ~WindowsCaption() override {
-        RemoveWindowSubclass(m_handle, &WindowsCaption::OnMessage, kSubclass);
-        CloseTheme();
-    }
+    ~WindowsCaption() override { RemoveWindowSubclass(m_handle, &WindowsCaption::OnMessage, kSubclass); }
 
     std::optional<CaptionPart> HitTest(const wxPoint& point) const override {
         const LRESULT code = SendMessageW(m_handle, WM_NCHITTEST, 0, MAKELPARAM(point.x, point.y));
@@ -172,7 +170,7 @@ private:
         }
         LRESULT result = DefSubclassProc(window, message, wide, parameter);
         if (caption.m_ownButton) {
-            caption.After(message, parameter, result);
+            caption.After(message, wide, parameter, result);
         }
         return result;
     }
@@ -222,7 +220,7 @@ private:
     }
 
     // Updates the help button after the system has handled a message.
-    void After(UINT message, LPARAM parameter, LRESULT& result) {
+    void After(UINT message, WPARAM wide, LPARAM parameter, LRESULT& result) {
         switch (message) {
         case WM_NCHITTEST:
             if (IsOnButton({static_cast<short>(LOWORD(parameter)), static_cast<short>(HIWORD(parameter))})) {
@@ -243,30 +241,26 @@ private:
             m_held = false;
             Draw();
             break;
-        case WM_NCPAINT:
         case WM_NCACTIVATE:
+            // While this message says so, another window may still be the active one, or this one no more.
+            m_active = wide != FALSE;
+            Draw();
+            break;
+        case WM_NCPAINT:
         case WM_SETTEXT:
         case WM_SETICON:
+        case WM_DWMCOLORIZATIONCOLORCHANGED:
+        case WM_SYSCOLORCHANGE:
+        case WM_SETTINGCHANGE: // high contrast, or another colour of the captions
             Draw();
             break;
         case WM_THEMECHANGED:
         case WM_DWMCOMPOSITIONCHANGED:
-            OpenTheme();
+            m_drawing.Open();
             RedrawWindow(m_handle, nullptr, nullptr, RDW_FRAME | RDW_INVALIDATE);
             break;
         default:
             break;
-        }
-    }
-
-    void OpenTheme() {
-        CloseTheme();
-        m_theme = VisualStyles().OpenCaptionTheme(m_handle);
-    }
-
-    void CloseTheme() {
-        if (m_theme != nullptr) {
-            VisualStyles().CloseThemeData(std::exchange(m_theme, nullptr));
         }
     }
 
@@ -310,7 +304,7 @@ private:
         }
     }
 
-    void Draw() const {
+    void Draw() {
         RECT place = Place();
         if (!m_ownButton || IsRectEmpty(&place) || IsIconic(m_handle)) {
             return;
@@ -320,34 +314,16 @@ private:
         OffsetRect(&place, -window.left, -window.top);
         const bool pushed = m_on || (m_held && m_hot);
         const HDC dc = GetWindowDC(m_handle);
-        if (!DrawThemed(dc, place, pushed)) {
-            DrawFrameControl(dc, &place, DFC_CAPTION, DFCS_CAPTIONHELP | (pushed ? DFCS_PUSHED : 0U));
+        // Nobody else paints where the button was in a caption of the window manager.
+        if (m_drawing.IsComposed() && !IsRectEmpty(&m_drawn) && EqualRect(&m_drawn, &place) == FALSE) {
+            ClearCaption(dc, m_drawn);
         }
+        m_drawn = place;
+        m_system.SetTarget(dc, place);
+        m_drawing.Draw(m_active, pushed  ? HelpButtonState::kPushed
+                                 : m_hot ? HelpButtonState::kHot
+                                         : HelpButtonState::kNormal);
         ReleaseDC(m_handle, dc);
-    }
-
-    // False if the visual style cannot draw it.
-    bool DrawThemed(HDC dc, const RECT& place, bool pushed) const {
-        if (m_theme == nullptr) {
-            return false;
-        }
-        CVisualStylesXP& styles = VisualStyles();
-        const int state = pushed ? HBS_PUSHED : m_hot ? HBS_HOT : HBS_NORMAL;
-        if (!styles.IsCompositionActive()) {
-            return SUCCEEDED(styles.DrawThemeBackground(m_theme, dc, WP_HELPBUTTON, state, &place, nullptr));
-        }
-        // The window manager's buttons have no frame. So this one is a question mark in the caption's font,
-        // with a veil under the mouse pointer.
-        constexpr BYTE kHotVeil = 0x30;
-        constexpr BYTE kPushedVeil = 0x60;
-        LOGFONTW font{};
-        return styles.GetCaptionFont(m_theme, font) &&
-               DrawCaptionGlyph(
-                   dc, place, L'?', font,
-                   GetSysColor(GetActiveWindow() == m_handle ? COLOR_CAPTIONTEXT : COLOR_INACTIVECAPTIONTEXT),
-                   state == HBS_PUSHED ? kPushedVeil
-                   : state == HBS_HOT  ? kHotVeil
-                                       : BYTE{0});
     }
 
     // Adds the program's items, once, after the system's.
@@ -391,10 +367,13 @@ private:
     HWND m_handle;
     CaptionCallbacks m_callbacks;
     const bool m_ownButton;
-    HTHEME m_theme = nullptr;
-    bool m_on = false;   // "What's This?" mode
-    bool m_held = false; // pressed, the mouse button not let go yet
-    bool m_hot = false;  // under the mouse pointer
+    WindowsCaptionSystem m_system{VisualStyles(), m_handle};
+    CaptionDrawing m_drawing{m_system};
+    RECT m_drawn{};        // where the button was drawn last, in the window
+    bool m_active = false; // the caption is that of an active window
+    bool m_on = false;     // "What's This?" mode
+    bool m_held = false;   // pressed, the mouse button not let go yet
+    bool m_hot = false;    // under the mouse pointer
 };
 
 } // namespace

@@ -67,7 +67,11 @@ CVisualStylesXP::CVisualStylesXP(bool windows11OrLater)
       CloseThemeData(m_uxTheme.get(), "CloseThemeData", E_NOTIMPL),
       DrawThemeBackground(m_uxTheme.get(), "DrawThemeBackground", E_NOTIMPL),
       GetThemeSysFont(m_uxTheme.get(), "GetThemeSysFont", E_NOTIMPL),
-      DwmSetWindowAttribute(m_dwmApi.get(), "DwmSetWindowAttribute", E_NOTIMPL) {}
+      GetThemeColor(m_uxTheme.get(), "GetThemeColor", E_NOTIMPL),
+      GetThemeSysColor(m_uxTheme.get(), "GetThemeSysColor", 0),
+      DwmSetWindowAttribute(m_dwmApi.get(), "DwmSetWindowAttribute", E_NOTIMPL),
+      DwmGetWindowAttribute(m_dwmApi.get(), "DwmGetWindowAttribute", E_NOTIMPL),
+      DwmGetColorizationColor(m_dwmApi.get(), "DwmGetColorizationColor", E_NOTIMPL) {}
 
 bool CVisualStylesXP::SetNonClientRendering(HWND window, bool byWindowManager) {
     const DWORD policy = byWindowManager ? DWMNCRP_USEWINDOWSTYLE : DWMNCRP_DISABLED;
@@ -81,23 +85,28 @@ bool CVisualStylesXP::AllowNonClientPaint(HWND window) {
                      L"DwmSetWindowAttribute( DWMWA_ALLOW_NCPAINT )");
 }
 
-HTHEME CVisualStylesXP::OpenCaptionTheme(HWND window) {
-    const HTHEME theme = IsThemeActive() != FALSE ? OpenThemeData(window, L"WINDOW") : nullptr;
-    bool ready = true;
-    if (IsCompositionActive() != FALSE) {
-        ready = AllowNonClientPaint(window);
-    } else if (theme != nullptr) {
-        ready = SetNonClientRendering(window, false);
-    }
-    if (!ready && theme != nullptr) {
-        CloseThemeData(theme);
-        return nullptr;
-    }
-    return theme;
-}
-
 bool CVisualStylesXP::GetCaptionFont(HTHEME theme, LOGFONTW& font) {
     return Succeeded(GetThemeSysFont(theme, TMT_CAPTIONFONT, &font), L"GetThemeSysFont()");
+}
+
+std::optional<DWORD> CVisualStylesXP::GetColorizationColour() {
+    DWORD colour = 0;
+    BOOL opaque = FALSE;
+    return Succeeded(DwmGetColorizationColor(&colour, &opaque), L"DwmGetColorizationColor()")
+               ? std::optional(colour)
+               : std::nullopt;
+}
+
+std::optional<bool> CVisualStylesXP::IsCaptionDark(HWND window) {
+    constexpr DWORD kUseImmersiveDarkMode = 20; // not in the compiler's headers
+    BOOL dark = FALSE;
+    const HRESULT result = DwmGetWindowAttribute(window, kUseImmersiveDarkMode, &dark, sizeof dark);
+    if (result == E_INVALIDARG) {
+        return false;
+    }
+    return Succeeded(result, L"DwmGetWindowAttribute( DWMWA_USE_IMMERSIVE_DARK_MODE )")
+               ? std::optional(dark != FALSE)
+               : std::nullopt;
 }
 
 } // namespace vnxtest

@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -71,19 +72,22 @@ public:
     LateFunction<HRESULT WINAPI(HTHEME)> CloseThemeData;
     LateFunction<HRESULT WINAPI(HTHEME, HDC, int, int, LPCRECT, LPCRECT)> DrawThemeBackground;
     LateFunction<HRESULT WINAPI(HTHEME, int, LOGFONTW*)> GetThemeSysFont;
+    LateFunction<HRESULT WINAPI(HTHEME, int, int, int, COLORREF*)> GetThemeColor;
+    LateFunction<COLORREF WINAPI(HTHEME, int)> GetThemeSysColor;
 
     // DwmApi.dll
     LateFunction<HRESULT WINAPI(HWND, DWORD, LPCVOID, DWORD)> DwmSetWindowAttribute;
+    LateFunction<HRESULT WINAPI(HWND, DWORD, PVOID, DWORD)> DwmGetWindowAttribute;
+    LateFunction<HRESULT WINAPI(DWORD*, BOOL*)> DwmGetColorizationColor;
 
-    // The calls above as the caption needs them; on failure traced, and false.
+    // The calls above as the caption needs them; on failure traced, and false or nullopt.
     bool SetNonClientRendering(HWND window, bool byWindowManager);
     bool AllowNonClientPaint(HWND window);
     bool GetCaptionFont(HTHEME theme, LOGFONTW& font);
-
-    // The visual style for the caption of `window`, which is prepared for drawing: with composition the
-    // window manager's caption stays and lets the drawing through; without, the system paints the caption.
-    // Null if the classic look is to be drawn: there is no style, or one of the calls failed.
-    HTHEME OpenCaptionTheme(HWND window);
+    // 0xAARRGGBB
+    std::optional<DWORD> GetColorizationColour();
+    // False as well where the window manager knows no dark captions (Windows 10 before its version 2004).
+    std::optional<bool> IsCaptionDark(HWND window);
 };
 
 } // namespace vnxtest
