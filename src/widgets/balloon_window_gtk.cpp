@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <gtk/gtk.h>
 #include <wx/artprov.h>
 #include <wx/dcbuffer.h>
 #include <wx/display.h>
@@ -68,6 +69,7 @@ public:
           m_colours(BalloonColours()) {
         SetBackgroundStyle(wxBG_STYLE_PAINT);
         SetBackgroundColour(m_colours.background);
+        MakeTransparent();
         Fill();
         Place(part);
         SetAccessibleName(*this, m_contents.title + ". " + m_contents.text);
@@ -162,12 +164,23 @@ private:
 
     void OnPaint(wxPaintEvent&) {
         wxAutoBufferedPaintDC dc(this);
-        dc.SetBackground(wxBrush(m_colours.background));
-        dc.Clear();
         const std::unique_ptr<wxGraphicsContext> graphics(wxGraphicsContext::Create(dc));
         if (graphics != nullptr) {
+            const wxGraphicsPath outline = Outline(*graphics->GetRenderer());
+            graphics->SetBrush(wxBrush(m_colours.background));
+            graphics->FillPath(outline);
             graphics->SetPen(wxPen(m_colours.border, std::max(2, FromDIP(2))));
-            graphics->StrokePath(Outline(*graphics->GetRenderer()));
+            graphics->StrokePath(outline);
+        }
+    }
+
+    // Where windows have no shape there is transparency.
+    void MakeTransparent() {
+        GdkScreen* const screen = gtk_widget_get_screen(m_widget);
+        GdkVisual* const visual = gdk_screen_get_rgba_visual(screen);
+        if (visual != nullptr && gdk_screen_is_composited(screen) != FALSE) {
+            gtk_widget_set_visual(m_widget, visual);
+            gtk_widget_set_app_paintable(m_widget, TRUE);
         }
     }
 

@@ -65,12 +65,12 @@ TEST_F(AddressTest, Typing) {
 
 TEST_F(AddressTest, TellsOfANumberThatIsTooLarge) {
     m_dialog->address->SetText("10.20.30.40");
-    for (const bool pasted : {false, true}) {
+    for (const char* const pasted : {"", "300", "10.1.2.256"}) {
         m_dialog->address->SetFocusField(2);
         Settle();
         EXPECT_EQ(Title(), "");
-        if (pasted) {
-            Paste("300");
+        if (*pasted != '\0') {
+            Paste(pasted);
         } else {
             Type("300");
         }
@@ -114,9 +114,11 @@ TEST_F(AddressTest, IsOneStopOfTheTabKeyAndOneTargetOfItsMnemonicAndOfClicks) {
     m_dialog->before->SetFocus();
     Press(WXK_TAB);
     EXPECT_EQ(Focus(), 0);
+    Type("5.6."); // on to the third
     Press(WXK_TAB);
     EXPECT_EQ(wxWindow::FindFocus(), m_dialog->mac);
     Press(WXK_TAB, wxMOD_SHIFT);
+    EXPECT_EQ(Focus(), 0);
     Press(WXK_TAB, wxMOD_SHIFT);
     EXPECT_EQ(wxWindow::FindFocus(), m_dialog->before);
     Press('A', wxMOD_ALT);
@@ -167,11 +169,17 @@ TEST_F(DesktopTest, MacEntryKeepsTheFormAndNeverShowsWhatItRefuses) {
     }
 }
 
-TEST_F(DesktopTest, NumberEntryStepsInItsRangeAndJudgesWhatIsTypedWhenAsked) {
+TEST_F(DesktopTest, NumberEntryTakesDigitsStepsInItsRangeAndJudgesItWhenAsked) {
     NumberEntry& number = *m_dialog->number;
     number.SetFocus();
-    Type("99999"); // over the selected text
+    Type("-99x 9.e99"); // over the selected text
     EXPECT_EQ(number.GetValue(), 99999);
+    m_dialog->numberText->SelectAll();
+    Paste(" 12\n");
+    EXPECT_EQ(m_dialog->numberText->GetValue(), "12");
+    Paste("3x4");
+    EXPECT_EQ(m_dialog->numberText->GetValue(), "1234");
+    number.SetValue(99999);
     Press(WXK_UP);
     EXPECT_EQ(number.GetValue(), 65507);
     number.SetPosition(1);

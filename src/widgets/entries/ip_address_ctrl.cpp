@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <wx/arrstr.h>
 #include <wx/clipbrd.h>
 
 #include "widgets/accessible_name.h"
@@ -26,6 +27,14 @@ bool IsIpFieldText(const wxString& text) {
 bool FitsIpField(const wxString& digits) {
     long value = 0;
     return digits.ToLong(&value) && value <= kFieldMaximum;
+}
+
+bool HasTooLargeNumber(const wxString& text) {
+    const wxArrayString numbers = wxSplit(text, '.', '\0');
+    const auto isNumber = [](const wxString& part) {
+        return !part.empty() && part.find_first_not_of("0123456789") == wxString::npos;
+    };
+    return std::ranges::all_of(numbers, isNumber) && !std::ranges::all_of(numbers, FitsIpField);
 }
 
 void RefuseIpField(IpAddressCtrl& control, int field) {

@@ -41,6 +41,8 @@ inline constexpr unsigned kIpFieldDigits = 3;
 bool IsIpFieldText(const wxString& text);
 // True if the digits are 255 at most.
 bool FitsIpField(const wxString& digits);
+// True for numbers with dots between them of which one is too large for a field.
+bool HasTooLargeNumber(const wxString& text);
 // Shows that a number is too large for the field, which keeps its text. The text is selected, so that
 // further typing replaces it: no unintended address arises unseen.
 void RefuseIpField(IpAddressCtrl& control, int field);

@@ -36,6 +36,16 @@ void MakeFrameless(wxTextCtrl& entry) {
     g_object_unref(provider);
 }
 
+// Shift+Tab too enters the first field: the toolkit would choose the last one.
+gboolean OnEnter(GtkWidget*, GtkDirectionType direction, gpointer data) {
+    auto& control = *static_cast<IpAddressCtrl*>(data);
+    if (direction != GTK_DIR_TAB_BACKWARD || control.FocusedField() >= 0 || !control.IsEnabled()) {
+        return FALSE;
+    }
+    control.SetFocusField(0);
+    return TRUE;
+}
+
 class EntryFields final : public IpAddressFields {
 public:
     EntryFields(IpAddressCtrl& control, const wxString& accessibleName, std::function<void()> changed);
@@ -88,6 +98,7 @@ EntryFields::EntryFields(IpAddressCtrl& control, const wxString& accessibleName,
     // One frame around all fields, drawn as an entry; the fields have none.
     m_control.SetBackgroundStyle(wxBG_STYLE_PAINT);
     m_control.Bind(wxEVT_PAINT, &EntryFields::OnPaint, this);
+    g_signal_connect(m_control.m_widget, "focus", G_CALLBACK(OnEnter), &m_control);
     // A click beside the fields is a click on the control.
     m_control.Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) {
         SetFocusField(std::clamp(event.GetX() * kIpFields / m_control.GetClientSize().x, 0, kIpFields - 1));
@@ -103,7 +114,7 @@ EntryFields::EntryFields(IpAddressCtrl& control, const wxString& accessibleName,
                                             wxDefaultSize, wxTE_CENTRE | wxTE_PROCESS_TAB | wxBORDER_NONE);
         MakeFrameless(*field);
         field->SetMaxLength(kIpFieldDigits);
-        field->SetInitialSize(field->GetSizeFromText("0000"));
+        field->SetInitialSize(field->GetSizeFromText("000") + wxSize(field->FromDIP(4), 0)); // and the caret
         SetAccessibleName(*field, wxString::Format("%s, field %d of %d", accessibleName, i + 1, kIpFields));
         field->Bind(wxEVT_CHAR, [this, i](wxKeyEvent& event) { OnChar(i, event); });
         field->Bind(wxEVT_TEXT, [this, i](wxCommandEvent& event) { OnText(i, event); });
@@ -344,7 +355,9 @@ void EntryFields::OnPaste(int field) {
         m_changed();
         return;
     }
-    if (!IsIpFieldText(text)) {
+    if (HasTooLargeNumber(text)) {
+        Refuse(field);
+    } else if (!IsIpFieldText(text)) {
         wxBell();
     } else if (Insert(field, text)) {
         m_changed();

@@ -259,7 +259,9 @@ private:
             m_changed();
             return;
         }
-        if (!IsIpFieldText(text) || !IsIpFieldText(WithInserted(entry, text))) {
+        if (HasTooLargeNumber(text)) {
+            Refuse(entry);
+        } else if (!IsIpFieldText(text) || !IsIpFieldText(WithInserted(entry, text))) {
             wxBell();
         } else if (!Fits(entry, text)) {
             Refuse(entry);

@@ -33,7 +33,7 @@ std::optional<std::wstring> TypedBehind(std::wstring text, const std::wstring& k
 
 MacEntryCtrl::MacEntryCtrl(wxWindow* parent, int id, const wxString& accessibleName)
     : wxTextCtrl(parent, id) {
-    SetInitialSize(GetSizeFromText("WW-WW-WW-WW-WW-WW"));
+    SetInitialSize(GetSizeFromText("DD-DD-DD-DD-DD-DD")); // no digit is wider
     SetAccessibleName(*this, accessibleName);
 }
 

@@ -6,6 +6,7 @@
 #include <wx/sizer.h>
 #include <wx/spinbutt.h>
 #include <wx/textctrl.h>
+#include <wx/utils.h>
 
 #include "widgets/accessible_name.h"
 #include "widgets/control_hints.h"
@@ -16,6 +17,10 @@ namespace vnxtest {
 namespace {
 
 constexpr int kPage = 10; // what Page Up and Page Down step by
+
+bool IsDigit(wxUniChar character) {
+    return character >= '0' && character <= '9';
+}
 
 } // namespace
 
@@ -49,6 +54,7 @@ NumberEntry::NumberEntry(wxWindow* parent, int editId, int spinId, const wxStrin
         }
     });
     m_edit->Bind(wxEVT_TEXT, [this](wxCommandEvent& event) {
+        KeepDigits();
         NotifyChange();
         event.Skip();
     });
@@ -130,8 +136,30 @@ void NumberEntry::OnKey(wxKeyEvent& event) {
         Step(-kPage);
         break;
     default:
-        event.Skip();
+        if (const wxChar typed = event.GetUnicodeKey();
+            typed >= L' ' && typed != WXK_DELETE && !event.HasModifiers() && !IsDigit(typed)) {
+            wxBell();
+        } else {
+            event.Skip();
+        }
         break;
+    }
+}
+
+// Of what was pasted or dropped, or came from an input method.
+void NumberEntry::KeepDigits() {
+    wxString digits;
+    for (const wxUniChar character : m_edit->GetValue()) {
+        if (IsDigit(character)) {
+            digits += character;
+        }
+    }
+    if (digits != m_edit->GetValue()) {
+        if (digits != wxString(m_edit->GetValue()).Trim(true).Trim(false)) {
+            wxBell();
+        }
+        m_edit->ChangeValue(digits);
+        m_edit->SetInsertionPointEnd();
     }
 }
 

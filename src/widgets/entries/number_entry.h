@@ -1,5 +1,5 @@
-// An entry for a whole number with an up-down control beside it. Typed text stays as it is; its range is
-// checked when the dialog is confirmed. User-interface thread.
+// An entry for a whole number with an up-down control beside it. It takes digits only; the range of the
+// number is checked when the dialog is confirmed. User-interface thread.
 #pragma once
 
 #include <optional>
@@ -44,6 +44,7 @@ public:
 private:
     void OnSpin(wxSpinEvent& event, int step);
     void OnKey(wxKeyEvent& event);
+    void KeepDigits();
     void Step(int step);
     void NotifyChange();
 
