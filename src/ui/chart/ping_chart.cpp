@@ -1,294 +1,324 @@
 #include "ui/chart/ping_chart.h"
 
 #include <algorithm>
-#include <array>
+#include <cmath>
 
 #include <wx/dcbuffer.h>
 #include <wx/dcgraph.h>
-#include <wx/settings.h>
+#include <wx/dcmemory.h>
+#include <wx/utils.h>
 
+#include "ui/chart/chart_painter.h"
+#include "ui/chart/read_out.h"
+#include "ui/chart/svg_writer.h"
 #include "widgets/accessible_name.h"
 
 namespace vnxtest {
 
-struct CPingChart::Palette {
-    wxColour background, text, faint, reply, late, timeout;
-
-    Palette() {
-        const bool dark = wxSystemSettings::GetAppearance().IsUsingDarkBackground();
-        background = wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOW);
-        text = wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT);
-        const auto mix = [](unsigned char from, unsigned char to) {
-            return static_cast<unsigned char>((3 * from + to) / 4);
-        };
-        faint = wxColour(mix(background.Red(), text.Red()), mix(background.Green(), text.Green()),
-                         mix(background.Blue(), text.Blue()));
-        reply = dark ? wxColour(0x6C, 0xB4, 0xFF) : wxColour(0x1B, 0x5F, 0xB4);
-        late = dark ? wxColour(0xFF, 0xC1, 0x4D) : wxColour(0xB3, 0x6B, 0x00);
-        timeout = dark ? wxColour(0xFF, 0x8A, 0x80) : wxColour(0xC6, 0x28, 0x28);
-    }
-};
-
 namespace {
-
-// Different shapes, so that they differ without colours.
-void DrawReplyMark(wxDC& dc, const wxColour& colour, wxPoint at, int size) {
-    dc.SetPen(wxPen(colour));
-    dc.SetBrush(wxBrush(colour));
-    dc.DrawCircle(at, std::max(1, size / 2));
-}
-
-void DrawLateMark(wxDC& dc, const wxColour& colour, wxPoint at, int size) {
-    dc.SetPen(wxPen(colour));
-    dc.SetBrush(wxBrush(colour));
-    const std::array points = {wxPoint(at.x, at.y - size * 2 / 3),
-                               wxPoint(at.x - size * 2 / 3, at.y + size / 2),
-                               wxPoint(at.x + size * 2 / 3, at.y + size / 2)};
-    dc.DrawPolygon(static_cast<int>(points.size()), points.data());
-}
-
-void DrawTimeoutMark(wxDC& dc, const wxColour& colour, wxPoint at, int size) {
-    dc.SetPen(wxPen(colour, std::max(1, size / 4)));
-    const int half = size / 2;
-    dc.DrawLine(at.x - half, at.y - half, at.x + half + 1, at.y + half + 1);
-    dc.DrawLine(at.x - half, at.y + half, at.x + half + 1, at.y - half - 1);
-}
-
-int HeightOf(std::int64_t roundTrip, const wxRect& plot, std::int64_t top) {
-    const double part = std::min(1.0, static_cast<double>(roundTrip) / static_cast<double>(top));
-    return plot.GetBottom() - static_cast<int>(part * (plot.height - 1));
-}
-
-constexpr int kMostDivisions = 4;
-constexpr std::int64_t kMicrosecond = 1'000; // nanoseconds, as are the next
-constexpr std::int64_t kMillisecond = 1'000'000;
-constexpr std::int64_t kEmptyTop = kMillisecond; // of an axis without a reply
-
+constexpr double kPanStep = 0.25; // of what is shown, by a key or a notch of the wheel
+constexpr int kEmptyLines = 2;    // of the control's height until there is a test
+constexpr int kLines = 13;
+constexpr int kPaperWidth = 900; // of a picture, device-independent pixels
+constexpr int kPaperHeight = 400;
 } // namespace
 
-wxString DurationText(double nanoseconds) {
-    const bool micro = nanoseconds < kMillisecond && nanoseconds > 0;
-    const auto unit = static_cast<double>(micro ? kMicrosecond : kMillisecond);
-    wxString text = wxString::FromCDouble(nanoseconds / unit, 2);
-    while (text.EndsWith("0")) {
-        text.RemoveLast();
-    }
-    text.EndsWith(".", &text);
-    return text + (micro ? L" \u00B5s" : L" ms");
-}
-
-std::int64_t RoundAxis(std::int64_t nanoseconds) {
-    constexpr std::array<std::int64_t, 3> kSteps = {1, 2, 5};
-    for (std::int64_t decade = kMicrosecond;; decade *= 10) {
-        for (const std::int64_t step : kSteps) {
-            if (step * decade >= nanoseconds) {
-                return step * decade;
-            }
-        }
-    }
-}
-
 CPingChart::CPingChart(wxWindow* parent, const PingHistory& history)
-    : wxWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxFULL_REPAINT_ON_RESIZE | wxBORDER_NONE),
+    : wxWindow(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+               wxFULL_REPAINT_ON_RESIZE | wxBORDER_NONE | wxWANTS_CHARS),
       m_history(history) {
     SetName("Ping chart");
     SetAccessibleName(*this, "Ping chart");
     SetBackgroundStyle(wxBG_STYLE_PAINT);
     Bind(wxEVT_PAINT, &CPingChart::OnPaint, this);
-    // The pane takes the focus for the pane keys and for help only.
-    Bind(wxEVT_SET_FOCUS, [this](wxFocusEvent& event) {
+    Bind(wxEVT_CHAR, &CPingChart::OnChar, this);
+    Bind(wxEVT_MOTION, &CPingChart::OnMotion, this);
+    Bind(wxEVT_ENTER_WINDOW, &CPingChart::OnMotion, this); // a pointer that comes and stays does not move
+    Bind(wxEVT_MOUSEWHEEL, &CPingChart::OnWheel, this);
+    Bind(wxEVT_LEFT_DOWN, [this](wxMouseEvent& event) {
+        SetFocus();
+        m_dragged = event.GetPosition();
+        CaptureMouse();
+    });
+    Bind(wxEVT_LEFT_UP, [this](wxMouseEvent&) {
+        m_dragged.reset();
+        if (HasCapture()) {
+            ReleaseMouse();
+        }
+    });
+    Bind(wxEVT_MOUSE_CAPTURE_LOST, [this](wxMouseCaptureLostEvent&) { m_dragged.reset(); });
+    Bind(wxEVT_LEAVE_WINDOW, [this](wxMouseEvent&) {
+        if (!m_byKeys) {
+            ReadPing(std::nullopt);
+        }
+    });
+    // A menu that opens takes the mouse, and the toolkit does not tell that it left.
+    Bind(wxEVT_IDLE, [this](wxIdleEvent& event) {
+        event.Skip();
+        if (m_reading && !m_byKeys && !GetScreenRect().Contains(wxGetMousePosition())) {
+            ReadPing(std::nullopt);
+        }
+    });
+    const auto onFocus = [this](wxFocusEvent& event) {
         Refresh();
         event.Skip();
-    });
-    Bind(wxEVT_KILL_FOCUS, [this](wxFocusEvent& event) {
-        Refresh();
-        event.Skip();
-    });
+    };
+    Bind(wxEVT_SET_FOCUS, onFocus);
+    Bind(wxEVT_KILL_FOCUS, onFocus);
 }
 
 wxSize CPingChart::DoGetBestClientSize() const {
-    return wxSize(60 * GetCharWidth(), 10 * GetCharHeight());
+    return wxSize(60 * GetCharWidth(), (m_history.HasTest() ? kLines : kEmptyLines) * GetCharHeight());
+}
+
+void CPingChart::ShowTest() {
+    m_reading.reset();
+    m_range = ChartRange();
+    InvalidateBestSize();
+    ShowChange();
 }
 
 void CPingChart::ShowChange() {
-    SetAccessibleName(*this, "Ping chart: " + Figures());
+    m_range.Fit(m_history.Span(), m_history.Sent());
+    if (m_reading && (*m_reading < m_history.First() || *m_reading >= m_history.Sent())) {
+        m_reading.reset();
+    }
+    Tell();
+}
+
+// The name that assistive software reads follows what is shown.
+void CPingChart::Tell() {
+    wxString name = "Ping chart: " + wxString(JoinTexts(ChartFigures(m_history)));
+    if (m_reading) {
+        name += "; " + wxString(ReadOut(m_history, *m_reading));
+    }
+    if (name != GetName()) {
+        SetAccessibleName(*this, name);
+    }
     Refresh();
 }
 
-std::vector<wxString> CPingChart::FigureList() const {
-    if (!m_history.HasTest()) {
-        return {"No ping test yet"};
-    }
-    const PingSummary& summary = m_history.Summary();
-    std::vector<wxString> list = {wxString::Format("Sent %u", summary.sent),
-                                  wxString::Format("Received %u", summary.received),
-                                  wxString::Format("Loss %.4g%%", summary.Loss())};
-    if (summary.received != 0) {
-        list.push_back("Minimum " + DurationText(static_cast<double>(summary.minimum)));
-        list.push_back("Average " + DurationText(static_cast<double>(summary.average)));
-        list.push_back("Maximum " + DurationText(static_cast<double>(summary.maximum)));
-    }
-    return list;
+void CPingChart::ShowAll() {
+    m_range.ShowAll();
+    Refresh();
 }
 
-wxString CPingChart::Figures() const {
-    wxString line;
-    for (const wxString& figure : FigureList()) {
-        line += (line.empty() ? "" : ", ") + figure;
+void CPingChart::ShowLogarithmic(bool logarithmic) {
+    m_logarithmic = logarithmic;
+    Refresh();
+}
+
+void CPingChart::Zoom(double factor, double part) {
+    m_range.Zoom(factor, part);
+    Refresh();
+}
+
+void CPingChart::Pan(double pings) {
+    m_range.Pan(pings);
+    Refresh();
+}
+
+void CPingChart::ReadPing(std::optional<std::size_t> position) {
+    if (position != m_reading) {
+        m_reading = position;
+        Tell();
     }
-    return line;
+}
+
+ChartMetrics CPingChart::Metrics(wxDC& dc) const {
+    const wxFont font = GetFont();
+    return {static_cast<double>(GetCharHeight()), [&dc, font](const std::wstring& text, bool bold) {
+                dc.SetFont(bold ? font.Bold() : font);
+                return static_cast<double>(dc.GetTextExtent(text).x);
+            }};
+}
+
+ChartPicture CPingChart::MakePicture(const ChartMetrics& metrics, const wxSize& size,
+                                     bool withReadOut) const {
+    return MakeChartPicture({.history = m_history,
+                             .range = m_range,
+                             .metrics = metrics,
+                             .width = static_cast<double>(size.x),
+                             .height = static_cast<double>(size.y),
+                             .logarithmic = m_logarithmic,
+                             .readOut = withReadOut ? m_reading : std::nullopt});
+}
+
+wxSize CPingChart::PaperSize() const {
+    wxSize size = GetClientSize();
+    size.IncTo(FromDIP(wxSize(kPaperWidth, kPaperHeight)));
+    return size;
+}
+
+wxBitmap CPingChart::MakeBitmap() const {
+    const wxSize size = PaperSize();
+    const ChartColours colours = ChartColours::OfPaper();
+    wxBitmap bitmap(size, 24);
+    wxMemoryDC dc(bitmap);
+    dc.SetBackground(wxBrush(colours.background));
+    dc.Clear();
+    {
+        wxGCDC context(dc);
+        PaintChart(MakePicture(Metrics(dc), size, false).shapes, colours, GetFont(), dc, context);
+    }
+    dc.SelectObject(wxNullBitmap);
+    return bitmap;
+}
+
+std::string CPingChart::MakeSvg() const {
+    const wxSize size = PaperSize();
+    const ChartColours colours = ChartColours::OfPaper();
+    wxBitmap nothing(1, 1);
+    wxMemoryDC dc(nothing); // measures the texts
+    const ChartMetrics metrics = Metrics(dc);
+    return ChartSvg(MakePicture(metrics, size, false),
+                    {static_cast<double>(size.x), static_cast<double>(size.y), metrics.lineHeight,
+                     [&](Ink ink) { return colours.Of(ink).GetAsString(wxC2S_HTML_SYNTAX).utf8_string(); }});
 }
 
 void CPingChart::OnPaint(wxPaintEvent&) {
-    wxAutoBufferedPaintDC paintDc(this);
-    const Palette palette;
-    paintDc.SetBackground(wxBrush(palette.background));
-    paintDc.Clear();
-    paintDc.SetFont(GetFont());
-    paintDc.SetTextForeground(palette.text);
-    // Texts are drawn as those of the controls; only shapes are antialiased.
-    wxGCDC dc(paintDc);
-    const Surface surface{paintDc, dc};
-
-    const int gap = std::max(4, GetCharHeight() / 2);
-    const int lineHeight = GetCharHeight();
-    const wxRect area = GetClientRect().Deflate(gap);
-    const int headerHeight = DrawHeader(paintDc, area) * lineHeight;
-
-    // Late replies take much longer than the others: the axis covers the others, and late ones stand at its
-    // top.
-    const PingSummary& summary = m_history.Summary();
-    const std::int64_t highest = summary.maximumInTime != 0 ? summary.maximumInTime : summary.maximum;
-    const std::int64_t top = highest != 0 ? RoundAxis(highest) : kEmptyTop;
-    int axisWidth = 0;
-    for (int division = 1; division <= kMostDivisions; ++division) {
-        const wxString label = DurationText(static_cast<double>(top) * division / kMostDivisions) + " ";
-        axisWidth = std::max(axisWidth, paintDc.GetTextExtent(label).x);
-    }
-    const wxRect plot(area.x + axisWidth, area.y + headerHeight + lineHeight, area.width - axisWidth - gap,
-                      area.height - headerHeight - 2 * lineHeight - gap);
-    DrawLegend(surface, palette, wxRect(plot.x, area.GetBottom() - lineHeight, plot.width, lineHeight));
-    if (plot.width > 10 && plot.height > lineHeight / 2) {
-        DrawFrame(surface, palette, plot, top);
-        DrawPings(dc, palette, plot.Deflate(gap, 0), top);
-    }
+    wxAutoBufferedPaintDC dc(this);
+    const ChartColours colours = ChartColours::OfTheme();
+    dc.SetBackground(wxBrush(colours.background));
+    dc.Clear();
+    wxGCDC context(dc);
+    const ChartPicture picture = MakePicture(Metrics(dc), GetClientSize(), true);
+    PaintChart(picture.shapes, colours, GetFont(), dc, context);
+    m_plot = picture.plot;
     if (HasFocus()) {
-        dc.SetPen(wxPen(palette.reply, 1, wxPENSTYLE_DOT));
-        dc.SetBrush(*wxTRANSPARENT_BRUSH);
-        dc.DrawRectangle(GetClientRect().Deflate(1));
+        context.SetPen(wxPen(colours.reply, 1, wxPENSTYLE_DOT));
+        context.SetBrush(*wxTRANSPARENT_BRUSH);
+        context.DrawRectangle(GetClientRect().Deflate(1));
     }
 }
 
-int CPingChart::DrawHeader(wxDC& dc, const wxRect& area) const {
-    const int blank = 2 * GetCharWidth();
-    const wxString title =
-        m_history.HasTest() ? "Ping " + wxString(m_history.Target()) : wxString("Ping chart");
-    dc.SetFont(GetFont().Bold());
-    dc.DrawText(title, area.GetPosition());
-    int x = area.x + dc.GetTextExtent(title).x + blank;
-    int lines = 1;
-    dc.SetFont(GetFont());
-    for (const wxString& figure : FigureList()) {
-        const int width = dc.GetTextExtent(figure).x;
-        if (x + width > area.GetRight() && x > area.x) {
-            x = area.x;
-            ++lines;
-        }
-        dc.DrawText(figure, x, area.y + (lines - 1) * GetCharHeight());
-        x += width + blank;
-    }
-    return lines;
-}
-
-void CPingChart::DrawLegend(const Surface& surface, const Palette& palette, const wxRect& line) const {
-    struct Entry {
-        const char* text;
-        void (*draw)(wxDC&, const wxColour&, wxPoint, int);
-        const wxColour& colour;
-    };
-    const std::array entries = {Entry{"Reply", DrawReplyMark, palette.reply},
-                                Entry{"Late reply", DrawLateMark, palette.late},
-                                Entry{"Time-out", DrawTimeoutMark, palette.timeout}};
-    const int mark = line.height;
-    int width = 0;
-    for (const Entry& entry : entries) {
-        width += 2 * mark + surface.texts.GetTextExtent(entry.text).x;
-    }
-    int x = line.x + std::max(mark, (line.width - width) / 2);
-    for (const Entry& entry : entries) {
-        entry.draw(surface.shapes, entry.colour, wxPoint(x + mark / 2, line.y + line.height / 2),
-                   line.height / 2);
-        surface.texts.DrawText(entry.text, x + mark, line.y);
-        x += 2 * mark + surface.texts.GetTextExtent(entry.text).x;
-    }
-}
-
-void CPingChart::DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
-                           std::int64_t top) const {
-    const int lineHeight = GetCharHeight();
-    const int divisions = plot.height >= 8 * lineHeight   ? kMostDivisions
-                          : plot.height >= 4 * lineHeight ? 2
-                                                          : 1;
-    for (int division = 0; division <= divisions; ++division) {
-        const int y = plot.GetBottom() - (plot.height - 1) * division / divisions;
-        surface.shapes.SetPen(wxPen(palette.faint));
-        surface.shapes.DrawLine(plot.x, y, plot.GetRight() + 1, y);
-        const wxString label = DurationText(static_cast<double>(top) * division / divisions);
-        const int width = surface.texts.GetTextExtent(label + " ").x;
-        surface.texts.DrawText(label, plot.x - width, y - lineHeight / 2);
-    }
-    if (!m_history.HasTest()) {
+void CPingChart::OnMotion(wxMouseEvent& event) {
+    const wxPoint at = event.GetPosition();
+    if (!m_plot) {
         return;
     }
-    const wxString first = wxString::Format("#%zu", m_history.First() + 1);
-    const wxString last = wxString::Format("#%zu", m_history.First() + m_history.Span());
-    const int y = GetClientRect().Deflate(std::max(4, lineHeight / 2)).GetBottom() - lineHeight;
-    surface.texts.DrawText(first, plot.x, y);
-    if (m_history.Span() > 1) {
-        surface.texts.DrawText(last, plot.GetRight() - surface.texts.GetTextExtent(last).x, y);
+    if (m_dragged && event.LeftIsDown()) {
+        Pan((m_dragged->x - at.x) / m_plot->width * m_range.Length());
+        m_dragged = at;
+    }
+    m_byKeys = false;
+    ReadPing(PingAt(*m_plot, m_history, m_range, at.x, at.y));
+}
+
+void CPingChart::OnWheel(wxMouseEvent& event) {
+    if (!m_plot || event.GetWheelDelta() == 0) {
+        return;
+    }
+    const double notches = static_cast<double>(event.GetWheelRotation()) / event.GetWheelDelta();
+    if (event.GetWheelAxis() == wxMOUSE_WHEEL_HORIZONTAL) {
+        Pan(notches * kPanStep * m_range.Length());
+    } else if (event.ShiftDown()) {
+        Pan(-notches * kPanStep * m_range.Length());
+    } else {
+        const double part = (event.GetPosition().x - m_plot->left) / m_plot->width;
+        Zoom(std::pow(kZoomStep, notches), std::clamp(part, 0.0, 1.0));
     }
 }
 
-void CPingChart::DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::int64_t top) const {
-    const auto width = static_cast<std::size_t>(std::max(1, plot.width));
-    const std::vector<PingColumn> columns = m_history.Columns(width);
-    const int mark = std::max(4, GetCharHeight() / 3);
-    const auto at = [&](std::size_t column, std::int64_t roundTrip) {
-        return wxPoint(plot.x + static_cast<int>(column), HeightOf(roundTrip, plot, top));
+// Arrows: the ping before and behind, with Ctrl the lost and late ones; Home, End, Page Up and Page Down;
+// with Shift all of these move what is shown. + and -: zoom; 0: all; L: the axis of the times.
+void CPingChart::OnChar(wxKeyEvent& event) {
+    const int key = event.GetKeyCode();
+    if (key == WXK_TAB) {
+        Navigate(event.ShiftDown() ? wxNavigationKeyEvent::IsBackward : wxNavigationKeyEvent::IsForward);
+        return;
+    }
+    const bool done =
+        m_history.HasTest() && !event.AltDown() &&
+        (event.ShiftDown() ? Turn(key, true) : Turn(key, false) || StepBy(key, event.ControlDown()));
+    event.Skip(!done);
+}
+
+bool CPingChart::Turn(int key, bool shift) {
+    const double step = m_range.Length() * (key == WXK_PAGEUP || key == WXK_PAGEDOWN ? 1 : kPanStep);
+    switch (key) {
+    case '+':
+    case '=':
+    case WXK_NUMPAD_ADD:
+        ZoomIn();
+        return true;
+    case '-':
+    case WXK_NUMPAD_SUBTRACT:
+        ZoomOut();
+        return true;
+    case '0':
+    case WXK_NUMPAD0:
+        ShowAll();
+        return true;
+    case 'l':
+    case 'L':
+        ShowLogarithmic(!m_logarithmic);
+        return true;
+    case WXK_LEFT:
+    case WXK_PAGEUP:
+    case WXK_RIGHT:
+    case WXK_PAGEDOWN:
+        if (shift) {
+            Pan(key == WXK_LEFT || key == WXK_PAGEUP ? -step : step);
+        }
+        return shift;
+    default:
+        return false;
+    }
+}
+
+bool CPingChart::StepBy(int key, bool control) {
+    if (m_history.Sent() == m_history.First()) {
+        return false;
+    }
+    const std::size_t first = m_history.First();
+    const std::size_t last = m_history.Sent() - 1;
+    // Without one to begin with: the first one in view, or the last.
+    const auto nearest = [first, last](double at) {
+        return std::clamp(static_cast<std::size_t>(std::llround(std::max(at, 0.0))), first, last);
     };
-    // A line from answer to answer, broken where one is missing; in a column of several pings from the
-    // shortest to the longest round trip.
-    dc.SetPen(wxPen(palette.reply));
-    wxPoint previous;
-    bool joined = false;
-    for (std::size_t column = 0; column < columns.size(); ++column) {
-        const PingColumn& what = columns[column];
-        if (what.answered && !what.late) {
-            const wxPoint highest = at(column, what.maximum);
-            const wxPoint lowest = at(column, what.minimum);
-            if (joined) {
-                dc.DrawLine(previous, highest);
-            }
-            dc.DrawLine(highest, lowest + wxPoint(0, 1));
-            previous = lowest;
-            joined = true;
-        } else if (what.timedOut || what.late) {
-            joined = false;
+    const std::size_t begin = nearest(m_range.Begin());
+    const std::size_t end = nearest(m_range.End() - 1);
+    const auto page = std::max<std::size_t>(static_cast<std::size_t>(m_range.Length() / 10), 1);
+    const auto stepTo = [&](std::size_t pings, bool forward) {
+        const std::size_t from = m_reading.value_or(forward ? begin : end);
+        const std::size_t step = m_reading ? pings : 0;
+        StepTo(forward ? std::min(from + step, last) : from - std::min(step, from - first));
+    };
+    switch (key) {
+    case WXK_LEFT:
+    case WXK_RIGHT:
+        if (control) {
+            const bool forward = key == WXK_RIGHT;
+            StepTo(m_history.NextFault(m_reading.value_or(forward ? begin : end), forward ? 1 : -1));
+        } else {
+            stepTo(1, key == WXK_RIGHT);
         }
+        return true;
+    case WXK_PAGEUP:
+    case WXK_PAGEDOWN:
+        stepTo(page, key == WXK_PAGEDOWN);
+        return true;
+    case WXK_HOME:
+        StepTo(first);
+        return true;
+    case WXK_END:
+        StepTo(last);
+        return true;
+    default:
+        return false;
     }
-    const bool roomy = m_history.Span() * static_cast<std::size_t>(mark) <= width;
-    for (std::size_t column = 0; column < columns.size(); ++column) {
-        const PingColumn& what = columns[column];
-        if (what.answered && !what.late && roomy) {
-            DrawReplyMark(dc, palette.reply, at(column, what.maximum), mark);
-        }
-        if (what.late) {
-            DrawLateMark(dc, palette.late, at(column, what.maximum), mark);
-        }
-        if (what.timedOut) {
-            DrawTimeoutMark(dc, palette.timeout, wxPoint(at(column, 0).x, plot.y - mark), mark);
-        }
+}
+
+void CPingChart::StepTo(std::optional<std::size_t> position) {
+    if (!position) {
+        wxBell();
+        return;
     }
+    m_range.Reveal(*position);
+    m_byKeys = true;
+    m_reading = position;
+    Tell();
 }
 
 } // namespace vnxtest

@@ -1,9 +1,17 @@
-// The chart of the running ping test: round trip over sequence, time-outs and late replies marked, and the
-// figures above it. It only draws what the history holds. User-interface thread.
+// The control that shows the chart of a ping test (chart_picture.h), lets the user zoom, move along and read
+// single pings, and makes pictures of it.
+//
+// Wheel: zoom; with Shift, or a wheel that tilts: along. Drag: along. Keys: OnChar(). User-interface thread.
 #pragma once
 
+#include <optional>
+#include <string>
+
+#include <wx/bitmap.h>
 #include <wx/window.h>
 
+#include "ui/chart/chart_picture.h"
+#include "ui/chart/chart_range.h"
 #include "ui/chart/ping_history.h"
 
 namespace vnxtest {
@@ -13,38 +21,54 @@ public:
     // `history` must outlive this.
     CPingChart(wxWindow* parent, const PingHistory& history);
 
+    // A new test begins: all of it is shown.
+    void ShowTest();
     // The history has changed.
     void ShowChange();
-    // The figures above the chart, as one line.
-    wxString Figures() const;
 
+    void ZoomIn() { Zoom(kZoomStep, 0.5); }
+    void ZoomOut() { Zoom(1 / kZoomStep, 0.5); }
+    void ShowAll();
+    bool HasTest() const { return m_history.HasTest(); }
+    bool IsWhole() const { return m_range.IsWhole(); }
+    void ShowLogarithmic(bool logarithmic);
+    bool IsLogarithmic() const { return m_logarithmic; }
+
+    // What is shown, on white paper and without the read-out: as a picture, and as SVG. At least of a size in
+    // which it can be read, also while the chart is hidden.
+    wxBitmap MakeBitmap() const;
+    std::string MakeSvg() const;
+
+    // Few lines until there is a test.
     wxSize DoGetBestClientSize() const override;
 
 private:
-    struct Palette;
-    // One picture with two ways of drawing.
-    struct Surface {
-        wxDC& texts;
-        wxDC& shapes;
-    };
-    std::vector<wxString> FigureList() const;
+    static constexpr double kZoomStep = 1.5;
+
+    ChartMetrics Metrics(wxDC& dc) const;
+    ChartPicture MakePicture(const ChartMetrics& metrics, const wxSize& size, bool withReadOut) const;
+    wxSize PaperSize() const;
+    void Zoom(double factor, double part);
+    void Pan(double pings);
+    // Shows what became of this ping, or of none.
+    void ReadPing(std::optional<std::size_t> position);
+    void StepTo(std::optional<std::size_t> position);
+    void Tell();
+
     void OnPaint(wxPaintEvent& event);
-    void DrawFrame(const Surface& surface, const Palette& palette, const wxRect& plot,
-                   std::int64_t top) const;
-    void DrawPings(wxDC& dc, const Palette& palette, const wxRect& plot, std::int64_t top) const;
-    // Wraps the figures; returns the number of lines.
-    int DrawHeader(wxDC& dc, const wxRect& area) const;
-    void DrawLegend(const Surface& surface, const Palette& palette, const wxRect& line) const;
+    void OnMotion(wxMouseEvent& event);
+    void OnWheel(wxMouseEvent& event);
+    void OnChar(wxKeyEvent& event);
+    bool StepBy(int key, bool control);
+    bool Turn(int key, bool shift);
 
     const PingHistory& m_history;
+    ChartRange m_range;
+    bool m_logarithmic = false;
+    std::optional<std::size_t> m_reading; // the position of the ping that is read out
+    bool m_byKeys = false;                // it was chosen by keys: it stays when the mouse leaves
+    std::optional<ChartPlot> m_plot;      // as last painted
+    std::optional<wxPoint> m_dragged;     // where the mouse was last while it drags
 };
-
-// "812 µs", "0.25 µs", "12.5 ms": below a millisecond in microseconds; as many decimals as there are, two at
-// most, so that a grid line's label is exact.
-wxString DurationText(double nanoseconds);
-
-// The smallest of 1, 2, 5, 10, 20, 50 ... microseconds that is not below `nanoseconds`: the top of a chart's
-// axis. In nanoseconds.
-std::int64_t RoundAxis(std::int64_t nanoseconds);
 
 } // namespace vnxtest

@@ -1,6 +1,7 @@
 #include "ui/chart/ping_history.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "wrenlib/ticks.h"
@@ -13,9 +14,10 @@ namespace {
 constexpr std::uint32_t kLateWatch = 2000;
 } // namespace
 
-double PingSummary::Loss() const {
-    const std::uint32_t decided = received + timedOut;
-    return decided == 0 ? 0.0 : 100.0 * timedOut / decided;
+void RoundTrips::Add(std::int64_t roundTrip) {
+    minimum = count == 0 ? roundTrip : std::min(minimum, roundTrip);
+    maximum = std::max(maximum, roundTrip);
+    ++count;
 }
 
 void PingHistory::Begin(std::uint32_t planned, std::wstring target) {
@@ -37,13 +39,19 @@ void PingHistory::Summarize() {
     for (std::size_t position = m_settled; position < m_first + m_records.size(); ++position) {
         totals.Add(m_records[position - m_first]);
     }
+    // A ping that is still under way is not lost.
+    PingTotals decided = totals;
+    if (m_running) {
+        decided.sent = totals.received + totals.timeouts - totals.late;
+    }
+    const PingStatistics statistics = decided.Statistics();
     m_summary = {.sent = static_cast<std::uint32_t>(totals.sent),
                  .received = static_cast<std::uint32_t>(totals.received),
                  .late = static_cast<std::uint32_t>(totals.late),
-                 .timedOut = static_cast<std::uint32_t>(totals.timeouts - totals.late),
+                 .lost = static_cast<std::uint32_t>(statistics.lost),
+                 .lossPercent = statistics.lossPercent,
                  .minimum = totals.received != 0 ? totals.minimumNs : 0,
                  .maximum = totals.maximumNs,
-                 .maximumInTime = totals.maximumInTimeNs,
                  .average =
                      totals.received != 0 ? totals.sumNs / static_cast<std::int64_t>(totals.received) : 0};
 }
@@ -79,45 +87,64 @@ void PingHistory::Finish(const PingRecords& records) {
     for (const CPing& ping : m_records) {
         m_settledTotals.Add(ping);
     }
-    Summarize();
     End();
 }
 
-std::size_t PingHistory::Span() const {
+void PingHistory::End() {
+    m_running = false;
+    Summarize();
+}
+
+PingState PingHistory::StateAt(std::size_t position) const {
+    const CPing& ping = At(position);
+    if (ping.nReplies != 0) {
+        return ping.nTimeouts != 0 ? PingState::LateReply : PingState::Reply;
+    }
+    return ping.nTimeouts != 0 || !m_running ? PingState::Lost : PingState::Waiting;
+}
+
+PingSpan PingHistory::Span() const {
     // A finished test fills the width, however early it was stopped; so does one without a foreseeable end.
     const std::size_t planned = m_running && m_planned <= CPingList::kCapacity ? m_planned : 0;
-    return std::max({planned, m_records.size(), std::size_t{1}});
+    return {m_first, std::max({planned, m_records.size(), std::size_t{1}})};
 }
 
-std::size_t PingHistory::ColumnOf(std::size_t index, std::size_t width) const {
-    const std::size_t span = Span();
-    if (span == 1) {
-        return width / 2;
-    }
-    if (span <= width) {
-        return index * (width - 1) / (span - 1);
-    }
-    return index * width / span;
-}
-
-std::vector<PingColumn> PingHistory::Columns(std::size_t width) const {
+std::vector<PingColumn> PingHistory::Columns(const ChartRange& range, std::size_t width) const {
     std::vector<PingColumn> columns(width);
     if (width == 0) {
         return columns;
     }
-    for (std::size_t index = 0; index < m_records.size(); ++index) {
-        const CPing& ping = m_records[index];
-        PingColumn& column = columns[ColumnOf(index, width)];
-        if (ping.nReplies == 0) {
-            column.timedOut = column.timedOut || ping.nTimeouts != 0;
+    const auto end = std::min(static_cast<std::size_t>(std::ceil(range.End())), Sent());
+    for (auto position = std::max(static_cast<std::size_t>(range.Begin()), m_first); position < end;
+         ++position) {
+        const double part = range.PartOf(static_cast<double>(position) + 0.5);
+        if (part < 0 || part >= 1) {
             continue;
         }
-        column.minimum = column.answered ? std::min(column.minimum, ping.roundTripNs) : ping.roundTripNs;
-        column.maximum = std::max(column.maximum, ping.roundTripNs);
-        column.answered = true;
-        column.late = column.late || ping.nTimeouts != 0;
+        const CPing& ping = At(position);
+        const PingState state = StateAt(position);
+        PingColumn& column = columns[static_cast<std::size_t>(part * static_cast<double>(width))];
+        ++column.sent;
+        if (state == PingState::Lost) {
+            ++column.lost;
+        } else if (state == PingState::Reply) {
+            column.inTime.Add(ping.roundTripNs);
+        } else if (state == PingState::LateReply) {
+            column.late.Add(ping.roundTripNs);
+        }
     }
     return columns;
+}
+
+std::optional<std::size_t> PingHistory::NextFault(std::size_t position, int step) const {
+    const auto next = [step](std::size_t at) { return step > 0 ? at + 1 : at - 1; }; // wraps around below 0
+    for (std::size_t at = next(position); at >= m_first && at < Sent(); at = next(at)) {
+        const PingState state = StateAt(at);
+        if (state == PingState::Lost || state == PingState::LateReply) {
+            return at;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace vnxtest

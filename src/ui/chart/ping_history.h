@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "ping/ping_list.h"
+#include "ui/chart/chart_range.h"
 
 namespace vnxtest {
 
@@ -17,23 +19,37 @@ struct PingSummary {
     std::uint32_t sent = 0;
     std::uint32_t received = 0; // answered, late or not
     std::uint32_t late = 0;     // answered after the time-out was declared
-    std::uint32_t timedOut = 0; // timed out and not answered
-    std::int64_t minimum = 0;   // nanoseconds, as are the next three
+    // Timed out and not answered; after the test's end all that were not answered, as in its statistics.
+    std::uint32_t lost = 0;
+    // Rounded as in the statistics: of the pings that are decided, after the test's end of all.
+    std::uint32_t lossPercent = 0;
+    std::int64_t minimum = 0; // nanoseconds, as are the next three
     std::int64_t maximum = 0;
-    std::int64_t maximumInTime = 0; // of the replies that were not late
     std::int64_t average = 0;
+};
 
-    // Percent of the decided pings; 0 if there are none.
-    double Loss() const;
+enum class PingState {
+    Waiting,
+    Reply,
+    LateReply, // after the time-out was declared
+    Lost,      // as in the summary
+};
+
+// Round trips, in nanoseconds.
+struct RoundTrips {
+    std::uint32_t count = 0;
+    std::int64_t minimum = 0;
+    std::int64_t maximum = 0;
+
+    void Add(std::int64_t roundTrip);
 };
 
 // The pings of one column of a chart.
 struct PingColumn {
-    bool answered = false;
-    std::int64_t minimum = 0; // round trip, nanoseconds, of the answered ones
-    std::int64_t maximum = 0;
-    bool late = false;
-    bool timedOut = false;
+    std::uint32_t sent = 0;
+    std::uint32_t lost = 0;
+    RoundTrips inTime;
+    RoundTrips late;
 };
 
 class PingHistory {
@@ -48,7 +64,7 @@ public:
     void Update(const PingRecords& records, std::uint32_t now);
     // Takes over the whole list at the test's end.
     void Finish(const PingRecords& records);
-    void End() { m_running = false; }
+    void End();
 
     bool HasTest() const { return !m_target.empty(); }
     bool IsRunning() const { return m_running; }
@@ -56,14 +72,18 @@ public:
     std::uint32_t Planned() const { return m_planned; }
     const PingSummary& Summary() const { return m_summary; }
 
-    // The position of the first ping that is shown.
+    // The positions of the first ping that is kept and behind the last that was sent: 0 for the test's first.
     std::size_t First() const { return m_first; }
-    // The number of pings that the width stands for.
-    std::size_t Span() const;
-    // The test from First() on in `width` columns. One pass over the records, whatever the width.
-    std::vector<PingColumn> Columns(std::size_t width) const;
-    // The column of the ping at First() + `index`.
-    std::size_t ColumnOf(std::size_t index, std::size_t width) const;
+    std::size_t Sent() const { return m_first + m_records.size(); }
+    // A ping that is kept.
+    const CPing& At(std::size_t position) const { return m_records[position - m_first]; }
+    PingState StateAt(std::size_t position) const;
+    // What the whole width stands for: while the test runs also what is still planned.
+    PingSpan Span() const;
+    // The pings of `range` in `width` columns. One pass over them, whatever the width.
+    std::vector<PingColumn> Columns(const ChartRange& range, std::size_t width) const;
+    // From `position` on, without it, the nearest ping that is lost or was answered late: `step` is 1 or -1.
+    std::optional<std::size_t> NextFault(std::size_t position, int step) const;
 
 private:
     bool IsSettled(const CPing& ping, std::uint32_t now) const;
