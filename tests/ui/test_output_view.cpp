@@ -20,6 +20,7 @@ protected:
         m_frame->Show();
         m_text = std::make_unique<COutputText>(m_frame.get()).release();
         m_frame->SendSizeEvent();
+        wxTheApp->ProcessPendingEvents();
     }
     std::string Text() { return std::string(m_text->WholeText()); }
     void ExpectEndInView() {
@@ -62,6 +63,61 @@ TEST_F(OutputView, FollowsTheEndOnlyWhenTheCaretIsThere) {
     EXPECT_EQ(Text(), Lines(41'004));
 }
 
+// As the wheel and the bar do it: the visible part moves, the caret stays.
+TEST_F(OutputView, ScrollingUpPausesFollowingUntilTheUserIsAtTheEndAgain) {
+    bool below = false;
+    m_text->WhenNewLinesBelow([&below](bool now) { below = now; });
+    m_text->AppendLines(Lines(500));
+    wxTheApp->ProcessPendingEvents(); // it has got a scroll bar, and with it another size
+    m_text->ScrollLines(-3);
+    const int top = m_text->GetFirstVisibleLine();
+    EXPECT_FALSE(below) << "nothing is new";
+    m_text->AppendLines(Lines(1, 500));
+    EXPECT_EQ(m_text->GetFirstVisibleLine(), top);
+    EXPECT_TRUE(below);
+    m_text->FollowEnd();
+    EXPECT_FALSE(below);
+    m_text->AppendLines(Lines(1, 501));
+    ExpectEndInView();
+
+    m_text->ScrollLines(-3);
+    m_text->AppendLines(Lines(1, 502));
+    m_text->ScrollLines(4);
+    m_text->AppendLines(Lines(1, 503));
+    ExpectEndInView();
+    // A selection is kept, and so is the place of a caret that was put where the end is seen.
+    m_text->SetSelection(100, 140);
+    m_text->ScrollToLine(1000);
+    m_text->AppendLines(Lines(1, 504));
+    EXPECT_EQ(m_text->GetSelectionStart(), 100);
+    EXPECT_TRUE(below);
+}
+
+TEST_F(OutputView, FollowsThroughNewSizesOfTheWindowAndOfItsLetters) {
+    m_text->AppendLines(Lines(500));
+    for (const int height : {300, 700}) {
+        const int before = m_text->GetSize().y;
+        m_frame->SetSize(900, height);
+        for (int turn = 0; turn < 10'000 && m_text->GetSize().y == before; ++turn) {
+            wxMilliSleep(1);
+            wxTheApp->Yield();
+        }
+        wxTheApp->ProcessPendingEvents();
+        ExpectEndInView();
+    }
+    m_text->ZoomIn();
+    wxTheApp->ProcessPendingEvents();
+    m_text->AppendLines(Lines(1, 500));
+    ExpectEndInView();
+    // Who scrolls up before the text has found its place is left there.
+    m_text->ZoomIn();
+    m_text->ScrollLines(-3);
+    const int top = m_text->GetFirstVisibleLine();
+    wxTheApp->ProcessPendingEvents();
+    m_text->AppendLines(Lines(1, 501));
+    EXPECT_EQ(m_text->GetFirstVisibleLine(), top);
+}
+
 // How long a flood holds the window up is measured by bench/window_flood.cpp.
 TEST_F(OutputView, AFloodIsShownInSlicesWholeAndInOrder) {
     int appends = 0;
@@ -91,14 +147,27 @@ TEST_F(OutputView, KeepsTextAsItIsAndRefusesTyping) {
 TEST_F(OutputView, FindGoesRoundAndSelects) {
     m_text->AppendLines("alpha beta\ngamma Beta\ndelta betas\n");
     m_text->GotoPos(0);
-    const std::array<std::pair<int, int>, 4> steps = {
-        {{wxFR_DOWN, 6}, {wxFR_DOWN, 17}, {wxFR_DOWN | wxFR_MATCHCASE | wxFR_WHOLEWORD, 6}, {0, 28}}};
-    for (const auto& [flags, found] : steps) {
-        ASSERT_TRUE(m_text->FindText("beta", flags));
+    const std::array<std::tuple<int, int, COutputText::Found>, 4> steps = {
+        {{wxFR_DOWN, 6, COutputText::Found::Ahead},
+         {wxFR_DOWN, 17, COutputText::Found::Ahead},
+         {wxFR_DOWN | wxFR_MATCHCASE | wxFR_WHOLEWORD, 6, COutputText::Found::Wrapped},
+         {0, 28, COutputText::Found::Wrapped}}};
+    using enum COutputText::Found;
+    for (const auto& [flags, found, result] : steps) {
+        ASSERT_EQ(m_text->FindText("beta", flags), result);
         EXPECT_EQ(m_text->GetSelectionStart(), found) << "round the end and, upwards, round the beginning";
     }
-    EXPECT_FALSE(m_text->FindText("epsilon", wxFR_DOWN));
+    EXPECT_EQ(m_text->FindText("epsilon", wxFR_DOWN), Nothing);
     EXPECT_EQ(m_text->GetSelectedText(), "beta") << "a failed search keeps the selection";
+
+    // What stands around a match is seen.
+    m_text->AppendLines(Lines(500));
+    for (const int flags : {int{wxFR_DOWN}, int{wxFR_DOWN}, 0, 0}) {
+        m_text->FindText("00 of", flags);
+        const int line = m_text->GetCurrentLine() - m_text->GetFirstVisibleLine();
+        EXPECT_GE(line, m_text->LinesOnScreen() / 4);
+        EXPECT_LT(line, m_text->LinesOnScreen() * 3 / 4);
+    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "ui/text/find.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <wx/frame.h>
@@ -15,7 +16,12 @@ namespace {
 constexpr int kLongestOffer = 200; // characters of a selection that is offered to be found
 } // namespace
 
+OutputFinder::OutputFinder(COutputText& text, Tell tell) : m_text(text), m_tell(std::move(tell)) {
+    m_text.Bind(wxEVT_STC_UPDATEUI, &OutputFinder::OnSelection, this);
+}
+
 OutputFinder::~OutputFinder() {
+    m_text.Unbind(wxEVT_STC_UPDATEUI, &OutputFinder::OnSelection, this);
     CloseDialog();
 }
 
@@ -47,27 +53,69 @@ void OutputFinder::ShowDialog(wxWindow* parent) {
     }
     if (m_dialog->GetSizer() != nullptr) {
         m_dialog->GetSizer()->SetSizeHints(m_dialog);
+        // Above the middle, where matches are shown.
+        const wxSize free = parent->GetClientSize() - m_dialog->GetSize();
+        m_dialog->SetPosition(parent->ClientToScreen(wxPoint(std::max(0, free.x), 0)));
+    }
+    // What was said was said of another search.
+    for (const wxEventTypeTag<wxCommandEvent>& changed : {wxEVT_TEXT, wxEVT_CHECKBOX, wxEVT_RADIOBOX}) {
+        m_dialog->Bind(changed, [this](wxCommandEvent& event) {
+            TakeBack();
+            event.Skip();
+        });
     }
     const auto find = [this](wxFindDialogEvent&) { FindNext(); };
     m_dialog->Bind(wxEVT_FIND, find);
     m_dialog->Bind(wxEVT_FIND_NEXT, find);
     m_dialog->Bind(wxEVT_FIND_CLOSE, [this](wxFindDialogEvent&) {
+        TakeBack();
         CloseDialog();
         m_text.SetFocus();
     });
     m_dialog->Show();
 }
 
-void OutputFinder::FindNext() {
+void OutputFinder::Find(int flags) {
     if (!HasText()) {
         return;
     }
-    if (m_text.FindText(m_data.GetFindString(), m_data.GetFlags())) {
-        m_tell(wxString());
-        return;
+    TakeBack();
+    switch (m_text.FindText(m_data.GetFindString(), flags)) {
+    case COutputText::Found::Ahead:
+        break;
+    case COutputText::Found::Wrapped:
+        Say((flags & wxFR_DOWN) != 0 ? "Search wrapped to the beginning of the report"
+                                     : "Search wrapped to the end of the report");
+        break;
+    case COutputText::Found::Nothing:
+        wxBell();
+        Say(wxString::Format("Cannot find \"%s\"", m_data.GetFindString()));
+        break;
     }
-    wxBell();
-    m_tell(wxString::Format("Cannot find \"%s\"", m_data.GetFindString()));
+}
+
+void OutputFinder::Say(const wxString& message) {
+    m_said = message;
+    m_text.GetSelection(&m_from, &m_to);
+    m_tell(m_said, true);
+}
+
+void OutputFinder::TakeBack() {
+    if (!m_said.empty()) {
+        m_tell(m_said, false);
+        m_said.clear();
+    }
+}
+
+// Who moves on looks for something else. A caret that follows the end does so by itself.
+void OutputFinder::OnSelection(wxStyledTextEvent& event) {
+    event.Skip();
+    long from = 0;
+    long to = 0;
+    m_text.GetSelection(&from, &to);
+    if ((from != m_from || to != m_to) && !m_text.IsAtEnd()) {
+        TakeBack();
+    }
 }
 
 } // namespace vnxtest
