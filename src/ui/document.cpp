@@ -1,8 +1,6 @@
 #include "ui/document.h"
 
-#include <algorithm>
 #include <array>
-#include <filesystem>
 #include <memory>
 
 #include <wx/filedlg.h>
@@ -11,9 +9,9 @@
 #include <wx/msgdlg.h>
 
 #include "platform/files/atomic_file.h"
-#include "platform/files/profile.h"
 #include "platform/process/terminal.h"
 #include "ui/dialogs/task_dialogs.h"
+#include "ui/frame/save_file.h"
 #include "ui/view.h"
 #include "wrenlib/log.h"
 #include "wrenlib/product.h"
@@ -77,13 +75,7 @@ bool CVNXTestDoc::OnOpenDocument(const wxString&) {
 
 bool CVNXTestDoc::DoSaveDocument(const wxString& path) {
     AtomicFile file;
-    const std::filesystem::path destination(path.ToStdWstring());
-    // A pipe without a reader would block the window.
-    auto saved = file.Open(destination, FileAccess::Document, SpecialFiles::Refuse);
-    if (saved && std::ranges::any_of(ProfileFiles(), [&](const auto& kept) { return file.IsSameAs(kept); })) {
-        saved =
-            Refused(L"\"" + path.ToStdWstring() + L"\" is where the settings are kept. Choose another file.");
-    }
+    auto saved = OpenForSaving(file, path);
     if (saved) {
         saved = WriteText(file, ViewOf(*this).WholeText());
     }

@@ -16,6 +16,7 @@
 #include "ui/document.h"
 #include "ui/frame/main_frame.h"
 #include "ui/frame/menus.h"
+#include "ui/text/new_lines_button.h"
 #include "widgets/make_child.h"
 #include "wrenlib/product.h"
 #include "wrenlib/ticks.h"
@@ -38,6 +39,7 @@ CVNXTestView::~CVNXTestView() {
     m_guest = nullptr;
     m_engine.EndGuest();
     m_channel.Detach();
+    m_chartCommands.reset();
     m_finder.reset();
     m_pump.reset();
     for (wxWindow* const child : std::initializer_list<wxWindow*>{m_adviceBar, m_fullBar, m_panes}) {
@@ -68,9 +70,14 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
     frame.SetSizer(client);
     frame.Layout();
     frame.GetHelp()->Assign(m_panes->Text(), frame_control::kOutputPane);
+    frame.GetHelp()->Assign(*MakeChild<CNewLinesButton>(m_panes->Text()), frame_control::kNewLines);
     frame.GetHelp()->Assign(m_panes->Chart(), frame_control::kChartPane);
+    frame.GetHelp()->Assign(*m_adviceBar, frame_control::kAdviceBar);
+    frame.GetHelp()->Assign(*m_fullBar, frame_control::kFullReportBar);
     m_pump.emplace(m_channel, m_panes->Text(), [this] { OnAppended(); });
-    m_finder.emplace(m_panes->Text(), [&frame](const wxString& message) { frame.StatusBar().Tell(message); });
+    m_finder.emplace(m_panes->Text(), [&frame](const wxString& message, bool holds) {
+        holds ? frame.StatusBar().Tell(message) : frame.StatusBar().TakeBack(message);
+    });
     ShowLibrary();
     Bind(EVT_VIEW_MESSAGE,
          [this](wxThreadEvent& event) { HandleViewMessage(static_cast<ViewMessage>(event.GetInt())); });
@@ -81,6 +88,7 @@ bool CVNXTestView::OnCreate(wxDocument*, long) {
     m_guest = &m_engine.TheGuest();
     m_guest->Ping().KeepRecords(true);
     BindCommands();
+    m_chartCommands.emplace(*this, m_panes->Chart(), m_history, m_lastTest);
     m_panes->Text().SetFocus();
     return true;
 }
@@ -138,17 +146,12 @@ void CVNXTestView::ShowWhetherFull() {
     const bool full = m_panes->Text().IsFull();
     TheApp().MainFrame().StatusBar().TellStanding(full ? "The report is full: what follows is left out" : "");
     m_fullBar->ShowWhile(full);
-    // The bar makes the text smaller; its last line, which tells the same, is kept in view.
-    m_panes->CallAfter([&text = m_panes->Text()] {
-        if (text.IsAtEnd()) {
-            text.GotoPos(text.GetLength());
-        }
-    });
 }
 
 void CVNXTestView::StartOver() {
     m_pump->Drop();
     m_panes->Text().EmptyText();
+    m_finder->StartOver();
     ShowWhetherFull();
     GetDocument()->Modify(false);
     if (IsStopped()) {
@@ -162,8 +165,9 @@ std::string_view CVNXTestView::WholeText() {
     return m_panes->Text().WholeText();
 }
 
-// Only the document asks whether it may be closed.
+// Only the document asks whether it may be closed. The window's place has just been stored.
 bool CVNXTestView::OnClose(bool) {
+    TellProfileProblem();
     return true;
 }
 
@@ -188,6 +192,7 @@ void CVNXTestView::HandleViewMessage(ViewMessage message) {
     FinishPingDisplay();
     if (!IsRunning()) {
         EndAdvice();
+        m_lastTest.KeepInterfaces(m_engine);
     }
 }
 
@@ -222,6 +227,7 @@ void CVNXTestView::FinishPingDisplay() {
     }
     m_refreshTimer.Stop();
     ShowAdvice();
+    m_lastTest.Keep(m_engine);
     const PingTestResult& result = m_guest->Ping().Result();
     if (result.complete) {
         m_history.Finish(result.records);

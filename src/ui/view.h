@@ -16,10 +16,12 @@
 #include "guest/engine.h"
 #include "guest/front_end.h"
 #include "ui/chart/ping_history.h"
+#include "ui/chart_commands.h"
 #include "ui/frame/advice_bar.h"
 #include "ui/frame/command_ids.h"
 #include "ui/frame/full_report_bar.h"
 #include "ui/frame/panes.h"
+#include "ui/last_test.h"
 #include "ui/text/find.h"
 #include "ui/text/output_pump.h"
 
@@ -71,6 +73,11 @@ private:
     void OnSelectAll();
     void OnFind();
     void OnFindNext();
+    void OnFindPrevious();
+    void OnFollowEnd();
+    void OnZoomIn();
+    void OnZoomOut();
+    void OnNormalSize();
     void OnNextPane();
     void OnStartGuest();
     void TellProblem(const wxString& what, const std::wstring& cause);
@@ -112,12 +119,14 @@ private:
     Engine m_engine;
     Guest* m_guest = nullptr;
     PingHistory m_history;
+    LastTest m_lastTest;
     PingPlan m_asked; // of the last ping test
     CPanes* m_panes = nullptr;
     CFullReportBar* m_fullBar = nullptr;
     CAdviceBar* m_adviceBar = nullptr;
     std::optional<OutputPump> m_pump;
     std::optional<OutputFinder> m_finder;
+    std::optional<ChartCommands> m_chartCommands;
     wxTimer m_refreshTimer;
     wxTimer m_adviceTimer;
     wxTimer m_captureTimer;                // while one was asked for and is not over

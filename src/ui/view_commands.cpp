@@ -42,6 +42,11 @@ void CVNXTestView::BindCommands() {
     BindCommand(kCmdSelectAll, &View::OnSelectAll, &View::HasText);
     BindCommand(kCmdFind, &View::OnFind, &View::HasText);
     BindCommand(kCmdFindNext, &View::OnFindNext, &View::CanFindNext);
+    BindCommand(kCmdFindPrevious, &View::OnFindPrevious, &View::CanFindNext);
+    BindCommand(kCmdFollowEnd, &View::OnFollowEnd, &View::HasText);
+    BindCommand(kCmdZoomIn, &View::OnZoomIn, &View::Always);
+    BindCommand(kCmdZoomOut, &View::OnZoomOut, &View::Always);
+    BindCommand(kCmdNormalSize, &View::OnNormalSize, &View::Always);
     BindCommand(kCmdNextPane, &View::OnNextPane, &View::Always);
     BindCommand(kCmdPreviousPane, &View::OnNextPane, &View::Always);
     BindCommand(kCmdStartGuest, &View::OnStartGuest, &View::IsStopped);
@@ -135,11 +140,32 @@ void CVNXTestView::OnFindNext() {
     m_finder->FindNext();
 }
 
+void CVNXTestView::OnFindPrevious() {
+    m_finder->FindPrevious();
+}
+
+void CVNXTestView::OnFollowEnd() {
+    m_panes->Text().FollowEnd();
+}
+
+void CVNXTestView::OnZoomIn() {
+    m_panes->Text().ZoomIn();
+}
+
+void CVNXTestView::OnZoomOut() {
+    m_panes->Text().ZoomOut();
+}
+
+void CVNXTestView::OnNormalSize() {
+    m_panes->Text().SetZoom(0);
+}
+
 void CVNXTestView::OnNextPane() {
     m_panes->FocusNextPane();
 }
 
 void CVNXTestView::OnStartGuest() {
+    m_lastTest.EndRun();
     if (m_guest->OnStartGuest()) {
         m_adviceBar->Begin();
         m_adviceTimer.Start(kAdviceInterval);
@@ -161,6 +187,7 @@ void CVNXTestView::StopGuest() {
     m_guest->StopGuest();
     FinishPingDisplay();
     EndAdvice();
+    m_lastTest.KeepInterfaces(m_engine);
 }
 
 void CVNXTestView::OnStartPing() {
@@ -169,6 +196,7 @@ void CVNXTestView::OnStartPing() {
         return;
     }
     m_history.Begin(m_asked.numPings, m_asked.targetName);
+    m_panes->ShowTest();
     m_refreshTimer.Start(kRefreshInterval);
     RefreshPingDisplay();
     TellProfileProblem();

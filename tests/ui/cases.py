@@ -12,13 +12,15 @@ class DesktopCase(unittest.TestCase):
     label = "ui"
     case_timeout = 300
     arguments = ("--library", "sim")
+    screen = "1280x1000"
 
     def setUp(self):
         reason = missing() or (None if "VNXTEST_WINDOW" in os.environ else "VNXTEST_WINDOW does not name the program")
         if reason:
             self.skipTest(reason)
-        self.desktop = Desktop().__enter__()
+        self.desktop = Desktop(self.screen).__enter__()
         self.addCleanup(self.desktop.__exit__)
+        self.addCleanup(lambda: self.assertEqual(self.desktop.noise(), [], "the toolkit complains of the program"))
         if self.arguments is not None:
             self.program = self.start(*self.arguments)
 

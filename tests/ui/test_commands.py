@@ -10,9 +10,12 @@ SHORTEST = 0.2  # seconds in which a key has done its work
 
 
 class Menus(DesktopCase):
-    def check(self, state, start, start_ping, stop_ping, stop):
+    def check(self, state, start, start_ping, stop_ping, stop, charted=False, tested=False):
         for menu, labels, enabled in (
-                ("f", ["Save", "Exit"], 2 * [True]), ("v", ["Ping chart", "Capture to file..."], 2 * [True]),
+                ("f", ["Save", "Exit"], 2 * [True]),
+                ("v", ["Ping chart", "Copy chart as picture", "Save chart as...", "Export last ping test...",
+                       "Capture to file...", "Follow new lines", "Find previous", "Zoom in", "Zoom out",
+                       "Normal size"], [True, charted, charted, tested, True, True, False, True, True, True]),
                 ("t", ['Start "Vantor"...', "Start ping test...", "Stop ping test", 'Stop "Vantor"',
                        "Define buffer sizes...", "Define default gateway...", "Re-detect adapters",
                        "Socket-notify mode", "Set debug flags..."], [start, start_ping, stop_ping, stop] + 5 * [start]),
@@ -31,16 +34,16 @@ class Menus(DesktopCase):
         program.start_guest()
         self.check("running", False, True, False, True)
         program.start_ping(Count=1000, Delay=50)
-        self.check("pinging", False, False, True, True)
+        self.check("pinging", False, False, True, True, charted=True)
         program.choose("t", "Stop ping test")
         program.wait_ping_end()
         # A silent target and a long time-out: everything is sent, and it is still being waited.
         program.start_ping("198.18.0.150", Count=1, Delay=0, Timeout=9000)
         self.wait(lambda: program.chart().startswith("Ping chart: Sent 1, Received 0"), "the ping is sent")
         time.sleep(0.5)
-        self.check("draining", False, False, True, True)
+        self.check("draining", False, False, True, True, charted=True, tested=True)
         program.stop_guest()
-        self.check("stopped", True, False, False, False)
+        self.check("stopped", True, False, False, False, charted=True, tested=True)
 
     def test_right_button_and_menu_key(self):
         program, desktop = self.program, self.desktop

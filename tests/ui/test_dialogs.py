@@ -113,6 +113,7 @@ class Parameters(DialogCase):
         for answer in ("Return", "Escape"):  # Cancel is the default
             self.desktop.keys("Return")
             question = self.program.dialog("Subnets Warning")
+            self.wait(lambda: question.find("push button", "Cancel").focused, "Cancel has the focus")
             for text in ("Your guest IP is in a different subnet!", "Do you wish to proceed anyway?"):
                 question.find("label", text)
             self.desktop.keys(answer)
@@ -120,11 +121,13 @@ class Parameters(DialogCase):
             self.assertEqual(self.entry("Guest IP").text, "10", "with the values just entered")
         self.desktop.keys("Return")
         question = self.program.dialog("Subnets Warning")
-        more = question.find("toggle button", "More information").place
-        self.desktop.click_at(more.x + more.height // 2, more.y + more.height // 2)
+        more = question.find("toggle button", "More information")
+        self.desktop.keys("Tab", "Tab")
+        self.wait(lambda: more.focused, "the keyboard leads to more information")
+        self.desktop.keys("space")
         self.wait(lambda: "your tests are likely to fail." in str([label.name for label in question.select("label")]),
                   "there is more information")
-        self.program.press(question, "Proceed")
+        self.desktop.keys("alt+p")
         self.program.wait_no_dialog()
         self.program.wait_enabled('Stop "Vantor"')
         self.open("Start ping test...", "Ping who?")
@@ -294,13 +297,14 @@ class SilentNameServer(DialogCase):
 
 
 class Settings(DialogCase):
-    def told(self, text):
+    def told(self, text, last=False):
         self.box = self.program.dialog("VNXTest64UD")
         label = self.box.find("label").name
         self.assertTrue(label.startswith("The settings could not all be read or stored.\n\n"), label)
         self.assertIn(text, label)
         self.desktop.keys("Return")
-        self.program.wait_no_dialog()
+        if not last:
+            self.program.wait_no_dialog()
 
     def test_what_cannot_be_stored_or_read_is_told_once(self):
         folder = self.desktop.path / "config/VNXTest64UD"
@@ -315,6 +319,16 @@ class Settings(DialogCase):
         self.open_parameters()
         self.desktop.keys("Escape")
         self.told("/VNXTest64UD.conf is damaged (")
+
+
+    def test_what_cannot_be_stored_at_the_end_is_told(self):
+        lock = self.desktop.path / "config/VNXTest64UD/.lock"
+        lock.unlink(missing_ok=True)
+        lock.mkdir(parents=True)
+        self.program.choose("f", "Exit")
+        self.program.answer("Don't Save")
+        self.told("/.lock failed; errno=21: Is a directory", last=True)
+        self.assertEqual(self.program.process.wait(60), 0)
 
 
 class DebugFlags(DialogCase):

@@ -31,6 +31,8 @@ class ControlHelp(DialogCase):
         for label, title, menu, titles in (
                 ('Start "Vantor"...', "VNXTest64UD Parameters", "t",
                  {("radio button", "Tun"): 2 * ["Tun"], ("radio button", "Tap"): 2 * ["Tap"],
+                  **{("push button", f"List of host adapters for interface {index}"): ["List of Host Adapters"]
+                     for index in (1, 2)},
                   ("check box", USE_TWO): ["Use Two Virtual Interfaces"], **addresses}),
                 ("Define buffer sizes...", "Define Buffer Sizes...", "t",
                  {("text", f"{which} buffer size in K bytes"): [f"{which} Buffer Size"] for which in ("Driver", "DLL")}),

@@ -20,7 +20,7 @@ class MainJob(DesktopCase):
         program.start_guest()
         program.start_ping(target, Count=3, Delay=100)
         program.wait_ping_end()
-        self.assertIn("Sent 3, Received 3, Loss 0%", program.chart())
+        self.assertIn("Sent 3, Received 3, Lost 0 (0%)", program.chart())
         program.stop_guest()
         text = program.save(self.desktop.path / "report.vnt")
         for line in text.splitlines():
@@ -72,7 +72,7 @@ class MainJob(DesktopCase):
         self.program.start_guest()
         self.program.start_ping(Count=65535, Size=8, Delay=0, Timeout=10000)
         self.program.wait_ping_end()
-        self.assertIn("Sent 65535, Received 65535, Loss 0%", self.program.chart())
+        self.assertIn("Sent 65535, Received 65535, Lost 0 (0%)", self.program.chart())
         text = self.program.save(self.desktop.path / "load.vnt")
         self.assertEqual(numbers(PINGS, text), list(range(1, 65536)))
         self.assertEqual(sorted(numbers(REPLIES, text)), list(range(1, 65536)))

@@ -59,7 +59,7 @@ class OrdinaryUser(unittest.TestCase):
                 shutil.copy(folder / "window.png", os.environ["VNXTEST_SCREENSHOTS"])
             self.assertEqual(told["uid"], 65534)
             self.assertEqual(set(told["rights"]), {"0000000000000000"}, "of every thread, permitted and effective")
-            self.assertIn("Sent 3, Received 3, Loss 0%", told["chart"])
+            self.assertIn("Sent 3, Received 3, Lost 0 (0%)", told["chart"])
 
 
 def inside(folder):

@@ -41,7 +41,7 @@ class Threads(DesktopCase):
 
     def assert_pinged(self):
         self.program.wait_ping_end()
-        self.assertIn("Sent 2, Received 2, Loss 0%", self.program.chart())
+        self.assertIn("Sent 2, Received 2, Lost 0 (0%)", self.program.chart())
         self.program.stop_guest()
 
     def test_guest_that_cannot_be_started(self):

@@ -1,15 +1,14 @@
 #include "ui/dialogs/default_gateway_dlg.h"
 
-#include <wx/msgdlg.h>
 #include <wx/sizer.h>
 #include <wx/utils.h>
 
 #include "hostnet/address_validation.h"
 #include "ui/dialogs/dialog_layout.h"
+#include "ui/dialogs/task_dialogs.h"
 #include "widgets/balloon.h"
 #include "widgets/entries/ip_address_ctrl.h"
 #include "widgets/make_child.h"
-#include "wrenlib/product.h"
 
 namespace vnxtest {
 
@@ -54,14 +53,10 @@ bool CDefaultGatewayDlg::TransferDataToWindow() {
 }
 
 bool CDefaultGatewayDlg::UseSilentGateway() {
-    wxMessageDialog question(
+    return ShowGatewayTaskDialog(
         this, wxString::Format("The gateway %s does not answer.", wxString(FormatIPAddr(m_gateway))),
-        kProductName, wxOK | wxCANCEL | wxCANCEL_DEFAULT | wxICON_WARNING | wxCENTRE);
-    question.SetExtendedMessage(
-        "It was asked for its hardware address and sent no reply. Without it packets for other subnets cannot be sent to the gateway in TAP mode.");
-    // Escape chooses the second.
-    question.SetOKCancelLabels("&Use the entered value.", "&Let me fix the error.");
-    return question.ShowModal() == wxID_OK;
+        "It was asked for its hardware address and sent no reply. Without it packets for other subnets cannot be sent to the gateway in TAP mode.",
+        "&Use the entered value.", "&Let me fix the error.");
 }
 
 bool CDefaultGatewayDlg::Validate() {

@@ -2,6 +2,7 @@
 // User-interface thread.
 #pragma once
 
+#include <wx/button.h>
 #include <wx/dialog.h>
 #include <wx/sizer.h>
 
@@ -21,9 +22,14 @@ auto AddRow(wxSizer* rows, wxWindow* parent, const wxString& label, Make make,
 
 void AddLabel(wxSizer* rows, wxWindow* parent, const wxString& label);
 
+// Enables or disables a control of a row together with its label and the text after it.
+void EnableRow(wxWindow& control, bool enable);
+
 // Puts the content over the buttons and gives the dialog the size that both need. Enter is OK, Escape is
-// Cancel.
+// Cancel. On a screen that is too small for it the content scrolls.
 void FinishDialog(wxDialog& dialog, wxSizer* content, long buttons = wxOK | wxCANCEL | wxHELP);
+// The same with a row of other buttons, of which Enter presses `chosen`.
+void FinishDialog(wxDialog& dialog, wxSizer* content, wxBoxSizer& row, wxButton& chosen);
 
 template <typename Make>
 auto AddRow(wxSizer* rows, wxWindow* parent, const wxString& label, Make make, const wxString& behind) {

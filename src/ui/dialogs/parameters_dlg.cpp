@@ -1,5 +1,8 @@
 #include "ui/dialogs/parameters_dlg.h"
 
+#include <algorithm>
+#include <utility>
+
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/radiobut.h>
@@ -7,8 +10,12 @@
 #include <wx/statbox.h>
 #include <wx/stattext.h>
 
+#include "core/interface_helpers.h"
+#include "ui/dialogs/adapters_dlg.h"
 #include "ui/dialogs/dialog_layout.h"
+#include "widgets/accessible_name.h"
 #include "widgets/balloon.h"
+#include "widgets/control_hints.h"
 #include "widgets/entries/ip_address_ctrl.h"
 #include "widgets/entries/mac_entry_ctrl.h"
 #include "widgets/make_child.h"
@@ -34,6 +41,8 @@ constexpr int kTun1 = 1013;
 constexpr int kTap1 = 1014;
 constexpr int kTun2 = 1019;
 constexpr int kTap2 = 1020;
+constexpr int kAdapterList1 = 1034;
+constexpr int kAdapterList2 = 1035;
 } // namespace ids
 
 constexpr HelpTopic kModeTopic{321, "parameters.html#mode"};
@@ -74,6 +83,11 @@ constexpr ControlHelp kControlHelp[] = {
      L"Host Adapter MAC Address",
      L"Enter here the MAC address of the host adapter the interface is to use. Identify the adapter by either its IP address or its MAC address, but not both.",
      kAdapterTopic},
+    {{ids::kAdapterList1, ids::kAdapterList2},
+     6606,
+     L"List of Host Adapters",
+     L"Click here, or press F4 in the fields of the host adapter, to choose the adapter from a list instead of entering its address.",
+     kAdapterTopic},
     {{ids::kUseTwo},
      6207,
      L"Use Two Virtual Interfaces",
@@ -85,16 +99,18 @@ constexpr HelpTable kHelp{130, {320, "parameters.html"}, kControlHelp};
 
 // What differs between the two interfaces: numbers, and mnemonics, which must be unique in the dialog.
 struct InterfaceFacts {
-    int tun, tap, guestIp, guestMac, adapterIp, adapterMac;
+    int tun, tap, guestIp, guestMac, adapterIp, adapterMac, adapterList;
     const char *tunLabel, *tapLabel, *guestIpLabel, *guestMacLabel, *adapterIpLabel, *adapterMacLabel;
     const char* name; // for screen readers
 };
 
 constexpr std::array<InterfaceFacts, 2> kInterfaces = {{
-    {ids::kTun1, ids::kTap1, ids::kGuestIp1, ids::kGuestMac1, ids::kAdapterIp1, ids::kAdapterMac1, "T&un",
-     "&Tap", "&IP Address:", "&MAC Address:", "I&P Address:", "MAC A&ddress:", "interface 1"},
-    {ids::kTun2, ids::kTap2, ids::kGuestIp2, ids::kGuestMac2, ids::kAdapterIp2, ids::kAdapterMac2, "Tu&n",
-     "T&ap", "IP Add&ress:", "MA&C Address:", "IP Addr&ess:", "MAC Addre&ss:", "interface 2"},
+    {ids::kTun1, ids::kTap1, ids::kGuestIp1, ids::kGuestMac1, ids::kAdapterIp1, ids::kAdapterMac1,
+     ids::kAdapterList1, "T&un", "&Tap",
+     "&IP Address:", "&MAC Address:", "I&P Address:", "MAC A&ddress:", "interface 1"},
+    {ids::kTun2, ids::kTap2, ids::kGuestIp2, ids::kGuestMac2, ids::kAdapterIp2, ids::kAdapterMac2,
+     ids::kAdapterList2, "Tu&n", "T&ap",
+     "IP Add&ress:", "MA&C Address:", "IP Addr&ess:", "MAC Addre&ss:", "interface 2"},
 }};
 
 // The text to be checked: a partly filled control is neither blank nor an address.
@@ -123,9 +139,9 @@ CParametersDlg::CParametersDlg(wxWindow* parent, const HostNetwork& host, VnetxL
     content->Add(m_useTwo, wxSizerFlags().Border(wxTOP | wxBOTTOM, 2 * gap));
     content->Add(MakeInterface(1, " Virtual Interface #2:  (optional) "), wxSizerFlags().Expand());
     FinishDialog(*this, content);
-    // No mnemonic: the letters are used up, and Escape does the same.
+    // C is a field's. (Without a mnemonic the toolkit would take the button for its usual one, which has C.)
     if (wxWindow* const cancel = FindWindow(wxID_CANCEL)) {
-        cancel->SetLabel("Cancel");
+        cancel->SetLabel("Cance&l");
     }
     m_useTwo->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent&) { ApplyUse(); });
 }
@@ -135,8 +151,13 @@ wxSizer* CParametersDlg::MakeInterface(int index, const wxString& title) {
     const int gap = Gap(*this);
     auto* const group = MakeChild<wxStaticBoxSizer>(wxHORIZONTAL, this, title);
     wxWindow* const box = group->GetStaticBox();
-    group->Add(MakeGuest(index, box), wxSizerFlags(1).Expand().Border(wxALL, gap));
-    group->Add(MakeAdapter(index, box), wxSizerFlags(1).Expand().Border(wxALL, gap));
+    Spaces spaces;
+    group->Add(MakeGuest(index, box, spaces), wxSizerFlags(1).Expand().Border(wxALL, gap));
+    group->Add(MakeAdapter(index, box, spaces), wxSizerFlags(1).Expand().Border(wxALL, gap));
+    AlignRows(controls, spaces);
+    controls.box = box;
+    controls.guestIp->Bind(EVT_IP_ADDRESS_CHANGED,
+                           [this, &controls](wxCommandEvent&) { FollowGuestIp(controls); });
     controls.adapterIp->Bind(EVT_IP_ADDRESS_CHANGED,
                              [this, &controls](wxCommandEvent&) { OnAdapterIp(controls); });
     controls.adapterMac->Bind(wxEVT_TEXT, [this, &controls](wxCommandEvent& event) {
@@ -146,7 +167,7 @@ wxSizer* CParametersDlg::MakeInterface(int index, const wxString& title) {
     return group;
 }
 
-wxSizer* CParametersDlg::MakeGuest(int index, wxWindow* box) {
+wxSizer* CParametersDlg::MakeGuest(int index, wxWindow* box, Spaces& spaces) {
     const InterfaceFacts& facts = kInterfaces[static_cast<std::size_t>(index)];
     InterfaceControls& controls = m_interfaces[static_cast<std::size_t>(index)];
     const int gap = Gap(*this);
@@ -159,12 +180,16 @@ wxSizer* CParametersDlg::MakeGuest(int index, wxWindow* box) {
     controls.tap = MakeChild<wxRadioButton>(box, facts.tap, facts.tapLabel);
     mode->Add(controls.tun, wxSizerFlags().Border(wxRIGHT, 3 * gap));
     mode->Add(controls.tap);
-    guest->Add(mode, wxSizerFlags().Border(wxBOTTOM, 2 * gap));
+    guest->Add(mode);
+    spaces.aboveGuest = guest->AddSpacer(0);
     wxFlexGridSizer* const rows = MakeRows(*this);
     controls.guestIp = AddRow(
         rows, box, facts.guestIpLabel,
         [&] { return MakeChild<IpAddressCtrl>(box, facts.guestIp, "Guest IP address of " + name); },
         "(required)");
+    spaces.insideGuest = rows->AddSpacer(0);
+    rows->AddSpacer(0);
+    rows->AddSpacer(0);
     controls.guestMac = AddRow(
         rows, box, facts.guestMacLabel,
         [&] { return MakeChild<MacEntryCtrl>(box, facts.guestMac, "Guest MAC address of " + name); },
@@ -173,21 +198,37 @@ wxSizer* CParametersDlg::MakeGuest(int index, wxWindow* box) {
     return guest;
 }
 
-wxSizer* CParametersDlg::MakeAdapter(int index, wxWindow* group) {
+wxSizer* CParametersDlg::MakeAdapter(int index, wxWindow* group, Spaces& spaces) {
     const InterfaceFacts& facts = kInterfaces[static_cast<std::size_t>(index)];
     InterfaceControls& controls = m_interfaces[static_cast<std::size_t>(index)];
     const wxString name = facts.name;
 
     auto* const adapter = MakeChild<wxStaticBoxSizer>(wxVERTICAL, group, "Which host adapter to use:");
-    wxWindow* const box = adapter->GetStaticBox();
+    wxWindow* const box = spaces.adapterBox = adapter->GetStaticBox();
+    spaces.aboveAdapter = adapter->AddSpacer(0);
     wxFlexGridSizer* const rows = MakeRows(*this);
     controls.adapterIp = AddRow(
         rows, box, facts.adapterIpLabel,
         [&] { return MakeChild<IpAddressCtrl>(box, facts.adapterIp, "Host adapter IP address of " + name); },
         "(required)");
     rows->AddStretchSpacer();
-    rows->Add(MakeChild<wxStaticText>(box, wxID_ANY, "-- or --"), wxSizerFlags().CentreHorizontal());
-    rows->AddStretchSpacer();
+    rows->Add(MakeChild<wxStaticText>(box, wxID_ANY, "-- or --"), wxSizerFlags().Centre());
+    controls.list =
+        MakeChild<wxButton>(box, facts.adapterList, "...", wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+    controls.list->SetMinSize(wxSize(controls.list->GetBestSize().y, -1)); // not narrower than high
+    SetAccessibleName(*controls.list, "List of host adapters for " + name);
+    controls.list->SetToolTip("Choose from the adapters of this host (F4)");
+    controls.list->Bind(wxEVT_BUTTON, [this, &controls](wxCommandEvent&) { ChooseAdapter(controls); });
+    rows->Add(controls.list, wxSizerFlags().CentreVertical());
+    // The keys that open the list of a combo box.
+    box->Bind(wxEVT_CHAR_HOOK, [this, &controls](wxKeyEvent& event) {
+        const bool down = event.GetKeyCode() == WXK_DOWN && event.GetModifiers() == wxMOD_ALT;
+        if (down || (event.GetKeyCode() == WXK_F4 && !event.HasAnyModifiers())) {
+            ChooseAdapter(controls);
+        } else {
+            event.Skip();
+        }
+    });
     controls.adapterMac = AddRow(
         rows, box, facts.adapterMacLabel,
         [&] { return MakeChild<MacEntryCtrl>(box, facts.adapterMac, "Host adapter MAC address of " + name); },
@@ -196,9 +237,23 @@ wxSizer* CParametersDlg::MakeAdapter(int index, wxWindow* group) {
     return adapter;
 }
 
+void CParametersDlg::AlignRows(const InterfaceControls& controls, const Spaces& spaces) {
+    const int gap = Gap(*this);
+    int label = 0;
+    int border = 0;
+    spaces.adapterBox->GetBordersForSizer(&label, &border);
+    const int adapter = label + gap;
+    const int guest = controls.tun->GetBestSize().y;
+    const int top = std::max(guest + gap, adapter); // of the first rows
+    spaces.aboveGuest->AssignSpacer(0, top - guest);
+    spaces.aboveAdapter->AssignSpacer(0, top - adapter);
+    spaces.insideGuest->AssignSpacer(0, controls.list->GetBestSize().y);
+}
+
 void CParametersDlg::Fill(InterfaceControls& controls, const InterfaceParameters& parameters) {
     (parameters.tapMode ? controls.tap : controls.tun)->SetValue(true);
     controls.guestIp->SetText(parameters.guestIpText);
+    FollowGuestIp(controls);
     controls.guestMac->SetMac(parameters.guestMacText);
     const bool byAddress = controls.adapterIp->SetText(parameters.adapterIpText);
     controls.adapterMac->SetMac(byAddress ? std::wstring() : parameters.adapterMacText);
@@ -216,12 +271,42 @@ bool CParametersDlg::TransferDataToWindow() {
 void CParametersDlg::ApplyUse() {
     for (InterfaceControls& controls : m_interfaces) {
         const bool used = &controls == &m_interfaces[0] || m_useTwo->GetValue();
-        controls.tun->Enable(used);
-        controls.tap->Enable(used);
-        controls.guestIp->Enable(used);
-        controls.guestMac->Enable(used);
-        controls.adapterIp->Enable(used && TrimBlanks(controls.adapterMac->GetMac()).empty());
-        controls.adapterMac->Enable(used && controls.adapterIp->IsBlank());
+        controls.box->Enable(used); // with all in it, labels too
+        ShowLabelsAsEnabled(*controls.box);
+        EnableRow(*controls.guestIp, true);
+        EnableRow(*controls.guestMac, true);
+        EnableRow(*controls.adapterIp, TrimBlanks(controls.adapterMac->GetMac()).empty());
+        EnableRow(*controls.adapterMac, controls.adapterIp->IsBlank());
+    }
+}
+
+void CParametersDlg::FollowGuestIp(InterfaceControls& controls) {
+    const std::optional<Ipv4Address> ip = ParseIPAddress(controls.guestIp->GetText().ToStdWstring());
+    if (!ip) {
+        return; // it is being typed
+    }
+    const MacAddress before =
+        std::exchange(controls.ownMac, GuestMacOf(m_library, *ip)).value_or(MacAddress());
+    if (ParseMACAddress(controls.guestMac->GetMac()) == before) {
+        controls.guestMac->SetMac(FormatMACAddr(*controls.ownMac));
+    }
+}
+
+void CParametersDlg::ChooseAdapter(InterfaceControls& controls) {
+    const std::wstring ip = TextOf(*controls.adapterIp);
+    CAdaptersDlg picker(this, m_host, ip.empty() ? controls.adapterMac->GetMac() : ip);
+    if (picker.ShowModal() != wxID_OK) {
+        return;
+    }
+    if (const HostAdapter* const adapter = picker.Chosen()) {
+        const bool byIp = !adapter->address.IsZero();
+        controls.adapterIp->Clear();
+        controls.adapterMac->SetMac(byIp ? std::wstring() : FormatMACAddr(adapter->mac));
+        if (byIp) {
+            controls.adapterIp->SetText(FormatIPAddr(adapter->address));
+        }
+        ApplyUse();
+        (byIp ? static_cast<wxWindow*>(controls.adapterIp) : controls.adapterMac)->SetFocus();
     }
 }
 
@@ -230,7 +315,7 @@ void CParametersDlg::OnAdapterIp(InterfaceControls& controls) {
     if (!blank) {
         controls.adapterMac->SetMac(std::wstring());
     }
-    controls.adapterMac->Enable(blank);
+    EnableRow(*controls.adapterMac, blank);
 }
 
 void CParametersDlg::OnAdapterMac(InterfaceControls& controls) {
@@ -238,7 +323,7 @@ void CParametersDlg::OnAdapterMac(InterfaceControls& controls) {
     if (!empty) {
         controls.adapterIp->Clear();
     }
-    controls.adapterIp->Enable(empty);
+    EnableRow(*controls.adapterIp, empty);
 }
 
 InterfaceParameters CParametersDlg::Read(const InterfaceControls& controls) const {

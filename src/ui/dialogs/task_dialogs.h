@@ -1,5 +1,5 @@
-// The questions shown as task dialogs. One source per platform: the system's own on Windows, message
-// dialogs elsewhere. User-interface thread only.
+// The questions shown as task dialogs. One source per platform: the system's own on Windows, dialogs that
+// look like them elsewhere. User-interface thread only.
 #pragma once
 
 #include "guest/front_end.h"
@@ -19,5 +19,10 @@ inline constexpr int kDontSaveButton = 7;
 // "Do you want to save changes to %s?", with `name` put in. Cancel is the default button. Returns
 // kSaveButton, kDontSaveButton or kCancelButton; 0 if the dialog cannot be shown.
 int ShowSaveTaskDialog(wxWindow* parent, const wxString& name);
+
+// Asked for a gateway that does not answer. `fix` is the default button, and what Escape chooses. True if
+// the user chooses the button `use`.
+bool ShowGatewayTaskDialog(wxWindow* parent, const wxString& instruction, const wxString& content,
+                           const wxString& use, const wxString& fix);
 
 } // namespace vnxtest

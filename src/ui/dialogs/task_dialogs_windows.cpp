@@ -1,4 +1,5 @@
 // The parent's handle comes from the toolkit; everything else is the system's own dialog.
+#include <wx/msgdlg.h>
 #include <wx/window.h>
 
 #include <windows.h>
@@ -58,6 +59,16 @@ int ShowSaveTaskDialog(wxWindow* parent, const wxString& name) {
     config.pszMainInstruction = instruction.wc_str();
     int button = 0;
     return SUCCEEDED(TaskDialogIndirect(&config, &button, nullptr, nullptr)) ? button : 0;
+}
+
+bool ShowGatewayTaskDialog(wxWindow* parent, const wxString& instruction, const wxString& content,
+                           const wxString& use, const wxString& fix) {
+    // The toolkit's, which is the system's task dialog where there is one.
+    wxMessageDialog question(parent, instruction, kProductName,
+                             wxOK | wxCANCEL | wxCANCEL_DEFAULT | wxICON_WARNING | wxCENTRE);
+    question.SetExtendedMessage(content);
+    question.SetOKCancelLabels(use, fix);
+    return question.ShowModal() == wxID_OK;
 }
 
 } // namespace vnxtest

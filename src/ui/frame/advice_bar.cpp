@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <wx/arrstr.h>
 #include <wx/artprov.h>
 #include <wx/button.h>
 #include <wx/settings.h>
@@ -19,6 +20,8 @@ namespace vnxtest {
 namespace {
 
 constexpr int kHelpTopic = 397; // of the page with all findings
+constexpr int kLargestPart = 4; // of the window's height that the text takes: that part of it
+constexpr int kFewestLines = 2;
 
 wxBitmapBundle IconOf(Severity severity) {
     const wxArtID id = severity == Severity::Problem   ? wxART_ERROR
@@ -75,7 +78,7 @@ void CAdviceBar::ShowFirst() {
             m_text = text;
             m_icon->SetBitmap(IconOf(finding.severity));
             SetAccessibleName(*this, "Advice: " + m_text);
-            m_wrappedAt = 0;
+            m_wrappedAt = wxSize();
         }
     }
     if (show != IsShown()) {
@@ -87,15 +90,25 @@ void CAdviceBar::ShowFirst() {
     }
 }
 
-// The text takes as many lines as it needs beside the buttons, whose width does not change.
+// The text takes as many lines as it needs beside the buttons, whose width does not change. In a small window
+// its end is left out, and in the tool tip.
 void CAdviceBar::WrapText() {
-    const int width = m_label->GetSize().x;
-    if (!IsShown() || width <= 0 || width == m_wrappedAt) {
+    const wxSize room(m_label->GetSize().x, GetParent()->GetClientSize().y);
+    if (!IsShown() || room.x <= 0 || room == m_wrappedAt) {
         return;
     }
-    m_wrappedAt = width;
+    m_wrappedAt = room;
     m_label->SetLabelText(m_text);
-    m_label->Wrap(width);
+    m_label->Wrap(room.x);
+    wxArrayString lines = wxSplit(m_label->GetLabelText(), '\n', '\0');
+    const int most = std::max(kFewestLines, room.y / kLargestPart / m_label->GetCharHeight());
+    const bool cut = lines.size() > static_cast<std::size_t>(most);
+    if (cut) {
+        lines.resize(static_cast<std::size_t>(most));
+        // The last word makes room for the dots.
+        m_label->SetLabelText(wxJoin(lines, '\n', '\0').BeforeLast(' ') + "...");
+    }
+    m_label->SetToolTip(cut ? m_text : wxString());
     // Its longest line is no reason for the window to be wide.
     m_label->SetMinSize(wxSize(1, m_label->GetBestSize().y));
     GetParent()->Layout();

@@ -34,8 +34,8 @@ private:
 
     Findings m_findings; // without those put away
     std::set<std::pair<std::string, int>> m_dismissed;
-    wxString m_text; // as shown, before it is wrapped
-    int m_wrappedAt = 0;
+    wxString m_text;    // as shown, before it is wrapped
+    wxSize m_wrappedAt; // the width of the text, the height of the window
     wxStaticBitmap* m_icon = nullptr;
     wxStaticText* m_label = nullptr;
 };

@@ -12,6 +12,9 @@ namespace vnxtest {
 // The numbers of the panes in the client area, for the help.
 namespace frame_control {
 inline constexpr int kChartPane = 1040;
+inline constexpr int kNewLines = 1045;
+inline constexpr int kAdviceBar = 1046;
+inline constexpr int kFullReportBar = 1047;
 inline constexpr int kOutputPane = 0xE900;
 } // namespace frame_control
 

@@ -33,9 +33,38 @@ constexpr std::array kEditItems = {
 
 constexpr std::array kViewItems = {
     Item{kCmdShowPingChart, "Ping &chart", "Show or hide the chart of the ping test", wxITEM_CHECK},
+    Item{kCmdCopyChart, "Cop&y chart as picture\tCtrl+Shift+C",
+         "Put a picture of the chart on the Clipboard"},
+    Item{kCmdSaveChart, "Sa&ve chart as...\tCtrl+Shift+S",
+         "Save the chart as a picture, or its pings as a table"},
+    Item{kCmdExportTest, "&Export last ping test...\tCtrl+E",
+         "Save the results of the last ping test as JSON or text"},
     kSeparator,
     Item{kCmdCaptureToFile, "Capture to &file...", "Capture the frames of the guest's next start to a file",
          wxITEM_CHECK},
+    kSeparator,
+    Item{kCmdFollowEnd, "Follow &new lines\tCtrl+End",
+         "Go to the end of the report and follow what is added"},
+    Item{kCmdFindPrevious, "Find &previous\tShift+F3", "Find the previous occurrence of the specified text"},
+    kSeparator,
+    Item{kCmdZoomIn, "Zoom &in\tCtrl++", "Show the report in larger letters"},
+    Item{kCmdZoomOut, "Zoom &out\tCtrl+-", "Show the report in smaller letters"},
+    Item{kCmdNormalSize, "Normal &size\tCtrl+0", "Show the report in letters of the usual size"},
+};
+
+// Their keys work while the chart has the focus, so they are no accelerators.
+constexpr std::array kChartItems = {
+    Item{kCmdChartZoomIn, "Zoom &in (+)", "Show fewer pings, and each of them larger"},
+    Item{kCmdChartZoomOut, "Zoom &out (-)", "Show more pings"},
+    Item{kCmdChartShowAll, "Show &all (0)", "Show all pings of the test"},
+    Item{kCmdChartLogarithmic, "&Logarithmic times (L)", "Show short and long round trips beside each other",
+         wxITEM_CHECK},
+    kSeparator,
+    kViewItems[1],
+    kViewItems[2],
+    kViewItems[3],
+    kSeparator,
+    kViewItems[0],
 };
 
 constexpr std::array kTestItems = {
@@ -96,11 +125,21 @@ std::unique_ptr<wxMenu> MakeContextMenu(bool canCopy) {
     return menu;
 }
 
+std::unique_ptr<wxMenu> MakeChartMenu() {
+    return MakeMenu(kChartItems);
+}
+
 wxAcceleratorTable MakeAccelerators() {
     const std::array entries = {
         wxAcceleratorEntry(wxACCEL_CTRL, WXK_INSERT, WindowId(kCmdCopy)),
         wxAcceleratorEntry(wxACCEL_CTRL, 'N', WindowId(kCmdNew)),
         wxAcceleratorEntry(wxACCEL_CTRL, 'O', WindowId(kCmdOpen)),
+        // Ctrl++ where the plus is above that sign, with Shift and without, and of the number pad.
+        wxAcceleratorEntry(wxACCEL_CTRL, '=', WindowId(kCmdZoomIn)),
+        wxAcceleratorEntry(wxACCEL_CTRL | wxACCEL_SHIFT, '=', WindowId(kCmdZoomIn)),
+        wxAcceleratorEntry(wxACCEL_CTRL, WXK_NUMPAD_ADD, WindowId(kCmdZoomIn)),
+        wxAcceleratorEntry(wxACCEL_CTRL, WXK_NUMPAD_SUBTRACT, WindowId(kCmdZoomOut)),
+        wxAcceleratorEntry(wxACCEL_CTRL, WXK_NUMPAD0, WindowId(kCmdNormalSize)),
         wxAcceleratorEntry(wxACCEL_NORMAL, WXK_F6, WindowId(kCmdNextPane)),
         wxAcceleratorEntry(wxACCEL_SHIFT, WXK_F6, WindowId(kCmdPreviousPane)),
         wxAcceleratorEntry(wxACCEL_NORMAL, WXK_ESCAPE, WindowId(kCmdEscape)),

@@ -16,6 +16,9 @@ std::unique_ptr<wxMenuBar> MakeMainMenu();
 // The menu of the right mouse button in the output view. "Copy" is disabled unless `canCopy`.
 std::unique_ptr<wxMenu> MakeContextMenu(bool canCopy);
 
+// The menu of the right mouse button in the chart.
+std::unique_ptr<wxMenu> MakeChartMenu();
+
 // Appends an item for `command`, whatever its number.
 void AppendCommand(wxMenu& menu, Command command, const wxString& label, const wxString& prompt = {},
                    wxItemKind kind = wxITEM_NORMAL);

@@ -25,7 +25,11 @@ CPanes::CPanes(wxWindow* parent, const PingHistory& history, Profile& profile)
       m_chart(MakeChild<CPingChart>(this, history)) {
     // The chart keeps its height when the window is resized; the text gets the rest.
     SetSashGravity(1.0);
-    SetMinimumPaneSize(4 * m_chart->GetCharHeight());
+    SetMinimumPaneSize(m_chart->GetBestSize().y);
+    Bind(wxEVT_SPLITTER_SASH_POS_CHANGING, [this](wxSplitterEvent& event) {
+        m_dragged = true;
+        event.Skip();
+    });
     m_chart->Hide();
     Initialize(m_text);
     if (m_profile.ReadNumber(kShowChart, 1) != 0) {
@@ -34,7 +38,20 @@ CPanes::CPanes(wxWindow* parent, const PingHistory& history, Profile& profile)
 }
 
 void CPanes::Split() {
-    SplitHorizontally(m_text, m_chart, -m_chart->GetBestSize().y);
+    SplitHorizontally(m_text, m_chart, -ChartHeight());
+}
+
+// The text keeps the larger part of a small window.
+int CPanes::ChartHeight() const {
+    const int most = std::max(GetClientSize().y * 9 / 20, GetMinimumPaneSize());
+    return std::min(m_chart->GetBestSize().y, most);
+}
+
+void CPanes::ShowTest() {
+    m_chart->ShowTest();
+    if (IsSplit() && !m_dragged) {
+        SetSashPosition(-ChartHeight());
+    }
 }
 
 void CPanes::ShowChart(bool show) {

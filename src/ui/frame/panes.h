@@ -21,15 +21,19 @@ public:
     bool IsChartShown() const { return IsSplit(); }
     // Shows or hides the chart, and stores the choice.
     void ShowChart(bool show);
+    // A new test begins: the chart shows it, with room for it unless the user gave it its height.
+    void ShowTest();
     // Moves the focus to the other pane. There are two at most, so both directions are the same.
     void FocusNextPane();
 
 private:
     void Split();
+    int ChartHeight() const;
 
     Profile& m_profile;
     COutputText* m_text;
     CPingChart* m_chart;
+    bool m_dragged = false; // the user gave the chart its height
 };
 
 } // namespace vnxtest

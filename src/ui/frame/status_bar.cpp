@@ -27,6 +27,12 @@ void CStatusBar::Tell(const wxString& message) {
     }
 }
 
+void CStatusBar::TakeBack(const wxString& message) {
+    if (m_message == message) {
+        Tell(wxString());
+    }
+}
+
 void CStatusBar::TellStanding(const wxString& message) {
     if (m_standing != message) {
         m_standing = message;

@@ -18,6 +18,8 @@ public:
 
     // Shows a message for six seconds; an empty one removes the last at once.
     void Tell(const wxString& message);
+    // Removes a message that does not hold any more, if it is still shown.
+    void TakeBack(const wxString& message);
     // Shows a message while there is no other, until an empty one replaces it.
     void TellStanding(const wxString& message);
     // Shows how far a capture has come, in a field of its own behind the others.
