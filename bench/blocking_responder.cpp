@@ -15,12 +15,12 @@
 #include <net/if.h>
 #include <sys/socket.h>
 
+#include "mac_text.h"
+
 int main(int argc, char** argv) {
     in_addr ip{};
     std::array<unsigned char, ETH_ALEN> mac{};
-    if (argc != 4 || inet_aton(argv[2], &ip) == 0 ||
-        std::sscanf(argv[3], "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4],
-                    &mac[5]) != 6) {
+    if (argc != 4 || inet_aton(argv[2], &ip) == 0 || !ReadMac(argv[3], mac.data())) {
         std::fputs("blocking_responder INTERFACE IP MAC\n", stderr);
         return 2;
     }

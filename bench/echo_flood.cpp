@@ -1,8 +1,8 @@
-// Floods one host with ICMP echo requests (RFC 792), a fixed number of them outstanding, and counts the
-// replies. ping -f takes more time itself than the answering side; this takes one system call a batch, so
-// that it measures the other side.
+// Floods one host with ICMP echo requests (RFC 792), or several in turn, a fixed number of them outstanding,
+// and counts the replies. ping -f takes more time itself than the answering side; this takes one system call
+// a batch, so that it measures the other side.
 //
-// echo_flood INTERFACE SOURCE-IP TARGET-IP TARGET-MAC COUNT OUTSTANDING
+// echo_flood INTERFACE SOURCE-IP TARGET-IP TARGET-MAC COUNT OUTSTANDING [TARGET-IP TARGET-MAC]...
 // Prints: sent received seconds. Needs CAP_NET_RAW.
 
 #include <algorithm>
@@ -25,6 +25,8 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "mac_text.h"
 
 namespace {
 
@@ -147,13 +149,10 @@ struct Flooded {
     std::chrono::duration<double> taken{}; // to the last reply
 };
 
-// `count` requests, of which `outstanding` are on their way at a time.
-Flooded Flood(int raw, const Frame& request, unsigned long count, unsigned long outstanding) {
+// `count` requests, each of `requests` in turn, of which `outstanding` are on their way at a time.
+Flooded Flood(int raw, const std::vector<Frame>& requests, unsigned long count, unsigned long outstanding) {
     Batch sending;
     Batch receiving;
-    for (std::size_t i = 0; i < kBatch; ++i) {
-        sending.At(i) = request;
-    }
 
     unsigned long sent = 0;
     unsigned long received = 0;
@@ -164,6 +163,7 @@ Flooded Flood(int raw, const Frame& request, unsigned long count, unsigned long 
             std::min<unsigned long>({outstanding - (sent - received), count - sent, kBatch});
         if (due > 0) {
             for (unsigned long i = 0; i < due; ++i) {
+                sending.At(i) = requests[(sent + i) % requests.size()];
                 SetSequence(sending.At(i), static_cast<std::uint16_t>(sent + i));
             }
             const int written = sendmmsg(raw, sending.Messages(), static_cast<unsigned>(due), 0);
@@ -192,26 +192,32 @@ Flooded Flood(int raw, const Frame& request, unsigned long count, unsigned long 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 7) {
-        std::fputs("echo_flood INTERFACE SOURCE-IP TARGET-IP TARGET-MAC COUNT OUTSTANDING\n", stderr);
+    constexpr int kFirstTarget = 3;
+    constexpr int kFurtherTargets = 7;
+    if (argc < kFurtherTargets || (argc - kFurtherTargets) % 2 != 0) {
+        std::fputs(
+            "echo_flood INTERFACE SOURCE-IP TARGET-IP TARGET-MAC COUNT OUTSTANDING [TARGET-IP TARGET-MAC]...\n",
+            stderr);
         return 2;
     }
-    unsigned char sourceMac[ETH_ALEN] = {};
-    unsigned char targetMac[ETH_ALEN] = {};
-    in_addr source{};
-    in_addr target{};
-    const bool good = inet_aton(argv[2], &source) != 0 && inet_aton(argv[3], &target) != 0 &&
-                      std::sscanf(argv[4], "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &targetMac[0], &targetMac[1],
-                                  &targetMac[2], &targetMac[3], &targetMac[4], &targetMac[5]) == 6;
     const unsigned long count = std::strtoul(argv[5], nullptr, 10);
     const unsigned long outstanding = std::strtoul(argv[6], nullptr, 10);
-    if (!good || count == 0 || outstanding == 0) {
+    in_addr source{};
+    bool good = inet_aton(argv[2], &source) != 0 && count != 0 && outstanding != 0;
+    unsigned char sourceMac[ETH_ALEN] = {};
+    const int raw = OpenSocket(argv[1], sourceMac);
+    std::vector<Frame> requests;
+    for (int at = kFirstTarget; at < argc; at = at == kFirstTarget ? kFurtherTargets : at + 2) {
+        in_addr target{};
+        unsigned char mac[ETH_ALEN] = {};
+        good = good && inet_aton(argv[at], &target) != 0 && ReadMac(argv[at + 1], mac);
+        requests.push_back(MakeFrame(sourceMac, mac, source, target));
+    }
+    if (!good) {
         std::fputs("echo_flood: an address or a number cannot be read\n", stderr);
         return 2;
     }
-    const int raw = OpenSocket(argv[1], sourceMac);
-    const Frame request = MakeFrame(sourceMac, targetMac, source, target);
-    const Flooded flooded = Flood(raw, request, count, outstanding);
+    const Flooded flooded = Flood(raw, requests, count, outstanding);
     std::printf("%lu %lu %.6f\n", flooded.sent, flooded.received, flooded.taken.count());
     close(raw);
     return 0;

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""How long a start takes: `vnxtest-cli report` until it ends and, with --window, the window until it is shown and its
-report is there. The ARP probe of the default gateway is reported apart.
+"""How long a start takes: `vnxtest-cli report` until it ends, with its probes and without a network, and `script/run` on a
+built tree; with --window, the window until it is shown and its report is there.
 """
 
 import argparse
@@ -16,6 +16,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
 sys.dont_write_bytecode = True
 
 ROUNDS = 11
+RUN = pathlib.Path(__file__).resolve().parent.parent / "script" / "run"
 
 
 def milliseconds_of(*command):
@@ -25,7 +26,7 @@ def milliseconds_of(*command):
 
 
 def said(name, values):
-    print(f"{name}: {statistics.median(values):.0f} ms (median of {len(values)}; {min(values):.0f} to {max(values):.0f})")
+    print(f"{name}: {statistics.median(values):.0f} ms (median of {len(values)}; {min(values):.0f} to {max(values):.0f})", flush=True)
 
 
 def window_times(desktop, program):
@@ -53,12 +54,18 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("program", nargs="?", help="vnxtest-cli")
     parser.add_argument("--window", help="vnxtest")
+    parser.add_argument("--no-network", action="store_true", help=argparse.SUPPRESS)  # this is in a namespace without one
     options = parser.parse_args()
+    if options.no_network:
+        said("vnxtest-cli report, without a network", [milliseconds_of(options.program, "report") for _ in range(ROUNDS)])
+        return 0
     if options.program:
+        said("vnxtest-cli --version", [milliseconds_of(options.program, "--version") for _ in range(ROUNDS)])
         said("vnxtest-cli report, with its probes", [milliseconds_of(options.program, "report") for _ in range(ROUNDS)])
         if os.geteuid() == 0:  # nothing to probe, and no adapter but the loopback
-            said("vnxtest-cli report, without a network",
-                 [milliseconds_of("unshare", "--net", options.program, "report") for _ in range(ROUNDS)])
+            subprocess.run(["unshare", "--net", sys.executable, "-B", __file__, options.program, "--no-network"], check=True)
+        milliseconds_of(RUN, "--version")  # not counted: it may have to build
+        said("script/run --version, on a built tree", [milliseconds_of(RUN, "--version") for _ in range(ROUNDS)])
     if options.window:
         from lab.desktop import Desktop, missing
         if missing():
