@@ -20,6 +20,13 @@ except ImportError:
 
 HERE = pathlib.Path(__file__).parent
 TOOLS = ("Xvfb", "openbox", "xdotool", "xprop", "dbus-daemon", "import")
+# Complaints of the toolkit of itself, both of the help book's window, which is the toolkit's own.
+TOOLKITS_OWN = (
+    # It lays out the list of contents once before the window has its size.
+    "gtk_box_gadget_distribute: assertion 'size >= 0' failed in GtkScrollbar",
+    # A page that is removed tells screen readers that it is gone, and they ask for its label.
+    "gtk_notebook_get_tab_label: assertion 'list != NULL' failed",
+)
 WINDOW_ROLES = ("frame", "dialog", "alert", "file chooser")
 
 
@@ -43,8 +50,10 @@ def wait(condition, what, seconds=60):
 class Desktop:
     """The display; as a context manager it ends everything that was started on it."""
 
-    def __init__(self, size="1280x1000", scale=None, theme=None):
-        self.size, self.look = size, {"GDK_DPI_SCALE": scale or "1", "GTK_THEME": theme or "Adwaita"}
+    def __init__(self, size="1280x1000", scale=None, theme=None, look=None):
+        """`look`: more of the environment that the toolkit takes its looks from."""
+        self.size = size
+        self.look = {"GDK_DPI_SCALE": scale or "1", "GTK_THEME": theme or "Adwaita", **(look or {})}
         self.processes = []
 
     def __enter__(self):
@@ -112,6 +121,13 @@ class Desktop:
         self.xdotool("click", 1)
         time.sleep(0.1)
 
+    def noise(self):
+        """What the toolkit's libraries complained of on the standard error of the programs."""
+        log = self.path / "program.log"
+        found = re.findall(r".*-(?:WARNING|CRITICAL|ERROR) \*\*.*",
+                           log.read_text(errors="replace") if log.exists() else "")
+        return [line for line in found if not line.endswith(TOOLKITS_OWN)]
+
     def screenshot(self, path):
         subprocess.run(["import", "-window", "root", str(path)], env=self.env, check=True)
         return path
@@ -135,10 +151,10 @@ class Control:
 
     role = property(lambda self: ROLES.get(name := self.ask(lambda it: it.getRoleName(), ""), name))
     name = property(lambda self: self.ask(lambda it: it.name, ""))
-    active, showing, enabled, checked, focused = (
+    active, showing, enabled, checked, focused, selected = (
         property(lambda self, state=f"STATE_{name}": self.ask(
             lambda it: it.getState().contains(getattr(pyatspi, state)), False))
-        for name in ("ACTIVE", "SHOWING", "SENSITIVE", "CHECKED", "FOCUSED"))
+        for name in ("ACTIVE", "SHOWING", "SENSITIVE", "CHECKED", "FOCUSED", "SELECTED"))
     text = property(lambda self: self.accessible.queryText().getText(0, -1))
     place = property(lambda self: self.accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS))
 
@@ -194,6 +210,7 @@ class Program:
                                      stderr=self.log)
         self.root = wait(self.find_root, "the program is on the accessibility bus")
         self.frame = self.root.find("frame")
+        self.activate()
         self.wait_enabled('Start "Vantor"...')  # commands can be chosen when the report is written
 
     def find_root(self):
@@ -210,6 +227,18 @@ class Program:
         self.process.kill()
         self.process.wait()
         self.log.close()
+
+    def activate(self):
+        """Gives the keys to the new window, should the window manager have been too busy to do so when it came."""
+        def active():
+            if self.frame.active or self.dialogs():
+                return True
+            time.sleep(1)
+            if not self.frame.active:
+                with contextlib.suppress(subprocess.CalledProcessError):  # there is no such window yet
+                    self.desktop.xdotool("search", "--onlyvisible", "--name", " - VNXTest$", "windowactivate")
+            return False
+        wait(active, "the window is active")
 
     def wait_active(self):
         """Waits until the main window has the keys: one that is pressed before goes nowhere."""
@@ -276,7 +305,7 @@ class Program:
 
     def status(self):
         """What the status bar shows."""
-        return next(panel.name for panel in self.frame.select("panel") if panel.name.startswith("Status bar"))
+        return next((panel.name for panel in self.frame.select("panel") if panel.name.startswith("Status bar")), "")
 
     def start_guest(self):
         self.choose_dialog("t", 'Start "Vantor"...', "VNXTest64UD Parameters")
