@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """The help book as it lies in the tree: every topic of the program, every link and every picture is there, every
-page can be reached, what the menu and the report's boxes name is in it, and the helper alone is given rights:
-test_help_book.py BOOK SOURCES."""
+page can be reached, what the menu and the report's boxes name is in it, each command with its key, each control of
+a dialog has a text, the documents' links lead to files, and the helper alone is given rights: test_help_book.py BOOK SOURCES."""
 
+import html
 import pathlib
 import re
 import sys
@@ -64,7 +65,28 @@ findings = re.findall(r'^    \{"([a-z-]+)", Severity::', (sources / "advice" / "
 expect(len(findings) > 1, f"only {len(findings)} findings")
 for finding in findings:
     check_link("advice", f"advice.html#{finding}")
-for place in ("save exit copy select_all find find_next start_guest start_ping stop_ping stop_guest buffer_sizes gateway "
-              "redetect socket_notify debug_flags show_chart help about").split():
-    check_link("menu", f"menu_commands.html#{place}")
+
+commands, keys = html.unescape(files["menu_commands.html"]), html.unescape(files["keys.html"])
+items = re.findall(r'Item\{\w+, "((?:\\.|[^"\\])*)",\s*"', (sources / "ui/frame/menus.cpp").read_text())
+expect(len(items) > 30, f"only {len(items)} items of menus")
+for item in items:
+    label, _, key = re.sub(r"\\(?!t)", "", item).replace("&", "").partition(r"\t")
+    # What stands in the chart's own menu has its key behind it.
+    own = re.fullmatch(r"(.*) \((.)\)", label)
+    expect(own or f"<b>{label}</b>" in commands, f"{label} is not on the page of the commands")
+    expect(not key or re.search(rf"\b{re.escape(key)}(?=[,<])", keys), f"{label}: {key} is not on the page of the keys")
+    expect(not own or f"<tr><td>{own[2]}" in keys or f" {own[2]}, wheel<" in keys, f"{label} is not on the page of the keys")
+indexed = re.findall('name="Local" value="([^"]*)"', index)
+for paragraph in re.findall("<p>(<a name=.*?)</p>", commands, re.S):
+    ways = [f"menu_commands.html#{name}" for name in re.findall('<a name="([^"]*)"', paragraph)]
+    expect(set(ways + re.findall('href="([^"]*)"', paragraph)) & set(indexed), f"the index does not lead to {ways}")
+for path in sorted((sources / "ui").rglob("*.cpp")):
+    text = path.read_text()
+    numbers = re.search(r"^namespace ids \{$(.*?)^\}", text, re.M | re.S)
+    explained = re.findall(r"ids::\w+", " ".join(re.findall(r"^    \{\{(ids::[^}]*)\}", text, re.M)))
+    for number in re.findall(r"int (k\w+)", numbers[1] if numbers else ""):
+        expect(f"ids::{number}" in explained, f"{path.name}: {number} has no text that explains it")
+for document in (sources.parent / "README.md", *(sources.parent / "docs").glob("*.md")):
+    for link in re.findall(r"\]\(([^)#:]+)", document.read_text()):
+        expect((document.parent / link).exists(), f"{document.name} leads to {link}")
 sys.exit("\n".join(faults) or 0)
