@@ -1,5 +1,7 @@
 #include "widgets/control_hints.h"
 
+#include <memory>
+
 #include <gtk/gtk.h>
 #include <wx/button.h>
 #include <wx/dialog.h>
@@ -102,11 +104,11 @@ void FitBeside(wxSpinButton&, const wxWindow&) {}
 // A control that gets another parent is hidden until the program is idle: keys that come before would go to
 // one that is hidden, and nowhere.
 void ShowScrolledAtOnce(wxDialog& dialog) {
-    static const bool kIsSet = [] {
-        wxDialog::SetLayoutAdapter(MakeChild<ScrollingLayout>()); // the toolkit destroys it
-        return true;
-    }();
-    static_cast<void>(kIsSet);
+    // The toolkit destroys the one that is set when it ends.
+    static wxDialogLayoutAdapter* const kScrolling = MakeChild<ScrollingLayout>();
+    if (wxDialog::GetLayoutAdapter() != kScrolling) {
+        const std::unique_ptr<wxDialogLayoutAdapter> usual(wxDialog::SetLayoutAdapter(kScrolling));
+    }
     dialog.Bind(wxEVT_SHOW, [&dialog](wxShowEvent& event) {
         ShowNow(dialog);
         event.Skip();

@@ -68,7 +68,7 @@ std::string VisibleUtf8(std::wstring lines) {
     std::string out(lines.size(), '\0');
     std::uint32_t odd = 0; // without a branch in the loop, which then works on several characters at once
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        const auto code = static_cast<std::uint32_t>(lines[i]);
+        const std::uint32_t code = static_cast<char32_t>(lines[i]);
         odd |=
             static_cast<std::uint32_t>(code - 0x20 > 0x7E - 0x20) & static_cast<std::uint32_t>(code != '\n');
         out[i] = static_cast<char>(code);
