@@ -20,6 +20,8 @@ constexpr milliseconds kPatience{250};
 constexpr milliseconds kStall{20};
 constexpr unsigned kStallsInARow = 3;
 constexpr std::chrono::microseconds kShortestPause{100};
+// At the rate: a wake-up costs as much as several pings, so that the pings of this time go together.
+constexpr std::chrono::microseconds kRatePause{1000};
 constexpr milliseconds kLongestPause{10};
 
 // A slot of the ring: the frame and the driver's header before it.
@@ -111,7 +113,7 @@ Pace::Clock::duration Pace::Wait(std::size_t sent, Clock::time_point now) {
         return {};
     }
     if (now < m_next) {
-        return std::clamp<Clock::duration>(m_next - now, kShortestPause, std::chrono::milliseconds(1));
+        return kRatePause; // what is late by then is sent together
     }
     // A sender that was delayed itself catches up, but with no more pings than are free.
     m_next = std::max(m_next, now - m_interval * static_cast<Clock::rep>(m_free)) + m_interval;
