@@ -113,7 +113,9 @@ Pace::Clock::duration Pace::Wait(std::size_t sent, Clock::time_point now) {
         return {};
     }
     if (now < m_next) {
-        return kRatePause; // what is late by then is sent together
+        // What is late by then is sent together. Where replies take less than that, they may free the way
+        // sooner.
+        return roundTrip == 0 ? Clock::duration(kShortestPause) : kRatePause;
     }
     // A sender that was delayed itself catches up, but with no more pings than are free.
     m_next = std::max(m_next, now - m_interval * static_cast<Clock::rep>(m_free)) + m_interval;

@@ -2,8 +2,9 @@
 //
 // A thread that sends without a pause holds the lock nearly all the time and gives it up for an instant:
 // with an ordinary mutex it would take the lock back before a waiter has woken up. Waiters spin, then
-// sleep; threads that have waited long go first. The lock is not handed over in the order of asking: with
-// busy processors all would wait for a next thread that does not run.
+// sleep; whoever comes gives way to one that spins, for about a microsecond, and to one that has waited
+// long. The lock is not handed over in the order of asking: with busy processors all would wait for a next
+// thread that does not run.
 #pragma once
 
 #include <atomic>
@@ -27,8 +28,11 @@ private:
     // Spins for a while; true if it took the lock. With `standsBack` threads that have waited long go
     // first.
     bool SpinToLock(bool standsBack);
+    bool Spin(bool standsBack);
+    void GiveWay() const;
 
     std::atomic<std::uint32_t> m_held{0};
+    std::atomic<std::uint32_t> m_spinning{0};    // threads that spin
     std::atomic<std::uint32_t> m_waitingLong{0}; // threads that have waited long
 };
 
