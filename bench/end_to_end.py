@@ -30,7 +30,7 @@ from wire import BARE_LOOP, BLOCKING_LOOP, HOST, TAP_GUEST, TAP_MAC, TUN_GUEST, 
 SKIPPED = 77
 ECHOES = {1: 50000, 64: 200000, 256: 200000}  # by how many are outstanding
 PINGS = 65535
-SUBJECTS = ("answering", "capturing", "pinging", "outstanding")
+SUBJECTS = ("answering", "capturing", "pinging", "outstanding", "libraries")
 GUESTS = {"TAP": ("tap", TAP_GUEST, TAP_MAC), "TUN": ("tun", TUN_GUEST, TUN_MAC)}
 
 
@@ -121,6 +121,33 @@ class Comparison:
         if " TAP " in name:
             found[name.replace("TAP guest", "bare loop") + " / kernel"] = ratios.ratio(seconds["bare loop"], seconds["kernel"])
         return found
+
+    def libraries(self):
+        """The other libraries beside the built-in `pcap`: the same code bound by name, and the kernel's own device,
+        whose frames the host routes. Guests of their own, each only while it is measured."""
+        outstanding = 64
+        count = ECHOES[outstanding]
+        self.wire.route_to_guests()
+
+        def flood(library, mode, ip, mac, frames_to):
+            guest, log = self.wire.start_guest(mode, ip, mac, library=library)
+            try:
+                self.wire.flood(ip, frames_to, count // 10, outstanding)
+                return self.wire.flood(ip, frames_to, count, outstanding)
+            finally:
+                guest.stop()
+                log.close()
+
+        bound = self.wire.programs / "Vnetx64UD.so"
+        seconds = self.interleave(f"{count} echoes, {outstanding} outstanding, by library", {
+            "kernel": lambda: self.wire.flood(HOST, self.wire.host_mac, count, outstanding),
+            "pcap, TAP": lambda: flood("pcap", *GUESTS["TAP"], TAP_MAC),
+            "bound by name, TAP": lambda: flood(bound, *GUESTS["TAP"], TAP_MAC),
+            "tun, TUN": lambda: flood("tun", *GUESTS["TUN"], self.wire.host_mac),
+        })
+        name = f"echo, {outstanding} outstanding:"
+        return {f"{name} bound by name / built in": ratios.ratio(seconds["bound by name, TAP"], seconds["pcap, TAP"]),
+                f"{name} tun TUN guest / kernel": ratios.ratio(seconds["tun, TUN"], seconds["kernel"])}
 
     def capturing(self):
         """What a capture costs a guest, each time with a guest and a file of its own, and what the file lacks."""

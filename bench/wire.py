@@ -63,11 +63,11 @@ class Wire:
 
     # The answering side -------------------------------------------------------------------------
 
-    def start_guest(self, mode, ip, mac, *extra):
+    def start_guest(self, mode, ip, mac, *extra, library="pcap"):
         """A guest that answers; its document goes to a file, as a flood's does."""
         log = open(os.path.join(self.scratch.name, f"{mode}-{ip}.txt"), "wb")
         guest = lab_guest.Guest(
-            ["run", "--library", "pcap", "--mode", mode, "--adapter", HOST, "--guest-ip", ip, "--guest-mac", mac,
+            ["run", "--library", library, "--mode", mode, "--adapter", HOST, "--guest-ip", ip, "--guest-mac", mac,
              "--gateway", PEER, "--no-report", *extra], namespace=self.host, output=log)
         for _ in range(50):
             if self.peer.run("ping", "-M", "dont", "-c", "1", "-W", "1", ip).returncode == 0:
@@ -89,6 +89,11 @@ class Wire:
             process.kill()
             process.wait()
             process.stdout.close()
+
+    def route_to_guests(self):
+        """The host passes on what comes for a guest of the `tun` library, and answers ARP for it."""
+        self.host.write("net/ipv4/ip_forward", 1)
+        self.host.write("net/ipv4/conf/all/proxy_arp", 1)
 
     # The pinging side -----------------------------------------------------------------------------------
 

@@ -7,8 +7,6 @@
 #include <net/if_arp.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include "open/ask_helper.h"
 #include "open/packet_socket.h"
@@ -17,6 +15,7 @@
 #include "vnetx/pcap/packet_ring_linux.h"
 #include "wrenlib/descriptor_linux.h"
 #include "wrenlib/text.h"
+#include "wrenlib/uncancelled_linux.h"
 
 namespace vnxtest {
 namespace {
@@ -137,9 +136,8 @@ private:
     }
 
     int TrySend(const void* frame, std::uint32_t length) override {
-        // Not by the library's function: it is a cancellation point, which takes two locked instructions.
-        const long sent = syscall(SYS_sendto, m_socket.Get(), frame, length, MSG_DONTWAIT, nullptr, 0);
-        if (sent == static_cast<long>(length)) {
+        const ssize_t sent = uncancelled::Send(m_socket.Get(), frame, length, MSG_DONTWAIT);
+        if (sent == static_cast<ssize_t>(length)) {
             return 0;
         }
         if (sent >= 0) {

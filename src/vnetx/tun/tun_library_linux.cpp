@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include <unistd.h>
-
 #include "netlink/links.h"
 #include "packets/ethernet.h"
 #include "packets/ipv4_packet.h"
@@ -18,6 +16,7 @@
 #include "vnetx/tun/proxy_arp_linux.h"
 #include "vnetx/tun/tun_device_linux.h"
 #include "vnetx/watch/adapter_watch.h"
+#include "wrenlib/uncancelled_linux.h"
 
 namespace vnxtest {
 namespace {
@@ -142,7 +141,7 @@ private:
         // A small buffer would get a truncated frame, so it is read into a spare one first.
         const bool direct = buffer.size() >= m_largestFrame;
         const std::span<std::uint8_t> into = direct ? buffer : std::span<std::uint8_t>(m_spare);
-        const ssize_t got = read(m_device.Get(), into.data(), into.size());
+        const ssize_t got = uncancelled::Read(m_device.Get(), into.data(), into.size());
         if (got < 0) {
             if (errno == EAGAIN || errno == EINTR) {
                 return 0;
@@ -211,7 +210,8 @@ private:
         }
         auto& counting = Counters().writing;
         counting.ios.Add();
-        if (write(m_device.Get(), frame.data(), frame.size()) != static_cast<ssize_t>(frame.size())) {
+        if (uncancelled::Write(m_device.Get(), frame.data(), frame.size()) !=
+            static_cast<ssize_t>(frame.size())) {
             return FailAs(errno);
         }
         counting.packets.Add();
