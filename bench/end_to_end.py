@@ -45,6 +45,7 @@ class Comparison:
         """Runs every contestant once a round, in turn; the seconds by name, with the medians printed."""
         seconds = {name: [] for name in contestants}
         names = list(contestants)
+        os.sync()  # what was written before would be brought to the disk meanwhile
         self.during = load.During()
         for number in range(self.rounds):
             for name in names[number % len(names):] + names[:number % len(names)]:
