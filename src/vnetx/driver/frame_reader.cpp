@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <thread>
 
 #include "vnetx/failure.h"
 
@@ -94,6 +95,7 @@ std::int32_t FrameReader::Spin(std::span<std::uint8_t> buffer, Clock::time_point
                 return result;
             }
         }
+        std::this_thread::yield(); // to whoever has work on this processor, the other side perhaps
     }
     return 0;
 }
