@@ -24,6 +24,13 @@ def without_stamps(lines):
     return "".join(STAMP.sub("", line) + "\n" for line in lines)
 
 
+def become_a_job():
+    """For a guest's process: as a terminal starts it. Behind nohup or "&" it would inherit that SIGINT is ignored, and
+    then rightly ignores it."""
+    die_with_parent()
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
+
+
 class Guest:
     """A running vnxtest-cli. `output` and `errors` take the standard streams elsewhere."""
 
@@ -40,7 +47,7 @@ class Guest:
         self._errors = tempfile.TemporaryFile()
         self._process = subprocess.Popen(
             command, stdin=subprocess.DEVNULL, stdout=output or subprocess.PIPE, stderr=errors or self._errors,
-            env=variables | (environment or {}), preexec_fn=lambda: (die_with_parent(), prepare and prepare()))
+            env=variables | (environment or {}), preexec_fn=lambda: (become_a_job(), prepare and prepare()))
         self.pid = self._process.pid
         self._reader = threading.Thread(target=self._read, args=[self._process.stdout or []], daemon=True)
         self._reader.start()
