@@ -29,14 +29,22 @@ bool FairLock::TryLock() {
     return m_held.load(std::memory_order_relaxed) == 0 && m_held.exchange(1, std::memory_order_acquire) == 0;
 }
 
-// A spinning thread takes the lock within less than a microsecond, if it has a processor. Without this, one
-// that comes back at once would always be faster.
-void FairLock::GiveWay() const {
-    constexpr int kLooks = 32;
-    for (int look = 0; look < kLooks; ++look) {
-        if (m_held.load(std::memory_order_relaxed) != 0 || m_spinning.load(std::memory_order_relaxed) == 0) {
-            return;
-        }
+// A thread that spins is late by what it takes to see the lock free. It gets a while of its own now and then,
+// until it has come for the lock no more; each time, the lock and all it guards would go to and fro between
+// two processors.
+void FairLock::GiveWay() {
+    constexpr std::uint32_t kTurns = 16;
+    constexpr int kMostLooks = 400, kQuietLooks = 16;
+    const std::uint32_t turn = m_turns.load(std::memory_order_relaxed) + 1;
+    m_turns.store(turn, std::memory_order_relaxed);
+    if (turn % kTurns != 0) {
+        return;
+    }
+    int quiet = 0;
+    for (int look = 0; look < kMostLooks && quiet < kQuietLooks; ++look) {
+        const bool wanted =
+            m_held.load(std::memory_order_relaxed) != 0 || m_spinning.load(std::memory_order_relaxed) != 0;
+        quiet = wanted ? 0 : quiet + 1;
         Relax();
     }
 }

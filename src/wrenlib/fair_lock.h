@@ -2,9 +2,9 @@
 //
 // A thread that sends without a pause holds the lock nearly all the time and gives it up for an instant:
 // with an ordinary mutex it would take the lock back before a waiter has woken up. Waiters spin, then
-// sleep; whoever comes gives way to one that spins, for about a microsecond, and to one that has waited
-// long. The lock is not handed over in the order of asking: with busy processors all would wait for a next
-// thread that does not run.
+// sleep; whoever comes gives way to those that spin now and then, for some microseconds, and to one that has
+// waited long. The lock is not handed over in the order of asking: with busy processors all would wait for a
+// next thread that does not run.
 #pragma once
 
 #include <atomic>
@@ -29,10 +29,11 @@ private:
     // first.
     bool SpinToLock(bool standsBack);
     bool Spin(bool standsBack);
-    void GiveWay() const;
+    void GiveWay();
 
     std::atomic<std::uint32_t> m_held{0};
     std::atomic<std::uint32_t> m_spinning{0};    // threads that spin
+    std::atomic<std::uint32_t> m_turns{0};       // with somebody spinning
     std::atomic<std::uint32_t> m_waitingLong{0}; // threads that have waited long
 };
 
