@@ -19,8 +19,8 @@
 #include "helpui/help_button_wnd.h"
 #include "ui/dialogs/dialog_layout.h"
 #include "ui/dialogs/task_dialogs.h"
-#include "widgets/alert_role.h"
 #include "widgets/make_child.h"
+#include "widgets/question_window.h"
 #include "wrenlib/product.h"
 
 namespace vnxtest {
@@ -124,7 +124,8 @@ wxStaticText* TaskDialog::Add(wxWindow* parent, wxSizer& column, const wxString&
 }
 
 void TaskDialog::AddMoreInformation(const wxString& text) {
-    auto* const pane = MakeChild<wxCollapsiblePane>(this, wxID_ANY, kMore);
+    auto* const pane = MakeChild<wxCollapsiblePane>(this, wxID_ANY, kMore, wxDefaultPosition, wxDefaultSize,
+                                                    wxCP_DEFAULT_STYLE | wxCP_NO_TLW_RESIZE);
     m_more =
         MakeChild<wxScrolledWindow>(pane->GetPane(), wxID_ANY, wxDefaultPosition, wxDefaultSize, wxVSCROLL);
     m_more->SetName(kMore);
@@ -137,8 +138,10 @@ void TaskDialog::AddMoreInformation(const wxString& text) {
     pane->GetPane()->SetSizer(column);
     pane->GetPane()->SetCanFocus(false); // no stop of the Tab key
     m_column->Add(pane, wxSizerFlags().Expand());
-    Bind(wxEVT_COLLAPSIBLEPANE_CHANGED,
-         [pane](wxCollapsiblePaneEvent& event) { pane->SetLabel(event.GetCollapsed() ? kMore : kLess); });
+    Bind(wxEVT_COLLAPSIBLEPANE_CHANGED, [this, pane](wxCollapsiblePaneEvent& event) {
+        pane->SetLabel(event.GetCollapsed() ? kMore : kLess);
+        FitToContents(*this);
+    });
 }
 
 // It is as high as its text, or else scrolls, so that the buttons stay on the screen. The keyboard scrolls it
