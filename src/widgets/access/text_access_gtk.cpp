@@ -220,6 +220,7 @@ wxPoint Origin(GtkTextAccess& access, AtkCoordType coordinates) {
     return screen - wxPoint(x, y);
 }
 
+// NOLINTNEXTLINE(readability-function-size): the toolkit's parameters
 void GetExtents(AtkText* text, int offset, int* x, int* y, int* width, int* height,
                 AtkCoordType coordinates) {
     GtkTextAccess* const access = AccessOf(text);
