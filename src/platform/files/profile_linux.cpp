@@ -2,7 +2,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -255,12 +257,38 @@ private:
         wxStringInputStream stream{wxString(text)};
         m_values = std::make_unique<wxFileConfig>(stream, wxConvUTF8);
         m_values->SetExpandEnvVars(false);
-        m_damaged = foreign || !log.Empty();
+        const bool twice = HasNameTwice();
+        m_damaged = foreign || twice || !log.Empty();
         if (m_damaged) {
             m_damagedBytes = bytes;
+            const std::wstring why = foreign ? L"not UTF-8 text" : log.First();
             m_problem = Sprintf(L"%s is damaged (%s); what cannot be read has its default.", Location(),
-                                foreign ? L"not UTF-8 text" : log.First());
+                                why.empty() ? L"a value is there twice" : why);
         }
+    }
+
+    // Calls `take` with the name of each value in the file's section `section`.
+    void ForEachName(const wchar_t* section, const std::function<void(const wxString& name)>& take) {
+        m_values->SetPath(std::wstring(L"/") + section);
+        wxString name;
+        long index = 0;
+        for (bool more = m_values->GetFirstEntry(name, index); more;
+             more = m_values->GetNextEntry(name, index)) {
+            take(name);
+        }
+    }
+
+    // The toolkit tells of that itself, but not where the names have its mark of what may not be changed
+    // ("!"). Which of them is found then depends on how many values there are.
+    bool HasNameTwice() {
+        bool twice = false;
+        for (const wchar_t* const section : kProfileSections) {
+            std::set<std::wstring> names;
+            ForEachName(section, [&](const wxString& name) {
+                twice = !names.insert(name.Lower().ToStdWstring()).second || twice;
+            });
+        }
+        return twice;
     }
 
     bool Write(std::wstring_view name, std::wstring_view value) {
@@ -343,15 +371,13 @@ private:
         auto sound = std::make_unique<wxFileConfig>(nothing, wxConvUTF8);
         sound->SetExpandEnvVars(false);
         for (const wchar_t* const section : kProfileSections) {
-            m_values->SetPath(std::wstring(L"/") + section);
-            wxString name;
-            long index = 0;
-            for (bool more = m_values->GetFirstEntry(name, index); more;
-                 more = m_values->GetNextEntry(name, index)) {
+            ForEachName(section, [&](const wxString& name) {
                 wxString value;
-                m_values->Read(name, &value);
-                sound->Write(section + ("/" + name), value);
-            }
+                // An entry may be nameless (a line "!=1"): what names nothing would be written as a section.
+                if (!name.empty() && m_values->Read(name, &value)) {
+                    sound->Write(section + ("/" + name), value);
+                }
+            });
         }
         m_values = std::move(sound);
     }
