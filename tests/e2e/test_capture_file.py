@@ -191,7 +191,7 @@ class OnTheWire(Reading, NetworkCase):
             self.assertEqual(collections.Counter(packets(folder / "one.pcap")), collections.Counter(frames), direction)
 
     def flood(self, count, size=1400):
-        done = self.peer.run("ping", "-M", "dont", "-n", "-q", "-f", "-l", 32, "-s", size, "-c", count, GUEST_IP, timeout=120)
+        done = self.peer.run("ping", "-M", "dont", "-n", "-q", "-f", "-l", 32, "-s", size, "-c", count, "-w", 60, GUEST_IP, timeout=120)
         self.assertIn(f" {count} received", done.stdout, "the guest goes on")
 
     def test_a_full_disk_ends_the_capture_and_not_the_guest(self):

@@ -10,8 +10,10 @@ using std::chrono::microseconds;
 constexpr auto kClose = microseconds(10);
 constexpr auto kLate = PollPolicy::kBudget + microseconds(1);
 
-bool Spins(const PollPolicy& policy) {
-    return policy.Budget() != PollPolicy::Clock::duration::zero();
+constexpr PollPolicy::Clock::time_point kNow{std::chrono::hours(1)};
+
+bool Spins(const PollPolicy& policy, PollPolicy::Clock::time_point now = kNow) {
+    return policy.Budget(now) != PollPolicy::Clock::duration::zero();
 }
 
 TEST(PollPolicyTest, SpinsOnceFramesFollowCloselyAndBearsALateOne) {
@@ -48,6 +50,17 @@ TEST(PollPolicyTest, BlocksOnceFramesComeNowAndThen) {
     }
     policy.NoFrame();
     EXPECT_FALSE(Spins(policy));
+}
+
+TEST(PollPolicyTest, BlocksForAWhileOnceTheProcessorWasTaken) {
+    PollPolicy policy;
+    for (int frame = 0; frame < PollPolicy::kMost; ++frame) {
+        policy.FrameAfter(kClose);
+    }
+    policy.ProcessorWasTaken(kNow);
+    policy.FrameAfter(kClose);
+    EXPECT_FALSE(Spins(policy, kNow + PollPolicy::kContended - microseconds(1)));
+    EXPECT_TRUE(Spins(policy, kNow + PollPolicy::kContended));
 }
 
 } // namespace

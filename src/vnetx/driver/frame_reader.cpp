@@ -84,8 +84,9 @@ std::int32_t FrameReader::WaitForFrame(std::span<std::uint8_t> buffer) {
 // A look costs less than reading the clock, so that there are several for each reading.
 std::int32_t FrameReader::Spin(std::span<std::uint8_t> buffer, Clock::time_point start) {
     constexpr int kLooks = 16;
-    const auto budget = m_policy.Budget();
-    for (auto waited = Clock::duration::zero(); waited < budget; waited = Clock::now() - start) {
+    constexpr auto kTaken = std::chrono::microseconds(200); // far more than the looks take
+    const auto budget = m_policy.Budget(start);
+    for (auto waited = Clock::duration::zero(); waited < budget;) {
         for (int look = 0; look < kLooks; ++look) {
             if (m_state.gate->IsInterrupted() || m_pause.load(std::memory_order_relaxed)) {
                 return 0;
@@ -96,6 +97,11 @@ std::int32_t FrameReader::Spin(std::span<std::uint8_t> buffer, Clock::time_point
             }
         }
         std::this_thread::yield(); // to whoever has work on this processor, the other side perhaps
+        const auto now = Clock::now();
+        if (now - start - waited > kTaken) {
+            m_policy.ProcessorWasTaken(now);
+        }
+        waited = now - start;
     }
     return 0;
 }

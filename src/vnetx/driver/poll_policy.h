@@ -18,8 +18,17 @@ public:
     // A frame within the budget counts one, a late one takes away two. Spinning begins at kEnough.
     static constexpr int kEnough = 4, kMost = 8, kLate = 2;
 
-    // How long to spin once there was no frame.
-    Clock::duration Budget() const { return m_closeFrames >= kEnough ? kBudget : Clock::duration::zero(); }
+    // For so long after another thread took the processor from a spinning reader it does not spin: one that
+    // sleeps gets a processor as soon as there is a frame, one that has yielded waits for its turn.
+    static constexpr auto kContended = std::chrono::milliseconds(4);
+
+    // How long to spin once there was no frame, `now`.
+    Clock::duration Budget(Clock::time_point now) const {
+        return m_closeFrames >= kEnough && now >= m_contendedUntil ? Clock::duration(kBudget)
+                                                                   : Clock::duration::zero();
+    }
+    // Another thread had the processor until `now`.
+    void ProcessorWasTaken(Clock::time_point now) { m_contendedUntil = now + kContended; }
 
     // A frame came `waited` after that.
     void FrameAfter(Clock::duration waited) {
@@ -44,6 +53,7 @@ public:
 
 private:
     int m_closeFrames = 0;
+    Clock::time_point m_contendedUntil{};
     bool m_paused = false;
     Clock::time_point m_emptySince{};
 };
